@@ -1,0 +1,31 @@
+# zel_add_test(NAME LABEL label [SOURCES ...] [LINK ...] [TIMEOUT seconds] [ENVIRONMENT A=b ...] [MOC])
+#
+# One test program. SOURCES defaults to NAME.cpp. A program of unit tests links the object libraries
+# it needs and so sees what is not exported; process and cli tests run the real shared library and
+# the real programs. Never both in one program. MOC is for sources with Q_OBJECT in them.
+# Every case is an entry of ctest of its own with a TIMEOUT, so that a deadlock fails by its name.
+include(GoogleTest)
+
+# System V keys lie in the folder of temporary files: tests get one of their own.
+set(ZEL_TEST_TMPDIR ${CMAKE_BINARY_DIR}/tmp)
+file(MAKE_DIRECTORY ${ZEL_TEST_TMPDIR})
+
+function(zel_add_test name)
+    cmake_parse_arguments(ARG "MOC" "LABEL;TIMEOUT" "SOURCES;LINK;ENVIRONMENT" ${ARGN})
+    if(NOT ARG_SOURCES)
+        set(ARG_SOURCES ${name}.cpp)
+    endif()
+    if(NOT ARG_TIMEOUT)
+        set(ARG_TIMEOUT 60)
+    endif()
+    add_executable(${name} ${ARG_SOURCES})
+    set_target_properties(${name} PROPERTIES AUTOMOC ${ARG_MOC})
+    target_link_libraries(${name} PRIVATE zel_test_support ${ARG_LINK} zel_build_settings)
+    target_precompile_headers(${name} REUSE_FROM zel_test_support)
+    gtest_discover_tests(${name}
+        DISCOVERY_MODE PRE_TEST
+        PROPERTIES
+            LABELS "${ARG_LABEL}"
+            TIMEOUT ${ARG_TIMEOUT}
+            ENVIRONMENT "TMPDIR=${ZEL_TEST_TMPDIR};QT_LOGGING_RULES=;LC_ALL=C.UTF-8;${ARG_ENVIRONMENT}")
+endfunction()

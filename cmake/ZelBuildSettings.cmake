@@ -1,0 +1,44 @@
+# zel_build_settings: what every target of the project is compiled with.
+option(ZEL_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
+set(ZEL_SANITIZE "" CACHE STRING "Sanitizers to build with, for example address;undefined")
+
+add_library(zel_build_settings INTERFACE)
+target_compile_features(zel_build_settings INTERFACE cxx_std_20)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+target_compile_definitions(zel_build_settings INTERFACE
+    QT_NO_CAST_FROM_ASCII
+    QT_NO_CAST_TO_ASCII
+    QT_NO_KEYWORDS
+    QT_NO_FOREACH
+    QT_DISABLE_DEPRECATED_BEFORE=0x060400
+    QT_MESSAGELOGCONTEXT)
+
+target_compile_options(zel_build_settings INTERFACE
+    -Wall -Wextra -Wpedantic -Wnon-virtual-dtor -Wold-style-cast -Wcast-align
+    $<$<CXX_COMPILER_ID:GNU>:-fcoroutines -Wshadow=local -Wduplicated-cond -Wlogical-op>
+    $<$<CXX_COMPILER_ID:Clang>:-Wshadow>
+    $<$<BOOL:${ZEL_WARNINGS_AS_ERRORS}>:-Werror>
+    # Trails and logs name files as the reader of the tree knows them.
+    -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=)
+
+if(ZEL_SANITIZE)
+    list(JOIN ZEL_SANITIZE "," sanitizers)
+    target_compile_options(zel_build_settings INTERFACE
+        -fsanitize=${sanitizers} -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
+    target_link_options(zel_build_settings INTERFACE -fsanitize=${sanitizers})
+endif()
+
+# Makes the object library of one folder. LINK lists what the folder may include, nothing else.
+#   zel_add_folder(zel_tasks INCLUDE src SOURCES src/Task.cpp ... LINK zel_foundation QCoro6::Coro)
+function(zel_add_folder name)
+    cmake_parse_arguments(ARG "" "INCLUDE" "SOURCES;LINK" ${ARGN})
+    add_library(${name} OBJECT ${ARG_SOURCES})
+    target_include_directories(${name} PUBLIC
+        $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/${ARG_INCLUDE}>)
+    target_link_libraries(${name} PUBLIC ${ARG_LINK} PRIVATE zel_build_settings)
+    target_compile_definitions(${name} PRIVATE ZEL_RESOURCE_MANAGER_BUILD)
+endfunction()

@@ -1,0 +1,12 @@
+# Everything that is looked for on the machine stands here; scripts/packages.txt names the packages.
+find_package(Qt6 6.4 REQUIRED COMPONENTS Core Sql)
+find_package(QCoro6 0.8 REQUIRED COMPONENTS Core Coro)
+find_package(CURL REQUIRED)
+find_package(CLI11 2.1 REQUIRED)
+
+if(BUILD_TESTING)
+    find_package(Qt6 6.4 REQUIRED COMPONENTS Test)
+    find_package(GTest 1.12 REQUIRED)
+endif()
+
+set(CMAKE_AUTOMOC ON)

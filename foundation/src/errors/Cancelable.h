@@ -1,0 +1,47 @@
+#pragma once
+
+#include "errors/Error.h"
+
+#include <QMutex>
+
+#include <atomic>
+
+namespace zel {
+
+/// Something that can be asked to stop. Asking does not wait for the stop.
+class ZEL_RESOURCE_MANAGER_EXPORT Cancelable
+{
+public:
+    Cancelable() = default;
+    Cancelable(const Cancelable &) = delete;
+    Cancelable &operator=(const Cancelable &) = delete;
+    virtual ~Cancelable();
+
+    virtual bool isCanceled() const = 0;
+    virtual void setCanceled(bool canceled) = 0;
+    virtual void cancel() = 0;
+};
+
+/// A Cancelable that keeps the outcome of its work. Every member may be called on any thread.
+class ZEL_RESOURCE_MANAGER_EXPORT ErrorCancelable : public Cancelable
+{
+public:
+    ~ErrorCancelable() override;
+
+    bool isCanceled() const override;
+    void setCanceled(bool canceled) override;
+    void cancel() override = 0;
+
+    Error error() const;
+    bool hasError() const;
+
+protected:
+    void setError(const Error &error);
+
+private:
+    std::atomic<bool> canceled = false;
+    mutable QMutex errorMutex;
+    Error currentError;
+};
+
+} // namespace zel

@@ -1,0 +1,133 @@
+#pragma once
+
+#include "errors/Error.h"
+
+#include <memory>
+#include <utility>
+
+namespace zel {
+
+/// A value, or the Error that stands in its place.
+///
+/// Test hasValue() first: asking for the member that is not alive is a mistake of the caller.
+/// Warnings of a failed result are those of its error and stay so: every change of them reaches
+/// the error too. Warnings of a successful result belong to the result alone.
+template<typename T>
+class [[nodiscard]] Result : public Warnings
+{
+public:
+    Result(const T &value)
+        : value_(value)
+        , hasValue_(true)
+    {
+    }
+    Result(T &&value)
+        : value_(std::move(value))
+        , hasValue_(true)
+    {
+    }
+    Result(const Error &error)
+        : Warnings(error)
+        , error_(error)
+        , hasValue_(false)
+    {
+    }
+    Result(const Result &other)
+        : Warnings(other)
+        , hasValue_(other.hasValue_)
+    {
+        adopt(other);
+    }
+    Result(Result &&other) noexcept(std::is_nothrow_move_constructible_v<T>)
+        : Warnings(std::move(other))
+        , hasValue_(other.hasValue_)
+    {
+        adopt(std::move(other));
+    }
+    Result &operator=(const Result &other)
+    {
+        if (this != &other)
+            *this = Result(other);
+        return *this;
+    }
+    Result &operator=(Result &&other) noexcept(std::is_nothrow_move_constructible_v<T>)
+    {
+        if (this != &other) {
+            destroyMember();
+            Warnings::operator=(std::move(other));
+            hasValue_ = other.hasValue_;
+            adopt(std::move(other));
+        }
+        return *this;
+    }
+    ~Result() override { destroyMember(); }
+
+    bool hasValue() const { return hasValue_; }
+
+    const T &value() const & { return value_; }
+    T &value() & { return value_; }
+    T &&value() && { return std::move(value_); }
+
+    const Error &error() const { return error_; }
+    Error &error() { return error_; }
+
+protected:
+    void addWarningInternal(const QString &text) override
+    {
+        Warnings::addWarningInternal(text);
+        if (!hasValue_)
+            error_.addWarning(text);
+    }
+    void addWarningsInternal(const QList<QString> &moreTexts) override
+    {
+        Warnings::addWarningsInternal(moreTexts);
+        if (!hasValue_)
+            error_.addWarnings(moreTexts);
+    }
+    void clearWarningsInternal() override
+    {
+        Warnings::clearWarningsInternal();
+        if (!hasValue_)
+            error_.clearWarnings();
+    }
+    void resetWarningInternal(const QString &text) override
+    {
+        Warnings::resetWarningInternal(text);
+        if (!hasValue_)
+            error_.resetWarning(text);
+    }
+    void resetWarningsInternal(const QList<QString> &newTexts) override
+    {
+        Warnings::resetWarningsInternal(newTexts);
+        if (!hasValue_)
+            error_.resetWarnings(newTexts);
+    }
+
+private:
+    /// Brings the member to life that hasValue_ names, out of the same one of `other`.
+    template<typename Other>
+    void adopt(Other &&other)
+    {
+        if (hasValue_)
+            std::construct_at(std::addressof(value_), std::forward<Other>(other).value_);
+        else
+            std::construct_at(std::addressof(error_), std::forward<Other>(other).error_);
+    }
+
+    void destroyMember()
+    {
+        if (hasValue_)
+            std::destroy_at(std::addressof(value_));
+        else
+            std::destroy_at(std::addressof(error_));
+    }
+
+    union
+    {
+        T value_;
+        Error error_;
+    };
+    bool hasValue_;
+};
+
+} // namespace zel

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "Export.h"
+
+#include <QByteArray>
+#include <QString>
+
+namespace zel {
+
+/// Writes spans of time to a file that trace viewers read (the JSON array form of the Trace Event
+/// Format: one object per line, "B" opens a span, "E" closes it, times in microseconds).
+///
+/// Off until the host calls initialize(). Every member may be called on any thread. A span is told
+/// by process, thread, category and name; spans of one thread may overlap only if they nest.
+class ZEL_RESOURCE_MANAGER_EXPORT Tracer
+{
+public:
+    /// Starts the file anew and turns tracing on. False if the file cannot be written, or if
+    /// tracing is on already.
+    static bool initialize(const QString &filePath);
+    /// Ends the file properly and turns tracing off. Viewers also read a file without this.
+    static void shutdown();
+    static bool isInitialized();
+
+    /// The text in the form that the spans take. A QByteArray must outlive the call that uses it;
+    /// what comes from a QString stays valid for the next few calls on this thread.
+    static const char *rawData(const char *text);
+    static const char *rawData(const QByteArray &text);
+    static const char *rawData(const QString &text);
+
+    static void beginTraceC(const char *category, const char *name, const char *argumentName,
+                            const char *argumentValue);
+    static void endTraceC(const char *category, const char *name, const char *argumentName,
+                          const char *argumentValue);
+};
+
+namespace tracer_categories_settings {
+
+/// Which categories the host wants traced; none at the start. Names are compared exactly.
+ZEL_RESOURCE_MANAGER_EXPORT bool isCategoryEnabled(const char16_t *category);
+ZEL_RESOURCE_MANAGER_EXPORT void setCategoryEnabled(const char16_t *category, bool enabled);
+
+} // namespace tracer_categories_settings
+
+/// Whether retrievals are traced. Decided once per process, at the first call: a host that wants
+/// spans sets tracing up before its first retrieval.
+bool isRetrievalTracingActive();
+
+} // namespace zel

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QString>
+#include <QTemporaryDir>
+
+namespace zel::test {
+
+/// A base directory of a test's own, and so a semaphore of its own. Both go with the object: a set
+/// of System V semaphores outlives its processes, and the machine has a fixed number of them.
+/// Destroy it after every cache that was opened on it.
+class TemporaryCache
+{
+public:
+    TemporaryCache();
+    ~TemporaryCache();
+    TemporaryCache(const TemporaryCache &) = delete;
+    TemporaryCache &operator=(const TemporaryCache &) = delete;
+
+    QString baseDir() const;
+    QString dataDir() const;
+    QString databasePath() const;
+    /// A path below the temporary directory but beside the cache.
+    QString outside(const QString &name) const;
+    /// The semaphore's key for a base directory spelled like this.
+    static QString semaphoreKey(const QString &baseDir);
+
+private:
+    QTemporaryDir directory;
+};
+
+/// Removes the System V semaphore of a key from the machine.
+void removeSystemSemaphore(const QString &key);
+
+/// Writes a file with its parent folders; fails the test if it cannot.
+void writeFile(const QString &path, const QByteArray &content);
+QByteArray readFile(const QString &path);
+
+} // namespace zel::test
