@@ -1,0 +1,86 @@
+#pragma once
+
+#include "ResourceHandlerTypes.h"
+#include "errors/Result.h"
+
+#include <QCoreApplication>
+#include <QList>
+#include <QVersionNumber>
+
+#include <optional>
+
+namespace zel {
+
+/// Looks at a cache's database without taking part: for programs that show what a cache holds.
+///
+/// Neither takes the cache's lock nor registers as a client, so it works while the cache is busy,
+/// while another process holds the lock, and on a cache that may not be written. It never makes the
+/// file and never changes a row of it. What it tells was true at one moment and may have changed
+/// since; never decide from it what to remove.
+///
+/// A value; each call opens the file, reads it in one short transaction and closes it again.
+class ZEL_RESOURCE_MANAGER_EXPORT ResourceCacheReader
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::ResourceCacheReader)
+
+public:
+    struct Resource
+    {
+        QString reference;
+        QString path; ///< empty without one
+        qint64 size = 0; ///< bytes; 0 while unknown
+        ResourceStatus status = ResourceStatus::Invalid; ///< Invalid also for an unknown text
+        ResourceCleanupPolicy policy = ResourceCleanupPolicy::Invalid; ///< the same
+        qint64 lastAccess = 0; ///< milliseconds since the epoch
+        qint64 lastWriterClientId = -1; ///< who wrote the status last; may be gone
+        QVersionNumber version; ///< null if none is stored
+    };
+
+    /// One usage; a resource has as many as there are objects that hold it.
+    struct Usage
+    {
+        QString reference; ///< empty if the row names a resource that does not exist
+        qint64 clientId = -1;
+        std::optional<qint64> processId; ///< empty if the client is gone
+    };
+
+    /// A client that wants a resource; the one with a progress fetches it.
+    struct AcquiringTask
+    {
+        QString reference; ///< empty if the row names a resource that does not exist
+        qint64 clientId = -1;
+        std::optional<qint64> processId; ///< empty if the client is gone
+        std::optional<int> progress; ///< percent
+    };
+
+    struct Client
+    {
+        qint64 id = -1;
+        qint64 processId = -1;
+        qint64 lastPing = 0; ///< milliseconds since the epoch
+    };
+
+    /// All of it as of one moment, each list in the order in which its rows were added.
+    struct Snapshot
+    {
+        QList<Resource> resources;
+        QList<Usage> usages;
+        QList<AcquiringTask> acquiringTasks;
+        QList<Client> clients;
+        qint64 currentSize = 0; ///< bytes, as the database keeps it
+        qint64 lastScanTimestamp = 0; ///< seconds since the epoch; 0 before the first scan
+    };
+
+    /// Touches nothing yet. ResourceCachePath::databasePath() gives a cache's file.
+    explicit ResourceCacheReader(const QString &databasePath);
+
+    /// Fails with code 2 if there is no such file, with code 4 if it is no database of a cache, and
+    /// with code 1 and the driver's text if it cannot be read. A file whose cache was never quite
+    /// made reads as an empty one; what an older file has no column for reads as absent.
+    Result<Snapshot> read() const;
+
+private:
+    QString databasePath;
+};
+
+} // namespace zel

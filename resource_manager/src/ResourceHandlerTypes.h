@@ -1,0 +1,50 @@
+#pragma once
+
+#include "Export.h"
+
+#include <QMetaType>
+#include <QObject>
+#include <QString>
+
+namespace zel {
+
+/// Makes the enumerations known to the meta-object system. Their keys are what the database stores:
+/// renaming one makes existing caches unreadable.
+class ZEL_RESOURCE_MANAGER_EXPORT ZEL_QEnumsResourceHandlerTypes
+{
+    Q_GADGET
+
+public:
+    enum class ResourceStatus {
+        Invalid = 0, ///< not known
+        Missing = 1, ///< no local data
+        Ready = 2, ///< local data is complete and at its path
+        ScheduledForAcquire = 3, ///< somebody wants it, nobody fetches it yet
+        Acquiring = 4, ///< somebody fetches it
+    };
+    Q_ENUM(ResourceStatus)
+
+    /// When the local data of a resource may go.
+    enum class ResourceCleanupPolicy {
+        Invalid = 0, ///< not known
+        Never = 1, ///< kept until removed by name
+        OnClose = 2, ///< goes with the last usage
+        OnDemand = 3, ///< goes when the cache needs room
+    };
+    Q_ENUM(ResourceCleanupPolicy)
+};
+
+using ResourceStatus = ZEL_QEnumsResourceHandlerTypes::ResourceStatus;
+using ResourceCleanupPolicy = ZEL_QEnumsResourceHandlerTypes::ResourceCleanupPolicy;
+
+/// The key of the value, as the database stores it; an empty text for a value without a key.
+ZEL_RESOURCE_MANAGER_EXPORT QString toText(ResourceStatus status);
+ZEL_RESOURCE_MANAGER_EXPORT QString toText(ResourceCleanupPolicy policy);
+
+/// The value with exactly this key; `fallback` if there is none.
+ZEL_RESOURCE_MANAGER_EXPORT ResourceStatus toResourceStatus(const QString &text,
+                                                            ResourceStatus fallback);
+ZEL_RESOURCE_MANAGER_EXPORT ResourceCleanupPolicy
+toResourceCleanupPolicy(const QString &text, ResourceCleanupPolicy fallback);
+
+} // namespace zel
