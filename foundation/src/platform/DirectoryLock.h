@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QByteArray>
+
+namespace zel {
+
+/// An exclusive lock on a directory itself, without a file of its own, among all processes of the
+/// machine and all objects of this process. It goes with the object, or with the process.
+///
+/// Best effort: a directory that cannot be opened or locked is simply not locked.
+class DirectoryLock
+{
+public:
+    /// Waits until the lock is free. `directory` is a native path.
+    explicit DirectoryLock(const QByteArray &directory);
+    ~DirectoryLock();
+    DirectoryLock(const DirectoryLock &) = delete;
+    DirectoryLock &operator=(const DirectoryLock &) = delete;
+
+    bool isHeld() const { return descriptor >= 0; }
+
+private:
+    int descriptor = -1;
+};
+
+} // namespace zel

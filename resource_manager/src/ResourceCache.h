@@ -1,0 +1,147 @@
+#pragma once
+
+#include "Export.h"
+#include "ResourceCachePath.h"
+#include "ResourceCacheSizes.h"
+#include "ResourceHandlerTypes.h"
+#include "errors/Result.h"
+#include "files/PathImpl.h"
+
+#include <QVersionNumber>
+
+#include <chrono>
+#include <memory>
+#include <optional>
+
+namespace zel {
+
+class ResourceCacheDao;
+class Task;
+
+/// The cache of local copies that all programs of the machine share: what it holds, who uses what,
+/// who fetches what, and how large it may be.
+///
+/// Any number of processes open one base directory at the same time. They meet in its database
+/// only; every member that touches it takes one named system semaphore for its whole length, so
+/// that each is one atomic operation among all processes. A resource is known by its key, the
+/// reference's key form; a key without a row counts as Missing. Rows never go: what leaves the
+/// cache stays as a Missing row.
+///
+/// Threads: every member that is said to be atomic may be called on any thread, but not while the
+/// same thread holds the semaphore (through a task of purgeOutdatedResourcesTask(), say): it would
+/// wait for ever. The settings (path, sizes, restriction, switches) take no lock; set them up on
+/// one thread.
+class ZEL_RESOURCE_MANAGER_EXPORT ResourceCache
+{
+public:
+    /// Keeps one resource from being purged for as long as it lives.
+    ///
+    /// Its destructor waits for the semaphore and, if the resource's policy says so, removes the
+    /// data. A handle that outlives its cache, or the closing of it, does nothing.
+    class InUseHandle
+    {
+    public:
+        virtual ~InUseHandle() = default;
+        InUseHandle(const InUseHandle &) = delete;
+        InUseHandle &operator=(const InUseHandle &) = delete;
+
+    protected:
+        InUseHandle() = default;
+    };
+
+    ResourceCache();
+    ResourceCache(const ResourceCache &) = delete;
+    ResourceCache &operator=(const ResourceCache &) = delete;
+    /// Closes the cache.
+    virtual ~ResourceCache();
+
+    // Opening
+
+    /// Opens or creates the cache, registers this process in it and starts its ping; cleans up
+    /// after processes that died. The base directory must exist. Fails if the database cannot be
+    /// used; the cache is closed then, unless only the clean-up failed.
+    Error open(const ResourceCachePath &path, const ResourceCacheSizes &sizes);
+    /// Ends the ping and takes this process, its usages and its fetches out of the database.
+    void close();
+    bool isOpen() const;
+    /// After a failed open(): how long to wait before another try may succeed, because a process
+    /// that had this process's number, and may live in another container, is still registered.
+    /// Empty if waiting does not help.
+    std::optional<std::chrono::milliseconds> retryOpenAfter() const;
+
+    ResourceCachePath path() const;
+    ResourceCacheSizes sizes() const;
+    /// Stores the sizes; purges at once only if the maximum was lowered. The new sizes stay if that
+    /// purge fails.
+    Error setSizes(const ResourceCacheSizes &sizes);
+
+    /// A process that does not ping counts as dead after 30 s. open() starts the ping whatever was
+    /// said here before; on a closed cache true does nothing.
+    void setPingEnabled(bool enabled);
+    /// How many days pass between two counts of all sizes. 7 at first; read at open().
+    void setFullScanInterval(std::chrono::duration<int, std::ratio<86400>> interval);
+    /// Whether containers with paths that are too long are moved to a short one after their fetch.
+    void setFixLongZacqFilePaths(bool fix);
+    bool isFixLongZacqFilePathsSet() const;
+    /// Makes handles of this process release more eagerly than the stored policies say: OnClose
+    /// turns OnDemand into OnClose. Invalid and Never restrict nothing.
+    void setCleanupPolicyRestriction(const ResourceCleanupPolicy &restriction);
+    ResourceCleanupPolicy cleanupPolicyRestriction() const;
+
+    // One resource. All are atomic and fail if the database does.
+
+    /// Makes room if the cache is above its optimal size, then enters the resource as Missing.
+    /// Fails for one that has a row.
+    Error add(const QString &reference, ResourceCleanupPolicy policy);
+    /// Takes any status from any state; Ready only with a local path (else code 1). Counts as an
+    /// access: the purge takes the resource last.
+    Error saveStatus(const QString &reference, ResourceStatus status);
+    /// Missing for a resource without a row.
+    Result<ResourceStatus> readStatus(const QString &reference);
+    Error saveCleanupPolicy(const QString &reference, ResourceCleanupPolicy policy);
+    /// The stored policy, without the restriction.
+    Result<ResourceCleanupPolicy> readCleanupPolicy(const QString &reference) const;
+    /// `size` in bytes. The path is stored as given.
+    Error saveLocalPath(const QString &reference, const PathImpl<PathType::Unknown> &path,
+                        qint64 size);
+    /// Code 1 for a Missing resource, even if its row has a path.
+    Result<PathImpl<PathType::Unknown>> readLocalPath(const QString &reference);
+    Error updateVersion(const QString &reference, const QVersionNumber &version);
+    Result<bool> existsInDb(const QString &reference);
+    /// Whether any process of the machine uses it.
+    Result<bool> inUse(const QString &reference);
+
+    /// Marks the resource as used; enters it first if it is unknown (policy OnDemand), and makes
+    /// room first if its data is not there.
+    Result<std::unique_ptr<InUseHandle>> useResource(const QString &reference);
+
+    // The whole cache. Atomic.
+
+    /// The sum of all stored sizes, in bytes.
+    Result<qint64> readCurrentCacheSize();
+    /// If the current size and `extraSize` bytes exceed the optimal size, removes the resources
+    /// accessed longest ago that nobody uses until nine tenths of it are reached. A removal that
+    /// fails is an error only above the maximum size.
+    Error purgeCacheIfNeeded(qint64 extraSize);
+    /// Removes every Ready resource whose reference declares a higher major version than the copy
+    /// has, used or not. The first failure ends it; what was removed stays removed.
+    Error purgeOutdatedResources();
+    /// The same as a task, or null if nothing is outdated. Holds the semaphore from this call until
+    /// the task has run or is destroyed: run it soon. Cancelling it takes effect between two
+    /// resources. The task borrows the cache.
+    Result<std::unique_ptr<Task>> purgeOutdatedResourcesTask();
+
+protected:
+    /// Works on the given database access; null stands for the ordinary one.
+    explicit ResourceCache(std::unique_ptr<ResourceCacheDao> dao);
+
+private:
+    friend class ResourceRetrieveHandle;
+    class Private;
+
+    ResourceCacheDao *dao();
+
+    std::unique_ptr<Private> d;
+};
+
+} // namespace zel

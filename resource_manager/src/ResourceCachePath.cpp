@@ -1,0 +1,43 @@
+#include "ResourceCachePath.h"
+
+#include "files/AppDataLocation.h"
+
+#include <QDir>
+
+namespace zel {
+
+using namespace Qt::Literals::StringLiterals;
+
+ResourceCachePath::ResourceCachePath()
+    : baseDir(defaultBaseDirectoryPath())
+{
+}
+
+ResourceCachePath::~ResourceCachePath() = default;
+
+PathImpl<PathType::Dir> ResourceCachePath::cacheDataDir() const
+{
+    return QDir::cleanPath(baseDir.toString() + u"/Cache/"_s);
+}
+
+PathImpl<PathType::File> ResourceCachePath::databasePath() const
+{
+    return QDir::cleanPath(baseDir.toString() + u"/ResourceCache.db"_s);
+}
+
+QString ResourceCachePath::defaultBaseDirectoryPath()
+{
+    return QDir::cleanPath(getAppDataLocationFile(u"../ResourceCache/"_s, true, {}));
+}
+
+PathImpl<PathType::Dir> ResourceCachePath::baseDirPath() const
+{
+    return baseDir;
+}
+
+void ResourceCachePath::setBaseDirPath(const PathImpl<PathType::Dir> &path)
+{
+    baseDir = path;
+}
+
+} // namespace zel

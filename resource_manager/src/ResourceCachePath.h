@@ -1,0 +1,36 @@
+#pragma once
+
+#include "Export.h"
+#include "files/PathImpl.h"
+
+namespace zel {
+
+/// Where a cache lies: a base directory, with the data and the database below it.
+///
+/// A value. A subclass may place data and database elsewhere; the semaphore stays that of the base
+/// directory as it is spelled here, so that all programs should spell it alike.
+class ZEL_RESOURCE_MANAGER_EXPORT ResourceCachePath
+{
+public:
+    /// The default base directory of this user.
+    ResourceCachePath();
+    ResourceCachePath(const ResourceCachePath &) = default;
+    ResourceCachePath &operator=(const ResourceCachePath &) = default;
+    virtual ~ResourceCachePath();
+
+    /// The folder that resources are copied into, without a slash at its end.
+    virtual PathImpl<PathType::Dir> cacheDataDir() const;
+    virtual PathImpl<PathType::File> databasePath() const;
+
+    /// A folder beside the application's own data folder, the same for all programs of a user that
+    /// have the same organisation.
+    static QString defaultBaseDirectoryPath();
+
+    PathImpl<PathType::Dir> baseDirPath() const;
+    void setBaseDirPath(const PathImpl<PathType::Dir> &path);
+
+private:
+    PathImpl<PathType::Dir> baseDir;
+};
+
+} // namespace zel

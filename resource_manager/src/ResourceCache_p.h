@@ -1,0 +1,121 @@
+#pragma once
+
+#include "ResourceCache.h"
+#include "ResourceCacheDao.h"
+#include "ResourceRetrieveHandle.h"
+#include "TaskRows.h"
+
+#include <QCoreApplication>
+#include <QSystemSemaphore>
+#include <QTimer>
+
+namespace zel {
+
+class SemaphoreLocker;
+class Task;
+
+/// What ResourceCache does while the semaphore is held. No member takes it, but for the four at the
+/// end that say so, and none calls a public member of ResourceCache: the semaphore is not
+/// reentrant, a second take waits for ever.
+class ResourceCache::Private
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::ResourceCache)
+
+public:
+    using TransactionContext = ResourceCacheDao::TransactionContext;
+    using UnknownPath = PathImpl<PathType::Unknown>;
+
+    Private(ResourceCache *owner, std::unique_ptr<ResourceCacheDao> givenDao);
+    ~Private();
+    Private(const Private &) = delete;
+    Private &operator=(const Private &) = delete;
+
+    // Status and paths
+    Error add(const QString &reference, ResourceCleanupPolicy policy);
+    Error saveStatus(const QString &reference, ResourceStatus status);
+    Result<ResourceStatus> loadStatus(const QString &reference) const;
+    Error saveCleanupPolicy(const QString &reference, ResourceCleanupPolicy policy);
+    Result<ResourceCleanupPolicy> loadCleanupPolicy(const QString &reference) const;
+    Error saveLocalPath(const QString &reference, const UnknownPath &path, qint64 size);
+    /// Without a path both columns become NULL, whatever `size` says.
+    Error saveLocalPath(TransactionContext *context, const QString &reference, qint64 size,
+                        const std::optional<UnknownPath> &path);
+    Result<UnknownPath> localPath(const QString &reference) const;
+    Result<UnknownPath> localPathInternal(const QString &reference) const;
+    Error updateVersion(const QString &reference, const QVersionNumber &version);
+    Error updateVersion(TransactionContext *context, const QString &reference,
+                        const QVersionNumber &version);
+    Error updateStatusNow(TransactionContext *context, const QString &reference,
+                          ResourceStatus status);
+    Result<bool> existsInDb(const QString &reference) const;
+    Result<bool> inUse(const QString &reference) const;
+    /// An unreadable status is not ready ...
+    bool isReady(const QString &reference) const;
+    /// ... and counts as missing.
+    bool isMissing(const QString &reference) const;
+
+    // Use
+    Result<std::unique_ptr<InUseHandle>> useResource(const QString &reference);
+    Result<std::unique_ptr<InUseHandle>> markInUse(const QString &reference);
+    /// Two transactions: the usage is gone even if the removal of the data fails.
+    Error removeUsage(const QString &reference, qint64 usageId);
+    ResourceCleanupPolicy effectiveCleanupPolicy(ResourceCleanupPolicy stored) const;
+
+    // Purge
+    Error purgeCacheIfNeeded(qint64 extraSize);
+    Error removeOldestResources(TransactionContext *context, qint64 size);
+    Error purgeOutdatedResources();
+    Result<QList<QString>> outdatedReferences() const;
+    Error deleteResources(const QList<QString> &references, Task *task);
+    Error removeIfNotInUse(TransactionContext *context, const QString &reference);
+    /// Files first, then the row: a crash between the two leaves a row that the next removal mends.
+    Error removeResourceAndUpdateStatus(TransactionContext *context, const QString &reference,
+                                        const QString &localPath);
+
+    // Liveness
+    Error cleanupInactiveClients();
+    Error cleanupAfterClient(TransactionContext *context, qint64 clientId);
+    Error removeUsagesForClient(TransactionContext *context, qint64 clientId);
+
+    // Retrieval; see ResourceRetrieveHandle
+    Result<bool> tryStartRetrieve(const QString &reference);
+    Result<ResourceRetrieveHandle::ProgressAndStatus> readProgress(const QString &reference) const;
+    Error finalizeRetrieve(const QString &reference, const UnknownPath &path,
+                           const QVersionNumber &version, const Error &retrieveError);
+    Result<bool> retrieveInProgress(const QString &reference) const;
+    Error updateProgress(const QString &reference, int progress);
+    Error addRetrievingTask(const QString &reference);
+    Error deleteRetrievingTask(const QString &reference);
+
+    // Post-processing
+    Error postProcess(const QString &reference, const UnknownPath &path);
+    Error fixLongZacqFileName(const QString &reference, const QString path);
+
+    // Opening, ping, the end of a use and the purge task. These take the semaphore or are given it.
+    Error open(const ResourceCachePath &path, const ResourceCacheSizes &sizes);
+    void updateSemaphoreKey(const ResourceCachePath &path);
+    void startPing();
+    void stopPing();
+    void pingDatabase();
+    void onFinishedUsing(const QString &reference, qint64 usageId);
+    Result<std::unique_ptr<Task>> purgeOutdatedResourcesTask(
+        std::unique_ptr<SemaphoreLocker> locker);
+
+    ResourceCleanupPolicy cleanupPolicyRestriction = ResourceCleanupPolicy::Invalid;
+    ResourceCachePath cachePath;
+    ResourceCacheSizes sizes;
+    QTimer pingTimer;
+    ResourceCache *q;
+    std::unique_ptr<ResourceCacheDao> dao;
+    QSystemSemaphore semaphore;
+    bool fixLongZacqFilePaths = true;
+    std::chrono::duration<int, std::ratio<86400>> fullScanInterval { 7 };
+
+    std::optional<std::chrono::milliseconds> retryOpenAfter;
+    TaskRows taskRows;
+    /// Live as long as this object, and from open() to close(). Handles look whether they still do.
+    std::shared_ptr<const bool> life = std::make_shared<bool>(true);
+    std::shared_ptr<const bool> opening;
+};
+
+} // namespace zel

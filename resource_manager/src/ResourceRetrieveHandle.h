@@ -1,0 +1,85 @@
+#pragma once
+
+#include "Export.h"
+#include "ResourceHandlerTypes.h"
+#include "errors/Result.h"
+#include "files/PathImpl.h"
+
+#include <QVersionNumber>
+
+#include <memory>
+#include <optional>
+
+namespace zel {
+
+class ResourceCache;
+
+/// One retrieval's bookkeeping in the shared cache: decides which process fetches a resource,
+/// carries the fetcher's progress to the others and records how the fetch ended.
+///
+/// Processes meet in the database only: a task row without progress is a process that wants the
+/// resource, a row with progress is the one that fetches it. Whoever comes first fetches; the
+/// others watch, and try again when the progress has vanished without the resource being ready.
+///
+/// Threads: one task at a time. The members take the cache's semaphore themselves, so none may be
+/// called while it is held. Ownership: borrows the cache; a handle that outlives it only may be
+/// destroyed.
+class ZEL_RESOURCE_MANAGER_EXPORT ResourceRetrieveHandle
+{
+public:
+    struct ProgressAndStatus
+    {
+        std::optional<int> progress; ///< percent, 0 to 100; empty while nobody fetches
+        ResourceStatus status = ResourceStatus::Invalid;
+    };
+
+    /// Touches nothing yet. The resource must have a row by the time of tryStartRetrieve().
+    ResourceRetrieveHandle(const QString &reference, const PathImpl<PathType::Unknown> &localPath,
+                           ResourceCache *cache, const QVersionNumber &version);
+    ResourceRetrieveHandle(const ResourceRetrieveHandle &) = delete;
+    ResourceRetrieveHandle &operator=(const ResourceRetrieveHandle &) = delete;
+    /// Removes this process's task row, as removeTaskFromDatabase() does.
+    virtual ~ResourceRetrieveHandle();
+
+    /// True: this process is the fetcher and ends with finalizeRetrieve(). False: the resource is
+    /// ready or somebody else fetches it; follow readProgress(). Fails only if the database does.
+    Result<bool> tryStartRetrieve();
+
+    /// Tells the others that this process wants the resource. Once per handle; later calls do
+    /// nothing.
+    Error addTaskToDatabase();
+    /// Takes this process's wish back, unless another handle of this process still needs the row.
+    Error removeTaskFromDatabase();
+
+    /// Percent, for those who watch. Without a row of this process it changes nothing.
+    Error saveProgress(int progress);
+    Result<ProgressAndStatus> readProgress() const;
+    Result<bool> isReady() const;
+
+    /// Writes path, size in bytes and version, and Ready as the very last step, so that nobody sees
+    /// Ready without data. With a failed `retrieveError` writes Missing instead and does not return
+    /// that failure again. Code 1 if the data is not on disk; the status then stays as it was.
+    Error finalizeRetrieve(Error retrieveError);
+
+    /// Whether this very thread holds the cache's semaphore, so that every other member would wait
+    /// for ever. A timer slot asks before it does its turn.
+    bool isCacheHeldByThisThread() const;
+
+protected:
+    static Result<bool> tryStartRetrieve(ResourceCache *cache, const QString &reference);
+    static Error addTaskToDatabase(ResourceCache *cache, const QString &reference);
+    static Error removeTaskFromDatabase(ResourceCache *cache, const QString &reference);
+
+private:
+    bool mustKeepRows() const;
+
+    ResourceCache *cache;
+    QString reference;
+    PathImpl<PathType::Unknown> localPath;
+    QVersionNumber version;
+    bool taskAdded = false;
+    bool fetching = false;
+    std::weak_ptr<const bool> cacheIsAlive;
+};
+
+} // namespace zel

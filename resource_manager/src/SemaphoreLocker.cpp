@@ -1,0 +1,96 @@
+#include "SemaphoreLocker.h"
+
+#include "SemaphoreRegistry.h"
+#include "errors/Logging.h"
+#include "platform/CrashHandler.h"
+#include "platform/DirectoryLock.h"
+
+#include <QSystemSemaphore>
+#include <QThread>
+
+namespace zel {
+
+SemaphoreLocker::SemaphoreLocker(QSystemSemaphore *semaphore, int count)
+    : semaphoreHandle(semaphore)
+    , crashContext(std::make_unique<QObject>())
+    , entry(SemaphoreRegistry::find(semaphore->key()))
+{
+    CrashHandler::prepareThisThread();
+    QObject::connect(&CrashHandler::instance(), &CrashHandler::crashDetected, crashContext.get(),
+                     [this] { releaseAcquired(); });
+    acquire(count);
+}
+
+SemaphoreLocker::~SemaphoreLocker()
+{
+    releaseAcquired();
+}
+
+bool SemaphoreLocker::acquire(int count)
+{
+    bool acquired = true;
+    for (int i = 0; i < count; ++i)
+        acquired = acquireOne() && acquired;
+    return acquired;
+}
+
+bool SemaphoreLocker::acquireOne()
+{
+    warnBeforeSecondTake();
+    // A refused semaphore is not called again: the failing call of several threads would abort.
+    const bool acquired = entry && !entry->usable ? false : semaphoreHandle->acquire();
+    ++acquiredCount;
+    if (entry) {
+        if (!directoryLock && !entry->directory.isEmpty())
+            directoryLock = std::make_unique<DirectoryLock>(entry->directory);
+        adoptByThisThread();
+    }
+    return acquired;
+}
+
+void SemaphoreLocker::warnBeforeSecondTake() const
+{
+    if (entry && entry->holder == QThread::currentThreadId()) {
+        qCCritical(lcResourceManager)
+            << "This thread holds the semaphore" << entry->key << "already and will wait for ever.";
+    }
+}
+
+void SemaphoreLocker::release(int count)
+{
+    acquiredCount -= count;
+    if (acquiredCount <= 0 && entry)
+        entry->holder = nullptr;
+    // The semaphore goes last: who gets it must not wait for the directory.
+    if (acquiredCount <= 0)
+        directoryLock.reset();
+    releaseSemaphore(count);
+}
+
+void SemaphoreLocker::releaseSemaphore(int count)
+{
+    if (!entry)
+        semaphoreHandle->release(count);
+    else if (entry->usable)
+        entry->keeper.release(count); // of the key that was taken, whatever the handle has now
+}
+
+void SemaphoreLocker::releaseAcquired()
+{
+    if (acquiredCount > 0)
+        release(acquiredCount);
+}
+
+void SemaphoreLocker::adoptByThisThread()
+{
+    if (entry)
+        entry->holder = QThread::currentThreadId();
+}
+
+bool SemaphoreLocker::isHeldByThisThread(const QSystemSemaphore &semaphore)
+{
+    const RegisteredSemaphore *entry = SemaphoreRegistry::find(semaphore.key());
+    return entry && entry->holder == QThread::currentThreadId();
+}
+
+} // namespace zel

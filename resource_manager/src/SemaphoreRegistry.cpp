@@ -1,0 +1,66 @@
+#include "SemaphoreRegistry.h"
+
+#include <QDir>
+#include <QFile>
+#include <QHash>
+#include <QMutex>
+
+namespace zel {
+
+namespace {
+
+struct Table
+{
+    QMutex mutex;
+    QHash<QString, RegisteredSemaphore *> entries;
+};
+
+Table &table()
+{
+    static auto *semaphores = new Table;
+    return *semaphores;
+}
+
+RegisteredSemaphore *entryOf(Table &semaphores, const QString &key)
+{
+    RegisteredSemaphore *&entry = semaphores.entries[key];
+    if (!entry)
+        entry = new RegisteredSemaphore(key);
+    return entry;
+}
+
+} // namespace
+
+RegisteredSemaphore::RegisteredSemaphore(const QString &key)
+    : key(key)
+    , keeper(key, 1, QSystemSemaphore::Open)
+{
+}
+
+RegisteredSemaphore *SemaphoreRegistry::keep(const QString &key)
+{
+    Table &semaphores = table();
+    const QMutexLocker lock(&semaphores.mutex);
+    return entryOf(semaphores, key);
+}
+
+RegisteredSemaphore *SemaphoreRegistry::keepForDirectory(const QString &key,
+                                                         const QString &baseDirectory)
+{
+    Table &semaphores = table();
+    const QMutexLocker lock(&semaphores.mutex);
+    RegisteredSemaphore *entry = entryOf(semaphores, key);
+    // Written once: lockers read it without the table's mutex.
+    if (entry->directory.isEmpty())
+        entry->directory = QFile::encodeName(QDir(baseDirectory).absolutePath());
+    return entry;
+}
+
+RegisteredSemaphore *SemaphoreRegistry::find(const QString &key)
+{
+    Table &semaphores = table();
+    const QMutexLocker lock(&semaphores.mutex);
+    return semaphores.entries.value(key);
+}
+
+} // namespace zel

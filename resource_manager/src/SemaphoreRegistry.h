@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QSystemSemaphore>
+
+#include <atomic>
+
+namespace zel {
+
+/// What this process knows of one named system semaphore.
+struct RegisteredSemaphore
+{
+    explicit RegisteredSemaphore(const QString &key);
+
+    const QString key;
+    /// The process's own object of the key. The object that creates a semaphore in the system also
+    /// removes it in its destructor, whoever holds it then, and a waiter goes on with a new one
+    /// beside the holder. This one is made before any other object of the key and never destroyed,
+    /// so that the others never are the creator.
+    QSystemSemaphore keeper;
+    /// False after the system refused the semaphore: calling it from several threads would abort.
+    std::atomic<bool> usable = true;
+    /// The thread that holds it in this process.
+    std::atomic<Qt::HANDLE> holder = nullptr;
+    /// The base directory, locked behind the semaphore; empty for a key that no cache opened.
+    /// The semaphore's key file lies in the folder of temporary files, so that other users, another
+    /// TMPDIR and a cleaned folder have a semaphore of their own; the directory is the same for
+    /// all.
+    QByteArray directory;
+};
+
+/// The process-wide table of semaphores by key. Entries are made once and never go.
+/// All functions may be called on any thread.
+namespace SemaphoreRegistry {
+
+/// The entry of the key, made if there is none. Call it before making any object of the key.
+RegisteredSemaphore *keep(const QString &key);
+/// The same for the semaphore of a cache, whose base directory is locked behind it.
+RegisteredSemaphore *keepForDirectory(const QString &key, const QString &baseDirectory);
+/// The entry of the key, or null for a semaphore that is none of a cache's.
+RegisteredSemaphore *find(const QString &key);
+
+} // namespace SemaphoreRegistry
+
+} // namespace zel
