@@ -1,0 +1,178 @@
+#pragma once
+
+#include "GroupTask.h"
+#include "ResourceHandler.h"
+#include "ResourceManagerSettings.h"
+#include "Task.h"
+#include "errors/Result.h"
+
+#include <QHash>
+#include <QList>
+#include <QObject>
+#include <QSharedPointer>
+
+#include <qcoro/qcorotask.h>
+
+#include <chrono>
+#include <memory>
+#include <optional>
+
+namespace zel {
+
+class ResourceCache;
+class ResourcePromptingInterface;
+
+/// Where every call enters: one per process, made on first use, with the one cache and the one
+/// queue of tasks of the process.
+///
+/// Threads: only the making of the instance is guarded. The thread of the first call is the one
+/// that runs queued tasks, six at a time at most; call from there, normally the main thread, and
+/// let it have an event loop.
+/// Waiting: the forms that block, and the coroutines, need the host's QCoreApplication and fail
+/// with code 1 without one. A blocked thread goes on delivering its events.
+/// Tasks: an async form gives the caller a task or group to keep until it has finished; a null one
+/// inside a success means that there is nothing to do. `Queued` ones run by themselves, others the
+/// caller runs.
+/// Null handlers and references give code 2.
+class ZEL_RESOURCE_MANAGER_EXPORT ResourceManager : public QObject
+{
+    Q_OBJECT
+
+public:
+    using References = QList<QSharedPointer<ResourceReference>>;
+    using Handlers = QList<QSharedPointer<ResourceHandler>>;
+    using HandlersByReference
+        = QHash<QSharedPointer<ResourceReference>, QSharedPointer<ResourceHandler>>;
+
+    ~ResourceManager() override;
+
+    /// Makes the manager on the first call: reads the settings, opens the cache. A cache that
+    /// cannot be opened stays closed, the manager works on without it.
+    static ResourceManager &instance();
+
+    /// These two count only before the first call of instance().
+    static void overrideDefaultSettings(const ResourceManagerSettings &settings);
+    static void overrideDefaultFullScanInterval(std::chrono::days interval);
+
+    /// Takes over other settings; does not save them. They are kept even if applying them fails.
+    /// Another base directory moves an open cache there, a closed one stays closed. Code 1 if the
+    /// new data directory cannot be made; the cache then stays where it was.
+    static Error updateSettings(const ResourceManagerSettings &settings);
+
+    /// Never null; the manager's own.
+    static ResourceCache *cache();
+    /// Where the cache really is, which after a failed updateSettings() is not where the settings
+    /// say.
+    static ResourceCachePath cachePath();
+
+    /// The mode of all handlers that have none of their own; NoPrompt at first.
+    static ResourceHandler::RetrieveMode retrieveMode();
+    static void setRetrieveMode(ResourceHandler::RetrieveMode mode);
+    /// Asked whenever a call brings no interface; null for nobody.
+    static void setDefaultResourcePromptingInterface(
+        std::unique_ptr<ResourcePromptingInterface> prompting);
+
+    /// One handler per resource as long as somebody holds it. With a text, the text itself is what
+    /// is looked up, so give the key form to share a handler.
+    static Result<QSharedPointer<ResourceHandler>> getHandler(
+        const QSharedPointer<ResourceReference> &reference);
+    static Result<QSharedPointer<ResourceHandler>> getHandler(const QString &reference);
+    /// In the order of the references, repeats included. The first failure is returned.
+    static Result<Handlers> getHandlers(const References &references);
+    static Result<Handlers> getHandlers(const QList<QString> &references);
+    static Result<HandlersByReference> getHandlersWithReferences(const References &references);
+
+    /// Brings resources here and waits for that. Handlers in mode Prompt are asked about first:
+    /// `prompting`, which is borrowed, or the default interface. Code 20 if the answer is no, code
+    /// 1 if a resource cannot be fetched. What was fetched before a failure stays in the cache.
+    static Error retrieve(ResourceHandler *handler,
+                          ResourcePromptingInterface *prompting = nullptr);
+    static Error retrieve(const QSharedPointer<ResourceHandler> &handler,
+                          ResourcePromptingInterface *prompting = nullptr);
+    static Error retrieve(const QList<ResourceHandler *> &handlers,
+                          ResourcePromptingInterface *prompting = nullptr);
+    static Error retrieve(const Handlers &handlers,
+                          ResourcePromptingInterface *prompting = nullptr);
+    /// The same for references. A mode stays on the handler after the call.
+    static Result<QSharedPointer<ResourceHandler>> retrieve(
+        const QSharedPointer<ResourceReference> &reference,
+        std::optional<ResourceHandler::RetrieveMode> mode = std::nullopt);
+    static Result<Handlers> retrieve(const References &references,
+                                     std::optional<ResourceHandler::RetrieveMode> mode
+                                     = std::nullopt);
+    static Result<HandlersByReference> retrieveWithReferences(
+        const References &references,
+        std::optional<ResourceHandler::RetrieveMode> mode = std::nullopt);
+
+    static Result<std::unique_ptr<Task>> retrieveAsync(
+        const QSharedPointer<ResourceHandler> &handler, ResourceHandler::AsyncProcessingType type,
+        ResourcePromptingInterface *prompting = nullptr);
+    /// One subtask per resource that is missing and was not left out by the answer.
+    static Result<std::unique_ptr<GroupTask>> retrieveAsync(
+        const Handlers &handlers, ResourceHandler::AsyncProcessingType type,
+        ResourcePromptingInterface *prompting = nullptr);
+
+    /// Whether all of the resources exist and may be read. Answers are remembered for 30 minutes,
+    /// but for those of scheme File.
+    static Result<bool> exists(const ResourceHandler *handler);
+    static Result<bool> exists(const QSharedPointer<ResourceHandler> &handler);
+    /// The list must not be empty.
+    static Result<bool> exists(const QList<ResourceHandler *> &handlers);
+    static Result<bool> exists(const Handlers &handlers);
+    /// Reads the answer of a finished group of existsAsync(); code 1 if it is unfinished.
+    static Result<bool> exists(GroupTask *group);
+    static QCoro::Task<Result<bool>> co_exists(const ResourceHandler *handler);
+    static Result<std::unique_ptr<Task>> existsAsync(const QSharedPointer<ResourceHandler> &handler,
+                                                     ResourceHandler::AsyncProcessingType type);
+    static Result<std::unique_ptr<GroupTask>> existsAsync(
+        const Handlers &handlers, ResourceHandler::AsyncProcessingType type);
+    /// Forgets the answers for a scheme, for a host that knows that its store changed. Scheme 0
+    /// stands for references that cannot be parsed any more.
+    static void invalidateCachedRequestsValues(ResourceReference::Scheme scheme);
+
+    static Result<QSharedPointer<ResourceMetadata>> retrieveMetadata(
+        const ResourceHandler *handler);
+    static Result<QSharedPointer<ResourceMetadata>> retrieveMetadata(
+        const QSharedPointer<ResourceHandler> &handler);
+    static Result<QSharedPointer<ResourceMetadata>> retrieveMetadata(
+        const QSharedPointer<ResourceReference> &reference);
+    static Result<std::unique_ptr<Task>> retrieveMetadataAsync(
+        const QSharedPointer<ResourceHandler> &handler, ResourceHandler::AsyncProcessingType type);
+
+    /// Removes all resources whose reference declares a newer major version than what is here. The
+    /// task form has taken the cache's semaphore already and keeps it until the task is gone.
+    static Error purgeOutdatedResources();
+    static Result<std::unique_ptr<Task>> purgeOutdatedResourcesTask();
+    /// Bytes, as the settings say.
+    static Result<qint64> maxCacheSize();
+    static Result<qint64> optimalCacheSize();
+    static ResourceCleanupPolicy cleanupPolicyRestriction();
+    static void setCleanupPolicyRestriction(const ResourceCleanupPolicy &policy);
+
+Q_SIGNALS:
+    /// The settings name another base directory. Sent before the cache moves there.
+    void cachePathChanged(const ResourceCachePath &path);
+
+protected:
+    /// For subclasses; everybody else has instance(). Reads the settings file if none are given.
+    explicit ResourceManager(const std::optional<ResourceManagerSettings> &settings);
+
+    /// Closes the cache if it is open, and opens it at the path, whose base directory it makes.
+    Error openCache(const ResourceCachePath &path, const ResourceCacheSizes &sizes);
+
+private:
+    friend class ResourceHandler;
+    class Private;
+
+    static Result<std::unique_ptr<Task>> retrieveAsync(ResourceHandler *handler,
+                                                       ResourceHandler::AsyncProcessingType type,
+                                                       ResourcePromptingInterface *prompting);
+    static Result<std::unique_ptr<Task>> existsAsync(const ResourceHandler *handler,
+                                                     ResourceHandler::AsyncProcessingType type);
+    static Result<std::unique_ptr<Task>> retrieveMetadataAsync(
+        const ResourceHandler *handler, ResourceHandler::AsyncProcessingType type);
+
+    const std::unique_ptr<Private> d;
+};
+
+} // namespace zel
