@@ -1,0 +1,23 @@
+#pragma once
+
+#include "errors/Result.h"
+
+#include <QCoreApplication>
+
+namespace zel {
+
+/// What the volumes of the machine have to offer. A path that does not exist yet is judged by the
+/// nearest folder around it that does. Failures have code 1 and name the path.
+class ZEL_RESOURCE_MANAGER_EXPORT FreeSpace
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::FreeSpace)
+
+public:
+    /// Bytes that this user may still write on the volume of the path.
+    static Result<qint64> availableBytes(const QString &path);
+
+    /// Whether both paths lie on one volume, so that renaming one to the other moves no data.
+    static Result<bool> isSameVolume(const QString &path, const QString &other);
+};
+
+} // namespace zel
