@@ -1,0 +1,136 @@
+#pragma once
+
+#include "errors/Cancelable.h"
+#include "errors/Propagate.h"
+
+#include <QObject>
+#include <QVariant>
+
+#include <memory>
+
+namespace QCoro::detail {
+class ZelTaskWaitForFinishedOperation;
+}
+
+namespace zel {
+
+class TaskState;
+
+/// Anything that takes time: it is started once, reports progress, ends once with an Error and
+/// keeps a result.
+///
+/// From idle through running to finished; a task may also end without having run. What happens at
+/// the end, in this order: the outcome is stored, doFinish(), finalize(), isFinished() turns true,
+/// finished() is emitted, then those who wait are woken. All but the last happens on the thread
+/// that calls finish(): for asynchronous work that is its worker, so a slot that touches data of
+/// another thread is connected with Qt::AutoConnection.
+///
+/// Threads: a QObject that lives on the thread that made it, or to which it was moved. The members
+/// of this class may be called on any thread, but for variantResult(), setVariantResult() and the
+/// templates on top of them: write the result before the end and read it after.
+/// Ownership: the maker owns the task and keeps it until it has finished. An idle task may be
+/// destroyed, as may a finished one as soon as a wait for it returns or in a slot of finished().
+class ZEL_RESOURCE_MANAGER_EXPORT BaseTask : public QObject, public ErrorCancelable
+{
+    Q_OBJECT
+
+public:
+    explicit BaseTask(QObject *parent = nullptr);
+    /// Whoever still waits for an unfinished task gets code 20.
+    ~BaseTask() override;
+
+    virtual void setName(const QString &name);
+    /// Asks the work to hold on; work that can do so asks isPaused() now and then.
+    virtual void pause();
+    virtual void resume();
+    QString name() const;
+    bool isPaused() const;
+
+    bool isIdle() const; ///< not started, and not ended without a start
+    bool isRunning() const; ///< started and not ended; still true in doFinish() and finalize()
+    bool isFinished() const; ///< ended, well or not
+    bool isSuccessful() const; ///< ended without an error
+
+    /// Sets the flag of isCanceled(). An idle task ends with code 20, a running one decides itself.
+    void cancel() override;
+    /// Marks an idle task as running and emits started(); without effect on any other.
+    void setRunning();
+    /// Ends the task. A failure of doFinish() counts if the outcome is a success. Only the first
+    /// call counts; a task that was never started may be ended too.
+    void finish(const Error &outcome);
+    /// With true, the task deletes itself after its end, by way of its thread's event loop.
+    void setDeleteOnFinished(bool deleteOnFinished);
+
+    /// Stores and signals progress: `value` out of `maximum`, in a unit of the task's choice.
+    void setProgress(int value, int maximum);
+    void setProgressText(const QString &text);
+    int progressValue() const;
+    int progressMaximum() const;
+    QString progressText() const;
+
+    void setVariantResult(const QVariant &result);
+    const QVariant &variantResult() const;
+
+    template<typename T>
+    void setResult(const T &value)
+    {
+        setVariantResult(QVariant::fromValue(value));
+    }
+
+    /// The value that setResult<T>() stored. Code 1 before the end and without a value, code 2 for
+    /// a value of another type; a failed task gives its own error.
+    template<typename T>
+    Result<T> result() const
+    {
+        if (!isSuccessful()) {
+            if (isFinished())
+                return error();
+            return ZEL_ERROR(ErrorCode::OperationFailed,
+                             tr("Unable to get data before task is finished."));
+        }
+        const QVariant &stored = variantResult();
+        if (!stored.isValid())
+            return ZEL_ERROR(ErrorCode::OperationFailed, tr("Return value is not set."));
+        if (stored.userType() != qMetaTypeId<T>())
+            return ZEL_ERROR(ErrorCode::BadArgument, tr("Return type does not match."));
+        return stored.value<T>();
+    }
+
+    /// Blocks the caller until the task has ended, and all subtasks of a group with it; the events
+    /// of the calling thread are delivered meanwhile. `msecs` limits the time, -1 does not. The
+    /// task may be destroyed during the wait.
+    ///
+    /// Returns the task's error; code 20 if it was destroyed unfinished, code 1 if the time ran out
+    /// or if there is no QCoreApplication, without which no event loop runs. Nobody starts the task
+    /// here. Called by the work of a task in a queue, it lends that task's place to the others.
+    Error waitForAllFinished(int msecs);
+
+Q_SIGNALS:
+    void started();
+    void finished();
+    void progressInitiated(int maximum);
+    void progress(int value, int maximum);
+    void progressTextChanged(const QString &text);
+
+protected:
+    /// Last step after the work, on success and on failure, before finished(). A subclass releases
+    /// here what it held, and calls the base.
+    virtual void finalize();
+    /// Work done at the time of finishing. A subclass calls the base first; its failure becomes the
+    /// task's unless that has failed already.
+    virtual Error doFinish();
+
+private:
+    friend class GroupTask;
+    friend class Task;
+    friend class TasksQueue;
+    friend class QCoro::detail::ZelTaskWaitForFinishedOperation;
+
+    void endIdle(const Error &outcome);
+    void complete(const Error &outcome);
+
+    class Private;
+    std::unique_ptr<Private> d;
+};
+
+} // namespace zel
