@@ -1,0 +1,255 @@
+#include "CommandLine.h"
+
+#include "Text.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <array>
+#include <sstream>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr auto programExamples = R"(Examples:
+  zelcache get https://data.example.org/runs/run1.raw
+  zelcache status
+  zelcache get --help
+
+Exit codes:
+  0 success            6 integrity violated            20 refused or canceled
+  1 failed             7 no space left                 21 feature lacking
+  2 usage, reference   8 the cache cannot be opened   130 interrupted
+  3 the answer is no   4, 5 data, container           143 terminated)";
+
+constexpr auto getExamples
+    = R"(Prints one local path a line, in the order of the references. A reference that
+cannot be had prints nothing; the others are still fetched.
+
+Examples:
+  zelcache get https://data.example.org/runs/run1.raw
+  zelcache get -f references.txt --no-progress
+  zelcache get --json share://server/runs/run1.d | jq -r '.results[].path'
+  ls *.txt | zelcache get -f -)";
+
+constexpr auto existsExamples
+    = R"(Prints "yes" or "no" and the reference, one line each. The exit code is 3 if the
+answer is no for any of them.
+
+Examples:
+  zelcache exists https://data.example.org/runs/run1.raw
+  zelcache -q exists share://server/runs/run1.d && echo there)";
+
+constexpr auto infoExamples = R"(Tells what a reference leads to and what the cache holds of it.
+
+Examples:
+  zelcache info https://data.example.org/runs/run1.raw
+  zelcache info --json share://server/runs/run1.d)";
+
+constexpr auto pathExamples
+    = R"(Prints where the resource lies or would lie, without fetching it. The exit code
+is 3 if it is not there yet.
+
+Examples:
+  zelcache path https://data.example.org/runs/run1.raw)";
+
+constexpr auto addExamples
+    = R"(Copies a local file or folder into the cache as the resource of that reference
+and prints where it lies now.
+
+Examples:
+  zelcache add https://data.example.org/runs/run1.raw ./run1.raw)";
+
+constexpr auto listExamples
+    = R"(Lists the resources that the cache knows. Waits for nobody: it works while other
+programs use the cache, and changes nothing.
+
+Examples:
+  zelcache list
+  zelcache list --json | jq '.resources[] | select(.status == "Ready")')";
+
+constexpr auto statusExamples
+    = R"(Shows where the cache lies, how full it is, who uses it and what is being
+fetched. Waits for nobody and changes nothing.
+
+Examples:
+  zelcache status
+  zelcache --cache /data/cache status --json)";
+
+/// What CLI11 fills in; its own texts are bytes.
+struct RawOptions
+{
+    std::vector<std::string> references;
+    std::string reference;
+    std::string listFile;
+    std::string source;
+    std::string cacheDir;
+    std::string traceFile;
+};
+
+class Parser
+{
+public:
+    Parser();
+    Parser(const Parser &) = delete;
+    Parser &operator=(const Parser &) = delete;
+
+    ParseOutcome parse(const QStringList &arguments);
+
+private:
+    void addCommonOptions();
+    void addCommands();
+    CLI::App *addCommand(Options::Command command, const char *description, const char *examples);
+    void addReference(CLI::App *command);
+    void addReferences(CLI::App *command, bool required);
+    Options gathered() const;
+    ParseOutcome stopped(const CLI::ParseError &reason);
+
+    CLI::App app {
+        "Fetches remote resources into the cache that all programs of this machine share "
+        "and tells where they lie."
+    };
+    RawOptions raw;
+    Options options;
+};
+
+constexpr auto notEmpty = "a name";
+
+std::string checkNotEmpty(std::string &text)
+{
+    return text.empty() ? std::string("an empty name is not possible") : std::string();
+}
+
+Parser::Parser()
+{
+    app.name("zelcache");
+    app.require_subcommand(1);
+    app.fallthrough(); // common options may stand behind the command too
+    app.set_version_flag("--version", "zelcache " ZELCACHE_VERSION);
+    app.footer(programExamples);
+    app.get_formatter()->column_width(28);
+    addCommonOptions();
+    addCommands();
+}
+
+void Parser::addCommonOptions()
+{
+    const CLI::Validator name(checkNotEmpty, notEmpty);
+    app.add_option("--cache", raw.cacheDir, "Use the cache in this base directory")
+        ->type_name("DIR")
+        ->check(name);
+    app.add_flag("--json", options.json, "Print the answer as JSON");
+    auto *quiet = app.add_flag("-q,--quiet", options.quiet, "Print nothing but answers and errors");
+    app.add_flag("-v,--verbose", options.verbosity, "Tell what is done; twice: log everything")
+        ->excludes(quiet);
+    app.add_flag("--no-progress", options.noProgress, "Show no progress bar");
+    app.add_flag("--prompt", options.prompt, "Ask before anything is fetched");
+    app.add_flag("-y,--yes", options.yes, "Answer yes to every prompt");
+    app.add_option("--trace", raw.traceFile, "Write spans of all retrievals to this file")
+        ->type_name("FILE")
+        ->check(name);
+}
+
+void Parser::addCommands()
+{
+    using Command = Options::Command;
+    auto *get = addCommand(Command::Get, "Fetch resources and print their paths", getExamples);
+    addReferences(get, false);
+    get->add_option("-f,--file", raw.listFile,
+                    "Read further references from this file, one a line; - for standard input")
+        ->type_name("LIST")
+        ->check(CLI::Validator(checkNotEmpty, notEmpty));
+    addReferences(addCommand(Command::Exists, "Ask whether resources exist", existsExamples), true);
+    addReference(addCommand(Command::Info, "Describe a resource", infoExamples));
+    addReference(addCommand(Command::Path, "Print the local path of a resource", pathExamples));
+    auto *add = addCommand(Command::Add, "Put a local copy into the cache", addExamples);
+    addReference(add);
+    add->add_option("SOURCE", raw.source, "The file or folder to copy")->required();
+    addCommand(Command::List, "List what the cache knows", listExamples);
+    addCommand(Command::Status, "Show the state of the cache", statusExamples);
+}
+
+CLI::App *Parser::addCommand(Options::Command command, const char *description,
+                             const char *examples)
+{
+    auto *subcommand = app.add_subcommand(commandName(command).toStdString(), description);
+    subcommand->footer(examples);
+    subcommand->final_callback([this, command] { options.command = command; });
+    return subcommand;
+}
+
+void Parser::addReference(CLI::App *command)
+{
+    command->add_option("REF", raw.reference, "The resource's reference")->required();
+}
+
+void Parser::addReferences(CLI::App *command, bool required)
+{
+    command->add_option("REF", raw.references, "References of resources")->required(required);
+}
+
+Options Parser::gathered() const
+{
+    Options all = options;
+    for (const std::string &reference : raw.references)
+        all.references.append(QString::fromStdString(reference));
+    if (!raw.reference.empty())
+        all.references.append(QString::fromStdString(raw.reference));
+    all.listFile = QString::fromStdString(raw.listFile);
+    all.source = QString::fromStdString(raw.source);
+    all.cacheDir = QString::fromStdString(raw.cacheDir);
+    all.traceFile = QString::fromStdString(raw.traceFile);
+    return all;
+}
+
+ParseOutcome mistake(const QString &text)
+{
+    const QString shown = u"zelcache: %1\nRun \"zelcache --help\" for the usage.\n"_s;
+    return { std::nullopt, shown.arg(escaped(text)), ExitCode::BadArgument };
+}
+
+ParseOutcome Parser::stopped(const CLI::ParseError &reason)
+{
+    std::ostringstream text;
+    std::ostringstream complaint;
+    if (app.exit(reason, text, complaint) == 0)
+        return { std::nullopt, QString::fromStdString(text.str()), ExitCode::Success };
+    return mistake(QString::fromUtf8(reason.what()));
+}
+
+ParseOutcome Parser::parse(const QStringList &arguments)
+{
+    std::vector<std::string> words;
+    for (const QString &argument : arguments)
+        words.push_back(argument.toStdString());
+    // The last word first: that is how this form of parse() takes them.
+    std::reverse(words.begin(), words.end());
+    try {
+        app.parse(words);
+    } catch (const CLI::ParseError &reason) {
+        return stopped(reason);
+    }
+    Options all = gathered();
+    if (all.command == Options::Command::Get && all.references.isEmpty() && all.listFile.isEmpty())
+        return mistake(u"get needs a reference or a list of them"_s);
+    return { std::move(all), {}, ExitCode::Success };
+}
+
+} // namespace
+
+ParseOutcome parseCommandLine(const QStringList &arguments)
+{
+    return Parser().parse(arguments);
+}
+
+QString commandName(Options::Command command)
+{
+    static constexpr std::array<QStringView, 7> names { u"get", u"exists", u"info",  u"path",
+                                                        u"add", u"list",   u"status" };
+    return names.at(std::size_t(command)).toString();
+}
+
+} // namespace zel::cli

@@ -1,0 +1,43 @@
+#include "Json.h"
+
+#include "Text.h"
+
+#include <QJsonDocument>
+
+namespace zel::cli::json {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int schemaVersion = 1;
+
+} // namespace
+
+QJsonObject answer(const QString &command)
+{
+    return { { u"schema"_s, schemaVersion }, { u"command"_s, command } };
+}
+
+QJsonObject error(const Error &error)
+{
+    return { { u"code"_s, int(error.errorCode()) }, { u"message"_s, error.errorMessage() } };
+}
+
+QJsonObject entry(const QString &reference, const QString &path)
+{
+    return { { u"reference"_s, reference }, { u"path"_s, path } };
+}
+
+QJsonObject entry(const QString &reference, const Error &error)
+{
+    return { { u"reference"_s, reference }, { u"error"_s, json::error(error) } };
+}
+
+QString text(const QJsonObject &object)
+{
+    const QByteArray compact = QJsonDocument(object).toJson(QJsonDocument::Compact);
+    return escapedInJson(QString::fromUtf8(compact));
+}
+
+} // namespace zel::cli::json

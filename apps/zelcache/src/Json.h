@@ -1,0 +1,27 @@
+#pragma once
+
+#include "errors/Error.h"
+
+#include <QJsonObject>
+#include <QString>
+
+namespace zel::cli {
+
+/// The parts that all JSON answers are made of. Every answer is one object with "schema", the
+/// version of its shape, and "command"; names are only ever added within a version.
+namespace json {
+
+QJsonObject answer(const QString &command);
+
+/// {"code": 1, "message": "..."}
+QJsonObject error(const Error &error);
+
+/// One resource that could be had, or the failure that stands in its place.
+QJsonObject entry(const QString &reference, const QString &path);
+QJsonObject entry(const QString &reference, const Error &error);
+
+/// One line, without anything that could steer a terminal.
+QString text(const QJsonObject &object);
+
+} // namespace json
+} // namespace zel::cli

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "ProgressBar.h"
+
+#include <QJsonObject>
+#include <QString>
+
+namespace zel::cli {
+
+/// The program's two streams: answers go to standard output, everything said beside them to
+/// standard error. Text that meets a terminal is escaped; in a pipe or a file a path stays as it
+/// is.
+///
+/// Writes go straight to the descriptors, so that nothing is lost when a signal ends the program.
+/// The bar is kept out of the way of every other line. One thread only.
+class Output
+{
+public:
+    struct Manner
+    {
+        bool quiet = false;
+        int verbosity = 0;
+        bool showProgress = true; ///< a bar, if standard error is a terminal that can draw one
+        int answerDescriptor = 1;
+        int messageDescriptor = 2;
+    };
+
+    explicit Output(const Manner &manner);
+    ~Output();
+    Output(const Output &) = delete;
+    Output &operator=(const Output &) = delete;
+
+    /// One line of the answer.
+    void answer(const QString &line);
+    void answer(const QJsonObject &object);
+
+    void error(const QString &message);
+    void warning(const QString &message); ///< not shown if quiet
+    void note(const QString &message); ///< shown if verbose
+    /// A question to somebody who sits at the terminal; its answer is typed behind it.
+    void question(const QString &text);
+
+    bool drawsProgress() const { return progress; }
+    void showProgress(const ProgressState &state);
+    void clearProgress();
+
+    /// The errno of the first write of an answer that did not work out, else 0. After it answers
+    /// are swallowed.
+    int answerFailure() const { return answerErrno; }
+
+private:
+    void message(const char *kind, const char *color, const QString &text);
+    void writeMessage(const QString &text);
+
+    Manner manner;
+    bool answerToTerminal = false;
+    bool messagesToTerminal = false;
+    bool colors = false;
+    bool progress = false;
+    QString shownLine;
+    int answerErrno = 0;
+};
+
+} // namespace zel::cli

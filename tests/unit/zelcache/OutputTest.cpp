@@ -1,0 +1,114 @@
+#include "Output.h"
+
+#include "Printers.h"
+
+#include <gtest/gtest.h>
+
+#include <QFile>
+#include <QJsonObject>
+#include <QTemporaryDir>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+/// Both streams are files here, as in a script.
+class OutputTest : public testing::Test
+{
+protected:
+    OutputTest()
+        : answers(directory.filePath(u"out"_s))
+        , messages(directory.filePath(u"err"_s))
+    {
+        EXPECT_TRUE(answers.open(QIODevice::ReadWrite) && messages.open(QIODevice::ReadWrite));
+    }
+
+    Output::Manner manner(bool quiet = false, int verbosity = 0)
+    {
+        Output::Manner both;
+        both.quiet = quiet;
+        both.verbosity = verbosity;
+        both.answerDescriptor = answers.handle();
+        both.messageDescriptor = messages.handle();
+        return both;
+    }
+
+    static QByteArray contentOf(const QFile &file)
+    {
+        QFile reader(file.fileName());
+        EXPECT_TRUE(reader.open(QIODevice::ReadOnly));
+        return reader.readAll();
+    }
+
+    QTemporaryDir directory;
+    QFile answers;
+    QFile messages;
+};
+
+TEST_F(OutputTest, answer_toAFile_isWrittenAsItIs)
+{
+    Output(manner()).answer(u"/a/ü\x1b.raw"_s);
+    EXPECT_EQ(contentOf(answers), "/a/ü\x1b.raw\n");
+    EXPECT_EQ(contentOf(messages), "");
+}
+
+TEST_F(OutputTest, answer_ofJson_isOneLine)
+{
+    Output(manner()).answer(QJsonObject { { u"a"_s, 1 } });
+    EXPECT_EQ(contentOf(answers), "{\"a\":1}\n");
+}
+
+TEST_F(OutputTest, messages_always_goToTheOtherStreamWithoutColors)
+{
+    Output output(manner());
+    output.error(u"broken\x1b"_s);
+    output.warning(u"odd"_s);
+    EXPECT_EQ(contentOf(messages), "zelcache: error: broken\\x1b\nzelcache: warning: odd\n");
+    EXPECT_EQ(contentOf(answers), "");
+}
+
+TEST_F(OutputTest, error_ofSeveralLines_isPrefixedOnEach)
+{
+    Output(manner()).error(u"first\nsecond"_s);
+    EXPECT_EQ(contentOf(messages), "zelcache: error: first\nzelcache: error: second\n");
+}
+
+TEST_F(OutputTest, warning_quiet_isLeftOut)
+{
+    Output output(manner(true));
+    output.warning(u"odd"_s);
+    output.error(u"broken"_s);
+    EXPECT_EQ(contentOf(messages), "zelcache: error: broken\n");
+}
+
+TEST_F(OutputTest, note_onlyVerbose_isShown)
+{
+    Output(manner()).note(u"quietly"_s);
+    EXPECT_EQ(contentOf(messages), "");
+    Output(manner(false, 1)).note(u"aloud"_s);
+    EXPECT_EQ(contentOf(messages), "zelcache: aloud\n");
+}
+
+TEST_F(OutputTest, showProgress_noTerminal_drawsNothing)
+{
+    Output output(manner());
+    EXPECT_FALSE(output.drawsProgress());
+    output.showProgress({});
+    EXPECT_EQ(contentOf(messages), "");
+}
+
+TEST_F(OutputTest, answer_deviceFull_isReportedAndNotTriedAgain)
+{
+    Output::Manner full = manner();
+    full.answerDescriptor = ::open("/dev/full", O_WRONLY | O_CLOEXEC);
+    ASSERT_GE(full.answerDescriptor, 0);
+    Output output(full);
+    output.answer(u"/a"_s);
+    EXPECT_EQ(output.answerFailure(), ENOSPC);
+    ::close(full.answerDescriptor);
+}
+
+} // namespace zel::cli
