@@ -1,0 +1,62 @@
+#include "references/SchemeRegistry.h"
+
+#include <algorithm>
+
+namespace zel {
+
+SchemeRegistry &SchemeRegistry::instance()
+{
+    static SchemeRegistry *const registry = new SchemeRegistry;
+    return *registry;
+}
+
+bool SchemeRegistry::insert(const Description &description)
+{
+    const QWriteLocker locker(&lock);
+    const bool isTaken = std::any_of(
+        description.prefixes.begin(), description.prefixes.end(), [&](const QString &prefix) {
+            return schemesByPrefix.value(prefix, description.scheme) != description.scheme;
+        });
+    if (isTaken)
+        return false;
+
+    schemesByPrefix.removeIf(
+        [&](const auto &entry) { return entry.value() == description.scheme; });
+    for (const QString &prefix : description.prefixes)
+        schemesByPrefix.insert(prefix, description.scheme);
+    descriptions.insert(description.scheme, description);
+    return true;
+}
+
+void SchemeRegistry::remove(ResourceReference::Scheme scheme)
+{
+    const QWriteLocker locker(&lock);
+    schemesByPrefix.removeIf([&](const auto &entry) { return entry.value() == scheme; });
+    descriptions.remove(scheme);
+}
+
+std::optional<SchemeRegistry::Description> SchemeRegistry::find(
+    ResourceReference::Scheme scheme) const
+{
+    const QReadLocker locker(&lock);
+    const auto found = descriptions.constFind(scheme);
+    return found == descriptions.cend() ? std::nullopt : std::optional(*found);
+}
+
+std::optional<SchemeRegistry::Description> SchemeRegistry::findByPrefix(const QString &prefix) const
+{
+    const QReadLocker locker(&lock);
+    const auto scheme = schemesByPrefix.constFind(prefix);
+    return scheme == schemesByPrefix.cend() ? std::nullopt
+                                            : std::optional(descriptions.value(*scheme));
+}
+
+QStringList SchemeRegistry::prefixes() const
+{
+    const QReadLocker locker(&lock);
+    QStringList known = schemesByPrefix.keys();
+    known.sort();
+    return known;
+}
+
+} // namespace zel

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "references/ResourceReference.h"
+
+#include <QHash>
+#include <QReadWriteLock>
+
+namespace zel {
+
+/// The schemes that programs have made known. One for the process, which never dies, since
+/// references are made and asked until the very end. Every member may be called on any thread.
+class SchemeRegistry
+{
+public:
+    using Description = ResourceReference::SchemeDescription;
+
+    static SchemeRegistry &instance();
+
+    /// False if another scheme has one of the prefixes; nothing is changed then. Prefixes are in
+    /// lower case.
+    bool insert(const Description &description);
+    void remove(ResourceReference::Scheme scheme);
+
+    std::optional<Description> find(ResourceReference::Scheme scheme) const;
+    std::optional<Description> findByPrefix(const QString &prefix) const;
+    /// All prefixes, sorted.
+    QStringList prefixes() const;
+
+private:
+    SchemeRegistry() = default;
+
+    mutable QReadWriteLock lock;
+    QHash<ResourceReference::Scheme, Description> descriptions;
+    QHash<QString, ResourceReference::Scheme> schemesByPrefix;
+};
+
+} // namespace zel
