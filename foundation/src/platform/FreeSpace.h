@@ -13,7 +13,8 @@ class ZEL_RESOURCE_MANAGER_EXPORT FreeSpace
     Q_DECLARE_TR_FUNCTIONS(zel::FreeSpace)
 
 public:
-    /// Bytes that this user may still write on the volume of the path.
+    /// Bytes that this user may still write on the volume of the path. A volume that tells no size,
+    /// as some remote ones do, counts as endless.
     static Result<qint64> availableBytes(const QString &path);
 
     /// Whether both paths lie on one volume, so that renaming one to the other moves no data.

@@ -28,8 +28,8 @@ class ZEL_RESOURCE_MANAGER_EXPORT TreeCopy
     Q_DECLARE_TR_FUNCTIONS(zel::TreeCopy)
 
 public:
-    /// Told the bytes copied so far, after each piece of a few megabytes, each file and each
-    /// folder; false ends the copy with code 20.
+    /// Told the bytes copied so far, before each entry and after each piece of a few megabytes;
+    /// false ends the copy with code 20.
     using Progress = std::function<bool(qint64 copiedBytes)>;
 
     struct Options

@@ -37,6 +37,10 @@ protected:
     virtual void saveInternal(QSettings *settings) const = 0;
     virtual void loadInternal(QSettings *settings) = 0;
     virtual QString settingsFilePath() const = 0;
+
+private:
+    Error writeChecked(const QString &path, const QString &workPath, const QString &readPath) const;
+    static Error saveFailure(const QString &path);
 };
 
 } // namespace zel

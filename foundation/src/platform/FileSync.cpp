@@ -1,0 +1,125 @@
+#include "platform/FileSync.h"
+
+#include "errors/Propagate.h"
+#include "platform/PosixFile.h"
+
+#include <QFile>
+
+#include <cstdio>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace zel {
+
+using namespace posix;
+
+namespace {
+
+int syncNow(int file)
+{
+    return retried([&] { return ::fsync(file); }) == 0 ? 0 : errno;
+}
+
+int syncFolderAt(const QByteArray &path)
+{
+    const Descriptor folder = openAt(AT_FDCWD, path, O_RDONLY | O_DIRECTORY);
+    return folder.isOpen() ? syncFolder(folder.get()) : errno;
+}
+
+/// Fills the new file completely; it then has the rights of the file that it is to replace.
+int fill(Descriptor *file, int folder, const QByteArray &finalName, const QByteArray &content)
+{
+    struct stat former;
+    if (::fstatat(folder, finalName.constData(), &former, AT_SYMLINK_NOFOLLOW) == 0
+        && S_ISREG(former.st_mode) && ::fchmod(file->get(), former.st_mode & 0777) != 0)
+        return errno;
+    const auto size = static_cast<size_t>(content.size());
+    if (const int error = writeAll(file->get(), content.constData(), size))
+        return error;
+    if (const int error = syncNow(file->get()))
+        return error;
+    return file->close();
+}
+
+int replaceAt(int folder, const QByteArray &name, const QByteArray &content)
+{
+    const QByteArray workName = workingName();
+    Descriptor file = openAt(folder, workName, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0666);
+    if (!file.isOpen())
+        return errno;
+    int error = fill(&file, folder, name, content);
+    if (error == 0 && ::renameat(folder, workName.constData(), folder, name.constData()) != 0)
+        error = errno;
+    if (error != 0) {
+        ::unlinkat(folder, workName.constData(), 0);
+        return error;
+    }
+    return syncFolder(folder);
+}
+
+} // namespace
+
+Error FileSync::syncFile(QFileDevice &file)
+{
+    if (!file.flush()) {
+        return ZEL_ERROR(ErrorCode::OperationFailed,
+                         tr("Writing \"%1\" failed: %2").arg(file.fileName(), file.errorString()));
+    }
+    if (const int error = syncNow(file.handle())) {
+        return ZEL_ERROR(
+            ErrorCode::OperationFailed,
+            tr("Writing \"%1\" failed: %2").arg(file.fileName(), qt_error_string(error)));
+    }
+    return {};
+}
+
+Error FileSync::syncFile(const QString &path)
+{
+    const Descriptor file = openAt(AT_FDCWD, QFile::encodeName(path), O_RDONLY);
+    if (const int error = file.isOpen() ? syncNow(file.get()) : errno) {
+        return ZEL_ERROR(ErrorCode::OperationFailed,
+                         tr("Writing \"%1\" failed: %2").arg(path, qt_error_string(error)));
+    }
+    return {};
+}
+
+Error FileSync::syncDirectory(const QString &path)
+{
+    if (const int error = syncFolderAt(QFile::encodeName(path))) {
+        return ZEL_ERROR(
+            ErrorCode::OperationFailed,
+            tr("Writing the folder \"%1\" failed: %2").arg(path, qt_error_string(error)));
+    }
+    return {};
+}
+
+Error FileSync::replaceContent(const QString &path, const QByteArray &content)
+{
+    const auto [folderPath, name] = splitPath(QFile::encodeName(path));
+    const Descriptor folder = openAt(AT_FDCWD, folderPath, O_RDONLY | O_DIRECTORY);
+    if (const int error = folder.isOpen() ? replaceAt(folder.get(), name, content) : errno) {
+        return ZEL_ERROR(ErrorCode::OperationFailed,
+                         tr("Writing \"%1\" failed: %2").arg(path, qt_error_string(error)));
+    }
+    return {};
+}
+
+Error FileSync::renameDurably(const QString &from, const QString &to)
+{
+    const QByteArray source = QFile::encodeName(from);
+    const QByteArray target = QFile::encodeName(to);
+    int error = ::rename(source.constData(), target.constData()) == 0 ? 0 : errno;
+    if (error == 0)
+        error = syncFolderAt(splitPath(target).first);
+    if (error == 0)
+        error = syncFolderAt(splitPath(source).first);
+    if (error != 0) {
+        return ZEL_ERROR(
+            ErrorCode::OperationFailed,
+            tr("Renaming \"%1\" to \"%2\" failed: %3").arg(from, to, qt_error_string(error)));
+    }
+    return {};
+}
+
+} // namespace zel

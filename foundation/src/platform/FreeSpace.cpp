@@ -1,0 +1,75 @@
+#include "platform/FreeSpace.h"
+
+#include "errors/Propagate.h"
+#include "platform/PosixFile.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <limits>
+
+#include <sys/statvfs.h>
+
+namespace zel {
+
+using namespace posix;
+
+namespace {
+
+/// Tries the call on the path, then on each folder around it, as long as there is nothing yet.
+/// 0 or errno.
+int callOnNearest(const QString &path, const std::function<int(const char *)> &call)
+{
+    if (path.isEmpty())
+        return ENOENT;
+    QString place = QDir::cleanPath(QFileInfo(path).absoluteFilePath());
+    while (retried([&] { return call(QFile::encodeName(place).constData()); }) != 0) {
+        const QString above = QFileInfo(place).path();
+        if ((errno != ENOENT && errno != ENOTDIR) || above == place)
+            return errno;
+        place = above;
+    }
+    return 0;
+}
+
+} // namespace
+
+Result<qint64> FreeSpace::availableBytes(const QString &path)
+{
+    struct statvfs volume;
+    const int error
+        = callOnNearest(path, [&](const char *place) { return ::statvfs(place, &volume); });
+    if (error != 0) {
+        return ZEL_ERROR(
+            ErrorCode::OperationFailed,
+            tr("The free space at \"%1\" cannot be read: %2").arg(path, qt_error_string(error)));
+    }
+    constexpr qint64 most = std::numeric_limits<qint64>::max();
+    // A volume that tells no size at all, as some remote ones do, is not a full one.
+    if (volume.f_blocks == 0 || volume.f_frsize == 0)
+        return most;
+    const quint64 blocks = volume.f_bavail;
+    if (blocks > static_cast<quint64>(most) / volume.f_frsize)
+        return most;
+    return static_cast<qint64>(blocks * volume.f_frsize);
+}
+
+Result<bool> FreeSpace::isSameVolume(const QString &path, const QString &other)
+{
+    struct stat statuses[2];
+    const QString paths[] = { path, other };
+    for (int i = 0; i < 2; ++i) {
+        struct stat *status = &statuses[i];
+        const int error
+            = callOnNearest(paths[i], [&](const char *place) { return ::stat(place, status); });
+        if (error != 0) {
+            return ZEL_ERROR(ErrorCode::OperationFailed,
+                             tr("The volume of \"%1\" cannot be read: %2")
+                                 .arg(paths[i], qt_error_string(error)));
+        }
+    }
+    return statuses[0].st_dev == statuses[1].st_dev;
+}
+
+} // namespace zel

@@ -1,0 +1,112 @@
+#include "platform/PosixFile.h"
+
+#include <QFile>
+#include <QRandomGenerator>
+
+#include <memory>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace zel::posix {
+
+int Descriptor::close()
+{
+    // Not repeated after an interruption: the number is free by then and may be another file's.
+    const int open = std::exchange(number, -1);
+    return open >= 0 && ::close(open) != 0 && errno != EINTR ? errno : 0;
+}
+
+Descriptor openAt(int folder, const QByteArray &name, int flags, mode_t mode)
+{
+    return Descriptor(
+        retried([&] { return ::openat(folder, name.constData(), flags | O_CLOEXEC, mode); }));
+}
+
+Descriptor openFolderAt(int folder, const QByteArray &name)
+{
+    return openAt(folder, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
+}
+
+QByteArray workingName()
+{
+    // 64 random bits never repeat in the life of a folder.
+    return ".zel-" + QByteArray::number(QRandomGenerator::system()->generate64(), 16) + ".partial";
+}
+
+unsigned char typeByLook(int folder, const QByteArray &name)
+{
+    struct stat status;
+    if (::fstatat(folder, name.constData(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+        return DT_UNKNOWN;
+    return IFTODT(status.st_mode);
+}
+
+int readEntries(int folder, std::vector<Entry> *entries)
+{
+    entries->clear();
+    Descriptor twin(::fcntl(folder, F_DUPFD_CLOEXEC, 0));
+    if (!twin.isOpen())
+        return errno;
+    const std::unique_ptr<DIR, int (*)(DIR *)> stream(::fdopendir(twin.get()), &::closedir);
+    if (!stream)
+        return errno;
+    static_cast<void>(twin.release()); // the stream closes it
+    // The twin shares its position with the original, which may have been read before.
+    ::rewinddir(stream.get());
+    while (true) {
+        errno = 0;
+        const dirent *entry = ::readdir(stream.get());
+        if (!entry)
+            return errno;
+        const QByteArray name(entry->d_name);
+        if (name == "." || name == "..")
+            continue;
+        const bool isTold = entry->d_type != DT_UNKNOWN;
+        entries->push_back({ name, isTold ? entry->d_type : typeByLook(folder, name) });
+    }
+}
+
+int writeAll(int file, const char *bytes, size_t size)
+{
+    while (size > 0) {
+        const ssize_t written = retried([&] { return ::write(file, bytes, size); });
+        if (written < 0)
+            return errno;
+        if (written == 0)
+            return ENOSPC;
+        bytes += written;
+        size -= static_cast<size_t>(written);
+    }
+    return 0;
+}
+
+int syncFolder(int folder)
+{
+    if (retried([&] { return ::fsync(folder); }) == 0)
+        return 0;
+    return errno == EINVAL || errno == ENOTSUP ? 0 : errno;
+}
+
+QByteArray joined(const QByteArray &folder, const QByteArray &name)
+{
+    return folder.endsWith('/') ? folder + name : folder + '/' + name;
+}
+
+std::pair<QByteArray, QByteArray> splitPath(QByteArray path)
+{
+    while (path.size() > 1 && path.endsWith('/'))
+        path.chop(1);
+    const qsizetype slash = path.lastIndexOf('/');
+    if (slash < 0)
+        return { ".", path };
+    return { slash == 0 ? QByteArray("/") : path.left(slash), path.mid(slash + 1) };
+}
+
+QString shown(const QByteArray &path)
+{
+    return QFile::decodeName(path);
+}
+
+} // namespace zel::posix
