@@ -199,11 +199,19 @@ protected:
 
 private:
     Error connectTo(const QString &path);
-    Error prepareFile(bool existed);
-    Error registerClient(const std::optional<qint64> &clientProcessId);
+    Error registerClient(qint64 processId);
+    Result<qint64> insertClient(QSqlQuery &query, qint64 processId);
+    Error cleanupStrayEntries();
+
+    Error deleteClient(qint64 processId);
+    Result<std::optional<std::chrono::milliseconds>> removeRowLeftBehind();
+    Result<std::optional<qint64>> selectLastPingTime(qint64 processId) const;
+    bool isFileOpenElsewhere() const;
+    void forgetRegistration();
     void disconnectFromFile();
 
-    bool hasTables() const;
+    Error prepareFile();
+    Result<bool> hasTables() const;
     Error initializeDb();
     Error updateDb();
     Error createTables(QSqlQuery &query);
@@ -211,12 +219,8 @@ private:
     Error createTriggers(QSqlQuery &query);
     Error createMissingColumns(QSqlQuery &query);
     Error insertDefaultValues(QSqlQuery &query);
-    Result<qint64> insertClient(QSqlQuery &query, qint64 processId);
-    Error cleanupStrayEntries();
-    Error deleteClient(qint64 processId);
-    Result<std::optional<qint64>> selectLastPingTime(qint64 processId) const;
-    std::optional<std::chrono::milliseconds> removeRowLeftBehind();
 
+    Error checkConnected() const;
     Error beginTransaction();
     QSqlQuery newQuery() const;
     Error updateResourceSize(QSqlQuery &query, int id, qint64 size);

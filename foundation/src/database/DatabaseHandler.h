@@ -39,7 +39,7 @@ public:
 
 private:
     Error run(const QString &sql);
-    QString savepointName() const;
+    static QString nameOf(quint64 transaction);
 
     QSqlDatabase *database;
     QList<quint64> openTransactions; ///< outermost first

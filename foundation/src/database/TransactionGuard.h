@@ -23,6 +23,8 @@ public:
     void setRollbackOnDestruction(bool shouldRollback);
 
 private:
+    void endInnermost();
+
     DatabaseHandler *handler;
     quint64 transaction;
     bool rollbackOnDestruction = false;
