@@ -14,7 +14,11 @@ namespace zel {
 class SemaphoreLocker;
 class Task;
 
-/// What ResourceCache does while the semaphore is held. No member takes it, but for the four at the
+namespace zacq {
+class Zacq;
+}
+
+/// What ResourceCache does while the semaphore is held. No member takes it, but for those at the
 /// end that say so, and none calls a public member of ResourceCache: the semaphore is not
 /// reentrant, a second take waits for ever.
 class ResourceCache::Private
@@ -64,7 +68,6 @@ public:
     // Purge
     Error purgeCacheIfNeeded(qint64 extraSize);
     Error removeOldestResources(TransactionContext *context, qint64 size);
-    Error purgeOutdatedResources();
     Result<QList<QString>> outdatedReferences() const;
     Error deleteResources(const QList<QString> &references, Task *task);
     Error removeIfNotInUse(TransactionContext *context, const QString &reference);
@@ -90,14 +93,18 @@ public:
     // Post-processing
     Error postProcess(const QString &reference, const UnknownPath &path);
     Error fixLongZacqFileName(const QString &reference, const QString path);
+    Error acceptExistingTarget(const QString &reference, const QString &path, const QString &target,
+                               const zacq::Zacq &container);
 
     // Opening, ping, the end of a use and the purge task. These take the semaphore or are given it.
     Error open(const ResourceCachePath &path, const ResourceCacheSizes &sizes);
+    void close();
     void updateSemaphoreKey(const ResourceCachePath &path);
     void startPing();
     void stopPing();
     void pingDatabase();
     void onFinishedUsing(const QString &reference, qint64 usageId);
+    Error purgeOutdatedResources();
     Result<std::unique_ptr<Task>> purgeOutdatedResourcesTask(
         std::unique_ptr<SemaphoreLocker> locker);
 

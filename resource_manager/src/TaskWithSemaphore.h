@@ -21,10 +21,9 @@ public:
     explicit TaskWithSemaphore(std::unique_ptr<SemaphoreLocker> locker);
     ~TaskWithSemaphore() override;
 
-    void finalize() override;
-
 protected:
     Error doExec() override;
+    void finalize() override;
 
 private:
     std::unique_ptr<SemaphoreLocker> locker;

@@ -2,9 +2,11 @@
 
 #include "Export.h"
 
+#include <QMetaType>
 #include <QObject>
 
 struct _EXCEPTION_POINTERS; // what one platform tells of a crash; null elsewhere
+Q_DECLARE_OPAQUE_POINTER(_EXCEPTION_POINTERS *)
 
 namespace zel {
 

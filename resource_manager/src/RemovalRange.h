@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QDir>
+#include <QString>
+
+namespace zel {
+
+/// Finds the folder that goes when a resource goes: the one around it, and above that those that
+/// hold nothing else, but never the data directory nor a folder directly in it.
+///
+/// Hence a resource has a folder of its own: whatever lies beside it in the folder goes as well.
+/// Nothing guards where a walk starts. A path directly in the data directory stands for that whole
+/// directory; one outside of it climbs until a folder has a second entry.
+class RemovalRange
+{
+public:
+    explicit RemovalRange(const QString &dataDirectory);
+
+    /// `path`: the cleaned path of an existing resource.
+    QDir of(const QString &path) const;
+
+private:
+    bool isDataDirectory(const QString &path) const;
+    bool endsAt(const QDir &parent) const;
+
+    // One directory, spelled in three ways: a row's path need not be spelled as the root is today.
+    QString cleaned;
+    QString absolute;
+    QString resolved;
+};
+
+} // namespace zel

@@ -1,0 +1,346 @@
+#include "ResourceCache_p.h"
+
+#include "SemaphoreLocker.h"
+#include "SemaphoreRegistry.h"
+#include "TaskWithSemaphore.h"
+#include "errors/Propagate.h"
+
+#include <QCryptographicHash>
+#include <QDateTime>
+#include <QDir>
+#include <QEventLoop>
+#include <QThread>
+
+namespace zel {
+
+using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto pingPeriod = 5000ms;
+
+/// The key of a cache that was never opened. Registered before the semaphore is made: the
+/// registry's own object must be the first of its key.
+QString unopenedKey()
+{
+    return SemaphoreRegistry::keep(u"zel::ResourceCache"_s)->key;
+}
+
+QString semaphoreKeyFor(const QString &baseDirectory)
+{
+    const QByteArray bytes = QDir::cleanPath(baseDirectory).toUtf8();
+    const QByteArray digest = QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex();
+    return u"zel::ResourceCache-%1"_s.arg(QString::fromLatin1(digest));
+}
+
+} // namespace
+
+// Private: what takes the semaphore or is given it
+
+ResourceCache::Private::Private(ResourceCache *owner, std::unique_ptr<ResourceCacheDao> givenDao)
+    : q(owner)
+    , dao(givenDao ? std::move(givenDao) : std::make_unique<ResourceCacheDao>())
+    , semaphore(unopenedKey(), 1, QSystemSemaphore::Open)
+{
+    pingTimer.setInterval(pingPeriod);
+    QObject::connect(
+        &pingTimer, &QTimer::timeout, &pingTimer, [this] { pingDatabase(); }, Qt::DirectConnection);
+}
+
+ResourceCache::Private::~Private()
+{
+    close();
+}
+
+Error ResourceCache::Private::open(const ResourceCachePath &path,
+                                   const ResourceCacheSizes &newSizes)
+{
+    updateSemaphoreKey(path); // before the lock: the key selects what is locked
+    const SemaphoreLocker lock(&semaphore, 1);
+
+    retryOpenAfter.reset();
+    Error error = ZEL_PASS(dao->open(path.databasePath()));
+    if (error.hasError()) {
+        // A process that died under this number is still registered; it must not block for ever.
+        retryOpenAfter = dao->abandonOpen();
+        return error;
+    }
+    opening = std::make_shared<bool>(true);
+    ZEL_TRY(error, cleanupInactiveClients());
+
+    startPing();
+    cachePath.setBaseDirPath(path.baseDirPath());
+    sizes = newSizes;
+    return error;
+}
+
+void ResourceCache::Private::close()
+{
+    const SemaphoreLocker lock(&semaphore, 1);
+    stopPing();
+    opening.reset();
+    dao->close();
+}
+
+void ResourceCache::Private::updateSemaphoreKey(const ResourceCachePath &path)
+{
+    const QString key = semaphoreKeyFor(path.baseDirPath());
+    RegisteredSemaphore *entry = SemaphoreRegistry::keepForDirectory(key, path.baseDirPath());
+    semaphore.setKey(key, 1, QSystemSemaphore::Open);
+    if (semaphore.error() != QSystemSemaphore::NoError && entry->usable.exchange(false)) {
+        qCCritical(lcResourceManager)
+            << "Going on without the system semaphore" << key << ":" << semaphore.errorString();
+    }
+    qCDebug(lcResourceManager).noquote() << u"System semaphore key set to %1"_s.arg(key);
+}
+
+void ResourceCache::Private::startPing()
+{
+    if (pingTimer.thread() != QThread::currentThread()) {
+        QMetaObject::invokeMethod(
+            &pingTimer, [this] { pingTimer.start(); }, Qt::QueuedConnection);
+        return;
+    }
+    // A plain thread has no event dispatcher, and so no timers, before its first event loop.
+    const QEventLoop dispatcherMaker;
+    pingTimer.start();
+}
+
+void ResourceCache::Private::stopPing()
+{
+    if (pingTimer.thread() == QThread::currentThread())
+        pingTimer.stop();
+    else
+        QMetaObject::invokeMethod(
+            &pingTimer, [this] { pingTimer.stop(); }, Qt::QueuedConnection);
+}
+
+void ResourceCache::Private::pingDatabase()
+{
+    // The thread may have made a purge task that holds the semaphore and has not run yet.
+    if (SemaphoreLocker::isHeldByThisThread(semaphore))
+        return;
+    const SemaphoreLocker lock(&semaphore, 1);
+    if (!dao->isOpen())
+        return;
+    // The next tick pings again, and a process without a ping is cleaned up by the others.
+    ZEL_IGNORE(dao->updateClientLastPingTime(QDateTime::currentMSecsSinceEpoch()));
+    // The next tick tries again.
+    ZEL_DROP(cleanupInactiveClients());
+}
+
+void ResourceCache::Private::onFinishedUsing(const QString &reference, qint64 usageId)
+{
+    const SemaphoreLocker lock(&semaphore, 1);
+    // A destructor has nobody to report to; the row goes with this process at the latest.
+    ZEL_DROP(removeUsage(reference, usageId));
+}
+
+Result<std::unique_ptr<Task>> ResourceCache::Private::purgeOutdatedResourcesTask(
+    std::unique_ptr<SemaphoreLocker> locker)
+{
+    ZEL_TRY_LET(const QList<QString> outdated, outdatedReferences());
+    if (outdated.isEmpty())
+        return std::unique_ptr<Task>();
+
+    std::unique_ptr<Task> purge = std::make_unique<TaskWithSemaphore>(std::move(locker));
+    purge->setFunction([this, outdated](Task *task) { return deleteResources(outdated, task); });
+    return purge;
+}
+
+Error ResourceCache::Private::purgeOutdatedResources()
+{
+    ZEL_TRY_LET(const std::unique_ptr<Task> task, purgeOutdatedResourcesTask(nullptr));
+    if (!task)
+        return Error();
+    task->exec();
+    return ZEL_PASS(task->error());
+}
+
+// ResourceCache: the atomic operations
+
+ResourceCache::ResourceCache()
+    : ResourceCache(nullptr)
+{
+}
+
+ResourceCache::ResourceCache(std::unique_ptr<ResourceCacheDao> dao)
+    : d(std::make_unique<Private>(this, std::move(dao)))
+{
+}
+
+ResourceCache::~ResourceCache() = default;
+
+ResourceCacheDao *ResourceCache::dao()
+{
+    return d->dao.get();
+}
+
+Error ResourceCache::open(const ResourceCachePath &path, const ResourceCacheSizes &sizes)
+{
+    return ZEL_PASS(d->open(path, sizes));
+}
+
+void ResourceCache::close()
+{
+    d->close();
+}
+
+bool ResourceCache::isOpen() const
+{
+    const SemaphoreLocker lock(&d->semaphore, 1);
+    return d->dao->isOpen();
+}
+
+std::optional<std::chrono::milliseconds> ResourceCache::retryOpenAfter() const
+{
+    return d->retryOpenAfter;
+}
+
+ResourceCachePath ResourceCache::path() const
+{
+    return d->cachePath;
+}
+
+ResourceCacheSizes ResourceCache::sizes() const
+{
+    return d->sizes;
+}
+
+Error ResourceCache::setSizes(const ResourceCacheSizes &newSizes)
+{
+    const ResourceCacheSizes oldSizes = d->sizes;
+    d->sizes = newSizes;
+    Error error;
+    if (newSizes.maximumSize < oldSizes.maximumSize)
+        ZEL_TRY(error, purgeCacheIfNeeded(0));
+    return error;
+}
+
+void ResourceCache::setPingEnabled(bool enabled)
+{
+    if (!enabled)
+        d->stopPing();
+    else if (d->dao->isOpen())
+        d->startPing();
+}
+
+void ResourceCache::setFullScanInterval(std::chrono::duration<int, std::ratio<86400>> interval)
+{
+    d->fullScanInterval = interval;
+}
+
+void ResourceCache::setFixLongZacqFilePaths(bool fix)
+{
+    d->fixLongZacqFilePaths = fix;
+}
+
+bool ResourceCache::isFixLongZacqFilePathsSet() const
+{
+    return d->fixLongZacqFilePaths;
+}
+
+void ResourceCache::setCleanupPolicyRestriction(const ResourceCleanupPolicy &restriction)
+{
+    d->cleanupPolicyRestriction = restriction;
+}
+
+ResourceCleanupPolicy ResourceCache::cleanupPolicyRestriction() const
+{
+    return d->cleanupPolicyRestriction;
+}
+
+Error ResourceCache::add(const QString &reference, ResourceCleanupPolicy policy)
+{
+    const SemaphoreLocker lock(&d->semaphore, 1);
+    return ZEL_PASS(d->add(reference, policy));
+}
+
+Error ResourceCache::saveStatus(const QString &reference, ResourceStatus status)
+{
+    const SemaphoreLocker lock(&d->semaphore, 1);
+    return ZEL_PASS(d->saveStatus(reference, status));
+}
+
+Result<ResourceStatus> ResourceCache::readStatus(const QString &reference)
+{
+    const SemaphoreLocker lock(&d->semaphore, 1);
+    return ZEL_PASS(d->loadStatus(reference));
+}
+
+Error ResourceCache::saveCleanupPolicy(const QString &reference, ResourceCleanupPolicy policy)
+{
+    const SemaphoreLocker lock(&d->semaphore, 1);
+    return ZEL_PASS(d->saveCleanupPolicy(reference, policy));
+}
+
+Result<ResourceCleanupPolicy> ResourceCache::readCleanupPolicy(const QString &reference) const
+{
+    const SemaphoreLocker lock(&d->semaphore, 1);
+    return ZEL_PASS(d->loadCleanupPolicy(reference));
+}
+
+Error ResourceCache::saveLocalPath(const QString &reference,
+                                   const PathImpl<PathType::Unknown> &path, qint64 size)
+{
+    const SemaphoreLocker lock(&d->semaphore, 1);
+    return ZEL_PASS(d->saveLocalPath(reference, path, size));
+}
+
+Result<PathImpl<PathType::Unknown>> ResourceCache::readLocalPath(const QString &reference)
+{
+    const SemaphoreLocker lock(&d->semaphore, 1);
+    return ZEL_PASS(d->localPath(reference));
+}
+
+Error ResourceCache::updateVersion(const QString &reference, const QVersionNumber &version)
+{
+    const SemaphoreLocker lock(&d->semaphore, 1);
+    return ZEL_PASS(d->updateVersion(reference, version));
+}
+
+Result<bool> ResourceCache::existsInDb(const QString &reference)
+{
+    const SemaphoreLocker lock(&d->semaphore, 1);
+    return ZEL_PASS(d->existsInDb(reference));
+}
+
+Result<bool> ResourceCache::inUse(const QString &reference)
+{
+    const SemaphoreLocker lock(&d->semaphore, 1);
+    return ZEL_PASS(d->inUse(reference));
+}
+
+Result<std::unique_ptr<ResourceCache::InUseHandle>> ResourceCache::useResource(
+    const QString &reference)
+{
+    const SemaphoreLocker lock(&d->semaphore, 1);
+    return ZEL_PASS(d->useResource(reference));
+}
+
+Result<qint64> ResourceCache::readCurrentCacheSize()
+{
+    const SemaphoreLocker lock(&d->semaphore, 1);
+    return ZEL_PASS(d->dao->selectCurrentSize());
+}
+
+Error ResourceCache::purgeCacheIfNeeded(qint64 extraSize)
+{
+    const SemaphoreLocker lock(&d->semaphore, 1);
+    return ZEL_PASS(d->purgeCacheIfNeeded(extraSize));
+}
+
+Error ResourceCache::purgeOutdatedResources()
+{
+    const SemaphoreLocker lock(&d->semaphore, 1);
+    return ZEL_PASS(d->purgeOutdatedResources());
+}
+
+Result<std::unique_ptr<Task>> ResourceCache::purgeOutdatedResourcesTask()
+{
+    auto lock = std::make_unique<SemaphoreLocker>(&d->semaphore, 1);
+    return ZEL_PASS(d->purgeOutdatedResourcesTask(std::move(lock)));
+}
+
+} // namespace zel

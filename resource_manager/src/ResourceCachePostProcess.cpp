@@ -1,0 +1,92 @@
+#include "ResourceCache_p.h"
+
+#include "errors/Propagate.h"
+#include "zacq/Zacq.h"
+
+#include <QCryptographicHash>
+#include <QFileInfo>
+
+namespace zel {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// In UTF-16 units: what programs of some platforms can still open, with room for what they append.
+constexpr qsizetype longestSamplePath = 217;
+constexpr qsizetype targetPathLimit = 218;
+constexpr qsizetype hashLength = 6;
+
+QString shortHashFor(const QString &reference)
+{
+    const QByteArray digest
+        = QCryptographicHash::hash(reference.toUtf8(), QCryptographicHash::Md5).toHex();
+    return QString::fromLatin1(digest.first(hashLength));
+}
+
+bool isSameContent(const zacq::Zacq &left, const zacq::Zacq &right)
+{
+    return left.metadata().sampleName == right.metadata().sampleName
+        && left.metadata().contentHash == right.metadata().contentHash;
+}
+
+} // namespace
+
+Error ResourceCache::Private::postProcess(const QString &reference, const UnknownPath &path)
+{
+    Error error;
+    qCDebug(lcResourceManager) << "Postprocessing" << reference;
+    if (!fixLongZacqFilePaths)
+        return error;
+    const QString absolute = QFileInfo(path.toString()).absoluteFilePath();
+    if (zacq::isZacqFile(absolute, false)) {
+        qCDebug(lcResourceManager) << "ZACQ file detected, fixing long path if needed";
+        ZEL_TRY(error, fixLongZacqFileName(reference, absolute));
+    }
+    return error;
+}
+
+Error ResourceCache::Private::fixLongZacqFileName(const QString &reference, const QString path)
+{
+    Error error;
+    zacq::Zacq container(path);
+    ZEL_TRY(error, container.open(zacq::Zacq::Mode::ReadOnly));
+    if (container.getType() != zacq::Zacq::Type::Folder) {
+        return ZEL_ERROR(ErrorCode::UnsupportedContainer, tr("Only Folder ZACQ is supported"));
+    }
+    ZEL_TRY_LET(const QString samplePath, container.sampleFilePath());
+    if (samplePath.size() <= longestSamplePath)
+        return error;
+
+    qCDebug(lcResourceManager) << path << "is too long, applying fix...";
+    const QString dataDir = QFileInfo(cachePath.cacheDataDir().toString()).absoluteFilePath();
+    const QString target = u"%1/zacq/%2.zacq"_s.arg(dataDir, shortHashFor(reference));
+    if (target.size() >= targetPathLimit)
+        return ZEL_ERROR(ErrorCode::BadData, tr("Sample name is too long"));
+    if (QFileInfo::exists(target))
+        return ZEL_PASS(acceptExistingTarget(reference, path, target, container));
+
+    qCDebug(lcResourceManager) << "Converting" << path << "to" << target << "as sparse ZACQ";
+    ZEL_TRY(error, container.makeSparseZacqBlocking(path, target));
+    return error;
+}
+
+/// Reads the resource's own container a second time, not the target: what holds the short name is
+/// taken for this resource's as long as its container can still be read.
+Error ResourceCache::Private::acceptExistingTarget(const QString &reference, const QString &path,
+                                                   const QString &target,
+                                                   const zacq::Zacq &container)
+{
+    qCDebug(lcResourceManager) << "Hash folder" << target << "already exists";
+    zacq::Zacq again(path);
+    const Error error = again.open(zacq::Zacq::Mode::ReadOnly);
+    if (error.hasError() || !isSameContent(container, again)) {
+        return ZEL_ERROR(ErrorCode::BadData,
+                         tr("Target hash folder for sparse ZACQ already exists"));
+    }
+    qCDebug(lcResourceManager)
+        << reference << "has already been represented by this sparse ZACQ instance, skipping...";
+    return Error();
+}
+
+} // namespace zel

@@ -1,0 +1,76 @@
+#include "ResourceCache_p.h"
+
+#include "errors/Propagate.h"
+#include "files/FileUtilsGeneric.h"
+
+#include <QFileInfo>
+
+namespace zel {
+
+Result<bool> ResourceCache::Private::tryStartRetrieve(const QString &reference)
+{
+    Error error;
+    ZEL_TRY_LET(const bool inProgress, retrieveInProgress(reference));
+    if (inProgress)
+        return false;
+    ZEL_TRY(error, updateProgress(reference, 0));
+    ZEL_TRY(error, saveStatus(reference, ResourceStatus::Acquiring));
+    return true;
+}
+
+Result<ResourceRetrieveHandle::ProgressAndStatus> ResourceCache::Private::readProgress(
+    const QString &reference) const
+{
+    using ProgressAndStatus = ResourceRetrieveHandle::ProgressAndStatus;
+
+    ZEL_TRY_LET(const ResourceStatus status, loadStatus(reference));
+    if (status == ResourceStatus::Missing || status == ResourceStatus::Ready)
+        return ProgressAndStatus { std::nullopt, status };
+    ZEL_TRY_LET(const std::optional<int> progress, dao->readProgress(reference));
+    if (status == ResourceStatus::Acquiring && progress)
+        return ProgressAndStatus { progress, status };
+    return ProgressAndStatus { std::nullopt, status };
+}
+
+Error ResourceCache::Private::finalizeRetrieve(const QString &reference, const UnknownPath &path,
+                                               const QVersionNumber &version,
+                                               const Error &retrieveError)
+{
+    // Its owner reports the failure itself; here it only decides the status.
+    if (retrieveError.hasError())
+        return ZEL_PASS(saveStatus(reference, ResourceStatus::Missing));
+
+    Error error;
+    if (!QFileInfo::exists(path.toString())) {
+        return ZEL_ERROR(ErrorCode::OperationFailed,
+                         tr("Trying to finalize retrieve for non existing resource"));
+    }
+    ZEL_TRY(error, saveLocalPath(reference, path, FileUtilsGeneric::contentSize(path)));
+    // The data is good as it is, only its path is long.
+    ZEL_DROP(postProcess(reference, path));
+    ZEL_TRY(error, updateVersion(reference, version));
+    ZEL_TRY(error, saveStatus(reference, ResourceStatus::Ready));
+    return error;
+}
+
+Result<bool> ResourceCache::Private::retrieveInProgress(const QString &reference) const
+{
+    return ZEL_PASS(dao->retrieveInProgress(reference));
+}
+
+Error ResourceCache::Private::updateProgress(const QString &reference, int progress)
+{
+    return ZEL_PASS(dao->updateProgress(reference, progress));
+}
+
+Error ResourceCache::Private::addRetrievingTask(const QString &reference)
+{
+    return ZEL_PASS(dao->addRetrievingTask(reference));
+}
+
+Error ResourceCache::Private::deleteRetrievingTask(const QString &reference)
+{
+    return ZEL_PASS(dao->deleteRetrievingTask(reference));
+}
+
+} // namespace zel

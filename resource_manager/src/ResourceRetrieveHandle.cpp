@@ -1,0 +1,119 @@
+#include "ResourceRetrieveHandle.h"
+
+#include "ResourceCache_p.h"
+#include "SemaphoreLocker.h"
+#include "errors/Propagate.h"
+
+namespace zel {
+
+ResourceRetrieveHandle::ResourceRetrieveHandle(const QString &reference,
+                                               const PathImpl<PathType::Unknown> &localPath,
+                                               ResourceCache *cache, const QVersionNumber &version)
+    : cache(cache)
+    , reference(reference)
+    , localPath(localPath)
+    , version(version)
+    , cacheIsAlive(cache->d->life)
+{
+}
+
+ResourceRetrieveHandle::~ResourceRetrieveHandle()
+{
+    if (cacheIsAlive.expired())
+        return;
+    // A destructor has nobody to report to; the row goes with this process at the latest.
+    ZEL_DROP(removeTaskFromDatabase());
+}
+
+Result<bool> ResourceRetrieveHandle::tryStartRetrieve()
+{
+    Error error;
+    ZEL_TRY_LET(const bool ready, isReady());
+    if (ready)
+        return false;
+    ZEL_TRY(error, addTaskToDatabase());
+    ZEL_TRY_LET(fetching, tryStartRetrieve(cache, reference));
+    return fetching;
+}
+
+Result<bool> ResourceRetrieveHandle::tryStartRetrieve(ResourceCache *cache,
+                                                      const QString &reference)
+{
+    const SemaphoreLocker lock(&cache->d->semaphore, 1);
+    return ZEL_PASS(cache->d->tryStartRetrieve(reference));
+}
+
+Error ResourceRetrieveHandle::addTaskToDatabase()
+{
+    Error error;
+    if (taskAdded)
+        return error;
+    // Before the row: another handle of this process that ends now must not take it along.
+    cache->d->taskRows.insert(reference, this);
+    error = ZEL_PASS(addTaskToDatabase(cache, reference));
+    if (error.hasError())
+        cache->d->taskRows.remove(reference, this);
+    else
+        taskAdded = true;
+    return error;
+}
+
+Error ResourceRetrieveHandle::addTaskToDatabase(ResourceCache *cache, const QString &reference)
+{
+    const SemaphoreLocker lock(&cache->d->semaphore, 1);
+    return ZEL_PASS(cache->d->addRetrievingTask(reference));
+}
+
+Error ResourceRetrieveHandle::removeTaskFromDatabase()
+{
+    cache->d->taskRows.remove(reference, this);
+    if (mustKeepRows())
+        return Error();
+    fetching = false;
+    return ZEL_PASS(removeTaskFromDatabase(cache, reference));
+}
+
+/// The rows of this process cannot be told apart, so they go together: with the fetcher, whose
+/// progress would make the others wait for ever, or with the last one that has a row.
+bool ResourceRetrieveHandle::mustKeepRows() const
+{
+    return !fetching && cache->d->taskRows.contains(reference);
+}
+
+Error ResourceRetrieveHandle::removeTaskFromDatabase(ResourceCache *cache, const QString &reference)
+{
+    const SemaphoreLocker lock(&cache->d->semaphore, 1);
+    return ZEL_PASS(cache->d->deleteRetrievingTask(reference));
+}
+
+Error ResourceRetrieveHandle::saveProgress(int progress)
+{
+    const SemaphoreLocker lock(&cache->d->semaphore, 1);
+    return ZEL_PASS(cache->d->updateProgress(reference, progress));
+}
+
+Result<ResourceRetrieveHandle::ProgressAndStatus> ResourceRetrieveHandle::readProgress() const
+{
+    const SemaphoreLocker lock(&cache->d->semaphore, 1);
+    return ZEL_PASS(cache->d->readProgress(reference));
+}
+
+Result<bool> ResourceRetrieveHandle::isReady() const
+{
+    const SemaphoreLocker lock(&cache->d->semaphore, 1);
+    ZEL_TRY_LET(const ResourceStatus status, cache->d->loadStatus(reference));
+    return status == ResourceStatus::Ready;
+}
+
+Error ResourceRetrieveHandle::finalizeRetrieve(Error retrieveError)
+{
+    const SemaphoreLocker lock(&cache->d->semaphore, 1);
+    return ZEL_PASS(cache->d->finalizeRetrieve(reference, localPath, version, retrieveError));
+}
+
+bool ResourceRetrieveHandle::isCacheHeldByThisThread() const
+{
+    return SemaphoreLocker::isHeldByThisThread(cache->d->semaphore);
+}
+
+} // namespace zel
