@@ -14,6 +14,7 @@ class ZelTaskWaitForFinishedOperation;
 
 namespace zel {
 
+class TaskPresence;
 class TaskState;
 
 /// Anything that takes time: it is started once, reports progress, ends once with an Error and
@@ -126,8 +127,12 @@ private:
     friend class TasksQueue;
     friend class QCoro::detail::ZelTaskWaitForFinishedOperation;
 
-    void endIdle(const Error &outcome);
-    void complete(const Error &outcome);
+    const std::shared_ptr<TaskState> &taskState() const;
+    /// False if there is nothing left to run: the task was not idle, or a slot of started() ended
+    /// or destroyed it.
+    bool start();
+    /// The end itself, once its right to happen has been claimed.
+    void complete(const Error &outcome, TaskPresence *presence);
 
     class Private;
     std::unique_ptr<Private> d;

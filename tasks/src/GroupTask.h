@@ -95,13 +95,16 @@ public:
     virtual Error unifiedError() const;
 
 private:
+    friend class BaseTask;
     friend class TaskState;
 
     void onSubtaskStarted();
     void onSubtaskEnded();
-    void onSubtaskDestroyed(BaseTask *subtask, bool unfinished);
-    void endIfComplete();
+    void onSubtaskDestroyed(BaseTask *subtask, const Error &unfinished);
+    void beginFilling();
+    void endFilling();
     void postEndIfComplete();
+    void endIfComplete();
 
     class Private;
     std::unique_ptr<Private> d;

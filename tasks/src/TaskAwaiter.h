@@ -26,8 +26,8 @@ public:
     {
     }
     ~ZelTaskWaitForFinishedOperation();
-    ZelTaskWaitForFinishedOperation(ZelTaskWaitForFinishedOperation &&) noexcept;
-    ZelTaskWaitForFinishedOperation &operator=(ZelTaskWaitForFinishedOperation &&) = delete;
+    ZelTaskWaitForFinishedOperation(const ZelTaskWaitForFinishedOperation &) = delete;
+    ZelTaskWaitForFinishedOperation &operator=(const ZelTaskWaitForFinishedOperation &) = delete;
 
     bool await_ready() const;
     /// False if the task has ended just now: the coroutine then goes on at once.

@@ -128,12 +128,6 @@ void ScriptedServer::waitForRequests(qsizetype count) const
                                  [this, count] { return received.size() >= count; }));
 }
 
-int ScriptedServer::mostAtOnce() const
-{
-    const std::lock_guard lock(mutex);
-    return mostRunning;
-}
-
 QByteArray ScriptedServer::answer(const QByteArray &status, const QByteArray &headers,
                                   const QByteArray &body)
 {
@@ -162,12 +156,9 @@ void ScriptedServer::serve(int descriptor)
         {
             const std::lock_guard lock(mutex);
             received.append(request);
-            mostRunning = std::max(mostRunning, ++running);
         }
         arrived.notify_all();
         script(request, connection);
-        const std::lock_guard lock(mutex);
-        --running;
     }
     ::close(descriptor);
 }

@@ -68,8 +68,6 @@ public:
     QList<Request> requests() const;
     /// Waits until so many requests have come; fails the test if they do not.
     void waitForRequests(qsizetype count) const;
-    /// How many scripts were running at once, at most.
-    int mostAtOnce() const;
 
     /// A whole answer: status line ("200 OK"), headers (each line ending in "\r\n") and body. The
     /// length is added, and that the connection closes.
@@ -86,8 +84,6 @@ private:
     mutable std::mutex mutex;
     mutable std::condition_variable arrived;
     QList<Request> received;
-    int running = 0;
-    int mostRunning = 0;
     std::vector<std::thread> connections;
     std::thread acceptor;
 };

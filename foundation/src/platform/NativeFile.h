@@ -1,0 +1,52 @@
+#pragma once
+
+#include "errors/Result.h"
+
+#include <QCoreApplication>
+
+#include <filesystem>
+
+namespace zel {
+
+/// An open file whose name need not be valid text and of which every byte is accounted for.
+/// Failures have code 1 and name the path and the reason. One thread at a time; moves.
+class ZEL_RESOURCE_MANAGER_EXPORT NativeFile
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::NativeFile)
+
+public:
+    enum class Mode {
+        Read, ///< must exist
+        ReadWrite, ///< made if it is missing; what it holds stays
+    };
+
+    static Result<NativeFile> open(const std::filesystem::path &path, Mode mode);
+    NativeFile(NativeFile &&other) noexcept;
+    NativeFile &operator=(NativeFile &&other) noexcept;
+    ~NativeFile();
+
+    Result<qint64> size() const;
+    /// Reads up to `count` bytes from `offset` on; 0 at the end of the file.
+    Result<qint64> readAt(qint64 offset, char *data, qint64 count);
+    /// Writes all of the bytes at `offset`, or fails.
+    Error writeAt(qint64 offset, const char *data, qint64 count);
+    Error truncate(qint64 size);
+    /// Waits until the content is on the disk.
+    Error sync();
+    /// Whether the last failure was for want of space.
+    bool isOutOfSpace() const { return outOfSpace; }
+
+    /// Waits until everything that was written to the volume of the path is on the disk. For many
+    /// files at once far cheaper than one by one.
+    static Error syncVolume(const std::filesystem::path &path);
+
+private:
+    NativeFile(const std::filesystem::path &path, int descriptor);
+    Error failure(const QString &text, int reason) const;
+
+    std::filesystem::path path;
+    int descriptor = -1;
+    bool outOfSpace = false;
+};
+
+} // namespace zel

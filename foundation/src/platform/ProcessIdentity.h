@@ -1,0 +1,27 @@
+#pragma once
+
+#include "Export.h"
+
+#include <QString>
+
+namespace zel {
+
+/// A process and no other: numbers of processes come again. A value.
+struct ZEL_RESOURCE_MANAGER_EXPORT ProcessIdentity
+{
+    qint64 pid = 0;
+    qint64 startTime = 0; ///< in ticks since the machine started
+    QString bootId; ///< changes with every start of the machine
+
+    static ProcessIdentity current();
+    /// Whether the process lives, as far as this process can see others.
+    bool isAlive() const;
+
+    friend bool operator==(const ProcessIdentity &left, const ProcessIdentity &right)
+    {
+        return left.pid == right.pid && left.startTime == right.startTime
+            && left.bootId == right.bootId;
+    }
+};
+
+} // namespace zel

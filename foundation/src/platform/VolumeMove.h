@@ -1,0 +1,27 @@
+#pragma once
+
+#include "errors/Result.h"
+
+#include <QCoreApplication>
+
+#include <filesystem>
+
+namespace zel {
+
+/// Moves within a volume, in one step for everybody who looks. Failures have code 1 and name the
+/// paths and the reason.
+class ZEL_RESOURCE_MANAGER_EXPORT VolumeMove
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::VolumeMove)
+
+public:
+    /// Renames a file or folder; an existing file or empty folder is replaced. False, and nothing
+    /// done, if the two places lie on different volumes.
+    static Result<bool> move(const std::filesystem::path &from, const std::filesystem::path &to);
+    /// Lets two files or folders change places. False, and nothing done, if the volume cannot do
+    /// that.
+    static Result<bool> exchange(const std::filesystem::path &one,
+                                 const std::filesystem::path &other);
+};
+
+} // namespace zel

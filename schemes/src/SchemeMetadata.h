@@ -1,0 +1,51 @@
+#pragma once
+
+#include "ResourceMetadata.h"
+#include "SchemesExport.h"
+
+#include <QDateTime>
+
+#include <optional>
+
+namespace zel {
+
+/// What the schemes of this library tell of a resource. JSON: besides the common keys "Type",
+/// "ItemType" ("File" or "Folder"), and, if known, "Size" (bytes, as a text, since JSON's numbers
+/// are not exact beyond 2^53), "Modified" (ISO 8601, UTC) and "Version".
+class ZEL_RESOURCE_SCHEMES_EXPORT SchemeMetadata : public ResourceMetadata
+{
+    Q_GADGET
+
+public:
+    struct Values
+    {
+        QString name;
+        QString path;
+        QString fullPath;
+        QString type; ///< a MIME type if the source tells one, else "file" or "folder"
+        ItemType itemType = ItemType::Invalid;
+        std::optional<qint64> size; ///< bytes; of a folder, all files in it
+        QDateTime modified; ///< invalid if not known
+        QVersionNumber version;
+    };
+
+    explicit SchemeMetadata(const Values &values);
+    /// The creator for ResourceMetadataFactory. Code 4 if a common key is missing.
+    static Result<QSharedPointer<ResourceMetadata>> fromJson(const QJsonObject &object);
+
+    QString metadataName() const override { return values.name; }
+    QString metadataPath() const override { return values.path; }
+    QString metadataFullPath() const override { return values.fullPath; }
+    QString metadataType() const override { return values.type; }
+    ItemType metadataItemType() const override { return values.itemType; }
+    QJsonObject toJson() const override;
+    QVersionNumber metadataVersion() const override { return values.version; }
+
+    std::optional<qint64> size() const { return values.size; }
+    QDateTime modified() const { return values.modified; }
+
+private:
+    Values values;
+};
+
+} // namespace zel

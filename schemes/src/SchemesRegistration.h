@@ -1,0 +1,19 @@
+#pragma once
+
+#include "SchemesExport.h"
+
+namespace zel {
+
+/// Makes all schemes of this library known: their references, handlers and metadata.
+///
+///   file:/path          a local file or folder, used where it lies
+///   share:/path         a file or folder of a mounted share or any directory, copied into the
+///                       cache; "#sha256=..." or "#md5=..." behind a file is checked
+///   http:, https:       one file of a web server, copied into the cache; checksums as above
+///
+/// Call it before the first reference is made and before other threads start. Calling it again does
+/// no harm. A scheme that cannot be registered, because another one has taken its prefix, is logged
+/// and left out.
+ZEL_RESOURCE_SCHEMES_EXPORT void registerResourceSchemes();
+
+} // namespace zel

@@ -1,0 +1,308 @@
+#include "http/HttpDownload_p.h"
+
+#include "errors/Propagate.h"
+#include "http/HttpFailure.h"
+#include "http/HttpRetry.h"
+
+#include <algorithm>
+
+namespace zel {
+
+namespace {
+
+/// What is gathered before it is written: few calls, little memory.
+constexpr qsizetype writeSize = 1024 * 1024;
+/// A file that is another one each time it is looked at cannot be fetched.
+constexpr int mostStates = 4;
+
+QCryptographicHash::Algorithm algorithmOf(const HttpTarget &target)
+{
+    return target.expectedDigest.value_or(HttpTarget::Digest()).algorithm;
+}
+
+} // namespace
+
+HttpDownload::HttpDownload(const HttpTarget &target, const HttpSettings &settings, HttpSink *sink,
+                           const HttpWatch &watch)
+    : target(target)
+    , settings(settings)
+    , sink(sink)
+    , watch(watch)
+    , session(settings)
+    , hash(algorithmOf(target))
+{
+    buffer.reserve(writeSize);
+}
+
+Error HttpDownload::run()
+{
+    HttpRetry retry(settings, watch.isCanceled);
+    for (;;) {
+        Error error;
+        if (target.expectedDigest)
+            ZEL_TRY(error, hashUpTo(have));
+        const HttpOutcome outcome = exchange();
+        const Next next = judge(outcome);
+        if (next == Next::GivenUp)
+            return ZEL_PASS(lastFailure);
+        if (next == Next::AfterAWait)
+            ZEL_TRY(error, waitForNext(retry, outcome.head));
+        // Bytes of an earlier attempt may have been damaged since: then all come once more.
+        const bool mayBeOurFault = continuesEarlierBytes;
+        if (next == Next::Finished && (!(error = verify()).hasError() || !mayBeOurFault))
+            return ZEL_PASS(error);
+    }
+}
+
+HttpOutcome HttpDownload::exchange()
+{
+    askAgain = false;
+    fault = Error();
+    const HttpQuery query = nextQuery();
+    asksForRest = !query.range.isEmpty();
+    return session.exchange(query, this, watch.isCanceled);
+}
+
+Error HttpDownload::waitForNext(HttpRetry &retry, const HttpHead &head)
+{
+    if (have > mostHad)
+        retry.succeeded();
+    mostHad = std::max(mostHad, have);
+    if (retry.waitForNext(head))
+        return {};
+    return watch.isCanceled() ? HttpFailure::canceled(target.displayName) : lastFailure;
+}
+
+HttpQuery HttpDownload::nextQuery() const
+{
+    HttpQuery query;
+    query.url = target.url;
+    const QByteArray validator = state.rangeValidator();
+    if (opened && have > 0 && !validator.isEmpty() && !rangesFail) {
+        query.range = "bytes=" + QByteArray::number(have) + '-';
+        query.ifRange = validator;
+    }
+    return query;
+}
+
+HttpDownload::Next HttpDownload::judge(const HttpOutcome &outcome)
+{
+    using End = HttpOutcome::End;
+    // Whatever broke off: what came is kept.
+    if (const Error error = flush(); error.hasError())
+        return failedForGood(error);
+    if (fault.hasError())
+        return failedForGood(fault);
+    if (outcome.end == End::Canceled)
+        return failedForGood(HttpFailure::canceled(target.displayName));
+    if (askAgain)
+        return Next::AtOnce;
+    if (isComplete())
+        return Next::Finished;
+    if (outcome.end == End::Answered)
+        return judgeAnswer(outcome);
+
+    const Error reason = HttpFailure::of(outcome, target.url, target.displayName);
+    return outcome.end == End::Hopeless ? failedForGood(reason) : failedForNow(reason);
+}
+
+HttpDownload::Next HttpDownload::judgeAnswer(const HttpOutcome &outcome)
+{
+    const int status = outcome.head.status();
+    if (status == 416)
+        return judgeUnmetRange(outcome.head);
+    if (status != 200 && status != 206) {
+        const Error reason = HttpFailure::of(outcome, target.url, target.displayName);
+        return outcome.head.isPassingTrouble() ? failedForNow(reason) : failedForGood(reason);
+    }
+    // The whole answer came, but for a size that was announced elsewhere.
+    if (!state.size)
+        return Next::Finished;
+    return failedForNow(
+        failure(HttpFailure::integrity, tr("%1 of %2 bytes came").arg(have).arg(*state.size)));
+}
+
+HttpDownload::Next HttpDownload::judgeUnmetRange(const HttpHead &head)
+{
+    // Asked for the bytes behind the last one: right if the file ends there.
+    const auto range = head.contentRange();
+    if (opened && range && range->total == have && (!state.size || *state.size == have))
+        return Next::Finished;
+    if (const Error error = startAnew(); error.hasError())
+        return failedForGood(error);
+    rangesFail = true;
+    return failedForNow(failure(static_cast<int>(ErrorCode::OperationFailed),
+                                tr("the server refuses to send the rest of the file")));
+}
+
+HttpDownload::Next HttpDownload::failedForNow(const Error &reason)
+{
+    lastFailure = reason;
+    return Next::AfterAWait;
+}
+
+HttpDownload::Next HttpDownload::failedForGood(const Error &reason)
+{
+    lastFailure = reason;
+    return Next::GivenUp;
+}
+
+bool HttpDownload::begin(const HttpHead &head)
+{
+    const bool goesOn = head.status() == 206 ? beginRest(head) : beginWhole(head);
+    if (goesOn)
+        watch.report(have, state.size);
+    return goesOn;
+}
+
+bool HttpDownload::beginWhole(const HttpHead &head)
+{
+    const HttpRepresentation found = head.representation();
+    const bool wrongSize = target.expectedSize && found.size && *found.size != *target.expectedSize;
+    if (wrongSize) {
+        fault = failure(
+            HttpFailure::integrity,
+            tr("the file has %1 bytes instead of %2").arg(*found.size).arg(*target.expectedSize));
+        return false;
+    }
+    const bool isNews = !opened || !found.isSameAs(state);
+    if (isNews && !open(found))
+        return false;
+    if (have == 0)
+        return true;
+    if (isComplete())
+        return false;
+    // There are bytes of an earlier attempt: the rest is enough. A server that was asked for the
+    // rest and sends everything does not do better when asked again.
+    askAgain = isNews && !nextQuery().range.isEmpty() && !found.refusesRanges;
+    if (askAgain)
+        return false;
+    fault = startAnew();
+    return !fault.hasError();
+}
+
+bool HttpDownload::beginRest(const HttpHead &head)
+{
+    const auto range = head.contentRange();
+    const HttpRepresentation found = head.representation();
+    const bool fits = asksForRest && range && range->first == have
+        && (!range->total || !state.size || *range->total == *state.size)
+        && (found.etag.isEmpty() || found.etag == state.etag);
+    if (fits)
+        return true;
+
+    if (!asksForRest) {
+        fault = failure(static_cast<int>(ErrorCode::OperationFailed),
+                        tr("the server sends a part of the file that was not asked for"));
+        return false;
+    }
+    // Joined to what is here it would make a file that never was.
+    rangesFail = true;
+    fault = startAnew();
+    askAgain = !fault.hasError();
+    return false;
+}
+
+bool HttpDownload::receive(const char *data, qint64 size)
+{
+    const bool tooMany = state.size && have + buffer.size() + size > *state.size;
+    if (tooMany) {
+        fault = failure(HttpFailure::integrity, tr("more bytes came than were announced"));
+        return false;
+    }
+    buffer.append(data, size);
+    if (buffer.size() < writeSize)
+        return true;
+    fault = flush();
+    return !fault.hasError();
+}
+
+bool HttpDownload::open(const HttpRepresentation &found)
+{
+    // Without a validator every answer is another state for all we know.
+    const bool known = !found.rangeValidator().isEmpty();
+    statesSeen += known ? 1 : 0;
+    if (statesSeen > mostStates) {
+        fault = failure(HttpFailure::integrity, tr("the file changes while it is being fetched"));
+        return false;
+    }
+    const Result<qint64> present = sink->open(found);
+    if (!present.hasValue()) {
+        fault = ZEL_PASS(present).error();
+        return false;
+    }
+    state = found;
+    opened = true;
+    have = present.value();
+    continuesEarlierBytes = have > 0;
+    if (known)
+        mostHad = have;
+    hash.reset();
+    hashed = 0;
+    return true;
+}
+
+Error HttpDownload::startAnew()
+{
+    buffer.clear();
+    hash.reset();
+    hashed = 0;
+    have = 0;
+    continuesEarlierBytes = false;
+    return opened ? ZEL_PASS(sink->startAnew()) : Error();
+}
+
+Error HttpDownload::flush()
+{
+    if (buffer.isEmpty())
+        return {};
+    Error error;
+    ZEL_TRY(error, sink->write(buffer.constData(), buffer.size()));
+    if (target.expectedDigest && hashed == have) {
+        hash.addData(buffer);
+        hashed += buffer.size();
+    }
+    have += buffer.size();
+    buffer.clear();
+    buffer.reserve(writeSize);
+    watch.report(have, state.size);
+    return error;
+}
+
+Error HttpDownload::verify()
+{
+    Error error;
+    if (target.expectedSize && have != *target.expectedSize) {
+        ZEL_TRY(error, startAnew());
+        return failure(
+            HttpFailure::integrity,
+            tr("the file has %1 bytes instead of %2").arg(have).arg(*target.expectedSize));
+    }
+    if (!target.expectedDigest)
+        return error;
+    ZEL_TRY(error, hashUpTo(have));
+    if (hash.result() == target.expectedDigest->value)
+        return error;
+    ZEL_TRY(error, startAnew());
+    return failure(HttpFailure::integrity, tr("the checksum does not match"));
+}
+
+Error HttpDownload::hashUpTo(qint64 end)
+{
+    while (hashed < end) {
+        if (watch.isCanceled())
+            return HttpFailure::canceled(target.displayName);
+        ZEL_TRY_LET(const QByteArray piece,
+                    sink->read(hashed, std::min<qint64>(writeSize, end - hashed)));
+        hash.addData(piece);
+        hashed += piece.size();
+    }
+    return {};
+}
+
+Error HttpDownload::failure(int code, const QString &what) const
+{
+    return HttpFailure::make(code, target.displayName, what);
+}
+
+} // namespace zel

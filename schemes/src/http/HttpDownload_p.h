@@ -1,0 +1,75 @@
+#pragma once
+
+#include "http/HttpClient.h"
+#include "http/HttpSession.h"
+
+#include <QCoreApplication>
+
+namespace zel {
+
+class HttpRetry;
+
+/// One download: asks, joins what comes to what is here, asks again for the rest after a fault, and
+/// checks the whole.
+class HttpDownload : private HttpReceiver
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::HttpDownload)
+
+public:
+    HttpDownload(const HttpTarget &target, const HttpSettings &settings, HttpSink *sink,
+                 const HttpWatch &watch);
+
+    Error run();
+
+private:
+    /// What follows an exchange.
+    enum class Next { Finished, AtOnce, AfterAWait, GivenUp };
+
+    HttpOutcome exchange();
+    HttpQuery nextQuery() const;
+    Error waitForNext(HttpRetry &retry, const HttpHead &head);
+    Next judge(const HttpOutcome &outcome);
+    Next judgeAnswer(const HttpOutcome &outcome);
+    Next judgeUnmetRange(const HttpHead &head);
+    Next failedForNow(const Error &reason);
+    Next failedForGood(const Error &reason);
+
+    bool begin(const HttpHead &head) override;
+    bool beginWhole(const HttpHead &head);
+    bool beginRest(const HttpHead &head);
+    bool receive(const char *data, qint64 size) override;
+
+    bool open(const HttpRepresentation &found);
+    Error startAnew();
+    Error flush();
+    bool isComplete() const { return opened && state.size && *state.size == have; }
+
+    Error verify();
+    Error hashUpTo(qint64 end);
+    Error failure(int code, const QString &what) const;
+
+    const HttpTarget &target;
+    const HttpSettings &settings;
+    HttpSink *const sink;
+    const HttpWatch &watch;
+    HttpSession session;
+
+    HttpRepresentation state; ///< what the sink is open for
+    bool opened = false;
+    int statesSeen = 0;
+    qint64 have = 0; ///< bytes in the sink
+    qint64 mostHad = 0;
+    QByteArray buffer; ///< bytes on their way to the sink
+    bool rangesFail = false; ///< this server answers requests for the rest with nonsense
+    bool continuesEarlierBytes = false;
+
+    bool asksForRest = false;
+    bool askAgain = false; ///< why the receiver stopped: the rest is enough
+    Error fault; ///< why the receiver stopped, otherwise
+    Error lastFailure;
+
+    QCryptographicHash hash;
+    qint64 hashed = 0;
+};
+
+} // namespace zel

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QByteArray>
+#include <QDir>
+#include <QFile>
+#include <QString>
+
+#include <chrono>
+#include <functional>
+
+namespace zel {
+
+/// How patient, how bold and how trusting transfers over HTTP are.
+struct HttpSettings
+{
+    /// A transfer that brings fewer bytes than this within the time is broken off and tried again.
+    /// There is no limit for the whole of it: a large file takes as long as it takes.
+    qint64 stallBytes = 1024;
+    std::chrono::milliseconds stallTime = std::chrono::seconds(60);
+    std::chrono::milliseconds connectTime = std::chrono::seconds(30);
+
+    /// Tries after the first one. Counted anew once bytes have come that had not come before, so
+    /// that a long transfer survives any number of interruptions.
+    int retries = 5;
+    /// Doubled with every try in a row, up to the longest one.
+    std::chrono::milliseconds backOff = std::chrono::seconds(1);
+    std::chrono::milliseconds longestBackOff = std::chrono::seconds(30);
+    /// A server that asks for a longer pause than this is not waited for.
+    std::chrono::milliseconds longestWait = std::chrono::minutes(5);
+    /// Stands in for waiting if set.
+    std::function<void(std::chrono::milliseconds)> wait;
+
+    int redirects = 10;
+    int transfersPerHost = 2; ///< of this process
+    qint64 headBytes = 256 * 1024; ///< an answer with a longer head is refused
+
+    /// The one source of user names and passwords.
+    QString netrcFile = QDir::homePath() + QStringLiteral("/.netrc");
+    QString caFile; ///< certificates to trust; empty: the machine's own
+};
+
+} // namespace zel

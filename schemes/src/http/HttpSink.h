@@ -1,0 +1,30 @@
+#pragma once
+
+#include "errors/Error.h"
+#include "errors/Result.h"
+#include "http/HttpRepresentation.h"
+
+namespace zel {
+
+/// Where a download goes: a file that grows, and that may have grown in an earlier attempt.
+/// Called on the thread of the download.
+class HttpSink
+{
+public:
+    HttpSink() = default;
+    HttpSink(const HttpSink &) = delete;
+    HttpSink &operator=(const HttpSink &) = delete;
+    virtual ~HttpSink() = default;
+
+    /// Before the first byte of a state of the file; again if the server has another state later.
+    /// Gives how many leading bytes of that very state are here already.
+    virtual Result<qint64> open(const HttpRepresentation &state) = 0;
+    /// Forgets all bytes of the open state.
+    virtual Error startAnew() = 0;
+    /// Appends all of the bytes or fails.
+    virtual Error write(const char *data, qint64 size) = 0;
+    /// Bytes that were written before.
+    virtual Result<QByteArray> read(qint64 offset, qint64 size) = 0;
+};
+
+} // namespace zel

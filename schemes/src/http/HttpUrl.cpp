@@ -1,0 +1,97 @@
+#include "http/HttpUrl.h"
+
+#include "errors/Propagate.h"
+
+#include <curl/curl.h>
+
+#include <memory>
+
+namespace zel {
+
+namespace {
+
+struct UrlDeleter
+{
+    void operator()(CURLU *url) const { curl_url_cleanup(url); }
+};
+using Url = std::unique_ptr<CURLU, UrlDeleter>;
+
+QByteArray part(CURLU *url, CURLUPart which, unsigned flags = 0)
+{
+    char *text = nullptr;
+    if (curl_url_get(url, which, &text, flags) != CURLUE_OK)
+        return {};
+    const QByteArray copy(text);
+    curl_free(text);
+    return copy;
+}
+
+bool isServed(const QByteArray &scheme)
+{
+    return scheme == "http" || scheme == "https";
+}
+
+/// Both may hold secrets, which come from nowhere but the netrc file; the fragment is ours.
+void dropWhatIsNotSent(CURLU *url)
+{
+    for (const CURLUPart which :
+         { CURLUPART_USER, CURLUPART_PASSWORD, CURLUPART_OPTIONS, CURLUPART_FRAGMENT }) {
+        curl_url_set(url, which, nullptr, 0);
+    }
+}
+
+} // namespace
+
+Result<HttpUrl> HttpUrl::parse(const QByteArray &text)
+{
+    const Result<HttpUrl> url = parsed({}, text);
+    if (!url.hasValue() || !isServed(url.value().scheme))
+        return ZEL_ERROR(ErrorCode::BadArgument, tr("Not an address of a web server."));
+    return url;
+}
+
+Result<HttpUrl> HttpUrl::redirected(const QByteArray &location) const
+{
+    ZEL_TRY_LET(const HttpUrl target, parsed(whole, location));
+    if (!isServed(target.scheme)) {
+        return ZEL_ERROR(ErrorCode::OperationFailed,
+                         tr("the server redirects to a \"%1:\" address, which is not followed")
+                             .arg(QString::fromUtf8(target.scheme.left(16))));
+    }
+    return target;
+}
+
+QList<QByteArray> HttpUrl::secrets() const
+{
+    QList<QByteArray> values;
+    for (const QByteArray &pair : query.split('&')) {
+        const QByteArray value = pair.mid(pair.indexOf('=') + 1);
+        if (!value.isEmpty())
+            values << value << QByteArray::fromPercentEncoding(value);
+    }
+    return values;
+}
+
+Result<HttpUrl> HttpUrl::parsed(const QByteArray &base, const QByteArray &location)
+{
+    const Url url(curl_url());
+    const unsigned flags = CURLU_NON_SUPPORT_SCHEME | CURLU_URLENCODE;
+    const bool good = (base.isEmpty()
+                       || curl_url_set(url.get(), CURLUPART_URL, base.constData(), 0) == CURLUE_OK)
+        && curl_url_set(url.get(), CURLUPART_URL, location.constData(), flags) == CURLUE_OK;
+    if (!good) {
+        return ZEL_ERROR(ErrorCode::OperationFailed,
+                         tr("the server redirects to an address that cannot be read"));
+    }
+
+    dropWhatIsNotSent(url.get());
+    HttpUrl result;
+    result.whole = part(url.get(), CURLUPART_URL);
+    result.scheme = part(url.get(), CURLUPART_SCHEME).toLower();
+    result.host = part(url.get(), CURLUPART_HOST).toLower();
+    result.port = part(url.get(), CURLUPART_PORT, CURLU_DEFAULT_PORT);
+    result.query = part(url.get(), CURLUPART_QUERY);
+    return result;
+}
+
+} // namespace zel

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "errors/Result.h"
+
+#include <QByteArray>
+#include <QCoreApplication>
+
+namespace zel {
+
+/// The address of a request: absolute, http or https, without user name, password and fragment.
+class HttpUrl
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::HttpUrl)
+
+public:
+    HttpUrl() = default;
+    /// Code 2 for what is no such address.
+    static Result<HttpUrl> parse(const QByteArray &text);
+
+    /// Where a redirect from here leads. Code 1 if the place is neither http nor https.
+    Result<HttpUrl> redirected(const QByteArray &location) const;
+
+    const QByteArray &text() const { return whole; }
+    bool isEncrypted() const { return scheme == "https"; }
+    /// "host:port" in lower case, which tells servers apart.
+    QByteArray server() const { return host + ':' + port; }
+    /// All that may have to stay secret: the values of the query.
+    QList<QByteArray> secrets() const;
+
+private:
+    static Result<HttpUrl> parsed(const QByteArray &base, const QByteArray &location);
+
+    QByteArray whole;
+    QByteArray scheme;
+    QByteArray host;
+    QByteArray port;
+    QByteArray query;
+};
+
+} // namespace zel

@@ -1,0 +1,81 @@
+#pragma once
+
+#include "errors/Result.h"
+#include "platform/FileLock.h"
+#include "staging/FetchPlan.h"
+#include "staging/StagedFile.h"
+#include "staging/StagingRecord.h"
+
+#include <QCoreApplication>
+#include <QString>
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+namespace zel {
+
+/// The place where the bytes of one resource are collected until it is whole: a folder of its own
+/// beside the cache's data directory, told by the reference and by the state of its source.
+///
+/// A fetch that finds what an earlier one of the same state has left goes on from there. The place
+/// is locked for as long as the object lives, so that no two programs ever write to the same one:
+/// one that finds it locked, by a program that was taken for dead, say, gets another one.
+/// One thread at a time. None of the members may be called while the cache's semaphore is held.
+class StagingArea
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::StagingArea)
+
+public:
+    /// Opens the place and locks it. `validator` tells one state of the source from the next (an
+    /// ETag, size and modification time); an empty one means that nothing does: the place is empty
+    /// then. What other states of the resource have left is removed.
+    static Result<std::unique_ptr<StagingArea>> open(const FetchPlan &plan,
+                                                     const QString &validator);
+    ~StagingArea();
+    StagingArea(const StagingArea &) = delete;
+    StagingArea &operator=(const StagingArea &) = delete;
+
+    /// The folder that the resource and what comes along with it are collected in.
+    std::filesystem::path contentDirectory() const;
+    /// The resource itself in there, under the name that it has at the expected path.
+    std::filesystem::path mainPath() const;
+    /// The file that the resource becomes, with what it holds already.
+    Result<std::unique_ptr<StagedFile>> openMainFile();
+
+    /// Code 7 if the volume has no room for `bytes` more; call it before the first byte. A volume
+    /// that does not tell counts as large enough.
+    Error requireSpace(qint64 bytes) const;
+
+    /// Drops what was collected.
+    Error clear();
+
+    /// Puts everything at its place in the cache and removes the staging place. All has been synced
+    /// before (StagedFile::sync()). Others see nothing there or the whole, never a part of it.
+    ///
+    /// If the resource has become Ready meanwhile, what was collected here is dropped: another
+    /// program was first, which is a success. Anything else that lies there is replaced.
+    Error publish();
+
+    /// What is told to those who look; start() has been called on it.
+    StagingRecord &record() { return currentRecord; }
+    /// Writes the record; a failure is logged only, since the fetch does not need it.
+    void saveRecord();
+
+private:
+    StagingArea(const FetchPlan &plan, const QString &validator, const QString &folder,
+                FileLock lock);
+
+    Error prepare();
+    Error distrustAfterReboot(const StagingRecord &former);
+    Error placeAll();
+    Error place(const std::filesystem::path &staged, const std::filesystem::path &target);
+    std::filesystem::path replacedPath() const;
+
+    FetchPlan plan;
+    QString folder;
+    FileLock lock;
+    StagingRecord currentRecord;
+};
+
+} // namespace zel

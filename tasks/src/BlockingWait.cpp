@@ -1,0 +1,74 @@
+#include "BlockingWait.h"
+
+#include "TaskExecution_p.h"
+#include "errors/Propagate.h"
+
+#include <QDeadlineTimer>
+#include <QEventLoop>
+#include <QTimer>
+
+namespace zel {
+
+Error BlockingWait::run(int msecs)
+{
+    if (isWoken())
+        return Error();
+
+    Error error;
+    ZEL_TRY(error, obstacle());
+    const PlaceLoan loan;
+    spin(msecs);
+    if (!isWoken())
+        return ZEL_ERROR(ErrorCode::OperationFailed, tr("Waiting took longer than allowed."));
+    return error;
+}
+
+void BlockingWait::wake()
+{
+    const QMutexLocker lock(&mutex);
+    woken = true;
+    // Posted: a quit that comes before exec() would be lost.
+    if (loop)
+        QMetaObject::invokeMethod(loop, &QEventLoop::quit, Qt::QueuedConnection);
+}
+
+Error BlockingWait::obstacle()
+{
+    if (QCoreApplication::instance())
+        return Error();
+    return ZEL_ERROR(ErrorCode::OperationFailed,
+                     tr("Waiting is impossible without a QCoreApplication."));
+}
+
+bool BlockingWait::isWoken()
+{
+    const QMutexLocker lock(&mutex);
+    return woken;
+}
+
+void BlockingWait::spin(int msecs)
+{
+    QEventLoop eventLoop;
+    {
+        const QMutexLocker lock(&mutex);
+        if (woken)
+            return;
+        loop = &eventLoop;
+    }
+
+    const QDeadlineTimer deadline(msecs);
+    QTimer timer;
+    if (msecs >= 0) {
+        QObject::connect(&timer, &QTimer::timeout, &eventLoop, &QEventLoop::quit);
+        timer.start(msecs);
+    }
+    eventLoop.exec();
+    // A request to quit the application ends every loop, and keeps new ones from running.
+    while (!isWoken() && !deadline.hasExpired())
+        eventLoop.processEvents(QEventLoop::WaitForMoreEvents);
+
+    const QMutexLocker lock(&mutex);
+    loop = nullptr;
+}
+
+} // namespace zel

@@ -1,0 +1,267 @@
+#include "TasksQueue.h"
+
+#include "Task.h"
+#include "TaskState_p.h"
+#include "TasksQueue_p.h"
+#include "errors/Logging.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+
+#include <algorithm>
+
+namespace zel {
+
+TasksQueue::TasksQueue(QObject *parent)
+    : QObject(parent)
+    , state(std::make_shared<TasksQueueState>(this))
+{
+    // A thread that Qt has not started has no event dispatcher before its first event loop, and
+    // without one no timer of a task would start.
+    if (QCoreApplication::instance()) {
+        const QEventLoop dispatcherMaker;
+    }
+}
+
+TasksQueue::~TasksQueue()
+{
+    state->close();
+}
+
+void TasksQueue::setConnectionType(Qt::ConnectionType type)
+{
+    state->setConnectionType(type);
+}
+
+void TasksQueue::setMaxRunningTasksCount(int count)
+{
+    state->setMaxRunningTasksCount(count);
+}
+
+void TasksQueue::append(Task *task)
+{
+    if (task)
+        state->append(task->taskState());
+}
+
+QThread *TasksQueue::executionThread() const
+{
+    return state->executionThread();
+}
+
+/// Marks that tasks are being started further up on this stack, also if one of them throws.
+class TasksQueueState::Pumping
+{
+public:
+    explicit Pumping(TasksQueueState *queueState)
+        : state(queueState)
+    {
+        count(1);
+    }
+    ~Pumping() { count(-1); }
+    Pumping(const Pumping &) = delete;
+    Pumping &operator=(const Pumping &) = delete;
+
+private:
+    void count(int change)
+    {
+        const QMutexLocker lock(&state->mutex);
+        state->pumping += change;
+        state->schedule();
+    }
+
+    TasksQueueState *state;
+};
+
+TasksQueueState::TasksQueueState(TasksQueue *owner)
+    : queue(owner)
+{
+}
+
+void TasksQueueState::setConnectionType(Qt::ConnectionType type)
+{
+    const QMutexLocker lock(&mutex);
+    connectionType = type;
+}
+
+void TasksQueueState::setMaxRunningTasksCount(int count)
+{
+    {
+        const QMutexLocker lock(&mutex);
+        limit = std::max(1, count);
+        schedule();
+    }
+    proceed();
+}
+
+void TasksQueueState::append(const std::shared_ptr<TaskState> &task)
+{
+    {
+        const QMutexLocker lock(&mutex);
+        if (!task->joinQueue(shared_from_this(), lastTicket + 1)) {
+            qCWarning(lcResourceManager) << "A task that was started or queued before is not "
+                                            "queued again";
+            return;
+        }
+        waiting.emplace(++lastTicket, task);
+        schedule();
+    }
+    proceed();
+}
+
+void TasksQueueState::close()
+{
+    std::map<quint64, std::shared_ptr<TaskState>> abandoned;
+    {
+        const QMutexLocker lock(&mutex);
+        queue = nullptr;
+        abandoned.swap(waiting);
+    }
+    // Nobody would ever start them, and somebody may wait for them.
+    for (const auto &[ticket, task] : abandoned) {
+        const TaskPresence presence(task);
+        if (presence.task())
+            presence.task()->cancel();
+    }
+}
+
+bool TasksQueueState::hasThread() const
+{
+    const QThread *thread = queue->thread();
+    return thread && !thread->isFinished();
+}
+
+QThread *TasksQueueState::executionThread() const
+{
+    const QMutexLocker lock(&mutex);
+    return queue && hasThread() ? queue->thread() : QThread::currentThread();
+}
+
+QObject *TasksQueueState::target()
+{
+    if (hasThread())
+        return queue;
+    if (!substitute || !substitute->thread() || substitute->thread()->isFinished()) {
+        substitute = std::make_unique<QObject>();
+        scheduled = false; // What was posted has gone with its thread.
+    }
+    return substitute.get();
+}
+
+void TasksQueueState::leave(quint64 ticket)
+{
+    const QMutexLocker lock(&mutex);
+    waiting.erase(ticket);
+    const auto place = running.constFind(ticket);
+    if (place == running.constEnd())
+        return;
+    if (*place == 0)
+        --occupied;
+    running.erase(place);
+    schedule();
+}
+
+void TasksQueueState::lend(quint64 ticket)
+{
+    const QMutexLocker lock(&mutex);
+    const auto place = running.find(ticket);
+    if (place == running.end() || ++*place != 1)
+        return;
+    --occupied;
+    schedule();
+}
+
+void TasksQueueState::takeBack(quint64 ticket)
+{
+    const QMutexLocker lock(&mutex);
+    const auto place = running.find(ticket);
+    if (place != running.end() && --*place == 0)
+        ++occupied;
+}
+
+/// Posted, besides what proceed() does: a task further up on the stack of the thread may sit in an
+/// event loop that waits for the ones to be started.
+void TasksQueueState::schedule()
+{
+    if (!queue || waiting.empty() || occupied >= limit)
+        return;
+    QObject *receiver = target();
+    if (scheduled)
+        return;
+    scheduled = true;
+    const std::weak_ptr<TasksQueueState> self = weak_from_this();
+    QMetaObject::invokeMethod(
+        receiver,
+        [self] {
+            if (const auto state = self.lock())
+                state->onScheduled();
+        },
+        Qt::QueuedConnection);
+}
+
+void TasksQueueState::onScheduled()
+{
+    {
+        const QMutexLocker lock(&mutex);
+        scheduled = false;
+    }
+    pump();
+}
+
+bool TasksQueueState::mayStartHere()
+{
+    const QMutexLocker lock(&mutex);
+    // Tasks that end inside exec() would pile up on the stack without the look at `pumping`.
+    if (!queue || waiting.empty() || pumping > 0)
+        return false;
+    if (connectionType == Qt::QueuedConnection && hasThread())
+        return false;
+    return target()->thread() == QThread::currentThread();
+}
+
+void TasksQueueState::proceed()
+{
+    if (mayStartHere())
+        pump();
+}
+
+void TasksQueueState::revive()
+{
+    {
+        const QMutexLocker lock(&mutex);
+        if (!queue || hasThread())
+            return;
+        schedule();
+    }
+    proceed();
+}
+
+void TasksQueueState::pump()
+{
+    const std::shared_ptr<TasksQueueState> self = shared_from_this();
+    const Pumping mark(this);
+    while (const std::shared_ptr<TaskState> next = takeNext()) {
+        const TaskPresence presence(next);
+        if (presence.task())
+            static_cast<Task *>(presence.task())->exec();
+    }
+}
+
+std::shared_ptr<TaskState> TasksQueueState::takeNext()
+{
+    const QMutexLocker lock(&mutex);
+    while (!waiting.empty() && occupied < limit) {
+        const auto first = waiting.begin();
+        const quint64 ticket = first->first;
+        const std::shared_ptr<TaskState> task = std::move(first->second);
+        waiting.erase(first);
+        if (task->phase() != TaskState::Phase::Idle)
+            continue;
+        running.insert(ticket, 0);
+        ++occupied;
+        return task;
+    }
+    return nullptr;
+}
+
+} // namespace zel

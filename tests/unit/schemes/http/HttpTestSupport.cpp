@@ -1,0 +1,100 @@
+#include "HttpTestSupport.h"
+
+#include <gtest/gtest.h>
+
+namespace zel::test {
+
+using namespace Qt::Literals::StringLiterals;
+
+FileSink::FileSink()
+    : file(directory.filePath(u"staged"_s))
+{
+    EXPECT_TRUE(file.open(QIODevice::ReadWrite | QIODevice::Unbuffered));
+}
+
+void FileSink::leave(const QString &stateKey, const QByteArray &bytes)
+{
+    keptState = stateKey;
+    EXPECT_TRUE(file.resize(0));
+    EXPECT_FALSE(write(bytes.constData(), bytes.size()).hasError());
+}
+
+QByteArray FileSink::content() const
+{
+    QFile copy(file.fileName());
+    EXPECT_TRUE(copy.open(QIODevice::ReadOnly));
+    return copy.readAll();
+}
+
+Result<qint64> FileSink::open(const HttpRepresentation &state)
+{
+    openedStates.append(state.stateKey());
+    if (state.stateKey().isEmpty() || state.stateKey() != keptState) {
+        keptState = state.stateKey();
+        file.resize(0);
+    }
+    return file.size();
+}
+
+Error FileSink::startAnew()
+{
+    ++fresh;
+    return file.resize(0) ? Error() : Error(1);
+}
+
+Error FileSink::write(const char *data, qint64 size)
+{
+    if (writeFailure.hasError())
+        return writeFailure;
+    return file.seek(file.size()) && file.write(data, size) == size ? Error() : Error(1);
+}
+
+Result<QByteArray> FileSink::read(qint64 offset, qint64 size)
+{
+    if (!file.seek(offset))
+        return Error(1);
+    const QByteArray bytes = file.read(size);
+    return bytes.size() == size ? Result<QByteArray>(bytes) : Result<QByteArray>(Error(1));
+}
+
+QuickSettings::QuickSettings()
+    : waits(std::make_shared<std::vector<std::chrono::milliseconds>>())
+{
+    wait = [list = waits](std::chrono::milliseconds time) {
+        list->push_back(time);
+    };
+    stallTime = std::chrono::milliseconds(300);
+    netrcFile = QString();
+}
+
+HttpTarget targetOf(const QString &url)
+{
+    const Result<HttpUrl> parsed = HttpUrl::parse(url.toUtf8());
+    EXPECT_TRUE(parsed.hasValue()) << qPrintable(url);
+    HttpTarget target;
+    target.url = parsed.value();
+    target.displayName = u"the file"_s;
+    return target;
+}
+
+HttpTarget targetWithSha256(const QString &url, const QByteArray &content)
+{
+    HttpTarget target = targetOf(url);
+    const auto algorithm = QCryptographicHash::Sha256;
+    target.expectedDigest
+        = HttpTarget::Digest { algorithm, QCryptographicHash::hash(content, algorithm) };
+    return target;
+}
+
+QByteArray pattern(qsizetype size)
+{
+    QByteArray bytes(size, '\0');
+    quint32 state = 1;
+    for (char &byte : bytes) {
+        state = state * 1664525U + 1013904223U;
+        byte = static_cast<char>(state >> 24U);
+    }
+    return bytes;
+}
+
+} // namespace zel::test

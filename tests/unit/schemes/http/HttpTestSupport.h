@@ -1,0 +1,54 @@
+#pragma once
+
+#include "http/HttpClient.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <chrono>
+#include <vector>
+
+namespace zel::test {
+
+/// A sink that is a file. It can be told that bytes of some state lie in it already.
+class FileSink : public HttpSink
+{
+public:
+    FileSink();
+
+    /// As if an earlier attempt had left this much of the state.
+    void leave(const QString &stateKey, const QByteArray &bytes);
+    QByteArray content() const;
+    qint64 size() const { return file.size(); }
+
+    Result<qint64> open(const HttpRepresentation &state) override;
+    Error startAnew() override;
+    Error write(const char *data, qint64 size) override;
+    Result<QByteArray> read(qint64 offset, qint64 size) override;
+
+    QList<QString> openedStates;
+    int fresh = 0; ///< how often all bytes were forgotten
+    Error writeFailure;
+
+private:
+    QTemporaryDir directory;
+    QFile file;
+    QString keptState;
+};
+
+/// Settings with which faults take no time: waits are noted instead.
+class QuickSettings : public HttpSettings
+{
+public:
+    QuickSettings();
+
+    std::shared_ptr<std::vector<std::chrono::milliseconds>> waits;
+};
+
+HttpTarget targetOf(const QString &url);
+HttpTarget targetWithSha256(const QString &url, const QByteArray &content);
+
+/// Bytes that differ everywhere, so that a wrong offset shows.
+QByteArray pattern(qsizetype size);
+
+} // namespace zel::test
