@@ -79,8 +79,9 @@ public:
     static bool isSparseZacq(const QString &path, bool isThorough);
 
     /// Removes the container, of whichever form, and the target of a sparse one if it names this
-    /// container as its owner. Code 2 if there is no container at the path: nothing is removed
-    /// then. A repeat finishes what an interrupted call has begun.
+    /// container as its owner. Code 2 if there is no container at the path, or a link to one:
+    /// nothing is removed then. The target first moves into the container: an interrupted call
+    /// leaves nothing that does not go with the container's folder.
     static Error remove(const QString &path);
 
 private:

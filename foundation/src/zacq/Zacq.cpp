@@ -1,0 +1,232 @@
+#include "zacq/Zacq.h"
+
+#include "errors/Propagate.h"
+#include "platform/FileSync.h"
+#include "platform/TreeCopy.h"
+#include "platform/TreeRemoval.h"
+#include "zacq/SparseConversion.h"
+#include "zacq/ZacqFileForm.h"
+#include "zacq/ZacqFolder.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+namespace zel::zacq {
+
+namespace {
+
+/// Whether something that calls itself a container is there.
+bool hasMark(const QString &path)
+{
+    const QFileInfo info(path);
+    return info.isDir() ? ZacqFolder(path).hasManifest()
+                        : info.isFile() && ZacqFileForm::hasMagic(path);
+}
+
+Error openForReading(QFile *file)
+{
+    // Not everything that has a name can be opened without waiting for somebody.
+    if (QFileInfo(file->fileName()).isFile() && file->open(QIODevice::ReadOnly))
+        return {};
+    return ZEL_ERROR(
+        ErrorCode::OperationFailed,
+        Zacq::tr("Reading \"%1\" failed: %2").arg(file->fileName(), file->errorString()));
+}
+
+/// Brings the target into its container, so that from one moment to the next whatever removes the
+/// container removes the target too. A container that cannot take it in loses it at once.
+Error takeBack(const ZacqFolder &container, const QString &target)
+{
+    Error error;
+    ZEL_TRY(error, TreeRemoval::remove(container.stagingPath()));
+    if (FileSync::renameDurably(target, container.stagingPath()).hasError())
+        ZEL_TRY(error, TreeRemoval::remove(target));
+    return error;
+}
+
+} // namespace
+
+class Zacq::Private
+{
+public:
+    explicit Private(const QString &path)
+        : folder(path)
+    {
+    }
+
+    Result<ZacqManifest> readManifest(Type *readType) const;
+    /// Opens the sample, or the container with the sample from the file's position on.
+    Error openSample(QFile *file) const;
+    Error copyChecked(QFile &source, QFile &target) const;
+    /// Code 4 unless this is the sample's digest.
+    Error compared(const QByteArray &digest) const;
+
+    const ZacqFolder folder; ///< holds the path of either form
+    Type type = Type::Unknown;
+    ZacqManifest manifest;
+};
+
+Result<ZacqManifest> Zacq::Private::readManifest(Type *readType) const
+{
+    if (QFileInfo(folder.path()).isDir()) {
+        *readType = Type::Folder;
+        return ZEL_PASS(folder.readManifest());
+    }
+    *readType = Type::File;
+    QFile file(folder.path());
+    Error error;
+    ZEL_TRY(error, openForReading(&file));
+    return ZEL_PASS(ZacqFileForm::readHead(file));
+}
+
+Error Zacq::Private::openSample(QFile *file) const
+{
+    Error error;
+    file->setFileName(type == Type::File ? folder.path() : folder.findSample(manifest));
+    ZEL_TRY(error, openForReading(file));
+    if (type == Type::File) {
+        ZEL_TRY_LET(const auto head, ZacqFileForm::readHead(*file));
+    }
+    return error;
+}
+
+Error Zacq::Private::copyChecked(QFile &source, QFile &target) const
+{
+    Error error;
+    ZEL_TRY_LET(const FileHash hash,
+                ZacqFileForm::copyBytes(source, target, manifest.sampleSize,
+                                        manifest.metadata.contentHash.algorithm));
+    ZEL_TRY(error, compared(hash.digest));
+    ZEL_TRY(error, FileSync::syncFile(target));
+    return error;
+}
+
+Error Zacq::Private::compared(const QByteArray &digest) const
+{
+    if (digest == manifest.metadata.contentHash.digest)
+        return {};
+    return ZEL_ERROR(
+        ErrorCode::BadData,
+        tr("The sample of \"%1\" does not have its recorded checksum.").arg(folder.path()));
+}
+
+bool isZacqFile(const QString &path, bool isThorough)
+{
+    const bool isFolder = QFileInfo(path).isDir();
+    if (!hasMark(path))
+        return false;
+    if (!isThorough)
+        return true;
+    Zacq container(path);
+    return !container.open(Zacq::Mode::ReadOnly).hasError()
+        && (!isFolder || container.sampleFilePath().hasValue());
+}
+
+Zacq::Zacq(const QString &path)
+    : d(std::make_unique<Private>(path))
+{
+}
+
+Zacq::~Zacq() = default;
+
+Error Zacq::open(Mode)
+{
+    d->type = Type::Unknown;
+    Type type = Type::Unknown;
+    ZEL_TRY_LET(d->manifest, d->readManifest(&type));
+    d->type = type;
+    return {};
+}
+
+Zacq::Type Zacq::getType() const
+{
+    return d->type;
+}
+
+Result<QString> Zacq::sampleFilePath() const
+{
+    if (d->type == Type::File) {
+        return ZEL_ERROR(ErrorCode::FeatureLacking,
+                         tr("The sample of \"%1\" is not a file.").arg(d->folder.path()));
+    }
+    const QString sample = d->type == Type::Folder ? d->folder.findSample(d->manifest) : QString();
+    if (!sample.isEmpty())
+        return sample;
+    return ZEL_ERROR(ErrorCode::BadData,
+                     tr("The sample of \"%1\" is not in place.").arg(d->folder.path()));
+}
+
+const ZacqMetadata &Zacq::metadata() const
+{
+    return d->manifest.metadata;
+}
+
+Error Zacq::makeSparseZacqBlocking(const QString &source, const QString &target)
+{
+    Error error;
+    ZEL_TRY(error, SparseConversion(source, target).run());
+    if (d->type == Type::Folder)
+        ZEL_TRY(error, open(Mode::ReadOnly));
+    return error;
+}
+
+bool Zacq::isSparseZacq(const QString &path, bool isThorough)
+{
+    const ZacqFolder folder(path);
+    // remove() takes no link, so that what a link leads to stays; nothing else of it is sparse.
+    const QFileInfo info(folder.path());
+    if (info.isSymLink() || !info.isDir() || !folder.hasManifest())
+        return false;
+    const auto manifest = folder.readManifest();
+    if (!manifest.hasValue() || !manifest.value().pointer)
+        return false;
+    return !isThorough || !folder.findSampleInTarget(manifest.value()).isEmpty();
+}
+
+Error Zacq::extractSample(const QString &target) const
+{
+    Error error;
+    QFile source;
+    ZEL_TRY(error, d->openSample(&source));
+    QFile copy(target);
+    if (!copy.open(QIODevice::WriteOnly | QIODevice::NewOnly)) {
+        return ZEL_ERROR(ErrorCode::OperationFailed,
+                         tr("Writing \"%1\" failed: %2").arg(target, copy.errorString()));
+    }
+    error = d->copyChecked(source, copy);
+    if (error.hasError())
+        copy.remove();
+    return ZEL_PASS(error);
+}
+
+Error Zacq::verifyContent() const
+{
+    Error error;
+    QFile sample;
+    ZEL_TRY(error, d->openSample(&sample));
+    QCryptographicHash hash(d->manifest.metadata.contentHash.algorithm);
+    if (!hash.addData(&sample) || sample.error() != QFileDevice::NoError) {
+        return ZEL_ERROR(
+            ErrorCode::OperationFailed,
+            tr("Reading \"%1\" failed: %2").arg(sample.fileName(), sample.errorString()));
+    }
+    return ZEL_PASS(d->compared(hash.result()));
+}
+
+Error Zacq::remove(const QString &path)
+{
+    const ZacqFolder folder(path);
+    if (QFileInfo(folder.path()).isSymLink() || !hasMark(folder.path()))
+        return ZEL_ERROR(ErrorCode::BadArgument, tr("\"%1\" is no ZACQ container.").arg(path));
+    Error error;
+    const auto manifest = folder.readManifest();
+    // A damaged manifest ties nothing to the container.
+    if (manifest.hasValue() && manifest.value().pointer
+        && folder.ownsTarget(*manifest.value().pointer)) {
+        ZEL_TRY(error, takeBack(folder, folder.targetPath(*manifest.value().pointer)));
+    }
+    ZEL_TRY(error, TreeRemoval::remove(folder.path()));
+    return error;
+}
+
+} // namespace zel::zacq

@@ -1,0 +1,44 @@
+#include "platform/FreeSpace.h"
+
+#include "TemporaryCache.h"
+
+#include <QStorageInfo>
+
+using namespace zel;
+using namespace zel::test;
+using namespace Qt::Literals::StringLiterals;
+
+TEST(FreeSpaceTest, availableBytes_existingAndComingPaths_givesTheVolumesSpace)
+{
+    const QTemporaryDir dir;
+    const qint64 known = QStorageInfo(dir.path()).bytesAvailable();
+    writeFile(dir.filePath(u"file"_s), "x");
+    for (const QString &path : { dir.path(), dir.filePath(u"not/yet/there"_s),
+                                 dir.filePath(u"file"_s), dir.filePath(u"file/below"_s) }) {
+        const auto bytes = FreeSpace::availableBytes(path);
+        ASSERT_TRUE(bytes.hasValue()) << qPrintable(path);
+        EXPECT_GT(bytes.value(), 0);
+        // Other programs of the machine write and remove meanwhile.
+        EXPECT_NEAR(static_cast<double>(bytes.value()), static_cast<double>(known), 5e9);
+    }
+}
+
+TEST(FreeSpaceTest, availableBytes_volumeWithoutSize_countsAsEndless)
+{
+    const auto bytes = FreeSpace::availableBytes(u"/proc"_s);
+    ASSERT_TRUE(bytes.hasValue());
+    EXPECT_EQ(bytes.value(), std::numeric_limits<qint64>::max());
+}
+
+TEST(FreeSpaceTest, isSameVolume_oneAndTwoVolumes_areToldApart)
+{
+    const QTemporaryDir dir;
+    EXPECT_TRUE(FreeSpace::isSameVolume(dir.path(), dir.filePath(u"a/b"_s)).value());
+    EXPECT_FALSE(FreeSpace::isSameVolume(dir.path(), u"/proc"_s).value());
+}
+
+TEST(FreeSpaceTest, emptyPath_fails)
+{
+    EXPECT_EQ(FreeSpace::availableBytes(QString()).error().errorCode(), ErrorCode::OperationFailed);
+    EXPECT_FALSE(FreeSpace::isSameVolume(u"/"_s, QString()).hasValue());
+}
