@@ -29,8 +29,6 @@ public:
     bool isHeld() const { return currentState == State::Held; }
 
 private:
-    void release();
-
     int descriptor = -1;
     State currentState = State::Unavailable;
 };

@@ -42,7 +42,7 @@ public:
 
 private:
     NativeFile(const std::filesystem::path &path, int descriptor);
-    Error failure(const QString &text, int reason) const;
+    Error writeFailure(int reason);
 
     std::filesystem::path path;
     int descriptor = -1;

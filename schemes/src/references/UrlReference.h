@@ -37,17 +37,19 @@ private:
     struct Parts
     {
         QString server; ///< "https://host:8080"
-        QString path; ///< normalised, starts with a slash
-        QString query; ///< normalised, without the question mark
+        QString path; ///< starts with a slash
+        QString query; ///< without the question mark
         QString publicQuery; ///< the same without what signs or opens the request
     };
 
     UrlReference(Scheme scheme, const Parts &parts, const ExpectedContent &expected);
     static Result<Parts> split(const QString &text);
     static Result<QString> normalisedServer(const QString &protocol, const QString &authority);
+    static Result<QString> normalisedHost(const QString &host);
+    static Result<QString> normalisedPort(const QString &protocol, const QString &port);
 
-    Parts parts;
-    ExpectedContent expected;
+    const Parts parts;
+    const ExpectedContent expected;
 };
 
 } // namespace zel

@@ -24,8 +24,6 @@ struct FetchPlan
     /// The plan of one resource in the cache that the manager uses now. The cache is borrowed.
     static FetchPlan make(const ResourceReference &reference, const QString &expectedPath,
                           ResourceCache *cache);
-    /// Where all resources of a cache with this data directory are staged.
-    static QString stagingDirectoryFor(const QString &cacheDataDirectory);
 };
 
 } // namespace zel

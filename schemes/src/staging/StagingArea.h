@@ -57,7 +57,7 @@ public:
     /// program was first, which is a success. Anything else that lies there is replaced.
     Error publish();
 
-    /// What is told to those who look; start() has been called on it.
+    /// What is told to those who look.
     StagingRecord &record() { return currentRecord; }
     /// Writes the record; a failure is logged only, since the fetch does not need it.
     void saveRecord();
@@ -66,16 +66,21 @@ private:
     StagingArea(const FetchPlan &plan, const QString &validator, const QString &folder,
                 FileLock lock);
 
+    static Result<std::unique_ptr<StagingArea>> openFree(const FetchPlan &plan,
+                                                         const QString &validator,
+                                                         const QString &name);
     Error prepare();
     Error distrustAfterReboot(const StagingRecord &former);
+    void removeOtherStates() const;
+    Error clearContent() const;
+    bool isReadyAlready() const;
     Error placeAll();
-    Error place(const std::filesystem::path &staged, const std::filesystem::path &target);
-    std::filesystem::path replacedPath() const;
 
     FetchPlan plan;
     QString folder;
     FileLock lock;
     StagingRecord currentRecord;
+    bool isRemoved = false;
 };
 
 } // namespace zel

@@ -4,7 +4,6 @@
 
 #include <QElapsedTimer>
 
-#include <chrono>
 #include <optional>
 
 namespace zel {

@@ -1,0 +1,134 @@
+#include "platform/NativeFile.h"
+
+#include "errors/Propagate.h"
+#include "platform/PosixFile.h"
+
+#include <utility>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace zel {
+
+using namespace posix;
+
+namespace {
+
+Descriptor openPath(const std::filesystem::path &path, int flags)
+{
+    return openAt(AT_FDCWD, QByteArray::fromStdString(path.native()), flags, 0666);
+}
+
+QString shownPath(const std::filesystem::path &path)
+{
+    return shown(QByteArray::fromStdString(path.native()));
+}
+
+} // namespace
+
+NativeFile::NativeFile(const std::filesystem::path &path, int descriptor)
+    : path(path)
+    , descriptor(descriptor)
+{
+}
+
+NativeFile::NativeFile(NativeFile &&other) noexcept
+    : path(std::move(other.path))
+    , descriptor(std::exchange(other.descriptor, -1))
+    , outOfSpace(other.outOfSpace)
+{
+}
+
+NativeFile &NativeFile::operator=(NativeFile &&other) noexcept
+{
+    std::swap(path, other.path);
+    std::swap(descriptor, other.descriptor);
+    std::swap(outOfSpace, other.outOfSpace);
+    return *this;
+}
+
+NativeFile::~NativeFile()
+{
+    // What must not get lost has been synced before; closing has nothing left to tell.
+    ZEL_IGNORE(Descriptor(descriptor).close());
+}
+
+Result<NativeFile> NativeFile::open(const std::filesystem::path &path, Mode mode)
+{
+    Descriptor file = openPath(path, mode == Mode::Read ? O_RDONLY : O_RDWR | O_CREAT);
+    if (!file.isOpen()) {
+        return ZEL_ERROR(
+            ErrorCode::OperationFailed,
+            tr("Opening \"%1\" failed: %2").arg(shownPath(path), qt_error_string(errno)));
+    }
+    return NativeFile(path, file.release());
+}
+
+Result<qint64> NativeFile::size() const
+{
+    struct stat status;
+    if (::fstat(descriptor, &status) != 0) {
+        return ZEL_ERROR(
+            ErrorCode::OperationFailed,
+            tr("Reading \"%1\" failed: %2").arg(shownPath(path), qt_error_string(errno)));
+    }
+    return qint64(status.st_size);
+}
+
+Result<qint64> NativeFile::readAt(qint64 offset, char *data, qint64 count)
+{
+    const ssize_t got
+        = retried([&] { return ::pread(descriptor, data, size_t(count), off_t(offset)); });
+    if (got < 0) {
+        return ZEL_ERROR(
+            ErrorCode::OperationFailed,
+            tr("Reading \"%1\" failed: %2").arg(shownPath(path), qt_error_string(errno)));
+    }
+    return qint64(got);
+}
+
+Error NativeFile::writeAt(qint64 offset, const char *data, qint64 count)
+{
+    while (count > 0) {
+        const ssize_t written
+            = retried([&] { return ::pwrite(descriptor, data, size_t(count), off_t(offset)); });
+        if (written <= 0)
+            return ZEL_PASS(writeFailure(written < 0 ? errno : ENOSPC));
+        data += written;
+        offset += written;
+        count -= written;
+    }
+    return {};
+}
+
+Error NativeFile::truncate(qint64 size)
+{
+    const int outcome = retried([&] { return ::ftruncate(descriptor, off_t(size)); });
+    return outcome == 0 ? Error() : ZEL_PASS(writeFailure(errno));
+}
+
+Error NativeFile::sync()
+{
+    const int outcome = retried([&] { return ::fsync(descriptor); });
+    return outcome == 0 ? Error() : ZEL_PASS(writeFailure(errno));
+}
+
+Error NativeFile::writeFailure(int reason)
+{
+    outOfSpace = reason == ENOSPC || reason == EDQUOT;
+    return ZEL_ERROR(ErrorCode::OperationFailed,
+                     tr("Writing \"%1\" failed: %2").arg(shownPath(path), qt_error_string(reason)));
+}
+
+Error NativeFile::syncVolume(const std::filesystem::path &path)
+{
+    const Descriptor file = openPath(path, O_RDONLY);
+    if (!file.isOpen() || ::syncfs(file.get()) != 0) {
+        return ZEL_ERROR(ErrorCode::OperationFailed,
+                         tr("Writing the volume of \"%1\" failed: %2")
+                             .arg(shownPath(path), qt_error_string(errno)));
+    }
+    return {};
+}
+
+} // namespace zel

@@ -1,0 +1,176 @@
+#include "references/UrlReference.h"
+
+#include "errors/Propagate.h"
+#include "references/PercentEncoding.h"
+#include "references/PublicQuery.h"
+#include "references/ResourceReferenceUtils.h"
+
+#include <QStringList>
+#include <QUrl>
+
+#include <algorithm>
+
+namespace zel {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr QLatin1StringView keptInPath("/!$&'()*+,;=:@");
+constexpr QLatin1StringView keptInQuery("/!$&'()*+,;=:@?");
+
+/// "." and ".." resolved as browsers and servers do; nothing lies above the root.
+QString withoutDotSegments(const QString &path)
+{
+    QStringList segments;
+    const QStringList given = path.split(u'/');
+    for (qsizetype i = 1; i < given.size(); ++i) {
+        const bool isLast = i == given.size() - 1;
+        const QString &segment = given.at(i);
+        if (segment == u".."_s && !segments.isEmpty())
+            segments.removeLast();
+        if (segment != u"."_s && segment != u".."_s)
+            segments << segment;
+        else if (isLast)
+            segments << QString();
+    }
+    return u'/' + segments.join(u'/');
+}
+
+bool isHostCharacter(QChar character)
+{
+    return (character >= u'a' && character <= u'z') || (character >= u'0' && character <= u'9')
+        || character == u'-' || character == u'.' || character == u'_';
+}
+
+} // namespace
+
+UrlReference::UrlReference(Scheme scheme, const Parts &parts, const ExpectedContent &expected)
+    : ResourceReference(scheme)
+    , parts(parts)
+    , expected(expected)
+{
+}
+
+Result<QSharedPointer<ResourceReference>> UrlReference::parse(Scheme scheme, const QString &text)
+{
+    const qsizetype hash = text.indexOf(u'#');
+    ExpectedContent expected;
+    if (hash >= 0) {
+        ZEL_TRY_LET(expected, ExpectedContent::fromString(text.mid(hash + 1)));
+    }
+    ZEL_TRY_LET(const Parts parts, split(hash < 0 ? text : text.left(hash)));
+    return QSharedPointer<ResourceReference>(new UrlReference(scheme, parts, expected));
+}
+
+Result<UrlReference::Parts> UrlReference::split(const QString &text)
+{
+    const QString protocol = text.section(u':', 0, 0).toLower();
+    const QString rest = text.mid(protocol.size() + 1);
+    if (!rest.startsWith(u"//"_s)) {
+        return ZEL_ERROR(ErrorCode::BadArgument,
+                         tr("An address starts with \"%1://\" and a host.").arg(protocol));
+    }
+    const qsizetype question = rest.indexOf(u'?');
+    const QString place = question < 0 ? rest.mid(2) : rest.mid(2, question - 2);
+    const QString authority = place.section(u'/', 0, 0);
+
+    Parts parts;
+    ZEL_TRY_LET(parts.server, normalisedServer(protocol, authority));
+    ZEL_TRY_LET(const QString path,
+                PercentEncoding::normalised(place.mid(authority.size()), keptInPath));
+    parts.path = withoutDotSegments(path.isEmpty() ? u"/"_s : path);
+    ZEL_TRY_LET(parts.query,
+                PercentEncoding::normalised(question < 0 ? QString() : rest.mid(question + 1),
+                                            keptInQuery));
+    parts.publicQuery = publicQuery(parts.query);
+    return parts;
+}
+
+Result<QString> UrlReference::normalisedServer(const QString &protocol, const QString &authority)
+{
+    if (authority.contains(u'@')) {
+        return ZEL_ERROR(ErrorCode::BadArgument,
+                         tr("An address must not contain a user name or a password. They belong "
+                            "into the file ~/.netrc."));
+    }
+    // A colon inside brackets belongs to the host.
+    const qsizetype colon
+        = authority.indexOf(u':', std::max<qsizetype>(authority.indexOf(u']'), 0));
+    const QString host = colon < 0 ? authority : authority.left(colon);
+    ZEL_TRY_LET(const QString goodHost, normalisedHost(host));
+    ZEL_TRY_LET(const QString port,
+                normalisedPort(protocol, colon < 0 ? QString() : authority.mid(colon + 1)));
+    return protocol + u"://"_s + goodHost + port;
+}
+
+Result<QString> UrlReference::normalisedHost(const QString &host)
+{
+    QString normalised;
+    if (host.startsWith(u'[') && host.endsWith(u']')) {
+        QUrl url;
+        url.setHost(host, QUrl::StrictMode);
+        normalised = url.host(QUrl::FullyEncoded).isEmpty()
+            ? QString()
+            : u'[' + url.host(QUrl::FullyEncoded).toLower() + u']';
+    } else {
+        const QString ace = QString::fromLatin1(QUrl::toAce(host.toLower()));
+        if (std::all_of(ace.begin(), ace.end(), isHostCharacter))
+            normalised = ace;
+    }
+    if (normalised.isEmpty()) {
+        return ZEL_ERROR(
+            ErrorCode::BadArgument,
+            tr("\"%1\" is not the name of a host.").arg(ResourceReferenceUtils::printable(host)));
+    }
+    return normalised;
+}
+
+Result<QString> UrlReference::normalisedPort(const QString &protocol, const QString &port)
+{
+    if (port.isEmpty())
+        return QString();
+    bool isNumber = false;
+    const uint number = port.toUShort(&isNumber);
+    const bool areDigits
+        = std::all_of(port.begin(), port.end(), [](QChar c) { return c >= u'0' && c <= u'9'; });
+    // Not shown: it may be the password of a user without a host.
+    if (!isNumber || !areDigits || number == 0)
+        return ZEL_ERROR(ErrorCode::BadArgument, tr("The port of an address is no number."));
+    const bool isDefault = number == (protocol == u"https"_s ? 443u : 80u);
+    return isDefault ? QString() : u':' + QString::number(number);
+}
+
+QString UrlReference::referenceText(bool forDisplay) const
+{
+    const QString query = parts.publicQuery.isEmpty() ? QString() : u'?' + parts.publicQuery;
+    if (forDisplay)
+        return PercentEncoding::displayed(parts.server + parts.path + query);
+    const QString fragment = expected.isEmpty() ? QString() : u'#' + expected.toString();
+    return parts.server + parts.path + query + fragment;
+}
+
+std::optional<QString> UrlReference::referencePath() const
+{
+    return PercentEncoding::displayed(parts.path);
+}
+
+std::optional<QString> UrlReference::referenceFullPath() const
+{
+    return referenceText(true);
+}
+
+QByteArray UrlReference::requestUrl() const
+{
+    const QString query = parts.query.isEmpty() ? QString() : u'?' + parts.query;
+    return (parts.server + parts.path + query).toLatin1();
+}
+
+QString UrlReference::fileName() const
+{
+    const QStringList segments = parts.path.split(u'/', Qt::SkipEmptyParts);
+    return segments.isEmpty() ? parts.server.section(u'/', -1)
+                              : PercentEncoding::displayed(segments.last());
+}
+
+} // namespace zel

@@ -1,0 +1,101 @@
+#include "staging/Placement.h"
+
+#include "NativePath.h"
+#include "SchemeErrors.h"
+#include "errors/Propagate.h"
+#include "files/FileUtilsGeneric.h"
+#include "platform/FileSync.h"
+#include "platform/FreeSpace.h"
+#include "platform/TreeCopy.h"
+#include "platform/TreeRemoval.h"
+#include "platform/VolumeMove.h"
+
+namespace zel {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+bool liesSomethingAt(const fs::path &path)
+{
+    std::error_code ignored;
+    return fs::symlink_status(path, ignored).type() != fs::file_type::not_found;
+}
+
+/// The new entry, and the folder that it is in, which may be new as well.
+Error syncAround(const fs::path &target)
+{
+    Error error;
+    ZEL_TRY(error, FileSync::syncDirectory(textPath(target.parent_path())));
+    ZEL_TRY(error, FileSync::syncDirectory(textPath(target.parent_path().parent_path())));
+    return error;
+}
+
+} // namespace
+
+Error Placement::place(const fs::path &staged, const fs::path &target, const std::string &owner)
+{
+    Error error;
+    ZEL_TRY(error, FileUtilsGeneric::mkPath(textPath(target.parent_path())));
+    ZEL_TRY_LET(const bool isPlaced, placeInOneStep(staged, target));
+    if (!isPlaced)
+        ZEL_TRY(error, placeByNeighbour(staged, target, owner));
+    return ZEL_PASS(syncAround(target));
+}
+
+/// Whether two places are on one volume shows in the attempt only: one volume may be mounted twice,
+/// and then nothing moves between the mounts either.
+Result<bool> Placement::placeInOneStep(const fs::path &staged, const fs::path &target)
+{
+    if (liesSomethingAt(target))
+        return ZEL_PASS(VolumeMove::exchange(staged, target));
+    return ZEL_PASS(VolumeMove::move(staged, target));
+}
+
+Error Placement::placeByNeighbour(const fs::path &staged, const fs::path &target,
+                                  const std::string &owner)
+{
+    Error error;
+    const fs::path incoming = target.parent_path() / (".incoming-" + owner);
+    ZEL_TRY(error, TreeRemoval::remove(textPath(incoming)));
+    const Error copyError = copy(staged, incoming);
+    error = copyError.hasError() ? copyError : replace(incoming, target, owner);
+    ZEL_DROP(TreeRemoval::remove(textPath(incoming))); // what counts is decided
+    return ZEL_PASS(error);
+}
+
+Error Placement::copy(const fs::path &from, const fs::path &to)
+{
+    std::error_code ignored;
+    // A rename costs nothing where it works; only exchanging was impossible then.
+    ZEL_TRY_LET(const bool isMoved, VolumeMove::move(from, to));
+    if (isMoved)
+        return {};
+
+    const auto available = FreeSpace::availableBytes(textPath(to.parent_path()));
+    if (available.hasValue() && available.value() < FileUtilsGeneric::contentSize(textPath(from))) {
+        return ZEL_ERROR(SchemeErrors::noSpace,
+                         tr("There is no room for \"%1\".").arg(textPath(to.parent_path())));
+    }
+    const bool isFolder = fs::is_directory(fs::symlink_status(from, ignored));
+    const auto copier = isFolder ? &TreeCopy::copyTree : &TreeCopy::copyFile;
+    return ZEL_PASS(copier(textPath(from), textPath(to), {}, {}));
+}
+
+/// Both lie in one folder.
+Error Placement::replace(const fs::path &incoming, const fs::path &target, const std::string &owner)
+{
+    Error error;
+    ZEL_TRY_LET(const bool isPlaced, placeInOneStep(incoming, target));
+    if (isPlaced)
+        return error;
+
+    const fs::path replaced = target.parent_path() / (".replaced-" + owner);
+    ZEL_TRY(error, TreeRemoval::remove(textPath(replaced)));
+    ZEL_TRY(error, FileSync::renameDurably(textPath(target), textPath(replaced)));
+    ZEL_TRY(error, FileSync::renameDurably(textPath(incoming), textPath(target)));
+    ZEL_DROP(TreeRemoval::remove(textPath(replaced))); // the new one is in place
+    return error;
+}
+
+} // namespace zel

@@ -1,0 +1,232 @@
+#include "staging/StagingArea.h"
+
+#include "NativePath.h"
+#include "SchemeErrors.h"
+#include "errors/Propagate.h"
+#include "files/FileUtilsGeneric.h"
+#include "platform/FreeSpace.h"
+#include "platform/TreeRemoval.h"
+#include "staging/Placement.h"
+#include "staging/StagingFolder.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QLocale>
+#include <QUuid>
+
+namespace zel {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// As many programs may fetch one resource at a time because they took one another for dead.
+constexpr int mostPlaces = 16;
+// A place that is removed between the making of its folder and the locking is made again.
+constexpr int mostTries = 8;
+
+FileLock lockMade(const QString &folder)
+{
+    for (int i = 0; i < mostTries; ++i) {
+        ZEL_DROP(FileUtilsGeneric::mkPath(folder)); // the lock tells
+        FileLock lock(StagingFolder::lockPath(folder));
+        if (lock.state() != FileLock::State::Unavailable || QFileInfo::exists(folder))
+            return lock;
+    }
+    return {};
+}
+
+} // namespace
+
+StagingArea::StagingArea(const FetchPlan &plan, const QString &validator, const QString &folder,
+                         FileLock lock)
+    : plan(plan)
+    , folder(folder)
+    , lock(std::move(lock))
+{
+    currentRecord.displayText = plan.displayText;
+    currentRecord.referenceKey = plan.referenceKey;
+    currentRecord.validator = validator;
+    currentRecord.process = ProcessIdentity::current();
+    currentRecord.started = QDateTime::currentDateTimeUtc();
+}
+
+StagingArea::~StagingArea() = default;
+
+Result<std::unique_ptr<StagingArea>> StagingArea::open(const FetchPlan &plan,
+                                                       const QString &validator)
+{
+    Error error;
+    ZEL_TRY(error, FileUtilsGeneric::mkPath(plan.stagingDirectory));
+    const QString name
+        = plan.stagingDirectory + u'/' + StagingFolder::prefixFor(plan.referenceKey, validator);
+    ZEL_TRY_LET(std::unique_ptr<StagingArea> area, openFree(plan, validator, name));
+    area->removeOtherStates();
+    ZEL_TRY(error, area->prepare());
+    return area;
+}
+
+Result<std::unique_ptr<StagingArea>> StagingArea::openFree(const FetchPlan &plan,
+                                                           const QString &validator,
+                                                           const QString &name)
+{
+    for (int i = 0; i < mostPlaces; ++i) {
+        QString folder = name + QString::number(i);
+        FileLock lock = lockMade(folder);
+        if (lock.state() == FileLock::State::Busy)
+            continue;
+        // Without locks a place of one's own is the only one that nobody else writes to.
+        if (lock.state() == FileLock::State::Unavailable)
+            folder = name + QUuid::createUuid().toString(QUuid::Id128);
+        return std::unique_ptr<StagingArea>(
+            new StagingArea(plan, validator, folder, std::move(lock)));
+    }
+    return ZEL_ERROR(ErrorCode::OperationFailed,
+                     tr("Too many programs are fetching %1.").arg(plan.displayText));
+}
+
+Error StagingArea::prepare()
+{
+    Error error;
+    ZEL_TRY(error, FileUtilsGeneric::mkPath(StagingFolder::contentPath(folder)));
+    const auto former = StagingRecord::read(StagingFolder::recordPath(folder));
+    const bool isSameState = former.hasValue() && !currentRecord.validator.isEmpty()
+        && former.value().validator == currentRecord.validator
+        && former.value().referenceKey == currentRecord.referenceKey;
+    if (!isSameState)
+        ZEL_TRY(error, clearContent());
+    else if (former.value().process.bootId != currentRecord.process.bootId)
+        ZEL_TRY(error, distrustAfterReboot(former.value()));
+    if (isSameState)
+        currentRecord.durableBytes = former.value().durableBytes;
+    saveRecord();
+    return error;
+}
+
+/// The machine has started anew since the place was written to. If that was not in good order,
+/// files may have their length but not their bytes, other than those that were waited for.
+Error StagingArea::distrustAfterReboot(const StagingRecord &former)
+{
+    Error error;
+    const QStringList names
+        = QDir(StagingFolder::contentPath(folder))
+              .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+    const QString mainName = textPath(mainPath().filename());
+    if (names != QStringList { mainName } || !QFileInfo(textPath(mainPath())).isFile())
+        return ZEL_PASS(clearContent());
+
+    ZEL_TRY_LET(const auto file, openMainFile());
+    if (file->size() > former.durableBytes)
+        ZEL_TRY(error, file->truncate(former.durableBytes));
+    return error;
+}
+
+void StagingArea::removeOtherStates() const
+{
+    const QString ofResource = StagingFolder::prefixFor(plan.referenceKey);
+    const QString ofState = StagingFolder::prefixFor(plan.referenceKey, currentRecord.validator);
+    const QStringList folders = StagingFolder::all(plan.stagingDirectory);
+    for (const QString &other : folders) {
+        const QString name = QFileInfo(other).fileName();
+        if (name.startsWith(ofResource) && !name.startsWith(ofState))
+            StagingFolder::removeIfUnused(other);
+    }
+}
+
+fs::path StagingArea::contentDirectory() const
+{
+    return nativePath(StagingFolder::contentPath(folder));
+}
+
+fs::path StagingArea::mainPath() const
+{
+    return contentDirectory() / nativePath(plan.expectedPath).filename();
+}
+
+Result<std::unique_ptr<StagedFile>> StagingArea::openMainFile()
+{
+    return ZEL_PASS(StagedFile::open(mainPath()));
+}
+
+Error StagingArea::requireSpace(qint64 bytes) const
+{
+    const auto available = FreeSpace::availableBytes(folder);
+    if (!available.hasValue() || available.value() >= bytes)
+        return {};
+    const QLocale locale = QLocale::c();
+    return ZEL_ERROR(SchemeErrors::noSpace,
+                     tr("There is no room for %1: %2 are needed, %3 are free.")
+                         .arg(plan.displayText, locale.formattedDataSize(bytes),
+                              locale.formattedDataSize(available.value())));
+}
+
+Error StagingArea::clear()
+{
+    Error error;
+    ZEL_TRY(error, clearContent());
+    currentRecord.bytes = 0;
+    currentRecord.durableBytes = 0;
+    saveRecord();
+    return error;
+}
+
+Error StagingArea::clearContent() const
+{
+    Error error;
+    const QString content = StagingFolder::contentPath(folder);
+    ZEL_TRY(error, TreeRemoval::remove(content));
+    ZEL_TRY(error, FileUtilsGeneric::mkPath(content));
+    return error;
+}
+
+bool StagingArea::isReadyAlready() const
+{
+    return plan.isReady(plan.referenceKey) && QFileInfo::exists(plan.expectedPath);
+}
+
+Error StagingArea::publish()
+{
+    Error error;
+    // Somebody else may become ready while this one tries; then the attempt does not matter.
+    if (!isReadyAlready())
+        error = placeAll();
+    if (error.hasError() && !isReadyAlready())
+        return ZEL_PASS(error);
+    // The resource is where it belongs; what stays behind is removed by a later fetch.
+    ZEL_DROP(StagingFolder::remove(folder));
+    isRemoved = true;
+    return {};
+}
+
+/// The resource itself comes last: whoever sees it finds what belongs to it.
+Error StagingArea::placeAll()
+{
+    Error error;
+    const fs::path targetDirectory = nativePath(plan.expectedPath).parent_path();
+    const fs::path main = mainPath();
+    const std::string owner = nativePath(folder).filename().native();
+
+    std::error_code failure;
+    std::vector<fs::path> staged;
+    for (fs::directory_iterator it(contentDirectory(), failure), end; !failure && it != end;
+         it.increment(failure)) {
+        if (it->path() != main)
+            staged.push_back(it->path());
+    }
+    staged.push_back(main);
+    for (const fs::path &path : staged)
+        ZEL_TRY(error, Placement::place(path, targetDirectory / path.filename(), owner));
+    return error;
+}
+
+void StagingArea::saveRecord()
+{
+    if (isRemoved)
+        return;
+    currentRecord.updated = QDateTime::currentDateTimeUtc();
+    ZEL_DROP(currentRecord.write(StagingFolder::recordPath(folder))); // the fetch goes on without
+}
+
+} // namespace zel
