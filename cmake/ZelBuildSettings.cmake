@@ -17,13 +17,16 @@ target_compile_definitions(zel_build_settings INTERFACE
     QT_DISABLE_DEPRECATED_BEFORE=0x060400
     QT_MESSAGELOGCONTEXT)
 
+# Trails and logs name files as the reader of the tree knows them, however the compiler is called.
+file(RELATIVE_PATH zel_source_from_build ${CMAKE_BINARY_DIR} ${CMAKE_SOURCE_DIR})
+
 target_compile_options(zel_build_settings INTERFACE
     -Wall -Wextra -Wpedantic -Wnon-virtual-dtor -Wold-style-cast -Wcast-align
     $<$<CXX_COMPILER_ID:GNU>:-fcoroutines -Wshadow=local -Wduplicated-cond -Wlogical-op>
     $<$<CXX_COMPILER_ID:Clang>:-Wshadow>
     $<$<BOOL:${ZEL_WARNINGS_AS_ERRORS}>:-Werror>
-    # Trails and logs name files as the reader of the tree knows them.
-    -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=)
+    -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=
+    -fmacro-prefix-map=${zel_source_from_build}/=)
 
 if(ZEL_SANITIZE)
     list(JOIN ZEL_SANITIZE "," sanitizers)

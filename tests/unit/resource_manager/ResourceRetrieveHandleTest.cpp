@@ -1,0 +1,224 @@
+#include "support/CacheTest.h"
+
+#include "ResourceRetrieveHandle.h"
+
+using namespace zel;
+using namespace zel::test;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+class ResourceRetrieveHandleTest : public CacheTest
+{
+protected:
+    void SetUp() override
+    {
+        openCache();
+        ASSERT_FALSE(cache.add(reference, ResourceCleanupPolicy::OnDemand).hasError());
+    }
+    std::unique_ptr<ResourceRetrieveHandle> handleOf(ResourceCache &owner)
+    {
+        return std::make_unique<ResourceRetrieveHandle>(reference, dataPath(u"s/a/f"_s), &owner,
+                                                        QVersionNumber(2, 1));
+    }
+    int taskRows() const { return database().count(u"AcquiringTasks"_s); }
+    QString status() const { return database().status(reference); }
+
+    const QString reference = u"test:a"_s;
+};
+
+} // namespace
+
+TEST_F(ResourceRetrieveHandleTest, construct_andDestroy_leavesNoTrace)
+{
+    handleOf(cache).reset();
+    EXPECT_EQ(taskRows(), 0);
+    EXPECT_EQ(status(), u"Missing"_s);
+}
+
+TEST_F(ResourceRetrieveHandleTest, tryStartRetrieve_missing_makesThisClientTheFetcher)
+{
+    const auto handle = handleOf(cache);
+    ASSERT_TRUE(handle->tryStartRetrieve().value());
+    EXPECT_EQ(status(), u"Acquiring"_s);
+    EXPECT_EQ(taskRows(), 1);
+    EXPECT_EQ(handle->readProgress().value().progress, 0);
+}
+
+TEST_F(ResourceRetrieveHandleTest, tryStartRetrieve_ready_answersFalseWithoutARow)
+{
+    addReady(u"test:r"_s, u"s/r/f"_s, 10);
+    ResourceRetrieveHandle handle(u"test:r"_s, dataPath(u"s/r/f"_s), &cache, {});
+    EXPECT_FALSE(handle.tryStartRetrieve().value());
+    EXPECT_TRUE(handle.isReady().value());
+    EXPECT_EQ(taskRows(), 0);
+}
+
+TEST_F(ResourceRetrieveHandleTest, tryStartRetrieve_unknownReference_fails)
+{
+    ResourceRetrieveHandle handle(u"test:unknown"_s, dataPath(u"x"_s), &cache, {});
+    EXPECT_FALSE(handle.tryStartRetrieve().hasValue());
+}
+
+TEST_F(ResourceRetrieveHandleTest, tryStartRetrieve_twoClients_theFirstFetchesTheSecondWatches)
+{
+    const auto other = otherClient();
+    const auto first = handleOf(cache);
+    const auto second = handleOf(*other);
+    EXPECT_TRUE(first->tryStartRetrieve().value());
+    EXPECT_FALSE(second->tryStartRetrieve().value());
+    EXPECT_EQ(status(), u"Acquiring"_s);
+    EXPECT_EQ(taskRows(), 2);
+}
+
+TEST_F(ResourceRetrieveHandleTest, readProgress_onlyAWish_isEmptyAndScheduled)
+{
+    const auto handle = handleOf(cache);
+    ASSERT_FALSE(handle->addTaskToDatabase().hasError());
+    const auto seen = handle->readProgress();
+    EXPECT_FALSE(seen.value().progress.has_value());
+    EXPECT_EQ(seen.value().status, ResourceStatus::ScheduledForAcquire);
+}
+
+TEST_F(ResourceRetrieveHandleTest, addTaskToDatabase_twice_addsOneRow)
+{
+    const auto handle = handleOf(cache);
+    ASSERT_FALSE(handle->addTaskToDatabase().hasError());
+    ASSERT_FALSE(handle->addTaskToDatabase().hasError());
+    EXPECT_EQ(taskRows(), 1);
+}
+
+TEST_F(ResourceRetrieveHandleTest, saveProgress_fetcher_isSeenByTheWatcher)
+{
+    const auto other = otherClient();
+    const auto fetcher = handleOf(cache);
+    const auto watcher = handleOf(*other);
+    ASSERT_TRUE(fetcher->tryStartRetrieve().value());
+    ASSERT_FALSE(watcher->tryStartRetrieve().value());
+    ASSERT_FALSE(fetcher->saveProgress(55).hasError());
+    EXPECT_EQ(watcher->readProgress().value().progress, 55);
+    EXPECT_EQ(watcher->readProgress().value().status, ResourceStatus::Acquiring);
+}
+
+TEST_F(ResourceRetrieveHandleTest, readProgress_readyOrMissing_isEmpty)
+{
+    const auto handle = handleOf(cache);
+    EXPECT_EQ(handle->readProgress().value().status, ResourceStatus::Missing);
+    EXPECT_FALSE(handle->readProgress().value().progress.has_value());
+}
+
+TEST_F(ResourceRetrieveHandleTest, finalizeRetrieve_dataInPlace_isReadyWithPathSizeAndVersion)
+{
+    const auto handle = handleOf(cache);
+    ASSERT_TRUE(handle->tryStartRetrieve().value());
+    writeFile(dataPath(u"s/a/f"_s), "12345");
+    ASSERT_FALSE(handle->finalizeRetrieve(Error()).hasError());
+    EXPECT_EQ(status(), u"Ready"_s);
+    EXPECT_EQ(rowValue(u"cachedPath"_s, reference).toString(), dataPath(u"s/a/f"_s));
+    EXPECT_EQ(rowValue(u"fileSize"_s, reference).toInt(), 5);
+    EXPECT_EQ(rowValue(u"version"_s, reference).toString(), u"2.1"_s);
+    ASSERT_FALSE(handle->removeTaskFromDatabase().hasError());
+    EXPECT_EQ(status(), u"Ready"_s);
+}
+
+TEST_F(ResourceRetrieveHandleTest, finalizeRetrieve_folder_countsItsWholeContent)
+{
+    const auto handle = handleOf(cache);
+    ASSERT_TRUE(handle->tryStartRetrieve().value());
+    writeFile(dataPath(u"s/a/f/one"_s), "123");
+    writeFile(dataPath(u"s/a/f/sub/two"_s), "4567");
+    ASSERT_FALSE(handle->finalizeRetrieve(Error()).hasError());
+    EXPECT_EQ(rowValue(u"fileSize"_s, reference).toInt(), 7);
+}
+
+TEST_F(ResourceRetrieveHandleTest, finalizeRetrieve_failedFetch_isMissingAndSucceeds)
+{
+    const auto handle = handleOf(cache);
+    ASSERT_TRUE(handle->tryStartRetrieve().value());
+    EXPECT_FALSE(handle->finalizeRetrieve(Error(4, u"broken"_s)).hasError());
+    EXPECT_EQ(status(), u"Missing"_s);
+}
+
+TEST_F(ResourceRetrieveHandleTest, finalizeRetrieve_noData_failsAndKeepsTheStatus)
+{
+    const auto handle = handleOf(cache);
+    ASSERT_TRUE(handle->tryStartRetrieve().value());
+    const Error error = handle->finalizeRetrieve(Error());
+    EXPECT_EQ(error.errorCode(), ErrorCode::OperationFailed);
+    EXPECT_EQ(error.errorMessage(), u"Trying to finalize retrieve for non existing resource"_s);
+    EXPECT_EQ(status(), u"Acquiring"_s);
+    ASSERT_FALSE(handle->removeTaskFromDatabase().hasError());
+    EXPECT_EQ(status(), u"Missing"_s);
+}
+
+TEST_F(ResourceRetrieveHandleTest, destroy_fetcherThatNeverFinished_returnsTheResourceToMissing)
+{
+    auto handle = handleOf(cache);
+    ASSERT_TRUE(handle->tryStartRetrieve().value());
+    handle.reset();
+    EXPECT_EQ(taskRows(), 0);
+    EXPECT_EQ(status(), u"Missing"_s);
+}
+
+TEST_F(ResourceRetrieveHandleTest, destroy_watcherOfAnotherClient_leavesTheFetcherAlone)
+{
+    const auto other = otherClient();
+    const auto fetcher = handleOf(cache);
+    auto watcher = handleOf(*other);
+    ASSERT_TRUE(fetcher->tryStartRetrieve().value());
+    ASSERT_FALSE(watcher->tryStartRetrieve().value());
+    watcher.reset();
+    EXPECT_EQ(taskRows(), 1);
+    EXPECT_EQ(status(), u"Acquiring"_s);
+}
+
+TEST_F(ResourceRetrieveHandleTest, destroy_handleThatAddedNoRow_leavesThisProcessesFetchAlone)
+{
+    const auto fetcher = handleOf(cache);
+    ASSERT_TRUE(fetcher->tryStartRetrieve().value());
+    handleOf(cache).reset();
+    EXPECT_EQ(taskRows(), 1);
+    EXPECT_EQ(status(), u"Acquiring"_s);
+}
+
+TEST_F(ResourceRetrieveHandleTest, destroy_watcherOfThisProcess_leavesItsFetchAlone)
+{
+    const auto fetcher = handleOf(cache);
+    auto watcher = handleOf(cache);
+    ASSERT_TRUE(fetcher->tryStartRetrieve().value());
+    ASSERT_FALSE(watcher->tryStartRetrieve().value());
+    watcher.reset();
+    EXPECT_EQ(status(), u"Acquiring"_s);
+    EXPECT_EQ(fetcher->readProgress().value().progress, 0);
+}
+
+TEST_F(ResourceRetrieveHandleTest, removeTask_fetcherFailed_aWatcherOfThisProcessTakesOver)
+{
+    const auto fetcher = handleOf(cache);
+    const auto watcher = handleOf(cache);
+    ASSERT_TRUE(fetcher->tryStartRetrieve().value());
+    ASSERT_FALSE(watcher->tryStartRetrieve().value());
+    ASSERT_FALSE(fetcher->finalizeRetrieve(Error(1)).hasError());
+    ASSERT_FALSE(fetcher->removeTaskFromDatabase().hasError());
+    EXPECT_TRUE(watcher->tryStartRetrieve().value());
+    EXPECT_EQ(status(), u"Acquiring"_s);
+}
+
+TEST_F(ResourceRetrieveHandleTest, tryStartRetrieve_afterCleanupRemovedTheRow_fetchesWithoutOne)
+{
+    const auto handle = handleOf(cache);
+    ASSERT_TRUE(handle->tryStartRetrieve().value());
+    database().run(u"DELETE FROM AcquiringTasks"_s);
+    EXPECT_TRUE(handle->tryStartRetrieve().value());
+    EXPECT_EQ(taskRows(), 0);
+    EXPECT_FALSE(handle->saveProgress(10).hasError());
+}
+
+TEST_F(ResourceRetrieveHandleTest, destroy_afterItsCache_isHarmless)
+{
+    auto mortal = otherClient();
+    auto handle = handleOf(*mortal);
+    ASSERT_TRUE(handle->tryStartRetrieve().value());
+    mortal.reset();
+    handle.reset();
+}

@@ -1,0 +1,228 @@
+#include "SemaphoreLocker.h"
+
+#include "SemaphoreRegistry.h"
+#include "TaskWithSemaphore.h"
+#include "support/CacheTest.h"
+
+#include <QSystemSemaphore>
+#include <QUuid>
+
+#include <future>
+#include <thread>
+
+using namespace zel;
+using namespace zel::test;
+using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+class SemaphoreLockerTest : public testing::Test
+{
+protected:
+    SemaphoreLockerTest()
+        : key(TemporaryCache::semaphoreKey(directory.baseDir()))
+    {
+        SemaphoreRegistry::keepForDirectory(key, directory.baseDir());
+        semaphore = std::make_unique<QSystemSemaphore>(key, 1, QSystemSemaphore::Open);
+    }
+    /// Whether somebody else gets the lock while the caller may hold it.
+    bool isFree()
+    {
+        const auto taken = std::make_shared<std::promise<void>>();
+        std::future<void> done = taken->get_future();
+        waiters.emplace_back([this, taken] {
+            const SemaphoreLocker lock(semaphore.get(), 1);
+            taken->set_value();
+        });
+        return done.wait_for(300ms) == std::future_status::ready;
+    }
+    void TearDown() override
+    {
+        for (std::thread &waiter : waiters)
+            waiter.join();
+    }
+
+    TemporaryCache directory;
+    QString key;
+    std::unique_ptr<QSystemSemaphore> semaphore;
+    std::vector<std::thread> waiters;
+};
+
+} // namespace
+
+TEST_F(SemaphoreLockerTest, construct_countOne_holdsUntilDestroyed)
+{
+    {
+        const SemaphoreLocker lock(semaphore.get(), 1);
+        EXPECT_FALSE(isFree());
+    }
+    EXPECT_TRUE(isFree());
+}
+
+TEST_F(SemaphoreLockerTest, construct_countZero_neitherTakesNorReleases)
+{
+    const SemaphoreLocker holder(semaphore.get(), 1);
+    {
+        const SemaphoreLocker nothing(semaphore.get(), 0);
+    }
+    EXPECT_FALSE(isFree());
+}
+
+TEST_F(SemaphoreLockerTest, release_thenDestroy_leavesTheInitialCount)
+{
+    {
+        SemaphoreLocker lock(semaphore.get(), 1);
+        lock.release(1);
+        EXPECT_TRUE(isFree());
+    }
+    const SemaphoreLocker holder(semaphore.get(), 1);
+    EXPECT_FALSE(isFree()); // a second release would have let one more in
+}
+
+TEST_F(SemaphoreLockerTest, acquire_belowOne_isTrueAndDoesNothing)
+{
+    SemaphoreLocker lock(semaphore.get(), 0);
+    EXPECT_TRUE(lock.acquire(0));
+    EXPECT_TRUE(lock.acquire(-1));
+    EXPECT_TRUE(isFree());
+}
+
+TEST_F(SemaphoreLockerTest, acquire_systemRefuses_countsWithoutCallingTheObject)
+{
+    SemaphoreRegistry::find(key)->usable = false;
+    SemaphoreLocker lock(semaphore.get(), 0);
+    EXPECT_FALSE(lock.acquire(1));
+    lock.release(1);
+    SemaphoreRegistry::find(key)->usable = true;
+    EXPECT_TRUE(isFree());
+}
+
+TEST_F(SemaphoreLockerTest, destroy_semaphoreGotAnotherKey_releasesTheOneThatWasTaken)
+{
+    const TemporaryCache other;
+    {
+        const SemaphoreLocker lock(semaphore.get(), 1);
+        const QString otherKey = TemporaryCache::semaphoreKey(other.baseDir());
+        SemaphoreRegistry::keepForDirectory(otherKey, other.baseDir());
+        semaphore->setKey(otherKey, 1, QSystemSemaphore::Open);
+    }
+    semaphore->setKey(key, 1, QSystemSemaphore::Open);
+    EXPECT_TRUE(isFree());
+}
+
+TEST_F(SemaphoreLockerTest, otherObjectsOfTheKey_dieWhileOneHolds_neverTwoHolders)
+{
+    const SemaphoreLocker holder(semaphore.get(), 1);
+    {
+        const QSystemSemaphore passing(key, 1, QSystemSemaphore::Open);
+    }
+    auto second = std::make_unique<QSystemSemaphore>(key, 1, QSystemSemaphore::Open);
+    second->setKey(u"zel::other"_s + QUuid::createUuid().toString(), 1, QSystemSemaphore::Create);
+    EXPECT_FALSE(isFree());
+}
+
+TEST_F(SemaphoreLockerTest, semaphoreOfAnotherTemporaryFolder_sameDirectory_stillExcludes)
+{
+    // Another key stands for what another folder of temporary files would make of this one.
+    const QString twinKey = key + u"-twin"_s;
+    SemaphoreRegistry::keepForDirectory(twinKey, directory.baseDir());
+    QSystemSemaphore twin(twinKey, 1, QSystemSemaphore::Open);
+    {
+        const SemaphoreLocker holder(&twin, 1);
+        EXPECT_FALSE(isFree());
+    }
+    EXPECT_TRUE(isFree());
+    removeSystemSemaphore(twinKey);
+}
+
+TEST_F(SemaphoreLockerTest, isHeldByThisThread_holderAndOthers_tellsThemApart)
+{
+    EXPECT_FALSE(SemaphoreLocker::isHeldByThisThread(*semaphore));
+    {
+        const SemaphoreLocker lock(semaphore.get(), 1);
+        EXPECT_TRUE(SemaphoreLocker::isHeldByThisThread(*semaphore));
+        std::thread([this] {
+            EXPECT_FALSE(SemaphoreLocker::isHeldByThisThread(*semaphore));
+        }).join();
+    }
+    EXPECT_FALSE(SemaphoreLocker::isHeldByThisThread(*semaphore));
+}
+
+TEST_F(SemaphoreLockerTest, secondTakeOfOneThread_isLoggedBeforeTheWait)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            const CapturedLog log;
+            std::thread twice([this] {
+                const SemaphoreLocker first(semaphore.get(), 1);
+                const SemaphoreLocker second(semaphore.get(), 1);
+            });
+            QElapsedTimer limit;
+            limit.start();
+            while (log.lines(QtCriticalMsg).isEmpty() && limit.elapsed() < 10000)
+                std::this_thread::yield();
+            // The thread waits for ever, as told.
+            std::_Exit(log.contains(QtCriticalMsg, u"will wait for ever"_s) ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+TEST_F(SemaphoreLockerTest, task_withTheLock_freesItBeforeAnybodyHearsOfTheEnd)
+{
+    TaskWithSemaphore task(std::make_unique<SemaphoreLocker>(semaphore.get(), 1));
+    bool wasHeld = false;
+    bool wasFreeAtTheEnd = false;
+    task.setFunction([&] {
+        wasHeld = !isFree();
+        return Error(0);
+    });
+    QObject::connect(
+        &task, &BaseTask::finished, &task, [&] { wasFreeAtTheEnd = isFree(); },
+        Qt::DirectConnection);
+    task.exec();
+    EXPECT_TRUE(wasHeld);
+    EXPECT_TRUE(wasFreeAtTheEnd);
+}
+
+TEST_F(SemaphoreLockerTest, task_onAWorker_carriesTheLockThere)
+{
+    TaskWithSemaphore task(std::make_unique<SemaphoreLocker>(semaphore.get(), 1));
+    std::atomic<bool> heldByWorker = false;
+    task.setFunction(
+        [&] {
+            heldByWorker = SemaphoreLocker::isHeldByThisThread(*semaphore);
+            return Error(0);
+        },
+        Task::ExecutionMode::Asynchronous);
+    task.exec();
+    EXPECT_FALSE(task.waitForAllFinished(-1).hasError());
+    EXPECT_TRUE(heldByWorker);
+    EXPECT_TRUE(isFree());
+}
+
+TEST_F(SemaphoreLockerTest, task_destroyedUnrun_freesTheLock)
+{
+    {
+        const TaskWithSemaphore task(std::make_unique<SemaphoreLocker>(semaphore.get(), 1));
+    }
+    EXPECT_TRUE(isFree());
+}
+
+TEST_F(SemaphoreLockerTest, task_canceledUnrun_freesTheLock)
+{
+    TaskWithSemaphore task(std::make_unique<SemaphoreLocker>(semaphore.get(), 1));
+    task.cancel();
+    EXPECT_TRUE(task.isFinished());
+    EXPECT_TRUE(isFree());
+}
+
+TEST_F(SemaphoreLockerTest, task_withoutALock_runsItsFunction)
+{
+    TaskWithSemaphore task(nullptr);
+    task.setFunction([] { return Error(4, u"x"_s); });
+    task.exec();
+    EXPECT_EQ(task.error().errorCode(), ErrorCode::BadData);
+    EXPECT_TRUE(isFree());
+}
