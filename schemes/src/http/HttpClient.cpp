@@ -56,7 +56,7 @@ bool isPresent(const HttpOutcome &outcome)
 HttpOutcome ask(HttpSession &session, const HttpQuery &query, const HttpSettings &settings,
                 const HttpWatch &watch)
 {
-    HttpRetry retry(settings, watch.isCanceled);
+    HttpRetry retry(settings, settings.probeRetries, watch.isCanceled);
     HeadReader reader;
     for (;;) {
         HttpOutcome outcome = session.exchange(query, &reader, watch.isCanceled);

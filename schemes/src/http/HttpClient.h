@@ -4,8 +4,7 @@
 #include "http/HttpSettings.h"
 #include "http/HttpSink.h"
 #include "http/HttpUrl.h"
-
-#include <QCryptographicHash>
+#include "references/ExpectedContent.h"
 
 #include <functional>
 #include <optional>
@@ -15,16 +14,9 @@ namespace zel {
 /// What is to be fetched, and what it must turn out to be.
 struct HttpTarget
 {
-    struct Digest
-    {
-        QCryptographicHash::Algorithm algorithm = QCryptographicHash::Sha256;
-        QByteArray value; ///< the raw bytes
-    };
-
     HttpUrl url;
     QString displayName; ///< for messages
-    std::optional<qint64> expectedSize; ///< bytes
-    std::optional<Digest> expectedDigest;
+    ExpectedContent expected;
 };
 
 /// The caller's side of a running transfer. Both are called on the transfer's thread.

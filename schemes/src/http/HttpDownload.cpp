@@ -1,5 +1,6 @@
 #include "http/HttpDownload_p.h"
 
+#include "SchemeErrors.h"
 #include "errors/Propagate.h"
 #include "http/HttpFailure.h"
 #include "http/HttpRetry.h"
@@ -15,11 +16,6 @@ constexpr qsizetype writeSize = 1024 * 1024;
 /// A file that is another one each time it is looked at cannot be fetched.
 constexpr int mostStates = 4;
 
-QCryptographicHash::Algorithm algorithmOf(const HttpTarget &target)
-{
-    return target.expectedDigest.value_or(HttpTarget::Digest()).algorithm;
-}
-
 } // namespace
 
 HttpDownload::HttpDownload(const HttpTarget &target, const HttpSettings &settings, HttpSink *sink,
@@ -29,18 +25,17 @@ HttpDownload::HttpDownload(const HttpTarget &target, const HttpSettings &setting
     , sink(sink)
     , watch(watch)
     , session(settings)
-    , hash(algorithmOf(target))
+    , check(target.expected)
 {
     buffer.reserve(writeSize);
 }
 
 Error HttpDownload::run()
 {
-    HttpRetry retry(settings, watch.isCanceled);
+    HttpRetry retry(settings, settings.retries, watch.isCanceled);
     for (;;) {
         Error error;
-        if (target.expectedDigest)
-            ZEL_TRY(error, hashUpTo(have));
+        ZEL_TRY(error, catchUpWithCheck());
         const HttpOutcome outcome = exchange();
         const Next next = judge(outcome);
         if (next == Next::GivenUp)
@@ -118,8 +113,8 @@ HttpDownload::Next HttpDownload::judgeAnswer(const HttpOutcome &outcome)
     // The whole answer came, but for a size that was announced elsewhere.
     if (!state.size)
         return Next::Finished;
-    return failedForNow(
-        failure(HttpFailure::integrity, tr("%1 of %2 bytes came").arg(have).arg(*state.size)));
+    return failedForNow(failure(SchemeErrors::integrityFailure,
+                                tr("%1 of %2 bytes came").arg(have).arg(*state.size)));
 }
 
 HttpDownload::Next HttpDownload::judgeUnmetRange(const HttpHead &head)
@@ -158,11 +153,11 @@ bool HttpDownload::begin(const HttpHead &head)
 bool HttpDownload::beginWhole(const HttpHead &head)
 {
     const HttpRepresentation found = head.representation();
-    const bool wrongSize = target.expectedSize && found.size && *found.size != *target.expectedSize;
+    const std::optional<qint64> promised = target.expected.size;
+    const bool wrongSize = promised && found.size && *found.size != *promised;
     if (wrongSize) {
-        fault = failure(
-            HttpFailure::integrity,
-            tr("the file has %1 bytes instead of %2").arg(*found.size).arg(*target.expectedSize));
+        fault = failure(SchemeErrors::integrityFailure,
+                        tr("the file has %1 bytes instead of %2").arg(*found.size).arg(*promised));
         return false;
     }
     const bool isNews = !opened || !found.isSameAs(state);
@@ -207,7 +202,7 @@ bool HttpDownload::receive(const char *data, qint64 size)
 {
     const bool tooMany = state.size && have + buffer.size() + size > *state.size;
     if (tooMany) {
-        fault = failure(HttpFailure::integrity, tr("more bytes came than were announced"));
+        fault = failure(SchemeErrors::integrityFailure, tr("more bytes came than were announced"));
         return false;
     }
     buffer.append(data, size);
@@ -223,7 +218,8 @@ bool HttpDownload::open(const HttpRepresentation &found)
     const bool known = !found.rangeValidator().isEmpty();
     statesSeen += known ? 1 : 0;
     if (statesSeen > mostStates) {
-        fault = failure(HttpFailure::integrity, tr("the file changes while it is being fetched"));
+        fault = failure(SchemeErrors::integrityFailure,
+                        tr("the file changes while it is being fetched"));
         return false;
     }
     const Result<qint64> present = sink->open(found);
@@ -237,16 +233,16 @@ bool HttpDownload::open(const HttpRepresentation &found)
     continuesEarlierBytes = have > 0;
     if (known)
         mostHad = have;
-    hash.reset();
-    hashed = 0;
+    check.reset();
+    checked = 0;
     return true;
 }
 
 Error HttpDownload::startAnew()
 {
     buffer.clear();
-    hash.reset();
-    hashed = 0;
+    check.reset();
+    checked = 0;
     have = 0;
     continuesEarlierBytes = false;
     return opened ? ZEL_PASS(sink->startAnew()) : Error();
@@ -258,10 +254,9 @@ Error HttpDownload::flush()
         return {};
     Error error;
     ZEL_TRY(error, sink->write(buffer.constData(), buffer.size()));
-    if (target.expectedDigest && hashed == have) {
-        hash.addData(buffer);
-        hashed += buffer.size();
-    }
+    // All that is here has passed before: see catchUpWithCheck().
+    check.addBytes(buffer.constData(), buffer.size());
+    checked += buffer.size();
     have += buffer.size();
     buffer.clear();
     buffer.reserve(writeSize);
@@ -272,32 +267,27 @@ Error HttpDownload::flush()
 Error HttpDownload::verify()
 {
     Error error;
-    if (target.expectedSize && have != *target.expectedSize) {
-        ZEL_TRY(error, startAnew());
-        return failure(
-            HttpFailure::integrity,
-            tr("the file has %1 bytes instead of %2").arg(have).arg(*target.expectedSize));
-    }
-    if (!target.expectedDigest)
+    ZEL_TRY(error, catchUpWithCheck());
+    const Error wrong = check.verify(have);
+    if (!wrong.hasError())
         return error;
-    ZEL_TRY(error, hashUpTo(have));
-    if (hash.result() == target.expectedDigest->value)
-        return error;
+    // Nobody is to go on from these.
     ZEL_TRY(error, startAnew());
-    return failure(HttpFailure::integrity, tr("the checksum does not match"));
+    return failure(static_cast<int>(wrong.errorCode()), wrong.errorMessage());
 }
 
-Error HttpDownload::hashUpTo(qint64 end)
+Error HttpDownload::catchUpWithCheck()
 {
-    while (hashed < end) {
-        if (watch.isCanceled())
-            return HttpFailure::canceled(target.displayName);
-        ZEL_TRY_LET(const QByteArray piece,
-                    sink->read(hashed, std::min<qint64>(writeSize, end - hashed)));
-        hash.addData(piece);
-        hashed += piece.size();
-    }
-    return {};
+    if (!check.needsBytes() || checked == have)
+        return {};
+    check.reset();
+    checked = 0;
+    const Error error = sink->readBack([this](const char *data, qint64 size) {
+        check.addBytes(data, size);
+        checked += size;
+        return !watch.isCanceled();
+    });
+    return watch.isCanceled() ? HttpFailure::canceled(target.displayName) : ZEL_PASS(error);
 }
 
 Error HttpDownload::failure(int code, const QString &what) const

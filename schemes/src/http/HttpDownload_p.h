@@ -45,7 +45,7 @@ private:
     bool isComplete() const { return opened && state.size && *state.size == have; }
 
     Error verify();
-    Error hashUpTo(qint64 end);
+    Error catchUpWithCheck();
     Error failure(int code, const QString &what) const;
 
     const HttpTarget &target;
@@ -68,8 +68,8 @@ private:
     Error fault; ///< why the receiver stopped, otherwise
     Error lastFailure;
 
-    QCryptographicHash hash;
-    qint64 hashed = 0;
+    ContentCheck check;
+    qint64 checked = 0; ///< bytes that have passed by the check
 };
 
 } // namespace zel

@@ -1,6 +1,6 @@
 #include "http/HttpFailure.h"
 
-#include "errors/Propagate.h"
+#include "SchemeErrors.h"
 
 #include <QRegularExpression>
 
@@ -14,18 +14,18 @@ constexpr qsizetype longestLine = 160;
 
 QString withoutMarkup(QString text)
 {
-    static const QRegularExpression unseen(u"<(script|style|head)\\b.*?</\\1\\s*>"_s,
-                                           QRegularExpression::CaseInsensitiveOption
-                                               | QRegularExpression::DotMatchesEverythingOption);
-    static const QRegularExpression tags(u"<[^>]*>"_s);
+    const QRegularExpression unseen(u"<(script|style|head)\\b.*?</\\1\\s*>"_s,
+                                    QRegularExpression::CaseInsensitiveOption
+                                        | QRegularExpression::DotMatchesEverythingOption);
+    const QRegularExpression tags(u"<[^>]*>"_s);
     return text.remove(unseen).replace(tags, u" "_s);
 }
 
 QString withoutCredentials(QString text)
 {
-    static const QRegularExpression credentials(u"\\b(basic|bearer|negotiate)\\s+\\S+"_s,
-                                                QRegularExpression::CaseInsensitiveOption);
-    static const QRegularExpression userInUrl(u"://[^/\\s@]*@"_s);
+    const QRegularExpression credentials(u"\\b(basic|bearer|negotiate)\\s+\\S+"_s,
+                                         QRegularExpression::CaseInsensitiveOption);
+    const QRegularExpression userInUrl(u"://[^/\\s@]*@"_s);
     return text.replace(credentials, u"\\1 ..."_s).replace(userInUrl, u"://...@"_s);
 }
 
@@ -47,7 +47,8 @@ Error HttpFailure::of(const HttpOutcome &outcome, const HttpUrl &url, const QStr
         return canceled(displayName);
     if (!outcome.reason.isEmpty()) {
         const bool cut = outcome.end == HttpOutcome::End::CutShort;
-        const int code = cut ? integrity : static_cast<int>(ErrorCode::OperationFailed);
+        const int code
+            = cut ? SchemeErrors::integrityFailure : static_cast<int>(ErrorCode::OperationFailed);
         return make(code, displayName, outcome.reason);
     }
 

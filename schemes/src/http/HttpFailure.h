@@ -13,8 +13,6 @@ class HttpFailure
     Q_DECLARE_TR_FUNCTIONS(zel::HttpFailure)
 
 public:
-    static constexpr int integrity = 6; ///< these are not the bytes that were promised
-
     static Error make(int code, const QString &displayName, const QString &what);
     static Error canceled(const QString &displayName);
     /// Of an outcome that is no good answer: the reason, or the status and the server's own words.

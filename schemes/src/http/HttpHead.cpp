@@ -9,6 +9,23 @@ namespace zel {
 
 namespace {
 
+/// Longer ones are not worth keeping: what is told by them is told by the size as well.
+constexpr qsizetype longestValue = 1024;
+
+/// A value that may be sent back, stored and shown.
+bool isPlain(const QByteArray &value)
+{
+    const auto isControl = [](char byte) {
+        return static_cast<unsigned char>(byte) < ' ';
+    };
+    return value.size() <= longestValue && std::none_of(value.begin(), value.end(), isControl);
+}
+
+QByteArray plain(const QByteArray &value)
+{
+    return isPlain(value) ? value : QByteArray();
+}
+
 std::optional<qint64> number(const QByteArray &text)
 {
     bool good = false;
@@ -62,10 +79,10 @@ HttpRepresentation HttpHead::representation() const
         found.size = number(header("content-length"));
     else if (range)
         found.size = range->total;
-    found.etag = header("etag");
-    found.lastModified = header("last-modified");
-    found.date = header("date");
-    found.contentType = header("content-type");
+    found.etag = plain(header("etag"));
+    found.lastModified = plain(header("last-modified"));
+    found.date = plain(header("date"));
+    found.contentType = plain(header("content-type"));
     found.refusesRanges = header("accept-ranges").toLower() == "none";
     return found;
 }

@@ -14,15 +14,16 @@ constexpr unsigned long cancelPollMs = 50;
 
 } // namespace
 
-HttpRetry::HttpRetry(const HttpSettings &settings, std::function<bool()> isCanceled)
+HttpRetry::HttpRetry(const HttpSettings &settings, int retries, std::function<bool()> isCanceled)
     : settings(settings)
+    , retries(retries)
     , isCanceled(std::move(isCanceled))
 {
 }
 
 bool HttpRetry::waitForNext(const HttpHead &head)
 {
-    if (failures++ >= settings.retries)
+    if (failures++ >= retries)
         return false;
     const std::chrono::milliseconds asked = head.retryAfter().value_or(std::chrono::seconds(0));
     if (asked > settings.longestWait)

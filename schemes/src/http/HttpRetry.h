@@ -12,7 +12,7 @@ namespace zel {
 class HttpRetry
 {
 public:
-    HttpRetry(const HttpSettings &settings, std::function<bool()> isCanceled);
+    HttpRetry(const HttpSettings &settings, int retries, std::function<bool()> isCanceled);
 
     /// Something new came since the last failure: the counting starts over.
     void succeeded() { failures = 0; }
@@ -25,6 +25,7 @@ private:
     void wait(std::chrono::milliseconds time);
 
     const HttpSettings &settings;
+    const int retries;
     std::function<bool()> isCanceled;
     int failures = 0;
 };

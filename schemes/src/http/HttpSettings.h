@@ -22,6 +22,7 @@ struct HttpSettings
     /// Tries after the first one. Counted anew once bytes have come that had not come before, so
     /// that a long transfer survives any number of interruptions.
     int retries = 5;
+    int probeRetries = 2; ///< the same for mere questions, on whose answer a person may be waiting
     /// Doubled with every try in a row, up to the longest one.
     std::chrono::milliseconds backOff = std::chrono::seconds(1);
     std::chrono::milliseconds longestBackOff = std::chrono::seconds(30);

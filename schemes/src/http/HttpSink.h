@@ -4,6 +4,8 @@
 #include "errors/Result.h"
 #include "http/HttpRepresentation.h"
 
+#include <functional>
+
 namespace zel {
 
 /// Where a download goes: a file that grows, and that may have grown in an earlier attempt.
@@ -23,8 +25,9 @@ public:
     virtual Error startAnew() = 0;
     /// Appends all of the bytes or fails.
     virtual Error write(const char *data, qint64 size) = 0;
-    /// Bytes that were written before.
-    virtual Result<QByteArray> read(qint64 offset, qint64 size) = 0;
+    /// Hands out all bytes that are here, piece by piece, from the first one; `take` returning
+    /// false ends it with a failure.
+    virtual Error readBack(const std::function<bool(const char *data, qint64 size)> &take) = 0;
 };
 
 } // namespace zel

@@ -48,7 +48,7 @@ public:
         mostMemory = std::max(mostMemory, ownMemory());
         return {};
     }
-    Result<QByteArray> read(qint64, qint64) override { return Error(1); }
+    Error readBack(const std::function<bool(const char *, qint64)> &) override { return Error(1); }
 
     qint64 total = 0;
     qint64 mostMemory = 0;
@@ -159,7 +159,7 @@ TEST(HttpDownload, download_wrongChecksum_isIntegrityFailureAndNothingIsKept)
     const Error error
         = download(targetWithSha256(server.url(u"a"_s), "other"), &sink, QuickSettings());
     EXPECT_EQ(int(error.errorCode()), 6);
-    EXPECT_EQ(error.errorMessage(), u"Unable to fetch the file: the checksum does not match"_s);
+    EXPECT_TRUE(error.errorMessage().startsWith(u"Unable to fetch the file: "_s));
     EXPECT_EQ(sink.size(), 0);
 }
 
@@ -168,11 +168,12 @@ TEST(HttpDownload, download_md5_isVerified)
     NginxServer server;
     server.addFile(u"a"_s, "hello");
     HttpTarget target = targetOf(server.url(u"a"_s));
-    const auto md5 = QCryptographicHash::Md5;
-    target.expectedDigest = HttpTarget::Digest { md5, QCryptographicHash::hash("hello", md5) };
+    FileHash &hash = target.expected.hash;
+    hash.algorithm = QCryptographicHash::Md5;
+    hash.digest = QCryptographicHash::hash("hello", hash.algorithm);
     FileSink sink;
     EXPECT_EQ(download(target, &sink, QuickSettings()), Error());
-    target.expectedDigest->value[0] = char(~target.expectedDigest->value[0]);
+    hash.digest[0] = char(~hash.digest[0]);
     EXPECT_EQ(int(download(target, &sink, QuickSettings()).errorCode()), 6);
 }
 
@@ -181,7 +182,7 @@ TEST(HttpDownload, download_unexpectedSize_isRefusedBeforeTheFirstByte)
     NginxServer server;
     server.addFile(u"a"_s, "hello");
     HttpTarget target = targetOf(server.url(u"a"_s));
-    target.expectedSize = 6;
+    target.expected.size = 6;
     FileSink sink;
     const Error error = download(target, &sink, QuickSettings());
     EXPECT_EQ(int(error.errorCode()), 6);

@@ -79,6 +79,15 @@ TEST(HttpHead, representation_lengthThatIsNoNumber_hasNoSize)
     EXPECT_FALSE(huge.size.has_value());
 }
 
+TEST(HttpHead, representation_valuesThatAreNotPlain_countAsNone)
+{
+    const auto state
+        = headOf("HTTP/1.1 200 OK\nETag: \"a\rX: y\"\nContent-Type: " + QByteArray(2000, 'x'))
+              .representation();
+    EXPECT_EQ(state.etag, QByteArray());
+    EXPECT_EQ(state.contentType, QByteArray());
+}
+
 TEST(HttpHead, retryAfter_seconds)
 {
     EXPECT_EQ(headOf("HTTP/1.1 503 B\nRetry-After: 17").retryAfter(), std::chrono::seconds(17));

@@ -145,7 +145,7 @@ TEST(HttpProbe, probe_nobodyListens_fails)
         = HttpClient(settings).probe(targetOf(u"http://127.0.0.1:%1/a"_s.arg(port)), HttpWatch());
     ASSERT_FALSE(probe.hasValue());
     EXPECT_EQ(probe.error().errorCode(), ErrorCode::OperationFailed);
-    EXPECT_EQ(int(settings.waits->size()), settings.retries);
+    EXPECT_EQ(int(settings.waits->size()), settings.probeRetries);
 }
 
 } // namespace

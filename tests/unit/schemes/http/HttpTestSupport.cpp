@@ -49,12 +49,10 @@ Error FileSink::write(const char *data, qint64 size)
     return file.seek(file.size()) && file.write(data, size) == size ? Error() : Error(1);
 }
 
-Result<QByteArray> FileSink::read(qint64 offset, qint64 size)
+Error FileSink::readBack(const std::function<bool(const char *data, qint64 size)> &take)
 {
-    if (!file.seek(offset))
-        return Error(1);
-    const QByteArray bytes = file.read(size);
-    return bytes.size() == size ? Result<QByteArray>(bytes) : Result<QByteArray>(Error(1));
+    const QByteArray bytes = content();
+    return take(bytes.constData(), bytes.size()) ? Error() : Error(ErrorCode::Canceled);
 }
 
 QuickSettings::QuickSettings()
@@ -80,9 +78,8 @@ HttpTarget targetOf(const QString &url)
 HttpTarget targetWithSha256(const QString &url, const QByteArray &content)
 {
     HttpTarget target = targetOf(url);
-    const auto algorithm = QCryptographicHash::Sha256;
-    target.expectedDigest
-        = HttpTarget::Digest { algorithm, QCryptographicHash::hash(content, algorithm) };
+    target.expected.hash.algorithm = QCryptographicHash::Sha256;
+    target.expected.hash.digest = QCryptographicHash::hash(content, QCryptographicHash::Sha256);
     return target;
 }
 

@@ -24,7 +24,7 @@ public:
     Result<qint64> open(const HttpRepresentation &state) override;
     Error startAnew() override;
     Error write(const char *data, qint64 size) override;
-    Result<QByteArray> read(qint64 offset, qint64 size) override;
+    Error readBack(const std::function<bool(const char *data, qint64 size)> &take) override;
 
     QList<QString> openedStates;
     int fresh = 0; ///< how often all bytes were forgotten
