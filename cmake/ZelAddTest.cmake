@@ -22,10 +22,12 @@ function(zel_add_test name)
     set_target_properties(${name} PROPERTIES AUTOMOC ${ARG_MOC})
     target_link_libraries(${name} PRIVATE zel_test_support ${ARG_LINK} zel_build_settings)
     target_precompile_headers(${name} REUSE_FROM zel_test_support)
+    # Not the ENVIRONMENT property: handed on by the discovery, all but its first entry is lost.
+    set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR
+        "env;TMPDIR=${ZEL_TEST_TMPDIR};QT_LOGGING_RULES=;LC_ALL=C.UTF-8;${ARG_ENVIRONMENT}")
     gtest_discover_tests(${name}
         DISCOVERY_MODE PRE_TEST
         PROPERTIES
             LABELS "${ARG_LABEL}"
-            TIMEOUT ${ARG_TIMEOUT}
-            ENVIRONMENT "TMPDIR=${ZEL_TEST_TMPDIR};QT_LOGGING_RULES=;LC_ALL=C.UTF-8;${ARG_ENVIRONMENT}")
+            TIMEOUT ${ARG_TIMEOUT})
 endfunction()
