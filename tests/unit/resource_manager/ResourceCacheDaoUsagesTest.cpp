@@ -1,0 +1,394 @@
+#include "ResourceCacheDaoFixture.h"
+
+using namespace zel;
+using namespace zel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+class ResourceCacheDaoUsagesTest : public OpenResourceCacheDaoFixture
+{
+protected:
+    void setTransient(const QString &reference, ResourceStatus status, qint64 writer)
+    {
+        database().run(u"UPDATE CachedResources SET status = ?, lastStatusUpdateClientId = ? "
+                       "WHERE reference = ?"_s,
+                       { toText(status), writer, reference });
+    }
+
+    void revertStatusesOf(qint64 clientId)
+    {
+        const Context context = transaction();
+        EXPECT_TRUE(succeeded(dao.updateIntermediateStatusesForClient(context.get(), clientId)));
+        EXPECT_TRUE(succeeded(context->commit()));
+    }
+
+    /// What a cache does with the tasks and statuses of a client that died, in its order.
+    void cleanUpAfter(qint64 clientId)
+    {
+        const Context context = transaction();
+        EXPECT_TRUE(succeeded(dao.deleteRetrievingTasksForClient(context.get(), clientId)));
+        EXPECT_TRUE(succeeded(dao.updateIntermediateStatusesForClient(context.get(), clientId)));
+        EXPECT_TRUE(succeeded(dao.deleteClientById(clientId)));
+        EXPECT_TRUE(succeeded(context->commit()));
+    }
+
+    QList<qint64> inactive(std::chrono::seconds timeout)
+    {
+        const Context context = transaction();
+        const auto found = dao.selectInactiveClients(context.get(), timeout);
+        EXPECT_TRUE(succeeded(found));
+        return found.value();
+    }
+};
+
+} // namespace
+
+// ---- Usages
+
+TEST_F(ResourceCacheDaoUsagesTest, insertResourceUsage_known_recordsThisClient)
+{
+    insert(u"test:a"_s);
+    insert(u"test:b"_s);
+    const Context context = transaction();
+    const auto first = dao.insertResourceUsage(context.get(), u"test:b"_s);
+    const auto second = dao.insertResourceUsage(context.get(), u"test:b"_s);
+    ASSERT_TRUE(succeeded(first));
+    ASSERT_TRUE(succeeded(second));
+    EXPECT_NE(first.value(), second.value());
+    ASSERT_TRUE(succeeded(context->commit()));
+    EXPECT_EQ(database().column(u"SELECT id FROM ResourceUsages ORDER BY id"_s),
+              QStringList({ QString::number(first.value()), QString::number(second.value()) }));
+    EXPECT_EQ(database().value(u"SELECT resourceId FROM ResourceUsages"_s).toInt(),
+              resourceId(u"test:b"_s));
+    EXPECT_EQ(database().value(u"SELECT clientId FROM ResourceUsages"_s).toLongLong(),
+              ownClientId());
+    EXPECT_TRUE(dao.containsResourceUsage(u"test:b"_s).value());
+    EXPECT_FALSE(dao.containsResourceUsage(u"test:a"_s).value());
+}
+
+TEST_F(ResourceCacheDaoUsagesTest, insertResourceUsage_unknownReference_failsAndLeavesNoRow)
+{
+    const Context context = transaction();
+    EXPECT_TRUE(failedInDriver(dao.insertResourceUsage(context.get(), u"test:a"_s).error(),
+                               u"NOT NULL constraint failed: ResourceUsages.resourceId"_s));
+    EXPECT_TRUE(succeeded(context->commit()));
+    EXPECT_EQ(database().count(u"ResourceUsages"_s), 0);
+}
+
+TEST_F(ResourceCacheDaoUsagesTest, containsResourceUsage_otherClient_counts)
+{
+    insert(u"test:a"_s);
+    addUsage(u"test:a"_s, 4711);
+    EXPECT_TRUE(dao.containsResourceUsage(u"test:a"_s).value());
+    EXPECT_FALSE(dao.containsResourceUsage(u"test:unknown"_s).value());
+}
+
+TEST_F(ResourceCacheDaoUsagesTest, deleteResourceUsage_knownAndUnknown_tellsHowMany)
+{
+    insert(u"test:a"_s);
+    const Context context = transaction();
+    const qint64 usage = dao.insertResourceUsage(context.get(), u"test:a"_s).value();
+    EXPECT_EQ(dao.deleteResourceUsage(context.get(), usage + 1).value(), 0);
+    EXPECT_EQ(dao.deleteResourceUsage(context.get(), usage).value(), 1);
+    EXPECT_EQ(dao.deleteResourceUsage(context.get(), usage).value(), 0);
+}
+
+TEST_F(ResourceCacheDaoUsagesTest, deleteUsages_list_goesWithUnknownOnesInIt)
+{
+    insert(u"test:a"_s);
+    const Context context = transaction();
+    QList<qint64> usages;
+    for (int i = 0; i < 3; ++i)
+        usages.append(dao.insertResourceUsage(context.get(), u"test:a"_s).value());
+    EXPECT_TRUE(succeeded(dao.deleteUsages(context.get(), {})));
+    EXPECT_TRUE(succeeded(dao.deleteUsages(context.get(), { usages[0], 4711, usages[2] })));
+    EXPECT_TRUE(succeeded(context->commit()));
+    EXPECT_EQ(database().column(u"SELECT id FROM ResourceUsages"_s),
+              QStringList({ QString::number(usages[1]) }));
+}
+
+TEST_F(ResourceCacheDaoUsagesTest, deleteUsages_failureOnTheWay_keepsWhatWasDeletedBefore)
+{
+    insert(u"test:a"_s);
+    for (const qint64 client : { 1, 2, 3 })
+        addUsage(u"test:a"_s, client);
+    database().run(u"CREATE TRIGGER refuse BEFORE DELETE ON ResourceUsages WHEN OLD.clientId = 2 "
+                   "BEGIN SELECT RAISE(ABORT, 'refused'); END"_s);
+    const Context context = transaction();
+    EXPECT_TRUE(failedInDriver(dao.deleteUsages(context.get(), { 1, 2, 3 }), u"refused"_s));
+    EXPECT_TRUE(succeeded(context->commit()));
+    EXPECT_EQ(database().column(u"SELECT clientId FROM ResourceUsages ORDER BY id"_s),
+              QStringList({ u"2"_s, u"3"_s }));
+}
+
+TEST_F(ResourceCacheDaoUsagesTest, selectResourceUsagesForClient_clientWithUsages_isEmpty)
+{
+    insert(u"test:a"_s);
+    const Context context = transaction();
+    ASSERT_TRUE(succeeded(dao.insertResourceUsage(context.get(), u"test:a"_s)));
+    const auto found = dao.selectResourceUsagesForClient(context.get(), ownClientId());
+    ASSERT_TRUE(succeeded(found));
+    EXPECT_TRUE(found.value().isEmpty());
+    EXPECT_TRUE(succeeded(context->commit()));
+    EXPECT_EQ(database().count(u"ResourceUsages"_s), 1);
+}
+
+TEST_F(ResourceCacheDaoUsagesTest, selectResourceUsagesForClient_tableAbsent_failsAtPrepare)
+{
+    database().run(u"DROP TABLE ResourceUsages"_s);
+    // A connection learns of another's change of the schema only when it runs something.
+    EXPECT_FALSE(succeeded(dao.containsResourceUsage(u"test:a"_s)));
+    const Context context = transaction();
+    const auto found = dao.selectResourceUsagesForClient(context.get(), 1);
+    ASSERT_FALSE(found.hasValue());
+    EXPECT_TRUE(failedInDriver(found.error(), u"no such table: ResourceUsages"_s));
+}
+
+// ---- Clients
+
+TEST_F(ResourceCacheDaoUsagesTest, updateClientLastPingTime_ownRow_aloneIsChanged)
+{
+    addClient(1'000'001, 1h);
+    EXPECT_TRUE(succeeded(dao.updateClientLastPingTime(5'000'000'000)));
+    EXPECT_EQ(database().column(u"SELECT processId FROM Clients WHERE lastPingTime = 5000000000"_s),
+              QStringList({ QString::number(QCoreApplication::applicationPid()) }));
+}
+
+TEST_F(ResourceCacheDaoUsagesTest, updateClientLastPingTime_rowGone_insertsNone)
+{
+    database().run(u"DELETE FROM Clients"_s);
+    EXPECT_TRUE(succeeded(dao.updateClientLastPingTime(5)));
+    EXPECT_EQ(database().count(u"Clients"_s), 0);
+}
+
+TEST_F(ResourceCacheDaoUsagesTest, selectInactiveClients_bySilence_takesTheLongerSilentOnly)
+{
+    const qint64 silent = addClient(1'000'001, 61s);
+    addClient(1'000'002, 55s);
+    EXPECT_EQ(inactive(60s), QList<qint64>({ silent }));
+    EXPECT_EQ(inactive(62s), QList<qint64>());
+}
+
+TEST_F(ResourceCacheDaoUsagesTest, selectInactiveClients_ownSilentRow_isNotSpared)
+{
+    database().setLastPing(ownClientId(), 61s);
+    EXPECT_EQ(inactive(60s), QList<qint64>({ ownClientId() }));
+}
+
+TEST_F(ResourceCacheDaoUsagesTest, deleteClientById_client_leavesItsRowsBehind)
+{
+    insert(u"test:a"_s);
+    const qint64 dead = addClient(1'000'001);
+    addUsage(u"test:a"_s, dead);
+    addTask(u"test:a"_s, dead);
+    EXPECT_TRUE(succeeded(dao.deleteClientById(dead)));
+    EXPECT_EQ(database().count(u"Clients"_s), 1);
+    EXPECT_EQ(database().count(u"ResourceUsages"_s), 1);
+    EXPECT_EQ(database().count(u"AcquiringTasks"_s), 1);
+    EXPECT_TRUE(succeeded(dao.deleteClientById(dead)));
+}
+
+// ---- Acquiring tasks
+
+TEST_F(ResourceCacheDaoUsagesTest, addRetrievingTask_missingResource_schedulesIt)
+{
+    insert(u"test:a"_s);
+    EXPECT_TRUE(succeeded(dao.addRetrievingTask(u"test:a"_s)));
+    EXPECT_EQ(database().status(u"test:a"_s), u"ScheduledForAcquire"_s);
+    EXPECT_EQ(database().value(u"SELECT clientId FROM AcquiringTasks"_s).toLongLong(),
+              ownClientId());
+    EXPECT_TRUE(succeeded(dao.deleteRetrievingTask(u"test:a"_s)));
+    EXPECT_EQ(database().status(u"test:a"_s), u"Missing"_s);
+    EXPECT_EQ(database().count(u"AcquiringTasks"_s), 0);
+}
+
+TEST_F(ResourceCacheDaoUsagesTest, addRetrievingTask_unknownReference_failsAndLeavesNoRow)
+{
+    EXPECT_TRUE(failedInDriver(dao.addRetrievingTask(u"test:a"_s),
+                               u"NOT NULL constraint failed: AcquiringTasks.resourceId"_s));
+    EXPECT_EQ(database().count(u"AcquiringTasks"_s), 0);
+}
+
+TEST_F(ResourceCacheDaoUsagesTest, deleteRetrievingTask_readyResource_staysReady)
+{
+    insert(u"test:a"_s, ResourceStatus::Ready);
+    ASSERT_TRUE(succeeded(dao.addRetrievingTask(u"test:a"_s)));
+    EXPECT_TRUE(succeeded(dao.deleteRetrievingTask(u"test:a"_s)));
+    EXPECT_EQ(database().status(u"test:a"_s), u"Ready"_s);
+}
+
+TEST_F(ResourceCacheDaoUsagesTest, deleteRetrievingTask_otherClientsTask_staysAndTheStatusWithIt)
+{
+    insert(u"test:a"_s);
+    insert(u"test:b"_s);
+    ASSERT_TRUE(succeeded(dao.addRetrievingTask(u"test:a"_s)));
+    ASSERT_TRUE(succeeded(dao.addRetrievingTask(u"test:b"_s)));
+    addTask(u"test:a"_s, 4711);
+    setTransient(u"test:a"_s, ResourceStatus::Acquiring, 4711);
+    EXPECT_TRUE(succeeded(dao.deleteRetrievingTask(u"test:a"_s)));
+    EXPECT_EQ(database().status(u"test:a"_s), u"Acquiring"_s);
+    EXPECT_EQ(database().status(u"test:b"_s), u"ScheduledForAcquire"_s);
+    EXPECT_EQ(database().column(u"SELECT clientId FROM AcquiringTasks ORDER BY clientId"_s),
+              QStringList({ QString::number(ownClientId()), u"4711"_s }));
+}
+
+TEST_F(ResourceCacheDaoUsagesTest, progress_fromTaskToReportAndBack_decidesWhetherItRuns)
+{
+    insert(u"test:a"_s);
+    ASSERT_TRUE(succeeded(dao.addRetrievingTask(u"test:a"_s)));
+    EXPECT_FALSE(dao.retrieveInProgress(u"test:a"_s).value());
+    EXPECT_EQ(dao.readProgress(u"test:a"_s).value(), std::nullopt);
+
+    ASSERT_TRUE(succeeded(dao.updateProgress(u"test:a"_s, 0)));
+    EXPECT_TRUE(dao.retrieveInProgress(u"test:a"_s).value());
+    EXPECT_EQ(dao.readProgress(u"test:a"_s).value(), std::optional<int>(0));
+    EXPECT_EQ(database().value(u"SELECT progress FROM AcquiringTasks"_s), 0);
+
+    ASSERT_TRUE(succeeded(dao.updateProgress(u"test:a"_s, 42)));
+    EXPECT_EQ(dao.readProgress(u"test:a"_s).value(), std::optional<int>(42));
+
+    ASSERT_TRUE(succeeded(dao.updateProgress(u"test:a"_s, std::nullopt)));
+    EXPECT_FALSE(dao.retrieveInProgress(u"test:a"_s).value());
+    EXPECT_EQ(dao.readProgress(u"test:a"_s).value(), std::nullopt);
+}
+
+TEST_F(ResourceCacheDaoUsagesTest, readProgress_otherClientFetches_givesItsProgress)
+{
+    insert(u"test:a"_s);
+    ASSERT_TRUE(succeeded(dao.addRetrievingTask(u"test:a"_s)));
+    addTask(u"test:a"_s, 4711, 7);
+    EXPECT_TRUE(dao.retrieveInProgress(u"test:a"_s).value());
+    EXPECT_EQ(dao.readProgress(u"test:a"_s).value(), std::optional<int>(7));
+    EXPECT_FALSE(dao.retrieveInProgress(u"test:unknown"_s).value());
+}
+
+TEST_F(ResourceCacheDaoUsagesTest, updateProgress_otherTasks_areLeftAlone)
+{
+    insert(u"test:a"_s);
+    insert(u"test:b"_s);
+    EXPECT_TRUE(succeeded(dao.updateProgress(u"test:a"_s, 5)));
+    EXPECT_EQ(database().count(u"AcquiringTasks"_s), 0);
+
+    addTask(u"test:a"_s, 4711, 1);
+    ASSERT_TRUE(succeeded(dao.addRetrievingTask(u"test:a"_s)));
+    ASSERT_TRUE(succeeded(dao.addRetrievingTask(u"test:b"_s)));
+    EXPECT_TRUE(succeeded(dao.updateProgress(u"test:a"_s, 50)));
+    EXPECT_EQ(database().column(u"SELECT COALESCE(progress, 'none') FROM AcquiringTasks "
+                                "ORDER BY id"_s),
+              QStringList({ u"1"_s, u"50"_s, u"none"_s }));
+}
+
+TEST_F(ResourceCacheDaoUsagesTest, deleteRetrievingTasksForClient_client_giveUpByTheTrigger)
+{
+    insert(u"test:a"_s);
+    insert(u"test:b"_s);
+    addTask(u"test:a"_s, 4711);
+    addTask(u"test:b"_s, 4711);
+    addTask(u"test:b"_s, 4712);
+    {
+        const Context context = transaction();
+        EXPECT_TRUE(succeeded(dao.deleteRetrievingTasksForClient(context.get(), 4711)));
+        EXPECT_TRUE(succeeded(context->commit()));
+    }
+    EXPECT_EQ(database().status(u"test:a"_s), u"Missing"_s);
+    EXPECT_EQ(database().status(u"test:b"_s), u"ScheduledForAcquire"_s);
+    EXPECT_EQ(database().count(u"AcquiringTasks"_s), 1);
+}
+
+// ---- Statuses of a client that died
+
+TEST_F(ResourceCacheDaoUsagesTest, updateIntermediateStatuses_noTransientRows_changesNothing)
+{
+    insert(u"test:a"_s, ResourceStatus::Ready);
+    insert(u"test:b"_s);
+    insert(u"test:c"_s);
+    setTransient(u"test:c"_s, ResourceStatus::Acquiring, 4712);
+    revertStatusesOf(4711);
+    revertStatusesOf(ownClientId());
+    EXPECT_EQ(database().status(u"test:a"_s), u"Ready"_s);
+    EXPECT_EQ(database().status(u"test:b"_s), u"Missing"_s);
+    EXPECT_EQ(database().status(u"test:c"_s), u"Acquiring"_s);
+}
+
+TEST_F(ResourceCacheDaoUsagesTest, updateIntermediateStatuses_taskForAOnly_decidesByTheOthers)
+{
+    insert(u"test:a"_s);
+    insert(u"test:b"_s);
+    addTask(u"test:a"_s, 4712);
+    setTransient(u"test:a"_s, ResourceStatus::Acquiring, 4711);
+    setTransient(u"test:b"_s, ResourceStatus::ScheduledForAcquire, 4711);
+    revertStatusesOf(4711);
+    EXPECT_EQ(database().status(u"test:a"_s), u"Missing"_s);
+    EXPECT_EQ(database().status(u"test:b"_s), u"ScheduledForAcquire"_s);
+}
+
+TEST_F(ResourceCacheDaoUsagesTest, updateIntermediateStatuses_reverted_keepsAccessAndWriter)
+{
+    insert(u"test:a"_s, ResourceStatus::Missing, 99);
+    setTransient(u"test:a"_s, ResourceStatus::Acquiring, 4711);
+    revertStatusesOf(4711);
+    EXPECT_EQ(database().status(u"test:a"_s), u"Missing"_s);
+    EXPECT_EQ(database().value(u"SELECT lastAccessDateTime FROM CachedResources"_s), 99);
+    EXPECT_EQ(database().value(u"SELECT lastStatusUpdateClientId FROM CachedResources"_s), 4711);
+}
+
+TEST_F(ResourceCacheDaoUsagesTest, cleanUp_deadClientHeldTheOnlyTask_isMissing)
+{
+    insert(u"test:a"_s);
+    insert(u"test:other"_s);
+    const qint64 dead = addClient(1'000'001);
+    addTask(u"test:a"_s, dead, 10);
+    setTransient(u"test:a"_s, ResourceStatus::Acquiring, dead);
+    addTask(u"test:other"_s, ownClientId());
+    cleanUpAfter(dead);
+    EXPECT_EQ(database().status(u"test:a"_s), u"Missing"_s);
+    EXPECT_EQ(dao.readProgress(u"test:a"_s).value(), std::nullopt);
+}
+
+TEST_F(ResourceCacheDaoUsagesTest, cleanUp_anotherClientWaitsAlone_isMissingWithALiveTask)
+{
+    insert(u"test:a"_s);
+    const qint64 dead = addClient(1'000'001);
+    addTask(u"test:a"_s, dead, 10);
+    addTask(u"test:a"_s, ownClientId());
+    setTransient(u"test:a"_s, ResourceStatus::Acquiring, dead);
+    cleanUpAfter(dead);
+    EXPECT_EQ(database().status(u"test:a"_s), u"Missing"_s);
+    EXPECT_EQ(database().count(u"AcquiringTasks"_s), 1);
+}
+
+TEST_F(ResourceCacheDaoUsagesTest, cleanUp_anotherClientWaitsAmongOthers_isScheduled)
+{
+    insert(u"test:a"_s);
+    insert(u"test:other"_s);
+    const qint64 dead = addClient(1'000'001);
+    addTask(u"test:a"_s, dead, 10);
+    addTask(u"test:a"_s, ownClientId());
+    addTask(u"test:other"_s, ownClientId());
+    setTransient(u"test:a"_s, ResourceStatus::Acquiring, dead);
+    cleanUpAfter(dead);
+    EXPECT_EQ(database().status(u"test:a"_s), u"ScheduledForAcquire"_s);
+}
+
+TEST_F(ResourceCacheDaoUsagesTest, cleanUp_transientWithoutAnyTask_isScheduledIfOthersAre)
+{
+    insert(u"test:a"_s);
+    insert(u"test:other"_s);
+    const qint64 dead = addClient(1'000'001);
+    addTask(u"test:other"_s, ownClientId());
+    setTransient(u"test:a"_s, ResourceStatus::Acquiring, dead);
+    cleanUpAfter(dead);
+    EXPECT_EQ(database().status(u"test:a"_s), u"ScheduledForAcquire"_s);
+    EXPECT_EQ(database().column(u"SELECT processId FROM Clients"_s).size(), 1);
+}
+
+TEST_F(ResourceCacheDaoUsagesTest, cleanUp_readyResource_isNotTouched)
+{
+    insert(u"test:a"_s, ResourceStatus::Ready);
+    const qint64 dead = addClient(1'000'001);
+    addTask(u"test:a"_s, dead, 10);
+    setTransient(u"test:a"_s, ResourceStatus::Ready, dead);
+    cleanUpAfter(dead);
+    EXPECT_EQ(database().status(u"test:a"_s), u"Ready"_s);
+}
