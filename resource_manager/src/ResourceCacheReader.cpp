@@ -1,0 +1,271 @@
+#include "ResourceCacheReader.h"
+
+#include "ResourceCacheSchema.h"
+#include "database/DatabaseHelpers.h"
+#include "errors/Propagate.h"
+
+#include <QFileInfo>
+#include <QSet>
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QUrl>
+#include <QUuid>
+
+namespace zel {
+
+using namespace Qt::Literals::StringLiterals;
+using Snapshot = ResourceCacheReader::Snapshot;
+
+namespace {
+
+/// SQLite's own numbers for the failures that need an answer of their own.
+enum SqliteFailure {
+    ReadOnly = 8, ///< something would have to be written first
+    CannotOpen = 14,
+    NotADatabase = 26,
+};
+
+bool isKind(const QSqlError &failure, SqliteFailure kind)
+{
+    // The upper bits tell more about a failure, the lower eight its kind.
+    return failure.isValid() && (failure.nativeErrorCode().toInt() & 0xff) == kind;
+}
+
+enum class Access {
+    Shared, ///< others may write meanwhile; their locks are respected
+    Unchanging, ///< nobody writes: no locks, and none of the files beside the database
+};
+
+/// A connection that only reads, for as long as it lives.
+class ReadingConnection
+{
+public:
+    ReadingConnection(const QString &path, Access access)
+        : name(u"ResourceCacheReader_%1"_s.arg(QUuid::createUuid().toString()))
+        , database(QSqlDatabase::addDatabase(u"QSQLITE"_s, name))
+    {
+        const QString options = u"QSQLITE_OPEN_READONLY;QSQLITE_BUSY_TIMEOUT=10000"_s;
+        if (access == Access::Shared) {
+            database.setConnectOptions(options);
+            database.setDatabaseName(path);
+        } else {
+            database.setConnectOptions(options + u";QSQLITE_OPEN_URI"_s);
+            const QByteArray encoded = QUrl::toPercentEncoding(path, "/");
+            database.setDatabaseName(u"file:%1?immutable=1"_s.arg(QString::fromLatin1(encoded)));
+        }
+    }
+    ~ReadingConnection()
+    {
+        database = QSqlDatabase();
+        QSqlDatabase::removeDatabase(name);
+    }
+    ReadingConnection(const ReadingConnection &) = delete;
+    ReadingConnection &operator=(const ReadingConnection &) = delete;
+
+    /// Opens the file and begins the transaction that ends with the connection. The moment that
+    /// the snapshot shows is that of the first read, so there is one.
+    QSqlError begin()
+    {
+        if (!database.open())
+            return database.lastError();
+        QSqlQuery query(database);
+        for (const QString &sql : { u"BEGIN"_s, u"SELECT COUNT(*) FROM sqlite_master"_s }) {
+            if (!query.exec(sql))
+                return query.lastError();
+        }
+        return {};
+    }
+
+    /// Hands each row of the statement to `read`. Without a copy of the rows: there can be many.
+    template<typename Read>
+    Error forEachRow(const QString &sql, const Read &read) const
+    {
+        Error error;
+        QSqlQuery query(database);
+        query.setForwardOnly(true);
+        ZEL_TRY(error, db::qPrepare(query, sql));
+        ZEL_TRY(error, db::qExec(query));
+        while (query.next())
+            read(query);
+        if (query.lastError().isValid())
+            return ZEL_ERROR(ErrorCode::OperationFailed, query.lastError().text());
+        return error;
+    }
+
+private:
+    QString name;
+    QSqlDatabase database;
+};
+
+/// The columns of all tables, as "Table.column".
+using Columns = QSet<QString>;
+
+Result<Columns> readColumns(const ReadingConnection &connection)
+{
+    Columns columns;
+    Error error;
+    ZEL_TRY(error,
+            connection.forEachRow(
+                u"SELECT m.name || '.' || t.name FROM sqlite_master m, pragma_table_info(m.name) t "
+                "WHERE m.type = 'table'"_s,
+                [&columns](const QSqlQuery &row) { columns.insert(row.value(0).toString()); }));
+    return columns;
+}
+
+/// What stands for a column in a statement, whether the file has it or is older.
+QString orNull(const Columns &columns, const QString &table, const QString &column)
+{
+    return columns.contains(table + u'.' + column) ? column : u"NULL"_s;
+}
+
+std::optional<qint64> optionalNumber(const QVariant &value)
+{
+    return value.isNull() ? std::nullopt : std::optional<qint64>(value.toLongLong());
+}
+
+/// Makes room for all resources: growing step by step, the list would need twice the memory.
+Error reserveResources(const ReadingConnection &connection, Snapshot &snapshot)
+{
+    const auto sql = u"SELECT COUNT(*) FROM CachedResources"_s;
+    return ZEL_PASS(connection.forEachRow(sql, [&snapshot](const QSqlQuery &row) {
+        snapshot.resources.reserve(row.value(0).toLongLong());
+    }));
+}
+
+Error readResources(const ReadingConnection &connection, const Columns &columns, Snapshot &snapshot)
+{
+    const auto sql = u"SELECT reference, cachedPath, fileSize, status, cleanupPolicy, "
+                     "lastAccessDateTime, lastStatusUpdateClientId, %1 "
+                     "FROM CachedResources ORDER BY id"_s;
+    const QString version = orNull(columns, u"CachedResources"_s, u"version"_s);
+    return ZEL_PASS(connection.forEachRow(sql.arg(version), [&snapshot](const QSqlQuery &row) {
+        snapshot.resources.append(
+            { row.value(0).toString(), row.value(1).toString(), row.value(2).toLongLong(),
+              toResourceStatus(row.value(3).toString(), ResourceStatus::Invalid),
+              toResourceCleanupPolicy(row.value(4).toString(), ResourceCleanupPolicy::Invalid),
+              row.value(5).toLongLong(), row.value(6).toLongLong(),
+              QVersionNumber::fromString(row.value(7).toString()) });
+    }));
+}
+
+Error readUsages(const ReadingConnection &connection, Snapshot &snapshot)
+{
+    const auto sql = u"SELECT r.reference, u.clientId, c.processId FROM ResourceUsages u "
+                     "LEFT JOIN CachedResources r ON r.id = u.resourceId "
+                     "LEFT JOIN Clients c ON c.id = u.clientId ORDER BY u.id"_s;
+    return ZEL_PASS(connection.forEachRow(sql, [&snapshot](const QSqlQuery &row) {
+        snapshot.usages.append(
+            { row.value(0).toString(), row.value(1).toLongLong(), optionalNumber(row.value(2)) });
+    }));
+}
+
+Error readAcquiringTasks(const ReadingConnection &connection, Snapshot &snapshot)
+{
+    const auto sql = u"SELECT r.reference, t.clientId, c.processId, t.progress "
+                     "FROM AcquiringTasks t "
+                     "LEFT JOIN CachedResources r ON r.id = t.resourceId "
+                     "LEFT JOIN Clients c ON c.id = t.clientId ORDER BY t.id"_s;
+    return ZEL_PASS(connection.forEachRow(sql, [&snapshot](const QSqlQuery &row) {
+        const QVariant progress = row.value(3);
+        snapshot.acquiringTasks.append(
+            { row.value(0).toString(), row.value(1).toLongLong(), optionalNumber(row.value(2)),
+              progress.isNull() ? std::nullopt : std::optional<int>(progress.toInt()) });
+    }));
+}
+
+Error readClients(const ReadingConnection &connection, Snapshot &snapshot)
+{
+    const auto sql = u"SELECT id, processId, lastPingTime FROM Clients ORDER BY id"_s;
+    return ZEL_PASS(connection.forEachRow(sql, [&snapshot](const QSqlQuery &row) {
+        snapshot.clients.append(
+            { row.value(0).toLongLong(), row.value(1).toLongLong(), row.value(2).toLongLong() });
+    }));
+}
+
+Error readMetadata(const ReadingConnection &connection, const Columns &columns, Snapshot &snapshot)
+{
+    const auto sql = u"SELECT %1, %2 FROM CacheMetadata LIMIT 1"_s;
+    const QString table = u"CacheMetadata"_s;
+    const QString size = orNull(columns, table, ResourceCacheSchema::kCurrentSize);
+    const QString time = orNull(columns, table, ResourceCacheSchema::kLastScanTimestamp);
+    return ZEL_PASS(connection.forEachRow(sql.arg(size, time), [&snapshot](const QSqlQuery &row) {
+        snapshot.currentSize = row.value(0).toLongLong();
+        snapshot.lastScanTimestamp = row.value(1).toLongLong();
+    }));
+}
+
+Error notACache(const QString &path)
+{
+    return ZEL_ERROR(ErrorCode::BadData,
+                     ResourceCacheReader::tr("\"%1\" is not a cache database.").arg(path));
+}
+
+Result<Snapshot> readSnapshot(const ReadingConnection &connection, const QString &path)
+{
+    Snapshot snapshot;
+    Error error;
+    ZEL_TRY_LET(const Columns columns, readColumns(connection));
+    if (columns.isEmpty())
+        return snapshot;
+    if (!columns.contains(u"CachedResources.reference"_s))
+        return ZEL_PASS(notACache(path));
+
+    ZEL_TRY(error, reserveResources(connection, snapshot));
+    ZEL_TRY(error, readResources(connection, columns, snapshot));
+    ZEL_TRY(error, readUsages(connection, snapshot));
+    ZEL_TRY(error, readAcquiringTasks(connection, snapshot));
+    ZEL_TRY(error, readClients(connection, snapshot));
+    ZEL_TRY(error, readMetadata(connection, columns, snapshot));
+    return snapshot;
+}
+
+Result<Snapshot> readBegun(const ReadingConnection &connection, const QSqlError &failure,
+                           const QString &path)
+{
+    if (!failure.isValid())
+        return ZEL_PASS(readSnapshot(connection, path));
+    if (isKind(failure, NotADatabase))
+        return ZEL_PASS(notACache(path));
+    return ZEL_ERROR(ErrorCode::OperationFailed,
+                     ResourceCacheReader::tr("Unable to read the cache database \"%1\": %2")
+                         .arg(path, failure.text()));
+}
+
+/// A reader of a file with a write-ahead log needs files beside it. It cannot have them if they are
+/// not there and the folder may not be written. Without a log or a journal, all there is stands in
+/// the file itself, and nobody who could write it has it open.
+bool canBeReadAlone(const QSqlError &failure, const QString &path)
+{
+    const QString file = QFileInfo(path).canonicalFilePath();
+    return (isKind(failure, CannotOpen) || isKind(failure, ReadOnly))
+        && !QFileInfo::exists(file + u"-wal"_s) && !QFileInfo::exists(file + u"-journal"_s);
+}
+
+} // namespace
+
+ResourceCacheReader::ResourceCacheReader(const QString &databasePath)
+    : databasePath(databasePath)
+{
+}
+
+Result<Snapshot> ResourceCacheReader::read() const
+{
+    const QFileInfo file(databasePath);
+    if (!file.isFile()) {
+        return ZEL_ERROR(ErrorCode::BadArgument,
+                         tr("There is no cache database \"%1\".").arg(databasePath));
+    }
+
+    const QString path = file.absoluteFilePath();
+    ReadingConnection shared(path, Access::Shared);
+    const QSqlError failure = shared.begin();
+    if (!canBeReadAlone(failure, path))
+        return ZEL_PASS(readBegun(shared, failure, path));
+
+    ReadingConnection alone(path, Access::Unchanging);
+    const QSqlError lastFailure = alone.begin();
+    return ZEL_PASS(readBegun(alone, lastFailure, path));
+}
+
+} // namespace zel

@@ -1,0 +1,342 @@
+#include "ResourceCacheReader.h"
+
+#include "AsAnybody.h"
+#include "ResourceCacheDaoFixture.h"
+
+#include <QElapsedTimer>
+#include <QSystemSemaphore>
+
+using namespace zel;
+using namespace zel::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+class ResourceCacheReaderTest : public ResourceCacheDaoFixture
+{
+protected:
+    Result<ResourceCacheReader::Snapshot> read() { return ResourceCacheReader(path()).read(); }
+
+    ResourceCacheReader::Snapshot snapshot()
+    {
+        auto result = read();
+        EXPECT_TRUE(succeeded(result));
+        return result.hasValue() ? std::move(result).value() : ResourceCacheReader::Snapshot();
+    }
+
+    void openDao() { ASSERT_TRUE(succeeded(dao.open(path()))); }
+
+    /// A closed cache with one resource of 60 bytes, in a folder that may not be written.
+    void makeReadOnlyCache()
+    {
+        openDao();
+        insert(u"test:a"_s, ResourceStatus::Ready);
+        ASSERT_TRUE(succeeded(dao.updateResourceSize(1, 60)));
+        dao.close();
+        QFile::setPermissions(QFileInfo(cache.baseDir()).path(), QFile::Permissions(0x7755));
+        QFile::setPermissions(path(), QFile::Permissions(0x6644));
+        QFile::setPermissions(cache.baseDir(), QFile::Permissions(0x5555));
+    }
+
+    ~ResourceCacheReaderTest() override
+    {
+        QFile::setPermissions(cache.baseDir(), QFile::Permissions(0x7755));
+    }
+
+    QStringList filesBesideTheData() const { return QDir(cache.baseDir()).entryList(QDir::Files); }
+};
+
+} // namespace
+
+TEST_F(ResourceCacheReaderTest, read_openCache_givesEveryColumn)
+{
+    openDao();
+    insert(u"test:a"_s, ResourceStatus::Ready, 5'000'000'000);
+    insert(u"test:b"_s);
+    const qint64 other = addClient(1'000'001, 20s);
+    addUsage(u"test:a"_s, ownClientId());
+    addUsage(u"test:a"_s, other);
+    addUsage(u"test:b"_s, 4711);
+    addTask(u"test:b"_s, other, 42);
+    addTask(u"test:b"_s, 4711);
+    database().run(u"UPDATE CachedResources SET cachedPath = '/cache/a', version = '1.2', "
+                   "fileSize = 6000000000 WHERE reference = 'test:a'"_s);
+    database().run(u"UPDATE CacheMetadata SET lastScanTimestamp = 1700000000"_s);
+
+    const auto found = snapshot();
+    ASSERT_EQ(found.resources.size(), 2);
+    const auto &a = found.resources[0];
+    EXPECT_EQ(a.reference, u"test:a"_s);
+    EXPECT_EQ(a.path, u"/cache/a"_s);
+    EXPECT_EQ(a.size, 6'000'000'000);
+    EXPECT_EQ(a.status, ResourceStatus::Ready);
+    EXPECT_EQ(a.policy, ResourceCleanupPolicy::OnDemand);
+    EXPECT_EQ(a.lastAccess, 5'000'000'000);
+    EXPECT_EQ(a.lastWriterClientId, ownClientId());
+    EXPECT_EQ(a.version, QVersionNumber(1, 2));
+    const auto &b = found.resources[1];
+    EXPECT_EQ(b.path, QString());
+    EXPECT_EQ(b.size, 0);
+    EXPECT_EQ(b.status, ResourceStatus::ScheduledForAcquire);
+    EXPECT_TRUE(b.version.isNull());
+
+    ASSERT_EQ(found.usages.size(), 3);
+    EXPECT_EQ(found.usages[0].reference, u"test:a"_s);
+    EXPECT_EQ(found.usages[0].processId, QCoreApplication::applicationPid());
+    EXPECT_EQ(found.usages[1].clientId, other);
+    EXPECT_EQ(found.usages[1].processId, 1'000'001);
+    EXPECT_EQ(found.usages[2].reference, u"test:b"_s);
+    EXPECT_EQ(found.usages[2].clientId, 4711);
+    EXPECT_EQ(found.usages[2].processId, std::nullopt);
+
+    ASSERT_EQ(found.acquiringTasks.size(), 2);
+    EXPECT_EQ(found.acquiringTasks[0].reference, u"test:b"_s);
+    EXPECT_EQ(found.acquiringTasks[0].clientId, other);
+    EXPECT_EQ(found.acquiringTasks[0].processId, 1'000'001);
+    EXPECT_EQ(found.acquiringTasks[0].progress, 42);
+    EXPECT_EQ(found.acquiringTasks[1].processId, std::nullopt);
+    EXPECT_EQ(found.acquiringTasks[1].progress, std::nullopt);
+
+    ASSERT_EQ(found.clients.size(), 2);
+    EXPECT_EQ(found.clients[0].processId, QCoreApplication::applicationPid());
+    EXPECT_EQ(found.clients[1].id, other);
+    EXPECT_LE(found.clients[1].lastPing, QDateTime::currentMSecsSinceEpoch() - 20'000);
+    EXPECT_EQ(found.currentSize, 6'000'000'000);
+    EXPECT_EQ(found.lastScanTimestamp, 1'700'000'000);
+}
+
+TEST_F(ResourceCacheReaderTest, read_oddTexts_areGivenAsTheyAre)
+{
+    openDao();
+    const QString odd = u"test:'\"%1 ;\u00e4\U0001F41F"_s;
+    insert(odd);
+    database().run(u"UPDATE CachedResources SET status = 'Lost', cleanupPolicy = 'Sometimes'"_s);
+    const auto found = snapshot();
+    ASSERT_EQ(found.resources.size(), 1);
+    EXPECT_EQ(found.resources[0].reference, odd);
+    EXPECT_EQ(found.resources[0].status, ResourceStatus::Invalid);
+    EXPECT_EQ(found.resources[0].policy, ResourceCleanupPolicy::Invalid);
+}
+
+TEST_F(ResourceCacheReaderTest, read_rowsOfNoResource_haveNoReference)
+{
+    openDao();
+    database().run(u"INSERT INTO ResourceUsages (resourceId, clientId) VALUES (99, 1)"_s);
+    database().run(u"INSERT INTO AcquiringTasks (resourceId, clientId) VALUES (99, 1)"_s);
+    const auto found = snapshot();
+    EXPECT_EQ(found.usages.first().reference, QString());
+    EXPECT_EQ(found.acquiringTasks.first().reference, QString());
+}
+
+TEST_F(ResourceCacheReaderTest, read_closedCache_leavesItsBytesAndRowsAsTheyWere)
+{
+    openDao();
+    insert(u"test:a"_s);
+    dao.close();
+    const QByteArray before = readFile(path());
+    EXPECT_EQ(snapshot().resources.size(), 1);
+    EXPECT_EQ(snapshot().clients.size(), 0);
+    EXPECT_EQ(readFile(path()), before);
+    EXPECT_TRUE(succeeded(dao.open(path())));
+}
+
+// ---- While others work
+
+TEST_F(ResourceCacheReaderTest, read_writerInTheMiddle_givesTheLastCommittedStateAtOnce)
+{
+    openDao();
+    insert(u"test:a"_s);
+    const Context context = transaction();
+    insert(u"test:b"_s);
+    EXPECT_EQ(snapshot().resources.size(), 1);
+    EXPECT_TRUE(succeeded(context->commit()));
+    EXPECT_EQ(snapshot().resources.size(), 2);
+}
+
+TEST_F(ResourceCacheReaderTest, read_lockHeldElsewhere_doesNotWaitForIt)
+{
+    openDao();
+    insert(u"test:a"_s);
+    QSystemSemaphore semaphore(TemporaryCache::semaphoreKey(cache.baseDir()), 1);
+    ASSERT_TRUE(semaphore.acquire());
+    EXPECT_EQ(snapshot().resources.size(), 1);
+    EXPECT_TRUE(semaphore.release());
+}
+
+TEST_F(ResourceCacheReaderTest, read_whileTheCacheIsOpenHere_leavesTheCacheWorking)
+{
+    openDao();
+    for (int i = 0; i < 20; ++i) {
+        insert(u"test:%1"_s.arg(i));
+        EXPECT_EQ(snapshot().resources.size(), i + 1);
+    }
+    // A lock that a read had dropped would let another take the file for its own.
+    const Context context = transaction();
+    database().run(u"PRAGMA busy_timeout=0"_s);
+    QSqlDatabase second = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"second"_s);
+    second.setConnectOptions(u"QSQLITE_BUSY_TIMEOUT=0"_s);
+    second.setDatabaseName(path());
+    ASSERT_TRUE(second.open());
+    EXPECT_EQ(snapshot().resources.size(), 20);
+    EXPECT_FALSE(QSqlQuery(second).exec(u"BEGIN IMMEDIATE"_s));
+    second = QSqlDatabase();
+    QSqlDatabase::removeDatabase(u"second"_s);
+}
+
+TEST_F(ResourceCacheReaderTest, read_fileWithoutWriteAheadLog_works)
+{
+    load(u"before-versions.sql"_s);
+    EXPECT_EQ(snapshot().resources.size(), 2);
+    EXPECT_EQ(filesBesideTheData(), QStringList({ u"ResourceCache.db"_s }));
+}
+
+// ---- Shapes
+
+TEST_F(ResourceCacheReaderTest, read_fileBeforeVersions_leavesOutWhatIsNotThere)
+{
+    load(u"before-versions.sql"_s);
+    const auto found = snapshot();
+    ASSERT_EQ(found.resources.size(), 2);
+    EXPECT_EQ(found.resources[0].reference, u"test:old/a"_s);
+    EXPECT_EQ(found.resources[0].status, ResourceStatus::Ready);
+    EXPECT_TRUE(found.resources[0].version.isNull());
+    EXPECT_EQ(found.currentSize, 60);
+    EXPECT_EQ(found.lastScanTimestamp, 0);
+    EXPECT_EQ(database().column(u"SELECT name FROM pragma_table_info('CacheMetadata')"_s),
+              QStringList({ u"currentSize"_s }));
+}
+
+TEST_F(ResourceCacheReaderTest, read_fileBeforeScans_hasItsVersions)
+{
+    load(u"before-scans.sql"_s);
+    const auto found = snapshot();
+    EXPECT_EQ(found.resources.first().version, QVersionNumber(2, 1));
+    EXPECT_EQ(found.currentSize, 70);
+    EXPECT_EQ(found.lastScanTimestamp, 0);
+}
+
+TEST_F(ResourceCacheReaderTest, read_fileWithoutTables_isAnEmptyCache)
+{
+    writeFile(path(), QByteArray());
+    EXPECT_EQ(snapshot().resources.size(), 0);
+    database().run(u"PRAGMA journal_mode=WAL"_s);
+    EXPECT_EQ(snapshot().resources.size(), 0);
+}
+
+// ---- No cache
+
+TEST_F(ResourceCacheReaderTest, read_noFile_failsAndMakesNone)
+{
+    EXPECT_TRUE(failedWith(read().error(), ErrorCode::BadArgument,
+                           u"There is no cache database \"%1\"."_s.arg(path())));
+    EXPECT_FALSE(QFileInfo::exists(path()));
+    EXPECT_EQ(ResourceCacheReader(cache.baseDir()).read().error().errorCode(),
+              ErrorCode::BadArgument);
+    EXPECT_EQ(ResourceCacheReader(QString()).read().error().errorCode(), ErrorCode::BadArgument);
+}
+
+TEST_F(ResourceCacheReaderTest, read_garbage_isToldFromACache)
+{
+    writeFile(path(), QByteArray(5000, 'x'));
+    EXPECT_TRUE(failedWith(read().error(), ErrorCode::BadData,
+                           u"\"%1\" is not a cache database."_s.arg(path())));
+}
+
+TEST_F(ResourceCacheReaderTest, read_databaseOfSomethingElse_isToldFromACache)
+{
+    database().run(u"CREATE TABLE Unrelated (id INTEGER)"_s);
+    EXPECT_EQ(read().error().errorCode(), ErrorCode::BadData);
+}
+
+TEST_F(ResourceCacheReaderTest, read_damagedInTheMiddle_failsInsteadOfGivingLess)
+{
+    openDao();
+    CacheDatabase(path()).run(
+        u"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 2000) "
+        "INSERT INTO CachedResources (reference, status, cleanupPolicy, lastAccessDateTime, "
+        "lastStatusUpdateClientId) SELECT 'test:' || i, 'Ready', 'Never', i, 1 FROM n"_s);
+    dao.close();
+    QByteArray bytes = readFile(path());
+    ASSERT_GT(bytes.size(), 100'000);
+    const QString damaged = cache.outside(u"damaged.db"_s);
+    for (qsizetype i = 30'000; i < bytes.size(); ++i)
+        bytes[i] = 'x';
+    writeFile(damaged, bytes);
+    EXPECT_EQ(ResourceCacheReader(damaged).read().error().errorCode(), ErrorCode::OperationFailed);
+}
+
+// ---- Where nothing may be written
+
+TEST_F(ResourceCacheReaderTest, read_folderNotWritable_readsTheFileAlone)
+{
+    makeReadOnlyCache();
+    const QStringList before = filesBesideTheData();
+    const AsAnybody anybody;
+    const auto found = snapshot();
+    ASSERT_EQ(found.resources.size(), 1);
+    EXPECT_EQ(found.currentSize, 60);
+    EXPECT_EQ(filesBesideTheData(), before);
+}
+
+TEST_F(ResourceCacheReaderTest, read_folderNotWritableWithOddName_readsTheFileAlone)
+{
+    makeReadOnlyCache();
+    const QString odd = cache.outside(u"a b?c#d%20\u00e4"_s);
+    ASSERT_TRUE(QDir().mkdir(odd));
+    const QString copy = odd + u"/ResourceCache.db"_s;
+    writeFile(copy, readFile(path()));
+    QFile::setPermissions(copy, QFile::Permissions(0x6644));
+    QFile::setPermissions(odd, QFile::Permissions(0x5555));
+    {
+        const AsAnybody anybody;
+        const auto found = ResourceCacheReader(copy).read();
+        ASSERT_TRUE(succeeded(found));
+        EXPECT_EQ(found.value().resources.size(), 1);
+    }
+    QFile::setPermissions(odd, QFile::Permissions(0x7755));
+}
+
+TEST_F(ResourceCacheReaderTest, read_fileNotReadable_tellsWhy)
+{
+    makeReadOnlyCache();
+    QFile::setPermissions(path(), QFile::Permissions());
+    const AsAnybody anybody;
+    const auto found = read();
+    ASSERT_FALSE(found.hasValue());
+    EXPECT_TRUE(failedInDriver(found.error(), u"unable to open database file"_s));
+    EXPECT_TRUE(found.error().errorMessage().contains(path()));
+}
+
+TEST_F(ResourceCacheReaderTest, read_folderNotWritableButCacheOpen_seesWhatIsInTheLog)
+{
+    makeReadOnlyCache();
+    QFile::setPermissions(cache.baseDir(), QFile::Permissions(0x7755));
+    openDao();
+    insert(u"test:b"_s);
+    QFile::setPermissions(cache.baseDir(), QFile::Permissions(0x5555));
+    {
+        const AsAnybody anybody;
+        EXPECT_EQ(snapshot().resources.size(), 2);
+    }
+    QFile::setPermissions(cache.baseDir(), QFile::Permissions(0x7755));
+}
+
+// ---- Many
+
+TEST_F(ResourceCacheReaderTest, read_hundredThousandRows_givesAllOfThem)
+{
+    openDao();
+    database().run(
+        u"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 100000) "
+        "INSERT INTO CachedResources (reference, cachedPath, fileSize, status, cleanupPolicy, "
+        "lastAccessDateTime, lastStatusUpdateClientId, version) "
+        "SELECT 'https://data.example.org/projects/proteomics/2024/sample-' || i || '.raw', "
+        "'/home/user/.local/share/ResourceCache/Cache/http/0123456789abcdef0123456789abcdef/'"
+        " || i || '.raw', i, 'Ready', 'OnDemand', i, 1, '1.0' FROM n"_s);
+    QElapsedTimer clock;
+    clock.start();
+    const auto found = snapshot();
+    RecordProperty("milliseconds", static_cast<int>(clock.elapsed()));
+    ASSERT_EQ(found.resources.size(), 100'000);
+    EXPECT_EQ(found.resources.last().size, 100'000);
+}
