@@ -34,14 +34,16 @@ Error openForReading(QFile *file)
 }
 
 /// Brings the target into its container, so that from one moment to the next whatever removes the
-/// container removes the target too. A container that cannot take it in loses it at once.
+/// container removes the target too.
 Error takeBack(const ZacqFolder &container, const QString &target)
 {
     Error error;
     ZEL_TRY(error, TreeRemoval::remove(container.stagingPath()));
-    if (FileSync::renameDurably(target, container.stagingPath()).hasError())
-        ZEL_TRY(error, TreeRemoval::remove(target));
-    return error;
+    // A folder without write permission takes nothing in. It is about to go anyway.
+    QFile::setPermissions(container.path(),
+                          QFile::permissions(container.path()) | QFile::ReadOwner
+                              | QFile::WriteOwner | QFile::ExeOwner);
+    return ZEL_PASS(FileSync::renameDurably(target, container.stagingPath()));
 }
 
 } // namespace
@@ -55,6 +57,8 @@ public:
     }
 
     Result<ZacqManifest> readManifest(Type *readType) const;
+    /// Of an open folder form.
+    Result<QString> samplePath() const;
     /// Opens the sample, or the container with the sample from the file's position on.
     Error openSample(QFile *file) const;
     Error copyChecked(QFile &source, QFile &target) const;
@@ -79,14 +83,26 @@ Result<ZacqManifest> Zacq::Private::readManifest(Type *readType) const
     return ZEL_PASS(ZacqFileForm::readHead(file));
 }
 
+Result<QString> Zacq::Private::samplePath() const
+{
+    const QString sample = type == Type::Folder ? folder.findSample(manifest) : QString();
+    if (!sample.isEmpty())
+        return sample;
+    return ZEL_ERROR(ErrorCode::BadData,
+                     tr("The sample of \"%1\" is not in place.").arg(folder.path()));
+}
+
 Error Zacq::Private::openSample(QFile *file) const
 {
     Error error;
-    file->setFileName(type == Type::File ? folder.path() : folder.findSample(manifest));
-    ZEL_TRY(error, openForReading(file));
-    if (type == Type::File) {
-        ZEL_TRY_LET(const auto head, ZacqFileForm::readHead(*file));
+    if (type != Type::File) {
+        ZEL_TRY_LET(const QString sample, samplePath());
+        file->setFileName(sample);
+        return ZEL_PASS(openForReading(file));
     }
+    file->setFileName(folder.path());
+    ZEL_TRY(error, openForReading(file));
+    ZEL_TRY_LET(const auto head, ZacqFileForm::readHead(*file));
     return error;
 }
 
@@ -149,11 +165,7 @@ Result<QString> Zacq::sampleFilePath() const
         return ZEL_ERROR(ErrorCode::FeatureLacking,
                          tr("The sample of \"%1\" is not a file.").arg(d->folder.path()));
     }
-    const QString sample = d->type == Type::Folder ? d->folder.findSample(d->manifest) : QString();
-    if (!sample.isEmpty())
-        return sample;
-    return ZEL_ERROR(ErrorCode::BadData,
-                     tr("The sample of \"%1\" is not in place.").arg(d->folder.path()));
+    return ZEL_PASS(d->samplePath());
 }
 
 const ZacqMetadata &Zacq::metadata() const

@@ -17,11 +17,27 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// A hidden folder beside the path, in which the container is built.
-QString workFolderFor(const QString &path)
+/// A hidden folder beside a path, in which what comes there is built.
+class WorkFolder
 {
-    return QFileInfo(path).absolutePath() + u"/.zel-zacq-XXXXXX"_s;
-}
+public:
+    explicit WorkFolder(const QString &path)
+        : folder(QFileInfo(path).absolutePath() + u"/.zel-zacq-XXXXXX"_s)
+    {
+    }
+
+    Result<QString> pathInside() const
+    {
+        if (folder.isValid())
+            return folder.filePath(u"container"_s);
+        return ZEL_ERROR(ErrorCode::OperationFailed,
+                         ZacqWriter::tr("The folder \"%1\" cannot be created: %2")
+                             .arg(folder.path(), folder.errorString()));
+    }
+
+private:
+    const QTemporaryDir folder;
+};
 
 Error checkIsFree(const QString &path)
 {
@@ -78,8 +94,9 @@ Error ZacqWriter::createFolder(const QString &path, const QString &sampleFile,
                          tr("\"%1\" is no place for a sample.").arg(samplePath));
     }
     ZEL_TRY(error, checkIsFree(path));
-    const QTemporaryDir work(workFolderFor(path));
-    const ZacqFolder folder(work.filePath(u"c"_s));
+    const WorkFolder work(path);
+    ZEL_TRY_LET(const QString workPath, work.pathInside());
+    const ZacqFolder folder(workPath);
     const QString sample = folder.path() + u'/' + samplePath;
     ZEL_TRY(error, FileUtilsGeneric::mkPath(QFileInfo(sample).path()));
     ZEL_TRY(error, TreeCopy::copyFile(sampleFile, sample, {}));
@@ -96,8 +113,8 @@ Error ZacqWriter::createFile(const QString &path, const QString &sampleFile,
     Error error;
     ZEL_TRY(error, checkIsFree(path));
     ZEL_TRY_LET(const ZacqManifest manifest, manifestOf(sampleFile, sampleName));
-    const QTemporaryDir work(workFolderFor(path));
-    const QString file = work.filePath(u"c"_s);
+    const WorkFolder work(path);
+    ZEL_TRY_LET(const QString file, work.pathInside());
     ZEL_TRY(error, writeFileForm(file, sampleFile, manifest));
     ZEL_TRY(error, FileSync::renameDurably(file, path));
     return error;
