@@ -319,6 +319,13 @@ Result<std::unique_ptr<ResourceCache::InUseHandle>> ResourceCache::useResource(
     return ZEL_PASS(d->useResource(reference));
 }
 
+Result<ResourceCache::Leftovers>
+ResourceCache::moveLeftoversAside(const QString &reference, const PathImpl<PathType::Unknown> &path)
+{
+    const SemaphoreLocker lock(&d->semaphore, 1);
+    return ZEL_PASS(d->moveLeftoversAside(reference, path));
+}
+
 Result<qint64> ResourceCache::readCurrentCacheSize()
 {
     const SemaphoreLocker lock(&d->semaphore, 1);

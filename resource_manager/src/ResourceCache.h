@@ -115,6 +115,19 @@ public:
     /// room first if its data is not there.
     Result<std::unique_ptr<InUseHandle>> useResource(const QString &reference);
 
+    /// What moveLeftoversAside() found and did.
+    struct Leftovers
+    {
+        bool isPublished = false; ///< nothing to fetch: Ready by now, and readable at the path
+        QString movedTo; ///< for the caller to delete; empty if nothing was moved
+    };
+
+    /// Clears the path at which a resource is to be fetched, so that the fetch starts clean. Leaves
+    /// what belongs to a fetch that somebody runs at this moment, and what has been published. One
+    /// rename and no deletion, but for a container whose data lies elsewhere, which goes at once.
+    Result<Leftovers> moveLeftoversAside(const QString &reference,
+                                         const PathImpl<PathType::Unknown> &path);
+
     // The whole cache. Atomic.
 
     /// The sum of all stored sizes, in bytes.

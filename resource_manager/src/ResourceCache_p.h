@@ -90,6 +90,8 @@ public:
     Error addRetrievingTask(const QString &reference);
     Error deleteRetrievingTask(const QString &reference);
 
+    Result<Leftovers> moveLeftoversAside(const QString &reference, const QString &path);
+
     // Post-processing
     Error postProcess(const QString &reference, const UnknownPath &path);
     Error fixLongZacqFileName(const QString &reference, const QString path);

@@ -160,9 +160,11 @@ protected:
     /// Closes the cache if it is open, and opens it at the path, whose base directory it makes.
     Error openCache(const ResourceCachePath &path, const ResourceCacheSizes &sizes);
 
+    class Private;
+    const std::unique_ptr<Private> d;
+
 private:
     friend class ResourceHandler;
-    class Private;
 
     static Result<std::unique_ptr<Task>> retrieveAsync(ResourceHandler *handler,
                                                        ResourceHandler::AsyncProcessingType type,
@@ -171,8 +173,6 @@ private:
                                                      ResourceHandler::AsyncProcessingType type);
     static Result<std::unique_ptr<Task>> retrieveMetadataAsync(
         const ResourceHandler *handler, ResourceHandler::AsyncProcessingType type);
-
-    const std::unique_ptr<Private> d;
 };
 
 } // namespace zel

@@ -1,0 +1,45 @@
+#include "ResourceCache_p.h"
+#include "errors/Propagate.h"
+#include "zacq/Zacq.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QUuid>
+
+namespace zel {
+
+using namespace Qt::Literals::StringLiterals;
+
+// Why one step: process A sees leftovers, process B fetches the resource and ends with Ready,
+// process A deletes what it saw, and with it what B has fetched.
+Result<ResourceCache::Leftovers> ResourceCache::Private::moveLeftoversAside(
+    const QString &reference, const QString &path)
+{
+    ZEL_TRY_LET(const ResourceStatus status, loadStatus(reference));
+    const QFileInfo info(QDir::cleanPath(path));
+    // What lies there while somebody fetches is that fetch, whole in a moment.
+    if (status == ResourceStatus::Acquiring || !info.exists())
+        return Leftovers();
+    if (status == ResourceStatus::Ready && info.isReadable())
+        return Leftovers { .isPublished = true, .movedTo = {} };
+
+    // Its second folder knows it by its place, so it cannot be moved first.
+    if (zacq::Zacq::isSparseZacq(path, false)) {
+        Error error;
+        ZEL_TRY(error, zacq::Zacq::remove(path));
+        return Leftovers();
+    }
+
+    // Beside the resource, in the folder that goes with it: should this process die before the
+    // deletion, the rest goes with the next removal of the resource.
+    const QString name = u".leftover-"_s + QUuid::createUuid().toString(QUuid::Id128);
+    const QString target = info.dir().absoluteFilePath(name);
+    if (!QDir().rename(info.absoluteFilePath(), target)) {
+        const QString text = info.isDir() ? tr("Removing the folder \"%1\" failed.")
+                                          : tr("Removing the file \"%1\" failed.");
+        return ZEL_ERROR(ErrorCode::OperationFailed, text.arg(info.absoluteFilePath()));
+    }
+    return Leftovers { .isPublished = false, .movedTo = target };
+}
+
+} // namespace zel

@@ -1,0 +1,123 @@
+#pragma once
+
+#include "ResourceManager.h"
+#include "ResourcePromptingInterface.h"
+#include "TasksQueue.h"
+
+#include <QHash>
+#include <QMutex>
+#include <QTime>
+#include <QWeakPointer>
+
+#include <memory>
+
+namespace zel {
+
+class ResourceCache;
+
+/// Guards the memo of existence answers: a task that ends on a worker writes its answer from there,
+/// at a time when the manager may be gone.
+struct MemoGuard
+{
+    QMutex mutex;
+    bool isOpen = true;
+};
+
+/// An answer to "does it exist", and the time of day when it came.
+struct CachedRequestValue
+{
+    bool exists = false;
+    QTime time;
+};
+
+/// What ResourceManager does, one source per subject. No lock but that of the memo; on threads see
+/// ResourceManager.
+class ResourceManager::Private
+{
+public:
+    using Type = ResourceHandler::AsyncProcessingType;
+    using TaskResult = Result<std::unique_ptr<Task>>;
+    using GroupResult = Result<std::unique_ptr<GroupTask>>;
+    using RawHandlers = QList<ResourceHandler *>;
+
+    Private(ResourceManager *owner, const std::optional<ResourceManagerSettings> &givenSettings);
+    ~Private();
+    Private(const Private &) = delete;
+    Private &operator=(const Private &) = delete;
+
+    // Opening and settings
+    Error openCache(const ResourceCachePath &path, const ResourceCacheSizes &sizes);
+    Error setSettings(const ResourceManagerSettings &newSettings);
+
+    // Handler lookup
+    Result<QSharedPointer<ResourceHandler>> getHandler(
+        const QSharedPointer<ResourceReference> &reference);
+    Result<QSharedPointer<ResourceHandler>> getHandler(const QString &reference);
+    Result<Handlers> getHandlers(const References &references);
+    Result<Handlers> getHandlers(const QList<QString> &references);
+    Result<HandlersByReference> getHandlersWithReferences(const References &references);
+    static HandlersByReference paired(const References &references, const Handlers &handlers);
+    Result<QSharedPointer<ResourceHandler>> createHandler(
+        const QSharedPointer<ResourceReference> &reference);
+    ResourceHandler::RetrieveMode retrieveModeFor(const ResourceHandler *handler) const;
+
+    // Retrieval
+    TaskResult retrieveAsync(ResourceHandler *handler);
+    TaskResult retrieveAsync(ResourceHandler *handler, Type type,
+                             ResourcePromptingInterface *prompting);
+    GroupResult retrieveAsync(const RawHandlers &handlers, Type type,
+                              ResourcePromptingInterface *prompting);
+    GroupResult createRetrieveGroupTask(const RawHandlers &handlers);
+    Error promptRetrieveIfNeeded(const RawHandlers &handlers,
+                                 ResourcePromptingInterface *prompting);
+    Error retrieve(ResourceHandler *handler, ResourcePromptingInterface *prompting);
+    Error retrieve(const RawHandlers &handlers, ResourcePromptingInterface *prompting);
+
+    // Existence and metadata
+    TaskResult existsAsync(const ResourceHandler *handler, Type type);
+    GroupResult existsAsync(const RawHandlers &handlers, Type type);
+    // A coroutine keeps its own list: the caller's may go while it is suspended.
+    QCoro::Task<Result<bool>> co_exists(const ResourceHandler *handler);
+    QCoro::Task<Result<bool>> co_exists(RawHandlers handlers);
+    Result<bool> exists(const ResourceHandler *handler);
+    Result<bool> exists(const RawHandlers &handlers);
+    Result<bool> exists(GroupTask *group) const;
+    std::optional<bool> cachedExistsValue(const QSharedPointer<ResourceReference> &reference) const;
+    void invalidateCachedRequestsValues(ResourceReference::Scheme scheme);
+    TaskResult retrieveMetadataAsync(const ResourceHandler *handler, Type type);
+    Result<QSharedPointer<ResourceMetadata>> retrieveMetadata(const ResourceHandler *handler);
+
+    // Maintenance
+    /// Removes what lies at the path, but nothing outside the cache's data directory, which counts
+    /// as no failure.
+    Error deleteResource(const QString &path);
+
+    /// Tells the time of day; a test may have another one.
+    QTime (*currentTime)() = &QTime::currentTime;
+
+    // In this order: the cache outlives the queue, whose tasks borrow it.
+    ResourceHandler::RetrieveMode retrieveMode = ResourceHandler::NoPrompt;
+    QHash<QString, QWeakPointer<ResourceHandler>> handlersByReference;
+    ResourceManager *q;
+    ResourceManagerSettings settings;
+    std::unique_ptr<ResourceCache> cache;
+    std::unique_ptr<ResourcePromptingInterface> defaultPromptingInterface;
+    TasksQueue tasksQueue;
+    QHash<QString, CachedRequestValue> cachedRequestsValues;
+    const std::shared_ptr<MemoGuard> memoGuard = std::make_shared<MemoGuard>();
+
+private:
+    void openCacheAtStart();
+    Error makeDataDir() const;
+    /// The single road into the queue.
+    void enqueueTask(Task *task);
+    QSharedPointer<ResourceHandler> liveHandler(const QString &key) const;
+    Result<RawHandlers> missingOnes(const RawHandlers &handlers);
+    RawHandlers withoutUnaccepted(const RawHandlers &missing, const References &accepted) const;
+    /// True: the resource was published in the meantime and nothing is left to do.
+    Result<bool> clearWayFor(const ResourceHandler &handler, const QString &path);
+    std::unique_ptr<Task> makeAnswerTask(bool exists) const;
+    void memoiseWhenFinished(Task *task, const ResourceReference &reference);
+};
+
+} // namespace zel

@@ -1,0 +1,7 @@
+#include "ResourcePromptingInterface.h"
+
+namespace zel {
+
+ResourcePromptingInterface::~ResourcePromptingInterface() = default;
+
+} // namespace zel
