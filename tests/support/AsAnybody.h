@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QtGlobal>
+#include <QFileInfo>
 
 #ifdef Q_OS_LINUX
 #include <sys/fsuid.h>
@@ -26,6 +26,12 @@ public:
     }
     AsAnybody(const AsAnybody &) = delete;
     AsAnybody &operator=(const AsAnybody &) = delete;
+
+    /// Whether the folders above let anybody through; without that there is nothing to test.
+    bool canReach(const QString &path) const
+    {
+        return QFileInfo::exists(path);
+    }
 
 private:
     static constexpr unsigned nobody = 65534;

@@ -97,6 +97,8 @@ TEST_F(ResourceCacheDaoProcessTest, open_fileNotWritable_failsAndChangesNothing)
     QFile::setPermissions(path(), QFile::Permissions(0x4444));
     {
         const AsAnybody anybody;
+        if (!anybody.canReach(cache.baseDir()))
+            GTEST_SKIP() << "anybody may not come this far";
         EXPECT_TRUE(failedInDriver(dao.open(path()), u"attempt to write a readonly database"_s));
         dao.close();
     }
