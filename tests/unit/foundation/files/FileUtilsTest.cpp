@@ -2,10 +2,9 @@
 #include "errors/Result.h"
 #include "files/FileUtilsGeneric.h"
 #include "files/PathImpl.h"
+#include "platform/TreeRemoval.h"
 
 #include "TemporaryCache.h"
-
-#include <filesystem>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -20,7 +19,7 @@ class FileUtilsTest : public testing::Test
 {
 protected:
     // QTemporaryDir cannot remove names that are no text.
-    void TearDown() override { std::filesystem::remove_all(directory.path().toStdString()); }
+    void TearDown() override { EXPECT_FALSE(TreeRemoval::remove(directory.path()).hasError()); }
 
     QString at(const QString &name) const { return QDir(directory.path()).filePath(name); }
 

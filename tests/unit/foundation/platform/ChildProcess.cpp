@@ -2,10 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <QFile>
+
 #include <filesystem>
 
 #include <csignal>
 #include <cstdlib>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -16,16 +20,50 @@ namespace {
 
 constexpr unsigned ordinaryUser = 65534;
 
+constexpr int cannotMount = 77;
+
+void writeOwn(const char *path, const QByteArray &text)
+{
+    QFile file(QString::fromLatin1(path));
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(text) == text.size()) << path;
+}
+
+/// Lets this process mount what nobody else sees.
+bool leaveMounts()
+{
+    if (::geteuid() == 0 && ::unshare(CLONE_NEWNS) == 0)
+        return ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+    const QByteArray user = QByteArray::number(::geteuid());
+    const QByteArray group = QByteArray::number(::getegid());
+    if (::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
+        return false;
+    writeOwn("/proc/self/setgroups", "deny");
+    writeOwn("/proc/self/uid_map", "0 " + user + " 1");
+    writeOwn("/proc/self/gid_map", "0 " + group + " 1");
+    return true;
+}
+
+/// What the child ends with; empty if it crashed.
+std::optional<int> codeOfChild(const std::function<int()> &work)
+{
+    const pid_t child = ::fork();
+    if (child == 0)
+        ::_exit(work());
+    int status = 0;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    return WIFEXITED(status) ? std::optional(WEXITSTATUS(status)) : std::nullopt;
+}
+
+int codeOf(bool isGood)
+{
+    return isGood && !testing::Test::HasFailure() ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
 } // namespace
 
 bool inChild(const std::function<bool()> &work)
 {
-    const pid_t child = ::fork();
-    if (child == 0)
-        ::_exit(work() && !testing::Test::HasFailure() ? EXIT_SUCCESS : EXIT_FAILURE);
-    int status = 0;
-    EXPECT_EQ(::waitpid(child, &status, 0), child);
-    return WIFEXITED(status) && WEXITSTATUS(status) == EXIT_SUCCESS;
+    return codeOfChild([&] { return codeOf(work()); }) == EXIT_SUCCESS;
 }
 
 bool asOrdinaryUser(const QByteArray &folder, const std::function<bool()> &work)
@@ -46,6 +84,18 @@ bool withShortFiles(qint64 longest, const std::function<bool()> &work)
         std::signal(SIGXFSZ, SIG_IGN); // or the first refused write ends the process
         return ::setrlimit(RLIMIT_FSIZE, &limit) == 0 && work();
     });
+}
+
+std::optional<bool> withVolumeAt(const QByteArray &folder, qint64 size,
+                                 const std::function<bool()> &work)
+{
+    const QByteArray options = "mode=0777,size=" + QByteArray::number(size);
+    const auto code = codeOfChild([&] {
+        const bool isMounted = leaveMounts()
+            && ::mount("tmpfs", folder.constData(), "tmpfs", 0, options.constData()) == 0;
+        return isMounted ? codeOf(work()) : cannotMount;
+    });
+    return code == cannotMount ? std::nullopt : std::optional(code == EXIT_SUCCESS);
 }
 
 } // namespace zel::test

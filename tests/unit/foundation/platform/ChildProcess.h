@@ -1,8 +1,9 @@
 #pragma once
 
-#include <functional>
-
 #include <QByteArray>
+
+#include <functional>
+#include <optional>
 
 namespace zel::test {
 
@@ -16,5 +17,10 @@ bool asOrdinaryUser(const QByteArray &folder, const std::function<bool()> &work)
 /// The same where no file can grow beyond this size: what is written beyond is cut short first and
 /// refused then, just as on a full disk.
 bool withShortFiles(qint64 longest, const std::function<bool()> &work);
+
+/// The same with a volume of its own, of this size in bytes, mounted on the folder for that process
+/// alone. Empty if the machine lets nobody but its owner mount anything.
+std::optional<bool> withVolumeAt(const QByteArray &folder, qint64 size,
+                                 const std::function<bool()> &work);
 
 } // namespace zel::test

@@ -1,6 +1,7 @@
 #include "platform/FreeSpace.h"
 
 #include "TemporaryCache.h"
+#include "platform/ChildProcess.h"
 
 #include <QStorageInfo>
 
@@ -35,6 +36,19 @@ TEST(FreeSpaceTest, isSameVolume_oneAndTwoVolumes_areToldApart)
     const QTemporaryDir dir;
     EXPECT_TRUE(FreeSpace::isSameVolume(dir.path(), dir.filePath(u"a/b"_s)).value());
     EXPECT_FALSE(FreeSpace::isSameVolume(dir.path(), u"/proc"_s).value());
+}
+
+TEST(FreeSpaceTest, smallVolume_isMeasuredAndToldApart)
+{
+    const QTemporaryDir dir;
+    const auto isRight = withVolumeAt(QFile::encodeName(dir.path()), 1'048'576, [&] {
+        return FreeSpace::availableBytes(dir.path()).value() <= 1'048'576
+            && FreeSpace::availableBytes(dir.filePath(u"a/b"_s)).value() > 900'000
+            && !FreeSpace::isSameVolume(dir.filePath(u"a"_s), QFileInfo(dir.path()).path()).value();
+    });
+    if (!isRight)
+        GTEST_SKIP() << "no volume can be mounted here";
+    EXPECT_TRUE(*isRight);
 }
 
 TEST(FreeSpaceTest, emptyPath_fails)

@@ -1,9 +1,8 @@
 #include "platform/TreeCopy.h"
+#include "platform/TreeRemoval.h"
 
 #include "TemporaryCache.h"
 #include "platform/ChildProcess.h"
-
-#include <filesystem>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -19,7 +18,7 @@ class TreeCopyTest : public testing::Test
 {
 protected:
     // QTemporaryDir cannot remove names that are no text.
-    void TearDown() override { std::filesystem::remove_all(directory.path().toStdString()); }
+    void TearDown() override { EXPECT_FALSE(TreeRemoval::remove(directory.path()).hasError()); }
 
     QString at(const QString &name) const { return QDir(directory.path()).filePath(name); }
     QByteArray bytesAt(const QString &name) const { return QFile::encodeName(at(name)); }
@@ -376,6 +375,34 @@ TEST_F(TreeCopyTest, copyTree_diskFull_failsAndNamesTheFile)
     EXPECT_TRUE(withShortFiles(1'000'000,
                                [&] { return copy().errorMessage().contains(at(u"s/a/big"_s)); }));
     EXPECT_FALSE(QFileInfo::exists(at(u"t/a/big"_s)));
+}
+
+TEST_F(TreeCopyTest, copyTree_volumeFull_failsAndNamesTheFile)
+{
+    writeFile(at(u"s/a/small"_s), "x");
+    writeFile(at(u"s/b/big"_s), manyBytes(3'000'000));
+    ASSERT_TRUE(QDir().mkpath(at(u"t"_s)));
+    const auto isTold = withVolumeAt(bytesAt(u"t"_s), 1'000'000, [&] {
+        const QString text = copy().errorMessage();
+        return text.contains(at(u"t/b/big"_s)) && text.contains(u"space"_s)
+            && !QFileInfo::exists(at(u"t/b/big"_s));
+    });
+    if (!isTold)
+        GTEST_SKIP() << "no volume can be mounted here";
+    EXPECT_TRUE(*isTold);
+}
+
+TEST_F(TreeCopyTest, copyTree_toAnotherVolume_arrivesWhole)
+{
+    const QByteArray big = manyBytes(9'000'001);
+    writeFile(at(u"s/a/big"_s), big);
+    ASSERT_TRUE(QDir().mkpath(at(u"t"_s)));
+    const auto isWhole = withVolumeAt(bytesAt(u"t"_s), 50'000'000, [&] {
+        return !copy().hasError() && readFile(at(u"t/a/big"_s)) == big;
+    });
+    if (!isWhole)
+        GTEST_SKIP() << "no volume can be mounted here";
+    EXPECT_TRUE(*isWhole);
 }
 
 TEST_F(TreeCopyTest, copyTree_readOnlyTarget_failsAndNamesIt)

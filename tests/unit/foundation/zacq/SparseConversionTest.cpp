@@ -194,6 +194,19 @@ TEST_F(SparseConversionTest, makeSparse_targetsFolderIsALink_isRefusedAndSourceS
     EXPECT_TRUE(isWhole(container()));
 }
 
+TEST_F(SparseConversionTest, makeSparse_targetOnAnotherVolume_failsAndSourceStaysWhole)
+{
+    ASSERT_TRUE(QDir().mkpath(at(u"data/zacq"_s)));
+    const auto isRight = withVolumeAt(QFile::encodeName(at(u"data/zacq"_s)), 10'000'000, [&] {
+        return convert().errorCode() == ErrorCode::OperationFailed && isWhole(container())
+            && !QFileInfo::exists(target());
+    });
+    if (!isRight)
+        GTEST_SKIP() << "no volume can be mounted here";
+    EXPECT_TRUE(*isRight);
+    makeSparse();
+}
+
 TEST_F(SparseConversionTest, makeSparse_manifestCannotBeWritten_sourceStaysWhole)
 {
     EXPECT_TRUE(
