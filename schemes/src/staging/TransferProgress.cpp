@@ -37,8 +37,6 @@ void TransferProgress::begin(qint64 done, std::optional<qint64> total)
     area->record().totalBytes = total;
     taskTold.start();
     recordTold.start();
-    if (total)
-        Q_EMIT task->progressInitiated(int(*total >> shiftFor(*total)));
     tellTask();
     tellRecord();
 }

@@ -1,0 +1,35 @@
+#include "platform/ProcessIdentity.h"
+
+#include <QProcess>
+
+using namespace zel;
+using namespace Qt::Literals::StringLiterals;
+
+TEST(ProcessIdentityTest, current_isAliveAndAlwaysTheSame)
+{
+    EXPECT_TRUE(ProcessIdentity::current().isAlive());
+    EXPECT_EQ(ProcessIdentity::current(), ProcessIdentity::current());
+    EXPECT_EQ(ProcessIdentity::current().pid, QCoreApplication::applicationPid());
+}
+
+TEST(ProcessIdentityTest, isAlive_anotherProcessUnderTheSameNumber_isFalse)
+{
+    ProcessIdentity identity = ProcessIdentity::current();
+    identity.startTime -= 1;
+    EXPECT_FALSE(identity.isAlive());
+    identity = ProcessIdentity::current();
+    identity.bootId += u'x';
+    EXPECT_FALSE(identity.isAlive());
+    EXPECT_FALSE(ProcessIdentity().isAlive());
+}
+
+TEST(ProcessIdentityTest, isAlive_processThatEnded_isFalse)
+{
+    QProcess process;
+    process.start(u"true"_s, QStringList());
+    ASSERT_TRUE(process.waitForStarted());
+    ProcessIdentity identity = ProcessIdentity::current();
+    identity.pid = process.processId();
+    ASSERT_TRUE(process.waitForFinished());
+    EXPECT_FALSE(identity.isAlive());
+}

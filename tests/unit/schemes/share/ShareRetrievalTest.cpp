@@ -1,0 +1,407 @@
+#include "share/ShareRetrieval.h"
+
+#include "../staging/StagingFixture.h"
+#include "Task.h"
+
+#include <QCryptographicHash>
+#include <QElapsedTimer>
+
+#include <csignal>
+
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace zel;
+using namespace zel::test;
+using namespace Qt::Literals::StringLiterals;
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// A task that is asked whether it is canceled at every step of the work, and does something at
+/// one of them.
+class SteppedTask : public Task
+{
+public:
+    SteppedTask()
+        : Task(nullptr)
+    {
+    }
+
+    bool isCanceled() const override
+    {
+        if (++steps == atStep)
+            action();
+        return Task::isCanceled();
+    }
+
+    mutable int steps = 0;
+    int atStep = -1;
+    std::function<void()> action;
+};
+
+class ShareRetrievalTest : public StagingFixture
+{
+protected:
+    QString source(const QString &name) const { return cache.outside(u"share/"_s + name); }
+
+    Error retrieve(Task &task, const FetchPlan &plan, const QString &name,
+                   const ExpectedContent &expected = {})
+    {
+        return ShareRetrieval(&task, plan, source(name), expected).run();
+    }
+    Error retrieve(const FetchPlan &plan, const QString &name, const ExpectedContent &expected = {})
+    {
+        Task task(nullptr);
+        return retrieve(task, plan, name, expected);
+    }
+
+    static ExpectedContent checksumOf(const QByteArray &content)
+    {
+        ExpectedContent expected;
+        expected.hash.digest = QCryptographicHash::hash(content, QCryptographicHash::Sha256);
+        return expected;
+    }
+
+    /// Several pieces long.
+    static QByteArray largeContent()
+    {
+        QByteArray content;
+        content.reserve(1'200'000);
+        while (content.size() < 1'100'000)
+            content += QByteArray::number(content.size());
+        return content;
+    }
+
+    QStringList namesBeside(const FetchPlan &plan)
+    {
+        return QFileInfo(plan.expectedPath)
+            .dir()
+            .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+    }
+
+    const FetchPlan plan = planFor(u"share:/run.raw"_s);
+};
+
+} // namespace
+
+TEST_F(ShareRetrievalTest, run_file_arrivesWithItsTime)
+{
+    const QByteArray content = largeContent();
+    writeFile(source(u"run.raw"_s), content);
+    const auto time
+        = fs::last_write_time(source(u"run.raw"_s).toStdString()) - std::chrono::hours(100);
+    fs::last_write_time(source(u"run.raw"_s).toStdString(), time);
+
+    const Error error = retrieve(plan, u"run.raw"_s);
+    ASSERT_FALSE(error.hasError()) << error.description().toStdString();
+    EXPECT_EQ(readFile(plan.expectedPath), content);
+    EXPECT_EQ(fs::last_write_time(plan.expectedPath.toStdString()), time);
+    EXPECT_TRUE(places().isEmpty());
+}
+
+TEST_F(ShareRetrievalTest, run_emptyFile_arrives)
+{
+    writeFile(source(u"run.raw"_s), "");
+    ASSERT_FALSE(retrieve(plan, u"run.raw"_s).hasError());
+    EXPECT_TRUE(QFileInfo::exists(plan.expectedPath));
+}
+
+TEST_F(ShareRetrievalTest, run_folder_arrivesWithAllInIt)
+{
+    const FetchPlan folder = planFor(u"share:/run.d"_s, u"run.d"_s);
+    writeFile(source(u"run.d/a/b"_s), "deep");
+    writeFile(source(u"run.d/read only"_s), "content");
+    ASSERT_TRUE(QFile::setPermissions(source(u"run.d/read only"_s), QFile::ReadOwner));
+    ASSERT_TRUE(QDir().mkpath(source(u"run.d/empty"_s)));
+    fs::create_symlink("a/b", source(u"run.d/link"_s).toStdString());
+    fs::create_symlink("/etc/passwd", source(u"run.d/out"_s).toStdString());
+
+    const Error error = retrieve(folder, u"run.d"_s);
+    ASSERT_FALSE(error.hasError()) << error.description().toStdString();
+    EXPECT_EQ(error.warnings().size(), 1);
+    EXPECT_EQ(readFile(folder.expectedPath + u"/a/b"_s), "deep");
+    EXPECT_EQ(readFile(folder.expectedPath + u"/read only"_s), "content");
+    EXPECT_TRUE(QFile::permissions(folder.expectedPath + u"/read only"_s) & QFile::WriteOwner);
+    EXPECT_TRUE(QFileInfo(folder.expectedPath + u"/empty"_s).isDir());
+    EXPECT_EQ(fs::read_symlink((folder.expectedPath + u"/link"_s).toStdString()), "a/b");
+    EXPECT_FALSE(QFileInfo(folder.expectedPath + u"/out"_s).isSymLink());
+}
+
+TEST_F(ShareRetrievalTest, run_wiff_arrivesWithItsScan)
+{
+    const FetchPlan wiff = planFor(u"share:/x.wiff"_s, u"x.wiff"_s);
+    writeFile(source(u"x.wiff"_s), "wiff");
+    writeFile(source(u"x.wiff.scan"_s), "scan");
+    ASSERT_FALSE(retrieve(wiff, u"x.wiff"_s).hasError());
+    EXPECT_EQ(readFile(wiff.expectedPath), "wiff");
+    EXPECT_EQ(readFile(wiff.expectedPath + u".scan"_s), "scan");
+    EXPECT_EQ(namesBeside(wiff), (QStringList { u"x.wiff"_s, u"x.wiff.scan"_s }));
+}
+
+TEST_F(ShareRetrievalTest, run_missingSource_hasCode1AndLeavesNothing)
+{
+    EXPECT_EQ(retrieve(plan, u"run.raw"_s).errorCode(), ErrorCode::OperationFailed);
+    EXPECT_FALSE(QFileInfo::exists(plan.expectedPath));
+    EXPECT_TRUE(places().isEmpty());
+}
+
+TEST_F(ShareRetrievalTest, run_rightChecksum_arrives)
+{
+    const QByteArray content = largeContent();
+    writeFile(source(u"run.raw"_s), content);
+    EXPECT_FALSE(retrieve(plan, u"run.raw"_s, checksumOf(content)).hasError());
+    EXPECT_EQ(readFile(plan.expectedPath), content);
+}
+
+TEST_F(ShareRetrievalTest, run_wrongChecksum_hasCode6AndPublishesNothing)
+{
+    writeFile(source(u"run.raw"_s), "content");
+    const Error error = retrieve(plan, u"run.raw"_s, checksumOf("other"));
+    EXPECT_EQ(int(error.errorCode()), 6);
+    EXPECT_FALSE(QFileInfo::exists(plan.expectedPath));
+}
+
+TEST_F(ShareRetrievalTest, run_wrongSize_hasCode6BeforeTheFirstByte)
+{
+    writeFile(source(u"run.raw"_s), "content");
+    ExpectedContent expected;
+    expected.size = 8;
+    EXPECT_EQ(int(retrieve(plan, u"run.raw"_s, expected).errorCode()), 6);
+    EXPECT_TRUE(places().isEmpty());
+}
+
+TEST_F(ShareRetrievalTest, run_checksumOfFolder_hasCode2)
+{
+    writeFile(source(u"run.d/a"_s), "content");
+    EXPECT_EQ(retrieve(plan, u"run.d"_s, checksumOf("x")).errorCode(), ErrorCode::BadArgument);
+}
+
+TEST_F(ShareRetrievalTest, run_canceledAtAnyStep_hasCode20AndTheNextOneGoesOn)
+{
+    const QByteArray content = largeContent();
+    writeFile(source(u"run.raw"_s), content);
+    SteppedTask whole;
+    const FetchPlan other = planFor(u"share:/other"_s, u"other"_s);
+    ASSERT_FALSE(retrieve(whole, other, u"run.raw"_s).hasError());
+
+    for (int step = 1; step <= whole.steps; ++step) {
+        const FetchPlan stepPlan = planFor(u"share:/%1"_s.arg(step), u"%1.raw"_s.arg(step));
+        SteppedTask task;
+        task.atStep = step;
+        task.action = [&] {
+            task.setCanceled(true);
+        };
+        EXPECT_EQ(retrieve(task, stepPlan, u"run.raw"_s).errorCode(), ErrorCode::Canceled) << step;
+        EXPECT_FALSE(QFileInfo::exists(stepPlan.expectedPath));
+
+        SteppedTask again;
+        ASSERT_FALSE(retrieve(again, stepPlan, u"run.raw"_s, checksumOf(content)).hasError());
+        EXPECT_EQ(readFile(stepPlan.expectedPath), content);
+    }
+}
+
+TEST_F(ShareRetrievalTest, run_afterACancel_readsOnlyTheRest)
+{
+    writeFile(source(u"run.raw"_s), largeContent());
+    SteppedTask canceled;
+    canceled.atStep = 5;
+    canceled.action = [&] {
+        canceled.setCanceled(true);
+    };
+    ASSERT_EQ(retrieve(canceled, plan, u"run.raw"_s).errorCode(), ErrorCode::Canceled);
+    const qint64 staged = StagingRecord::readAll(cache.dataDir()).value(0).bytes;
+    EXPECT_GT(staged, 0);
+
+    SteppedTask task;
+    QSignalSpy told(&task, &Task::progress);
+    ASSERT_FALSE(retrieve(task, plan, u"run.raw"_s).hasError());
+    EXPECT_EQ(told.first().at(0).toInt(), staged);
+}
+
+TEST_F(ShareRetrievalTest, run_killedAtAnyStep_theNextOneEndsWithTheWholeFile)
+{
+    const FetchPlan folder = planFor(u"share:/run.d"_s, u"run.d"_s);
+    const QByteArray content = largeContent();
+    writeFile(source(u"run.d/a"_s), content);
+    writeFile(source(u"run.d/b/c"_s), content);
+    bool isKilled = true;
+    int step = 1;
+    for (; isKilled; ++step) {
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            SteppedTask task;
+            task.atStep = step;
+            task.action = [] {
+                std::raise(SIGKILL);
+            };
+            _exit(retrieve(task, folder, u"run.d"_s).hasError() ? 1 : 0);
+        }
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        isKilled = WIFSIGNALED(status);
+        EXPECT_NE(isKilled, QFileInfo::exists(folder.expectedPath)) << "step " << step;
+        EXPECT_TRUE(isKilled || WEXITSTATUS(status) == 0);
+    }
+    EXPECT_GT(step, 10);
+    EXPECT_EQ(readFile(folder.expectedPath + u"/a"_s), content);
+    EXPECT_EQ(readFile(folder.expectedPath + u"/b/c"_s), content);
+    EXPECT_TRUE(places().isEmpty());
+}
+
+TEST_F(ShareRetrievalTest, run_killedBeforePublishing_theNextOnePublishesWithoutCopying)
+{
+    writeFile(source(u"run.raw"_s), largeContent());
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        FetchPlan killing = plan;
+        killing.isReady = [](const QString &) -> bool {
+            std::raise(SIGKILL);
+            return false;
+        };
+        _exit(retrieve(killing, u"run.raw"_s).hasError() ? 1 : 0);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFSIGNALED(status));
+    EXPECT_FALSE(QFileInfo::exists(plan.expectedPath));
+
+    Task task(nullptr);
+    QSignalSpy told(&task, &Task::progress);
+    ASSERT_FALSE(retrieve(task, plan, u"run.raw"_s).hasError());
+    EXPECT_EQ(told.first().at(0), told.first().at(1));
+    EXPECT_EQ(readFile(plan.expectedPath), largeContent());
+}
+
+TEST_F(ShareRetrievalTest, run_sourceChangesAtAnyStep_isAFailureOrTheNewState)
+{
+    const QByteArray first = largeContent();
+    const QByteArray second = QByteArray(first).replace('1', '2');
+    writeFile(source(u"run.raw"_s), first);
+    SteppedTask whole;
+    ASSERT_FALSE(retrieve(whole, planFor(u"share:/w"_s, u"w"_s), u"run.raw"_s).hasError());
+
+    for (int step = 1; step <= whole.steps; ++step) {
+        writeFile(source(u"run.raw"_s), first);
+        const FetchPlan stepPlan = planFor(u"share:/%1"_s.arg(step), u"%1.raw"_s.arg(step));
+        SteppedTask task;
+        task.atStep = step;
+        task.action = [&] {
+            writeFile(source(u"run.raw"_s), second);
+        };
+        const Error error = retrieve(task, stepPlan, u"run.raw"_s);
+        EXPECT_EQ(int(error.errorCode()), 6) << step;
+        EXPECT_FALSE(QFileInfo::exists(stepPlan.expectedPath));
+        ASSERT_FALSE(retrieve(stepPlan, u"run.raw"_s).hasError());
+        EXPECT_EQ(readFile(stepPlan.expectedPath), second) << step;
+    }
+}
+
+TEST_F(ShareRetrievalTest, run_sourceGrowsMeanwhile_hasCode6)
+{
+    writeFile(source(u"run.raw"_s), largeContent());
+    SteppedTask task;
+    task.atStep = 3;
+    task.action = [&] {
+        writeFile(source(u"run.raw"_s), largeContent() + largeContent());
+    };
+    EXPECT_EQ(int(retrieve(task, plan, u"run.raw"_s).errorCode()), 6);
+}
+
+TEST_F(ShareRetrievalTest, run_sourceShrinksMeanwhile_hasCode6)
+{
+    writeFile(source(u"run.raw"_s), largeContent());
+    SteppedTask task;
+    task.atStep = 3;
+    task.action = [&] {
+        writeFile(source(u"run.raw"_s), "short");
+    };
+    EXPECT_EQ(int(retrieve(task, plan, u"run.raw"_s).errorCode()), 6);
+}
+
+TEST_F(ShareRetrievalTest, run_fileAppearsInFolderMeanwhile_hasCode6)
+{
+    const FetchPlan folder = planFor(u"share:/run.d"_s, u"run.d"_s);
+    writeFile(source(u"run.d/a"_s), largeContent());
+    SteppedTask task;
+    task.atStep = 4;
+    task.action = [&] {
+        writeFile(source(u"run.d/b"_s), "new");
+    };
+    EXPECT_EQ(int(retrieve(task, folder, u"run.d"_s).errorCode()), 6);
+    EXPECT_FALSE(QFileInfo::exists(folder.expectedPath));
+}
+
+TEST_F(ShareRetrievalTest, run_resourceBecomesReadyMeanwhile_dropsItsOwn)
+{
+    writeFile(source(u"run.raw"_s), largeContent());
+    SteppedTask task;
+    task.atStep = 3;
+    task.action = [&] {
+        writeFile(plan.expectedPath, "of the other");
+        ready << plan.referenceKey;
+    };
+    ASSERT_FALSE(retrieve(task, plan, u"run.raw"_s).hasError());
+    EXPECT_EQ(readFile(plan.expectedPath), "of the other");
+    EXPECT_TRUE(places().isEmpty());
+}
+
+TEST_F(ShareRetrievalTest, run_staleStagingOfOthers_isRemovedFirst)
+{
+    append(*open(planFor(u"share:/done"_s), u"v"_s), "staged");
+    ready << u"share:/done"_s;
+    writeFile(source(u"run.raw"_s), "content");
+    ASSERT_FALSE(retrieve(plan, u"run.raw"_s).hasError());
+    EXPECT_TRUE(places().isEmpty());
+}
+
+TEST_F(ShareRetrievalTest, run_sparseFileLargerThanTheVolume_hasCode7BeforeTheFirstByte)
+{
+    writeFile(source(u"run.raw"_s), "");
+    std::error_code code;
+    fs::resize_file(source(u"run.raw"_s).toStdString(), uintmax_t(1) << 43, code);
+    if (code)
+        GTEST_SKIP() << "no files of that size here";
+    EXPECT_EQ(int(retrieve(plan, u"run.raw"_s).errorCode()), 7);
+    EXPECT_FALSE(QFileInfo::exists(plan.expectedPath));
+    EXPECT_EQ(StagingRecord::readAll(cache.dataDir()).value(0).bytes, 0);
+}
+
+TEST_F(ShareRetrievalTest, run_largeFile_needsLittleMemory)
+{
+    writeFile(source(u"run.raw"_s), "");
+    fs::resize_file(source(u"run.raw"_s).toStdString(), 256 * 1024 * 1024);
+    rusage before;
+    getrusage(RUSAGE_SELF, &before);
+    ASSERT_FALSE(retrieve(plan, u"run.raw"_s).hasError());
+    rusage after;
+    getrusage(RUSAGE_SELF, &after);
+    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 16 * 1024);
+}
+
+TEST_F(ShareRetrievalTest, cancel_fromAnotherThread_endsSoon)
+{
+    writeFile(source(u"run.raw"_s), "");
+    fs::resize_file(source(u"run.raw"_s).toStdString(), 2ll * 1024 * 1024 * 1024);
+    Task task(nullptr);
+    task.setFunction([&](Task *running) { return retrieve(*running, plan, u"run.raw"_s); });
+    task.setExecutionMode(Task::ExecutionMode::Asynchronous);
+    QSignalSpy told(&task, &Task::progress);
+    task.exec();
+    QElapsedTimer limit;
+    limit.start();
+    while (told.size() < 2 && !task.isFinished() && limit.elapsed() < 30'000)
+        told.wait(1000);
+    ASSERT_FALSE(task.isFinished());
+
+    QElapsedTimer passed;
+    passed.start();
+    task.cancel();
+    const Error error = task.waitForAllFinished(-1);
+    EXPECT_EQ(error.errorCode(), ErrorCode::Canceled);
+    EXPECT_LT(passed.elapsed(), 2000); // 200 ms on a disk that is not busy with other tests
+}

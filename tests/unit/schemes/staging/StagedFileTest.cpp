@@ -1,0 +1,117 @@
+#include "staging/StagedFile.h"
+
+#include "TemporaryCache.h"
+
+#include <csignal>
+
+#include <sys/resource.h>
+
+using namespace zel;
+using namespace zel::test;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+class StagedFileTest : public ::testing::Test
+{
+protected:
+    QString path() const { return directory.filePath(u"file"_s); }
+    std::unique_ptr<StagedFile> open()
+    {
+        auto file = StagedFile::open(path().toStdString());
+        EXPECT_TRUE(file.hasValue());
+        return std::move(file).value();
+    }
+
+    QTemporaryDir directory;
+};
+
+} // namespace
+
+TEST_F(StagedFileTest, append_goesOnWhereTheFileEnds)
+{
+    writeFile(path(), "abc");
+    const auto file = open();
+    EXPECT_EQ(file->size(), 3);
+    ASSERT_FALSE(file->append("defg", 4).hasError());
+    EXPECT_EQ(file->size(), 7);
+    EXPECT_EQ(readFile(path()), "abcdefg");
+}
+
+TEST_F(StagedFileTest, truncate_dropsTheRest)
+{
+    writeFile(path(), "abcdef");
+    const auto file = open();
+    ASSERT_FALSE(file->truncate(2).hasError());
+    ASSERT_FALSE(file->append("X", 1).hasError());
+    EXPECT_EQ(readFile(path()), "abX");
+}
+
+TEST_F(StagedFileTest, durableBytes_growWithEverySync)
+{
+    const auto file = open();
+    ASSERT_FALSE(file->append("abc", 3).hasError());
+    EXPECT_EQ(file->durableBytes(), 0);
+    ASSERT_FALSE(file->sync().hasError());
+    EXPECT_EQ(file->durableBytes(), 3);
+    ASSERT_FALSE(file->truncate(1).hasError());
+    EXPECT_EQ(file->durableBytes(), 1);
+
+    const QByteArray piece(1024 * 1024, 'x');
+    for (int i = 0; i < 17; ++i)
+        ASSERT_FALSE(file->append(piece.constData(), piece.size()).hasError());
+    EXPECT_GE(file->durableBytes(), 16 * 1024 * 1024);
+}
+
+TEST_F(StagedFileTest, readBack_givesEveryByteInOrder)
+{
+    QByteArray content;
+    for (int i = 0; i < 300'000; ++i)
+        content += QByteArray::number(i);
+    writeFile(path(), content);
+    QByteArray read;
+    const Error error = open()->readBack([&](const char *data, qint64 count) {
+        read.append(data, count);
+        return true;
+    });
+    EXPECT_FALSE(error.hasError());
+    EXPECT_EQ(read, content);
+}
+
+TEST_F(StagedFileTest, readBack_stopped_hasCode20)
+{
+    writeFile(path(), "abc");
+    const Error error = open()->readBack([](const char *, qint64) { return false; });
+    EXPECT_EQ(error.errorCode(), ErrorCode::Canceled);
+}
+
+TEST_F(StagedFileTest, append_notAllTaken_isAFailure)
+{
+    // A limit on the size of files stands for a volume that takes a part of what it is given.
+    struct sigaction former;
+    struct sigaction ignore = {};
+    ignore.sa_handler = SIG_IGN;
+    sigaction(SIGXFSZ, &ignore, &former);
+    rlimit formerLimit;
+    getrlimit(RLIMIT_FSIZE, &formerLimit);
+    const rlimit limit { 1000, formerLimit.rlim_max };
+
+    const auto file = open();
+    const QByteArray piece(1500, 'x');
+    setrlimit(RLIMIT_FSIZE, &limit);
+    const Error error = file->append(piece.constData(), piece.size());
+    setrlimit(RLIMIT_FSIZE, &formerLimit);
+    sigaction(SIGXFSZ, &former, nullptr);
+
+    EXPECT_TRUE(error.hasError());
+    EXPECT_EQ(file->size(), 0);
+}
+
+TEST_F(StagedFileTest, append_fullVolume_hasCode7)
+{
+    auto file = StagedFile::open("/dev/full");
+    if (!file.hasValue())
+        GTEST_SKIP() << "no device that is always full";
+    const Error error = file.value()->append("abc", 3);
+    EXPECT_EQ(int(error.errorCode()), 7);
+}
