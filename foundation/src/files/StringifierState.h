@@ -16,7 +16,8 @@ public:
     {
         QDebug writer(text);
         writer.setAutoInsertSpaces(insertsSpaces);
-        writer.setQuoteStrings(quotesStrings);
+        if (!quotesStrings)
+            writer.noquote();
         return writer;
     }
 
