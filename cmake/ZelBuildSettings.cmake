@@ -19,6 +19,7 @@ target_compile_definitions(zel_build_settings INTERFACE
 
 # Trails and logs name files as the reader of the tree knows them, however the compiler is called.
 file(RELATIVE_PATH zel_source_from_build ${CMAKE_BINARY_DIR} ${CMAKE_SOURCE_DIR})
+cmake_path(APPEND zel_source_from_build "")
 
 target_compile_options(zel_build_settings INTERFACE
     -Wall -Wextra -Wpedantic -Wnon-virtual-dtor -Wold-style-cast -Wcast-align
@@ -26,7 +27,7 @@ target_compile_options(zel_build_settings INTERFACE
     $<$<CXX_COMPILER_ID:Clang>:-Wshadow>
     $<$<BOOL:${ZEL_WARNINGS_AS_ERRORS}>:-Werror>
     -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=
-    -fmacro-prefix-map=${zel_source_from_build}/=)
+    -fmacro-prefix-map=${zel_source_from_build}=)
 
 if(ZEL_SANITIZE)
     list(JOIN ZEL_SANITIZE "," sanitizers)

@@ -3,6 +3,7 @@
 #include <QList>
 #include <QMutex>
 #include <QString>
+#include <QStringList>
 #include <QtGlobal>
 
 namespace zel::test {
@@ -31,6 +32,12 @@ public:
                 found.append(message.text);
         }
         return found;
+    }
+
+    /// Whether a text of this level has this in it.
+    bool contains(QtMsgType type, const QString &part) const
+    {
+        return !texts(type).filter(part).isEmpty();
     }
 
 private:

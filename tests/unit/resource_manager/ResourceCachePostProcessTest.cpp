@@ -103,7 +103,7 @@ TEST_F(ResourceCachePostProcessTest, finalize_fileContainer_isReadyWithTheFailur
     QDir().mkpath(QFileInfo(container()).path());
     ASSERT_FALSE(zacq::ZacqWriter::createFile(container(), directory.outside(u"sample"_s), u"S"_s)
                      .hasError());
-    const CapturedLog log;
+    const LogCapture log;
     ASSERT_FALSE(retrieve().hasError());
     EXPECT_EQ(database().status(reference), u"Ready"_s);
     EXPECT_TRUE(log.contains(QtWarningMsg, u"error 5: Only Folder ZACQ is supported"_s));
@@ -112,17 +112,17 @@ TEST_F(ResourceCachePostProcessTest, finalize_fileContainer_isReadyWithTheFailur
 TEST_F(ResourceCachePostProcessTest, finalize_noContainer_passesUntouched)
 {
     writeFile(container(), "no container at all");
-    const CapturedLog log;
+    const LogCapture log;
     ASSERT_FALSE(retrieve().hasError());
     EXPECT_EQ(database().status(reference), u"Ready"_s);
-    EXPECT_TRUE(log.lines(QtWarningMsg).isEmpty());
+    EXPECT_TRUE(log.texts(QtWarningMsg).isEmpty());
 }
 
 TEST_F(ResourceCachePostProcessTest, finalize_targetAlreadyThere_skips)
 {
     makeContainer(218);
     writeFile(target() + u"/leftover"_s, "x");
-    const CapturedLog log;
+    const LogCapture log;
     ASSERT_FALSE(retrieve().hasError());
     EXPECT_TRUE(log.contains(
         QtDebugMsg, u"has already been represented by this sparse ZACQ instance, skipping..."_s));
@@ -177,15 +177,15 @@ protected:
 TEST_F(LongTargetTest, finalize_targetPathOf217_isAccepted)
 {
     openForTargetLength(217);
-    const CapturedLog log;
+    const LogCapture log;
     ASSERT_FALSE(retrieveLong().hasError());
-    EXPECT_TRUE(hasTarget()) << qPrintable(log.lines(QtWarningMsg).join(u"\n"_s));
+    EXPECT_TRUE(hasTarget()) << qPrintable(log.texts(QtWarningMsg).join(u"\n"_s));
 }
 
 TEST_F(LongTargetTest, finalize_targetPathOf218_isRefusedAndStaysLong)
 {
     openForTargetLength(218);
-    const CapturedLog log;
+    const LogCapture log;
     ASSERT_FALSE(retrieveLong().hasError());
     EXPECT_FALSE(hasTarget());
     EXPECT_TRUE(log.contains(QtWarningMsg, u"error 4: Sample name is too long"_s));

@@ -183,7 +183,7 @@ TEST_F(ResourceCachePurgeTest, purgeCacheIfNeeded_cannotRemove_isAnErrorOnlyAbov
     ASSERT_FALSE(cache.saveLocalPath(u"test:1"_s, u"/proc/self/status"_s, 150).hasError());
     limitTo(100, 200);
 
-    const CapturedLog log;
+    const LogCapture log;
     EXPECT_FALSE(cache.purgeCacheIfNeeded(0).hasError());
     EXPECT_EQ(status(u"test:1"_s), u"Ready"_s);
     EXPECT_TRUE(log.contains(QtWarningMsg, u"Unable to remove dir"_s));

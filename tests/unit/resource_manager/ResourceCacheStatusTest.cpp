@@ -62,7 +62,7 @@ TEST_F(ResourceCacheStatusTest, add_knownReference_failsAndChangesNothing)
 TEST_F(ResourceCacheStatusTest, saveStatus_readyWithoutPath_failsAndChangesNothing)
 {
     ASSERT_FALSE(cache.add(u"test:a"_s, ResourceCleanupPolicy::OnDemand).hasError());
-    const CapturedLog log;
+    const LogCapture log;
     const Error error = cache.saveStatus(u"test:a"_s, ResourceStatus::Ready);
     EXPECT_EQ(error.errorCode(), ErrorCode::OperationFailed);
     EXPECT_EQ(error.errorMessage(), u"Resource status cannot be updated properly."_s);
@@ -112,7 +112,7 @@ TEST_F(ResourceCacheStatusTest, saveStatus_scheduledFromOutside_isAccepted)
 
 TEST_F(ResourceCacheStatusTest, readLocalPath_unknownReference_failsAndLogs)
 {
-    const CapturedLog log;
+    const LogCapture log;
     const auto path = cache.readLocalPath(u"test:a"_s);
     ASSERT_FALSE(path.hasValue());
     EXPECT_EQ(path.error().errorMessage(), u"Unable to get local path for missing resource."_s);

@@ -109,7 +109,7 @@ TEST_F(ResourceCacheUseTest, release_usageRowAlreadyGone_isLoggedAndDropped)
 {
     auto handle = use(u"test:a"_s);
     database().run(u"DELETE FROM ResourceUsages"_s);
-    const CapturedLog log;
+    const LogCapture log;
     handle.reset();
     EXPECT_TRUE(log.contains(QtCriticalMsg, u"Invalid removed rows: 0 for \"test:a\""_s));
     EXPECT_TRUE(log.contains(QtWarningMsg, u"Releasing usage of reference failed"_s));

@@ -154,14 +154,14 @@ TEST_F(SemaphoreLockerTest, secondTakeOfOneThread_isLoggedBeforeTheWait)
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
-            const CapturedLog log;
+            const LogCapture log;
             std::thread twice([this] {
                 const SemaphoreLocker first(semaphore.get(), 1);
                 const SemaphoreLocker second(semaphore.get(), 1);
             });
             QElapsedTimer limit;
             limit.start();
-            while (log.lines(QtCriticalMsg).isEmpty() && limit.elapsed() < 10000)
+            while (log.texts(QtCriticalMsg).isEmpty() && limit.elapsed() < 10000)
                 std::this_thread::yield();
             // The thread waits for ever, as told.
             std::_Exit(log.contains(QtCriticalMsg, u"will wait for ever"_s) ? 0 : 1);

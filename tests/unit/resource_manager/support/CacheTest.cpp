@@ -1,62 +1,8 @@
 #include "CacheTest.h"
 
-#include <QMutex>
-
 namespace zel::test {
 
 using namespace Qt::Literals::StringLiterals;
-
-namespace {
-
-struct LogLine
-{
-    QtMsgType level;
-    QString text;
-};
-
-QMutex logMutex;
-QList<LogLine> *logLines = nullptr;
-
-void collect(QtMsgType level, const QMessageLogContext &, const QString &text)
-{
-    const QMutexLocker lock(&logMutex);
-    if (logLines)
-        logLines->append({ level, text });
-}
-
-} // namespace
-
-CapturedLog::CapturedLog()
-{
-    const QMutexLocker lock(&logMutex);
-    logLines = new QList<LogLine>;
-    before = qInstallMessageHandler(collect);
-}
-
-CapturedLog::~CapturedLog()
-{
-    const QMutexLocker lock(&logMutex);
-    qInstallMessageHandler(before);
-    delete std::exchange(logLines, nullptr);
-}
-
-QStringList CapturedLog::lines(QtMsgType level) const
-{
-    const QMutexLocker lock(&logMutex);
-    QStringList found;
-    for (const LogLine &line : std::as_const(*logLines)) {
-        if (line.level == level)
-            found.append(line.text);
-    }
-    return found;
-}
-
-bool CapturedLog::contains(QtMsgType level, const QString &part) const
-{
-    const QStringList found = lines(level);
-    return std::any_of(found.begin(), found.end(),
-                       [&](const QString &line) { return line.contains(part); });
-}
 
 CacheTest::CacheTest() = default;
 

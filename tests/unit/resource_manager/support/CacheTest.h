@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CacheDatabase.h"
+#include "LogCapture.h"
 #include "ResourceCache.h"
 #include "ResourceCacheDao.h"
 #include "TemporaryCache.h"
@@ -36,23 +37,6 @@ public:
         : ResourceCache(std::move(dao))
     {
     }
-};
-
-/// The log's lines while it lives, instead of on stderr.
-class CapturedLog
-{
-public:
-    CapturedLog();
-    ~CapturedLog();
-    CapturedLog(const CapturedLog &) = delete;
-    CapturedLog &operator=(const CapturedLog &) = delete;
-
-    /// The lines of this level.
-    QStringList lines(QtMsgType level) const;
-    bool contains(QtMsgType level, const QString &part) const;
-
-private:
-    QtMessageHandler before;
 };
 
 /// An open cache on a base directory of the test's own.
