@@ -1,5 +1,6 @@
 #include "http/HttpStagingSink.h"
 
+#include "Task.h"
 #include "errors/Propagate.h"
 
 #include <algorithm>
@@ -14,7 +15,7 @@ HttpStagingSink::HttpStagingSink(const FetchPlan &plan, Task *task)
 
 Result<qint64> HttpStagingSink::open(const HttpRepresentation &state)
 {
-    progress.reset();
+    stopWriting();
     file.reset();
     area.reset();
 
@@ -27,36 +28,37 @@ Result<qint64> HttpStagingSink::open(const HttpRepresentation &state)
     if (state.size)
         ZEL_TRY(error, area->requireSpace(*state.size - file->size()));
     openState = state;
-    beginProgress(state);
+    startWriting();
     return file->size();
 }
 
 Error HttpStagingSink::startAnew()
 {
     Error error;
+    stopWriting();
     ZEL_TRY(error, file->truncate(0));
-    beginProgress(openState);
+    startWriting();
     return error;
 }
 
 Error HttpStagingSink::write(const char *data, qint64 size)
 {
-    Error error;
-    ZEL_TRY(error, file->append(data, size));
-    progress->advance(file->size(), file->durableBytes());
-    return error;
+    return ZEL_PASS(writer->write(QByteArray(data, size)));
 }
 
 Error HttpStagingSink::readBack(const std::function<bool(const char *data, qint64 size)> &take)
 {
+    Error error;
+    ZEL_TRY(error, writer->drain());
     return ZEL_PASS(file->readBack(take));
 }
 
 Error HttpStagingSink::publish()
 {
     Error error;
-    if (!file)
+    if (!writer)
         return ZEL_ERROR(ErrorCode::OperationFailed, tr("There is nothing to publish."));
+    ZEL_TRY(error, writer->drain());
     ZEL_TRY(error, file->sync());
     progress->advance(file->size(), file->durableBytes());
     giveUp();
@@ -65,16 +67,30 @@ Error HttpStagingSink::publish()
 
 void HttpStagingSink::giveUp()
 {
-    if (progress)
-        progress->end();
-    progress.reset();
+    // Who cancels does not wait for bytes that can be fetched again.
+    if (writer && !task->isCanceled())
+        ZEL_DROP(writer->drain());
+    stopWriting();
     file.reset();
 }
 
-void HttpStagingSink::beginProgress(const HttpRepresentation &state)
+void HttpStagingSink::startWriting()
 {
     progress = std::make_unique<TransferProgress>(task, area.get());
-    progress->begin(file->size(), state.size);
+    progress->begin(file->size(), openState.size);
+    writer = std::make_unique<WriteBehind>([this](const QByteArray &piece) {
+        const Error error = ZEL_PASS(file->append(piece.constData(), piece.size()));
+        progress->advance(file->size(), file->durableBytes());
+        return error;
+    });
+}
+
+void HttpStagingSink::stopWriting()
+{
+    writer.reset();
+    if (progress)
+        progress->end();
+    progress.reset();
 }
 
 } // namespace zel

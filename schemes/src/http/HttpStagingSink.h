@@ -1,6 +1,7 @@
 #pragma once
 
 #include "http/HttpSink.h"
+#include "http/WriteBehind.h"
 #include "staging/StagingArea.h"
 #include "staging/TransferProgress.h"
 
@@ -28,18 +29,21 @@ public:
 
     /// Puts the whole file where it is expected. Code 1 if there was no open state.
     Error publish();
-    /// Writes down how far it came, for whoever goes on.
+    /// Writes down how far it came, for whoever goes on. Does not wait for the disk longer than it
+    /// must.
     void giveUp();
 
 private:
-    void beginProgress(const HttpRepresentation &state);
+    void startWriting();
+    void stopWriting();
 
     FetchPlan plan;
     Task *task;
     // In this order: the later ones borrow the earlier ones.
     std::unique_ptr<StagingArea> area;
     std::unique_ptr<StagedFile> file;
-    std::unique_ptr<TransferProgress> progress;
+    std::unique_ptr<TransferProgress> progress; ///< of the writer's thread while there is one
+    std::unique_ptr<WriteBehind> writer;
     HttpRepresentation openState;
 };
 
