@@ -4,6 +4,7 @@
 #include "SchemeErrors.h"
 #include "Task.h"
 #include "errors/Propagate.h"
+#include "files/FileUtils.h"
 #include "platform/FileSync.h"
 #include "staging/StagingCleaner.h"
 
@@ -45,6 +46,11 @@ ShareRetrieval::ShareRetrieval(Task *task, const FetchPlan &plan, const QString 
 Error ShareRetrieval::run()
 {
     Error error;
+    if (FileUtils::isSubPath(plan.stagingDirectory, textPath(source))) {
+        return ZEL_ERROR(
+            ErrorCode::BadArgument,
+            tr("\"%1\" contains the cache that it is to be copied into.").arg(textPath(source)));
+    }
     StagingCleaner::removeStale(plan);
     ZEL_TRY_LET(const ShareListing listing,
                 ShareListing::of(source, [this] { return isCanceled(); }));
@@ -90,9 +96,9 @@ Error ShareRetrieval::collect(const ShareListing &listing)
     Error error;
     isSingleFile = listing.entries().size() == 1 && !listing.isFolder();
     syncsEachFile = listing.entries().size() <= mostSingleSyncs;
-    const qint64 staged = stagedBytes(listing);
-    progress->begin(staged, listing.totalBytes());
-    ZEL_TRY(error, area->requireSpace(listing.totalBytes() - staged));
+    doneBytes = stagedBytes(listing);
+    progress->begin(doneBytes, listing.totalBytes());
+    ZEL_TRY(error, area->requireSpace(listing.totalBytes() - doneBytes));
     for (const ShareListing::Entry &entry : listing.entries()) {
         if (isCanceled())
             return ZEL_PASS(Error(ErrorCode::Canceled));
@@ -152,15 +158,16 @@ Error ShareRetrieval::copyFile(const ShareListing::Entry &entry)
     const bool isMain = entry.suffix.empty();
     ContentCheck check(isMain ? expected : ExpectedContent());
     ZEL_TRY_LET(const auto file, StagedFile::open(targetOf(entry)));
-    if (file->size() > entry.size)
+    if (file->size() > entry.size) {
+        doneBytes -= entry.size;
         ZEL_TRY(error, file->truncate(0));
+    }
     if (check.needsBytes()) {
         ZEL_TRY(error, file->readBack([&](const char *data, qint64 count) {
             check.addBytes(data, count);
             return !isCanceled();
         }));
     }
-    doneBytes += file->size();
     ZEL_TRY(error, copyBytes(entry, *file, check));
     ZEL_TRY(error, finishFile(entry, *file, check));
     return error;

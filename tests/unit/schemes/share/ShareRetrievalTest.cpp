@@ -221,6 +221,34 @@ TEST_F(ShareRetrievalTest, run_afterACancel_readsOnlyTheRest)
     EXPECT_EQ(told.first().at(0).toInt(), staged);
 }
 
+TEST_F(ShareRetrievalTest, run_folderGoesOn_progressNeverGoesBack)
+{
+    const FetchPlan folder = planFor(u"share:/run.d"_s, u"run.d"_s);
+    writeFile(source(u"run.d/a"_s), largeContent());
+    writeFile(source(u"run.d/b"_s), largeContent());
+    SteppedTask canceled;
+    canceled.atStep = 12;
+    canceled.action = [&] {
+        canceled.setCanceled(true);
+    };
+    ASSERT_EQ(retrieve(canceled, folder, u"run.d"_s).errorCode(), ErrorCode::Canceled);
+
+    Task task(nullptr);
+    QSignalSpy told(&task, &Task::progress);
+    ASSERT_FALSE(retrieve(task, folder, u"run.d"_s).hasError());
+    EXPECT_GT(told.first().at(0).toInt(), 0);
+    EXPECT_EQ(told.last().at(0).toInt(), 2 * largeContent().size());
+    for (int i = 1; i < told.size(); ++i)
+        EXPECT_GE(told.at(i).at(0).toInt(), told.at(i - 1).at(0).toInt());
+}
+
+TEST_F(ShareRetrievalTest, run_sourceContainsTheCache_hasCode2)
+{
+    Task task(nullptr);
+    const Error error = ShareRetrieval(&task, plan, cache.outside({}), {}).run();
+    EXPECT_EQ(error.errorCode(), ErrorCode::BadArgument);
+}
+
 TEST_F(ShareRetrievalTest, run_killedAtAnyStep_theNextOneEndsWithTheWholeFile)
 {
     const FetchPlan folder = planFor(u"share:/run.d"_s, u"run.d"_s);
