@@ -32,8 +32,8 @@ cannot be had prints nothing; the others are still fetched.
 Examples:
   zelcache get https://data.example.org/runs/run1.raw
   zelcache get -f references.txt --no-progress
-  zelcache get --json share://server/runs/run1.d | jq -r '.results[].path'
-  ls *.txt | zelcache get -f -)";
+  zelcache get --json share:/mnt/lab/run1.d | jq -r '.results[].path'
+  grep 2024 references.txt | zelcache get -f -)";
 
 constexpr auto existsExamples
     = R"(Prints "yes" or "no" and the reference, one line each. The exit code is 3 if the
@@ -41,13 +41,13 @@ answer is no for any of them.
 
 Examples:
   zelcache exists https://data.example.org/runs/run1.raw
-  zelcache -q exists share://server/runs/run1.d && echo there)";
+  zelcache -q exists share:/mnt/lab/run1.d && echo there)";
 
 constexpr auto infoExamples = R"(Tells what a reference leads to and what the cache holds of it.
 
 Examples:
   zelcache info https://data.example.org/runs/run1.raw
-  zelcache info --json share://server/runs/run1.d)";
+  zelcache info --json share:/mnt/lab/run1.d)";
 
 constexpr auto pathExamples
     = R"(Prints where the resource lies or would lie, without fetching it. The exit code
@@ -116,11 +116,14 @@ private:
     Options options;
 };
 
-constexpr auto notEmpty = "a name";
-
-std::string checkNotEmpty(std::string &text)
+CLI::Validator notEmpty()
 {
-    return text.empty() ? std::string("an empty name is not possible") : std::string();
+    // Without a name, or the help would show it beside every option.
+    return CLI::Validator(
+        [](const std::string &text) {
+            return text.empty() ? std::string("needs a name that is not empty") : std::string();
+        },
+        "");
 }
 
 Parser::Parser()
@@ -137,20 +140,18 @@ Parser::Parser()
 
 void Parser::addCommonOptions()
 {
-    const CLI::Validator name(checkNotEmpty, notEmpty);
     app.add_option("--cache", raw.cacheDir, "Use the cache in this base directory")
         ->type_name("DIR")
-        ->check(name);
+        ->check(notEmpty());
     app.add_flag("--json", options.json, "Print the answer as JSON");
-    auto *quiet = app.add_flag("-q,--quiet", options.quiet, "Print nothing but answers and errors");
-    app.add_flag("-v,--verbose", options.verbosity, "Tell what is done; twice: log everything")
-        ->excludes(quiet);
+    app.add_flag("-q,--quiet", options.quiet, "Print nothing but answers and errors");
+    app.add_flag("-v,--verbose", options.verbosity, "Tell what is done; twice: log everything");
     app.add_flag("--no-progress", options.noProgress, "Show no progress bar");
     app.add_flag("--prompt", options.prompt, "Ask before anything is fetched");
     app.add_flag("-y,--yes", options.yes, "Answer yes to every prompt");
     app.add_option("--trace", raw.traceFile, "Write spans of all retrievals to this file")
         ->type_name("FILE")
-        ->check(name);
+        ->check(notEmpty());
 }
 
 void Parser::addCommands()
@@ -161,13 +162,13 @@ void Parser::addCommands()
     get->add_option("-f,--file", raw.listFile,
                     "Read further references from this file, one a line; - for standard input")
         ->type_name("LIST")
-        ->check(CLI::Validator(checkNotEmpty, notEmpty));
+        ->check(notEmpty());
     addReferences(addCommand(Command::Exists, "Ask whether resources exist", existsExamples), true);
     addReference(addCommand(Command::Info, "Describe a resource", infoExamples));
     addReference(addCommand(Command::Path, "Print the local path of a resource", pathExamples));
     auto *add = addCommand(Command::Add, "Put a local copy into the cache", addExamples);
     addReference(add);
-    add->add_option("SOURCE", raw.source, "The file or folder to copy")->required();
+    add->add_option("SOURCE", raw.source, "The file or folder to copy")->required()->type_name("");
     addCommand(Command::List, "List what the cache knows", listExamples);
     addCommand(Command::Status, "Show the state of the cache", statusExamples);
 }
@@ -183,12 +184,16 @@ CLI::App *Parser::addCommand(Options::Command command, const char *description,
 
 void Parser::addReference(CLI::App *command)
 {
-    command->add_option("REF", raw.reference, "The resource's reference")->required();
+    command->add_option("REF", raw.reference, "The resource's reference")
+        ->required()
+        ->type_name("");
 }
 
 void Parser::addReferences(CLI::App *command, bool required)
 {
-    command->add_option("REF", raw.references, "References of resources")->required(required);
+    command->add_option("REF", raw.references, "References of resources")
+        ->required(required)
+        ->type_name("");
 }
 
 Options Parser::gathered() const
@@ -233,6 +238,8 @@ ParseOutcome Parser::parse(const QStringList &arguments)
         return stopped(reason);
     }
     Options all = gathered();
+    if (all.quiet && all.verbosity > 0)
+        return mistake(u"--quiet and --verbose exclude each other"_s);
     if (all.command == Options::Command::Get && all.references.isEmpty() && all.listFile.isEmpty())
         return mistake(u"get needs a reference or a list of them"_s);
     return { std::move(all), {}, ExitCode::Success };

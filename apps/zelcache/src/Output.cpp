@@ -82,8 +82,14 @@ void Output::warning(const QString &message)
 
 void Output::note(const QString &message)
 {
-    if (manner.verbosity > 0)
+    if (manner.verbosity > 0 && !message.isEmpty())
         this->message("", "", message);
+}
+
+void Output::line(const QString &text)
+{
+    clearProgress();
+    writeMessage(escaped(text) + u'\n');
 }
 
 void Output::question(const QString &text)

@@ -37,6 +37,8 @@ public:
     void error(const QString &message);
     void warning(const QString &message); ///< not shown if quiet
     void note(const QString &message); ///< shown if verbose
+    /// A line of what is said to somebody who is asked, whatever the manner.
+    void line(const QString &text);
     /// A question to somebody who sits at the terminal; its answer is typed behind it.
     void question(const QString &text);
 

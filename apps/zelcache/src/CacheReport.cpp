@@ -1,0 +1,237 @@
+#include "CacheReport.h"
+
+#include "Format.h"
+
+#include <QMetaEnum>
+
+#include <algorithm>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+using Reader = ResourceCacheReader;
+
+/// After this long without a ping the others take a program for dead.
+constexpr qint64 silenceOfTheDead = 30'000;
+
+constexpr int labelColumns = 14;
+
+QString labeled(const QString &label, const QString &value)
+{
+    return (label + u':').leftJustified(labelColumns) + value;
+}
+
+int usagesOf(const Reader::Snapshot &snapshot, const QString &reference)
+{
+    return int(std::count_if(
+        snapshot.usages.begin(), snapshot.usages.end(),
+        [&reference](const Reader::Usage &usage) { return usage.reference == reference; }));
+}
+
+QHash<ResourceStatus, int> countsByStatus(const Reader::Snapshot &snapshot)
+{
+    QHash<ResourceStatus, int> counts;
+    for (const Reader::Resource &resource : snapshot.resources)
+        ++counts[resource.status];
+    return counts;
+}
+
+QString resourcesText(const Reader::Snapshot &snapshot)
+{
+    const QHash<ResourceStatus, int> counts = countsByStatus(snapshot);
+    const int wanted = counts.value(ResourceStatus::Acquiring)
+        + counts.value(ResourceStatus::ScheduledForAcquire);
+    return u"%1 ready, %2 being fetched, %3 missing"_s.arg(counts.value(ResourceStatus::Ready))
+        .arg(wanted)
+        .arg(counts.value(ResourceStatus::Missing));
+}
+
+bool isAlive(const Reader::Client &client, qint64 now)
+{
+    return now - client.lastPing <= silenceOfTheDead;
+}
+
+QString clientText(const Reader::Client &client, qint64 now)
+{
+    const QString process = u"process %1"_s.arg(client.processId);
+    if (isAlive(client, now))
+        return process;
+    const auto silence = std::chrono::seconds((now - client.lastPing) / 1000);
+    return process + u" (silent for %1)"_s.arg(durationText(silence));
+}
+
+QString clientsText(const StatusReport &report)
+{
+    QStringList texts;
+    for (const Reader::Client &client : report.snapshot.clients)
+        texts.append(clientText(client, report.now));
+    return texts.isEmpty() ? u"none"_s : texts.join(u", "_s);
+}
+
+QString transferText(const TransferReport &transfer)
+{
+    QStringList parts;
+    if (transfer.receivedBytes && transfer.totalBytes)
+        parts.append(
+            u"%1 of %2"_s.arg(sizeText(*transfer.receivedBytes), sizeText(*transfer.totalBytes)));
+    else if (transfer.receivedBytes)
+        parts.append(sizeText(*transfer.receivedBytes));
+    if (transfer.bytesPerSecond)
+        parts.append(rateText(*transfer.bytesPerSecond));
+    return parts.join(u"  "_s);
+}
+
+QString processText(const std::optional<qint64> &processId)
+{
+    return processId ? u"process %1"_s.arg(*processId) : u"a process that is gone"_s;
+}
+
+QString taskLine(const StatusReport &report, const Reader::AcquiringTask &task)
+{
+    if (!task.progress)
+        return u"  waiting  %1  %2"_s.arg(processText(task.processId), task.reference);
+    QString line = u"  %1%     %2  %3"_s.arg(QString::number(*task.progress).rightJustified(3),
+                                             processText(task.processId), task.reference);
+    if (const auto transfer = report.transfers.constFind(task.reference);
+        transfer != report.transfers.cend())
+        line += u"  "_s + transferText(*transfer);
+    return line;
+}
+
+QJsonValue optionalJson(const std::optional<qint64> &number)
+{
+    return number ? QJsonValue(*number) : QJsonValue();
+}
+
+QJsonArray clientsJson(const StatusReport &report)
+{
+    QJsonArray clients;
+    for (const Reader::Client &client : report.snapshot.clients)
+        clients.append(QJsonObject { { u"process"_s, client.processId },
+                                     { u"lastPing"_s, client.lastPing },
+                                     { u"alive"_s, isAlive(client, report.now) } });
+    return clients;
+}
+
+QJsonObject taskJson(const StatusReport &report, const Reader::AcquiringTask &task)
+{
+    QJsonObject object { { u"reference"_s, task.reference },
+                         { u"process"_s, optionalJson(task.processId) },
+                         { u"fetching"_s, task.progress.has_value() } };
+    if (!task.progress)
+        return object;
+    object.insert(u"percent"_s, *task.progress);
+    const TransferReport transfer = report.transfers.value(task.reference);
+    object.insert(u"receivedBytes"_s, optionalJson(transfer.receivedBytes));
+    object.insert(u"totalBytes"_s, optionalJson(transfer.totalBytes));
+    if (transfer.bytesPerSecond)
+        object.insert(u"bytesPerSecond"_s, *transfer.bytesPerSecond);
+    return object;
+}
+
+QJsonArray tasksJson(const StatusReport &report)
+{
+    QJsonArray tasks;
+    for (const Reader::AcquiringTask &task : report.snapshot.acquiringTasks)
+        tasks.append(taskJson(report, task));
+    return tasks;
+}
+
+QJsonObject countsJson(const Reader::Snapshot &snapshot)
+{
+    const QHash<ResourceStatus, int> counts = countsByStatus(snapshot);
+    QJsonObject object;
+    for (const auto status : { ResourceStatus::Ready, ResourceStatus::Missing,
+                               ResourceStatus::ScheduledForAcquire, ResourceStatus::Acquiring })
+        object.insert(toText(status), counts.value(status));
+    return object;
+}
+
+QJsonObject sizesJson(const StatusReport &report)
+{
+    return { { u"current"_s, report.snapshot.currentSize },
+             { u"optimal"_s, report.limits.optimalSize },
+             { u"maximum"_s, report.limits.maximumSize },
+             { u"free"_s, optionalJson(report.freeBytes) } };
+}
+
+} // namespace
+
+QStringList listLines(const Reader::Snapshot &snapshot)
+{
+    qsizetype statusColumns = 0;
+    qsizetype sizeColumns = 0;
+    for (const Reader::Resource &resource : snapshot.resources) {
+        statusColumns = std::max(statusColumns, toText(resource.status).size());
+        sizeColumns = std::max(sizeColumns, sizeText(resource.size).size());
+    }
+    QStringList lines;
+    for (const Reader::Resource &resource : snapshot.resources)
+        lines.append(u"%1  %2  %3  %4"_s.arg(toText(resource.status).leftJustified(statusColumns),
+                                             sizeText(resource.size).rightJustified(sizeColumns),
+                                             timeText(resource.lastAccess), resource.reference));
+    return lines;
+}
+
+QJsonArray listJson(const Reader::Snapshot &snapshot)
+{
+    QJsonArray resources;
+    for (const Reader::Resource &resource : snapshot.resources)
+        resources.append(resourceJson(snapshot, resource));
+    return resources;
+}
+
+QJsonObject resourceJson(const Reader::Snapshot &snapshot, const Reader::Resource &resource)
+{
+    QJsonObject object { { u"reference"_s, resource.reference },
+                         { u"status"_s, toText(resource.status) },
+                         { u"size"_s, resource.size },
+                         { u"lastAccess"_s, resource.lastAccess },
+                         { u"cleanupPolicy"_s, toText(resource.policy) },
+                         { u"usages"_s, usagesOf(snapshot, resource.reference) } };
+    object.insert(u"path"_s, resource.path.isEmpty() ? QJsonValue() : QJsonValue(resource.path));
+    object.insert(u"version"_s,
+                  resource.version.isNull() ? QJsonValue()
+                                            : QJsonValue(resource.version.toString()));
+    return object;
+}
+
+QStringList statusLines(const StatusReport &report)
+{
+    const Reader::Snapshot &snapshot = report.snapshot;
+    QStringList lines {
+        labeled(u"Cache"_s, report.path.baseDirPath()),
+        labeled(u"Size"_s,
+                u"%1 of %2, at most %3"_s.arg(sizeText(snapshot.currentSize),
+                                              sizeText(report.limits.optimalSize),
+                                              sizeText(report.limits.maximumSize))),
+        labeled(u"Free on disk"_s, report.freeBytes ? sizeText(*report.freeBytes) : u"unknown"_s),
+        labeled(u"Resources"_s, resourcesText(snapshot)),
+        labeled(u"Programs"_s, clientsText(report)),
+        labeled(u"Last count"_s,
+                snapshot.lastScanTimestamp == 0 ? u"never"_s
+                                                : timeText(snapshot.lastScanTimestamp * 1000)),
+    };
+    if (!snapshot.acquiringTasks.isEmpty())
+        lines.append(u"Fetches:"_s);
+    for (const Reader::AcquiringTask &task : snapshot.acquiringTasks)
+        lines.append(taskLine(report, task));
+    return lines;
+}
+
+QJsonObject statusJson(const StatusReport &report)
+{
+    return { { u"baseDirectory"_s, report.path.baseDirPath().toString() },
+             { u"dataDirectory"_s, report.path.cacheDataDir().toString() },
+             { u"database"_s, report.path.databasePath().toString() },
+             { u"sizes"_s, sizesJson(report) },
+             { u"resources"_s, countsJson(report.snapshot) },
+             { u"clients"_s, clientsJson(report) },
+             { u"fetches"_s, tasksJson(report) },
+             { u"lastScan"_s, report.snapshot.lastScanTimestamp } };
+}
+
+} // namespace zel::cli

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "CommandLine.h"
+#include "Json.h"
+#include "Output.h"
+
+namespace zel::cli {
+
+/// What every command works with. Borrows both, for the length of the command.
+struct Context
+{
+    const Options &options;
+    Output &output;
+
+    QJsonObject emptyAnswer() const { return json::answer(commandName(options.command)); }
+
+    /// Ends the command without an answer: says why on standard error and, with JSON, as the
+    /// answer. Returns the code it was given.
+    ExitCode fail(ExitCode code, const QString &message) const;
+    ExitCode fail(const Error &error) const
+    {
+        return fail(exitCodeOf(error), error.errorMessage());
+    }
+};
+
+} // namespace zel::cli

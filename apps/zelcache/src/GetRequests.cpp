@@ -1,0 +1,223 @@
+#include "GetRequests.h"
+
+#include "Library.h"
+#include "ResourceManager.h"
+#include "TaskWait.h"
+#include "Text.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+
+#include <algorithm>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+bool GetRequests::Fetch::isSettled() const
+{
+    return !task || task->isFinished();
+}
+
+Error GetRequests::Fetch::error() const
+{
+    return task ? task->error() : failure;
+}
+
+/// The path, if something is really there: a success alone is no proof.
+Result<QString> GetRequests::Fetch::outcome() const
+{
+    if (handler->isAvailableLocally())
+        return path;
+    const Error reason = error();
+    if (reason.hasError())
+        return ZEL_PASS(reason);
+    return ZEL_ERROR(ErrorCode::OperationFailed, u"The data is gone again."_s);
+}
+
+Transfer GetRequests::Fetch::transfer(const TransferReports &reports) const
+{
+    Transfer transfer;
+    transfer.label = QFileInfo(path).fileName();
+    transfer.settled = isSettled();
+    transfer.started = task && task->isRunning();
+    if (!transfer.started)
+        return transfer;
+    if (task->progressMaximum() > 0)
+        transfer.fraction = double(task->progressValue()) / task->progressMaximum();
+    const TransferReport report = reports.value(key);
+    transfer.receivedBytes = report.receivedBytes;
+    transfer.totalBytes = report.totalBytes;
+    transfer.bytesPerSecond = report.bytesPerSecond;
+    if (report.processId != QCoreApplication::applicationPid())
+        transfer.fetchingProcess = report.processId;
+    return transfer;
+}
+
+GetRequests::GetRequests(const Context &context, const QStringList &arguments)
+    : context(context)
+    , prompting(&this->context.output, context.options.yes)
+{
+    for (const QString &argument : arguments)
+        addRequest(argument);
+}
+
+GetRequests::~GetRequests() = default;
+
+ExitCode GetRequests::run()
+{
+    if (context.options.prompt)
+        confirm();
+    TaskWait wait;
+    startAll(wait);
+    const int signalNumber = wait.run([this, &wait] {
+        onTick();
+        // Nobody reads the paths any more.
+        if (context.output.answerFailure() != 0)
+            wait.cancelAll();
+    });
+    return finish(signalNumber);
+}
+
+void GetRequests::addRequest(const QString &argument)
+{
+    Request request;
+    request.reference = withoutSecrets(argument);
+    const auto handler = handlerOf(argument);
+    if (handler.hasValue()) {
+        request.reference = handler.value()->reference()->referenceText(false);
+        request.fetch = fetchOf(handler.value());
+    } else {
+        request.failure = handler.error();
+    }
+    requests.push_back(request);
+}
+
+GetRequests::Fetch *GetRequests::fetchOf(const QSharedPointer<ResourceHandler> &handler)
+{
+    // One resource has one handler as long as somebody holds it.
+    Fetch *&known = fetchByHandler[handler.data()];
+    if (!known) {
+        fetches.push_back(std::make_unique<Fetch>());
+        known = fetches.back().get();
+        known->handler = handler;
+        known->key = handler->reference()->referenceText(false);
+    }
+    return known;
+}
+
+/// Asks once for everything that is missing; each retrieval then has its answer already.
+void GetRequests::confirm()
+{
+    ResourceManager::setRetrieveMode(ResourceHandler::Prompt);
+    QList<QSharedPointer<ResourceReference>> missing;
+    for (const auto &fetch : fetches) {
+        if (!fetch->handler->isAvailableLocally())
+            missing.append(fetch->handler->reference());
+    }
+    // The answer is kept, whatever it is.
+    if (!missing.isEmpty())
+        static_cast<void>(prompting.confirmRetrieve(missing));
+}
+
+void GetRequests::startAll(TaskWait &wait)
+{
+    for (const auto &fetch : fetches) {
+        start(*fetch);
+        if (!fetch->task)
+            continue;
+        Output *output = &context.output;
+        // A task may have begun, and told so, already.
+        output->note(fetch->task->progressText());
+        QObject::connect(fetch->task.get(), &Task::progressTextChanged, qApp,
+                         [output](const QString &text) { output->note(text); });
+        wait.add(fetch->task.get());
+    }
+}
+
+void GetRequests::start(Fetch &fetch)
+{
+    const auto path = fetch.handler->expectedPath();
+    if (!path.hasValue()) {
+        fetch.failure = path.error();
+        return;
+    }
+    fetch.path = path.value();
+    auto task = ResourceManager::retrieveAsync(fetch.handler, ResourceHandler::Queued, &prompting);
+    if (task.hasValue())
+        fetch.task = std::move(task).value();
+    else
+        fetch.failure = task.error();
+}
+
+void GetRequests::onTick()
+{
+    answerSettled();
+    showProgress();
+}
+
+void GetRequests::answerSettled()
+{
+    while (answeredCount < requests.size()) {
+        const Request &request = requests.at(answeredCount);
+        if (request.fetch && !request.fetch->isSettled())
+            return;
+        answer(request);
+        ++answeredCount;
+    }
+}
+
+void GetRequests::answer(const Request &request)
+{
+    const auto path = request.fetch ? request.fetch->outcome() : Result<QString>(request.failure);
+    if (!path.hasValue()) {
+        failures.append(path.error());
+        results.append(json::entry(request.reference, path.error()));
+        context.output.error(request.reference + u": "_s + path.error().errorMessage());
+        return;
+    }
+    for (const QString &warning : request.fetch->error().warnings())
+        context.output.warning(request.reference + u": "_s + warning);
+    results.append(json::entry(request.reference, path.value()));
+    if (!context.options.json)
+        context.output.answer(path.value());
+}
+
+TransferReports GetRequests::reports() const
+{
+    TransferReports reports = readTransfers(ResourceManager::cachePath());
+    const bool allTold = std::all_of(fetches.begin(), fetches.end(), [&reports](const auto &fetch) {
+        return fetch->isSettled() || reports.contains(fetch->key);
+    });
+    if (allTold)
+        return reports;
+    const ResourceCacheReader reader(ResourceManager::cachePath().databasePath());
+    if (const auto snapshot = reader.read(); snapshot.hasValue())
+        addFetchers(reports, snapshot.value());
+    return reports;
+}
+
+void GetRequests::showProgress()
+{
+    if (!context.output.drawsProgress() || answeredCount == requests.size())
+        return;
+    const TransferReports told = reports();
+    QList<Transfer> transfers;
+    for (const auto &fetch : fetches)
+        transfers.append(fetch->transfer(told));
+    context.output.showProgress(overallProgress(transfers));
+}
+
+ExitCode GetRequests::finish(int signalNumber)
+{
+    answerSettled();
+    context.output.clearProgress();
+    if (context.options.json) {
+        QJsonObject answer = context.emptyAnswer();
+        answer.insert(u"results"_s, results);
+        context.output.answer(answer);
+    }
+    return signalNumber != 0 ? exitCodeOfSignal(signalNumber) : exitCodeOf(failures);
+}
+
+} // namespace zel::cli

@@ -1,0 +1,79 @@
+#pragma once
+
+#include "Context.h"
+#include "OverallProgress.h"
+#include "TransferReport.h"
+
+#include "ResourceHandler.h"
+#include "TerminalPrompting.h"
+
+#include <QJsonArray>
+
+#include <memory>
+#include <vector>
+
+namespace zel::cli {
+
+class TaskWait;
+
+/// Brings the resources of `get` here and prints their paths, in the order of the arguments and
+/// each as soon as all before it are settled. One that cannot be had does not keep the others from
+/// being fetched. The manager's cache must be open. Main thread only.
+class GetRequests
+{
+public:
+    GetRequests(const Context &context, const QStringList &arguments);
+    ~GetRequests();
+    GetRequests(const GetRequests &) = delete;
+    GetRequests &operator=(const GetRequests &) = delete;
+
+    ExitCode run();
+
+private:
+    /// One resource to bring here.
+    struct Fetch
+    {
+        QSharedPointer<ResourceHandler> handler;
+        QString key;
+        QString path;
+        std::unique_ptr<Task> task; ///< null if there is nothing to do, or nothing can be done
+        Error failure; ///< why there is no task
+
+        bool isSettled() const;
+        Error error() const;
+        Result<QString> outcome() const;
+        Transfer transfer(const TransferReports &reports) const;
+    };
+
+    /// One argument. Several may mean the same resource.
+    struct Request
+    {
+        QString reference; ///< as it is shown and answered
+        Fetch *fetch = nullptr; ///< null if the reference is of no use
+        Error failure;
+    };
+
+    void addRequest(const QString &argument);
+    Fetch *fetchOf(const QSharedPointer<ResourceHandler> &handler);
+    void confirm();
+    void startAll(TaskWait &wait);
+    void start(Fetch &fetch);
+
+    void onTick();
+    void answerSettled();
+    void answer(const Request &request);
+    TransferReports reports() const;
+    void showProgress();
+    ExitCode finish(int signalNumber);
+
+    Context context;
+    TerminalPrompting prompting;
+    std::vector<Request> requests;
+    std::vector<std::unique_ptr<Fetch>> fetches;
+    QHash<const ResourceHandler *, Fetch *> fetchByHandler;
+    std::size_t answeredCount = 0;
+    QJsonArray results;
+    QList<Error> failures;
+};
+
+} // namespace zel::cli

@@ -1,0 +1,86 @@
+#include "Library.h"
+
+#include "ResourceCache.h"
+#include "ResourceManager.h"
+#include "SchemesRegistration.h"
+#include "errors/Propagate.h"
+#include "errors/Tracer.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+bool startTracing(const QString &filePath)
+{
+    if (!Tracer::initialize(filePath))
+        return false;
+    tracer_categories_settings::setCategoryEnabled(u"RESOURCE_RETRIEVAL", true);
+    return true;
+}
+
+/// Opens the cache a second time: the manager lives on without one and does not say why it could
+/// not open it.
+Error openingFailure(const ResourceManagerSettings &settings)
+{
+    return ZEL_PASS(ResourceManager::cache()->open(settings.cachePath, settings.sizes));
+}
+
+} // namespace
+
+ResourceManagerSettings settingsOf(const Options &options)
+{
+    ResourceManagerSettings settings = ResourceManagerSettings::loadSettings();
+    // Spelled in one way, since the spelling selects the lock.
+    if (!options.cacheDir.isEmpty())
+        settings.cachePath.setBaseDirPath(
+            QDir::cleanPath(QFileInfo(options.cacheDir).absoluteFilePath()));
+    return settings;
+}
+
+std::optional<ExitCode> openCache(const Context &context)
+{
+    const QString traceFile = context.options.traceFile;
+    if (!traceFile.isEmpty() && !startTracing(traceFile)) {
+        const QString text = u"The trace cannot be written to %1."_s;
+        return context.fail(ExitCode::Failed, text.arg(traceFile));
+    }
+    registerResourceSchemes();
+    const ResourceManagerSettings settings = settingsOf(context.options);
+    ResourceManager::overrideDefaultSettings(settings);
+    // A count of all sizes would hold up the end of this short program: none is ever due.
+    ResourceManager::overrideDefaultFullScanInterval(std::chrono::days(365'000));
+    if (ResourceManager::cache()->isOpen())
+        return {};
+    const Error failure = openingFailure(settings);
+    if (!failure.hasError())
+        return {};
+    const QString text = u"The cache in %1 cannot be opened: %2"_s;
+    return context.fail(
+        ExitCode::CacheUnavailable,
+        text.arg(settings.cachePath.baseDirPath().toString(), failure.errorMessage()));
+}
+
+Result<ResourceCacheReader::Snapshot> readCache(const ResourceManagerSettings &settings)
+{
+    const ResourceCacheReader reader(settings.cachePath.databasePath());
+    auto snapshot = reader.read();
+    if (snapshot.hasValue())
+        return snapshot;
+    const QString text = u"The cache in %1 cannot be read: %2"_s;
+    return ZEL_ERROR(
+        snapshot.error().errorCode(),
+        text.arg(settings.cachePath.baseDirPath().toString(), snapshot.error().errorMessage()));
+}
+
+Result<QSharedPointer<ResourceHandler>> handlerOf(const QString &argument)
+{
+    ZEL_TRY_LET(const auto reference, ResourceReference::fromString(argument));
+    return ZEL_PASS(ResourceManager::getHandler(reference));
+}
+
+} // namespace zel::cli

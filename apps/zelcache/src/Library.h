@@ -1,0 +1,25 @@
+#pragma once
+
+#include "Context.h"
+
+#include "ResourceCacheReader.h"
+#include "ResourceHandler.h"
+#include "ResourceManagerSettings.h"
+
+namespace zel::cli {
+
+/// The settings file's settings, or the cache that the command line names.
+ResourceManagerSettings settingsOf(const Options &options);
+
+/// Sets the library up for a command that takes part in the cache: schemes, tracing, the open
+/// cache. If that does not work out, the user is told and the code to end with is returned.
+std::optional<ExitCode> openCache(const Context &context);
+
+/// What the cache of the settings holds at this moment, without taking part in it. Fails if it
+/// cannot be read or was never made.
+Result<ResourceCacheReader::Snapshot> readCache(const ResourceManagerSettings &settings);
+
+/// The handler of a reference as the user wrote it.
+Result<QSharedPointer<ResourceHandler>> handlerOf(const QString &argument);
+
+} // namespace zel::cli

@@ -1,0 +1,36 @@
+#include "ReferenceList.h"
+
+#include "errors/Propagate.h"
+
+#include <QFile>
+
+#include <unistd.h>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+QStringList referencesIn(const QString &text)
+{
+    QStringList references;
+    for (const QString &line : text.split(u'\n')) {
+        const QString reference = line.trimmed();
+        if (!reference.isEmpty() && !reference.startsWith(u'#'))
+            references.append(reference);
+    }
+    return references;
+}
+
+Result<QStringList> readReferenceList(const QString &filePath)
+{
+    QFile file(filePath);
+    const bool opened = filePath == u"-"_s ? file.open(STDIN_FILENO, QIODevice::ReadOnly)
+                                           : file.open(QIODevice::ReadOnly);
+    const QByteArray content = opened ? file.readAll() : QByteArray();
+    if (!opened || file.error() != QFileDevice::NoError)
+        return ZEL_ERROR(ErrorCode::OperationFailed,
+                         u"The list %1 cannot be read: %2"_s.arg(filePath, file.errorString()));
+    return referencesIn(QString::fromUtf8(content));
+}
+
+} // namespace zel::cli

@@ -1,0 +1,68 @@
+#include "TaskWait.h"
+
+#include "Task.h"
+
+#include <QEventLoop>
+#include <QTimer>
+
+#include <algorithm>
+
+namespace zel::cli {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+/// Often enough for a bar that moves, seldom enough to cost nothing.
+constexpr auto tickInterval = 200ms;
+
+} // namespace
+
+TaskWait::TaskWait()
+    : signalWatch([this](int) { cancelAll(); })
+{
+}
+
+void TaskWait::add(Task *task)
+{
+    tasks.append(task);
+    if (canceled)
+        task->cancel();
+}
+
+int TaskWait::run(const std::function<void()> &onTick)
+{
+    QEventLoop loop;
+    QTimer ticks;
+    const auto look = [this, &loop, &onTick] {
+        onTick();
+        if (allFinished())
+            loop.quit();
+    };
+    QObject::connect(&ticks, &QTimer::timeout, &loop, look);
+    // Queued: a task ends on whatever thread its work ran.
+    for (const Task *task : tasks)
+        QObject::connect(task, &Task::finished, &loop, look, Qt::QueuedConnection);
+    ticks.start(tickInterval);
+    onTick();
+    if (!allFinished())
+        loop.exec();
+    return signalWatch.received();
+}
+
+void TaskWait::cancelAll()
+{
+    canceled = true;
+    for (Task *task : tasks) {
+        if (!task->isFinished())
+            task->cancel();
+    }
+}
+
+bool TaskWait::allFinished() const
+{
+    return std::all_of(tasks.begin(), tasks.end(),
+                       [](const Task *task) { return task->isFinished(); });
+}
+
+} // namespace zel::cli

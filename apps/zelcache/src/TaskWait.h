@@ -1,0 +1,41 @@
+#pragma once
+
+#include "SignalWatch.h"
+
+#include <QList>
+
+#include <functional>
+
+namespace zel {
+class Task;
+}
+
+namespace zel::cli {
+
+/// Waits for tasks that run in the manager's queue, with an event loop on this thread. A signal
+/// cancels them, and the wait goes on until they have ended, so that each leaves its rows in order.
+///
+/// Make it before the first task is made: signals are looked after from then on. Borrows the tasks;
+/// none may be destroyed before run() returns. Main thread only.
+class TaskWait
+{
+public:
+    TaskWait();
+
+    void add(Task *task);
+
+    /// `onTick` is called several times a second and after each end of a task. Returns the number
+    /// of the signal that came, else 0.
+    int run(const std::function<void()> &onTick);
+
+    void cancelAll();
+
+private:
+    bool allFinished() const;
+
+    QList<Task *> tasks;
+    bool canceled = false;
+    SignalWatch signalWatch;
+};
+
+} // namespace zel::cli

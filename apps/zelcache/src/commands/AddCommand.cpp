@@ -1,0 +1,63 @@
+#include "commands/Commands.h"
+
+#include "Library.h"
+#include "RemoteResourceHandler.h"
+#include "ResourceManager.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// Copies the source to where the resource of the handler belongs.
+Error addTo(const QSharedPointer<ResourceHandler> &handler, const QString &source)
+{
+    const QString name = handler->reference()->referenceText(true);
+    const auto remote = handler.dynamicCast<RemoteResourceHandler>();
+    if (!remote)
+        return ZEL_ERROR(ErrorCode::FeatureLacking, u"%1 is never kept in the cache."_s.arg(name));
+    if (!QFileInfo::exists(source))
+        return ZEL_ERROR(ErrorCode::OperationFailed, u"%1 does not exist."_s.arg(source));
+    if (handler->isAvailableLocally())
+        return ZEL_ERROR(ErrorCode::OperationFailed, u"%1 is in the cache already."_s.arg(name));
+
+    // Making a retrieval clears away what an interrupted copy may have left. It is never started.
+    const auto unused = ResourceManager::retrieveAsync(handler, ResourceHandler::Manual);
+    if (!unused.hasValue())
+        return ZEL_PASS(unused.error());
+    const QString path = QDir::cleanPath(QFileInfo(source).absoluteFilePath());
+    return ZEL_PASS(remote->addToCache(PathImpl<PathType::Unknown>(path)));
+}
+
+} // namespace
+
+ExitCode runAdd(const Context &context)
+{
+    if (const auto code = openCache(context))
+        return *code;
+    const auto handler = handlerOf(context.options.references.constFirst());
+    if (!handler.hasValue())
+        return context.fail(handler.error());
+    const Error failure = addTo(handler.value(), context.options.source);
+    if (failure.hasError())
+        return context.fail(failure);
+    const auto path = handler.value()->expectedPath();
+    if (!path.hasValue())
+        return context.fail(path.error());
+
+    if (context.options.json) {
+        QJsonObject answer = context.emptyAnswer();
+        answer.insert(u"reference"_s, handler.value()->reference()->referenceText(false));
+        answer.insert(u"path"_s, path.value().toString());
+        context.output.answer(answer);
+    } else {
+        context.output.answer(path.value().toString());
+    }
+    return ExitCode::Success;
+}
+
+} // namespace zel::cli

@@ -1,0 +1,160 @@
+#include "commands/Commands.h"
+
+#include "CacheReport.h"
+#include "Format.h"
+#include "Library.h"
+#include "ResourceManager.h"
+#include "SchemeMetadata.h"
+#include "TaskWait.h"
+
+#include <QMetaEnum>
+
+#include <algorithm>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+using Metadata = Result<QSharedPointer<ResourceMetadata>>;
+
+/// Both sides of one resource.
+struct Description
+{
+    QSharedPointer<ResourceHandler> handler;
+    QString path;
+    bool available = false;
+    Metadata metadata = Error(ErrorCode::OperationFailed);
+    ResourceCacheReader::Snapshot snapshot;
+    std::optional<ResourceCacheReader::Resource> cached;
+};
+
+/// Asks the source; `signalNumber` is that of a signal that came meanwhile, else 0.
+Metadata askSource(const QSharedPointer<ResourceHandler> &handler, int &signalNumber)
+{
+    TaskWait wait;
+    const auto task = ResourceManager::retrieveMetadataAsync(handler, ResourceHandler::Queued);
+    if (!task.hasValue())
+        return task.error();
+    wait.add(task.value().get());
+    signalNumber = wait.run([] {});
+    return task.value()->result<QSharedPointer<ResourceMetadata>>();
+}
+
+void lookIntoCache(const Options &options, Description &description)
+{
+    const auto snapshot = readCache(settingsOf(options));
+    if (!snapshot.hasValue())
+        return;
+    description.snapshot = snapshot.value();
+    const QString key = description.handler->reference()->referenceText(false);
+    const auto &resources = description.snapshot.resources;
+    const auto found = std::find_if(resources.begin(), resources.end(),
+                                    [&key](const auto &each) { return each.reference == key; });
+    if (found != resources.end())
+        description.cached = *found;
+}
+
+QString itemTypeText(const ResourceMetadata &metadata)
+{
+    const auto types = QMetaEnum::fromType<ResourceMetadata::ItemType>();
+    return QString::fromLatin1(types.valueToKey(int(metadata.metadataItemType())));
+}
+
+QJsonObject metadataJson(const ResourceMetadata &metadata)
+{
+    QJsonObject object {
+        { u"name"_s, metadata.metadataName() },         { u"path"_s, metadata.metadataPath() },
+        { u"fullPath"_s, metadata.metadataFullPath() }, { u"type"_s, metadata.metadataType() },
+        { u"itemType"_s, itemTypeText(metadata) },      { u"details"_s, metadata.toJson() }
+    };
+    if (!metadata.metadataVersion().isNull())
+        object.insert(u"version"_s, metadata.metadataVersion().toString());
+    return object;
+}
+
+QJsonObject jsonOf(const Context &context, const Description &description)
+{
+    QJsonObject answer = context.emptyAnswer();
+    answer.insert(u"reference"_s, description.handler->reference()->referenceText(false));
+    answer.insert(u"displayName"_s, description.handler->reference()->referenceText(true));
+    answer.insert(u"path"_s, description.path);
+    answer.insert(u"available"_s, description.available);
+    if (description.metadata.hasValue())
+        answer.insert(u"metadata"_s, metadataJson(*description.metadata.value()));
+    else
+        answer.insert(u"metadataError"_s, json::error(description.metadata.error()));
+    if (description.cached)
+        answer.insert(u"cached"_s, resourceJson(description.snapshot, *description.cached));
+    return answer;
+}
+
+QStringList sourceLines(const QSharedPointer<ResourceMetadata> &metadata)
+{
+    QStringList lines { u"Name:         "_s + metadata->metadataName(),
+                        u"Source:       "_s + metadata->metadataFullPath(),
+                        u"Kind:         "_s + itemTypeText(*metadata) };
+    const auto known = metadata.dynamicCast<SchemeMetadata>();
+    if (known && known->size())
+        lines.append(u"Size:         "_s + sizeText(*known->size()));
+    if (known && known->modified().isValid())
+        lines.append(u"Modified:     "_s + timeText(known->modified().toMSecsSinceEpoch()));
+    return lines;
+}
+
+QStringList linesOf(const Description &description)
+{
+    QStringList lines { u"Reference:    "_s
+                        + description.handler->reference()->referenceText(true) };
+    if (description.metadata.hasValue())
+        lines += sourceLines(description.metadata.value());
+    lines.append(u"Local path:   "_s + description.path);
+    lines.append(u"Is there:     "_s + (description.available ? u"yes"_s : u"no"_s));
+    if (description.cached) {
+        lines.append(u"Status:       "_s + toText(description.cached->status));
+        lines.append(u"Local size:   "_s + sizeText(description.cached->size));
+        lines.append(u"Last access:  "_s + timeText(description.cached->lastAccess));
+    }
+    return lines;
+}
+
+} // namespace
+
+ExitCode runInfo(const Context &context)
+{
+    if (const auto code = openCache(context))
+        return *code;
+    const auto handler = handlerOf(context.options.references.constFirst());
+    if (!handler.hasValue())
+        return context.fail(handler.error());
+    const auto path = handler.value()->expectedPath();
+    if (!path.hasValue())
+        return context.fail(path.error());
+
+    Description description;
+    description.handler = handler.value();
+    description.path = path.value().toString();
+    description.available = handler.value()->isAvailableLocally();
+    int signalNumber = 0;
+    description.metadata = askSource(description.handler, signalNumber);
+    if (signalNumber != 0)
+        return exitCodeOfSignal(signalNumber);
+    // What lies here can be described without its source.
+    if (!description.metadata.hasValue()) {
+        if (!description.available)
+            return context.fail(description.metadata.error());
+        context.output.warning(description.metadata.error().errorMessage());
+    }
+    lookIntoCache(context.options, description);
+
+    if (context.options.json) {
+        context.output.answer(jsonOf(context, description));
+        return ExitCode::Success;
+    }
+    for (const QString &line : linesOf(description))
+        context.output.answer(line);
+    return ExitCode::Success;
+}
+
+} // namespace zel::cli

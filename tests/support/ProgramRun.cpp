@@ -1,0 +1,74 @@
+#include "ProgramRun.h"
+
+#include <gtest/gtest.h>
+
+#include <QProcessEnvironment>
+
+#include <csignal>
+
+namespace zel::test {
+
+namespace {
+
+constexpr int limit = 40'000;
+
+} // namespace
+
+ProgramRun::ProgramRun(const QString &program, const QStringList &arguments)
+    : ProgramRun(program, arguments, Options())
+{
+}
+
+ProgramRun::ProgramRun(const QString &program, const QStringList &arguments, const Options &options)
+    : process(std::make_unique<QProcess>())
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const QString &setting : options.environment)
+        environment.insert(setting.section(u'=', 0, 0), setting.section(u'=', 1));
+    process->setProcessEnvironment(environment);
+    if (!options.workingDirectory.isEmpty())
+        process->setWorkingDirectory(options.workingDirectory);
+    if (!options.outputFile.isEmpty())
+        process->setStandardOutputFile(options.outputFile);
+    process->start(program, arguments);
+    EXPECT_TRUE(process->waitForStarted(limit)) << qPrintable(process->errorString());
+    process->write(options.input);
+    process->closeWriteChannel();
+}
+
+ProgramRun::~ProgramRun()
+{
+    if (process->state() == QProcess::NotRunning)
+        return;
+    process->kill();
+    process->waitForFinished(limit);
+}
+
+void ProgramRun::sendSignal(int number) const
+{
+    EXPECT_EQ(::kill(pid_t(process->processId()), number), 0);
+}
+
+int ProgramRun::exitCode()
+{
+    const bool ended = process->state() == QProcess::NotRunning || process->waitForFinished(limit);
+    EXPECT_TRUE(ended) << "still running; it said: " << errors().toStdString();
+    if (!ended)
+        return -1;
+    return process->exitStatus() == QProcess::CrashExit ? -process->exitCode()
+                                                        : process->exitCode();
+}
+
+QByteArray ProgramRun::output()
+{
+    outputSoFar += process->readAllStandardOutput();
+    return outputSoFar;
+}
+
+QByteArray ProgramRun::errors()
+{
+    errorsSoFar += process->readAllStandardError();
+    return errorsSoFar;
+}
+
+} // namespace zel::test

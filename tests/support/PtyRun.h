@@ -1,0 +1,55 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+
+#include <sys/types.h>
+
+namespace zel::test {
+
+/// One run of a program at a terminal of its own, as a user has it: what it writes is seen, and
+/// keys can be pressed. It ends with the object at the latest. Every wait has a limit, and fails
+/// the test when that is reached.
+class PtyRun
+{
+public:
+    struct Options
+    {
+        int columns = 100;
+        QStringList environment; ///< "NAME=value", beside what this process has
+        bool outputIsTerminal = true; ///< false: standard output goes to nowhere
+    };
+
+    PtyRun(const QString &program, const QStringList &arguments);
+    PtyRun(const QString &program, const QStringList &arguments, const Options &options);
+    ~PtyRun();
+    PtyRun(const PtyRun &) = delete;
+    PtyRun &operator=(const PtyRun &) = delete;
+
+    qint64 processId() const { return child; }
+    /// Types into the terminal; "\x03" is Ctrl-C.
+    void type(const QByteArray &keys) const;
+    /// Everything that the terminal got until now, control sequences included.
+    QByteArray seen();
+    /// Waits until the terminal got this text.
+    bool waitFor(const QByteArray &text);
+    /// Waits for the end. A program that died of a signal gives minus its number.
+    int exitCode();
+
+private:
+    [[noreturn]] static void becomeProgram(const QString &program, const QStringList &arguments,
+                                           const Options &options);
+    /// Takes what has come, or learns that nothing more will.
+    void readSome();
+    bool waitUntil(const std::function<bool()> &condition);
+
+    pid_t child = -1;
+    int terminal = -1;
+    QByteArray seenSoFar;
+    bool atEnd = false;
+};
+
+} // namespace zel::test

@@ -1,0 +1,41 @@
+#include "ReferenceList.h"
+
+#include "Printers.h"
+#include "TemporaryCache.h"
+
+#include <gtest/gtest.h>
+
+#include <QTemporaryDir>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+TEST(ReferenceList, referencesIn_text_isOneReferenceALine)
+{
+    EXPECT_EQ(referencesIn(u"http://a\r\n\n  # said\n share:/b c \nhttp://a#md5=1"_s),
+              (QStringList { u"http://a"_s, u"share:/b c"_s, u"http://a#md5=1"_s }));
+    EXPECT_TRUE(referencesIn(QString()).isEmpty());
+}
+
+TEST(ReferenceList, readReferenceList_file_isRead)
+{
+    const QTemporaryDir directory;
+    test::writeFile(directory.filePath(u"list"_s), "http://ü\nhttp://b\n");
+    const auto references = readReferenceList(directory.filePath(u"list"_s));
+    ASSERT_TRUE(references.hasValue());
+    EXPECT_EQ(references.value(), (QStringList { u"http://ü"_s, u"http://b"_s }));
+}
+
+TEST(ReferenceList, readReferenceList_missingFileOrFolder_failsAndNamesIt)
+{
+    const QTemporaryDir directory;
+    for (const QString &path : { directory.filePath(u"missing"_s), directory.path() }) {
+        const auto references = readReferenceList(path);
+        ASSERT_FALSE(references.hasValue());
+        EXPECT_EQ(references.error().errorCode(), ErrorCode::OperationFailed);
+        EXPECT_TRUE(references.error().errorMessage().contains(path));
+    }
+}
+
+} // namespace zel::cli
