@@ -24,7 +24,7 @@ public:
     /// Forgets all bytes of the open state.
     virtual Error startAnew() = 0;
     /// Appends all of the bytes or fails.
-    virtual Error write(const char *data, qint64 size) = 0;
+    virtual Error write(const QByteArray &bytes) = 0;
     /// Hands out all bytes that are here, piece by piece, from the first one; `take` returning
     /// false ends it with a failure.
     virtual Error readBack(const std::function<bool(const char *data, qint64 size)> &take) = 0;

@@ -41,9 +41,9 @@ Error HttpStagingSink::startAnew()
     return error;
 }
 
-Error HttpStagingSink::write(const char *data, qint64 size)
+Error HttpStagingSink::write(const QByteArray &bytes)
 {
-    return ZEL_PASS(writer->write(QByteArray(data, size)));
+    return ZEL_PASS(writer->write(bytes));
 }
 
 Error HttpStagingSink::readBack(const std::function<bool(const char *data, qint64 size)> &take)

@@ -24,7 +24,7 @@ public:
     /// Code 7 if the rest does not fit on the volume.
     Result<qint64> open(const HttpRepresentation &state) override;
     Error startAnew() override;
-    Error write(const char *data, qint64 size) override;
+    Error write(const QByteArray &bytes) override;
     Error readBack(const std::function<bool(const char *data, qint64 size)> &take) override;
 
     /// Puts the whole file where it is expected. Code 1 if there was no open state.

@@ -6,8 +6,8 @@ namespace zel {
 
 namespace {
 
-/// Of pieces of a megabyte: enough to bridge a short wait for the disk.
-constexpr size_t mostPieces = 4;
+/// Of a quarter of a megabyte each: enough to bridge a short wait for the disk.
+constexpr size_t mostPieces = 16;
 
 } // namespace
 

@@ -42,9 +42,9 @@ class NullSink : public HttpSink
 public:
     Result<qint64> open(const HttpRepresentation &) override { return qint64 { 0 }; }
     Error startAnew() override { return {}; }
-    Error write(const char *, qint64 size) override
+    Error write(const QByteArray &bytes) override
     {
-        total += size;
+        total += bytes.size();
         mostMemory = std::max(mostMemory, ownMemory());
         return {};
     }

@@ -16,7 +16,7 @@ void FileSink::leave(const QString &stateKey, const QByteArray &bytes)
 {
     keptState = stateKey;
     EXPECT_TRUE(file.resize(0));
-    EXPECT_FALSE(write(bytes.constData(), bytes.size()).hasError());
+    EXPECT_FALSE(write(bytes).hasError());
 }
 
 QByteArray FileSink::content() const
@@ -42,11 +42,11 @@ Error FileSink::startAnew()
     return file.resize(0) ? Error() : Error(1);
 }
 
-Error FileSink::write(const char *data, qint64 size)
+Error FileSink::write(const QByteArray &bytes)
 {
     if (writeFailure.hasError())
         return writeFailure;
-    return file.seek(file.size()) && file.write(data, size) == size ? Error() : Error(1);
+    return file.seek(file.size()) && file.write(bytes) == bytes.size() ? Error() : Error(1);
 }
 
 Error FileSink::readBack(const std::function<bool(const char *data, qint64 size)> &take)

@@ -23,7 +23,7 @@ public:
 
     Result<qint64> open(const HttpRepresentation &state) override;
     Error startAnew() override;
-    Error write(const char *data, qint64 size) override;
+    Error write(const QByteArray &bytes) override;
     Error readBack(const std::function<bool(const char *data, qint64 size)> &take) override;
 
     QList<QString> openedStates;
