@@ -19,8 +19,8 @@ namespace {
 /// then keep nobody out.
 bool isFileOfPath(int file, const QByteArray &path)
 {
-    struct stat opened;
-    struct stat found;
+    struct stat opened = {};
+    struct stat found = {};
     return ::fstat(file, &opened) == 0 && ::stat(path.constData(), &found) == 0
         && opened.st_dev == found.st_dev && opened.st_ino == found.st_ino;
 }

@@ -66,7 +66,7 @@ Result<NativeFile> NativeFile::open(const std::filesystem::path &path, Mode mode
 
 Result<qint64> NativeFile::size() const
 {
-    struct stat status;
+    struct stat status = {};
     if (::fstat(descriptor, &status) != 0) {
         return ZEL_ERROR(
             ErrorCode::OperationFailed,

@@ -68,7 +68,7 @@ Result<QString> PathReference::decodedPath(const QString &encoded)
     }
     ZEL_TRY_LET(const QByteArray bytes, PercentEncoding::decoded(encoded));
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    const QString path = decoder(bytes);
+    QString path = decoder(bytes);
     if (decoder.hasError()) {
         return ZEL_ERROR(
             ErrorCode::BadArgument,

@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 namespace {
 
 // Small enough that a slow share answers a cancel in time.
-constexpr qint64 pieceBytes = 256 * 1024;
+constexpr qint64 pieceBytes = 256ll * 1024;
 // So many files are brought to the disk one by one; more of them go with the whole volume, which
 // other programs may keep busy.
 constexpr size_t mostSingleSyncs = 16;

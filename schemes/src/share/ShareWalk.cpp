@@ -36,7 +36,7 @@ bool staysInside(const fs::path &target, int depth)
     return true;
 }
 
-std::string lowerCase(std::string text)
+std::string lowerCase(const std::string &text)
 {
     return QByteArray::fromStdString(text).toLower().toStdString();
 }
@@ -114,8 +114,9 @@ Error ShareWalk::visitFolder(const std::string &suffix, int depth)
                          tr("The folders in \"%1\" are too deep.").arg(textPath(source)));
     }
     ZEL_TRY_LET(const Names names, namesIn(pathOf(suffix)));
+    const std::string inside = suffix + '/';
     for (const std::string &name : names)
-        ZEL_TRY(error, visit(suffix + '/' + name, depth));
+        ZEL_TRY(error, visit(inside + name, depth));
     return error;
 }
 

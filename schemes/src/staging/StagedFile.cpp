@@ -12,8 +12,8 @@ namespace zel {
 namespace {
 
 // Short enough that waiting for the disk does not delay a cancel, long enough to cost nothing.
-constexpr qint64 bytesBetweenSyncs = 16 * 1024 * 1024;
-constexpr qint64 readBackBytes = 1024 * 1024;
+constexpr qint64 bytesBetweenSyncs = 16ll * 1024 * 1024;
+constexpr qint64 readBackBytes = 1024ll * 1024;
 
 } // namespace
 
