@@ -24,7 +24,6 @@ cmake_path(APPEND zel_source_from_build "")
 target_compile_options(zel_build_settings INTERFACE
     -Wall -Wextra -Wpedantic -Wnon-virtual-dtor -Wold-style-cast -Wcast-align
     $<$<CXX_COMPILER_ID:GNU>:-fcoroutines -Wshadow=local -Wduplicated-cond -Wlogical-op>
-    $<$<CXX_COMPILER_ID:Clang>:-Wshadow>
     $<$<BOOL:${ZEL_WARNINGS_AS_ERRORS}>:-Werror>
     -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=
     -fmacro-prefix-map=${zel_source_from_build}=)
