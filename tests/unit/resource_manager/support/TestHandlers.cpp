@@ -5,6 +5,7 @@
 #include "support/TestReference.h"
 
 #include <map>
+#include <stdexcept>
 
 namespace zel::test {
 
@@ -23,6 +24,8 @@ std::unique_ptr<Task> makeTask(std::function<Error(Task *)> function, Task::Exec
 std::unique_ptr<Task> makeExistsTask(HandlerScript &script)
 {
     ++script.existsTasks;
+    if (script.existsTaskThrows)
+        throw std::runtime_error("no task today");
     return makeTask(
         [&script](Task *task) {
             ++script.existsRuns;

@@ -14,6 +14,7 @@ struct HandlerScript
 {
     bool exists = true;
     Error existsOutcome;
+    bool existsTaskThrows = false;
     Task::ExecutionMode existsMode = Task::ExecutionMode::Synchronous;
 
     /// Puts the data at the path. Without one, a file with the content "data".

@@ -1,0 +1,151 @@
+#include "ResourceHandlerFactory.h"
+#include "support/ManagerTest.h"
+
+using namespace zel;
+using namespace zel::test;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+class ResourceManagerHandlersTest : public ManagerTest
+{
+protected:
+    using References = ResourceManager::References;
+
+    static int made(const QString &name)
+    {
+        return TestManager::insideOf(ResourceManager::instance())
+                   .handlersByReference.contains(u"test:"_s + name)
+            ? 1
+            : 0;
+    }
+};
+
+} // namespace
+
+TEST_F(ResourceManagerHandlersTest, getHandler_twiceWhileAlive_givesTheSameObject)
+{
+    const auto first = ResourceManager::getHandler(testReference(u"a"_s)).value();
+    const auto second = ResourceManager::getHandler(testReference(u"a"_s)).value();
+    EXPECT_EQ(first, second);
+}
+
+TEST_F(ResourceManagerHandlersTest, getHandler_afterTheLastHolder_givesANewObject)
+{
+    auto first = ResourceManager::getHandler(testReference(u"a"_s)).value();
+    const QWeakPointer<ResourceHandler> old = first;
+    first.reset();
+    EXPECT_TRUE(old.isNull());
+    EXPECT_TRUE(succeeds(ResourceManager::getHandler(testReference(u"a"_s))));
+}
+
+TEST_F(ResourceManagerHandlersTest, getHandler_nullReference_failsWithCode2)
+{
+    EXPECT_TRUE(failsWith(ResourceManager::getHandler(QSharedPointer<ResourceReference>()),
+                          ErrorCode::BadArgument, u"Null reference provided."_s));
+}
+
+TEST_F(ResourceManagerHandlersTest, getHandler_unregisteredScheme_failsAndKeepsTheTable)
+{
+    ResourceHandlerFactory::unregisterResourceHandlerScheme(ResourceReference::Host1);
+    EXPECT_TRUE(failsWith(ResourceManager::getHandler(testReference(u"a"_s)),
+                          ErrorCode::BadArgument,
+                          u"Resource handler with scheme \"Host1\" is not supported."_s));
+    EXPECT_EQ(made(u"a"_s), 0);
+}
+
+TEST_F(ResourceManagerHandlersTest, getHandler_failed_passesAStampedTrail)
+{
+    ResourceHandlerFactory::unregisterResourceHandlerScheme(ResourceReference::Host1);
+    const auto failed = ResourceManager::getHandler(testReference(u"a"_s));
+    ASSERT_FALSE(failed.hasValue());
+    EXPECT_GE(failed.error().trail().size(), 4);
+}
+
+TEST_F(ResourceManagerHandlersTest, getHandler_textInKeyForm_sharesTheHandler)
+{
+    const auto byReference = ResourceManager::getHandler(testReference(u"a"_s)).value();
+    EXPECT_EQ(ResourceManager::getHandler(u"test:a"_s).value(), byReference);
+}
+
+TEST_F(ResourceManagerHandlersTest, getHandler_textInAnotherSpelling_getsAHandlerOfItsOwn)
+{
+    const auto byReference = ResourceManager::getHandler(testReference(u"a"_s)).value();
+    const auto byText = ResourceManager::getHandler(u"TEST:a"_s).value();
+    EXPECT_NE(byText, byReference);
+    EXPECT_EQ(*byText->reference(), *byReference->reference());
+    EXPECT_EQ(ResourceManager::getHandler(u"TEST:a"_s).value(), byText);
+}
+
+TEST_F(ResourceManagerHandlersTest, getHandler_textThatCannotBeParsed_passesTheFailureOn)
+{
+    EXPECT_TRUE(failsWith(ResourceManager::getHandler(u"test:"_s), ErrorCode::BadArgument,
+                          u"A test reference needs a name."_s));
+    EXPECT_TRUE(failsWith(ResourceManager::getHandler(u"nobody's:x"_s), ErrorCode::BadArgument));
+}
+
+TEST_F(ResourceManagerHandlersTest, getHandlers_repeats_keepOrderAndRepeats)
+{
+    const auto handlers = ResourceManager::getHandlers(
+        References { testReference(u"b"_s), testReference(u"a"_s), testReference(u"b"_s) });
+    ASSERT_TRUE(succeeds(handlers));
+    ASSERT_EQ(handlers.value().size(), 3);
+    EXPECT_EQ(handlers.value().at(0), handlers.value().at(2));
+    EXPECT_EQ(handlers.value().at(1)->reference()->referenceText(false), u"test:a"_s);
+}
+
+TEST_F(ResourceManagerHandlersTest, getHandlers_emptyList_isEmpty)
+{
+    EXPECT_TRUE(ResourceManager::getHandlers(References()).value().isEmpty());
+    EXPECT_TRUE(ResourceManager::getHandlers(QList<QString>()).value().isEmpty());
+}
+
+TEST_F(ResourceManagerHandlersTest, getHandlers_nullAnywhere_failsBeforeAnyHandlerIsMade)
+{
+    EXPECT_TRUE(failsWith(ResourceManager::getHandlers(
+                              References { testReference(u"a"_s), nullptr, testReference(u"b"_s) }),
+                          ErrorCode::BadArgument, u"Null reference provided."_s));
+    EXPECT_EQ(made(u"a"_s), 0);
+}
+
+TEST_F(ResourceManagerHandlersTest, getHandlers_texts_firstFailureEndsTheCall)
+{
+    EXPECT_TRUE(failsWith(
+        ResourceManager::getHandlers(QList<QString> { u"test:a"_s, u"test:"_s, u"test:b"_s }),
+        ErrorCode::BadArgument));
+    EXPECT_EQ(made(u"a"_s), 1);
+    EXPECT_EQ(made(u"b"_s), 0);
+    EXPECT_EQ(
+        ResourceManager::getHandlers(QList<QString> { u"test:a"_s, u"test:b"_s }).value().size(),
+        2);
+}
+
+TEST_F(ResourceManagerHandlersTest, getHandlersWithReferences_list_pairsByPosition)
+{
+    const References references { testReference(u"a"_s), testReference(u"b"_s) };
+    const auto pairs = ResourceManager::getHandlersWithReferences(references);
+    ASSERT_TRUE(succeeds(pairs));
+    ASSERT_EQ(pairs.value().size(), 2);
+    for (const auto &reference : references)
+        EXPECT_EQ(*pairs.value().value(reference)->reference(), *reference);
+}
+
+TEST_F(ResourceManagerHandlersTest, getHandlersWithReferences_null_fails)
+{
+    EXPECT_TRUE(
+        failsWith(ResourceManager::getHandlersWithReferences({ nullptr }), ErrorCode::BadArgument));
+}
+
+TEST_F(ResourceManagerHandlersTest, retrieveModeFor_override_winsInBothDirections)
+{
+    auto &inside = TestManager::insideOf(ResourceManager::instance());
+    const auto remote = handler(u"a"_s);
+    EXPECT_EQ(inside.retrieveModeFor(remote.data()), ResourceHandler::NoPrompt);
+    remote->overrideRetrieveMode(ResourceHandler::Prompt);
+    EXPECT_EQ(inside.retrieveModeFor(remote.data()), ResourceHandler::Prompt);
+    ResourceManager::setRetrieveMode(ResourceHandler::Prompt);
+    remote->overrideRetrieveMode(ResourceHandler::NoPrompt);
+    EXPECT_EQ(inside.retrieveModeFor(remote.data()), ResourceHandler::NoPrompt);
+    remote->cleanOverridenRetrieveMode();
+    EXPECT_EQ(inside.retrieveModeFor(remote.data()), ResourceHandler::Prompt);
+}

@@ -1,0 +1,499 @@
+#include "LogCapture.h"
+#include "support/ManagerTest.h"
+
+using namespace zel;
+using namespace zel::test;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+class ResourceManagerRetrievalTest : public ManagerTest
+{
+protected:
+    using References = ResourceManager::References;
+    using Handlers = ResourceManager::Handlers;
+
+    /// Becomes the default interface; lives as long as the manager.
+    static FakePrompting *makeDefaultPrompting()
+    {
+        auto prompting = std::make_unique<FakePrompting>();
+        auto *borrowed = prompting.get();
+        ResourceManager::setDefaultResourcePromptingInterface(std::move(prompting));
+        return borrowed;
+    }
+    QSharedPointer<RemoteTestHandler> prompted(const QString &name) const
+    {
+        const auto remote = handler(name);
+        remote->overrideRetrieveMode(ResourceHandler::Prompt);
+        return remote;
+    }
+    static const auto manual = ResourceHandler::Manual;
+    static const auto queued = ResourceHandler::Queued;
+};
+
+} // namespace
+
+TEST_F(ResourceManagerRetrievalTest, retrieve_missing_fetchesIt)
+{
+    const auto remote = handler(u"a"_s);
+    EXPECT_TRUE(succeeds(ResourceManager::retrieve(remote)));
+    EXPECT_EQ(readFile(pathOf(u"a"_s)), "data");
+    EXPECT_TRUE(remote->isAvailableLocally());
+    EXPECT_EQ(database().status(key(u"a"_s)), u"Ready"_s);
+    EXPECT_EQ(database().count(u"AcquiringTasks"_s), 0);
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieve_fetchOnAWorker_waitsForIt)
+{
+    script(u"a"_s).fetchMode = Task::ExecutionMode::Asynchronous;
+    EXPECT_TRUE(succeeds(ResourceManager::retrieve(handler(u"a"_s))));
+    EXPECT_EQ(readFile(pathOf(u"a"_s)), "data");
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieve_fromAnotherThread_runsOnTheQueuesThread)
+{
+    const auto remote = handler(u"a"_s);
+    QThread *fetchedOn = nullptr;
+    script(u"a"_s).fetch = [&fetchedOn](Task *, const QString &path) {
+        fetchedOn = QThread::currentThread();
+        writeFile(path, "data");
+        return Error();
+    };
+    Error error;
+    std::unique_ptr<QThread> caller(QThread::create([&] {
+        error = ResourceManager::retrieve(Handlers { remote, handler(u"b"_s) });
+        QMetaObject::invokeMethod(qApp, &QCoreApplication::quit);
+    }));
+    caller->start();
+    QCoreApplication::exec();
+    caller->wait();
+    EXPECT_TRUE(succeeds(error));
+    EXPECT_EQ(fetchedOn, QThread::currentThread());
+    EXPECT_TRUE(remote->isAvailableLocally());
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieve_availableLocally_makesNoTaskAndAsksNobody)
+{
+    const auto remote = prompted(u"a"_s);
+    FakePrompting prompting;
+    ASSERT_TRUE(succeeds(ResourceManager::retrieve(remote, &prompting)));
+    ASSERT_EQ(prompting.questions.size(), 1);
+    ASSERT_TRUE(succeeds(ResourceManager::retrieve(remote, &prompting)));
+    EXPECT_EQ(prompting.questions.size(), 1);
+    EXPECT_EQ(script(u"a"_s).fetchTasks, 1);
+    EXPECT_EQ(ResourceManager::retrieveAsync(remote, manual).value(), nullptr);
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieve_nullHandler_failsWithCode2)
+{
+    const QString text = u"Null handler provided."_s;
+    const QSharedPointer<ResourceHandler> null;
+    EXPECT_TRUE(failsWith(ResourceManager::retrieve(null), ErrorCode::BadArgument, text));
+    EXPECT_TRUE(
+        failsWith(ResourceManager::retrieveAsync(null, manual), ErrorCode::BadArgument, text));
+    EXPECT_TRUE(failsWith(ResourceManager::retrieve(Handlers { handler(u"a"_s), null }),
+                          ErrorCode::BadArgument, text));
+    EXPECT_EQ(script(u"a"_s).fetchTasks, 0);
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieve_notFetchable_namesTheResourceForPeople)
+{
+    script(u"a"_s).isFetchable = false;
+    EXPECT_TRUE(failsWith(ResourceManager::retrieve(handler(u"a"_s)), ErrorCode::OperationFailed,
+                          u"Unable to retrieve missing resource: the resource a"_s));
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieve_nothingToDo_succeeds)
+{
+    const auto near = nearHandler(u"a"_s);
+    near->script.localPath = PathImpl<PathType::Unknown>(directory.outside(u"nothing"_s));
+    near->script.nothingToDo = true;
+    EXPECT_TRUE(succeeds(ResourceManager::retrieve(near)));
+    EXPECT_EQ(ResourceManager::retrieveAsync(near, queued).value(), nullptr);
+    EXPECT_EQ(ResourceManager::retrieveAsync(Handlers { near }, queued).value(), nullptr);
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieve_pathCannotBeTold_passesTheFailureOn)
+{
+    EXPECT_TRUE(failsWith(ResourceManager::retrieve(nearHandler(u"pathless"_s)),
+                          ErrorCode::OperationFailed, u"No path."_s));
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieve_fetchFails_givesItsErrorAndTheNextOneTriesAgain)
+{
+    script(u"a"_s).fetch = [](Task *, const QString &path) {
+        writeFile(path, "half");
+        return Error(42, u"The line broke."_s);
+    };
+    const auto remote = handler(u"a"_s);
+    EXPECT_TRUE(failsWith(ResourceManager::retrieve(remote), static_cast<ErrorCode>(42),
+                          u"The line broke."_s));
+    EXPECT_EQ(database().status(key(u"a"_s)), u"Missing"_s);
+
+    script(u"a"_s).fetch = [](Task *, const QString &path) {
+        EXPECT_FALSE(QFileInfo::exists(path)) << "a retrieval starts clean";
+        writeFile(path, "whole");
+        return Error();
+    };
+    EXPECT_TRUE(succeeds(ResourceManager::retrieve(remote)));
+    EXPECT_EQ(readFile(pathOf(u"a"_s)), "whole");
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieve_leftoversInTheCache_areGoneBeforeTheTaskIsMade)
+{
+    writeFile(pathOf(u"a"_s) + u"/old/part"_s, "old");
+    const auto task = ResourceManager::retrieveAsync(handler(u"a"_s), manual);
+    ASSERT_TRUE(succeeds(task));
+    ASSERT_NE(task.value(), nullptr);
+    const QDir folder(QFileInfo(pathOf(u"a"_s)).path());
+    EXPECT_TRUE(folder.isEmpty(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden));
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieve_leftoversOutsideTheCache_areLeftAlone)
+{
+    // There, but not available: the handler says so.
+    struct NeverHere : LocalTestHandler
+    {
+        using LocalTestHandler::LocalTestHandler;
+        bool isAvailableLocally() const override { return false; }
+    };
+    const auto own = QSharedPointer<NeverHere>::create(testReference(u"outside"_s));
+    writeFile(directory.outside(u"kept"_s), "kept");
+    own->script.localPath = PathImpl<PathType::Unknown>(directory.outside(u"kept"_s));
+    own->script.nothingToDo = true;
+    EXPECT_TRUE(succeeds(ResourceManager::retrieve(own)));
+    EXPECT_EQ(readFile(directory.outside(u"kept"_s)), "kept");
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieve_publishedMeanwhile_isANullTaskAndKeepsTheData)
+{
+    // Another process ends its fetch between the look of the handler and the clearing of the way.
+    struct OneLookBehind : RemoteTestHandler
+    {
+        using RemoteTestHandler::RemoteTestHandler;
+        bool isAvailableLocally() const override { return false; }
+    };
+    const auto late
+        = QSharedPointer<OneLookBehind>::create(testReference(u"a"_s), ResourceManager::cache());
+    ASSERT_TRUE(succeeds(ResourceManager::retrieve(handler(u"a"_s))));
+    const auto task = ResourceManager::retrieveAsync(late, manual);
+    ASSERT_TRUE(succeeds(task));
+    EXPECT_EQ(task.value(), nullptr);
+    EXPECT_EQ(readFile(pathOf(u"a"_s)), "data");
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieve_otherProcessFetches_leavesItsFilesAlone)
+{
+    const auto remote = handler(u"a"_s);
+    writeFile(pathOf(u"a"_s), "half of it");
+    ASSERT_TRUE(
+        succeeds(ResourceManager::cache()->saveStatus(key(u"a"_s), ResourceStatus::Acquiring)));
+    EXPECT_TRUE(succeeds(ResourceManager::retrieveAsync(remote, manual)));
+    EXPECT_EQ(readFile(pathOf(u"a"_s)), "half of it");
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieveAsync_manual_isUnstarted)
+{
+    const auto task = ResourceManager::retrieveAsync(handler(u"a"_s), manual);
+    ASSERT_TRUE(succeeds(task));
+    EXPECT_TRUE(task.value()->isIdle());
+    EXPECT_EQ(script(u"a"_s).fetches, 0);
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieveAsync_queued_runs)
+{
+    const auto task = ResourceManager::retrieveAsync(handler(u"a"_s), queued);
+    ASSERT_TRUE(succeeds(task));
+    EXPECT_TRUE(succeeds(task.value()->waitForAllFinished(-1)));
+    EXPECT_EQ(script(u"a"_s).fetches, 1);
+}
+
+TEST_F(ResourceManagerRetrievalTest, prompt_managersMode_asksTheDefaultInterface)
+{
+    ResourceManager::setRetrieveMode(ResourceHandler::Prompt);
+    const FakePrompting *prompting = makeDefaultPrompting();
+    EXPECT_TRUE(succeeds(ResourceManager::retrieve(handler(u"a"_s))));
+    EXPECT_EQ(prompting->questions, QList<QStringList> { { key(u"a"_s) } });
+}
+
+TEST_F(ResourceManagerRetrievalTest, prompt_givenInterface_goesBeforeTheDefault)
+{
+    const FakePrompting *byDefault = makeDefaultPrompting();
+    FakePrompting given;
+    EXPECT_TRUE(succeeds(ResourceManager::retrieve(prompted(u"a"_s), &given)));
+    EXPECT_TRUE(succeeds(ResourceManager::retrieve(Handlers { prompted(u"b"_s) }, &given)));
+    EXPECT_TRUE(byDefault->questions.isEmpty());
+    EXPECT_EQ(given.questions.size(), 2);
+}
+
+TEST_F(ResourceManagerRetrievalTest, prompt_handlersOverride_isAskedUnderAManagerThatDoesNot)
+{
+    FakePrompting prompting;
+    EXPECT_TRUE(succeeds(ResourceManager::retrieve(prompted(u"a"_s), &prompting)));
+    EXPECT_EQ(prompting.questions, QList<QStringList> { { key(u"a"_s) } });
+}
+
+TEST_F(ResourceManagerRetrievalTest, prompt_handlersNoPrompt_isNotAskedUnderAManagerThatDoes)
+{
+    ResourceManager::setRetrieveMode(ResourceHandler::Prompt);
+    const auto remote = handler(u"a"_s);
+    remote->overrideRetrieveMode(ResourceHandler::NoPrompt);
+    FakePrompting prompting;
+    EXPECT_TRUE(succeeds(ResourceManager::retrieve(remote, &prompting)));
+    EXPECT_TRUE(prompting.questions.isEmpty());
+}
+
+TEST_F(ResourceManagerRetrievalTest, prompt_afterCleaningTheOverride_theManagersModeCounts)
+{
+    FakePrompting prompting;
+    const auto remote = prompted(u"a"_s);
+    remote->cleanOverridenRetrieveMode();
+    EXPECT_TRUE(succeeds(ResourceManager::retrieve(remote, &prompting)));
+    EXPECT_TRUE(prompting.questions.isEmpty());
+}
+
+TEST_F(ResourceManagerRetrievalTest, prompt_refusedForOne_isCanceledAndLogged)
+{
+    FakePrompting prompting;
+    prompting.answer = false;
+    const auto remote = prompted(u"a"_s);
+    const LogCapture log;
+    EXPECT_TRUE(failsWith(ResourceManager::retrieve(remote, &prompting), ErrorCode::Canceled,
+                          u"Retrieve of resources has been canceled."_s));
+    EXPECT_TRUE(log.contains(QtDebugMsg, u"Canceled retrieve of QList(\"test:a\")"_s));
+    EXPECT_EQ(script(u"a"_s).fetches, 0);
+    EXPECT_EQ(database().count(u"AcquiringTasks"_s), 0);
+}
+
+TEST_F(ResourceManagerRetrievalTest, prompt_nobodyToAnswer_isRefused)
+{
+    EXPECT_TRUE(failsWith(ResourceManager::retrieve(prompted(u"a"_s)), ErrorCode::Canceled,
+                          u"Retrieve of resources has been canceled."_s));
+    EXPECT_EQ(script(u"a"_s).fetches, 0);
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieveList_several_fetchesAll)
+{
+    EXPECT_TRUE(succeeds(ResourceManager::retrieve(Handlers { handler(u"a"_s), handler(u"b"_s) })));
+    EXPECT_TRUE(handler(u"a"_s)->isAvailableLocally());
+    EXPECT_TRUE(handler(u"b"_s)->isAvailableLocally());
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieveList_rawPointers_fetchesAll)
+{
+    const auto a = handler(u"a"_s);
+    const auto b = handler(u"b"_s);
+    EXPECT_TRUE(succeeds(
+        ResourceManager::retrieve(QList<ResourceHandler *> { a.data(), b.data() }, nullptr)));
+    EXPECT_TRUE(b->isAvailableLocally());
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieveList_empty_isANullGroupAndASuccess)
+{
+    FakePrompting prompting;
+    EXPECT_TRUE(succeeds(ResourceManager::retrieve(Handlers())));
+    const auto group = ResourceManager::retrieveAsync(Handlers(), queued, &prompting);
+    ASSERT_TRUE(succeeds(group));
+    EXPECT_EQ(group.value(), nullptr);
+    EXPECT_TRUE(prompting.questions.isEmpty());
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieveList_handlerTwice_getsOneSubtask)
+{
+    const Handlers handlers { handler(u"a"_s), handler(u"b"_s), handler(u"a"_s) };
+    const auto group = ResourceManager::retrieveAsync(handlers, manual);
+    ASSERT_TRUE(succeeds(group));
+    EXPECT_EQ(group.value()->subtasks().size(), 2);
+    EXPECT_TRUE(group.value()->isIdle());
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieveList_oneIsHere_onlyTheOtherGetsASubtask)
+{
+    ASSERT_TRUE(succeeds(ResourceManager::retrieve(handler(u"a"_s))));
+    const auto group
+        = ResourceManager::retrieveAsync(Handlers { handler(u"a"_s), handler(u"b"_s) }, manual);
+    ASSERT_TRUE(succeeds(group));
+    EXPECT_EQ(group.value()->subtasks().size(), 1);
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieveList_allHere_isANullGroup)
+{
+    const auto remote = handler(u"a"_s);
+    ASSERT_TRUE(succeeds(ResourceManager::retrieve(remote)));
+    EXPECT_EQ(ResourceManager::retrieveAsync(Handlers { remote }, queued).value(), nullptr);
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieveList_probeTask_isThrownAwayUnstarted)
+{
+    const auto group = ResourceManager::retrieveAsync(Handlers { handler(u"a"_s) }, manual);
+    ASSERT_TRUE(succeeds(group));
+    EXPECT_EQ(script(u"a"_s).fetchTasks, 2);
+    EXPECT_EQ(script(u"a"_s).fetches, 0);
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieveList_probeWhileThisProcessFetches_keepsTheTaskRow)
+{
+    bool wasFetchingStill = false;
+    const auto remote = handler(u"a"_s);
+    script(u"a"_s).fetch = [&](Task *, const QString &path) {
+        EXPECT_TRUE(succeeds(ResourceManager::retrieveAsync(Handlers { remote }, manual)));
+        wasFetchingStill = database().count(u"AcquiringTasks"_s) == 1
+            && database().status(key(u"a"_s)) == u"Acquiring"_s;
+        writeFile(path, "data");
+        return Error();
+    };
+    EXPECT_TRUE(succeeds(ResourceManager::retrieve(remote)));
+    EXPECT_TRUE(wasFetchingStill);
+    EXPECT_TRUE(remote->isAvailableLocally());
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieveList_oneCannotBeFetched_startsNothing)
+{
+    script(u"b"_s).isFetchable = false;
+    EXPECT_TRUE(failsWith(ResourceManager::retrieve(Handlers { handler(u"a"_s), handler(u"b"_s) }),
+                          ErrorCode::OperationFailed,
+                          u"Unable to retrieve missing resource: the resource b"_s));
+    EXPECT_EQ(script(u"a"_s).fetches, 0);
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieveList_oneFetchFails_givesTheUnifiedErrorAndKeepsTheRest)
+{
+    script(u"a"_s).fetch = [](Task *, const QString &) {
+        return Error(42, u"broken"_s);
+    };
+    EXPECT_TRUE(failsWith(ResourceManager::retrieve(Handlers { handler(u"a"_s), handler(u"b"_s) }),
+                          static_cast<ErrorCode>(42), u"broken"_s));
+    EXPECT_TRUE(handler(u"b"_s)->isAvailableLocally());
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieveList_noInterface_asksNobodyWhateverTheMode)
+{
+    EXPECT_TRUE(
+        succeeds(ResourceManager::retrieve(Handlers { handler(u"a"_s), prompted(u"b"_s) })));
+    EXPECT_TRUE(handler(u"b"_s)->isAvailableLocally());
+}
+
+TEST_F(ResourceManagerRetrievalTest, promptList_mixedModes_asksForMissingPromptOnesOnly)
+{
+    ASSERT_TRUE(succeeds(ResourceManager::retrieve(handler(u"here"_s))));
+    FakePrompting prompting;
+    const Handlers handlers { prompted(u"a"_s), handler(u"b"_s), prompted(u"here"_s),
+                              prompted(u"c"_s) };
+    EXPECT_TRUE(succeeds(ResourceManager::retrieve(handlers, &prompting)));
+    EXPECT_EQ(prompting.questions, (QList<QStringList> { { key(u"a"_s), key(u"c"_s) } }));
+}
+
+TEST_F(ResourceManagerRetrievalTest, promptList_refused_runsNothingAtAll)
+{
+    FakePrompting prompting;
+    prompting.answer = false;
+    EXPECT_TRUE(failsWith(
+        ResourceManager::retrieve(Handlers { handler(u"a"_s), prompted(u"b"_s) }, &prompting),
+        ErrorCode::Canceled, u"Retrieve of resources has been canceled."_s));
+    EXPECT_EQ(script(u"a"_s).fetches, 0);
+    EXPECT_EQ(script(u"b"_s).fetches, 0);
+}
+
+TEST_F(ResourceManagerRetrievalTest, promptList_partialChoice_dropsTheUnacceptedPromptOnes)
+{
+    FakePrompting prompting;
+    prompting.accepted = { testReference(u"c"_s) };
+    const Handlers handlers { prompted(u"a"_s), handler(u"b"_s), prompted(u"c"_s) };
+    EXPECT_TRUE(succeeds(ResourceManager::retrieve(handlers, &prompting)));
+    EXPECT_FALSE(handlers.at(0)->isAvailableLocally());
+    EXPECT_TRUE(handlers.at(1)->isAvailableLocally());
+    EXPECT_TRUE(handlers.at(2)->isAvailableLocally());
+}
+
+TEST_F(ResourceManagerRetrievalTest, promptList_nothingAccepted_isANullGroup)
+{
+    FakePrompting prompting;
+    prompting.accepted = References();
+    const auto group = ResourceManager::retrieveAsync(
+        Handlers { prompted(u"a"_s), prompted(u"b"_s) }, queued, &prompting);
+    ASSERT_TRUE(succeeds(group));
+    EXPECT_EQ(group.value(), nullptr);
+}
+
+TEST_F(ResourceManagerRetrievalTest, promptList_asManyAcceptedAsMissing_dropsNobodyWhateverTheyAre)
+{
+    FakePrompting prompting;
+    prompting.accepted = { testReference(u"x"_s), testReference(u"y"_s) };
+    const auto group = ResourceManager::retrieveAsync(
+        Handlers { prompted(u"a"_s), prompted(u"b"_s) }, manual, &prompting);
+    ASSERT_TRUE(succeeds(group));
+    EXPECT_EQ(group.value()->subtasks().size(), 2);
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieveReference_withAMode_leavesItOnTheHandler)
+{
+    const FakePrompting *prompting = makeDefaultPrompting();
+    const auto found = ResourceManager::retrieve(testReference(u"a"_s), ResourceHandler::Prompt);
+    ASSERT_TRUE(succeeds(found));
+    EXPECT_EQ(prompting->questions.size(), 1);
+    EXPECT_EQ(found.value()->overridenRetrieveMode(), ResourceHandler::Prompt);
+    EXPECT_TRUE(found.value()->isAvailableLocally());
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieveReference_withoutAMode_leavesTheHandlersAlone)
+{
+    const auto found = ResourceManager::retrieve(testReference(u"a"_s));
+    ASSERT_TRUE(succeeds(found));
+    EXPECT_FALSE(found.value()->overridenRetrieveMode().has_value());
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieveReference_failures_arePassedOn)
+{
+    EXPECT_TRUE(failsWith(ResourceManager::retrieve(QSharedPointer<ResourceReference>()),
+                          ErrorCode::BadArgument, u"Null reference provided."_s));
+    script(u"a"_s).isFetchable = false;
+    EXPECT_TRUE(
+        failsWith(ResourceManager::retrieve(testReference(u"a"_s)), ErrorCode::OperationFailed));
+    EXPECT_TRUE(failsWith(ResourceManager::retrieve(References { testReference(u"a"_s) }),
+                          ErrorCode::OperationFailed));
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieveReferences_several_givesHandlersInOrder)
+{
+    const References references { testReference(u"b"_s), testReference(u"a"_s) };
+    const auto handlers = ResourceManager::retrieve(references, ResourceHandler::NoPrompt);
+    ASSERT_TRUE(succeeds(handlers));
+    ASSERT_EQ(handlers.value().size(), 2);
+    for (qsizetype i = 0; i < 2; ++i) {
+        EXPECT_EQ(*handlers.value().at(i)->reference(), *references.at(i));
+        EXPECT_EQ(handlers.value().at(i)->overridenRetrieveMode(), ResourceHandler::NoPrompt);
+        EXPECT_TRUE(handlers.value().at(i)->isAvailableLocally());
+    }
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieveWithReferences_several_pairsThem)
+{
+    const References references { testReference(u"a"_s), testReference(u"b"_s) };
+    const auto pairs = ResourceManager::retrieveWithReferences(references);
+    ASSERT_TRUE(succeeds(pairs));
+    ASSERT_EQ(pairs.value().size(), 2);
+    EXPECT_EQ(*pairs.value().value(references.at(1))->reference(), *references.at(1));
+    EXPECT_TRUE(pairs.value().value(references.at(0))->isAvailableLocally());
+}
+
+TEST_F(ResourceManagerRetrievalTest, retrieve_moreThanSix_neverMoreAtOnce)
+{
+    std::atomic<int> running = 0;
+    std::atomic<int> most = 0;
+    Handlers handlers;
+    for (int i = 0; i < 12; ++i) {
+        const QString name = u"r%1"_s.arg(i);
+        script(name).fetchMode = Task::ExecutionMode::Asynchronous;
+        script(name).fetch = [&](Task *, const QString &path) {
+            most = std::max<int>(most, ++running);
+            writeFile(path, "data");
+            --running;
+            return Error();
+        };
+        handlers.append(handler(name));
+    }
+    EXPECT_TRUE(succeeds(ResourceManager::retrieve(handlers)));
+    EXPECT_LE(most, 6);
+    EXPECT_EQ(database().value(u"SELECT COUNT(*) FROM CachedResources WHERE status = 'Ready'"_s),
+              QVariant(12));
+}

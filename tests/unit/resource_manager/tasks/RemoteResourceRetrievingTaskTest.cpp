@@ -1,0 +1,289 @@
+#include "tasks/RemoteResourceRetrievingTask.h"
+
+#include "support/CacheTest.h"
+#include "support/TestHandlers.h"
+
+#include <QElapsedTimer>
+#include <QTimer>
+
+using namespace zel;
+using namespace zel::test;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// Lets events be delivered until the condition holds; false if it never does.
+bool waitUntil(const std::function<bool()> &condition)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!condition() && timer.elapsed() < 20000)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    return condition();
+}
+
+class RemoteResourceRetrievingTaskTest : public CacheTest
+{
+protected:
+    struct Retrieval
+    {
+        std::unique_ptr<RemoteResourceRetrievingTask> task;
+        OpenEndedTask *inner; ///< belongs to the task
+    };
+
+    void SetUp() override
+    {
+        openCache();
+        ASSERT_FALSE(cache.add(reference, ResourceCleanupPolicy::OnDemand).hasError());
+    }
+
+    Retrieval retrieval(ResourceCache &client) const
+    {
+        auto inner = std::make_unique<OpenEndedTask>();
+        auto *borrowed = inner.get();
+        auto handle = std::make_unique<ResourceRetrieveHandle>(
+            reference, PathImpl<PathType::Unknown>(path), &client, QVersionNumber(1));
+        return { std::make_unique<RemoteResourceRetrievingTask>(std::move(handle), std::move(inner),
+                                                                u"the resource"_s, nullptr),
+                 borrowed };
+    }
+    void finishWithData(OpenEndedTask *inner) const
+    {
+        writeFile(path, "data");
+        inner->finish(Error());
+    }
+    int taskRows() const { return database().count(u"AcquiringTasks"_s); }
+    QString status() const { return database().status(reference); }
+    QVariant savedProgress() const
+    {
+        return database().value(u"SELECT MAX(progress) FROM AcquiringTasks"_s);
+    }
+
+    const QString reference = u"test:a"_s;
+    const QString path = dataPath(u"test/a/file"_s);
+};
+
+} // namespace
+
+TEST_F(RemoteResourceRetrievingTaskTest, exec_nobodyFetches_fetchesAndRecordsTheOutcome)
+{
+    const auto own = retrieval(cache);
+    own.task->exec();
+    EXPECT_TRUE(own.inner->isRunning());
+    EXPECT_EQ(own.task->progressText(), u"Retrieving the resource"_s);
+    EXPECT_EQ(status(), u"Acquiring"_s);
+    EXPECT_EQ(taskRows(), 1);
+    finishWithData(own.inner);
+    EXPECT_TRUE(own.task->isSuccessful());
+    EXPECT_EQ(status(), u"Ready"_s);
+    EXPECT_EQ(taskRows(), 0);
+}
+
+TEST_F(RemoteResourceRetrievingTaskTest, exec_innerEndsWithin_stillSaysThatItRetrieves)
+{
+    auto inner = std::make_unique<Task>(nullptr);
+    inner->setFunction([this] {
+        writeFile(path, "data");
+        return Error();
+    });
+    RemoteResourceRetrievingTask task(
+        std::make_unique<ResourceRetrieveHandle>(reference, PathImpl<PathType::Unknown>(path),
+                                                 &cache, QVersionNumber(1)),
+        std::move(inner), u"the resource"_s, nullptr);
+    QStringList order;
+    QObject::connect(&task, &BaseTask::progressTextChanged, &task,
+                     [&order](const QString &text) { order.append(text); });
+    QObject::connect(&task, &BaseTask::finished, &task, [&order] { order.append(u"finished"_s); });
+    task.exec();
+    EXPECT_TRUE(task.isSuccessful());
+    // The end comes last: whoever waits for it may destroy the task.
+    EXPECT_EQ(order, (QStringList { u"Retrieving the resource"_s, u"finished"_s }));
+}
+
+TEST_F(RemoteResourceRetrievingTaskTest, exec_readyByThen_neitherFetchesNorWaits)
+{
+    const auto own = retrieval(cache);
+    writeFile(path, "data");
+    ASSERT_FALSE(cache.saveLocalPath(reference, PathImpl<PathType::Unknown>(path), 4).hasError());
+    ASSERT_FALSE(cache.saveStatus(reference, ResourceStatus::Ready).hasError());
+    own.task->exec();
+    EXPECT_TRUE(own.task->isSuccessful());
+    EXPECT_FALSE(own.inner->isRunning());
+    EXPECT_TRUE(own.task->progressText().isEmpty());
+}
+
+TEST_F(RemoteResourceRetrievingTaskTest, exec_twoClients_oneFetchesAndTheOtherWaits)
+{
+    const auto other = otherClient();
+    const auto fetcher = retrieval(cache);
+    const auto watcher = retrieval(*other);
+    fetcher.task->exec();
+    watcher.task->exec();
+    EXPECT_TRUE(watcher.inner->isIdle());
+    EXPECT_EQ(watcher.task->progressText(), u"Waiting for retrieve of the resource"_s);
+    EXPECT_EQ(taskRows(), 2);
+
+    fetcher.inner->setProgress(30, 60);
+    EXPECT_TRUE(waitUntil([&] { return watcher.task->progressValue() == 50; }));
+    EXPECT_EQ(watcher.task->progressMaximum(), 100);
+
+    finishWithData(fetcher.inner);
+    EXPECT_TRUE(waitUntil([&] { return watcher.task->isFinished(); }));
+    EXPECT_TRUE(watcher.task->isSuccessful());
+    EXPECT_TRUE(watcher.inner->isIdle());
+    EXPECT_EQ(taskRows(), 0);
+}
+
+TEST_F(RemoteResourceRetrievingTaskTest, wait_fetcherFails_takesOver)
+{
+    const auto other = otherClient();
+    const auto fetcher = retrieval(cache);
+    const auto watcher = retrieval(*other);
+    fetcher.task->exec();
+    watcher.task->exec();
+    fetcher.inner->setProgress(1, 2);
+    EXPECT_TRUE(waitUntil([&] { return watcher.task->progressValue() == 50; }));
+
+    fetcher.inner->finish(Error(42, u"broken"_s));
+    EXPECT_EQ(fetcher.task->error(), Error(42, u"broken"_s));
+    EXPECT_TRUE(waitUntil([&] { return watcher.inner->isRunning(); }));
+    EXPECT_EQ(watcher.task->progressValue(), 0);
+    EXPECT_EQ(watcher.task->progressText(), u"Retrieving the resource"_s);
+    finishWithData(watcher.inner);
+    EXPECT_TRUE(watcher.task->isSuccessful());
+    EXPECT_EQ(status(), u"Ready"_s);
+}
+
+TEST_F(RemoteResourceRetrievingTaskTest, wait_madeOnAnotherThread_stillLooks)
+{
+    const auto other = otherClient();
+    const auto fetcher = retrieval(cache);
+    Retrieval watcher;
+    std::unique_ptr<QThread> maker(QThread::create([&, target = QThread::currentThread()] {
+        watcher = retrieval(*other);
+        watcher.task->moveToThread(target);
+    }));
+    maker->start();
+    maker->wait();
+    EXPECT_EQ(watcher.inner->thread(), QThread::currentThread());
+    fetcher.task->exec();
+    watcher.task->exec();
+    finishWithData(fetcher.inner);
+    EXPECT_TRUE(waitUntil([&] { return watcher.task->isFinished(); }));
+    EXPECT_TRUE(watcher.task->isSuccessful());
+}
+
+TEST_F(RemoteResourceRetrievingTaskTest, wait_databaseFails_endsWithThatErrorAndStopsLooking)
+{
+    const auto other = otherClient();
+    const auto fetcher = retrieval(cache);
+    const auto watcher = retrieval(*other);
+    fetcher.task->exec();
+    watcher.task->exec();
+    other->close();
+    EXPECT_TRUE(waitUntil([&] { return watcher.task->isFinished(); }));
+    EXPECT_TRUE(watcher.task->error().hasError());
+    watcher.task->onProgressUpdateTimeout();
+    EXPECT_TRUE(watcher.task->findChildren<QTimer *>().isEmpty());
+    fetcher.inner->finish(Error(1));
+}
+
+TEST_F(RemoteResourceRetrievingTaskTest, cancel_fetching_goesThroughTheFetchingTask)
+{
+    const auto own = retrieval(cache);
+    own.task->exec();
+    own.task->cancel();
+    EXPECT_TRUE(own.inner->isCanceled());
+    EXPECT_FALSE(own.task->isFinished());
+    own.inner->finish(ErrorCode::Canceled);
+    EXPECT_EQ(own.task->error().errorCode(), ErrorCode::Canceled);
+    EXPECT_EQ(status(), u"Missing"_s);
+    EXPECT_EQ(taskRows(), 0);
+}
+
+TEST_F(RemoteResourceRetrievingTaskTest, cancel_waiting_endsCanceledAndNeverFetches)
+{
+    const auto other = otherClient();
+    const auto fetcher = retrieval(cache);
+    const auto watcher = retrieval(*other);
+    fetcher.task->exec();
+    watcher.task->exec();
+    watcher.task->cancel();
+    fetcher.inner->finish(Error(42, u"broken"_s));
+    EXPECT_TRUE(waitUntil([&] { return watcher.task->isFinished(); }));
+    EXPECT_EQ(watcher.task->error().errorCode(), ErrorCode::Canceled);
+    EXPECT_TRUE(watcher.inner->isIdle());
+    EXPECT_EQ(status(), u"Missing"_s);
+}
+
+TEST_F(RemoteResourceRetrievingTaskTest, cancel_idle_endsCanceledAndIsNotStartedAnyMore)
+{
+    const auto own = retrieval(cache);
+    own.task->cancel();
+    EXPECT_TRUE(own.task->isFinished());
+    own.task->exec();
+    EXPECT_TRUE(own.inner->isIdle());
+    EXPECT_EQ(status(), u"Missing"_s);
+}
+
+TEST_F(RemoteResourceRetrievingTaskTest, finish_nothingAtThePath_isTheFailureToRecord)
+{
+    const auto own = retrieval(cache);
+    own.task->exec();
+    own.inner->finish(Error());
+    EXPECT_EQ(own.task->error(),
+              Error(1, u"Trying to finalize retrieve for non existing resource"_s));
+    EXPECT_EQ(taskRows(), 0);
+    EXPECT_EQ(status(), u"Missing"_s);
+}
+
+TEST_F(RemoteResourceRetrievingTaskTest, finish_fetchAndRecordFail_givesTheFetchsError)
+{
+    const auto other = otherClient();
+    const auto own = retrieval(*other);
+    own.task->exec();
+    other->close();
+    own.inner->finish(Error(42, u"broken"_s));
+    EXPECT_EQ(own.task->error(), Error(42, u"broken"_s));
+}
+
+TEST_F(RemoteResourceRetrievingTaskTest, exec_databaseFails_endsWithThatError)
+{
+    const auto own = retrieval(cache);
+    cache.close();
+    own.task->exec();
+    EXPECT_TRUE(own.task->isFinished());
+    EXPECT_TRUE(own.task->error().hasError());
+    EXPECT_TRUE(own.inner->isIdle());
+}
+
+TEST_F(RemoteResourceRetrievingTaskTest, progress_ofTheFetch_isForwardedAndSavedInPercent)
+{
+    const auto own = retrieval(cache);
+    QSignalSpy initiated(own.task.get(), &BaseTask::progressInitiated);
+    own.task->exec();
+    Q_EMIT own.inner->progressInitiated(3);
+    EXPECT_EQ(initiated.count(), 1);
+    own.inner->setProgress(2, 3);
+    own.inner->setProgressText(u"two of three"_s);
+    EXPECT_EQ(own.task->progressValue(), 2);
+    EXPECT_EQ(own.task->progressMaximum(), 3);
+    EXPECT_EQ(own.task->progressText(), u"two of three"_s);
+    EXPECT_EQ(savedProgress().toInt(), 66);
+    own.inner->setProgress(1, 0);
+    EXPECT_EQ(savedProgress().toInt(), 0);
+    own.inner->finish(Error(1));
+}
+
+TEST_F(RemoteResourceRetrievingTaskTest, progress_samePercent_isNotSavedAgain)
+{
+    const auto own = retrieval(cache);
+    own.task->exec();
+    own.inner->setProgress(500, 1000);
+    database().run(u"UPDATE AcquiringTasks SET progress = 7"_s);
+    own.inner->setProgress(501, 1000);
+    EXPECT_EQ(savedProgress().toInt(), 7);
+    own.inner->setProgress(510, 1000);
+    EXPECT_EQ(savedProgress().toInt(), 51);
+    own.inner->finish(Error(1));
+}
