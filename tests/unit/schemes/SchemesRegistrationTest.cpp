@@ -11,7 +11,7 @@ namespace {
 
 using Scheme = ResourceReference::Scheme;
 
-const QList<Scheme> schemes { Scheme::File, Scheme::Share, Scheme::Http };
+const QList<Scheme> schemes { Scheme::File, Scheme::Share };
 
 class SchemesRegistrationTest : public ::testing::Test
 {
@@ -31,7 +31,7 @@ protected:
 
 TEST_F(SchemesRegistrationTest, register_makesReferencesHandlersAndMetadata)
 {
-    for (const QString &text : { u"file:/a"_s, u"share:/a"_s, u"http://h/a"_s, u"https://h/a"_s })
+    for (const QString &text : { u"file:/a"_s, u"share:/a"_s })
         EXPECT_TRUE(ResourceReference::fromString(text).hasValue()) << text.toStdString();
     for (const Scheme scheme : schemes) {
         EXPECT_TRUE(ResourceHandlerFactory::s_createFuncs.contains(scheme));
@@ -43,7 +43,6 @@ TEST_F(SchemesRegistrationTest, register_schemesHaveTheirNumbersNamesAndVersions
 {
     EXPECT_EQ(ResourceReference::scheme(u"file:/a"_s).value(), Scheme::File);
     EXPECT_EQ(ResourceReference::scheme(u"share:/a"_s).value(), Scheme::Share);
-    EXPECT_EQ(ResourceReference::scheme(u"https://h/a"_s).value(), Scheme::Http);
     EXPECT_EQ(ResourceReference::schemeFriendlyName(Scheme::File), u"file"_s);
     EXPECT_EQ(ResourceReference::schemeFriendlyName(Scheme::Share), u"share"_s);
     EXPECT_EQ(ResourceReference::schemeFriendlyName(Scheme::Http), u"http"_s);

@@ -80,14 +80,6 @@ TEST_F(ShareResourceHandlerTest, retrieve_wrongChecksum_hasCode6AndStaysMissing)
     EXPECT_EQ(database().status(reference(wrong)->referenceText(false)), u"Missing"_s);
 }
 
-TEST_F(ShareResourceHandlerTest, retrieve_againAfterTheDataWasLost_copiesAnew)
-{
-    writeFile(path(u"run.raw"_s), "content");
-    const QString local = retrieve(text(u"run.raw"_s));
-    ASSERT_TRUE(QFile::remove(local));
-    EXPECT_EQ(readFile(retrieve(text(u"run.raw"_s))), "content");
-}
-
 TEST_F(ShareResourceHandlerTest, twoReferences_neverShareAFolder)
 {
     writeFile(path(u"a/run.raw"_s), "a");
