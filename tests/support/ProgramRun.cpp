@@ -46,7 +46,10 @@ ProgramRun::~ProgramRun()
 
 void ProgramRun::sendSignal(int number) const
 {
-    EXPECT_EQ(::kill(pid_t(process->processId()), number), 0);
+    // Number 0 would mean everybody around this process.
+    const auto processId = pid_t(process->processId());
+    ASSERT_GT(processId, 0) << "has ended already";
+    EXPECT_EQ(::kill(processId, number), 0);
 }
 
 int ProgramRun::exitCode()

@@ -1,0 +1,120 @@
+#include "CommandLine.h"
+#include "Context.h"
+#include "LogOutput.h"
+#include "SignalWatch.h"
+#include "commands/Commands.h"
+#include "errors/Tracer.h"
+
+#include <QCoreApplication>
+#include <QFile>
+
+#include <cerrno>
+#include <cstring>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+ExitCode runCommand(const Context &context)
+{
+    using Command = Options::Command;
+    switch (context.options.command) {
+    case Command::Get:
+        return runGet(context);
+    case Command::Exists:
+        return runExists(context);
+    case Command::Info:
+        return runInfo(context);
+    case Command::Path:
+        return runPath(context);
+    case Command::Add:
+        return runAdd(context);
+    case Command::List:
+        return runList(context);
+    case Command::Status:
+        return runStatus(context);
+    }
+    return ExitCode::BadArgument;
+}
+
+/// The code of an answer that could not be written. Whoever closed the pipe knows it.
+ExitCode codeOfAnswer(Output &output, ExitCode code)
+{
+    const int failure = output.answerFailure();
+    if (failure == 0)
+        return code;
+    if (failure != EPIPE)
+        output.error(u"The answer cannot be written: %1"_s.arg(
+            QString::fromLocal8Bit(std::strerror(failure))));
+    return code == ExitCode::Success ? ExitCode::Failed : code;
+}
+
+Output::Manner mannerOf(const Options &options)
+{
+    Output::Manner manner;
+    manner.quiet = options.quiet;
+    manner.verbosity = options.verbosity;
+    manner.showProgress = !options.noProgress;
+    return manner;
+}
+
+/// With the log in place before Qt has its first word.
+ExitCode run(const Options &options, int argc, char **argv)
+{
+    Output output(mannerOf(options));
+    const LogOutput log(&output, options.verbosity);
+    const QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(u"zelcache"_s);
+    const ExitCode code = runCommand({ options, output });
+    Tracer::shutdown();
+    return codeOfAnswer(output, code);
+}
+
+/// A descriptor that the caller of the program has closed would be given to the next file that is
+/// opened. So it is taken, in a way in which writing to it fails.
+void occupyStandardDescriptors()
+{
+    for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+        if (::fcntl(descriptor, F_GETFD) < 0)
+            static_cast<void>(::open("/dev/null", O_RDONLY));
+    }
+}
+
+/// Help, the version, or a mistake in the usage.
+ExitCode say(const ParseOutcome &outcome)
+{
+    QFile stream;
+    const bool isAnswer = outcome.exitCode == ExitCode::Success;
+    const bool written
+        = stream.open(isAnswer ? stdout : stderr, QIODevice::WriteOnly | QIODevice::Unbuffered)
+        && stream.write(outcome.text.toUtf8()) >= 0;
+    return written || !isAnswer ? outcome.exitCode : ExitCode::Failed;
+}
+
+ExitCode mainWith(int argc, char **argv)
+{
+    occupyStandardDescriptors();
+    QStringList arguments;
+    for (int index = 1; index < argc; ++index)
+        arguments.append(QFile::decodeName(argv[index]));
+    const ParseOutcome parsed = parseCommandLine(arguments);
+    if (!parsed.options)
+        return say(parsed);
+
+    SignalWatch::install();
+    return run(*parsed.options, argc, argv);
+}
+
+} // namespace
+
+} // namespace zel::cli
+
+int main(int argc, char **argv)
+{
+    return int(zel::cli::mainWith(argc, argv));
+}
