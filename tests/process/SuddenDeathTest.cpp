@@ -1,0 +1,85 @@
+#include "CacheDatabase.h"
+#include "CacheProcess.h"
+#include "FetchProcess.h"
+#include "TemporaryCache.h"
+
+using namespace zel::test;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// Kills a process before each single thing that it does to a file, and demands every time that the
+/// next process finds a cache that works. The steps are dealt out to several tests.
+class SuddenDeathTest : public testing::TestWithParam<int>
+{
+protected:
+    static constexpr int hands = 4;
+    static constexpr int sourceSize = 10'000;
+    static constexpr int killed = -1;
+
+    /// Runs the attempt with step after step until one attempt survives.
+    template<typename Attempt>
+    void forEachStep(const Attempt &attempt)
+    {
+        int step = GetParam();
+        while (!HasFailure() && attempt(step))
+            step += hands;
+        EXPECT_GE(step, 2 * hands) << "hardly anything was killed";
+        if (HasFailure())
+            std::cerr << "at step " << step << '\n';
+    }
+
+    static void letTimePass(const QString &databasePath)
+    {
+        CacheDatabase database(databasePath);
+        const bool hasClients
+            = database.value(u"SELECT COUNT(*) FROM sqlite_master WHERE name = 'Clients'"_s).toInt()
+            > 0;
+        if (hasClients)
+            database.run(u"UPDATE Clients SET lastPingTime = lastPingTime - 31000"_s);
+    }
+};
+
+} // namespace
+
+TEST_P(SuddenDeathTest, open_killedAtEachStep_nextOpens)
+{
+    forEachStep([](int step) {
+        const TemporaryCache cache;
+        CacheProcess victim(cache.baseDir(), CacheProcess::Start::Closed);
+        EXPECT_EQ(victim.ask(u"dieAtFileStep %1"_s.arg(step)), u"ok"_s);
+        victim.send(u"open"_s);
+        victim.send(u"exit"_s);
+        const bool wasKilled = victim.end() == killed;
+
+        CacheProcess next(cache.baseDir());
+        EXPECT_EQ(next.ask(u"useResource test:a"_s), u"ok"_s);
+        EXPECT_EQ(next.ask(u"readStatus test:a"_s), u"Missing"_s);
+        return wasKilled;
+    });
+}
+
+TEST_P(SuddenDeathTest, retrieve_killedAtEachStep_nextHasWholeData)
+{
+    forEachStep([](int step) {
+        const TemporaryCache cache;
+        const FetchSource source(cache.outside(u"source"_s), sourceSize);
+        const QString path = cache.dataDir() + u"/test/a/data"_s;
+        FetchProcess victim(cache.baseDir(), source, { u"test:a"_s }, { .dieAtFileStep = step });
+        const bool wasKilled = victim.end() == killed;
+        if (QFile::exists(cache.databasePath()))
+            letTimePass(cache.databasePath());
+
+        FetchProcess next(cache.baseDir(), source, { u"test:a"_s });
+        EXPECT_EQ(next.answer(), path);
+        EXPECT_EQ(next.end(), 0);
+        EXPECT_EQ(readFile(path), source.content());
+        CacheDatabase database(cache.databasePath());
+        EXPECT_EQ(database.status(u"test:a"_s), u"Ready"_s);
+        EXPECT_EQ(database.count(u"AcquiringTasks"_s), 0);
+        EXPECT_EQ(database.value(u"SELECT currentSize FROM CacheMetadata"_s), sourceSize);
+        return wasKilled;
+    });
+}
+
+INSTANTIATE_TEST_SUITE_P(Hands, SuddenDeathTest, testing::Range(0, 4));
