@@ -5,6 +5,7 @@
 #include "SchemeMetadata.h"
 #include "errors/Propagate.h"
 #include "file/FileResourceHandler.h"
+#include "http/HttpScheme.h"
 #include "references/PathReference.h"
 #include "share/ShareResourceHandler.h"
 
@@ -59,6 +60,7 @@ void registerResourceSchemes()
         }));
     for (const Scheme scheme : { Scheme::File, Scheme::Share })
         ResourceMetadataFactory::registerMetadataScheme(scheme, &SchemeMetadata::fromJson);
+    ZEL_DROP(registerHttpScheme()); // another one has a prefix
 }
 
 } // namespace zel

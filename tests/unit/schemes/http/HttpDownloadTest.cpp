@@ -346,6 +346,9 @@ TEST(HttpTls, download_certificateOfAnotherName_isRefused)
 
 TEST(HttpDownload, download_largeFile_needsLittleMemory)
 {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "What is freed is not given back here.";
+#endif
     NginxServer server;
     server.addSparseFile(u"big"_s, 256LL << 20);
     NullSink sink;

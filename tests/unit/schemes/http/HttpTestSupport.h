@@ -45,6 +45,13 @@ public:
     std::shared_ptr<std::vector<std::chrono::milliseconds>> waits;
 };
 
+/// Within which a cancellation must be seen; instrumented programs are slower.
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+constexpr std::chrono::milliseconds cancelLimit { 2000 };
+#else
+constexpr std::chrono::milliseconds cancelLimit { 200 };
+#endif
+
 HttpTarget targetOf(const QString &url);
 HttpTarget targetWithSha256(const QString &url, const QByteArray &content);
 
