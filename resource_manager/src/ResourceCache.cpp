@@ -319,8 +319,8 @@ Result<std::unique_ptr<ResourceCache::InUseHandle>> ResourceCache::useResource(
     return ZEL_PASS(d->useResource(reference));
 }
 
-Result<ResourceCache::Leftovers>
-ResourceCache::moveLeftoversAside(const QString &reference, const PathImpl<PathType::Unknown> &path)
+Result<ResourceCache::Leftovers> ResourceCache::moveLeftoversAside(
+    const QString &reference, const PathImpl<PathType::Unknown> &path)
 {
     const SemaphoreLocker lock(&d->semaphore, 1);
     return ZEL_PASS(d->moveLeftoversAside(reference, path));

@@ -1,4 +1,3 @@
-#include "LogCapture.h"
 #include "support/ManagerTest.h"
 
 using namespace zel;
@@ -13,20 +12,6 @@ protected:
     using References = ResourceManager::References;
     using Handlers = ResourceManager::Handlers;
 
-    /// Becomes the default interface; lives as long as the manager.
-    static FakePrompting *makeDefaultPrompting()
-    {
-        auto prompting = std::make_unique<FakePrompting>();
-        auto *borrowed = prompting.get();
-        ResourceManager::setDefaultResourcePromptingInterface(std::move(prompting));
-        return borrowed;
-    }
-    QSharedPointer<RemoteTestHandler> prompted(const QString &name) const
-    {
-        const auto remote = handler(name);
-        remote->overrideRetrieveMode(ResourceHandler::Prompt);
-        return remote;
-    }
     static const auto manual = ResourceHandler::Manual;
     static const auto queued = ResourceHandler::Queued;
 };
@@ -208,70 +193,6 @@ TEST_F(ResourceManagerRetrievalTest, retrieveAsync_queued_runs)
     EXPECT_EQ(script(u"a"_s).fetches, 1);
 }
 
-TEST_F(ResourceManagerRetrievalTest, prompt_managersMode_asksTheDefaultInterface)
-{
-    ResourceManager::setRetrieveMode(ResourceHandler::Prompt);
-    const FakePrompting *prompting = makeDefaultPrompting();
-    EXPECT_TRUE(succeeds(ResourceManager::retrieve(handler(u"a"_s))));
-    EXPECT_EQ(prompting->questions, QList<QStringList> { { key(u"a"_s) } });
-}
-
-TEST_F(ResourceManagerRetrievalTest, prompt_givenInterface_goesBeforeTheDefault)
-{
-    const FakePrompting *byDefault = makeDefaultPrompting();
-    FakePrompting given;
-    EXPECT_TRUE(succeeds(ResourceManager::retrieve(prompted(u"a"_s), &given)));
-    EXPECT_TRUE(succeeds(ResourceManager::retrieve(Handlers { prompted(u"b"_s) }, &given)));
-    EXPECT_TRUE(byDefault->questions.isEmpty());
-    EXPECT_EQ(given.questions.size(), 2);
-}
-
-TEST_F(ResourceManagerRetrievalTest, prompt_handlersOverride_isAskedUnderAManagerThatDoesNot)
-{
-    FakePrompting prompting;
-    EXPECT_TRUE(succeeds(ResourceManager::retrieve(prompted(u"a"_s), &prompting)));
-    EXPECT_EQ(prompting.questions, QList<QStringList> { { key(u"a"_s) } });
-}
-
-TEST_F(ResourceManagerRetrievalTest, prompt_handlersNoPrompt_isNotAskedUnderAManagerThatDoes)
-{
-    ResourceManager::setRetrieveMode(ResourceHandler::Prompt);
-    const auto remote = handler(u"a"_s);
-    remote->overrideRetrieveMode(ResourceHandler::NoPrompt);
-    FakePrompting prompting;
-    EXPECT_TRUE(succeeds(ResourceManager::retrieve(remote, &prompting)));
-    EXPECT_TRUE(prompting.questions.isEmpty());
-}
-
-TEST_F(ResourceManagerRetrievalTest, prompt_afterCleaningTheOverride_theManagersModeCounts)
-{
-    FakePrompting prompting;
-    const auto remote = prompted(u"a"_s);
-    remote->cleanOverridenRetrieveMode();
-    EXPECT_TRUE(succeeds(ResourceManager::retrieve(remote, &prompting)));
-    EXPECT_TRUE(prompting.questions.isEmpty());
-}
-
-TEST_F(ResourceManagerRetrievalTest, prompt_refusedForOne_isCanceledAndLogged)
-{
-    FakePrompting prompting;
-    prompting.answer = false;
-    const auto remote = prompted(u"a"_s);
-    const LogCapture log;
-    EXPECT_TRUE(failsWith(ResourceManager::retrieve(remote, &prompting), ErrorCode::Canceled,
-                          u"Retrieve of resources has been canceled."_s));
-    EXPECT_TRUE(log.contains(QtDebugMsg, u"Canceled retrieve of QList(\"test:a\")"_s));
-    EXPECT_EQ(script(u"a"_s).fetches, 0);
-    EXPECT_EQ(database().count(u"AcquiringTasks"_s), 0);
-}
-
-TEST_F(ResourceManagerRetrievalTest, prompt_nobodyToAnswer_isRefused)
-{
-    EXPECT_TRUE(failsWith(ResourceManager::retrieve(prompted(u"a"_s)), ErrorCode::Canceled,
-                          u"Retrieve of resources has been canceled."_s));
-    EXPECT_EQ(script(u"a"_s).fetches, 0);
-}
-
 TEST_F(ResourceManagerRetrievalTest, retrieveList_several_fetchesAll)
 {
     EXPECT_TRUE(succeeds(ResourceManager::retrieve(Handlers { handler(u"a"_s), handler(u"b"_s) })));
@@ -373,58 +294,6 @@ TEST_F(ResourceManagerRetrievalTest, retrieveList_noInterface_asksNobodyWhatever
     EXPECT_TRUE(handler(u"b"_s)->isAvailableLocally());
 }
 
-TEST_F(ResourceManagerRetrievalTest, promptList_mixedModes_asksForMissingPromptOnesOnly)
-{
-    ASSERT_TRUE(succeeds(ResourceManager::retrieve(handler(u"here"_s))));
-    FakePrompting prompting;
-    const Handlers handlers { prompted(u"a"_s), handler(u"b"_s), prompted(u"here"_s),
-                              prompted(u"c"_s) };
-    EXPECT_TRUE(succeeds(ResourceManager::retrieve(handlers, &prompting)));
-    EXPECT_EQ(prompting.questions, (QList<QStringList> { { key(u"a"_s), key(u"c"_s) } }));
-}
-
-TEST_F(ResourceManagerRetrievalTest, promptList_refused_runsNothingAtAll)
-{
-    FakePrompting prompting;
-    prompting.answer = false;
-    EXPECT_TRUE(failsWith(
-        ResourceManager::retrieve(Handlers { handler(u"a"_s), prompted(u"b"_s) }, &prompting),
-        ErrorCode::Canceled, u"Retrieve of resources has been canceled."_s));
-    EXPECT_EQ(script(u"a"_s).fetches, 0);
-    EXPECT_EQ(script(u"b"_s).fetches, 0);
-}
-
-TEST_F(ResourceManagerRetrievalTest, promptList_partialChoice_dropsTheUnacceptedPromptOnes)
-{
-    FakePrompting prompting;
-    prompting.accepted = { testReference(u"c"_s) };
-    const Handlers handlers { prompted(u"a"_s), handler(u"b"_s), prompted(u"c"_s) };
-    EXPECT_TRUE(succeeds(ResourceManager::retrieve(handlers, &prompting)));
-    EXPECT_FALSE(handlers.at(0)->isAvailableLocally());
-    EXPECT_TRUE(handlers.at(1)->isAvailableLocally());
-    EXPECT_TRUE(handlers.at(2)->isAvailableLocally());
-}
-
-TEST_F(ResourceManagerRetrievalTest, promptList_nothingAccepted_isANullGroup)
-{
-    FakePrompting prompting;
-    prompting.accepted = References();
-    const auto group = ResourceManager::retrieveAsync(
-        Handlers { prompted(u"a"_s), prompted(u"b"_s) }, queued, &prompting);
-    ASSERT_TRUE(succeeds(group));
-    EXPECT_EQ(group.value(), nullptr);
-}
-
-TEST_F(ResourceManagerRetrievalTest, promptList_asManyAcceptedAsMissing_dropsNobodyWhateverTheyAre)
-{
-    FakePrompting prompting;
-    prompting.accepted = { testReference(u"x"_s), testReference(u"y"_s) };
-    const auto group = ResourceManager::retrieveAsync(
-        Handlers { prompted(u"a"_s), prompted(u"b"_s) }, manual, &prompting);
-    ASSERT_TRUE(succeeds(group));
-    EXPECT_EQ(group.value()->subtasks().size(), 2);
-}
-
 TEST_F(ResourceManagerRetrievalTest, retrieveReference_withAMode_leavesItOnTheHandler)
 {
     const FakePrompting *prompting = makeDefaultPrompting();
@@ -496,4 +365,24 @@ TEST_F(ResourceManagerRetrievalTest, retrieve_moreThanSix_neverMoreAtOnce)
     EXPECT_LE(most, 6);
     EXPECT_EQ(database().value(u"SELECT COUNT(*) FROM CachedResources WHERE status = 'Ready'"_s),
               QVariant(12));
+}
+
+TEST_F(ResourceManagerRetrievalTest,
+       retrieve_againAndAgainFromAnotherThread_touchesNoTaskBehindItsEnd)
+{
+    // The waiting thread destroys the task the moment it is woken, while the queue's thread is
+    // still on its way out of it.
+    QList<QSharedPointer<RemoteTestHandler>> remotes;
+    for (int i = 0; i < 60; ++i)
+        remotes.append(handler(u"r%1"_s.arg(i)));
+    int retrieved = 0;
+    std::unique_ptr<QThread> caller(QThread::create([&] {
+        for (const auto &remote : remotes)
+            retrieved += ResourceManager::retrieve(remote).hasError() ? 0 : 1;
+        QMetaObject::invokeMethod(qApp, &QCoreApplication::quit);
+    }));
+    caller->start();
+    QCoreApplication::exec();
+    caller->wait();
+    EXPECT_EQ(retrieved, remotes.size());
 }

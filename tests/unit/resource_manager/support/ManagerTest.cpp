@@ -66,6 +66,21 @@ QSharedPointer<RemoteTestHandler> ManagerTest::handler(const QString &name) cons
     return found.hasValue() ? found.value().staticCast<RemoteTestHandler>() : nullptr;
 }
 
+QSharedPointer<RemoteTestHandler> ManagerTest::prompted(const QString &name) const
+{
+    const auto remote = handler(name);
+    remote->overrideRetrieveMode(ResourceHandler::Prompt);
+    return remote;
+}
+
+FakePrompting *ManagerTest::makeDefaultPrompting()
+{
+    auto prompting = std::make_unique<FakePrompting>();
+    auto *borrowed = prompting.get();
+    ResourceManager::setDefaultResourcePromptingInterface(std::move(prompting));
+    return borrowed;
+}
+
 QSharedPointer<LocalTestHandler> ManagerTest::nearHandler(const QString &name) const
 {
     const auto found = ResourceManager::getHandler(testReference(name, u"near"_s));

@@ -77,6 +77,10 @@ protected:
     static QString key(const QString &name) { return QStringLiteral("test:") + name; }
     static HandlerScript &script(const QString &name) { return scriptOf(key(name)); }
     QSharedPointer<RemoteTestHandler> handler(const QString &name) const;
+    /// The same, in a mode of its own: it is asked about.
+    QSharedPointer<RemoteTestHandler> prompted(const QString &name) const;
+    /// Becomes the default interface; lives as long as the manager.
+    static FakePrompting *makeDefaultPrompting();
     QSharedPointer<LocalTestHandler> nearHandler(const QString &name) const;
     /// Where the data of "test:<name>" is to lie.
     QString pathOf(const QString &name) const;
