@@ -228,11 +228,8 @@ Error BaseTask::waitForAllFinished(int msecs)
     const Error outcome = state->wait(deadline);
     if (!state->isDone())
         return outcome;
-    for (const std::shared_ptr<TaskState> &part : state->parts()) {
-        const Error partOutcome = part->wait(deadline);
-        if (!part->isDone())
-            return partOutcome;
-    }
+    Error error;
+    ZEL_TRY(error, state->waitForParts(deadline));
     return outcome;
 }
 

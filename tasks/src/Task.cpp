@@ -147,6 +147,7 @@ void Task::run()
 void Task::runOnWorker()
 {
     d->worker = std::thread([this] {
+        makeEventDispatcher();
         const TaskExecution execution(taskState());
         finish(waitForCoroutine(co_doExec()));
     });

@@ -2,6 +2,9 @@
 
 #include "TaskState_p.h"
 
+#include <QCoreApplication>
+#include <QEventLoop>
+
 namespace zel {
 
 namespace {
@@ -9,6 +12,12 @@ namespace {
 thread_local TaskExecution *innermost = nullptr;
 
 } // namespace
+
+void makeEventDispatcher()
+{
+    if (QCoreApplication::instance())
+        const QEventLoop maker;
+}
 
 TaskExecution::TaskExecution(std::shared_ptr<TaskState> taskState)
     : state(std::move(taskState))

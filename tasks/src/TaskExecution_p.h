@@ -6,6 +6,10 @@ namespace zel {
 
 class TaskState;
 
+/// Lets timers of tasks start on this thread: one that Qt has not started has no event dispatcher
+/// before its first event loop. Without effect if there is no QCoreApplication.
+void makeEventDispatcher();
+
 /// Says, while it lives, whose work runs on this thread. They nest: the event loop of a wait inside
 /// one task may run another.
 class TaskExecution

@@ -153,6 +153,18 @@ Error TaskState::wait(QDeadlineTimer deadline)
     return outcome();
 }
 
+Error TaskState::waitForParts(QDeadlineTimer deadline)
+{
+    for (const std::shared_ptr<TaskState> &part : parts()) {
+        const Error partOutcome = part->wait(deadline);
+        if (!part->isDone())
+            return partOutcome;
+        Error error;
+        ZEL_TRY(error, part->waitForParts(deadline));
+    }
+    return Error();
+}
+
 quint64 TaskState::addWaiter(std::function<void()> wake)
 {
     const QMutexLocker lock(&mutex);

@@ -52,6 +52,8 @@ public:
     bool isDone() const;
     Error outcome() const;
     Error wait(QDeadlineTimer deadline);
+    /// Waits for the subtasks of a group, those of its groups too; a failure is one of the waiting.
+    Error waitForParts(QDeadlineTimer deadline);
     /// `wake` runs under the mutex and so may only post. 0 if there is nothing to wait for.
     quint64 addWaiter(std::function<void()> wake);
     void removeWaiter(quint64 id);

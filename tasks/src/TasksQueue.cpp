@@ -1,12 +1,10 @@
 #include "TasksQueue.h"
 
 #include "Task.h"
+#include "TaskExecution_p.h"
 #include "TaskState_p.h"
 #include "TasksQueue_p.h"
 #include "errors/Logging.h"
-
-#include <QCoreApplication>
-#include <QEventLoop>
 
 #include <algorithm>
 
@@ -16,11 +14,7 @@ TasksQueue::TasksQueue(QObject *parent)
     : QObject(parent)
     , state(std::make_shared<TasksQueueState>(this))
 {
-    // A thread that Qt has not started has no event dispatcher before its first event loop, and
-    // without one no timer of a task would start.
-    if (QCoreApplication::instance()) {
-        const QEventLoop dispatcherMaker;
-    }
+    makeEventDispatcher();
 }
 
 TasksQueue::~TasksQueue()
