@@ -1,0 +1,657 @@
+#include "GroupTask.h"
+#include "Task.h"
+#include "TaskTestSupport.h"
+
+#include <QPointer>
+
+using namespace zel;
+using namespace zel::test;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// A new subtask of the group; it ends when the test says so.
+BaseTask *appendedTo(GroupTask &group)
+{
+    auto *subtask = new BaseTask;
+    group.append(subtask);
+    return subtask;
+}
+
+/// A group of subtasks that have ended with these results, ended itself.
+std::unique_ptr<GroupTask> groupWithResults(const QVariantList &results)
+{
+    auto group = std::make_unique<GroupTask>();
+    QList<BaseTask *> subtasks;
+    for (const QVariant &result : results) {
+        subtasks.append(appendedTo(*group));
+        subtasks.last()->setVariantResult(result);
+    }
+    for (BaseTask *subtask : std::as_const(subtasks))
+        subtask->finish(Error());
+    EXPECT_TRUE(group->isFinished());
+    return group;
+}
+
+Result<bool> allOf(const GroupTask &group)
+{
+    return group.accumulateResults<bool>(std::logical_and<bool>(), true);
+}
+
+/// Judges its subtasks by a rule of its own.
+class StrictGroup : public GroupTask
+{
+public:
+    Error unifiedError() const override { return Error(ErrorCode::BadData, u"strict"_s); }
+};
+
+} // namespace
+
+TEST(GroupTaskTest, getSubtasksMode_numbersAreAgreed)
+{
+    EXPECT_EQ(int(GroupTask::Recursive), 1);
+    EXPECT_EQ(int(GroupTask::UnfinishedOnly), 2);
+}
+
+TEST(GroupTaskTest, append_idleSubtask_groupStaysIdle)
+{
+    GroupTask group;
+    appendedTo(group);
+    deliverEvents();
+    EXPECT_TRUE(group.isIdle());
+}
+
+TEST(GroupTaskTest, append_runningSubtask_startsTheGroup)
+{
+    GroupTask group;
+    auto *subtask = new BaseTask;
+    subtask->setRunning();
+    group.append(subtask);
+    EXPECT_TRUE(group.isRunning());
+}
+
+TEST(GroupTaskTest, append_nullAndASecondTime_areIgnored)
+{
+    GroupTask group;
+    group.append(nullptr);
+    BaseTask *subtask = appendedTo(group);
+    group.append(subtask);
+    EXPECT_EQ(group.subtasks(), QList<BaseTask *>({ subtask }));
+    subtask->finish(Error());
+    EXPECT_TRUE(group.isFinished());
+    EXPECT_EQ(group.progressMaximum(), 1);
+}
+
+TEST(GroupTaskTest, append_sameThread_makesTheGroupItsParent)
+{
+    GroupTask group;
+    EXPECT_EQ(appendedTo(group)->parent(), &group);
+}
+
+TEST(GroupTaskTest, append_subtaskOfAnotherThread_isOwnedWithoutBeingAChild)
+{
+    LoopThread other;
+    auto *subtask = new BaseTask;
+    subtask->moveToThread(other.get());
+    const QPointer<BaseTask> guard = subtask;
+    {
+        GroupTask group;
+        group.append(subtask);
+        EXPECT_EQ(subtask->parent(), nullptr);
+        EXPECT_EQ(group.subtasks(), QList<BaseTask *>({ subtask }));
+    }
+    EXPECT_TRUE(guard.isNull());
+}
+
+TEST(GroupTaskTest, append_subtaskUnparentedAndMoved_stillCounts)
+{
+    LoopThread other;
+    GroupTask group;
+    BaseTask *subtask = appendedTo(group);
+    subtask->setParent(nullptr);
+    subtask->moveToThread(other.get());
+    EXPECT_EQ(group.subtasks(), QList<BaseTask *>({ subtask }));
+    other.call([subtask] {
+        subtask->finish(Error(ErrorCode::BadData, u"broken"_s));
+        return true;
+    });
+    EXPECT_EQ(group.waitForAllFinished(-1).errorMessage(), u"broken"_s);
+}
+
+TEST(GroupTaskTest, append_allFinishedBefore_endIsPosted)
+{
+    GroupTask group;
+    for (int i = 0; i < 3; ++i) {
+        auto *subtask = new BaseTask;
+        subtask->finish(Error());
+        group.append(subtask);
+        EXPECT_FALSE(group.isFinished());
+    }
+    const QSignalSpy finished(&group, &BaseTask::finished);
+    EXPECT_TRUE(eventually([&group] { return group.isFinished(); }));
+    deliverEvents();
+    EXPECT_EQ(finished.count(), 1);
+}
+
+TEST(GroupTaskTest, append_unfinishedBehindAFinishedOne_takesThePostedEndBack)
+{
+    GroupTask group;
+    auto *before = new BaseTask;
+    before->finish(Error());
+    group.append(before);
+    BaseTask *subtask = appendedTo(group);
+    deliverEvents();
+    EXPECT_FALSE(group.isFinished());
+    subtask->finish(Error());
+    EXPECT_TRUE(group.isFinished());
+}
+
+TEST(GroupTaskTest, append_toAFinishedGroup_doesNotEndItAgain)
+{
+    GroupTask group;
+    group.finish(Error());
+    const QSignalSpy finished(&group, &BaseTask::finished);
+    appendedTo(group)->finish(Error());
+    deliverEvents();
+    EXPECT_EQ(finished.count(), 0);
+}
+
+TEST(GroupTaskTest, filling_subtasksEndMeanwhile_groupEndsAfterIt)
+{
+    GroupTask group;
+    {
+        const GroupTask::Filling filling(&group);
+        appendedTo(group)->finish(Error());
+        appendedTo(group)->finish(Error());
+        deliverEvents();
+        EXPECT_FALSE(group.isFinished());
+    }
+    EXPECT_FALSE(group.isFinished());
+    EXPECT_TRUE(eventually([&group] { return group.isFinished(); }));
+}
+
+TEST(GroupTaskTest, filling_groupDestroyedMeanwhile_isSurvived)
+{
+    auto group = std::make_unique<GroupTask>();
+    const GroupTask::Filling filling(group.get());
+    group.reset();
+}
+
+TEST(GroupTaskTest, end_firstSubtaskStarts_groupStartsOnce)
+{
+    GroupTask group;
+    BaseTask *first = appendedTo(group);
+    BaseTask *second = appendedTo(group);
+    const QSignalSpy started(&group, &BaseTask::started);
+    second->setRunning();
+    EXPECT_TRUE(group.isRunning());
+    first->setRunning();
+    EXPECT_EQ(started.count(), 1);
+}
+
+TEST(GroupTaskTest, end_comesWithTheLastSubtask)
+{
+    GroupTask group;
+    const QList<BaseTask *> subtasks { appendedTo(group), appendedTo(group), appendedTo(group) };
+    const QSignalSpy finished(&group, &BaseTask::finished);
+    subtasks[2]->finish(Error());
+    subtasks[0]->finish(Error());
+    deliverEvents();
+    EXPECT_FALSE(group.isFinished());
+    subtasks[1]->finish(Error());
+    EXPECT_TRUE(group.isSuccessful());
+    EXPECT_EQ(finished.count(), 1);
+}
+
+TEST(GroupTaskTest, end_emptyGroup_comesOnlyByFinish)
+{
+    GroupTask group;
+    group.setRunning();
+    deliverEvents();
+    EXPECT_EQ(group.waitForAllFinished(0).errorCode(), ErrorCode::OperationFailed);
+    EXPECT_FALSE(group.isFinished());
+    group.finish(Error());
+    EXPECT_TRUE(group.isSuccessful());
+}
+
+TEST(GroupTaskTest, end_subtasksOnWorkers_comesOnce)
+{
+    GroupTask group;
+    for (int i = 0; i < 40; ++i) {
+        auto *subtask = new Task;
+        subtask->setExecutionMode(Task::ExecutionMode::Asynchronous);
+        group.append(subtask);
+    }
+    std::atomic<int> ends = 0;
+    QObject::connect(
+        &group, &BaseTask::finished, &group, [&ends] { ++ends; }, Qt::DirectConnection);
+    const QList<Task *> leaves = group.executableSubtasks(true);
+    for (Task *leaf : leaves)
+        leaf->exec();
+    EXPECT_FALSE(group.waitForAllFinished(-1).hasError());
+    EXPECT_EQ(ends, 1);
+    for (Task *leaf : leaves)
+        EXPECT_TRUE(leaf->isSuccessful());
+}
+
+TEST(GroupTaskTest, end_groupDestroyedInASlotOfIt_isSurvived)
+{
+    auto *group = new GroupTask;
+    BaseTask *subtask = appendedTo(*group);
+    QObject context;
+    QObject::connect(group, &BaseTask::finished, &context, [group] { delete group; });
+    subtask->finish(Error());
+}
+
+TEST(GroupTaskTest, end_groupDestroyedInASlotOfItsProgress_isSurvived)
+{
+    auto *group = new GroupTask;
+    BaseTask *subtask = appendedTo(*group);
+    QObject context;
+    QObject::connect(group, &BaseTask::progress, &context, [group] { delete group; });
+    subtask->finish(Error());
+}
+
+TEST(GroupTaskTest, progress_countsTheSubtasksThatHaveEnded)
+{
+    GroupTask group;
+    BaseTask *first = appendedTo(group);
+    BaseTask *second = appendedTo(group);
+    const QSignalSpy progress(&group, &BaseTask::progress);
+    first->finish(Error());
+    second->finish(Error(ErrorCode::BadData));
+    EXPECT_EQ(progress, (QList<QList<QVariant>> { { 1, 2 }, { 2, 2 } }));
+}
+
+TEST(GroupTaskTest, outcome_noFailure_isASuccess)
+{
+    GroupTask group;
+    appendedTo(group)->finish(Error());
+    EXPECT_FALSE(group.unifiedError().hasError());
+    EXPECT_FALSE(group.error().hasError());
+}
+
+TEST(GroupTaskTest, outcome_failuresAgree_keepsTheirCode)
+{
+    GroupTask group;
+    BaseTask *first = appendedTo(group);
+    BaseTask *second = appendedTo(group);
+    BaseTask *third = appendedTo(group);
+    first->finish(Error(ErrorCode::BadData, u"b"_s));
+    second->finish(Error());
+    third->finish(Error(ErrorCode::BadData, u"a"_s));
+    EXPECT_TRUE(group.error().equals(Error(ErrorCode::BadData, u"a\nb"_s)));
+}
+
+TEST(GroupTaskTest, outcome_failuresDiffer_isCode1)
+{
+    GroupTask group;
+    BaseTask *first = appendedTo(group);
+    BaseTask *second = appendedTo(group);
+    first->finish(Error(ErrorCode::BadData, u"b"_s));
+    second->finish(Error(ErrorCode::BadArgument, u"a"_s));
+    EXPECT_TRUE(group.error().equals(Error(ErrorCode::OperationFailed, u"a\nb"_s)));
+}
+
+TEST(GroupTaskTest, outcome_subclassJudges_countsInstead)
+{
+    StrictGroup group;
+    appendedTo(group)->finish(Error());
+    EXPECT_TRUE(group.error().equals(Error(ErrorCode::BadData, u"strict"_s)));
+}
+
+TEST(GroupTaskTest, outcome_finishWithAFailure_isThatFailure)
+{
+    GroupTask group;
+    BaseTask *subtask = appendedTo(group);
+    group.finish(Error(ErrorCode::UnsupportedContainer, u"given up"_s));
+    subtask->finish(Error(ErrorCode::BadData, u"late"_s));
+    EXPECT_TRUE(group.error().equals(Error(ErrorCode::UnsupportedContainer, u"given up"_s)));
+}
+
+TEST(GroupTaskTest, cancel_asksEverySubtask)
+{
+    GroupTask group;
+    BaseTask *idle = appendedTo(group);
+    BaseTask *running = appendedTo(group);
+    BaseTask *last = appendedTo(group);
+    running->setRunning();
+    group.cancel();
+    EXPECT_TRUE(group.isCanceled());
+    EXPECT_TRUE(running->isCanceled());
+    EXPECT_TRUE(running->isRunning());
+    EXPECT_EQ(idle->error().errorCode(), ErrorCode::Canceled);
+    EXPECT_EQ(last->error().errorCode(), ErrorCode::Canceled);
+    EXPECT_FALSE(group.isFinished());
+
+    running->finish(Error(ErrorCode::Canceled));
+    EXPECT_EQ(group.error().errorCode(), ErrorCode::Canceled);
+}
+
+TEST(GroupTaskTest, cancel_allIdle_endsTheGroupWithCode20)
+{
+    GroupTask group;
+    appendedTo(group);
+    appendedTo(group);
+    group.cancel();
+    EXPECT_TRUE(group.isFinished());
+    EXPECT_EQ(group.error().errorCode(), ErrorCode::Canceled);
+}
+
+TEST(GroupTaskTest, cancel_emptyGroup_endsItWithCode20)
+{
+    GroupTask group;
+    group.cancel();
+    EXPECT_EQ(group.error().errorCode(), ErrorCode::Canceled);
+}
+
+TEST(GroupTaskTest, cancel_nestedGroup_reachesItsSubtasks)
+{
+    GroupTask outer;
+    auto *inner = new GroupTask;
+    outer.append(inner);
+    BaseTask *leaf = appendedTo(*inner);
+    outer.cancel();
+    EXPECT_EQ(leaf->error().errorCode(), ErrorCode::Canceled);
+    EXPECT_TRUE(outer.isFinished());
+}
+
+TEST(GroupTaskTest, cancel_groupDestroyedByItsEnd_isSurvived)
+{
+    auto *group = new GroupTask;
+    appendedTo(*group);
+    appendedTo(*group);
+    QObject context;
+    QObject::connect(group, &BaseTask::finished, &context, [group] { delete group; });
+    group->cancel();
+}
+
+TEST(GroupTaskTest, subtasks_modes_chooseWhatIsListed)
+{
+    GroupTask outer;
+    BaseTask *first = appendedTo(outer);
+    auto *inner = new GroupTask;
+    outer.append(inner);
+    BaseTask *leaf = appendedTo(*inner);
+    BaseTask *endedLeaf = appendedTo(*inner);
+    BaseTask *last = appendedTo(outer);
+    endedLeaf->finish(Error());
+    last->finish(Error());
+
+    using Tasks = QList<BaseTask *>;
+    EXPECT_EQ(outer.subtasks({}), Tasks({ first, inner, last }));
+    EXPECT_EQ(outer.subtasks(GroupTask::UnfinishedOnly), Tasks({ first, inner }));
+    EXPECT_EQ(outer.subtasks(GroupTask::Recursive), Tasks({ first, inner, leaf, endedLeaf, last }));
+    EXPECT_EQ(outer.subtasks(GroupTask::Recursive | GroupTask::UnfinishedOnly),
+              Tasks({ first, inner, leaf }));
+}
+
+TEST(GroupTaskTest, executableSubtasks_listsLeavesOfAllLevels)
+{
+    GroupTask outer;
+    auto *idle = new Task;
+    auto *inner = new GroupTask;
+    auto *running = new Task;
+    auto *finished = new Task;
+    outer.append(idle);
+    outer.append(inner);
+    inner->append(running);
+    outer.append(finished);
+    appendedTo(outer); // Has no work to run.
+    running->setRunning();
+    finished->finish(Error());
+
+    EXPECT_EQ(outer.executableSubtasks(false), QList<Task *>({ idle, running, finished }));
+    EXPECT_EQ(outer.executableSubtasks(true), QList<Task *>({ idle }));
+}
+
+TEST(GroupTaskTest, nestedGroup_endsBeforeTheOuterOne)
+{
+    GroupTask outer;
+    auto *inner = new GroupTask;
+    outer.append(inner);
+    BaseTask *leaf = appendedTo(*inner);
+    BaseTask *other = appendedTo(outer);
+    leaf->setRunning();
+    EXPECT_TRUE(outer.isRunning());
+    other->finish(Error());
+    EXPECT_FALSE(outer.isFinished());
+    leaf->finish(Error(ErrorCode::BadData, u"leaf"_s));
+    EXPECT_TRUE(inner->isFinished());
+    EXPECT_TRUE(outer.error().equals(Error(ErrorCode::BadData, u"leaf"_s)));
+}
+
+TEST(GroupTaskTest, destroyedSubtask_unfinished_countsAsCanceled)
+{
+    GroupTask group;
+    BaseTask *lost = appendedTo(group);
+    BaseTask *other = appendedTo(group);
+    delete lost;
+    EXPECT_EQ(group.subtasks(), QList<BaseTask *>({ other }));
+    other->finish(Error());
+    EXPECT_TRUE(group.isFinished());
+    EXPECT_EQ(group.error().errorCode(), ErrorCode::Canceled);
+}
+
+TEST(GroupTaskTest, destroyedSubtask_lastUnfinishedOne_endsTheGroup)
+{
+    GroupTask group;
+    BaseTask *lost = appendedTo(group);
+    appendedTo(group)->finish(Error());
+    delete lost;
+    EXPECT_TRUE(eventually([&group] { return group.isFinished(); }));
+    EXPECT_EQ(group.error().errorCode(), ErrorCode::Canceled);
+}
+
+TEST(GroupTaskTest, destroyedSubtask_onlyOne_endsTheGroup)
+{
+    GroupTask group;
+    delete appendedTo(group);
+    EXPECT_TRUE(eventually([&group] { return group.isFinished(); }));
+    EXPECT_EQ(group.error().errorCode(), ErrorCode::Canceled);
+}
+
+TEST(GroupTaskTest, destroyedSubtask_finished_leavesTheCountRight)
+{
+    GroupTask group;
+    BaseTask *gone = appendedTo(group);
+    BaseTask *other = appendedTo(group);
+    gone->finish(Error());
+    delete gone;
+    deliverEvents();
+    EXPECT_FALSE(group.isFinished());
+    other->finish(Error());
+    EXPECT_TRUE(group.isSuccessful());
+}
+
+TEST(GroupTaskTest, destroyedSubtask_failed_leavesItsFailure)
+{
+    GroupTask group;
+    BaseTask *gone = appendedTo(group);
+    BaseTask *other = appendedTo(group);
+    gone->finish(Error(ErrorCode::BadData, u"gone"_s));
+    delete gone;
+    other->finish(Error());
+    EXPECT_TRUE(group.error().equals(Error(ErrorCode::BadData, u"gone"_s)));
+}
+
+TEST(GroupTaskTest, destroyedSubtask_inASlotOfItsEnd_isCountedOnce)
+{
+    GroupTask group;
+    BaseTask *gone = appendedTo(group);
+    BaseTask *other = appendedTo(group);
+    QObject context;
+    QObject::connect(gone, &BaseTask::finished, &context, [gone] { delete gone; });
+    gone->finish(Error());
+    deliverEvents();
+    EXPECT_FALSE(group.isFinished());
+    other->finish(Error());
+    EXPECT_TRUE(group.isSuccessful());
+}
+
+TEST(GroupTaskTest, destruction_idleAndFinishedSubtasks_goAlong)
+{
+    QPointer<BaseTask> idle, finished;
+    {
+        GroupTask group;
+        idle = appendedTo(group);
+        finished = appendedTo(group);
+        finished->finish(Error());
+    }
+    EXPECT_TRUE(idle.isNull());
+    EXPECT_TRUE(finished.isNull());
+}
+
+TEST(GroupTaskTest, destruction_runningSubtask_isCanceledAndGoesAtItsEnd)
+{
+    auto group = std::make_unique<GroupTask>();
+    const QPointer<BaseTask> running = appendedTo(*group);
+    running->setRunning();
+    group.reset();
+    ASSERT_FALSE(running.isNull());
+    EXPECT_TRUE(running->isCanceled());
+    running->finish(Error(ErrorCode::Canceled));
+    deliverEvents();
+    EXPECT_TRUE(running.isNull());
+}
+
+TEST(GroupTaskTest, accumulateResults_unfinished_saysSo)
+{
+    GroupTask group;
+    appendedTo(group);
+    const Result<bool> result = allOf(group);
+    ASSERT_FALSE(result.hasValue());
+    EXPECT_TRUE(result.error().equals(
+        Error(ErrorCode::OperationFailed, u"Cannot get results for unfinished group task."_s)));
+}
+
+TEST(GroupTaskTest, accumulateResults_noSubtasks_saysSo)
+{
+    GroupTask group;
+    group.finish(Error());
+    const Result<bool> result = allOf(group);
+    ASSERT_FALSE(result.hasValue());
+    EXPECT_TRUE(
+        result.error().equals(Error(ErrorCode::BadArgument, u"No subtasks in group task."_s)));
+}
+
+TEST(GroupTaskTest, accumulateResults_allTrue_isTrue)
+{
+    const Result<bool> result = allOf(*groupWithResults({ true, true, true }));
+    ASSERT_TRUE(result.hasValue());
+    EXPECT_TRUE(result.value());
+}
+
+TEST(GroupTaskTest, accumulateResults_oneFalse_isFalse)
+{
+    const Result<bool> result = allOf(*groupWithResults({ true, false, true }));
+    ASSERT_TRUE(result.hasValue());
+    EXPECT_FALSE(result.value());
+}
+
+TEST(GroupTaskTest, accumulateResults_foldsInTheOrderOfAppending)
+{
+    const auto group = groupWithResults({ u"b"_s, u"c"_s });
+    const Result<QString> result = group->accumulateResults<QString>(
+        [](const QString &left, const QString &right) { return left + right; }, u"a"_s);
+    ASSERT_TRUE(result.hasValue());
+    EXPECT_EQ(result.value(), u"abc"_s);
+}
+
+TEST(GroupTaskTest, accumulateResults_unreadableBehindAFalse_failsAllTheSame)
+{
+    const Result<bool> wrong = allOf(*groupWithResults({ false, u"text"_s }));
+    ASSERT_FALSE(wrong.hasValue());
+    EXPECT_TRUE(
+        wrong.error().equals(Error(ErrorCode::BadArgument, u"Return type does not match."_s)));
+
+    const Result<bool> missing = allOf(*groupWithResults({ false, QVariant() }));
+    ASSERT_FALSE(missing.hasValue());
+    EXPECT_TRUE(
+        missing.error().equals(Error(ErrorCode::OperationFailed, u"Return value is not set."_s)));
+    EXPECT_EQ(missing.error().trail().size(), 2);
+}
+
+TEST(GroupTaskTest, accumulateResults_failedGroup_isItsUnifiedErrorWithAStamp)
+{
+    GroupTask group;
+    BaseTask *good = appendedTo(group);
+    BaseTask *bad = appendedTo(group);
+    good->setResult(u"of another type"_s);
+    good->finish(Error());
+    bad->finish(Error(ErrorCode::UnsupportedContainer, u"broken"_s));
+    const Result<bool> result = allOf(group);
+    ASSERT_FALSE(result.hasValue());
+    EXPECT_TRUE(result.error().equals(Error(ErrorCode::UnsupportedContainer, u"broken"_s)));
+    EXPECT_EQ(result.error().trail().size(), group.error().trail().size() + 1);
+}
+
+TEST(GroupTaskTest, texts_areTranslatedInTheContextOfTheClass)
+{
+    GroupTask unfinished, empty;
+    empty.finish(Error());
+    const ContextTranslator translator;
+    EXPECT_EQ(allOf(unfinished).error().errorMessage(), u"zel::GroupTask"_s);
+    EXPECT_EQ(allOf(empty).error().errorMessage(), u"zel::GroupTask"_s);
+}
+
+TEST(GroupTaskTest, waitForAllFinished_allFinishedBefore_returns)
+{
+    GroupTask group;
+    auto *subtask = new BaseTask;
+    subtask->finish(Error(ErrorCode::BadData, u"broken"_s));
+    group.append(subtask);
+    EXPECT_EQ(group.waitForAllFinished(-1).errorMessage(), u"broken"_s);
+}
+
+TEST(GroupTaskTest, waitForAllFinished_groupEndedEarly_waitsForItsSubtasks)
+{
+    GroupTask group;
+    BaseTask *subtask = appendedTo(group);
+    group.finish(Error(ErrorCode::BadData, u"early"_s));
+    EXPECT_EQ(group.waitForAllFinished(0).errorCode(), ErrorCode::OperationFailed);
+    QTimer::singleShot(1, subtask, [subtask] { subtask->finish(Error()); });
+    EXPECT_EQ(group.waitForAllFinished(-1).errorMessage(), u"early"_s);
+    EXPECT_TRUE(subtask->isFinished());
+}
+
+TEST(GroupTaskTest, waitForAllFinished_nestedGroupEndedEarly_waitsForItsSubtasks)
+{
+    GroupTask outer;
+    auto *inner = new GroupTask;
+    outer.append(inner);
+    BaseTask *leaf = appendedTo(*inner);
+    inner->finish(Error());
+    ASSERT_TRUE(outer.isFinished());
+    QTimer::singleShot(1, leaf, [leaf] { leaf->finish(Error()); });
+    EXPECT_FALSE(outer.waitForAllFinished(-1).hasError());
+    EXPECT_TRUE(leaf->isFinished());
+}
+
+TEST(GroupTaskTest, waitForAllFinished_subtaskDestroyedMeanwhile_givesCode20)
+{
+    GroupTask group;
+    BaseTask *subtask = appendedTo(group);
+    QTimer::singleShot(1, subtask, [subtask] { delete subtask; });
+    EXPECT_EQ(group.waitForAllFinished(-1).errorCode(), ErrorCode::Canceled);
+}
+
+TEST(GroupTaskTest, waitForAllFinished_groupDestroyedMeanwhile_givesCode20)
+{
+    auto *group = new GroupTask;
+    appendedTo(*group);
+    QTimer::singleShot(1, group, [group] { delete group; });
+    EXPECT_EQ(group->waitForAllFinished(-1).errorCode(), ErrorCode::Canceled);
+}
+
+TEST(GroupTaskTest, waitForAllFinished_inASlotOfTheLastSubtask_returns)
+{
+    GroupTask group;
+    BaseTask *subtask = appendedTo(group);
+    std::optional<Error> seen;
+    QObject::connect(subtask, &BaseTask::finished, subtask,
+                     [&] { seen = group.waitForAllFinished(-1); });
+    subtask->finish(Error(ErrorCode::BadData, u"broken"_s));
+    ASSERT_TRUE(seen.has_value());
+    EXPECT_EQ(seen->errorMessage(), u"broken"_s);
+}
