@@ -24,12 +24,13 @@ public:
     };
     Q_ENUM(ResourceStatus)
 
-    /// When the local data of a resource may go.
+    /// Whether the local data of a resource goes with its last usage. It says nothing of the purge
+    /// that makes room in a full cache: that one takes the data of every policy.
     enum class ResourceCleanupPolicy {
         Invalid = 0, ///< not known
-        Never = 1, ///< kept until removed by name
+        Never = 1, ///< stays, whatever restriction a process has
         OnClose = 2, ///< goes with the last usage
-        OnDemand = 3, ///< goes when the cache needs room
+        OnDemand = 3, ///< stays, unless a process's restriction makes it OnClose
     };
     Q_ENUM(ResourceCleanupPolicy)
 };
