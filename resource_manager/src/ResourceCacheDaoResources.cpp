@@ -242,6 +242,7 @@ ResourceCacheDao::selectOldestReferencesWithCombinedSize(TransactionContext *con
         if (remaining < 0)
             break;
     }
+    ZEL_TRY(error, db::checkReadToEnd(query));
     query.finish();
     return oldest;
 }
@@ -264,6 +265,7 @@ Result<QList<ResourceCacheDao::VersionableResource>> ResourceCacheDao::selectRes
             { query.value(0).toString(),
               version.isEmpty() ? QVersionNumber() : QVersionNumber::fromString(version) });
     }
+    ZEL_TRY(error, db::checkReadToEnd(query));
     return resources;
 }
 
@@ -284,6 +286,7 @@ Result<QList<ResourceCacheDao::Resource>> ResourceCacheDao::selectResourcesWithS
         resources.append({ query.value(0).toInt(), query.value(1).toString(),
                            query.value(2).toString(), query.value(3).toLongLong(), status });
     }
+    ZEL_TRY(error, db::checkReadToEnd(query));
     return resources;
 }
 
@@ -302,6 +305,7 @@ Result<QList<ResourceCacheDao::Resource>> ResourceCacheDao::selectAllResources()
                            query.value(2).toString(), query.value(3).toLongLong(),
                            toResourceStatus(query.value(4).toString(), ResourceStatus::Invalid) });
     }
+    ZEL_TRY(error, db::checkReadToEnd(query));
     return resources;
 }
 

@@ -12,11 +12,13 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 /// The first column of the rows that the executed query has left.
-QList<qint64> readIds(QSqlQuery &query)
+Result<QList<qint64>> readIds(QSqlQuery &query)
 {
+    Error error;
     QList<qint64> ids;
     while (query.next())
         ids.append(query.value(0).toLongLong());
+    ZEL_TRY(error, db::checkReadToEnd(query));
     return ids;
 }
 
@@ -31,7 +33,7 @@ Result<QList<qint64>> selectTransientResources(QSqlQuery &query, qint64 clientId
     query.bindValue(u":acquiring"_s, toText(ResourceStatus::Acquiring));
     query.bindValue(u":scheduledForAcquire"_s, toText(ResourceStatus::ScheduledForAcquire));
     ZEL_TRY(error, db::qExec(query));
-    return readIds(query);
+    return ZEL_PASS(readIds(query));
 }
 
 /// How many tasks there are for other resources than this one, of whatever client. Tasks for this
@@ -173,7 +175,7 @@ Result<QList<qint64>> ResourceCacheDao::selectInactiveClients(TransactionContext
     query.addBindValue(
         QDateTime::currentDateTime().addSecs(-qint64 { timeout.count() }).toMSecsSinceEpoch());
     ZEL_TRY(error, db::qExec(query));
-    return readIds(query);
+    return ZEL_PASS(readIds(query));
 }
 
 Error ResourceCacheDao::deleteClientById(qint64 clientId)

@@ -88,9 +88,7 @@ public:
         ZEL_TRY(error, db::qExec(query));
         while (query.next())
             read(query);
-        if (query.lastError().isValid())
-            return ZEL_ERROR(ErrorCode::OperationFailed, query.lastError().text());
-        return error;
+        return ZEL_PASS(db::checkReadToEnd(query));
     }
 
 private:

@@ -93,4 +93,9 @@ Error qExec(QSqlQuery &query, const char *file, int line)
     return Error();
 }
 
+Error checkReadToEnd(const QSqlQuery &query)
+{
+    return query.lastError().isValid() ? ZEL_PASS(failure(query.lastError())) : Error();
+}
+
 } // namespace zel::db

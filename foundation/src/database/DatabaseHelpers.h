@@ -26,4 +26,8 @@ Error qPrepare(QSqlQuery &query, const QString &sql, const char *file = nullptr,
 /// Runs the prepared statement. With a `file`, the failure is stamped with that place.
 Error qExec(QSqlQuery &query, const char *file = nullptr, int line = 0);
 
+/// Once next() has answered false: success after the last row, or the failure that ended the
+/// reading before it, as in a damaged file. A list is whole only after this.
+Error checkReadToEnd(const QSqlQuery &query);
+
 } // namespace zel::db

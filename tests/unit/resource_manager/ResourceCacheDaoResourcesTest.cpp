@@ -407,3 +407,27 @@ TEST_F(ResourceCacheDaoResourcesTest, metadata_rowAbsent_failsAndLogs)
               QStringList({ u"Unable to read \"currentSize\""_s,
                             u"Unable to read \"lastScanTimestamp\""_s }));
 }
+
+// ---- A file that cannot be read to its end
+
+TEST_F(ResourceCacheDaoResourcesTest, lists_damagedInTheMiddle_failInsteadOfGivingLess)
+{
+    CacheDatabase(path()).run(
+        u"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 2000) "
+        "INSERT INTO CachedResources (reference, fileSize, status, cleanupPolicy, "
+        "lastAccessDateTime, lastStatusUpdateClientId) "
+        "SELECT 'test:' || i, 1, 'Ready', 'Never', i, 1 FROM n"_s);
+    dao.close();
+    QByteArray bytes = readFile(path());
+    ASSERT_GT(bytes.size(), 100'000);
+    for (qsizetype i = bytes.size() * 3 / 4; i < bytes.size(); ++i)
+        bytes[i] = 'x';
+    const QString damaged = cache.outside(u"damaged.db"_s);
+    writeFile(damaged, bytes);
+
+    DaoUnderTest reader;
+    ASSERT_TRUE(succeeded(reader.open(damaged)));
+    EXPECT_FALSE(succeeded(reader.selectAllResources()));
+    EXPECT_FALSE(succeeded(reader.selectResources(ResourceStatus::Ready)));
+    EXPECT_FALSE(succeeded(reader.selectResourcesWithStatus(ResourceStatus::Ready)));
+}
