@@ -97,9 +97,13 @@ void ResourceCache::Private::updateSemaphoreKey(const ResourceCachePath &path)
 
 void ResourceCache::Private::startPing()
 {
+    const int request = ++pingRequest;
     if (pingTimer.thread() != QThread::currentThread()) {
-        QMetaObject::invokeMethod(
-            &pingTimer, [this] { pingTimer.start(); }, Qt::QueuedConnection);
+        const auto start = [this, request] {
+            if (request == pingRequest)
+                pingTimer.start();
+        };
+        QMetaObject::invokeMethod(&pingTimer, start, Qt::QueuedConnection);
         return;
     }
     // A plain thread has no event dispatcher, and so no timers, before its first event loop.
@@ -109,11 +113,16 @@ void ResourceCache::Private::startPing()
 
 void ResourceCache::Private::stopPing()
 {
-    if (pingTimer.thread() == QThread::currentThread())
+    const int request = ++pingRequest;
+    if (pingTimer.thread() == QThread::currentThread()) {
         pingTimer.stop();
-    else
-        QMetaObject::invokeMethod(
-            &pingTimer, [this] { pingTimer.stop(); }, Qt::QueuedConnection);
+        return;
+    }
+    const auto stop = [this, request] {
+        if (request == pingRequest)
+            pingTimer.stop();
+    };
+    QMetaObject::invokeMethod(&pingTimer, stop, Qt::QueuedConnection);
 }
 
 void ResourceCache::Private::pingDatabase()

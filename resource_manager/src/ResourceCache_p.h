@@ -9,6 +9,8 @@
 #include <QSystemSemaphore>
 #include <QTimer>
 
+#include <atomic>
+
 namespace zel {
 
 class SemaphoreLocker;
@@ -114,6 +116,9 @@ public:
     ResourceCachePath cachePath;
     ResourceCacheSizes sizes;
     QTimer pingTimer;
+    /// Which start or stop of the timer is the latest. What another thread asked for waits in the
+    /// queue of the timer's own, and must not undo what was asked for since.
+    std::atomic<int> pingRequest = 0;
     ResourceCache *q;
     std::unique_ptr<ResourceCacheDao> dao;
     QSystemSemaphore semaphore;
