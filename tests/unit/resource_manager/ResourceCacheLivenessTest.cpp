@@ -73,6 +73,14 @@ TEST_F(ResourceCacheLivenessTest, ping_silentFor31Seconds_goesWithItsFetch)
     EXPECT_FALSE(watcher.readProgress().value().progress.has_value());
 }
 
+TEST_F(ResourceCacheLivenessTest, open_clientAlmostSilentTooLong_stays)
+{
+    addClient(9, 27s); // the opening takes less than the three seconds that are left
+    cache.close();
+    openCache();
+    EXPECT_TRUE(hasClient(9));
+}
+
 TEST_F(ResourceCacheLivenessTest, open_silentClient_isCleanedUpBeforeTheFirstPing)
 {
     addClient(9, 31s);

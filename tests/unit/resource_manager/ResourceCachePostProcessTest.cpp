@@ -109,6 +109,18 @@ TEST_F(ResourceCachePostProcessTest, finalize_fileContainer_isReadyWithTheFailur
     EXPECT_TRUE(log.contains(QtWarningMsg, u"error 5: Only Folder ZACQ is supported"_s));
 }
 
+TEST_F(ResourceCachePostProcessTest, finalize_fileContainerSwitchedOff_isNotEvenOpened)
+{
+    cache.setFixLongZacqFilePaths(false);
+    QDir().mkpath(QFileInfo(container()).path());
+    ASSERT_FALSE(zacq::ZacqWriter::createFile(container(), directory.outside(u"sample"_s), u"S"_s)
+                     .hasError());
+    const LogCapture log;
+    ASSERT_FALSE(retrieve().hasError());
+    EXPECT_FALSE(log.contains(QtDebugMsg, u"ZACQ file detected"_s));
+    EXPECT_TRUE(log.texts(QtWarningMsg).isEmpty());
+}
+
 TEST_F(ResourceCachePostProcessTest, finalize_noContainer_passesUntouched)
 {
     writeFile(container(), "no container at all");

@@ -194,6 +194,25 @@ TEST_F(ResourceCachePurgeTest, purgeCacheIfNeeded_cannotRemove_isAnErrorOnlyAbov
     EXPECT_EQ(status(u"test:1"_s), u"Ready"_s);
 }
 
+TEST_F(ResourceCachePurgeTest, purgeCacheIfNeeded_secondRemovalFails_takesTheFirstRowBackToo)
+{
+    open(1000, 2000);
+    addReady(u"test:1"_s, u"s/1/f"_s, 50, 1);
+    addReady(u"test:2"_s, u"s/2/f"_s, 100, 2);
+    ASSERT_FALSE(cache.saveLocalPath(u"test:2"_s, u"/proc/self/status"_s, 100).hasError());
+    limitTo(100, 200);
+
+    ASSERT_FALSE(cache.purgeCacheIfNeeded(0).hasError());
+    EXPECT_FALSE(isOnDisk(u"s/1"_s));
+    EXPECT_EQ(status(u"test:1"_s), u"Ready"_s);
+    EXPECT_EQ(cache.readCurrentCacheSize().value(), 150);
+
+    // The next removal of that row mends it.
+    const auto handle = cache.useResource(u"test:2"_s);
+    ASSERT_FALSE(cache.purgeCacheIfNeeded(0).hasError());
+    EXPECT_EQ(status(u"test:1"_s), u"Missing"_s);
+}
+
 TEST_F(ResourceCachePurgeTest,
        purgeCacheIfNeeded_baseDirectoryThroughALink_losesNoMoreThanTheResource)
 {
@@ -262,6 +281,21 @@ TEST_F(OutdatedPurgeTest, purgeOutdatedResources_referenceUnreadable_failsAndDel
     addVersion(u"nonsense"_s, u"s/2/f"_s, QVersionNumber(1));
     EXPECT_TRUE(cache.purgeOutdatedResources().hasError());
     EXPECT_EQ(status(u"test:a"_s), u"Ready"_s);
+}
+
+TEST_F(OutdatedPurgeTest, purgeOutdatedResources_removalFails_keepsWhatWasDoneAndLeavesTheRest)
+{
+    addVersion(u"test:1"_s, u"s/1/f"_s, QVersionNumber(1));
+    addVersion(u"test:2"_s, u"s/2/f"_s, QVersionNumber(1));
+    addVersion(u"test:3"_s, u"s/3/f"_s, QVersionNumber(1));
+    ASSERT_FALSE(cache.saveLocalPath(u"test:2"_s, u"/proc/self/status"_s, 10).hasError());
+
+    const Error error = cache.purgeOutdatedResources();
+    EXPECT_EQ(error.errorMessage(), u"Unable to remove resource."_s);
+    EXPECT_EQ(status(u"test:1"_s), u"Missing"_s);
+    EXPECT_EQ(status(u"test:2"_s), u"Ready"_s);
+    EXPECT_EQ(status(u"test:3"_s), u"Ready"_s);
+    EXPECT_TRUE(isOnDisk(u"s/3/f"_s));
 }
 
 TEST_F(OutdatedPurgeTest, purgeOutdatedResourcesTask_run_reportsProgressAndFreesTheSemaphore)

@@ -74,6 +74,29 @@ TEST_F(ResourceCacheUseTest, useResource_presentInAFullCache_purgesNothing)
     EXPECT_EQ(database().status(u"test:b"_s), u"Ready"_s);
 }
 
+TEST_F(ResourceCacheUseTest, useResource_statusUnreadable_countsAsMissingAndMakesRoom)
+{
+    addReady(u"test:a"_s, u"s/a/f"_s, 10);
+    addReady(u"test:old"_s, u"s/old/f"_s, 100, 1);
+    database().run(u"UPDATE CachedResources SET status = 'nonsense' WHERE reference = 'test:a'"_s);
+    cache.close();
+    openCache({ 50, 1000 });
+    const auto handle = use(u"test:a"_s);
+    EXPECT_EQ(database().status(u"test:old"_s), u"Missing"_s);
+}
+
+TEST_F(ResourceCacheUseTest, useResource_purgeFails_isUsedAllTheSame)
+{
+    ASSERT_FALSE(cache.add(u"test:new"_s, ResourceCleanupPolicy::OnDemand).hasError());
+    addReady(u"test:old"_s, u"s/old/f"_s, 100);
+    ASSERT_FALSE(cache.saveLocalPath(u"test:old"_s, u"/proc/self/status"_s, 100).hasError());
+    cache.close();
+    openCache({ 10, 20 });
+    ASSERT_TRUE(cache.purgeCacheIfNeeded(0).hasError());
+    const auto handle = use(u"test:new"_s);
+    EXPECT_TRUE(cache.inUse(u"test:new"_s).value());
+}
+
 TEST_F(ResourceCacheUseTest, release_twoHandlesOnClose_removesAtTheLast)
 {
     addReady(u"test:a"_s, u"s/a/f"_s, 10, 1000, ResourceCleanupPolicy::OnClose);
@@ -119,7 +142,20 @@ TEST_F(ResourceCacheUseTest, release_removalOfDataFails_usageIsGoneAndRowUnchang
 {
     addReady(u"test:a"_s, u"s/a/f"_s, 10, 1000, ResourceCleanupPolicy::OnClose);
     auto handle = use(u"test:a"_s);
-    // A policy that cannot be read makes the second transaction fail.
+    // What no removal can take.
+    ASSERT_FALSE(cache.saveLocalPath(u"test:a"_s, u"/proc/self/status"_s, 10).hasError());
+    const LogCapture log;
+    handle.reset();
+    EXPECT_TRUE(log.contains(QtWarningMsg, u"Unable to remove resource."_s));
+    EXPECT_EQ(database().count(u"ResourceUsages"_s), 0);
+    EXPECT_EQ(database().status(u"test:a"_s), u"Ready"_s);
+    EXPECT_EQ(rowValue(u"cachedPath"_s, u"test:a"_s).toString(), u"/proc/self/status"_s);
+}
+
+TEST_F(ResourceCacheUseTest, release_policyUnreadable_usageIsGoneAndDataStays)
+{
+    addReady(u"test:a"_s, u"s/a/f"_s, 10, 1000, ResourceCleanupPolicy::OnClose);
+    auto handle = use(u"test:a"_s);
     database().run(u"UPDATE CachedResources SET cleanupPolicy = 'nonsense'"_s);
     handle.reset();
     EXPECT_EQ(database().count(u"ResourceUsages"_s), 0);

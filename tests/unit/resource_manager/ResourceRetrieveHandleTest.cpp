@@ -107,6 +107,16 @@ TEST_F(ResourceRetrieveHandleTest, readProgress_readyOrMissing_isEmpty)
     EXPECT_FALSE(handle->readProgress().value().progress.has_value());
 }
 
+TEST_F(ResourceRetrieveHandleTest, readProgress_scheduledThoughAProgressIsThere_isEmpty)
+{
+    const auto handle = handleOf(cache);
+    ASSERT_TRUE(handle->tryStartRetrieve().value());
+    ASSERT_FALSE(cache.saveStatus(reference, ResourceStatus::ScheduledForAcquire).hasError());
+    const auto seen = handle->readProgress();
+    EXPECT_FALSE(seen.value().progress.has_value());
+    EXPECT_EQ(seen.value().status, ResourceStatus::ScheduledForAcquire);
+}
+
 TEST_F(ResourceRetrieveHandleTest, finalizeRetrieve_dataInPlace_isReadyWithPathSizeAndVersion)
 {
     const auto handle = handleOf(cache);
