@@ -43,6 +43,7 @@ TEST_F(SchemesRegistrationTest, register_schemesHaveTheirNumbersNamesAndVersions
 {
     EXPECT_EQ(ResourceReference::scheme(u"file:/a"_s).value(), Scheme::File);
     EXPECT_EQ(ResourceReference::scheme(u"share:/a"_s).value(), Scheme::Share);
+    EXPECT_EQ(ResourceReference::scheme(u"https://h/a"_s).value(), Scheme::Http);
     EXPECT_EQ(ResourceReference::schemeFriendlyName(Scheme::File), u"file"_s);
     EXPECT_EQ(ResourceReference::schemeFriendlyName(Scheme::Share), u"share"_s);
     EXPECT_EQ(ResourceReference::schemeFriendlyName(Scheme::Http), u"http"_s);

@@ -1,0 +1,76 @@
+/// A program with the manager and the schemes. It obeys one command a line on standard input and
+/// answers each with one line: "ok PATH", or "error CODE MESSAGE".
+///
+///   schemes_actor BASE_DIR
+///
+///   retrieve REFERENCE    brings the resource here and tells where it lies
+///   dieAtFileStep N       SIGKILL before the N-th file operation from now on
+///   quit                  ends in good order; the answer is empty
+
+#include "LineServer.h"
+#include "ResourceManager.h"
+#include "SchemesRegistration.h"
+#include "SuddenDeath.h"
+
+#include <QCoreApplication>
+
+#include <sys/resource.h>
+
+namespace zel::test {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+QString toAnswer(const Error &error)
+{
+    return u"error %1 %2"_s.arg(QString::number(int(error.errorCode())), error.errorMessage());
+}
+
+QString retrieve(const QString &text)
+{
+    const auto reference = ResourceReference::fromString(text);
+    if (!reference.hasValue())
+        return toAnswer(reference.error());
+    const auto handler = ResourceManager::retrieve(reference.value());
+    if (!handler.hasValue())
+        return toAnswer(handler.error());
+    const auto path = handler.value()->expectedPath();
+    return path.hasValue() ? u"ok "_s + path.value().toString() : toAnswer(path.error());
+}
+
+QString obey(const QString &line)
+{
+    const QString command = line.section(u' ', 0, 0);
+    const QString argument = line.section(u' ', 1);
+    if (command == u"retrieve"_s)
+        return retrieve(argument);
+    if (command == u"quit"_s) {
+        QCoreApplication::quit();
+        return u""_s;
+    }
+    if (command == u"dieAtFileStep"_s) {
+        dieAtFileStep(argument.toInt());
+        return u"ok"_s;
+    }
+    return u"unknown command"_s;
+}
+
+} // namespace
+
+} // namespace zel::test
+
+int main(int argc, char **argv)
+{
+    const rlimit noCore {};
+    ::setrlimit(RLIMIT_CORE, &noCore);
+
+    QCoreApplication application(argc, argv);
+    zel::ResourceManagerSettings settings;
+    settings.cachePath.setBaseDirPath(QCoreApplication::arguments().at(1));
+    zel::ResourceManager::overrideDefaultSettings(settings);
+    zel::registerResourceSchemes();
+    zel::ResourceManager::instance();
+    const zel::test::LineServer server(zel::test::obey);
+    return application.exec();
+}

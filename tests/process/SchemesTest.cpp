@@ -1,0 +1,142 @@
+#include "ActorProcess.h"
+#include "CacheDatabase.h"
+#include "TemporaryCache.h"
+
+#include <QDirIterator>
+#include <QElapsedTimer>
+#include <QThread>
+
+using namespace zel::test;
+using namespace std::chrono_literals;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// A program with the manager and the schemes.
+class SchemesProcess : public ActorProcess
+{
+public:
+    explicit SchemesProcess(const TemporaryCache &cache)
+        : ActorProcess(QStringLiteral(ZEL_SCHEMES_ACTOR), { cache.baseDir() })
+    {
+    }
+};
+
+class SchemesTest : public ::testing::Test
+{
+protected:
+    QString share(const QString &name) const { return cache.outside(u"share/"_s + name); }
+    QString reference(const QString &name) const { return u"share:"_s + share(name); }
+
+    static QByteArray content(int megabytes)
+    {
+        QByteArray bytes;
+        while (bytes.size() < megabytes * 1024 * 1024)
+            bytes += QByteArray::number(bytes.size());
+        return bytes;
+    }
+
+    /// The resource's path out of a good answer.
+    static QString pathIn(const QString &answer)
+    {
+        EXPECT_TRUE(answer.startsWith(u"ok "_s)) << answer.toStdString();
+        return answer.mid(3);
+    }
+
+    QStringList stagingPlaces() const
+    {
+        return QDir(cache.baseDir() + u"/Staging"_s)
+            .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+    }
+
+    QStringList filesInCache() const
+    {
+        QStringList files;
+        QDirIterator all(cache.dataDir(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+        while (all.hasNext())
+            files << all.next();
+        return files;
+    }
+
+    /// Lets every process that is registered count as dead.
+    void ageAllClients()
+    {
+        CacheDatabase(cache.databasePath())
+            .run(u"UPDATE Clients SET lastPingTime = lastPingTime - 31000"_s);
+    }
+
+    TemporaryCache cache;
+};
+
+} // namespace
+
+TEST_F(SchemesTest, retrieve_manyProcessesAtOnce_allGetTheOneCopy)
+{
+    const QByteArray bytes = content(8);
+    writeFile(share(u"run.raw"_s), bytes);
+    std::vector<std::unique_ptr<SchemesProcess>> processes;
+    for (int i = 0; i < 4; ++i)
+        processes.push_back(std::make_unique<SchemesProcess>(cache));
+    for (const auto &process : processes)
+        process->send(u"retrieve "_s + reference(u"run.raw"_s));
+
+    QStringList paths;
+    for (const auto &process : processes)
+        paths << pathIn(process->answer());
+    paths.removeDuplicates();
+    ASSERT_EQ(paths.size(), 1);
+    EXPECT_EQ(readFile(paths.first()), bytes);
+    EXPECT_EQ(filesInCache(), paths);
+    EXPECT_TRUE(stagingPlaces().isEmpty());
+}
+
+TEST_F(SchemesTest, retrieve_fetcherStopsAndWakesUpLate_bothCopiesAreOneInTheEnd)
+{
+    const QByteArray bytes = content(64);
+    writeFile(share(u"run.raw"_s), bytes);
+    SchemesProcess slow(cache);
+    slow.send(u"retrieve "_s + reference(u"run.raw"_s));
+    // Taken for dead in the middle of its copy: from the first byte that is staged on.
+    QElapsedTimer passed;
+    passed.start();
+    while (stagingPlaces().isEmpty() && passed.elapsed() < 20'000)
+        QThread::usleep(200);
+    slow.stop();
+    ASSERT_FALSE(stagingPlaces().isEmpty());
+
+    ageAllClients();
+    SchemesProcess other(cache);
+    const QString path = pathIn(other.ask(u"retrieve "_s + reference(u"run.raw"_s)));
+    EXPECT_EQ(readFile(path), bytes);
+
+    slow.cont();
+    EXPECT_EQ(pathIn(slow.answer()), path);
+    EXPECT_EQ(readFile(path), bytes);
+    EXPECT_EQ(filesInCache(), QStringList { path });
+}
+
+TEST_F(SchemesTest, retrieve_killedAtAnyFileStep_theNextProcessEndsWithTheWhole)
+{
+    constexpr int stride = 2; // as close as the time allows
+    writeFile(share(u"x.wiff"_s), content(1));
+    writeFile(share(u"x.wiff.scan"_s), content(1));
+    bool isKilled = true;
+    int step = 0;
+    for (; isKilled; step += stride) {
+        TemporaryCache fresh;
+        {
+            SchemesProcess dying(fresh);
+            EXPECT_EQ(dying.ask(u"dieAtFileStep %1"_s.arg(step)), u"ok"_s);
+            dying.send(u"retrieve "_s + reference(u"x.wiff"_s));
+            dying.send(u"quit"_s);
+            isKilled = dying.end() != 0;
+        }
+        CacheDatabase(fresh.databasePath())
+            .run(u"UPDATE Clients SET lastPingTime = lastPingTime - 31000"_s);
+        SchemesProcess next(fresh);
+        const QString path = pathIn(next.ask(u"retrieve "_s + reference(u"x.wiff"_s)));
+        ASSERT_EQ(readFile(path), content(1)) << "step " << step;
+        ASSERT_EQ(readFile(path + u".scan"_s), content(1)) << "step " << step;
+    }
+    EXPECT_GT(step, 20);
+}
