@@ -125,6 +125,7 @@ public:
     /// Clears the path at which a resource is to be fetched, so that the fetch starts clean. Leaves
     /// what belongs to a fetch that somebody runs at this moment, and what has been published. One
     /// rename and no deletion, but for a container whose data lies elsewhere, which goes at once.
+    /// A Ready resource whose data somebody has deleted becomes Missing, so that it can be fetched.
     Result<Leftovers> moveLeftoversAside(const QString &reference,
                                          const PathImpl<PathType::Unknown> &path);
 

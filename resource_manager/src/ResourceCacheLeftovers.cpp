@@ -18,16 +18,30 @@ Result<ResourceCache::Leftovers> ResourceCache::Private::moveLeftoversAside(
     ZEL_TRY_LET(const ResourceStatus status, loadStatus(reference));
     const QFileInfo info(QDir::cleanPath(path));
     // What lies there while somebody fetches is that fetch, whole in a moment.
-    if (status == ResourceStatus::Acquiring || !info.exists())
+    if (status == ResourceStatus::Acquiring)
         return Leftovers();
     if (status == ResourceStatus::Ready && info.isReadable())
         return Leftovers { .isPublished = true, .movedTo = {} };
+
+    ZEL_TRY_LET(const QString movedTo, moveAside(path));
+    Error error;
+    if (status == ResourceStatus::Ready)
+        ZEL_TRY(error, forgetLostData(reference));
+    return Leftovers { .isPublished = false, .movedTo = movedTo };
+}
+
+/// Gives where to; empty if nothing had to be moved.
+Result<QString> ResourceCache::Private::moveAside(const QString &path)
+{
+    const QFileInfo info(QDir::cleanPath(path));
+    if (!info.exists())
+        return QString();
 
     // Its second folder knows it by its place, so it cannot be moved first.
     if (zacq::Zacq::isSparseZacq(path, false)) {
         Error error;
         ZEL_TRY(error, zacq::Zacq::remove(path));
-        return Leftovers();
+        return QString();
     }
 
     // Beside the resource, in the folder that goes with it: should this process die before the
@@ -39,7 +53,21 @@ Result<ResourceCache::Leftovers> ResourceCache::Private::moveLeftoversAside(
                                           : tr("Removing the file \"%1\" failed.");
         return ZEL_ERROR(ErrorCode::OperationFailed, text.arg(info.absoluteFilePath()));
     }
-    return Leftovers { .isPublished = false, .movedTo = target };
+    return target;
+}
+
+/// A row that says Ready without data would end the next fetch before it has begun.
+Error ResourceCache::Private::forgetLostData(const QString &reference)
+{
+    const Result<UnknownPath> path = localPathInternal(reference);
+    if (path.hasValue() && QFileInfo::exists(path.value().toString()))
+        return Error();
+    Error error;
+    ZEL_TRY_LET(const auto context, dao->createTransaction());
+    ZEL_TRY(error, updateStatusNow(context.get(), reference, ResourceStatus::Missing));
+    ZEL_TRY(error, saveLocalPath(context.get(), reference, 0, std::nullopt));
+    ZEL_TRY(error, context->commit());
+    return error;
 }
 
 } // namespace zel

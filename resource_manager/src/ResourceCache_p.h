@@ -93,6 +93,8 @@ public:
     Error deleteRetrievingTask(const QString &reference);
 
     Result<Leftovers> moveLeftoversAside(const QString &reference, const QString &path);
+    Result<QString> moveAside(const QString &path);
+    Error forgetLostData(const QString &reference);
 
     // Post-processing
     Error postProcess(const QString &reference, const UnknownPath &path);

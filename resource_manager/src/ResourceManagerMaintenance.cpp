@@ -12,7 +12,7 @@ namespace zel {
 Result<bool> ResourceManager::Private::clearWayFor(const ResourceHandler &handler,
                                                    const QString &path)
 {
-    if (!QFileInfo::exists(path) || !FileUtils::isSubPath(path, cache->path().cacheDataDir()))
+    if (!FileUtils::isSubPath(path, cache->path().cacheDataDir()))
         return false;
 
     // Judged and moved in one step of the cache, deleted after it: between a look and a deletion

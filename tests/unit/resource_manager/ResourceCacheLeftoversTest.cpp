@@ -82,6 +82,24 @@ TEST_F(ResourceCacheLeftoversTest, moveLeftoversAside_publishedMeanwhile_saysSoA
     EXPECT_TRUE(isThere(u"s/a/file"_s));
 }
 
+TEST_F(ResourceCacheLeftoversTest, moveLeftoversAside_readyButDeletedByHand_becomesMissing)
+{
+    addReady(u"test:a"_s, u"s/a/file"_s, 10);
+    ASSERT_TRUE(QFile::remove(dataPath(u"s/a/file"_s)));
+    EXPECT_FALSE(move(u"test:a"_s, u"s/a/file"_s).isPublished);
+    EXPECT_EQ(database().status(u"test:a"_s), u"Missing"_s);
+    EXPECT_TRUE(rowValue(u"cachedPath"_s, u"test:a"_s).isNull());
+    EXPECT_EQ(cache.readCurrentCacheSize().value(), 0);
+}
+
+TEST_F(ResourceCacheLeftoversTest, moveLeftoversAside_readyAtAnotherPath_staysReady)
+{
+    addReady(u"test:a"_s, u"s/a/file"_s, 10);
+    EXPECT_FALSE(move(u"test:a"_s, u"s/elsewhere/file"_s).isPublished);
+    EXPECT_EQ(database().status(u"test:a"_s), u"Ready"_s);
+    EXPECT_TRUE(isThere(u"s/a/file"_s));
+}
+
 TEST_F(ResourceCacheLeftoversTest, moveLeftoversAside_scheduledOnly_isMoved)
 {
     writeFile(dataPath(u"s/a/file"_s), "rest");

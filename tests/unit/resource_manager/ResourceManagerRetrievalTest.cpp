@@ -134,6 +134,17 @@ TEST_F(ResourceManagerRetrievalTest, retrieve_leftoversInTheCache_areGoneBeforeT
     EXPECT_TRUE(folder.isEmpty(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden));
 }
 
+TEST_F(ResourceManagerRetrievalTest, retrieve_readyButDeletedByHand_fetchesItAgain)
+{
+    const auto remote = handler(u"a"_s);
+    ASSERT_TRUE(succeeds(ResourceManager::retrieve(remote)));
+    ASSERT_TRUE(QFile::remove(pathOf(u"a"_s)));
+    EXPECT_TRUE(succeeds(ResourceManager::retrieve(remote)));
+    EXPECT_EQ(readFile(pathOf(u"a"_s)), "data");
+    EXPECT_TRUE(remote->isAvailableLocally());
+    EXPECT_EQ(script(u"a"_s).fetchTasks, 2);
+}
+
 TEST_F(ResourceManagerRetrievalTest, retrieve_leftoversOutsideTheCache_areLeftAlone)
 {
     // There, but not available: the handler says so.
