@@ -76,6 +76,9 @@ TEST_F(LivenessTest, ping_removesTheDead_leavesTheMerelySilent)
     // Even after the longest wait for the next ping it is below 30 s.
     database.setLastPing(silent.clientId(), 15s);
     dead.kill();
+    // An answer means that no worker of it holds the semaphore any more: stopped with it, it would
+    // stop everybody.
+    EXPECT_EQ(silent.ask(u"readStatus test:a"_s), u"Missing"_s);
     silent.stop();
     EXPECT_EQ(resident.ask(u"ping"_s), u"ok"_s);
     EXPECT_EQ(clientsOf(dead.pid()), 0);

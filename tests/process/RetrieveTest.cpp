@@ -61,6 +61,18 @@ protected:
         const CacheProcess anybody(cache.baseDir());
     }
 
+    /// Waits until a fetcher that stands still at "half" has told all of its progress and holds the
+    /// semaphore no more: stopped with it, it would stop everybody.
+    void awaitRest()
+    {
+        CacheDatabase database(cache.databasePath());
+        ASSERT_TRUE(waitUntil([&] {
+            return database.value(u"SELECT progress FROM AcquiringTasks"_s).toInt() >= 50;
+        }));
+        CacheProcess anybody(cache.baseDir());
+        anybody.hold();
+    }
+
     bool waitForTasks(int count)
     {
         CacheDatabase database(cache.databasePath());
@@ -157,6 +169,7 @@ TEST_F(RetrieveTest, retrieve_programThatUsesTheResourceIsKilled_dataStays)
 TEST_F(RetrieveTest, retrieve_fetcherStoppedAndCleanedUp_goesOnWithoutHarm)
 {
     const auto sleeper = startAndAwait(u"half"_s);
+    awaitRest();
     sleeper->stop();
     {
         CacheDatabase database(cache.databasePath());
