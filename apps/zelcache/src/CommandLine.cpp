@@ -17,9 +17,9 @@ namespace {
 constexpr auto programExamples = R"(Examples:
   zelcache get https://data.example.org/runs/run1.raw
   zelcache status
-  zelcache get --help
+  zelcache get --help)";
 
-Exit codes:
+constexpr auto exitCodes = R"(Exit codes:
   0 success            6 integrity violated            20 refused or canceled
   1 failed             7 no space left                 21 feature lacking
   2 usage, reference   8 the cache cannot be opened   130 interrupted
@@ -126,14 +126,21 @@ CLI::Validator notEmpty()
         "");
 }
 
+std::string footerWith(const char *examples)
+{
+    return std::string(examples) + "\n\n" + exitCodes;
+}
+
 Parser::Parser()
 {
     app.name("zelcache");
     app.require_subcommand(1);
     app.fallthrough(); // common options may stand behind the command too
     app.set_version_flag("--version", "zelcache " ZELCACHE_VERSION);
-    app.footer(programExamples);
+    app.footer(footerWith(programExamples));
     app.get_formatter()->column_width(28);
+    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+    app.get_formatter()->label("REQUIRED", "");
     addCommonOptions();
     addCommands();
 }
@@ -177,7 +184,7 @@ CLI::App *Parser::addCommand(Options::Command command, const char *description,
                              const char *examples)
 {
     auto *subcommand = app.add_subcommand(commandName(command).toStdString(), description);
-    subcommand->footer(examples);
+    subcommand->footer(footerWith(examples));
     subcommand->final_callback([this, command] { options.command = command; });
     return subcommand;
 }

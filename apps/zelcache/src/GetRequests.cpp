@@ -72,8 +72,7 @@ ExitCode GetRequests::run()
     startAll(wait);
     const int signalNumber = wait.run([this, &wait] {
         onTick();
-        // Nobody reads the paths any more.
-        if (context.output.answerFailure() != 0)
+        if (!context.output.isAnswerWanted())
             wait.cancelAll();
     });
     return finish(signalNumber);
@@ -173,7 +172,8 @@ void GetRequests::answer(const Request &request)
     if (!path.hasValue()) {
         failures.append(path.error());
         results.append(json::entry(request.reference, path.error()));
-        context.output.error(request.reference + u": "_s + path.error().errorMessage());
+        if (context.output.isAnswerWanted())
+            context.output.error(request.reference + u": "_s + path.error().errorMessage());
         return;
     }
     for (const QString &warning : request.fetch->error().warnings())

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -67,6 +68,14 @@ void Output::answer(const QString &line)
 void Output::answer(const QJsonObject &object)
 {
     answer(json::text(object));
+}
+
+bool Output::isAnswerWanted()
+{
+    pollfd answers { manner.answerDescriptor, 0, 0 };
+    if (answerErrno == 0 && ::poll(&answers, 1, 0) > 0 && (answers.revents & POLLERR) != 0)
+        answerErrno = EPIPE;
+    return answerErrno == 0;
 }
 
 void Output::error(const QString &message)

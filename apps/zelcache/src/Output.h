@@ -46,6 +46,8 @@ public:
     void showProgress(const ProgressState &state);
     void clearProgress();
 
+    /// Whether somebody can still read answers: no once the other end of the pipe is closed.
+    bool isAnswerWanted();
     /// The errno of the first write of an answer that did not work out, else 0. After it answers
     /// are swallowed.
     int answerFailure() const { return answerErrno; }

@@ -143,6 +143,7 @@ TEST(CommandLine, parse_helpOfEachCommand_showsAnExample)
         const qsizetype examples = outcome.text.indexOf(u"Examples:"_s);
         ASSERT_GE(examples, 0) << qPrintable(outcome.text);
         EXPECT_TRUE(outcome.text.mid(examples).contains(name)) << qPrintable(outcome.text);
+        EXPECT_TRUE(outcome.text.contains(u"Exit codes:"_s)) << qPrintable(outcome.text);
     }
 }
 

@@ -111,4 +111,18 @@ TEST_F(OutputTest, answer_deviceFull_isReportedAndNotTriedAgain)
     ::close(full.answerDescriptor);
 }
 
+TEST_F(OutputTest, isAnswerWanted_readerGone_isFalse)
+{
+    int pipe[2] = { -1, -1 };
+    ASSERT_EQ(::pipe2(pipe, O_CLOEXEC), 0);
+    Output::Manner piped = manner();
+    piped.answerDescriptor = pipe[1];
+    Output output(piped);
+    EXPECT_TRUE(output.isAnswerWanted());
+    ::close(pipe[0]);
+    EXPECT_FALSE(output.isAnswerWanted());
+    EXPECT_EQ(output.answerFailure(), EPIPE);
+    ::close(pipe[1]);
+}
+
 } // namespace zel::cli
