@@ -1,0 +1,84 @@
+#include "ZelcacheCli.h"
+
+#include "Printers.h"
+
+namespace zel::test {
+
+using namespace Qt::Literals::StringLiterals;
+
+class AddCliTest : public ZelcacheCli
+{
+protected:
+    /// Nobody answers there: what can be had was added.
+    const QString reference = u"http://127.0.0.1:9/runs/run1.raw"_s;
+};
+
+TEST_F(AddCliTest, add_file_canBeHadWithoutItsSource)
+{
+    writeFile(cache.outside(u"local.raw"_s), "content");
+    const auto add = start({ u"add"_s, reference, cache.outside(u"local.raw"_s) });
+    EXPECT_EQ(add->exitCode(), 0) << add->errors().toStdString();
+    EXPECT_EQ(readFile(linesOf(add->output()).value(0)), "content");
+    const auto get = start({ u"get"_s, reference });
+    EXPECT_EQ(get->exitCode(), 0) << get->errors().toStdString();
+    EXPECT_EQ(get->output(), add->output());
+}
+
+TEST_F(AddCliTest, add_folder_isCopiedAsAWhole)
+{
+    writeFile(cache.outside(u"run.d/deep/er.txt"_s), "b");
+    const auto add = start({ u"add"_s, reference, cache.outside(u"run.d"_s) });
+    EXPECT_EQ(add->exitCode(), 0) << add->errors().toStdString();
+    EXPECT_EQ(readFile(linesOf(add->output()).value(0) + u"/deep/er.txt"_s), "b");
+}
+
+TEST_F(AddCliTest, add_relativeSource_isMeantFromWhereTheUserStands)
+{
+    writeFile(cache.outside(u"local.raw"_s), "content");
+    ProgramRun::Options options;
+    options.workingDirectory = cache.outside(QString());
+    const auto add = start({ u"add"_s, reference, u"local.raw"_s }, options);
+    EXPECT_EQ(add->exitCode(), 0) << add->errors().toStdString();
+}
+
+TEST_F(AddCliTest, add_twice_failsAndKeepsTheFirst)
+{
+    writeFile(cache.outside(u"local.raw"_s), "content");
+    writeFile(cache.outside(u"other.raw"_s), "other");
+    EXPECT_EQ(start({ u"add"_s, reference, cache.outside(u"local.raw"_s) })->exitCode(), 0);
+    const auto again = start({ u"add"_s, reference, cache.outside(u"other.raw"_s) });
+    EXPECT_EQ(again->exitCode(), 1);
+    EXPECT_EQ(again->output(), "");
+    const auto get = start({ u"get"_s, reference });
+    EXPECT_EQ(get->exitCode(), 0) << get->errors().toStdString();
+    EXPECT_EQ(readFile(linesOf(get->output()).value(0)), "content");
+}
+
+TEST_F(AddCliTest, add_whatAnInterruptedCopyLeft_isReplaced)
+{
+    writeFile(cache.outside(u"local.raw"_s), "content");
+    const auto path = start({ u"path"_s, reference });
+    EXPECT_EQ(path->exitCode(), 3);
+    writeFile(linesOf(path->output()).value(0), "half");
+    const auto add = start({ u"add"_s, reference, cache.outside(u"local.raw"_s) });
+    EXPECT_EQ(add->exitCode(), 0) << add->errors().toStdString();
+    EXPECT_EQ(readFile(linesOf(add->output()).value(0)), "content");
+}
+
+TEST_F(AddCliTest, add_missingSource_failsAndNamesIt)
+{
+    const auto run = start({ u"add"_s, u"--json"_s, reference, cache.outside(u"missing.raw"_s) });
+    EXPECT_EQ(run->exitCode(), 1);
+    EXPECT_TRUE(run->errors().contains("missing.raw"));
+    EXPECT_EQ(jsonOf(run->output()).value(u"error"_s).toObject().value(u"code"_s).toInt(), 1);
+}
+
+TEST_F(AddCliTest, add_localFileAsReference_isCode21)
+{
+    writeFile(cache.outside(u"local.raw"_s), "content");
+    const auto run = start(
+        { u"add"_s, u"file:"_s + cache.outside(u"local.raw"_s), cache.outside(u"local.raw"_s) });
+    EXPECT_EQ(run->exitCode(), 21) << run->errors().toStdString();
+}
+
+} // namespace zel::test

@@ -1,0 +1,106 @@
+#include "ZelcacheCli.h"
+
+#include "NginxServer.h"
+#include "Printers.h"
+
+#include <QSystemSemaphore>
+
+#include <csignal>
+
+namespace zel::test {
+
+using namespace Qt::Literals::StringLiterals;
+
+class InterruptCliTest : public ZelcacheCli
+{
+protected:
+    static NginxServer::Options slowly()
+    {
+        NginxServer::Options options;
+        options.bytesPerSecond = 500'000;
+        return options;
+    }
+
+    std::unique_ptr<ProgramRun> startedFetch()
+    {
+        server.addFile(u"big.raw"_s, QByteArray(2'000'000, 'b'));
+        auto run = start({ u"get"_s, reference });
+        waitUntil([this] { return stagedBytes() > 300'000; });
+        return run;
+    }
+
+    NginxServer server { slowly() };
+    const QString reference = server.url(u"big.raw"_s);
+};
+
+TEST_F(InterruptCliTest, interrupt_duringAFetch_leavesTheRowsInOrderAndTheStagedBytes)
+{
+    const auto run = startedFetch();
+    run->sendSignal(SIGINT);
+    EXPECT_EQ(run->exitCode(), 130) << run->errors().toStdString();
+    EXPECT_EQ(run->output(), "");
+    CacheDatabase database(cache.databasePath());
+    EXPECT_EQ(database.status(reference), u"Missing"_s);
+    EXPECT_EQ(database.count(u"AcquiringTasks"_s), 0);
+    EXPECT_EQ(database.count(u"Clients"_s), 0);
+    EXPECT_GT(stagedBytes(), 300'000);
+}
+
+TEST_F(InterruptCliTest, interrupt_duringAFetch_isGoneOnWithLater)
+{
+    const auto run = startedFetch();
+    run->sendSignal(SIGINT);
+    EXPECT_EQ(run->exitCode(), 130);
+    const auto again = start({ u"get"_s, reference });
+    EXPECT_EQ(again->exitCode(), 0) << again->errors().toStdString();
+    EXPECT_EQ(readFile(linesOf(again->output()).value(0)), QByteArray(2'000'000, 'b'));
+    EXPECT_TRUE(server.requests().constLast().range.startsWith(u"bytes="_s));
+}
+
+TEST_F(InterruptCliTest, terminate_duringAFetch_isCode143)
+{
+    const auto run = startedFetch();
+    run->sendSignal(SIGTERM);
+    EXPECT_EQ(run->exitCode(), 143) << run->errors().toStdString();
+    EXPECT_EQ(CacheDatabase(cache.databasePath()).status(reference), u"Missing"_s);
+}
+
+TEST_F(InterruptCliTest, interrupt_json_stillAnswers)
+{
+    server.addFile(u"big.raw"_s, QByteArray(2'000'000, 'b'));
+    const auto run = start({ u"get"_s, u"--json"_s, sharedFile(u"a.raw"_s, "a"), reference });
+    waitUntil([this] { return stagedBytes() > 300'000; });
+    run->sendSignal(SIGINT);
+    EXPECT_EQ(run->exitCode(), 130);
+    const QJsonArray results = jsonOf(run->output()).value(u"results"_s).toArray();
+    ASSERT_EQ(results.size(), 2);
+    EXPECT_TRUE(results.at(0).toObject().contains(u"path"_s));
+    EXPECT_EQ(results.at(1).toObject().value(u"error"_s).toObject().value(u"code"_s).toInt(), 20);
+}
+
+TEST_F(InterruptCliTest, interrupt_whileTheCacheIsHeldByAnother_endsAtOnce)
+{
+    QSystemSemaphore semaphore(TemporaryCache::semaphoreKey(cache.baseDir()), 1,
+                               QSystemSemaphore::Open);
+    ASSERT_TRUE(semaphore.acquire());
+    const auto run = start({ u"get"_s, u"-vv"_s, reference });
+    // The last word before it waits.
+    waitUntil([&run] { return run->errors().contains("System semaphore key set"); });
+    run->sendSignal(SIGINT);
+    EXPECT_EQ(run->exitCode(), 130);
+    EXPECT_TRUE(semaphore.release());
+}
+
+TEST_F(InterruptCliTest, interrupt_ofAWaiter_leavesTheFetcherAlone)
+{
+    const auto fetcher = startedFetch();
+    const auto waiter = start({ u"get"_s, reference });
+    CacheDatabase database(cache.databasePath());
+    waitUntil([&database] { return database.count(u"AcquiringTasks"_s) == 2; });
+    waiter->sendSignal(SIGINT);
+    EXPECT_EQ(waiter->exitCode(), 130) << waiter->errors().toStdString();
+    EXPECT_EQ(fetcher->exitCode(), 0) << fetcher->errors().toStdString();
+    EXPECT_EQ(linesOf(fetcher->output()).size(), 1);
+}
+
+} // namespace zel::test

@@ -1,0 +1,153 @@
+#include "ZelcacheCli.h"
+
+#include "Printers.h"
+
+#include <QFile>
+#include <QSystemSemaphore>
+
+#include <unistd.h>
+
+namespace zel::test {
+
+using namespace Qt::Literals::StringLiterals;
+
+class ListStatusCliTest : public ZelcacheCli
+{
+protected:
+    void fill()
+    {
+        reference = sharedFile(u"run1.raw"_s, QByteArray(2048, 'a'));
+        const auto run = start({ u"get"_s, reference });
+        ASSERT_EQ(run->exitCode(), 0) << run->errors().toStdString();
+    }
+
+    /// The administrator may write everywhere: as him, the program runs as nobody.
+    std::unique_ptr<ProgramRun> startWithoutPrivileges(const QStringList &arguments) const
+    {
+        if (::geteuid() != 0)
+            return start(arguments);
+        const QStringList nobody { u"--reuid=65534"_s, u"--regid=65534"_s, u"--clear-groups"_s };
+        ProgramRun::Options options;
+        options.environment = environment();
+        return std::make_unique<ProgramRun>(
+            u"setpriv"_s, nobody + QStringList { program() } + inCache(arguments), options);
+    }
+
+    QString reference;
+};
+
+TEST_F(ListStatusCliTest, list_filledCache_showsItsResources)
+{
+    fill();
+    const auto run = start({ u"list"_s });
+    EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
+    const QStringList lines = linesOf(run->output());
+    ASSERT_EQ(lines.size(), 1);
+    EXPECT_TRUE(lines.at(0).startsWith(u"Ready  2.0 KiB  "_s)) << qPrintable(lines.at(0));
+    EXPECT_TRUE(lines.at(0).endsWith(reference)) << qPrintable(lines.at(0));
+}
+
+TEST_F(ListStatusCliTest, list_json_tellsPathAndSize)
+{
+    fill();
+    const auto run = start({ u"list"_s, u"--json"_s });
+    EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
+    const QJsonArray resources = jsonOf(run->output()).value(u"resources"_s).toArray();
+    ASSERT_EQ(resources.size(), 1);
+    const QJsonObject resource = resources.at(0).toObject();
+    EXPECT_EQ(resource.value(u"reference"_s).toString(), reference);
+    EXPECT_EQ(resource.value(u"size"_s).toInt(), 2048);
+    EXPECT_EQ(readFile(resource.value(u"path"_s).toString()), QByteArray(2048, 'a'));
+}
+
+TEST_F(ListStatusCliTest, status_filledCache_showsSizesAndCounts)
+{
+    fill();
+    const auto run = start({ u"status"_s });
+    EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
+    const QByteArray output = run->output();
+    EXPECT_TRUE(output.contains(cache.baseDir().toUtf8())) << output.toStdString();
+    EXPECT_TRUE(output.contains("2.0 KiB of 10.0 GiB")) << output.toStdString();
+    EXPECT_TRUE(output.contains("1 ready")) << output.toStdString();
+}
+
+TEST_F(ListStatusCliTest, listAndStatus_heldSemaphore_waitForNobody)
+{
+    fill();
+    QSystemSemaphore semaphore(TemporaryCache::semaphoreKey(cache.baseDir()), 1,
+                               QSystemSemaphore::Open);
+    ASSERT_TRUE(semaphore.acquire());
+    const auto list = start({ u"list"_s });
+    EXPECT_EQ(list->exitCode(), 0) << list->errors().toStdString();
+    const auto status = start({ u"status"_s, u"--json"_s });
+    EXPECT_EQ(status->exitCode(), 0) << status->errors().toStdString();
+    EXPECT_TRUE(jsonOf(status->output()).value(u"clients"_s).toArray().isEmpty());
+    EXPECT_TRUE(semaphore.release());
+}
+
+TEST_F(ListStatusCliTest, listAndStatus_writerInATransaction_waitForNobody)
+{
+    fill();
+    CacheDatabase writer(cache.databasePath());
+    writer.run(u"BEGIN IMMEDIATE"_s);
+    writer.run(u"UPDATE CachedResources SET status = 'Missing'"_s);
+    const auto run = start({ u"list"_s });
+    EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
+    EXPECT_TRUE(run->output().startsWith("Ready"));
+    writer.run(u"ROLLBACK"_s);
+}
+
+TEST_F(ListStatusCliTest, listAndStatus_always_leaveNoTrace)
+{
+    fill();
+    CacheDatabase database(cache.databasePath());
+    const auto highestClient = u"SELECT MAX(seq) FROM sqlite_sequence WHERE name = 'Clients'"_s;
+    const QVariant before = database.value(highestClient);
+    EXPECT_EQ(start({ u"list"_s })->exitCode(), 0);
+    EXPECT_EQ(start({ u"status"_s })->exitCode(), 0);
+    EXPECT_EQ(database.value(highestClient), before);
+}
+
+TEST_F(ListStatusCliTest, listAndStatus_noCache_areCode8AndMakeNone)
+{
+    for (const QString &command : { u"list"_s, u"status"_s }) {
+        const auto run = start({ command, u"--json"_s });
+        EXPECT_EQ(run->exitCode(), 8);
+        EXPECT_TRUE(run->errors().contains(cache.baseDir().toUtf8()));
+        EXPECT_EQ(jsonOf(run->output()).value(u"error"_s).toObject().value(u"code"_s).toInt(), 8);
+    }
+    EXPECT_FALSE(QFileInfo::exists(cache.databasePath()));
+}
+
+TEST_F(ListStatusCliTest, listAndStatus_cacheThatMayNotBeWritten_work)
+{
+    fill();
+    const auto readable = QFile::ReadOwner | QFile::ReadOther;
+    const auto open = readable | QFile::ExeOwner | QFile::ExeOther;
+    ASSERT_TRUE(QFile::setPermissions(cache.databasePath(), readable));
+    ASSERT_TRUE(QFile::setPermissions(cache.outside(QString()), open));
+    ASSERT_TRUE(QFile::setPermissions(cache.baseDir(), open));
+    for (const QString &command : { u"list"_s, u"status"_s }) {
+        const auto run = startWithoutPrivileges({ command });
+        EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
+        EXPECT_NE(run->output(), "");
+    }
+    const auto get = startWithoutPrivileges({ u"get"_s, reference });
+    EXPECT_EQ(get->exitCode(), 8) << get->errors().toStdString();
+    ASSERT_TRUE(QFile::setPermissions(cache.outside(QString()), open | QFile::WriteOwner));
+    ASSERT_TRUE(QFile::setPermissions(cache.baseDir(), open | QFile::WriteOwner));
+}
+
+TEST_F(ListStatusCliTest, list_controlCharactersInAReference_doNotReachTheTerminal)
+{
+    fill();
+    CacheDatabase(cache.databasePath())
+        .run(
+            u"UPDATE CachedResources SET reference = 'http://a/' || char(27) || '[2J' || char(155)"_s);
+    const auto run = startAtTerminal({ u"list"_s });
+    EXPECT_EQ(run->exitCode(), 0);
+    EXPECT_FALSE(run->seen().contains('\x1b')) << run->seen().toStdString();
+    EXPECT_TRUE(run->seen().contains("\\x1b[2J\\x9b")) << run->seen().toStdString();
+}
+
+} // namespace zel::test

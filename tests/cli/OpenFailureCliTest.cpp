@@ -1,0 +1,57 @@
+#include "ZelcacheCli.h"
+
+#include "Printers.h"
+
+#include <QDir>
+
+namespace zel::test {
+
+using namespace Qt::Literals::StringLiterals;
+
+class OpenFailureCliTest : public ZelcacheCli
+{
+protected:
+    void expectCode8(const QStringList &arguments) const
+    {
+        const auto run = start(arguments);
+        EXPECT_EQ(run->exitCode(), 8) << qPrintable(arguments.join(u' '));
+        EXPECT_EQ(run->output(), "");
+        EXPECT_TRUE(run->errors().contains(cache.baseDir().toUtf8()))
+            << run->errors().toStdString();
+    }
+};
+
+TEST_F(OpenFailureCliTest, everyCommand_garbageForADatabase_isCode8AndSaysWhere)
+{
+    const QByteArray garbage(10'000, 'x');
+    writeFile(cache.databasePath(), garbage);
+    const QString reference = sharedFile(u"a.raw"_s, "a");
+    expectCode8({ u"get"_s, reference });
+    expectCode8({ u"exists"_s, reference });
+    expectCode8({ u"info"_s, reference });
+    expectCode8({ u"path"_s, reference });
+    expectCode8({ u"add"_s, reference, cache.outside(u"a.raw"_s) });
+    expectCode8({ u"list"_s });
+    expectCode8({ u"status"_s });
+    EXPECT_EQ(readFile(cache.databasePath()), garbage);
+}
+
+TEST_F(OpenFailureCliTest, get_baseDirectoryIsAFile_isCode8)
+{
+    ASSERT_TRUE(QDir().rmdir(cache.baseDir()));
+    writeFile(cache.baseDir(), "a file");
+    expectCode8({ u"get"_s, sharedFile(u"a.raw"_s, "a") });
+    ASSERT_TRUE(QFile::remove(cache.baseDir()));
+}
+
+TEST_F(OpenFailureCliTest, get_json_hasTheReason)
+{
+    writeFile(cache.databasePath(), QByteArray(10'000, 'x'));
+    const auto run = start({ u"get"_s, u"--json"_s, sharedFile(u"a.raw"_s, "a") });
+    EXPECT_EQ(run->exitCode(), 8);
+    const QJsonObject error = jsonOf(run->output()).value(u"error"_s).toObject();
+    EXPECT_EQ(error.value(u"code"_s).toInt(), 8);
+    EXPECT_FALSE(error.value(u"message"_s).toString().isEmpty());
+}
+
+} // namespace zel::test

@@ -1,0 +1,46 @@
+#include "ZelcacheCli.h"
+
+#include "Printers.h"
+
+namespace zel::test {
+
+using namespace Qt::Literals::StringLiterals;
+
+class UsageCliTest : public ZelcacheCli
+{
+};
+
+TEST_F(UsageCliTest, help_always_isAnAnswer)
+{
+    const auto run = start({ u"--help"_s });
+    EXPECT_EQ(run->exitCode(), 0);
+    EXPECT_TRUE(run->output().contains("Exit codes:"));
+    EXPECT_EQ(run->errors(), "");
+}
+
+TEST_F(UsageCliTest, version_always_isAnAnswer)
+{
+    const auto run = start({ u"--version"_s });
+    EXPECT_EQ(run->exitCode(), 0);
+    EXPECT_TRUE(run->output().startsWith("zelcache "));
+}
+
+TEST_F(UsageCliTest, mistake_always_isCode2AndSaidBesideTheAnswer)
+{
+    for (const QStringList &arguments : { QStringList {}, QStringList { u"get"_s },
+                                          QStringList { u"status"_s, u"--nonsense"_s } }) {
+        const auto run = start(arguments);
+        EXPECT_EQ(run->exitCode(), 2);
+        EXPECT_EQ(run->output(), "");
+        EXPECT_TRUE(run->errors().contains("--help"));
+    }
+}
+
+TEST_F(UsageCliTest, mistake_always_leavesTheCacheAlone)
+{
+    const auto run = start({ u"get"_s });
+    EXPECT_EQ(run->exitCode(), 2);
+    EXPECT_FALSE(QFileInfo::exists(cache.databasePath()));
+}
+
+} // namespace zel::test
