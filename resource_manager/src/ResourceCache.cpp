@@ -39,18 +39,38 @@ QString semaphoreKeyFor(const QString &baseDirectory)
 // Private: what takes the semaphore or is given it
 
 ResourceCache::Private::Private(ResourceCache *owner, std::unique_ptr<ResourceCacheDao> givenDao)
-    : q(owner)
+    : pingTimer(new QTimer)
+    , pingGate(std::make_shared<PingGate>())
+    , q(owner)
     , dao(givenDao ? std::move(givenDao) : std::make_unique<ResourceCacheDao>())
     , semaphore(unopenedKey(), 1, QSystemSemaphore::Open)
 {
-    pingTimer.setInterval(pingPeriod);
-    QObject::connect(
-        &pingTimer, &QTimer::timeout, &pingTimer, [this] { pingDatabase(); }, Qt::DirectConnection);
+    pingGate->owner = this;
+    pingTimer->setInterval(pingPeriod);
+    const auto ping = [gate = pingGate] {
+        const QMutexLocker lock(&gate->mutex);
+        if (gate->owner)
+            gate->owner->pingDatabase();
+    };
+    QObject::connect(pingTimer.get(), &QTimer::timeout, pingTimer.get(), ping,
+                     Qt::DirectConnection);
 }
 
 ResourceCache::Private::~Private()
 {
     close();
+    // After the semaphore is free again: a ping that waits for it holds the gate.
+    const QMutexLocker lock(&pingGate->mutex);
+    pingGate->owner = nullptr;
+}
+
+void ResourceCache::Private::DeletionOnItsThread::operator()(QTimer *timer) const
+{
+    const QThread *thread = timer->thread();
+    if (!thread || thread->isFinished() || thread == QThread::currentThread())
+        delete timer;
+    else
+        timer->deleteLater();
 }
 
 Error ResourceCache::Private::open(const ResourceCachePath &path,
@@ -98,31 +118,32 @@ void ResourceCache::Private::updateSemaphoreKey(const ResourceCachePath &path)
 void ResourceCache::Private::startPing()
 {
     const int request = ++pingRequest;
-    if (pingTimer.thread() != QThread::currentThread()) {
-        const auto start = [this, request] {
-            if (request == pingRequest)
-                pingTimer.start();
-        };
-        QMetaObject::invokeMethod(&pingTimer, start, Qt::QueuedConnection);
+    if (pingTimer->thread() != QThread::currentThread()) {
+        postPingRequest(request, &QTimer::start);
         return;
     }
     // A plain thread has no event dispatcher, and so no timers, before its first event loop.
     const QEventLoop dispatcherMaker;
-    pingTimer.start();
+    pingTimer->start();
 }
 
 void ResourceCache::Private::stopPing()
 {
     const int request = ++pingRequest;
-    if (pingTimer.thread() == QThread::currentThread()) {
-        pingTimer.stop();
-        return;
-    }
-    const auto stop = [this, request] {
-        if (request == pingRequest)
-            pingTimer.stop();
+    if (pingTimer->thread() == QThread::currentThread())
+        pingTimer->stop();
+    else
+        postPingRequest(request, &QTimer::stop);
+}
+
+void ResourceCache::Private::postPingRequest(int request, void (QTimer::*startOrStop)())
+{
+    const auto act = [gate = pingGate, request, startOrStop] {
+        const QMutexLocker lock(&gate->mutex);
+        if (gate->owner && gate->owner->pingRequest == request)
+            (gate->owner->pingTimer.get()->*startOrStop)();
     };
-    QMetaObject::invokeMethod(&pingTimer, stop, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(pingTimer.get(), act, Qt::QueuedConnection);
 }
 
 void ResourceCache::Private::pingDatabase()

@@ -6,6 +6,7 @@
 #include "TaskRows.h"
 
 #include <QCoreApplication>
+#include <QMutex>
 #include <QSystemSemaphore>
 #include <QTimer>
 
@@ -30,6 +31,18 @@ class ResourceCache::Private
 public:
     using TransactionContext = ResourceCacheDao::TransactionContext;
     using UnknownPath = PathImpl<PathType::Unknown>;
+
+    /// What the timer's thread goes through to this object, which may die on another one.
+    struct PingGate
+    {
+        QMutex mutex; ///< held for as long as the object is in use there
+        Private *owner; ///< null once it is gone
+    };
+    /// The event loop of the timer's thread would go on with a timer that another thread deleted.
+    struct DeletionOnItsThread
+    {
+        void operator()(QTimer *timer) const;
+    };
 
     Private(ResourceCache *owner, std::unique_ptr<ResourceCacheDao> givenDao);
     ~Private();
@@ -108,6 +121,8 @@ public:
     void updateSemaphoreKey(const ResourceCachePath &path);
     void startPing();
     void stopPing();
+    /// Calls the function on the timer's thread, unless another request comes first.
+    void postPingRequest(int request, void (QTimer::*startOrStop)());
     void pingDatabase();
     void onFinishedUsing(const QString &reference, qint64 usageId);
     Error purgeOutdatedResources();
@@ -117,7 +132,8 @@ public:
     ResourceCleanupPolicy cleanupPolicyRestriction = ResourceCleanupPolicy::Invalid;
     ResourceCachePath cachePath;
     ResourceCacheSizes sizes;
-    QTimer pingTimer;
+    std::unique_ptr<QTimer, DeletionOnItsThread> pingTimer;
+    std::shared_ptr<PingGate> pingGate;
     /// Which start or stop of the timer is the latest. What another thread asked for waits in the
     /// queue of the timer's own, and must not undo what was asked for since.
     std::atomic<int> pingRequest = 0;
