@@ -3,6 +3,7 @@
 #include "TaskExecution_p.h"
 #include "errors/Propagate.h"
 
+#include <QAbstractEventDispatcher>
 #include <QDeadlineTimer>
 #include <QEventLoop>
 #include <QTimer>
@@ -59,9 +60,14 @@ void BlockingWait::spin(int msecs)
     const QDeadlineTimer deadline(msecs);
     QTimer timer;
     if (msecs >= 0) {
+        // A coarse one may come early, and then again only after the whole time.
+        timer.setTimerType(Qt::PreciseTimer);
         QObject::connect(&timer, &QTimer::timeout, &eventLoop, &QEventLoop::quit);
         timer.start(msecs);
     }
+    // We may be inside an event that was posted together with others. Those would lie until the
+    // next one comes, for their coming has been noticed already.
+    QAbstractEventDispatcher::instance()->wakeUp();
     eventLoop.exec();
     // A request to quit the application ends every loop, and keeps new ones from running.
     while (!isWoken() && !deadline.hasExpired())
