@@ -61,12 +61,6 @@ private:
     int suspensions;
 };
 
-class OwnExecTask : public Task
-{
-public:
-    void exec() override { setRunning(); }
-};
-
 class FinalizingTask : public Task
 {
 public:
@@ -240,7 +234,7 @@ TEST(TaskDeathTest, exec_coroutineThrowsAfterItsSuspension_endsTheProcess)
 
 TEST(TaskTest, exec_overridden_isTheWholeWork)
 {
-    OwnExecTask task;
+    ManualTask task;
     task.exec();
     EXPECT_TRUE(task.isRunning());
     task.finish(Error(ErrorCode::BadData, u"own"_s));

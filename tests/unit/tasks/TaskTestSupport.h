@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Task.h"
+#include "TasksQueue.h"
 
 #include <QElapsedTimer>
 #include <QEventLoop>
@@ -9,6 +10,7 @@
 #include <QTranslator>
 
 #include <atomic>
+#include <coroutine>
 #include <future>
 #include <memory>
 #include <optional>
@@ -53,6 +55,8 @@ public:
     ~LoopThread() { end(); }
 
     QThread *get() { return &thread; }
+    /// Lives over there, for what is to be posted.
+    QObject *receiver() { return &context; }
 
     void end()
     {
@@ -87,6 +91,44 @@ public:
     {
         return QString::fromLatin1(context);
     }
+};
+
+/// A queue with these tasks waiting in it, none of which its own thread will ever start.
+inline std::unique_ptr<TasksQueue> queueOfAnEndedThread(const QList<Task *> &tasks)
+{
+    std::unique_ptr<TasksQueue> queue;
+    std::thread([&queue, &tasks] {
+        queue = std::make_unique<TasksQueue>();
+        queue->setConnectionType(Qt::QueuedConnection);
+        for (Task *task : tasks)
+            queue->append(task);
+    }).join();
+    return queue;
+}
+
+/// Suspends the coroutine that awaits it; whoever has the handle may resume it.
+struct Suspension
+{
+    std::coroutine_handle<> &handle;
+
+    bool await_ready() const noexcept { return false; }
+    void await_suspend(std::coroutine_handle<> awaiting) noexcept { handle = awaiting; }
+    void await_resume() const noexcept { }
+};
+
+/// Gives what came of a task, in a coroutine of nobody's task.
+template<typename Pointer>
+QCoro::Task<Error> outcomeOf(Pointer task)
+{
+    const auto outcome = co_await task;
+    co_return outcome;
+}
+
+/// Runs until finish() is called from outside.
+class ManualTask : public Task
+{
+public:
+    void exec() override { setRunning(); }
 };
 
 /// Work that ends when the test says so.
