@@ -58,7 +58,7 @@ Result<bool> ResourceCache::Private::retrieveInProgress(const QString &reference
     return ZEL_PASS(dao->retrieveInProgress(reference));
 }
 
-Error ResourceCache::Private::updateProgress(const QString &reference, int progress)
+Error ResourceCache::Private::updateProgress(const QString &reference, std::optional<int> progress)
 {
     return ZEL_PASS(dao->updateProgress(reference, progress));
 }

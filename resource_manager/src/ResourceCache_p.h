@@ -101,7 +101,7 @@ public:
     Error finalizeRetrieve(const QString &reference, const UnknownPath &path,
                            const QVersionNumber &version, const Error &retrieveError);
     Result<bool> retrieveInProgress(const QString &reference) const;
-    Error updateProgress(const QString &reference, int progress);
+    Error updateProgress(const QString &reference, std::optional<int> progress);
     Error addRetrievingTask(const QString &reference);
     Error deleteRetrievingTask(const QString &reference);
 

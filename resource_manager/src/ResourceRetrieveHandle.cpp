@@ -4,6 +4,8 @@
 #include "SemaphoreLocker.h"
 #include "errors/Propagate.h"
 
+#include <utility>
+
 namespace zel {
 
 ResourceRetrieveHandle::ResourceRetrieveHandle(const QString &reference,
@@ -66,18 +68,20 @@ Error ResourceRetrieveHandle::addTaskToDatabase(ResourceCache *cache, const QStr
 
 Error ResourceRetrieveHandle::removeTaskFromDatabase()
 {
+    const bool wasFetching = std::exchange(fetching, false);
     cache->d->taskRows.remove(reference, this);
-    if (mustKeepRows())
-        return Error();
-    fetching = false;
-    return ZEL_PASS(removeTaskFromDatabase(cache, reference));
+    // The rows of this process cannot be told apart, so they go together, with the last handle that
+    // has one. Without theirs, several of the others would fetch at once and nobody would see it.
+    if (!cache->d->taskRows.contains(reference))
+        return ZEL_PASS(removeTaskFromDatabase(cache, reference));
+    return wasFetching ? ZEL_PASS(withdrawProgress()) : Error();
 }
 
-/// The rows of this process cannot be told apart, so they go together: with the fetcher, whose
-/// progress would make the others wait for ever, or with the last one that has a row.
-bool ResourceRetrieveHandle::mustKeepRows() const
+/// Makes a fetch a mere wish again, so that those who watch it try for themselves.
+Error ResourceRetrieveHandle::withdrawProgress()
 {
-    return !fetching && cache->d->taskRows.contains(reference);
+    const SemaphoreLocker lock(&cache->d->semaphore, 1);
+    return ZEL_PASS(cache->d->updateProgress(reference, std::nullopt));
 }
 
 Error ResourceRetrieveHandle::removeTaskFromDatabase(ResourceCache *cache, const QString &reference)

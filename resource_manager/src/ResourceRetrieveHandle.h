@@ -71,7 +71,7 @@ protected:
     static Error removeTaskFromDatabase(ResourceCache *cache, const QString &reference);
 
 private:
-    bool mustKeepRows() const;
+    Error withdrawProgress();
 
     ResourceCache *cache;
     QString reference;

@@ -214,6 +214,33 @@ TEST_F(ResourceRetrieveHandleTest, removeTask_fetcherFailed_aWatcherOfThisProces
     EXPECT_EQ(status(), u"Acquiring"_s);
 }
 
+TEST_F(ResourceRetrieveHandleTest, removeTask_fetcherFailedBeforeManyWatchers_oneTakesOver)
+{
+    const auto fetcher = handleOf(cache);
+    auto one = handleOf(cache);
+    auto two = handleOf(cache);
+    const auto other = otherClient();
+    auto far = handleOf(*other);
+    ASSERT_TRUE(fetcher->tryStartRetrieve().value());
+    ASSERT_FALSE(one->tryStartRetrieve().value());
+    ASSERT_FALSE(two->tryStartRetrieve().value());
+    ASSERT_FALSE(far->tryStartRetrieve().value());
+    ASSERT_FALSE(fetcher->finalizeRetrieve(Error(1)).hasError());
+    ASSERT_FALSE(fetcher->removeTaskFromDatabase().hasError());
+
+    EXPECT_FALSE(far->readProgress().value().progress.has_value());
+    EXPECT_TRUE(one->tryStartRetrieve().value());
+    EXPECT_FALSE(two->tryStartRetrieve().value());
+    EXPECT_FALSE(far->tryStartRetrieve().value());
+
+    one.reset();
+    two.reset();
+    EXPECT_EQ(taskRows(), 1); // the other process's
+    far.reset();
+    EXPECT_EQ(taskRows(), 0);
+    EXPECT_EQ(status(), u"Missing"_s);
+}
+
 TEST_F(ResourceRetrieveHandleTest, tryStartRetrieve_afterCleanupRemovedTheRow_fetchesWithoutOne)
 {
     const auto handle = handleOf(cache);
