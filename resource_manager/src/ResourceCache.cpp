@@ -82,6 +82,9 @@ Error ResourceCache::Private::open(const ResourceCachePath &path,
     retryOpenAfter.reset();
     Error error = ZEL_PASS(dao->open(path.databasePath()));
     if (error.hasError()) {
+        // It may have been open before, on another directory, say.
+        stopPing();
+        opening.reset();
         // A process that died under this number is still registered; it must not block for ever.
         retryOpenAfter = dao->abandonOpen();
         return error;

@@ -9,6 +9,9 @@
 
 #include <QElapsedTimer>
 #include <QFileInfo>
+#include <QtNumeric>
+
+#include <limits>
 
 namespace zel {
 
@@ -18,6 +21,17 @@ namespace {
 
 /// A purge goes below the optimal size, so that the next resource does not start another one.
 constexpr double shareOfOptimalSize = 0.9;
+/// The first number that no longer is a size.
+constexpr double maximumNumber = 9223372036854775808.0;
+
+/// A caller's size may be anything, its sum with ours stays a number.
+qint64 sumOf(qint64 left, qint64 right)
+{
+    qint64 sum = 0;
+    if (!qAddOverflow(left, right, &sum))
+        return sum;
+    return right > 0 ? std::numeric_limits<qint64>::max() : std::numeric_limits<qint64>::min();
+}
 
 /// Whether the reference stands for a newer major version than the copy was made of.
 bool isOutdated(const QVersionNumber &stored, const QVersionNumber &declared)
@@ -32,7 +46,7 @@ Error ResourceCache::Private::purgeCacheIfNeeded(qint64 extraSize)
     Error error;
     ZEL_TRY_LET(const auto context, dao->createTransaction());
     ZEL_TRY_LET(const qint64 current, dao->selectCurrentSize());
-    const qint64 total = current + extraSize;
+    const qint64 total = sumOf(current, extraSize);
     if (total <= sizes.optimalSize)
         return ZEL_PASS(context->commit());
 

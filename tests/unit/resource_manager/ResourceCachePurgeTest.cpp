@@ -107,6 +107,14 @@ TEST_F(ResourceCachePurgeTest, purgeCacheIfNeeded_extraSize_countsAsIfThere)
     EXPECT_EQ(status(u"test:1"_s), u"Missing"_s);
 }
 
+TEST_F(ResourceCachePurgeTest, purgeCacheIfNeeded_extraSizeBeyondNumbers_removesAll)
+{
+    open(1000, 2000);
+    addReady(u"test:1"_s, u"s/1/f"_s, 60);
+    ASSERT_FALSE(cache.purgeCacheIfNeeded(std::numeric_limits<qint64>::max()).hasError());
+    EXPECT_EQ(status(u"test:1"_s), u"Missing"_s);
+}
+
 TEST_F(ResourceCachePurgeTest, purgeCacheIfNeeded_everythingInUse_removesNothingAndSucceeds)
 {
     open(1000, 2000);
