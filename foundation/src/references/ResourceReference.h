@@ -28,7 +28,7 @@ class ZEL_RESOURCE_MANAGER_EXPORT ResourceReference
 
 public:
     /// Numbers are stable. What lies under File is never kept in a cache.
-    enum Scheme {
+    enum Scheme : int {
         Invalid = 0,
         Http = 1,
         WebDav = 2,

@@ -68,6 +68,7 @@ TEST(GroupTaskTest, append_runningSubtask_startsTheGroup)
     subtask->setRunning();
     group.append(subtask);
     EXPECT_TRUE(group.isRunning());
+    subtask->finish(Error());
 }
 
 TEST(GroupTaskTest, append_nullAndASecondTime_areIgnored)
@@ -187,6 +188,8 @@ TEST(GroupTaskTest, end_firstSubtaskStarts_groupStartsOnce)
     EXPECT_TRUE(group.isRunning());
     first->setRunning();
     EXPECT_EQ(started.count(), 1);
+    first->finish(Error());
+    second->finish(Error());
 }
 
 TEST(GroupTaskTest, end_comesWithTheLastSubtask)
@@ -403,6 +406,7 @@ TEST(GroupTaskTest, executableSubtasks_listsLeavesOfAllLevels)
 
     EXPECT_EQ(outer.executableSubtasks(false), QList<Task *>({ idle, running, finished }));
     EXPECT_EQ(outer.executableSubtasks(true), QList<Task *>({ idle }));
+    running->finish(Error());
 }
 
 TEST(GroupTaskTest, nestedGroup_endsBeforeTheOuterOne)

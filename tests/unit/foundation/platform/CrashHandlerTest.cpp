@@ -19,19 +19,6 @@ void tellAndDie(void (*crash)())
     crash();
 }
 
-void segmentationFault()
-{
-    volatile int *nowhere = nullptr;
-    *nowhere = 1; // NOLINT: the crash itself
-}
-
-int useUpTheStack(int depth)
-{
-    volatile char frame[4096] = {};
-    frame[0] = static_cast<char>(depth);
-    return depth < 0 ? 0 : useUpTheStack(depth + 1) + frame[0];
-}
-
 class CrashHandlerDeathTest : public testing::Test
 {
 protected:
@@ -52,6 +39,23 @@ TEST_F(CrashHandlerDeathTest, signalSentFromOutside_tellsAndDiesOfIt)
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 // A sanitizer turns these crashes into a report and an exit code of its own.
+
+namespace {
+
+void segmentationFault()
+{
+    volatile int *nowhere = nullptr;
+    *nowhere = 1; // NOLINT: the crash itself
+}
+
+int useUpTheStack(int depth)
+{
+    volatile char frame[4096] = {};
+    frame[0] = static_cast<char>(depth);
+    return depth < 0 ? 0 : useUpTheStack(depth + 1) + frame[0];
+}
+
+} // namespace
 
 TEST_F(CrashHandlerDeathTest, segmentationFault_tellsAndDiesOfIt)
 {
