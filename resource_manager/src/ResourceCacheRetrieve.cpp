@@ -13,6 +13,11 @@ Result<bool> ResourceCache::Private::tryStartRetrieve(const QString &reference)
     ZEL_TRY_LET(const bool inProgress, retrieveInProgress(reference));
     if (inProgress)
         return false;
+    // The fetcher that this process was about to join may have ended since the caller looked: what
+    // is Ready now is in use, and nobody may fetch over it.
+    ZEL_TRY_LET(const ResourceStatus status, loadStatus(reference));
+    if (status == ResourceStatus::Ready)
+        return false;
     ZEL_TRY(error, updateProgress(reference, 0));
     ZEL_TRY(error, saveStatus(reference, ResourceStatus::Acquiring));
     return true;

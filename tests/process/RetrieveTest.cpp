@@ -120,6 +120,35 @@ TEST_F(RetrieveTest, retrieve_thirtyProcessesAtOnce_oneTransfer)
     EXPECT_EQ(source.transfers(), 1);
 }
 
+TEST_F(RetrieveTest, retrieve_processesRaceFromTheStart_oneTransfer)
+{
+    Processes processes;
+    while (processes.size() < 12)
+        processes.push_back(start({ reference }));
+    for (const auto &process : processes)
+        expectWhole(*process);
+    for (const auto &process : processes)
+        EXPECT_EQ(process->end(), 0);
+    EXPECT_EQ(source.transfers(), 1);
+}
+
+TEST_F(RetrieveTest, retrieve_severalResourcesInDifferentOrder_oneTransferEach)
+{
+    const QStringList names { u"a"_s, u"b"_s, u"c"_s, u"d"_s, u"e"_s };
+    Processes processes;
+    for (int shift = 0; shift < names.size(); ++shift) {
+        QStringList references;
+        for (int i = 0; i < names.size(); ++i)
+            references.append(u"test:"_s + names.at((i + shift) % names.size()));
+        processes.push_back(start(references));
+    }
+    for (const auto &process : processes)
+        EXPECT_EQ(process->end(), 0);
+    for (const QString &name : names)
+        EXPECT_EQ(readFile(pathOf(name)), source.content());
+    EXPECT_EQ(source.transfers(), names.size());
+}
+
 // Nobody tells the watcher: its own ping finds the dead, its own look at the database the rest.
 TEST_F(RetrieveTest, retrieve_fetcherKilledWhileAnotherWaits_itTakesOver)
 {
