@@ -37,8 +37,7 @@ bool SemaphoreLocker::acquire(int count)
 bool SemaphoreLocker::acquireOne()
 {
     warnBeforeSecondTake();
-    // A refused semaphore is not called again: the failing call of several threads would abort.
-    const bool acquired = entry && !entry->usable ? false : semaphoreHandle->acquire();
+    const bool acquired = acquireSemaphore();
     ++acquiredCount;
     if (entry) {
         if (!directoryLock && !entry->directory.isEmpty())
@@ -46,6 +45,16 @@ bool SemaphoreLocker::acquireOne()
         adoptByThisThread();
     }
     return acquired;
+}
+
+bool SemaphoreLocker::acquireSemaphore()
+{
+    if (!entry)
+        return semaphoreHandle->acquire();
+    // Through the object that gives it back, too: should the key file have been cleaned away, an
+    // object made since then has another semaphore behind the same key.
+    // A refused semaphore is not called again: the failing call of several threads would abort.
+    return entry->usable && entry->keeper.acquire();
 }
 
 void SemaphoreLocker::warnBeforeSecondTake() const

@@ -43,6 +43,7 @@ public:
 private:
     void releaseAcquired();
     bool acquireOne();
+    bool acquireSemaphore();
     void warnBeforeSecondTake() const;
     void releaseSemaphore(int count);
 

@@ -232,6 +232,14 @@ TEST_F(ExclusionTest, hold_keyFileWasCleanedAway_newcomerStillWaits)
         EXPECT_TRUE(newcomer.isBlocked());
         holder.unhold();
         newcomer.awaitHeld();
+        newcomer.unhold();
+
+        // Objects that a process makes of the key now do not lead it astray.
+        holder.send(commandToCount(200));
+        newcomer.send(commandToCount(200));
+        expectOneAtATime(holder);
+        expectOneAtATime(newcomer);
+        expectNumber(400);
     }
     removeSemaphoresOf(folder);
     ASSERT_TRUE(QDir(folder).removeRecursively() && QDir().rename(aside, folder));
