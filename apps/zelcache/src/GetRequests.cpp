@@ -176,7 +176,8 @@ void GetRequests::answer(const Request &request)
             context.output.error(request.reference + u": "_s + path.error().errorMessage());
         return;
     }
-    for (const QString &warning : request.fetch->error().warnings())
+    const Error outcome = request.fetch->error();
+    for (const QString &warning : outcome.warnings())
         context.output.warning(request.reference + u": "_s + warning);
     results.append(json::entry(request.reference, path.value()));
     if (!context.options.json)
