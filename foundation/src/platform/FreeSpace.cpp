@@ -55,6 +55,15 @@ Result<qint64> FreeSpace::availableBytes(const QString &path)
     return static_cast<qint64>(blocks * volume.f_frsize);
 }
 
+bool FreeSpace::isFull(const QString &path)
+{
+    struct statvfs volume;
+    if (callOnNearest(path, [&](const char *place) { return ::statvfs(place, &volume); }) != 0)
+        return false;
+    return (volume.f_blocks != 0 && volume.f_bavail == 0)
+        || (volume.f_files != 0 && volume.f_favail == 0);
+}
+
 Result<bool> FreeSpace::isSameVolume(const QString &path, const QString &other)
 {
     struct stat statuses[2];

@@ -1,5 +1,6 @@
 #include "http/HttpStagingSink.h"
 
+#include "SchemeErrors.h"
 #include "Task.h"
 #include "errors/Propagate.h"
 
@@ -61,11 +62,18 @@ Error HttpStagingSink::publish()
     ZEL_TRY(error, writer->drain());
     ZEL_TRY(error, file->sync());
     progress->advance(file->size(), file->durableBytes());
-    giveUp();
+    closeFile();
     return ZEL_PASS(area->publish());
 }
 
-void HttpStagingSink::giveUp()
+void HttpStagingSink::giveUp(const Error &reason)
+{
+    closeFile();
+    if (area && int(reason.errorCode()) == SchemeErrors::noSpace)
+        area->giveRoomBack();
+}
+
+void HttpStagingSink::closeFile()
 {
     // Who cancels does not wait for bytes that can be fetched again.
     if (writer && !task->isCanceled())

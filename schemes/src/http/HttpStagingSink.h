@@ -30,12 +30,13 @@ public:
     /// Puts the whole file where it is expected. Code 1 if there was no open state.
     Error publish();
     /// Writes down how far it came, for whoever goes on. Does not wait for the disk longer than it
-    /// must.
-    void giveUp();
+    /// must. After a want of space it leaves the volume some.
+    void giveUp(const Error &reason);
 
 private:
     void startWriting();
     void stopWriting();
+    void closeFile();
 
     FetchPlan plan;
     Task *task;

@@ -62,11 +62,11 @@ Error fetch(const Reference &reference, const FetchPlan &plan, const HttpSetting
     StagingCleaner::removeStale(plan);
     HttpStagingSink sink(plan, task);
     error = HttpClient(settings).download(target, &sink, watchOf(task));
-    if (error.hasError()) {
-        sink.giveUp();
-        return ZEL_PASS(error);
-    }
-    return ZEL_PASS(sink.publish());
+    if (!error.hasError())
+        error = sink.publish();
+    if (error.hasError())
+        sink.giveUp(error);
+    return ZEL_PASS(error);
 }
 
 std::unique_ptr<Task> onWorker(std::function<Error(Task *)> work)

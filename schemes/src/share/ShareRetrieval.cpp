@@ -6,6 +6,7 @@
 #include "errors/Propagate.h"
 #include "files/FileUtils.h"
 #include "platform/FileSync.h"
+#include "platform/FreeSpace.h"
 #include "staging/StagingCleaner.h"
 
 #include <algorithm>
@@ -60,6 +61,8 @@ Error ShareRetrieval::run()
     progress = std::make_unique<TransferProgress>(task, area.get());
     const Error collected = collect(listing);
     progress->end();
+    if (int(collected.errorCode()) == SchemeErrors::noSpace)
+        area->giveRoomBack();
     if (collected.hasError())
         return ZEL_PASS(collected);
 
@@ -102,9 +105,19 @@ Error ShareRetrieval::collect(const ShareListing &listing)
     for (const ShareListing::Entry &entry : listing.entries()) {
         if (isCanceled())
             return ZEL_PASS(Error(ErrorCode::Canceled));
-        ZEL_TRY(error, copyEntry(entry));
+        ZEL_TRY(error, withoutRoom(copyEntry(entry)));
     }
     return error;
+}
+
+/// Many small files use a volume up before its bytes are used up, and then it is the making of a
+/// file, folder or link that fails.
+Error ShareRetrieval::withoutRoom(const Error &failure) const
+{
+    if (failure.errorCode() != ErrorCode::OperationFailed
+        || !FreeSpace::isFull(plan.stagingDirectory))
+        return failure;
+    return ZEL_ERROR(SchemeErrors::noSpace, failure.errorMessage());
 }
 
 /// What an earlier fetch of the same state has left.

@@ -14,6 +14,8 @@
 #include <QLocale>
 #include <QUuid>
 
+#include <algorithm>
+
 namespace zel {
 
 using namespace Qt::Literals::StringLiterals;
@@ -26,6 +28,29 @@ namespace {
 constexpr int mostPlaces = 16;
 // A place that is removed between the making of its folder and the locking is made again.
 constexpr int mostTries = 8;
+// What the database of a cache needs at its busiest moments, with plenty to spare.
+constexpr qint64 bytesToLeaveFree = 8ll * 1024 * 1024;
+
+/// Shortens files of the folder by so many bytes in all, if they have as many, and gives by how
+/// many. What is left of a file is its beginning, from which a later fetch goes on.
+qint64 shortenFiles(const fs::path &folder, qint64 bytes)
+{
+    qint64 freed = 0;
+    std::error_code failure;
+    for (fs::recursive_directory_iterator it(folder, failure), end; freed < bytes && it != end;
+         it.increment(failure)) {
+        std::error_code own; // what cannot be freed here may be freed in the next file
+        if (it->symlink_status(own).type() != fs::file_type::regular)
+            continue;
+        const auto size = it->file_size(own);
+        if (own)
+            continue;
+        const qint64 share = std::min(qint64(size), bytes - freed);
+        fs::resize_file(it->path(), size - std::uintmax_t(share), own);
+        freed += own ? 0 : share;
+    }
+    return freed;
+}
 
 FileLock lockMade(const QString &folder)
 {
@@ -170,6 +195,22 @@ Error StagingArea::clear()
     currentRecord.durableBytes = 0;
     saveRecord();
     return error;
+}
+
+void StagingArea::giveRoomBack()
+{
+    const auto available = FreeSpace::availableBytes(folder);
+    if (!available.hasValue() || available.value() >= bytesToLeaveFree)
+        return;
+    // Nobody can go on from bytes whose state nobody knows.
+    if (currentRecord.validator.isEmpty()) {
+        ZEL_DROP(clear());
+        return;
+    }
+    const qint64 freed = shortenFiles(contentDirectory(), bytesToLeaveFree - available.value());
+    currentRecord.bytes = std::max(currentRecord.bytes - freed, qint64(0));
+    currentRecord.durableBytes = std::min(currentRecord.durableBytes, currentRecord.bytes);
+    saveRecord();
 }
 
 Error StagingArea::clearContent() const

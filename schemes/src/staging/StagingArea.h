@@ -50,6 +50,11 @@ public:
     /// Drops what was collected.
     Error clear();
 
+    /// Call it when the volume is full: gives the last bytes back, as many as are needed to write
+    /// down how the fetch ended. Without that the database stays as it is, and no program can open
+    /// the cache before somebody has made room. No file of the place may be open.
+    void giveRoomBack();
+
     /// Puts everything at its place in the cache and removes the staging place. All has been synced
     /// before (StagedFile::sync()). Others see nothing there or the whole, never a part of it.
     ///

@@ -51,6 +51,27 @@ TEST(FreeSpaceTest, smallVolume_isMeasuredAndToldApart)
     EXPECT_TRUE(*isRight);
 }
 
+TEST(FreeSpaceTest, isFull_smallVolume_onlyWhenNothingMoreFits)
+{
+    const QTemporaryDir dir;
+    const auto isRight = withVolumeAt(QFile::encodeName(dir.path()), 1'048'576, [&] {
+        const bool wasFull = FreeSpace::isFull(dir.path());
+        QFile filler(dir.filePath(u"filler"_s));
+        const bool isOpen = filler.open(QIODevice::WriteOnly | QIODevice::Unbuffered);
+        while (isOpen && filler.write(QByteArray(4096, 'x')) == 4096) { }
+        return isOpen && !wasFull && FreeSpace::isFull(dir.filePath(u"a/b"_s));
+    });
+    if (!isRight)
+        GTEST_SKIP() << "no volume can be mounted here";
+    EXPECT_TRUE(*isRight);
+}
+
+TEST(FreeSpaceTest, isFull_volumeWithoutSize_isNotFull)
+{
+    EXPECT_FALSE(FreeSpace::isFull(u"/proc"_s));
+    EXPECT_FALSE(FreeSpace::isFull(QString()));
+}
+
 TEST(FreeSpaceTest, emptyPath_fails)
 {
     EXPECT_EQ(FreeSpace::availableBytes(QString()).error().errorCode(), ErrorCode::OperationFailed);
