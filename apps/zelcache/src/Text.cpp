@@ -159,11 +159,20 @@ QString elided(const QString &text, int columns)
 
 QString withoutSecrets(const QString &argument)
 {
+    const auto everything = QRegularExpression::DotMatchesEverythingOption;
+    // A password may hold what ends it for a reader of addresses, such as "/" or "#". Better too
+    // much goes than a part of it stays.
+    const QRegularExpression password(u"^([a-z][a-z0-9+.-]*://|//).*:.*@"_s,
+                                      everything | QRegularExpression::CaseInsensitiveOption);
+    const QRegularExpression bare(u"^(?![a-z][a-z0-9+.-]*:/)[^/]*:.*@"_s,
+                                  everything | QRegularExpression::CaseInsensitiveOption);
     const QRegularExpression user(u"(^|[:/])//[^/?#]*@"_s);
-    const QRegularExpression query(u"[?].*$"_s, QRegularExpression::DotMatchesEverythingOption);
+    const QRegularExpression rest(u"([?#]).*$"_s, everything);
     QString shown = argument;
+    shown.replace(password, u"\\1"_s);
+    shown.replace(bare, QString());
     shown.replace(user, u"\\1//"_s);
-    shown.replace(query, u"?..."_s);
+    shown.replace(rest, u"\\1..."_s);
     return shown;
 }
 

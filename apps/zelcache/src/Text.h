@@ -18,8 +18,8 @@ int columnsOf(const QString &text);
 /// file name tells more than its middle.
 QString elided(const QString &text, int columns);
 
-/// What may be shown of an argument that could not be read as a reference: user, password and
-/// query are left out, since they may be secrets.
+/// What may be shown of an argument that could not be read as a reference: user, password,
+/// query and fragment are left out, since they may be secrets.
 QString withoutSecrets(const QString &argument);
 
 } // namespace zel::cli
