@@ -1,11 +1,10 @@
 #include "ResourceHandler.h"
 
+#include "BracketTranslator.h"
 #include "LogCapture.h"
 #include "ResourceHandlerFactory.h"
 #include "support/ManagerTest.h"
 #include "tasks/GetSiblingsTask.h"
-
-#include <QTranslator>
 
 #include <unistd.h>
 
@@ -35,17 +34,6 @@ public:
     ~OrdinaryUser() { EXPECT_EQ(setresuid(0, 0, 0), 0); }
     OrdinaryUser(const OrdinaryUser &) = delete;
     OrdinaryUser &operator=(const OrdinaryUser &) = delete;
-};
-
-/// Puts every text between brackets, behind its context.
-class BracketTranslator : public QTranslator
-{
-public:
-    QString translate(const char *context, const char *text, const char *, int) const override
-    {
-        return QString::fromUtf8(context) + u'<' + QString::fromUtf8(text) + u'>';
-    }
-    bool isEmpty() const override { return false; }
 };
 
 } // namespace
@@ -209,8 +197,7 @@ TEST_F(ResourceHandlerTest, texts_withATranslator_comeFromTheContextOfTheirClass
     const auto gone = handler(u"gone"_s);
     const auto stuck = handler(u"stuck"_s);
     writeFile(pathOf(u"a"_s), "in the way");
-    BracketTranslator translator;
-    ASSERT_TRUE(QCoreApplication::installTranslator(&translator));
+    const BracketTranslator translator;
 
     const auto textOf = [](const auto &outcome) {
         return outcome.error().errorMessage();

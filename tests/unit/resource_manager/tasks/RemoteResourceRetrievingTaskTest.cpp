@@ -1,5 +1,6 @@
 #include "tasks/RemoteResourceRetrievingTask.h"
 
+#include "BracketTranslator.h"
 #include "support/CacheTest.h"
 #include "support/TestHandlers.h"
 
@@ -77,6 +78,21 @@ TEST_F(RemoteResourceRetrievingTaskTest, exec_nobodyFetches_fetchesAndRecordsThe
     EXPECT_TRUE(own.task->isSuccessful());
     EXPECT_EQ(status(), u"Ready"_s);
     EXPECT_EQ(taskRows(), 0);
+}
+
+TEST_F(RemoteResourceRetrievingTaskTest, texts_translated_standInTheContextOfTheClass)
+{
+    const BracketTranslator translator;
+    const auto other = otherClient();
+    const auto fetcher = retrieval(cache);
+    const auto watcher = retrieval(*other);
+    fetcher.task->exec();
+    watcher.task->exec();
+    const QString context = u"zel::RemoteResourceRetrievingTask"_s;
+    EXPECT_EQ(fetcher.task->progressText(), context + u"<Retrieving the resource>"_s);
+    EXPECT_EQ(watcher.task->progressText(), context + u"<Waiting for retrieve of the resource>"_s);
+    finishWithData(fetcher.inner);
+    EXPECT_TRUE(waitUntil([&] { return watcher.task->isFinished(); }));
 }
 
 TEST_F(RemoteResourceRetrievingTaskTest, exec_innerEndsWithin_stillSaysThatItRetrieves)
