@@ -77,7 +77,7 @@ void SignalWatch::readNumber()
     char byte = 0;
     if (::read(pipe[0], &byte, 1) != 1)
         return;
-    receivedNumber = byte;
+    receivedNumber = static_cast<unsigned char>(byte);
     onSignal(receivedNumber);
 }
 

@@ -52,7 +52,8 @@ QString visibleForm(char32_t character)
 QString jsonForm(char32_t character)
 {
     QString form;
-    for (const QChar unit : QString::fromUcs4(&character, 1))
+    const QString units = QString::fromUcs4(&character, 1);
+    for (const QChar unit : units)
         form += u"\\u"_s + hexadecimal(unit.unicode(), 4);
     return form;
 }
