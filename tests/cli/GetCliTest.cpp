@@ -4,6 +4,8 @@
 #include "Printers.h"
 
 #include <algorithm>
+#include <memory>
+#include <vector>
 
 namespace zel::test {
 
@@ -41,6 +43,21 @@ TEST_F(GetCliTest, get_fileOfAServer_isFetchedOnce)
         const auto run = start({ u"get"_s, server.url(u"run1.raw"_s) });
         EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
         EXPECT_EQ(readFile(linesOf(run->output()).value(0)), "from afar");
+    }
+    EXPECT_EQ(downloadsOf(server, u"/run1.raw"_s), 1);
+}
+
+TEST_F(GetCliTest, get_thirtyProgramsAtOnce_isFetchedOnce)
+{
+    const NginxServer server;
+    const QByteArray content(1'000'000, 'c');
+    server.addFile(u"run1.raw"_s, content);
+    std::vector<std::unique_ptr<ProgramRun>> runs;
+    for (int i = 0; i < 30; ++i)
+        runs.push_back(start({ u"get"_s, server.url(u"run1.raw"_s) }));
+    for (const auto &run : runs) {
+        EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
+        EXPECT_EQ(readFile(linesOf(run->output()).value(0)), content);
     }
     EXPECT_EQ(downloadsOf(server, u"/run1.raw"_s), 1);
 }

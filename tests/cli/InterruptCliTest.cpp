@@ -57,6 +57,26 @@ TEST_F(InterruptCliTest, interrupt_duringAFetch_isGoneOnWithLater)
     EXPECT_TRUE(server.requests().constLast().range.startsWith(u"bytes="_s));
 }
 
+TEST_F(InterruptCliTest, kill_duringAFetch_isTakenOverAndWhole)
+{
+    const auto run = startedFetch();
+    const auto waiter = start({ u"get"_s, reference });
+    CacheDatabase database(cache.databasePath());
+    waitUntil([&database] { return database.count(u"AcquiringTasks"_s) == 2; });
+    const auto ofProcess = u"SELECT id FROM Clients WHERE processId = ?"_s;
+    const qint64 client = database.value(ofProcess, { run->processId() }).toLongLong();
+    run->sendSignal(SIGKILL);
+    EXPECT_EQ(run->exitCode(), -SIGKILL);
+    // It would be taken for dead after that time; the test does not wait for it.
+    database.setLastPing(client, std::chrono::seconds(31));
+    const auto newcomer = start({ u"get"_s, reference });
+    for (ProgramRun *program : { waiter.get(), newcomer.get() }) {
+        EXPECT_EQ(program->exitCode(), 0) << program->errors().toStdString();
+        EXPECT_EQ(readFile(linesOf(program->output()).value(0)), QByteArray(2'000'000, 'b'));
+    }
+    EXPECT_TRUE(server.requests().constLast().range.startsWith(u"bytes="_s));
+}
+
 TEST_F(InterruptCliTest, terminate_duringAFetch_isCode143)
 {
     const auto run = startedFetch();
