@@ -227,6 +227,14 @@ TEST_F(StagingAreaTest, clear_dropsWhatWasCollected)
     EXPECT_EQ(stagedBytes(*area), 0);
 }
 
+TEST_F(StagingAreaTest, giveRoomBack_volumeHasRoom_keepsEveryByte)
+{
+    const auto area = open(planFor(u"share:/a"_s), u"v1"_s);
+    append(*area, "content");
+    area->giveRoomBack();
+    EXPECT_EQ(stagedBytes(*area), 7);
+}
+
 TEST_F(StagingAreaTest, requireSpace_moreThanThereIs_hasCode7)
 {
     const auto area = open(planFor(u"share:/a"_s), u"v1"_s);
