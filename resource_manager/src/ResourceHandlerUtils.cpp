@@ -3,6 +3,8 @@
 #include "ResourceManager.h"
 #include "errors/Propagate.h"
 
+#include <QCoreApplication>
+
 #include <algorithm>
 
 namespace zel::ResourceHandlerUtils {
@@ -32,6 +34,15 @@ QString known(const QSharedPointer<ResourceReference> &reference,
     // A text cannot carry a failure.
     ZEL_DROP(metadata);
     return QString();
+}
+
+Result<PathImpl<PathType::Unknown>> grabbed(const QSharedPointer<ResourceHandler> &handler)
+{
+    if (handler)
+        return ZEL_PASS(handler->grab());
+    return ZEL_ERROR(
+        ErrorCode::BadArgument,
+        QCoreApplication::translate("zel::ResourceHandlerUtils", "Null handler provided."));
 }
 
 } // namespace
@@ -92,7 +103,7 @@ bool validateReference(const QSharedPointer<ResourceReference> &reference)
 Error confirmPrivileges(const QList<QSharedPointer<ResourceHandler>> &handlers)
 {
     for (const QSharedPointer<ResourceHandler> &handler : handlers) {
-        if (const auto path = ZEL_PASS(handler->grab()); !path.hasValue())
+        if (const auto path = ZEL_PASS(grabbed(handler)); !path.hasValue())
             return path.error();
     }
     return Error();
@@ -121,7 +132,7 @@ Result<QList<QString>> localPaths(const QList<QSharedPointer<ResourceHandler>> &
     QList<QString> paths;
     paths.reserve(handlers.size());
     for (const QSharedPointer<ResourceHandler> &handler : handlers) {
-        ZEL_TRY_LET(const auto path, handler->grab());
+        ZEL_TRY_LET(const auto path, grabbed(handler));
         paths.append(path.toString());
     }
     return paths;

@@ -116,6 +116,16 @@ TEST_F(ResourceHandlerUtilsTest, confirmPrivileges_firstFailure_endsTheAsking)
     EXPECT_EQ(script(u"later"_s).existsTasks, 0);
 }
 
+TEST_F(ResourceHandlerUtilsTest, confirmPrivilegesAndLocalPaths_nullHandler_failWithCode2)
+{
+    const QList<QSharedPointer<ResourceHandler>> handlers { nullptr };
+    const QString text = u"Null handler provided."_s;
+    EXPECT_TRUE(
+        failsWith(ResourceHandlerUtils::confirmPrivileges(handlers), ErrorCode::BadArgument, text));
+    EXPECT_TRUE(
+        failsWith(ResourceHandlerUtils::localPaths(handlers), ErrorCode::BadArgument, text));
+}
+
 TEST_F(ResourceHandlerUtilsTest, confirmPrivileges_allOrNone_succeeds)
 {
     EXPECT_TRUE(succeeds(utils::confirmPrivileges({})));
