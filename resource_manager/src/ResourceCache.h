@@ -5,6 +5,7 @@
 #include "ResourceCacheSizes.h"
 #include "ResourceHandlerTypes.h"
 #include "errors/Result.h"
+#include "files/FileTypes.h"
 #include "files/PathImpl.h"
 
 #include <QVersionNumber>
@@ -15,6 +16,7 @@
 
 namespace zel {
 
+class AssociatedResourcesProviderInterface;
 class ResourceCacheDao;
 class Task;
 
@@ -60,6 +62,9 @@ public:
     /// Opens or creates the cache, registers this process in it and starts its ping; cleans up
     /// after processes that died. The base directory must exist. Fails if the database cannot be
     /// used; the cache is closed then, unless only the clean-up failed.
+    ///
+    /// If the last count of all sizes was long enough ago, a new one starts on a worker, which
+    /// holds the semaphore until it is done; this call returns meanwhile.
     Error open(const ResourceCachePath &path, const ResourceCacheSizes &sizes);
     /// Ends the ping and takes this process, its usages and its fetches out of the database.
     void close();
@@ -129,10 +134,28 @@ public:
     Result<Leftovers> moveLeftoversAside(const QString &reference,
                                          const PathImpl<PathType::Unknown> &path);
 
+    /// Counts the size of a Ready resource anew, what its providers name included. Code 1 for any
+    /// other. Atomic, so it keeps everybody waiting while it looks at each of the files.
+    Error updateFileSize(const QString &reference);
+
+    // Files that belong to a resource without being part of it. For the time of setting up, not
+    // while the cache is in use: these take no lock, and a count of sizes reads what they write.
+
+    /// Counts the files that `provider` names with each resource whose path is of `type`, instead
+    /// of those of the provider that the type had before. Every type that a path belongs to counts.
+    void registerAssociatedResourcesProvider(
+        ExtendableEnumRef<FileTypes::FileTypeData> type,
+        std::unique_ptr<AssociatedResourcesProviderInterface> provider);
+    void unregisterAssociatedResourcesProvider(ExtendableEnumRef<FileTypes::FileTypeData> type);
+    void clearAssociatedResourcesProviders();
+
     // The whole cache. Atomic.
 
     /// The sum of all stored sizes, in bytes.
     Result<qint64> readCurrentCacheSize();
+    /// Counts the sizes of all Ready resources anew. All or nothing: the first failure leaves every
+    /// size as it was.
+    Error updateFileSizes();
     /// If the current size and `extraSize` bytes exceed the optimal size, removes the resources
     /// accessed longest ago that nobody uses until nine tenths of it are reached. A removal that
     /// fails is an error only above the maximum size.

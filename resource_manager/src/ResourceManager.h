@@ -143,6 +143,10 @@ public:
     /// task form has taken the cache's semaphore already and keeps it until the task is gone.
     static Error purgeOutdatedResources();
     static Result<std::unique_ptr<Task>> purgeOutdatedResourcesTask();
+    /// Counts the sizes of resources that the cache holds anew; leaves out those of scheme File,
+    /// those that are not here and those that lie elsewhere. Goes on after a failure and returns
+    /// the distinct ones together; a resource whose path cannot be told ends it at once.
+    static Error updateFileSizes(const QList<QSharedPointer<ResourceHandler>> &handlers);
     /// Bytes, as the settings say.
     static Result<qint64> maxCacheSize();
     static Result<qint64> optimalCacheSize();

@@ -1,0 +1,123 @@
+#pragma once
+
+#include "errors/Result.h"
+
+#include <QCoreApplication>
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <QVariant>
+
+#include <optional>
+#include <utility>
+
+namespace zel {
+class DatabaseHandler;
+}
+
+namespace zel::msreader {
+
+/// Makes the enumeration known to the meta-object system.
+class ZEL_QEnumsMsDataFormat
+{
+    Q_GADGET
+
+public:
+    /// The formats in which instruments and programs write mass-spectrometry data. The numbers are
+    /// stored by programs and stay as they are.
+    enum class VendorDataFormat {
+        Unknown = 0,
+        Testing = 1,
+        Zyspec2 = 2,
+        BrukerFID = 3,
+        BrukerYEP = 4,
+        BrukerBAF = 5,
+        BrukerU2 = 6,
+        BrukerBAF_and_U2 = 7,
+        BrukerTims = 8,
+        BrukerTsf = 9,
+        AgilentAcqData = 10,
+        Mobilion = 11,
+        Waters = 12,
+        Shimadzu = 13,
+        SciexWiff = 14,
+        SciexWiff2 = 15,
+        MsFaux = 16,
+        MsFaux2 = 17,
+        Thermo = 18,
+        Mgf = 19,
+        Mzml = 20,
+        Mzxml = 21,
+        Zacq = 22,
+        DataCut = 23,
+        DataCutEmbedded = 24, ///< inside a database; never found by a path
+        Csv2d = 25,
+    };
+    Q_ENUM(VendorDataFormat)
+};
+
+using VendorDataFormat = ZEL_QEnumsMsDataFormat::VendorDataFormat;
+
+/// The format's name; the number in decimal for a value without one.
+QString vendorDataFormatToString(VendorDataFormat format);
+/// Ignores case. Code 2 for a text that is no format's name.
+Result<VendorDataFormat> vendorDataFormatFromString(const QString &text);
+
+/// Where a piece of mass-spectrometry data lies: at a local path or behind a database handler, and
+/// which sample inside it is meant. A value; what a database handler points to is borrowed.
+class DataSourceLocation
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::msreader::DataSourceLocation)
+
+public:
+    static constexpr int localPathKind = 1;
+    static constexpr int databaseHandlerKind = 2;
+    /// `sampleName` and `nativeSampleId`
+    using Sample = std::pair<QString, QString>;
+
+    explicit DataSourceLocation(const QString &path);
+    DataSourceLocation(const DataSourceLocation &other) = default;
+    DataSourceLocation &operator=(const DataSourceLocation &other) = default;
+    virtual ~DataSourceLocation() = default;
+
+    /// The handler is borrowed; the path stays empty.
+    static DataSourceLocation fromDatabaseHandler(DatabaseHandler *handler);
+
+    int kind() const;
+    QString path() const;
+    DatabaseHandler *dbHandler() const; ///< null for a local path
+    /// A further text, shown in the text form.
+    std::optional<QString> displayName() const;
+    void setDisplayName(const std::optional<QString> &name);
+    std::optional<Sample> sample() const;
+    void setSample(const std::optional<Sample> &newSample);
+    /// Carried for the caller, neither shown nor part of the hash.
+    QVariant payload() const;
+    void setPayload(const QVariant &newPayload);
+
+    /// Makes the path absolute.
+    void normalizePath();
+
+    /// Code 2 for an empty path and for one that is longer than FilePathUtils::winMaxPathLength
+    /// without the prefix that allows it.
+    static Error checkValidVendorFilePath(const QString &path);
+
+    /// For people, as in "[local_path: /data/x.raw(label) : sampleName: A, nativeSampleId: 7]".
+    virtual QString toString() const;
+    static QString toString(const QList<DataSourceLocation> &locations);
+
+    /// Of sample, display name and path.
+    uint hash() const;
+
+private:
+    DataSourceLocation(int kind, const QString &path, DatabaseHandler *handler);
+
+    int kind_;
+    QString path_;
+    DatabaseHandler *dbHandler_;
+    std::optional<QString> displayName_;
+    std::optional<Sample> sample_;
+    QVariant payload_;
+};
+
+} // namespace zel::msreader
