@@ -1,0 +1,21 @@
+#pragma once
+
+#include "internal/FormatDetectorSimple.h"
+
+namespace zel::msreader::internal {
+
+/// A folder in .d. What lies in it decides: a folder AcqData, or a file of acquired data in one, of
+/// this folder or of any other .d below it, in any case.
+///
+/// detectFormat() walks the tree below the path up to the first hit: all that is not hidden,
+/// through links as well, and so possibly beyond the folder. No folder is entered twice, whatever
+/// links lead to it, so that a circle of links ends.
+class FormatDetectorAgilent : public FormatDetectorSimple
+{
+public:
+    FormatDetectorAgilent();
+
+    QSet<VendorDataFormat> detectFormat(const QString &path) const override;
+};
+
+} // namespace zel::msreader::internal
