@@ -109,8 +109,12 @@ public:
     /// Of sample, display name and path.
     uint hash() const;
 
-private:
+protected:
+    /// For derived classes, which may bring kinds of their own.
     DataSourceLocation(int kind, const QString &path, DatabaseHandler *handler);
+
+private:
+    void writeInside(QDebug &writer) const;
 
     int kind_;
     QString path_;
