@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 
+#include "CommandExamples.h"
 #include "Text.h"
 
 #include <CLI/CLI.hpp>
@@ -13,71 +14,6 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-constexpr auto programExamples = R"(Examples:
-  zelcache get https://data.example.org/runs/run1.raw
-  zelcache status
-  zelcache get --help)";
-
-constexpr auto exitCodes = R"(Exit codes:
-  0 success            6 integrity violated            20 refused or canceled
-  1 failed             7 no space left                 21 feature lacking
-  2 usage, reference   8 the cache cannot be opened   130 interrupted
-  3 the answer is no   4, 5 data, container           143 terminated)";
-
-constexpr auto getExamples
-    = R"(Prints one local path a line, in the order of the references. A reference that
-cannot be had prints nothing; the others are still fetched.
-
-Examples:
-  zelcache get https://data.example.org/runs/run1.raw
-  zelcache get -f references.txt --no-progress
-  zelcache get --json share:/mnt/lab/run1.d | jq -r '.results[].path'
-  grep 2024 references.txt | zelcache get -f -)";
-
-constexpr auto existsExamples
-    = R"(Prints "yes" or "no" and the reference, one line each. The exit code is 3 if the
-answer is no for any of them.
-
-Examples:
-  zelcache exists https://data.example.org/runs/run1.raw
-  zelcache -q exists share:/mnt/lab/run1.d && echo there)";
-
-constexpr auto infoExamples = R"(Tells what a reference leads to and what the cache holds of it.
-
-Examples:
-  zelcache info https://data.example.org/runs/run1.raw
-  zelcache info --json share:/mnt/lab/run1.d)";
-
-constexpr auto pathExamples
-    = R"(Prints where the resource lies or would lie, without fetching it. The exit code
-is 3 if it is not there yet.
-
-Examples:
-  zelcache path https://data.example.org/runs/run1.raw)";
-
-constexpr auto addExamples
-    = R"(Copies a local file or folder into the cache as the resource of that reference
-and prints where it lies now.
-
-Examples:
-  zelcache add https://data.example.org/runs/run1.raw ./run1.raw)";
-
-constexpr auto listExamples
-    = R"(Lists the resources that the cache knows. Waits for nobody: it works while other
-programs use the cache, and changes nothing.
-
-Examples:
-  zelcache list
-  zelcache list --json | jq '.resources[] | select(.status == "Ready")')";
-
-constexpr auto statusExamples
-    = R"(Shows where the cache lies, how full it is, who uses it and what is being
-fetched. Waits for nobody and changes nothing.
-
-Examples:
-  zelcache status
-  zelcache --cache /data/cache status --json)";
 
 /// What CLI11 fills in; its own texts are bytes.
 struct RawOptions

@@ -1,9 +1,12 @@
 #include "Format.h"
 
 #include <QDateTime>
+#include <QRegularExpression>
+#include <QtNumeric>
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 namespace zel::cli {
 
@@ -25,6 +28,18 @@ QString scaled(double bytes)
     return QString::number(bytes, 'f', unit == 0 ? 0 : 1) + u' ' + units.at(unit).toString();
 }
 
+/// How many bytes one of "", "k", "kb", "kib" and so on is.
+qint64 bytesOfUnit(const QString &unit)
+{
+    const QString lower = unit.toLower();
+    const qsizetype power = lower.isEmpty() ? 0 : u"kmgtpe"_s.indexOf(lower.front()) + 1;
+    const qint64 step = lower.size() == 2 ? 1000 : 1024;
+    qint64 bytes = 1;
+    for (qsizetype i = 0; i < power; ++i)
+        bytes *= step;
+    return bytes;
+}
+
 QString twoDigits(qint64 number)
 {
     return u"%1"_s.arg(number, 2, 10, QChar(u'0'));
@@ -35,6 +50,26 @@ QString twoDigits(qint64 number)
 QString sizeText(qint64 bytes)
 {
     return bytes < 0 ? u"-"_s + scaled(-double(bytes)) : scaled(double(bytes));
+}
+
+std::optional<qint64> sizeFromText(const QString &text)
+{
+    const QRegularExpression pattern(u"^([0-9]+)(\\.[0-9]+)?(?: ?(?:([kmgtpe](?:i?b)?)|b))?\\z"_s,
+                                     QRegularExpression::CaseInsensitiveOption);
+    const QRegularExpressionMatch match = pattern.match(text);
+    const QString fraction = match.captured(2);
+    const QString unit = match.captured(3);
+    if (!match.hasMatch() || (unit.isEmpty() && !fraction.isEmpty()))
+        return {};
+
+    bool isNumber = false;
+    const qint64 whole = match.captured(1).toLongLong(&isNumber);
+    const qint64 scale = bytesOfUnit(unit);
+    const qint64 part = std::llround((u'0' + fraction).toDouble() * double(scale));
+    qint64 bytes = 0;
+    if (!isNumber || qMulOverflow(whole, scale, &bytes) || qAddOverflow(bytes, part, &bytes))
+        return {};
+    return bytes;
 }
 
 QString rateText(double bytesPerSecond)

@@ -3,11 +3,17 @@
 #include <QString>
 
 #include <chrono>
+#include <optional>
 
 namespace zel::cli {
 
 /// Bytes for people, in powers of 1024: "0 B", "1023 B", "1.5 KiB", "20.0 GiB".
 QString sizeText(qint64 bytes);
+
+/// The bytes that somebody means by "0", "4096", "500M", "1.5 GiB" or "20GB"; empty for anything
+/// else. K, M, G, T, P, E and KiB, MiB, ... are powers of 1024, as in sizeText(); KB, MB, ... are
+/// powers of 1000. Letter case does not count; the nearest whole byte counts.
+std::optional<qint64> sizeFromText(const QString &text);
 
 /// "1.5 MiB/s".
 QString rateText(double bytesPerSecond);

@@ -28,6 +28,76 @@ TEST(Format, sizeText_justBelowAUnit_isNeverRoundedTo1024)
     EXPECT_EQ(sizeText(1024 * 1024 - 100), u"1023.9 KiB"_s);
 }
 
+TEST(Format, sizeFromText_plainNumbers_areBytes)
+{
+    EXPECT_EQ(sizeFromText(u"0"_s), 0);
+    EXPECT_EQ(sizeFromText(u"4096"_s), 4096);
+    EXPECT_EQ(sizeFromText(u"12B"_s), 12);
+    EXPECT_EQ(sizeFromText(u"9223372036854775807"_s), std::numeric_limits<qint64>::max());
+}
+
+TEST(Format, sizeFromText_units_arePowersOf1024UnlessTheyEndInAPlainB)
+{
+    EXPECT_EQ(sizeFromText(u"1K"_s), 1024);
+    EXPECT_EQ(sizeFromText(u"1kib"_s), 1024);
+    EXPECT_EQ(sizeFromText(u"1KB"_s), 1000);
+    EXPECT_EQ(sizeFromText(u"3M"_s), 3 * 1024 * 1024);
+    EXPECT_EQ(sizeFromText(u"20g"_s), 21474836480);
+    EXPECT_EQ(sizeFromText(u"20 GiB"_s), 21474836480);
+    EXPECT_EQ(sizeFromText(u"20GB"_s), 20'000'000'000);
+    EXPECT_EQ(sizeFromText(u"2T"_s), qint64(2) << 40);
+    EXPECT_EQ(sizeFromText(u"2P"_s), qint64(2) << 50);
+    EXPECT_EQ(sizeFromText(u"2E"_s), qint64(2) << 60);
+}
+
+TEST(Format, sizeFromText_fractionsOfAUnit_areWholeBytes)
+{
+    EXPECT_EQ(sizeFromText(u"1.5K"_s), 1536);
+    EXPECT_EQ(sizeFromText(u"1.29 KB"_s), 1290);
+    EXPECT_EQ(sizeFromText(u"0.3KB"_s), 300);
+    EXPECT_EQ(sizeFromText(u"0.0001K"_s), 0);
+}
+
+TEST(Format, sizeFromText_whatSizeTextSays_isRead)
+{
+    for (const qint64 bytes : { qint64(0), qint64(1023), qint64(1536), qint64(21474836480) })
+        EXPECT_EQ(sizeFromText(sizeText(bytes)), bytes);
+}
+
+TEST(Format, sizeFromText_nonsense_isNothing)
+{
+    for (const QString &text : { u""_s,
+                                 u" "_s,
+                                 u"-1"_s,
+                                 u"+1"_s,
+                                 u"-1K"_s,
+                                 u"1.5"_s,
+                                 u"1.5B"_s,
+                                 u".5K"_s,
+                                 u"1.K"_s,
+                                 u"1e3"_s,
+                                 u"0x10"_s,
+                                 u"1,5K"_s,
+                                 u"K"_s,
+                                 u"1KK"_s,
+                                 u"1X"_s,
+                                 u"1iB"_s,
+                                 u"1 000"_s,
+                                 u"1  K"_s,
+                                 u" 1"_s,
+                                 u"1 "_s,
+                                 u"1K\n"_s,
+                                 u"١"_s,
+                                 u"banana"_s,
+                                 u"nan"_s,
+                                 u"inf"_s,
+                                 u"9223372036854775808"_s,
+                                 u"8E"_s,
+                                 u"7.9999999999999999999E"_s,
+                                 u"99999999999999999999999999"_s })
+        EXPECT_EQ(sizeFromText(text), std::nullopt) << qPrintable(text);
+}
+
 TEST(Format, rateText_rates_areSizesPerSecond)
 {
     EXPECT_EQ(rateText(1.5 * 1024 * 1024), u"1.5 MiB/s"_s);
