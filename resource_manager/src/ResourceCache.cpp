@@ -1,5 +1,6 @@
 #include "ResourceCache_p.h"
 
+#include "AssociatedResourcesProviderInterface.h"
 #include "SemaphoreLocker.h"
 #include "SemaphoreRegistry.h"
 #include "TaskWithSemaphore.h"
@@ -58,7 +59,14 @@ ResourceCache::Private::Private(ResourceCache *owner, std::unique_ptr<ResourceCa
 
 ResourceCache::Private::~Private()
 {
+    // Elsewhere the task may go at any time, and does so by itself.
+    const bool scanIsOfThisThread = fileSizesThread == QThread::currentThread();
+    if (scanIsOfThisThread && fileSizesTask && !fileSizesTask->isFinished())
+        fileSizesTask->cancel();
     close();
+    // No event loop may be left to delete it, and its worker must not outlive the process's end.
+    if (scanIsOfThisThread)
+        delete fileSizesTask.data();
     // After the semaphore is free again: a ping that waits for it holds the gate.
     const QMutexLocker lock(&pingGate->mutex);
     pingGate->owner = nullptr;
@@ -76,6 +84,7 @@ void ResourceCache::Private::DeletionOnItsThread::operator()(QTimer *timer) cons
 Error ResourceCache::Private::open(const ResourceCachePath &path,
                                    const ResourceCacheSizes &newSizes)
 {
+    waitForFileSizesUpdate();
     updateSemaphoreKey(path); // before the lock: the key selects what is locked
     const SemaphoreLocker lock(&semaphore, 1);
 
@@ -170,6 +179,39 @@ void ResourceCache::Private::onFinishedUsing(const QString &reference, qint64 us
     ZEL_DROP(removeUsage(reference, usageId));
 }
 
+void ResourceCache::Private::startFileSizesUpdateIfNeeded()
+{
+    const auto timestamp = lastScanTimestamp();
+    if (!timestamp.hasValue()) {
+        ZEL_DROP(timestamp.error()); // the cache is open all the same; the next opening tries again
+        return;
+    }
+    const auto lastScan = QDateTime::fromSecsSinceEpoch(timestamp.value());
+    if (lastScan.daysTo(QDateTime::currentDateTime()) < fullScanInterval.count())
+        return;
+
+    auto *scan = new TaskWithSemaphore(std::make_unique<SemaphoreLocker>(&semaphore, 1));
+    fileSizesTask = scan;
+    fileSizesThread = QThread::currentThread();
+    scan->setExecutionMode(Task::ExecutionMode::Asynchronous);
+    scan->setFunction([this](Task *) { return updateFileSizes(); });
+    scan->setDeleteOnFinished(true);
+    scan->exec();
+}
+
+Result<qint64> ResourceCache::Private::lastScanTimestamp()
+{
+    // The connection may serve one thread at a time only.
+    const SemaphoreLocker lock(&semaphore, 1);
+    return ZEL_PASS(dao->lastScanTimestamp());
+}
+
+void ResourceCache::Private::waitForFileSizesUpdate()
+{
+    if (fileSizesTask)
+        const SemaphoreLocker lock(&semaphore, 1);
+}
+
 Result<std::unique_ptr<Task>> ResourceCache::Private::purgeOutdatedResourcesTask(
     std::unique_ptr<SemaphoreLocker> locker)
 {
@@ -212,7 +254,10 @@ ResourceCacheDao *ResourceCache::dao()
 
 Error ResourceCache::open(const ResourceCachePath &path, const ResourceCacheSizes &sizes)
 {
-    return ZEL_PASS(d->open(path, sizes));
+    Error error;
+    ZEL_TRY(error, d->open(path, sizes));
+    d->startFileSizesUpdateIfNeeded();
+    return error;
 }
 
 void ResourceCache::close()
@@ -282,6 +327,24 @@ void ResourceCache::setCleanupPolicyRestriction(const ResourceCleanupPolicy &res
 ResourceCleanupPolicy ResourceCache::cleanupPolicyRestriction() const
 {
     return d->cleanupPolicyRestriction;
+}
+
+void ResourceCache::registerAssociatedResourcesProvider(
+    ExtendableEnumRef<FileTypes::FileTypeData> type,
+    std::unique_ptr<AssociatedResourcesProviderInterface> provider)
+{
+    d->associatedResourcesProviders.insert_or_assign(type, std::move(provider));
+}
+
+void ResourceCache::unregisterAssociatedResourcesProvider(
+    ExtendableEnumRef<FileTypes::FileTypeData> type)
+{
+    d->associatedResourcesProviders.erase(type);
+}
+
+void ResourceCache::clearAssociatedResourcesProviders()
+{
+    d->associatedResourcesProviders.clear();
 }
 
 Error ResourceCache::add(const QString &reference, ResourceCleanupPolicy policy)
@@ -357,6 +420,18 @@ Result<ResourceCache::Leftovers> ResourceCache::moveLeftoversAside(
 {
     const SemaphoreLocker lock(&d->semaphore, 1);
     return ZEL_PASS(d->moveLeftoversAside(reference, path));
+}
+
+Error ResourceCache::updateFileSize(const QString &reference)
+{
+    const SemaphoreLocker lock(&d->semaphore, 1);
+    return ZEL_PASS(d->updateFileSize(reference));
+}
+
+Error ResourceCache::updateFileSizes()
+{
+    const SemaphoreLocker lock(&d->semaphore, 1);
+    return ZEL_PASS(d->updateFileSizes());
 }
 
 Result<qint64> ResourceCache::readCurrentCacheSize()

@@ -3,19 +3,21 @@
 #include "ResourceCache.h"
 #include "ResourceCacheDao.h"
 #include "ResourceRetrieveHandle.h"
+#include "Task.h"
 #include "TaskRows.h"
 
 #include <QCoreApplication>
 #include <QMutex>
+#include <QPointer>
 #include <QSystemSemaphore>
 #include <QTimer>
 
 #include <atomic>
+#include <map>
 
 namespace zel {
 
 class SemaphoreLocker;
-class Task;
 
 namespace zacq {
 class Zacq;
@@ -95,6 +97,13 @@ public:
     Error cleanupAfterClient(TransactionContext *context, qint64 clientId);
     Error removeUsagesForClient(TransactionContext *context, qint64 clientId);
 
+    // Sizes
+    QList<QString> associatedResourcesFor(const QString &path) const;
+    Error updateFileSize(const QString &reference);
+    /// Without a context in a transaction of its own. Writes nothing if the size has not changed.
+    Error updateFileSize(const ResourceCacheDao::Resource &resource, TransactionContext *context);
+    Error updateFileSizes();
+
     // Retrieval; see ResourceRetrieveHandle
     Result<bool> tryStartRetrieve(const QString &reference);
     Result<ResourceRetrieveHandle::ProgressAndStatus> readProgress(const QString &reference) const;
@@ -115,7 +124,8 @@ public:
     Error acceptExistingTarget(const QString &reference, const QString &path, const QString &target,
                                const zacq::Zacq &container);
 
-    // Opening, ping, the end of a use and the purge task. These take the semaphore or are given it.
+    // Opening, ping, the end of a use, the scan and the purge task. These take the semaphore or are
+    // given it.
     Error open(const ResourceCachePath &path, const ResourceCacheSizes &sizes);
     void close();
     void updateSemaphoreKey(const ResourceCachePath &path);
@@ -125,6 +135,10 @@ public:
     void postPingRequest(int request, void (QTimer::*startOrStop)());
     void pingDatabase();
     void onFinishedUsing(const QString &reference, qint64 usageId);
+    void startFileSizesUpdateIfNeeded();
+    Result<qint64> lastScanTimestamp();
+    /// The scan runs on a worker and lets go of the semaphore at its end.
+    void waitForFileSizesUpdate();
     Error purgeOutdatedResources();
     Result<std::unique_ptr<Task>> purgeOutdatedResourcesTask(
         std::unique_ptr<SemaphoreLocker> locker);
@@ -133,6 +147,9 @@ public:
     ResourceCachePath cachePath;
     ResourceCacheSizes sizes;
     std::unique_ptr<QTimer, DeletionOnItsThread> pingTimer;
+    /// Null once the task has deleted itself. May be asked on the thread it was made on only.
+    QPointer<Task> fileSizesTask;
+    const QThread *fileSizesThread = nullptr;
     std::shared_ptr<PingGate> pingGate;
     /// Which start or stop of the timer is the latest. What another thread asked for waits in the
     /// queue of the timer's own, and must not undo what was asked for since.
@@ -142,6 +159,9 @@ public:
     QSystemSemaphore semaphore;
     bool fixLongZacqFilePaths = true;
     std::chrono::duration<int, std::ratio<86400>> fullScanInterval { 7 };
+    std::map<ExtendableEnumRef<FileTypes::FileTypeData>,
+             std::unique_ptr<AssociatedResourcesProviderInterface>>
+        associatedResourcesProviders;
 
     std::optional<std::chrono::milliseconds> retryOpenAfter;
     TaskRows taskRows;

@@ -233,6 +233,11 @@ Result<std::unique_ptr<Task>> ResourceManager::retrieveMetadataAsync(
     return ZEL_PASS(retrieveMetadataAsync(handler.data(), type));
 }
 
+Error ResourceManager::updateFileSizes(const QList<QSharedPointer<ResourceHandler>> &handlers)
+{
+    return ZEL_PASS(instance().d->updateFileSizes(handlers));
+}
+
 Error ResourceManager::purgeOutdatedResources()
 {
     return ZEL_PASS(cache()->purgeOutdatedResources());

@@ -1,6 +1,7 @@
 #include "ResourceCache.h"
 #include "ResourceManager_p.h"
 #include "errors/Propagate.h"
+#include "errors/UnifiedError.h"
 #include "files/FileUtils.h"
 #include "platform/TreeRemoval.h"
 #include "zacq/Zacq.h"
@@ -45,6 +46,31 @@ Error ResourceManager::Private::deleteResource(const QString &path)
                          ResourceManager::tr("Removing the file \"%1\" failed.").arg(absolutePath));
     }
     return Error();
+}
+
+Error ResourceManager::Private::updateFileSizes(const Handlers &handlers)
+{
+    QSet<Error> failures;
+    for (const QSharedPointer<ResourceHandler> &handler : handlers) {
+        ZEL_TRY_LET(const bool counts, isInCache(handler.get()));
+        if (!counts)
+            continue;
+        const Error error
+            = ZEL_PASS(cache->updateFileSize(handler->reference()->referenceText(false)));
+        if (error.hasError())
+            failures.insert(error);
+    }
+    return ZEL_PASS(UnifiedError::computeUnifiedError(failures));
+}
+
+Result<bool> ResourceManager::Private::isInCache(const ResourceHandler *handler) const
+{
+    if (!handler)
+        return ZEL_ERROR(ErrorCode::BadArgument, ResourceManager::tr("Null handler provided."));
+    if (handler->reference()->scheme() == ResourceReference::File || !handler->isAvailableLocally())
+        return false;
+    ZEL_TRY_LET(const auto path, handler->localPath());
+    return FileUtils::isSubPath(path, cache->path().cacheDataDir());
 }
 
 } // namespace zel

@@ -91,6 +91,7 @@ public:
     /// Removes what lies at the path, but nothing outside the cache's data directory, which counts
     /// as no failure.
     Error deleteResource(const QString &path);
+    Error updateFileSizes(const Handlers &handlers);
 
     /// Tells the time of day; a test may have another one.
     QTime (*currentTime)() = &QTime::currentTime;
@@ -109,6 +110,8 @@ public:
 private:
     void openCacheAtStart();
     Error makeDataDir() const;
+    /// Whether its data is here and the cache's own.
+    Result<bool> isInCache(const ResourceHandler *handler) const;
     /// The single road into the queue.
     void enqueueTask(Task *task);
     QSharedPointer<ResourceHandler> liveHandler(const QString &key) const;

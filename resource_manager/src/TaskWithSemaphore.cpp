@@ -11,7 +11,10 @@ TaskWithSemaphore::TaskWithSemaphore(std::unique_ptr<SemaphoreLocker> locker)
 {
 }
 
-TaskWithSemaphore::~TaskWithSemaphore() = default;
+TaskWithSemaphore::~TaskWithSemaphore()
+{
+    waitForWork();
+}
 
 Error TaskWithSemaphore::doExec()
 {

@@ -75,16 +75,21 @@ Task::Task(QObject *parent)
 
 Task::~Task()
 {
+    waitForWork();
+    taskState()->retire();
+}
+
+void Task::waitForWork()
+{
     setCanceled(true);
     // First those in exec() and finish(): one of them may be just about to note its worker down.
     taskState()->waitForOtherThreads();
-    if (d->worker.joinable()) {
-        if (d->worker.get_id() == std::this_thread::get_id())
-            d->worker.detach();
-        else
-            d->worker.join();
-    }
-    taskState()->retire();
+    if (!d->worker.joinable())
+        return;
+    if (d->worker.get_id() == std::this_thread::get_id())
+        d->worker.detach();
+    else
+        d->worker.join();
 }
 
 void Task::setFunction(std::function<Error(Task *)> function)

@@ -18,8 +18,9 @@ namespace zel {
 /// anywhere else it ends the process, as one that leaves a thread does.
 ///
 /// The destructor asks the work to cancel and waits for the worker. By then the members of a
-/// subclass are gone, so the owner of a running task of a subclass waits before destroying it. A
-/// task whose coroutine is suspended must not be destroyed.
+/// subclass are gone: one whose work uses them calls waitForWork() in its own destructor, else the
+/// owner of a running task waits before destroying it. A task whose coroutine is suspended must not
+/// be destroyed.
 class ZEL_RESOURCE_MANAGER_EXPORT Task : public BaseTask
 {
     Q_OBJECT
@@ -53,6 +54,9 @@ protected:
     virtual Error doExec();
     /// The work as a coroutine. The base runs doExec() without suspending.
     virtual QCoro::Task<Error> co_doExec();
+    /// For the destructors of subclasses: asks the work to cancel, and returns when the worker and
+    /// all that it calls at its end have left this object.
+    void waitForWork();
 
 private:
     void run();
