@@ -90,6 +90,12 @@ void SemaphoreLocker::releaseAcquired()
         release(acquiredCount);
 }
 
+void SemaphoreLocker::leaveThisThread()
+{
+    if (entry)
+        entry->holder = nullptr;
+}
+
 void SemaphoreLocker::adoptByThisThread()
 {
     if (entry)

@@ -34,7 +34,9 @@ public:
     bool acquire(int count);
     void release(int count);
 
-    /// The calling thread goes on as the holder, for work that moved to it.
+    /// For work that moves to another thread: the one that it leaves may wait for the semaphore
+    /// like any other from then on, and the one that it has come to goes on as the holder.
+    void leaveThisThread();
     void adoptByThisThread();
     /// Whether the calling thread holds the semaphore through any locker, so that taking it would
     /// wait for ever.

@@ -16,6 +16,13 @@ TaskWithSemaphore::~TaskWithSemaphore()
     waitForWork();
 }
 
+void TaskWithSemaphore::exec()
+{
+    if (locker && isIdle() && executionMode() == ExecutionMode::Asynchronous)
+        locker->leaveThisThread();
+    Task::exec();
+}
+
 Error TaskWithSemaphore::doExec()
 {
     if (locker)

@@ -21,6 +21,8 @@ public:
     explicit TaskWithSemaphore(std::unique_ptr<SemaphoreLocker> locker);
     ~TaskWithSemaphore() override;
 
+    void exec() override;
+
 protected:
     Error doExec() override;
     void finalize() override;

@@ -202,6 +202,44 @@ TEST_F(SemaphoreLockerTest, task_onAWorker_carriesTheLockThere)
     EXPECT_TRUE(isFree());
 }
 
+TEST_F(SemaphoreLockerTest, task_onAWorker_leavesItsMakersThreadToWaitLikeAnyOther)
+{
+    TaskWithSemaphore task(std::make_unique<SemaphoreLocker>(semaphore.get(), 1));
+    std::promise<void> mayEnd;
+    task.setFunction(
+        [&] {
+            mayEnd.get_future().wait();
+            return Error(0);
+        },
+        Task::ExecutionMode::Asynchronous);
+    EXPECT_TRUE(SemaphoreLocker::isHeldByThisThread(*semaphore));
+    task.exec();
+    EXPECT_FALSE(SemaphoreLocker::isHeldByThisThread(*semaphore));
+    mayEnd.set_value();
+    EXPECT_FALSE(task.waitForAllFinished(-1).hasError());
+}
+
+TEST_F(SemaphoreLockerTest, task_destroyedWhileItRuns_waitsForItsWork)
+{
+    std::promise<void> started;
+    bool ended = false;
+    {
+        TaskWithSemaphore task(std::make_unique<SemaphoreLocker>(semaphore.get(), 1));
+        task.setFunction([&](Task *running) {
+            started.set_value();
+            while (!running->isCanceled())
+                std::this_thread::yield();
+            ended = !isFree();
+            return Error(0);
+        });
+        task.setExecutionMode(Task::ExecutionMode::Asynchronous);
+        task.exec();
+        started.get_future().wait();
+    }
+    EXPECT_TRUE(ended);
+    EXPECT_TRUE(isFree());
+}
+
 TEST_F(SemaphoreLockerTest, task_destroyedUnrun_freesTheLock)
 {
     {
