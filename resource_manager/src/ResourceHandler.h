@@ -100,12 +100,14 @@ protected:
     static Result<QSharedPointer<ResourceHandler>> create(
         QSharedPointer<ResourceReference> reference, ResourceCache *cache);
 
-    /// A new, unstarted task. On success its result holds a bool: exists and may be read.
+    /// A new, unstarted task. On success its result holds a bool: exists and may be read. A null
+    /// pointer means that nobody can tell, which is reported as a failure.
     virtual std::unique_ptr<Task> existsTask() const = 0;
     /// A new, unstarted task that fetches the resource. No value: it cannot be fetched, which is
     /// reported as a failure. A null task: nothing has to be done.
     virtual std::optional<std::unique_ptr<Task>> retrieveTask() = 0;
-    /// A new, unstarted task. On success its result holds a QSharedPointer<ResourceMetadata>.
+    /// A new, unstarted task. On success its result holds a QSharedPointer<ResourceMetadata>. A
+    /// null pointer means that there is no metadata to be had, which is reported as a failure.
     virtual std::unique_ptr<Task> metadataTask() const = 0;
     /// Where the resource is or would be; answers before it was ever fetched.
     virtual Result<PathImpl<PathType::Unknown>> localPath() const = 0;

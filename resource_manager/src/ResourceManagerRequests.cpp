@@ -44,6 +44,11 @@ ResourceManager::Private::TaskResult ResourceManager::Private::existsAsync(
         task = makeAnswerTask(*answer);
     } else {
         task = handler->existsTask();
+        if (!task) {
+            return ZEL_ERROR(ErrorCode::OperationFailed,
+                             ResourceManager::tr("Unable to check existence of resource: %1")
+                                 .arg(handler->reference()->referenceText(true)));
+        }
         memoiseWhenFinished(task.get(), *handler->reference());
     }
     if (type == ResourceHandler::Queued)
@@ -153,6 +158,11 @@ ResourceManager::Private::TaskResult ResourceManager::Private::retrieveMetadataA
         return ZEL_ERROR(ErrorCode::BadArgument, ResourceManager::tr("Null handler provided."));
 
     auto task = handler->metadataTask();
+    if (!task) {
+        return ZEL_ERROR(ErrorCode::OperationFailed,
+                         ResourceManager::tr("Unable to retrieve metadata of resource: %1")
+                             .arg(handler->reference()->referenceText(true)));
+    }
     if (type == ResourceHandler::Queued)
         enqueueTask(task.get());
     return task;

@@ -202,6 +202,25 @@ TEST_F(ResourceManagerRequestsTest, nullHandler_everywhere_failsWithCode2)
     EXPECT_EQ(script(u"a"_s).existsTasks, 0);
 }
 
+TEST_F(ResourceManagerRequestsTest, exists_schemeGivesNoTask_failsInEveryForm)
+{
+    script(u"a"_s).givesNullTasks = true;
+    const auto silent = handler(u"a"_s);
+    const Handlers several { handler(u"b"_s), silent };
+    const QString text
+        = u"Unable to check existence of resource: "_s + silent->reference()->referenceText(true);
+    const auto code = ErrorCode::OperationFailed;
+    for (const auto type : { manual, queued }) {
+        EXPECT_TRUE(failsWith(ResourceManager::existsAsync(silent, type), code, text));
+        EXPECT_TRUE(failsWith(ResourceManager::existsAsync(several, type), code, text));
+    }
+    EXPECT_TRUE(failsWith(ResourceManager::exists(silent), code, text));
+    EXPECT_TRUE(failsWith(ResourceManager::exists(several), code, text));
+    EXPECT_TRUE(failsWith(waitForCoroutine(ResourceManager::co_exists(silent.data())), code, text));
+    EXPECT_TRUE(failsWith(silent->grab(), code, text));
+    EXPECT_FALSE(inside().cachedRequestsValues.contains(silent->reference()->referenceText(false)));
+}
+
 TEST_F(ResourceManagerRequestsTest, existsList_oneSaysFalse_isFalseAndAllHaveRun)
 {
     script(u"b"_s).exists = false;
@@ -363,6 +382,20 @@ TEST_F(ResourceManagerRequestsTest, retrieveMetadata_failures_arePassedOn)
     script(u"a"_s).metadataOutcome = Error(42, u"down"_s);
     EXPECT_TRUE(failsWith(ResourceManager::retrieveMetadata(handler(u"a"_s)),
                           static_cast<ErrorCode>(42), u"down"_s));
+}
+
+TEST_F(ResourceManagerRequestsTest, retrieveMetadata_schemeGivesNoTask_failsInEveryForm)
+{
+    script(u"a"_s).givesNullTasks = true;
+    const auto silent = handler(u"a"_s);
+    const QString text
+        = u"Unable to retrieve metadata of resource: "_s + silent->reference()->referenceText(true);
+    const auto code = ErrorCode::OperationFailed;
+    for (const auto type : { manual, queued })
+        EXPECT_TRUE(failsWith(ResourceManager::retrieveMetadataAsync(silent, type), code, text));
+    EXPECT_TRUE(failsWith(ResourceManager::retrieveMetadata(silent), code, text));
+    EXPECT_TRUE(failsWith(ResourceManager::retrieveMetadata(silent->reference()), code, text));
+    EXPECT_TRUE(failsWith(silent->retrieveMetadata(), code, text));
 }
 
 TEST_F(ResourceManagerRequestsTest, retrieveMetadataAsync_types_queueOrHandOver)

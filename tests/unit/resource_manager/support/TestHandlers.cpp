@@ -26,6 +26,8 @@ std::unique_ptr<Task> makeExistsTask(HandlerScript &script)
     ++script.existsTasks;
     if (script.existsTaskThrows)
         throw std::runtime_error("no task today");
+    if (script.givesNullTasks)
+        return nullptr;
     return makeTask(
         [&script](Task *task) {
             ++script.existsRuns;
@@ -38,6 +40,8 @@ std::unique_ptr<Task> makeExistsTask(HandlerScript &script)
 std::unique_ptr<Task> makeMetadataTask(HandlerScript &script)
 {
     ++script.metadataTasks;
+    if (script.givesNullTasks)
+        return nullptr;
     return makeTask(
         [&script](Task *task) {
             if (script.metadata)

@@ -15,6 +15,7 @@ struct HandlerScript
     bool exists = true;
     Error existsOutcome;
     bool existsTaskThrows = false;
+    bool givesNullTasks = false; ///< for existence and metadata
     Task::ExecutionMode existsMode = Task::ExecutionMode::Synchronous;
 
     /// Puts the data at the path. Without one, a file with the content "data".
