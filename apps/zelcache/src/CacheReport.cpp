@@ -1,6 +1,7 @@
 #include "CacheReport.h"
 
 #include "Format.h"
+#include "ResourceUsers.h"
 
 #include <QMetaEnum>
 
@@ -13,9 +14,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 using Reader = ResourceCacheReader;
-
-/// After this long without a ping the others take a program for dead.
-constexpr qint64 silenceOfTheDead = 30'000;
 
 constexpr int labelColumns = 14;
 
@@ -47,11 +45,6 @@ QString resourcesText(const Reader::Snapshot &snapshot)
     return u"%1 ready, %2 being fetched, %3 missing"_s.arg(counts.value(ResourceStatus::Ready))
         .arg(wanted)
         .arg(counts.value(ResourceStatus::Missing));
-}
-
-bool isAlive(const Reader::Client &client, qint64 now)
-{
-    return now - client.lastPing <= silenceOfTheDead;
 }
 
 QString clientText(const Reader::Client &client, qint64 now)

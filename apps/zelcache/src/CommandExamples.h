@@ -61,6 +61,19 @@ Examples:
   zelcache list
   zelcache list --json | jq '.resources[] | select(.status == "Ready")')";
 
+inline constexpr auto purgeExamples
+    = R"(Removes what was accessed longest ago and is not in use, until the cache is small
+enough: at nine tenths of its optimal size, if it is above that, or at SIZE. The
+last resource that goes may take it below. No setting changes. The exit code is 3
+if it could not become small enough; standard error then says what holds the rest.
+
+Sizes: K, M, G, T and KiB, MiB, ... are powers of 1024, KB, MB, ... of 1000.
+
+Examples:
+  zelcache purge --dry-run
+  zelcache purge --to 50GiB
+  zelcache purge --to 0 --json | jq '.removed[].reference')";
+
 inline constexpr auto statusExamples
     = R"(Shows where the cache lies, how full it is, who uses it and what is being
 fetched. Waits for nobody and changes nothing.

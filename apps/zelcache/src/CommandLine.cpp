@@ -1,6 +1,7 @@
 #include "CommandLine.h"
 
 #include "CommandExamples.h"
+#include "Format.h"
 #include "Text.h"
 
 #include <CLI/CLI.hpp>
@@ -22,6 +23,7 @@ struct RawOptions
     std::string reference;
     std::string listFile;
     std::string source;
+    std::string purgeTarget;
     std::string cacheDir;
     std::string traceFile;
 };
@@ -38,6 +40,8 @@ public:
 private:
     void addCommonOptions();
     void addCommands();
+    void addRemovingCommands();
+    void addDryRun(CLI::App *command);
     CLI::App *addCommand(Options::Command command, const char *description, const char *examples);
     void addReference(CLI::App *command);
     void addReferences(CLI::App *command, bool required);
@@ -113,7 +117,24 @@ void Parser::addCommands()
     addReference(add);
     add->add_option("SOURCE", raw.source, "The file or folder to copy")->required()->type_name("");
     addCommand(Command::List, "List what the cache knows", listExamples);
+    addRemovingCommands();
     addCommand(Command::Status, "Show the state of the cache", statusExamples);
+}
+
+void Parser::addRemovingCommands()
+{
+    using Command = Options::Command;
+    auto *purge = addCommand(Command::Purge, "Make room in the cache", purgeExamples);
+    purge
+        ->add_option("--to", raw.purgeTarget,
+                     "Come down to this size, such as 0, 500M, 1.5GiB or 20GB")
+        ->type_name("SIZE");
+    addDryRun(purge);
+}
+
+void Parser::addDryRun(CLI::App *command)
+{
+    command->add_flag("-n,--dry-run", options.dryRun, "Only tell what would go");
 }
 
 CLI::App *Parser::addCommand(Options::Command command, const char *description,
@@ -181,6 +202,12 @@ ParseOutcome Parser::parse(const QStringList &arguments)
         return stopped(reason);
     }
     Options all = gathered();
+    if (app.got_subcommand("purge") && app.get_subcommand("purge")->count("--to") > 0) {
+        const QString target = QString::fromStdString(raw.purgeTarget);
+        all.purgeTarget = sizeFromText(target);
+        if (!all.purgeTarget)
+            return mistake(u"--to: \"%1\" is not a size"_s.arg(target));
+    }
     if (all.quiet && all.verbosity > 0)
         return mistake(u"--quiet and --verbose exclude each other"_s);
     if (all.command == Options::Command::Get && all.references.isEmpty() && all.listFile.isEmpty())
@@ -197,8 +224,8 @@ ParseOutcome parseCommandLine(const QStringList &arguments)
 
 QString commandName(Options::Command command)
 {
-    static constexpr std::array<QStringView, 7> names { u"get", u"exists", u"info",  u"path",
-                                                        u"add", u"list",   u"status" };
+    static constexpr std::array<QStringView, 8> names { u"get", u"exists", u"info",  u"path",
+                                                        u"add", u"list",   u"purge", u"status" };
     return names.at(std::size_t(command)).toString();
 }
 

@@ -12,12 +12,14 @@ namespace zel::cli {
 /// What the program was asked to do.
 struct Options
 {
-    enum class Command { Get, Exists, Info, Path, Add, List, Status };
+    enum class Command { Get, Exists, Info, Path, Add, List, Purge, Status };
 
     Command command = Command::Status;
     QStringList references; ///< as given, in order
     QString listFile; ///< `get` only: a file with further references, "-" for standard input
     QString source; ///< `add` only: the file or folder to copy
+    std::optional<qint64> purgeTarget; ///< `purge` only: the size to come down to, in bytes
+    bool dryRun = false; ///< of what removes: only tell what would go
 
     QString cacheDir; ///< another base directory; empty for the one of the settings
     QString traceFile; ///< where spans are written; empty for nowhere

@@ -9,6 +9,8 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <algorithm>
+
 namespace zel::cli {
 
 using namespace Qt::Literals::StringLiterals;
@@ -23,11 +25,19 @@ bool startTracing(const QString &filePath)
     return true;
 }
 
-/// Opens the cache a second time: the manager lives on without one and does not say why it could
-/// not open it.
+/// Opens the cache once more: the manager lives on without one and does not say why it could not
+/// open it.
 Error openingFailure(const ResourceManagerSettings &settings)
 {
     return ZEL_PASS(ResourceManager::cache()->open(settings.cachePath, settings.sizes));
+}
+
+bool hasUsagesOfTheDead(const ResourceManagerSettings &settings)
+{
+    const auto snapshot = readCache(settings);
+    return snapshot.hasValue()
+        && std::any_of(snapshot.value().usages.begin(), snapshot.value().usages.end(),
+                       [](const auto &usage) { return !usage.processId; });
 }
 
 } // namespace
@@ -63,6 +73,24 @@ std::optional<ExitCode> openCache(const Context &context)
     return context.fail(
         ExitCode::CacheUnavailable,
         text.arg(settings.cachePath.baseDirPath().toString(), failure.errorMessage()));
+}
+
+std::optional<ExitCode> openExistingCache(const Context &context)
+{
+    const ResourceManagerSettings settings = settingsOf(context.options);
+    if (const auto snapshot = readCache(settings); !snapshot.hasValue())
+        return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
+    if (const auto code = openCache(context))
+        return code;
+    if (!hasUsagesOfTheDead(settings))
+        return {};
+    // The first opening took the dead out of the list of programs, a second one takes what they
+    // used out with them.
+    ResourceManager::cache()->close();
+    const Error failure = openingFailure(settings);
+    return failure.hasError()
+        ? std::optional(context.fail(ExitCode::CacheUnavailable, failure.errorMessage()))
+        : std::nullopt;
 }
 
 Result<ResourceCacheReader::Snapshot> readCache(const ResourceManagerSettings &settings)

@@ -15,6 +15,10 @@ ResourceManagerSettings settingsOf(const Options &options);
 /// cache. If that does not work out, the user is told and the code to end with is returned.
 std::optional<ExitCode> openCache(const Context &context);
 
+/// The same for a command that works on what is there: it never makes a cache, and what programs
+/// that died have left behind holds nothing any more.
+std::optional<ExitCode> openExistingCache(const Context &context);
+
 /// What the cache of the settings holds at this moment, without taking part in it. Fails if it
 /// cannot be read or was never made.
 Result<ResourceCacheReader::Snapshot> readCache(const ResourceManagerSettings &settings);

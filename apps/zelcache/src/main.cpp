@@ -36,6 +36,8 @@ ExitCode runCommand(const Context &context)
         return runAdd(context);
     case Command::List:
         return runList(context);
+    case Command::Purge:
+        return runPurge(context);
     case Command::Status:
         return runStatus(context);
     }

@@ -90,6 +90,16 @@ TEST(CommandLine, parse_singleReferenceCommands_takeOne)
     EXPECT_EQ(optionsOf({ u"exists"_s, u"a"_s, u"b"_s }).references.size(), 2);
 }
 
+TEST(CommandLine, parse_purge_readsTheSize)
+{
+    EXPECT_EQ(optionsOf({ u"purge"_s }).purgeTarget, std::nullopt);
+    EXPECT_EQ(optionsOf({ u"purge"_s, u"--to"_s, u"0"_s }).purgeTarget, 0);
+    EXPECT_EQ(optionsOf({ u"purge"_s, u"--to=1.5GiB"_s }).purgeTarget, 1610612736);
+    EXPECT_FALSE(optionsOf({ u"purge"_s }).dryRun);
+    EXPECT_TRUE(optionsOf({ u"purge"_s, u"-n"_s }).dryRun);
+    EXPECT_TRUE(optionsOf({ u"purge"_s, u"--dry-run"_s }).dryRun);
+}
+
 TEST(CommandLine, parse_doubleDash_endsTheOptions)
 {
     EXPECT_EQ(optionsOf({ u"path"_s, u"--"_s, u"-a"_s }).references, QStringList { u"-a"_s });
@@ -104,6 +114,12 @@ TEST(CommandLine, parse_mistakes_areUsageErrors)
     mistakeOf({ u"info"_s, u"a"_s, u"b"_s });
     mistakeOf({ u"add"_s, u"a"_s });
     mistakeOf({ u"list"_s, u"a"_s });
+    mistakeOf({ u"purge"_s, u"--to"_s });
+    mistakeOf({ u"purge"_s, u"--to="_s });
+    mistakeOf({ u"purge"_s, u"--to=-1"_s });
+    mistakeOf({ u"purge"_s, u"--to"_s, u"much"_s });
+    mistakeOf({ u"purge"_s, u"a"_s });
+    mistakeOf({ u"list"_s, u"--dry-run"_s });
     mistakeOf({ u"nonsense"_s });
     mistakeOf({ u"list"_s, u"--nonsense"_s });
     mistakeOf({ u"list"_s, u"status"_s });

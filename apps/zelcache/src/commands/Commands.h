@@ -11,6 +11,7 @@ ExitCode runExists(const Context &context);
 ExitCode runInfo(const Context &context);
 ExitCode runPath(const Context &context);
 ExitCode runAdd(const Context &context);
+ExitCode runPurge(const Context &context);
 /// These two only read the database: they wait for nobody and change nothing.
 ExitCode runList(const Context &context);
 ExitCode runStatus(const Context &context);

@@ -1,0 +1,156 @@
+#include "RemovalReport.h"
+
+#include "Format.h"
+
+#include <QSet>
+
+#include <algorithm>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+using Resource = ResourceCacheReader::Resource;
+using Reason = Pin::Reason;
+
+bool holdsData(const Resource &resource)
+{
+    return resource.size > 0 || !resource.path.isEmpty();
+}
+
+Reason reasonOf(const Resource &resource, const QHash<QString, qint64> &lastAccessOfPlanned)
+{
+    if (resource.size == 0)
+        return Reason::SizeUnknown;
+    const auto planned = lastAccessOfPlanned.constFind(resource.reference);
+    const bool isUnchanged
+        = planned != lastAccessOfPlanned.cend() && *planned == resource.lastAccess;
+    return isUnchanged ? Reason::NotRemoved : Reason::Newer;
+}
+
+QString pinText(const Pin &pin)
+{
+    const QString subject = u"%1 (%2)"_s.arg(pin.resource.reference, sizeText(pin.resource.size));
+    switch (pin.reason) {
+    case Reason::InUse:
+        return subject + u" is in use by "_s + processesText(pin.processes);
+    case Reason::SizeUnknown:
+        return subject + u" has no known size, so that a purge leaves it alone"_s;
+    case Reason::NotRemoved:
+        return subject + u" could not be removed"_s;
+    case Reason::Newer:
+        return subject + u" was accessed while the purge ran"_s;
+    }
+    return subject;
+}
+
+QString reasonName(Reason reason)
+{
+    switch (reason) {
+    case Reason::InUse:
+        return u"inUse"_s;
+    case Reason::SizeUnknown:
+        return u"sizeUnknown"_s;
+    case Reason::NotRemoved:
+        return u"notRemoved"_s;
+    case Reason::Newer:
+        return u"newer"_s;
+    }
+    return {};
+}
+
+QJsonObject rowJson(const Resource &resource)
+{
+    return { { u"reference"_s, resource.reference },
+             { u"size"_s, resource.size },
+             { u"lastAccess"_s, resource.lastAccess } };
+}
+
+QJsonObject pinJson(const Pin &pin)
+{
+    QJsonObject object = rowJson(pin.resource);
+    object.insert(u"reason"_s, reasonName(pin.reason));
+    object.insert(u"processes"_s, processesJson(pin.processes));
+    return object;
+}
+
+QString summary(const PurgeReport &report)
+{
+    const QString text = report.isDryRun ? u"%1 would go, %2; %3 would be left"_s
+                                         : u"%1 removed, %2 freed; %3 left"_s;
+    return text.arg(countText(report.removed.size()), sizeText(sizeOfAll(report.removed)),
+                    sizeText(report.size));
+}
+
+} // namespace
+
+QString countText(qsizetype resources)
+{
+    return resources == 1 ? u"1 resource"_s : u"%1 resources"_s.arg(resources);
+}
+
+QList<Pin> pinsOf(const ResourceCacheReader::Snapshot &after, const ResourceUsers &users,
+                  const ResourceRows &planned)
+{
+    QHash<QString, qint64> lastAccess;
+    for (const Resource &resource : planned)
+        lastAccess.insert(resource.reference, resource.lastAccess);
+    QList<Pin> pins;
+    for (const Resource &resource : after.resources) {
+        if (!holdsData(resource))
+            continue;
+        const QList<qint64> processes = users.value(resource.reference);
+        pins.append({ resource,
+                      processes.isEmpty() ? reasonOf(resource, lastAccess) : Reason::InUse,
+                      processes });
+    }
+    return pins;
+}
+
+QStringList purgeLines(const PurgeReport &report)
+{
+    qsizetype sizeColumns = 0;
+    for (const Resource &resource : report.removed)
+        sizeColumns = std::max(sizeColumns, sizeText(resource.size).size());
+    QStringList lines;
+    for (const Resource &resource : report.removed)
+        lines.append(u"%1  %2  %3"_s.arg(sizeText(resource.size).rightJustified(sizeColumns),
+                                         timeText(resource.lastAccess), resource.reference));
+    lines.append(summary(report));
+    return lines;
+}
+
+QStringList pinLines(const QList<Pin> &pins, qsizetype atMost)
+{
+    QList<Pin> largestFirst = pins;
+    std::stable_sort(
+        largestFirst.begin(), largestFirst.end(),
+        [](const Pin &left, const Pin &right) { return left.resource.size > right.resource.size; });
+    QStringList lines;
+    for (const Pin &pin : largestFirst.first(std::min(atMost, largestFirst.size())))
+        lines.append(pinText(pin));
+    if (const qsizetype more = pins.size() - lines.size(); more > 0)
+        lines.append(u"... and %1 more"_s.arg(countText(more)));
+    return lines;
+}
+
+QJsonObject purgeJson(const PurgeReport &report, const QList<Pin> &pins)
+{
+    QJsonArray removed;
+    for (const Resource &resource : report.removed)
+        removed.append(rowJson(resource));
+    QJsonArray pinned;
+    for (const Pin &pin : pins)
+        pinned.append(pinJson(pin));
+    return { { u"dryRun"_s, report.isDryRun },
+             { u"removed"_s, removed },
+             { u"freed"_s, sizeOfAll(report.removed) },
+             { u"size"_s, report.size },
+             { u"goal"_s, report.goal },
+             { u"goalReached"_s, report.isGoalReached() },
+             { u"pinned"_s, pinned } };
+}
+
+} // namespace zel::cli

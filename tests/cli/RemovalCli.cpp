@@ -1,0 +1,107 @@
+#include "RemovalCli.h"
+
+#include "Printers.h"
+
+#include <QFile>
+
+namespace zel::test {
+
+using namespace Qt::Literals::StringLiterals;
+
+QStringList RemovalCli::fill(const QList<int> &sizes)
+{
+    QStringList references;
+    for (qsizetype i = 0; i < sizes.size(); ++i)
+        references.append(sharedFile(u"run%1.raw"_s.arg(i), QByteArray(sizes.at(i), 'a')));
+    const auto run = start(QStringList { u"get"_s } + references);
+    EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
+    CacheDatabase database(cache.databasePath());
+    for (qsizetype i = 0; i < sizes.size(); ++i)
+        database.run(u"UPDATE CachedResources SET lastAccessDateTime = ? WHERE reference = ?"_s,
+                     { 1'700'000'000'000 + i, references.at(i) });
+    return references;
+}
+
+std::unique_ptr<ProgramRun> RemovalCli::startWithSettings(const QByteArray &settings,
+                                                          const QStringList &arguments) const
+{
+    writeFile(settingsPath(), settings);
+    ProgramRun::Options options;
+    options.environment = environment();
+    return std::make_unique<ProgramRun>(program(), arguments, options);
+}
+
+QByteArray RemovalCli::settingsWith(qint64 optimalSize, qint64 maximumSize) const
+{
+    return "; kept by hand\n[ResourceManager]\nCacheLocationPath=" + cache.baseDir().toUtf8()
+        + "\nOptimalCacheSize=" + QByteArray::number(optimalSize)
+        + "\nMaximumCacheSize=" + QByteArray::number(maximumSize) + "\n";
+}
+
+QString RemovalCli::settingsPath() const
+{
+    return home.filePath(u"resource_manager_settings.ini"_s);
+}
+
+QStringList RemovalCli::rows() const
+{
+    return CacheDatabase(cache.databasePath())
+        .column(u"SELECT reference || '|' || status || '|' || cleanupPolicy || '|' || "
+                "lastAccessDateTime || '|' || IFNULL(cachedPath, '') || '|' || "
+                "IFNULL(fileSize, '') || '|' || IFNULL(version, '') "
+                "FROM CachedResources ORDER BY id"_s);
+}
+
+QStringList RemovalCli::readyReferences() const
+{
+    return CacheDatabase(cache.databasePath())
+        .column(u"SELECT reference FROM CachedResources WHERE status = 'Ready' ORDER BY id"_s);
+}
+
+QString RemovalCli::policyOf(const QString &reference) const
+{
+    const auto sql = u"SELECT cleanupPolicy FROM CachedResources WHERE reference = ?"_s;
+    return CacheDatabase(cache.databasePath()).value(sql, { reference }).toString();
+}
+
+QString RemovalCli::pathOf(const QString &reference) const
+{
+    const auto sql = u"SELECT cachedPath FROM CachedResources WHERE reference = ?"_s;
+    return CacheDatabase(cache.databasePath()).value(sql, { reference }).toString();
+}
+
+qint64 RemovalCli::currentSize() const
+{
+    return CacheDatabase(cache.databasePath())
+        .value(u"SELECT currentSize FROM CacheMetadata"_s)
+        .toLongLong();
+}
+
+QJsonObject RemovalCli::rehearseAndRun(const QStringList &arguments, int exitCode) const
+{
+    const QStringList before = rows();
+    const auto rehearsal = start(arguments + QStringList { u"--dry-run"_s, u"--json"_s });
+    EXPECT_EQ(rehearsal->exitCode(), exitCode) << rehearsal->errors().toStdString();
+    EXPECT_EQ(rows(), before) << "a dry run has changed something";
+    QJsonObject announced = jsonOf(rehearsal->output());
+    EXPECT_TRUE(announced.value(u"dryRun"_s).toBool());
+
+    const auto run = start(arguments + QStringList { u"--json"_s });
+    EXPECT_EQ(run->exitCode(), exitCode) << run->errors().toStdString();
+    EXPECT_EQ(run->errors(), rehearsal->errors());
+    const QJsonObject done = jsonOf(run->output());
+    EXPECT_FALSE(done.value(u"dryRun"_s).toBool());
+    announced.insert(u"dryRun"_s, false);
+    EXPECT_EQ(announced, done);
+    return done;
+}
+
+QStringList textsOf(const QJsonValue &array, const QString &member)
+{
+    QStringList texts;
+    for (const QJsonValue &entry : array.toArray())
+        texts.append(entry.toObject().value(member).toString());
+    return texts;
+}
+
+} // namespace zel::test

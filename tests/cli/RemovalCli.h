@@ -1,0 +1,37 @@
+#pragma once
+
+#include "ZelcacheCli.h"
+
+namespace zel::test {
+
+/// Runs the commands that remove something, on a cache with resources of known size and age.
+class RemovalCli : public ZelcacheCli
+{
+protected:
+    /// Fetches one shared file for each size; the first one was accessed longest ago. Gives their
+    /// references.
+    QStringList fill(const QList<int> &sizes);
+
+    /// Runs the command with these settings instead of a cache on the command line.
+    std::unique_ptr<ProgramRun> startWithSettings(const QByteArray &settings,
+                                                  const QStringList &arguments) const;
+    /// The settings file's content for the test's cache.
+    QByteArray settingsWith(qint64 optimalSize, qint64 maximumSize) const;
+    QString settingsPath() const;
+
+    /// Everything that the database says of resources, a line for each.
+    QStringList rows() const;
+    QStringList readyReferences() const;
+    QString policyOf(const QString &reference) const;
+    QString pathOf(const QString &reference) const;
+    qint64 currentSize() const;
+
+    /// Runs the command twice, first without consequences, and checks that it announces what it
+    /// then does and changed nothing before. Gives the answer of the second run.
+    QJsonObject rehearseAndRun(const QStringList &arguments, int exitCode) const;
+};
+
+/// The members of this name of an array of objects.
+QStringList textsOf(const QJsonValue &array, const QString &member);
+
+} // namespace zel::test
