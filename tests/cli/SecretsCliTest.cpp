@@ -66,4 +66,14 @@ TEST_F(SecretsCliTest, get_signedAddress_signatureIsNowhere)
     expectNoFileHasIt();
 }
 
+TEST_F(SecretsCliTest, get_tokenInThePath_isNowhere)
+{
+    const NginxServer server;
+    const QString url = server.url(u"runs;token=geheim123/run1.raw;jsessionid=geheim123"_s);
+    EXPECT_EQ(exitCodeOf({ u"get"_s }, url), 1);
+    EXPECT_EQ(exitCodeOf({ u"info"_s }, url), 1);
+    EXPECT_TRUE(server.requests().constLast().path.contains(u"geheim123"_s)) << "was not sent";
+    expectNoFileHasIt();
+}
+
 } // namespace zel::test

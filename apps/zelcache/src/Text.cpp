@@ -168,11 +168,14 @@ QString withoutSecrets(const QString &argument)
     const QRegularExpression bare(u"^(?![a-z][a-z0-9+.-]*:/)[^/]*:.*@"_s,
                                   everything | QRegularExpression::CaseInsensitiveOption);
     const QRegularExpression user(u"(^|[:/])//[^/?#]*@"_s);
+    const QRegularExpression parameters(u"^([a-z][a-z0-9+.-]*://[^;?#]*;).*$"_s,
+                                        everything | QRegularExpression::CaseInsensitiveOption);
     const QRegularExpression rest(u"([?#]).*$"_s, everything);
     QString shown = argument;
     shown.replace(password, u"\\1"_s);
     shown.replace(bare, QString());
     shown.replace(user, u"\\1//"_s);
+    shown.replace(parameters, u"\\1..."_s);
     shown.replace(rest, u"\\1..."_s);
     return shown;
 }

@@ -19,7 +19,7 @@ int columnsOf(const QString &text);
 QString elided(const QString &text, int columns);
 
 /// What may be shown of an argument that could not be read as a reference: user, password,
-/// query and fragment are left out, since they may be secrets.
+/// query, fragment and the parameters of a path are left out, since they may be secrets.
 QString withoutSecrets(const QString &argument);
 
 } // namespace zel::cli

@@ -1,6 +1,7 @@
 #include "http/HttpUrl.h"
 
 #include "errors/Propagate.h"
+#include "references/PublicQuery.h"
 
 #include <curl/curl.h>
 
@@ -69,6 +70,9 @@ QList<QByteArray> HttpUrl::secrets() const
         if (!value.isEmpty())
             values << value << QByteArray::fromPercentEncoding(value);
     }
+    // Of the path only what is known as a secret: the rest of it is the resource's name.
+    for (const QString &value : secretsOfPath(QString::fromLatin1(path)))
+        values << value.toLatin1() << QByteArray::fromPercentEncoding(value.toLatin1());
     return values;
 }
 
@@ -90,6 +94,7 @@ Result<HttpUrl> HttpUrl::parsed(const QByteArray &base, const QByteArray &locati
     result.scheme = part(url.get(), CURLUPART_SCHEME).toLower();
     result.host = part(url.get(), CURLUPART_HOST).toLower();
     result.port = part(url.get(), CURLUPART_PORT, CURLU_DEFAULT_PORT);
+    result.path = part(url.get(), CURLUPART_PATH);
     result.query = part(url.get(), CURLUPART_QUERY);
     return result;
 }

@@ -24,7 +24,8 @@ public:
     bool isEncrypted() const { return scheme == "https"; }
     /// "host:port" in lower case, which tells servers apart.
     QByteArray server() const { return host + ':' + port; }
-    /// All that may have to stay secret: the values of the query.
+    /// All that may have to stay secret: the values of the query, and those of the path
+    /// that are known as secrets.
     QList<QByteArray> secrets() const;
 
 private:
@@ -34,6 +35,7 @@ private:
     QByteArray scheme;
     QByteArray host;
     QByteArray port;
+    QByteArray path;
     QByteArray query;
 };
 

@@ -33,6 +33,7 @@ bool isSecret(const QString &name)
         QLatin1StringView("jwt"),           QLatin1StringView("session"),
         QLatin1StringView("sessionid"),     QLatin1StringView("hmac"),
         QLatin1StringView("private_token"), QLatin1StringView("ticket"),
+        QLatin1StringView("jsessionid"),    QLatin1StringView("phpsessid"),
     };
     return name.startsWith(u"x-amz-"_s) || name.startsWith(u"x-goog-"_s)
         || std::find(std::begin(names), std::end(names), name) != std::end(names);
@@ -68,11 +69,9 @@ bool accompaniesSignature(const QString &name)
     return std::find(std::begin(names), std::end(names), name) != std::end(names);
 }
 
-} // namespace
-
-QString publicQuery(const QString &query)
+/// Those of the parameters that may be shown and kept.
+QStringList publicOnes(const QStringList &parameters)
 {
-    const QStringList parameters = query.split(u'&', Qt::SkipEmptyParts);
     const bool isSigned = std::any_of(parameters.begin(), parameters.end(),
                                       [](const QString &p) { return isSecret(nameOf(p)); });
     QStringList rest;
@@ -81,8 +80,42 @@ QString publicQuery(const QString &query)
         if (!isSecret(name) && !(isSigned && accompaniesSignature(name)))
             rest << parameter;
     }
+    return rest;
+}
+
+} // namespace
+
+QString publicQuery(const QString &query)
+{
+    const QStringList parameters = query.split(u'&', Qt::SkipEmptyParts);
+    const QStringList rest = publicOnes(parameters);
     // Left as it was unless something went: empty parameters may mean something to a server.
     return rest.size() == parameters.size() ? query : rest.join(u'&');
+}
+
+QString publicPath(const QString &path)
+{
+    QStringList segments = path.split(u'/');
+    for (QString &segment : segments) {
+        const QStringList parts = segment.split(u';');
+        segment = (parts.mid(0, 1) + publicOnes(parts.mid(1))).join(u';');
+    }
+    return segments.join(u'/');
+}
+
+QStringList secretsOfPath(const QString &path)
+{
+    QStringList values;
+    const QStringList segments = path.split(u'/');
+    for (const QString &segment : segments) {
+        const QStringList parameters = segment.split(u';').mid(1);
+        for (const QString &parameter : parameters) {
+            const QString value = parameter.section(u'=', 1);
+            if (isSecret(nameOf(parameter)) && !value.isEmpty())
+                values << value;
+        }
+    }
+    return values;
 }
 
 } // namespace zel

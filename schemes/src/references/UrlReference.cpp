@@ -80,6 +80,8 @@ Result<UrlReference::Parts> UrlReference::split(const QString &text)
     ZEL_TRY_LET(const QString path,
                 PercentEncoding::normalised(place.mid(authority.size()), keptInPath));
     parts.path = withoutDotSegments(path.isEmpty() ? u"/"_s : path);
+    // Once more: what stands before a parameter may be "..", and a key form is read again.
+    parts.publicPath = withoutDotSegments(publicPath(parts.path));
     ZEL_TRY_LET(parts.query,
                 PercentEncoding::normalised(question < 0 ? QString() : rest.mid(question + 1),
                                             keptInQuery));
@@ -145,14 +147,14 @@ QString UrlReference::referenceText(bool forDisplay) const
 {
     const QString query = parts.publicQuery.isEmpty() ? QString() : u'?' + parts.publicQuery;
     if (forDisplay)
-        return PercentEncoding::displayed(parts.server + parts.path + query);
+        return PercentEncoding::displayed(parts.server + parts.publicPath + query);
     const QString fragment = expected.isEmpty() ? QString() : u'#' + expected.toString();
-    return parts.server + parts.path + query + fragment;
+    return parts.server + parts.publicPath + query + fragment;
 }
 
 std::optional<QString> UrlReference::referencePath() const
 {
-    return PercentEncoding::displayed(parts.path);
+    return PercentEncoding::displayed(parts.publicPath);
 }
 
 std::optional<QString> UrlReference::referenceFullPath() const
@@ -168,7 +170,7 @@ QByteArray UrlReference::requestUrl() const
 
 QString UrlReference::fileName() const
 {
-    const QStringList segments = parts.path.split(u'/', Qt::SkipEmptyParts);
+    const QStringList segments = parts.publicPath.split(u'/', Qt::SkipEmptyParts);
     return segments.isEmpty() ? parts.server.section(u'/', -1)
                               : PercentEncoding::displayed(segments.last());
 }

@@ -10,8 +10,9 @@ namespace zel {
 /// A file of a web server: "http://host[:port]/path[?query][#checksum]", or https.
 ///
 /// One key form for all spellings: scheme and host in lower case, default port dropped,
-/// percent-encoding normalised, "." and ".." resolved, no query parameter that signs or opens the
-/// request. User names and passwords in the address are refused; they belong into ~/.netrc.
+/// percent-encoding normalised, "." and ".." resolved, no parameter of the query or of a level
+/// of the path that signs or opens the request. User names and passwords in the address are
+/// refused; they belong into ~/.netrc.
 class UrlReference : public ResourceReference
 {
     Q_DECLARE_TR_FUNCTIONS(zel::UrlReference)
@@ -38,6 +39,7 @@ private:
     {
         QString server; ///< "https://host:8080"
         QString path; ///< starts with a slash
+        QString publicPath; ///< the same without what signs or opens the request
         QString query; ///< without the question mark
         QString publicQuery; ///< the same without what signs or opens the request
     };

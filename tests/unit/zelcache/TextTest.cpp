@@ -68,6 +68,8 @@ TEST(Text, withoutSecrets_userAndQuery_areLeftOut)
     EXPECT_EQ(withoutSecrets(u"http://host/a@b"_s), u"http://host/a@b"_s);
     EXPECT_EQ(withoutSecrets(u"share:/a:b@c"_s), u"share:/a:b@c"_s);
     EXPECT_EQ(withoutSecrets(u"http://host/a#sig=1"_s), u"http://host/a#..."_s);
+    EXPECT_EQ(withoutSecrets(u"http://host/a;sig=1/b?c"_s), u"http://host/a;..."_s);
+    EXPECT_EQ(withoutSecrets(u"share:/a;b"_s), u"share:/a;b"_s);
 }
 
 TEST(Text, withoutSecrets_passwordWithMarksOrWithoutAScheme_isLeftOut)

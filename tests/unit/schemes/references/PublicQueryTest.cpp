@@ -31,3 +31,24 @@ TEST(PublicQueryTest, publicQuery_tokensInAnySpelling_go)
     EXPECT_EQ(publicQuery(u"password=x"_s), u""_s);
     EXPECT_EQ(publicQuery(u"token"_s), u""_s);
 }
+
+TEST(PublicQueryTest, publicPath_withoutSecrets_isUntouched)
+{
+    for (const QString &path : { u""_s, u"/"_s, u"/a//b.raw"_s, u"/a;b"_s, u"/a;;v=2;/b;"_s,
+                                 u"/token=1/b"_s, u"/a;expires=never"_s, u"/a%3Btoken=1"_s })
+        EXPECT_EQ(publicPath(path), path);
+}
+
+TEST(PublicQueryTest, publicPath_parametersThatOpenTheDoor_goAtEveryLevel)
+{
+    EXPECT_EQ(publicPath(u"/a;token=x/b.raw;v=2;Signature=y;Expires=3"_s), u"/a/b.raw;v=2"_s);
+    EXPECT_EQ(publicPath(u"/run.raw;jsessionid=0A1B"_s), u"/run.raw"_s);
+    EXPECT_EQ(publicPath(u"/run.raw;%54OKEN=x=;v"_s), u"/run.raw;v"_s);
+    EXPECT_EQ(publicPath(u"/;token/a"_s), u"//a"_s);
+}
+
+TEST(PublicQueryTest, secretsOfPath_areTheValuesThatWentAway)
+{
+    EXPECT_EQ(secretsOfPath(u"/a;token=x%20=/b;v=2;sig=y;pass"_s),
+              QStringList({ u"x%20="_s, u"y"_s }));
+}

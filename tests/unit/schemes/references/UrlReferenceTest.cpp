@@ -92,6 +92,9 @@ INSTANTIATE_TEST_SUITE_P(
         Spelling { "emptyQuery", u"http://host/a?"_s, u"http://host/a"_s },
         Spelling { "signedQuery", u"http://host/a?id=7&X-Amz-Signature=abc&X-Amz-Date=1"_s,
                    u"http://host/a?id=7"_s },
+        Spelling { "signedPath", u"http://host/a;token=abc/b.raw;v=2;jsessionid=1?id=7"_s,
+                   u"http://host/a/b.raw;v=2?id=7"_s },
+        Spelling { "dotsBeforeAToken", u"http://host/a/..;token=abc/b"_s, u"http://host/b"_s },
         Spelling { "checksum", u"http://host/a#SHA256="_s + sha.toUpper(),
                    u"http://host/a#sha256="_s + sha },
         Spelling { "sizeAndChecksum", u"http://host/a#size=5&sha256="_s + sha,
@@ -167,6 +170,17 @@ TEST(UrlReferenceTest, requestUrl_keepsWhatSignsTheRequestAndNothingElseDoes)
     EXPECT_FALSE(reference->referenceText(true).contains(u"s3cr3t"_s));
     EXPECT_FALSE(reference->referenceFullPath().value().contains(u"s3cr3t"_s));
     EXPECT_FALSE(reference->referencePath().value().contains(u"s3cr3t"_s));
+}
+
+TEST(UrlReferenceTest, requestUrl_keepsTheTokensOfThePathAndNothingElseDoes)
+{
+    const auto reference = parse(u"https://host/x;token=s3cr3t/a.raw;jsessionid=s3cr3t"_s).value();
+    EXPECT_EQ(urlOf(reference).requestUrl(), "https://host/x;token=s3cr3t/a.raw;jsessionid=s3cr3t");
+    EXPECT_EQ(urlOf(reference).fileName(), u"a.raw"_s);
+    EXPECT_EQ(reference->referenceText(false), u"https://host/x/a.raw"_s);
+    EXPECT_EQ(reference->referenceText(true), u"https://host/x/a.raw"_s);
+    EXPECT_EQ(reference->referenceFullPath(), u"https://host/x/a.raw"_s);
+    EXPECT_EQ(reference->referencePath(), u"/x/a.raw"_s);
 }
 
 TEST(UrlReferenceTest, key_ofTwoSignedLinksToOneFile_isTheSame)
