@@ -25,8 +25,8 @@ public:
     static QList<Format> all();
 
     /// The names of the formats that the path may have, in the order of their numbers; empty if
-    /// none. byName() does not touch the disk, detect() looks for the data and for the inner files
-    /// that make a format.
+    /// none. The path may be relative, and a slash at its end counts for nothing. byName() does not
+    /// touch the disk, detect() looks for the data and for the inner files that make a format.
     static QStringList byName(const QString &path);
     static QStringList detect(const QString &path);
 };

@@ -53,7 +53,7 @@ QString toText(const std::optional<DataSourceLocation::Sample> &sample)
 {
     if (!sample)
         return {};
-    return u"sampleName: %1, nativeSampleId: %2"_s.arg(sample->first, sample->second);
+    return u"sampleName: %1, nativeSampleId: %2"_s.arg(sample->sampleName, sample->nativeSampleId);
 }
 
 } // namespace

@@ -9,7 +9,6 @@
 #include <QVariant>
 
 #include <optional>
-#include <utility>
 
 namespace zel {
 class DatabaseHandler;
@@ -72,8 +71,15 @@ class DataSourceLocation
 public:
     static constexpr int localPathKind = 1;
     static constexpr int databaseHandlerKind = 2;
-    /// `sampleName` and `nativeSampleId`
-    using Sample = std::pair<QString, QString>;
+
+    /// One sample inside the source: how people and how the source itself call it.
+    struct Sample
+    {
+        QString sampleName;
+        QString nativeSampleId;
+
+        friend bool operator==(const Sample &, const Sample &) = default;
+    };
 
     explicit DataSourceLocation(const QString &path);
     DataSourceLocation(const DataSourceLocation &other) = default;
