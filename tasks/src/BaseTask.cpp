@@ -123,7 +123,7 @@ bool BaseTask::start()
     return !state->isRetired() && state->phase() == TaskState::Phase::Running;
 }
 
-void BaseTask::finish(const Error &outcome)
+void BaseTask::finish(Error outcome)
 {
     const std::shared_ptr<TaskState> state = d->state;
     TaskPresence presence(state);

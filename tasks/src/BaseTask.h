@@ -58,7 +58,7 @@ public:
     void setRunning();
     /// Ends the task. A failure of doFinish() counts if the outcome is a success. Only the first
     /// call counts; a task that was never started may be ended too.
-    void finish(const Error &outcome);
+    void finish(Error outcome);
     /// With true, the task deletes itself after its end, by way of its thread's event loop.
     void setDeleteOnFinished(bool deleteOnFinished);
 

@@ -8,12 +8,6 @@
 
 namespace zel::test {
 
-namespace {
-
-constexpr int limit = 40'000;
-
-} // namespace
-
 ProgramRun::ProgramRun(const QString &program, const QStringList &arguments)
     : ProgramRun(program, arguments, Options())
 {
@@ -21,6 +15,7 @@ ProgramRun::ProgramRun(const QString &program, const QStringList &arguments)
 
 ProgramRun::ProgramRun(const QString &program, const QStringList &arguments, const Options &options)
     : process(std::make_unique<QProcess>())
+    , limit(options.limit)
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     for (const QString &setting : options.environment)

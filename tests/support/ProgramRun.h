@@ -19,6 +19,7 @@ public:
         QString workingDirectory;
         QByteArray input; ///< what the program reads; its input ends after that
         QString outputFile; ///< where standard output goes instead; empty for nowhere else
+        int limit = 40'000; ///< milliseconds that one wait takes at most
     };
 
     ProgramRun(const QString &program, const QStringList &arguments);
@@ -38,6 +39,7 @@ public:
 
 private:
     std::unique_ptr<QProcess> process;
+    int limit;
     QByteArray outputSoFar;
     QByteArray errorsSoFar;
 };
