@@ -82,4 +82,15 @@ Examples:
   zelcache status
   zelcache --cache /data/cache status --json)";
 
+inline constexpr auto configExamples
+    = R"(Settings are CacheLocationPath (an absolute directory), OptimalCacheSize and
+MaximumCacheSize (bytes, or with a unit: 500MiB, 1.5TiB). Programs that run already
+keep the settings that they have read.
+
+Examples:
+  zelcache config show
+  zelcache config get OptimalCacheSize
+  zelcache config set MaximumCacheSize 200GiB
+  zelcache config path)";
+
 } // namespace zel::cli

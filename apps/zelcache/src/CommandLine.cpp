@@ -24,6 +24,8 @@ struct RawOptions
     std::string listFile;
     std::string source;
     std::string purgeTarget;
+    std::string configKey;
+    std::string configValue;
     std::string cacheDir;
     std::string traceFile;
 };
@@ -43,6 +45,9 @@ private:
     void addRemovingCommands();
     void addDryRun(CLI::App *command);
     CLI::App *addCommand(Options::Command command, const char *description, const char *examples);
+    void addConfig();
+    CLI::App *addConfigAction(CLI::App *config, Options::ConfigAction action, const char *name,
+                              const char *description);
     void addReference(CLI::App *command);
     void addReferences(CLI::App *command, bool required);
     Options gathered() const;
@@ -119,6 +124,7 @@ void Parser::addCommands()
     addCommand(Command::List, "List what the cache knows", listExamples);
     addRemovingCommands();
     addCommand(Command::Status, "Show the state of the cache", statusExamples);
+    addConfig();
 }
 
 void Parser::addRemovingCommands()
@@ -146,6 +152,31 @@ CLI::App *Parser::addCommand(Options::Command command, const char *description,
     return subcommand;
 }
 
+void Parser::addConfig()
+{
+    using Action = Options::ConfigAction;
+    auto *config = addCommand(Options::Command::Config, "Show or change settings", configExamples);
+    config->require_subcommand(1);
+    addConfigAction(config, Action::Show, "show", "Show all settings and where they come from");
+    auto *get = addConfigAction(config, Action::Get, "get", "Print the value of a setting");
+    auto *set = addConfigAction(config, Action::Set, "set", "Write a setting into its file");
+    addConfigAction(config, Action::Path, "path", "Print where the settings file is");
+    for (CLI::App *action : { get, set })
+        action->add_option("KEY", raw.configKey, "The setting's name")->required()->type_name("");
+    set->add_option("VALUE", raw.configValue, "A directory, or a size such as 20GiB")
+        ->required()
+        ->type_name("");
+}
+
+CLI::App *Parser::addConfigAction(CLI::App *config, Options::ConfigAction action, const char *name,
+                                  const char *description)
+{
+    auto *subcommand = config->add_subcommand(name, description);
+    subcommand->footer(footerWith(configExamples));
+    subcommand->final_callback([this, action] { options.configAction = action; });
+    return subcommand;
+}
+
 void Parser::addReference(CLI::App *command)
 {
     command->add_option("REF", raw.reference, "The resource's reference")
@@ -169,6 +200,8 @@ Options Parser::gathered() const
         all.references.append(QString::fromStdString(raw.reference));
     all.listFile = QString::fromStdString(raw.listFile);
     all.source = QString::fromStdString(raw.source);
+    all.configKey = QString::fromStdString(raw.configKey);
+    all.configValue = QString::fromStdString(raw.configValue);
     all.cacheDir = QString::fromStdString(raw.cacheDir);
     all.traceFile = QString::fromStdString(raw.traceFile);
     return all;
@@ -224,8 +257,11 @@ ParseOutcome parseCommandLine(const QStringList &arguments)
 
 QString commandName(Options::Command command)
 {
-    static constexpr std::array<QStringView, 8> names { u"get", u"exists", u"info",  u"path",
-                                                        u"add", u"list",   u"purge", u"status" };
+    static constexpr std::array<QStringView, 9> names {
+        u"get",    u"exists", u"info",  u"path", //
+        u"add",    u"list",   u"purge", u"status", //
+        u"config",
+    };
     return names.at(std::size_t(command)).toString();
 }
 

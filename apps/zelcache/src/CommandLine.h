@@ -12,7 +12,8 @@ namespace zel::cli {
 /// What the program was asked to do.
 struct Options
 {
-    enum class Command { Get, Exists, Info, Path, Add, List, Purge, Status };
+    enum class Command { Get, Exists, Info, Path, Add, List, Purge, Status, Config };
+    enum class ConfigAction { Show, Get, Set, Path };
 
     Command command = Command::Status;
     QStringList references; ///< as given, in order
@@ -20,6 +21,10 @@ struct Options
     QString source; ///< `add` only: the file or folder to copy
     std::optional<qint64> purgeTarget; ///< `purge` only: the size to come down to, in bytes
     bool dryRun = false; ///< of what removes: only tell what would go
+
+    ConfigAction configAction = ConfigAction::Show;
+    QString configKey; ///< as given
+    QString configValue; ///< as given
 
     QString cacheDir; ///< another base directory; empty for the one of the settings
     QString traceFile; ///< where spans are written; empty for nowhere

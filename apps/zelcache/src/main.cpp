@@ -40,6 +40,8 @@ ExitCode runCommand(const Context &context)
         return runPurge(context);
     case Command::Status:
         return runStatus(context);
+    case Command::Config:
+        return runConfig(context);
     }
     return ExitCode::BadArgument;
 }

@@ -18,6 +18,8 @@ Options optionsOf(const QStringList &arguments)
     return outcome.options.value_or(Options());
 }
 
+constexpr auto lastCommand = Command::Config;
+
 /// The text of a mistake in the usage.
 QString mistakeOf(const QStringList &arguments)
 {
@@ -100,6 +102,28 @@ TEST(CommandLine, parse_purge_readsTheSize)
     EXPECT_TRUE(optionsOf({ u"purge"_s, u"--dry-run"_s }).dryRun);
 }
 
+TEST(CommandLine, parse_config_takesActionKeyAndValue)
+{
+    using Action = Options::ConfigAction;
+    EXPECT_EQ(optionsOf({ u"config"_s, u"show"_s }).configAction, Action::Show);
+    EXPECT_EQ(optionsOf({ u"config"_s, u"path"_s, u"--json"_s }).configAction, Action::Path);
+    EXPECT_EQ(optionsOf({ u"config"_s, u"get"_s, u"a"_s }).configKey, u"a"_s);
+    const Options options = optionsOf({ u"config"_s, u"set"_s, u"a"_s, u""_s });
+    EXPECT_EQ(options.command, Command::Config);
+    EXPECT_EQ(options.configAction, Action::Set);
+    EXPECT_EQ(options.configKey, u"a"_s);
+    EXPECT_TRUE(options.configValue.isEmpty());
+}
+
+TEST(CommandLine, parse_helpOfAnActionOfConfig_showsExamples)
+{
+    for (const QString &action : { u"show"_s, u"get"_s, u"set"_s, u"path"_s }) {
+        const ParseOutcome outcome = parseCommandLine({ u"config"_s, action, u"--help"_s });
+        EXPECT_EQ(outcome.exitCode, ExitCode::Success);
+        EXPECT_TRUE(outcome.text.contains(u"zelcache config "_s + action)) << qPrintable(action);
+    }
+}
+
 TEST(CommandLine, parse_doubleDash_endsTheOptions)
 {
     EXPECT_EQ(optionsOf({ u"path"_s, u"--"_s, u"-a"_s }).references, QStringList { u"-a"_s });
@@ -125,6 +149,12 @@ TEST(CommandLine, parse_mistakes_areUsageErrors)
     mistakeOf({ u"list"_s, u"status"_s });
     mistakeOf({ u"--cache"_s, u""_s, u"list"_s });
     mistakeOf({ u"-q"_s, u"-v"_s, u"list"_s });
+    mistakeOf({ u"config"_s });
+    mistakeOf({ u"config"_s, u"nonsense"_s });
+    mistakeOf({ u"config"_s, u"get"_s });
+    mistakeOf({ u"config"_s, u"set"_s, u"OptimalCacheSize"_s });
+    mistakeOf({ u"config"_s, u"show"_s, u"a"_s });
+    mistakeOf({ u"config"_s, u"show"_s, u"path"_s });
 }
 
 TEST(CommandLine, parse_mistakeWithControlCharacters_isEscaped)
@@ -146,13 +176,13 @@ TEST(CommandLine, parse_help_namesAllCommands)
 {
     const ParseOutcome outcome = parseCommandLine({ u"--help"_s });
     EXPECT_EQ(outcome.exitCode, ExitCode::Success);
-    for (int command = 0; command <= int(Command::Status); ++command)
+    for (int command = 0; command <= int(lastCommand); ++command)
         EXPECT_TRUE(outcome.text.contains(commandName(Command(command)))) << command;
 }
 
 TEST(CommandLine, parse_helpOfEachCommand_showsAnExample)
 {
-    for (int command = 0; command <= int(Command::Status); ++command) {
+    for (int command = 0; command <= int(lastCommand); ++command) {
         const QString name = commandName(Command(command));
         const ParseOutcome outcome = parseCommandLine({ name, u"--help"_s });
         EXPECT_EQ(outcome.exitCode, ExitCode::Success);

@@ -15,5 +15,7 @@ ExitCode runPurge(const Context &context);
 /// These two only read the database: they wait for nobody and change nothing.
 ExitCode runList(const Context &context);
 ExitCode runStatus(const Context &context);
+/// Leaves caches alone.
+ExitCode runConfig(const Context &context);
 
 } // namespace zel::cli
