@@ -1,3 +1,5 @@
+#include "MsDataAssociatedResourcesProvider.h"
+#include "MsFileTypes.h"
 #include "ResourceCache.h"
 #include "ResourceManager_p.h"
 #include "errors/Propagate.h"
@@ -63,6 +65,8 @@ ResourceManager::Private::Private(ResourceManager *owner,
 {
     if (fullScanIntervalOverride)
         cache->setFullScanInterval(*fullScanIntervalOverride);
+    cache->registerAssociatedResourcesProvider(
+        msreader::MsFileTypes::ms, std::make_unique<MsDataAssociatedResourcesProvider>());
     openCacheAtStart();
     tasksQueue.setConnectionType(Qt::DirectConnection);
     tasksQueue.setMaxRunningTasksCount(maxRunningTasks);

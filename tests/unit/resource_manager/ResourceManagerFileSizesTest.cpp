@@ -1,3 +1,4 @@
+#include "AssociatedResourcesProviderInterface.h"
 #include "support/ManagerTest.h"
 
 #include <QDateTime>
@@ -7,6 +8,8 @@ using namespace zel::test;
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+using FileType = ExtendableEnum<FileTypes::FileTypeData>;
 
 /// A handler that always has its data, at a path of the test's choice.
 class PlacedHandler : public LocalTestHandler
@@ -20,6 +23,20 @@ public:
     }
     bool isAvailableLocally() const override { return true; }
 };
+
+QT_WARNING_PUSH
+QT_WARNING_DISABLE_GCC("-Wnon-virtual-dtor")
+QT_WARNING_DISABLE_CLANG("-Wnon-virtual-dtor")
+/// The notes that a host's own program leaves beside a file.
+class HostsNotes final : public AssociatedResourcesProviderInterface
+{
+public:
+    QList<QString> getAssociatedResources(const QString &path) const override
+    {
+        return { path + u".notes"_s };
+    }
+};
+QT_WARNING_POP
 
 class ResourceManagerFileSizesTest : public ManagerTest
 {
@@ -80,12 +97,34 @@ TEST_F(ResourceManagerFileSizesTest, updateFileSizes_cachedResource_storesItsSiz
     EXPECT_EQ(storedSize(u"b"_s), 4);
 }
 
+TEST_F(ResourceManagerFileSizesTest, updateFileSizes_msDataWithSideFiles_countsThem)
+{
+    const auto remote = fetched(u"a"_s, u"a.mzML"_s);
+    writeFile(inCache(u"a"_s, u"a.mzML.ms1.cache"_s), QByteArray(100, 'x'));
+    writeFile(inCache(u"a"_s, u"a.mzML.data.cache"_s), QByteArray(1000, 'x'));
+    writeFile(inCache(u"a"_s, u"a.mzML.other"_s), QByteArray(10000, 'x'));
+    EXPECT_TRUE(succeeds(ResourceManager::updateFileSizes({ remote })));
+    EXPECT_EQ(storedSize(u"a"_s), 1104);
+}
+
 TEST_F(ResourceManagerFileSizesTest, updateFileSizes_noMsData_hasNoSideFiles)
 {
     const auto remote = fetched(u"a"_s, u"a.txt"_s);
     writeFile(inCache(u"a"_s, u"a.txt.ms1.cache"_s), QByteArray(100, 'x'));
     EXPECT_TRUE(succeeds(ResourceManager::updateFileSizes({ remote })));
     EXPECT_EQ(storedSize(u"a"_s), 4);
+}
+
+TEST_F(ResourceManagerFileSizesTest, updateFileSizes_hostsProviderBesideOurs_countsBoth)
+{
+    static const FileType notesType("HOSTS_NOTES"_L1, { { u"mzml"_s } });
+    ResourceManager::cache()->registerAssociatedResourcesProvider(notesType,
+                                                                  std::make_unique<HostsNotes>());
+    const auto remote = fetched(u"a"_s, u"a.mzML"_s);
+    writeFile(inCache(u"a"_s, u"a.mzML.ms1.cache"_s), QByteArray(100, 'x'));
+    writeFile(inCache(u"a"_s, u"a.mzML.notes"_s), QByteArray(1000, 'x'));
+    EXPECT_TRUE(succeeds(ResourceManager::updateFileSizes({ remote })));
+    EXPECT_EQ(storedSize(u"a"_s), 1104);
 }
 
 TEST_F(ResourceManagerFileSizesTest, updateFileSizes_schemeFile_neverReachesTheCache)
