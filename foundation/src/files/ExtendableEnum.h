@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Export.h"
+
 #include <QLatin1StringView>
 
 #include <algorithm>
@@ -14,9 +16,9 @@ namespace zel {
 ///
 /// The name is kept as a pointer: pass a literal. Takes no lock: values are made while libraries
 /// load or while a program sets itself up, and only read afterwards. Each T has one list in the
-/// whole process, so it needs one explicit instantiation, exported by the library that owns it.
+/// whole process, so it needs one explicit instantiation, in the library that owns it.
 template<typename T>
-class ExtendableEnum
+class ZEL_RESOURCE_MANAGER_EXPORT ExtendableEnum
 {
 public:
     ExtendableEnum(QLatin1StringView name, T data);

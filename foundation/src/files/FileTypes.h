@@ -22,6 +22,6 @@ public:
     static bool isType(const QString &path, ExtendableEnumRef<FileTypeData> type);
 };
 
-extern template class ZEL_RESOURCE_MANAGER_EXPORT ExtendableEnum<FileTypes::FileTypeData>;
+extern template class ExtendableEnum<FileTypes::FileTypeData>;
 
 } // namespace zel
