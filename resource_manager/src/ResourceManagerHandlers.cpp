@@ -39,7 +39,14 @@ QSharedPointer<ResourceHandler> ResourceManager::Private::liveHandler(const QStr
 Result<QSharedPointer<ResourceHandler>> ResourceManager::Private::createHandler(
     const QSharedPointer<ResourceReference> &reference)
 {
-    return ZEL_PASS(ResourceHandlerFactory::create(reference, cache.get()));
+    ZEL_TRY_LET(const QSharedPointer<ResourceHandler> handler,
+                ResourceHandlerFactory::create(reference, cache.get()));
+    if (!handler) {
+        return ZEL_ERROR(ErrorCode::OperationFailed,
+                         ResourceManager::tr("Unable to make a handler for resource: %1")
+                             .arg(reference->referenceText(true)));
+    }
+    return handler;
 }
 
 Result<ResourceManager::Handlers> ResourceManager::Private::getHandlers(

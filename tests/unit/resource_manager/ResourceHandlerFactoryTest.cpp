@@ -67,6 +67,15 @@ TEST_F(ResourceHandlerFactoryTest, create_afterUnregister_namesTheScheme)
     EXPECT_EQ(calls, 0);
 }
 
+TEST_F(ResourceHandlerFactoryTest, create_schemeWithoutAKey_hasAnEmptyName)
+{
+    const QSharedPointer<ResourceReference> reference(
+        new TestReference(static_cast<Scheme>(99), u"test"_s, u"a"_s));
+    const auto handler = ResourceHandlerFactory::create(reference, nullptr);
+    ASSERT_FALSE(handler.hasValue());
+    EXPECT_EQ(handler.error(), Error(2, u"Resource handler with scheme \"\" is not supported."_s));
+}
+
 TEST_F(ResourceHandlerFactoryTest, create_creatorFails_passesItsFailureOn)
 {
     ResourceHandlerFactory::registerResourceHandlerScheme(

@@ -39,6 +39,32 @@ TEST_F(ResourceManagerHandlersTest, getHandler_afterTheLastHolder_givesANewObjec
     EXPECT_TRUE(succeeds(ResourceManager::getHandler(testReference(u"a"_s))));
 }
 
+TEST_F(ResourceManagerHandlersTest, getHandler_handlerGone_entryStaysForTheKeyToComeBack)
+{
+    ASSERT_TRUE(succeeds(ResourceManager::getHandler(testReference(u"a"_s)))); // and let go
+    const auto &table = TestManager::insideOf(ResourceManager::instance()).handlersByReference;
+    EXPECT_EQ(made(u"a"_s), 1);
+    EXPECT_TRUE(table.value(u"test:a"_s).isNull());
+    const auto again = ResourceManager::getHandler(testReference(u"a"_s)).value();
+    EXPECT_EQ(table.value(u"test:a"_s).toStrongRef(), again);
+    EXPECT_EQ(table.size(), 1);
+}
+
+TEST_F(ResourceManagerHandlersTest, getHandler_schemeGivesNone_failsInsteadOfHandingItOn)
+{
+    ResourceHandlerFactory::registerResourceHandlerScheme(
+        ResourceReference::Host1, [](const QSharedPointer<ResourceReference> &, ResourceCache *) {
+            return QSharedPointer<ResourceHandler>();
+        });
+    const QString message = u"Unable to make a handler for resource: the resource a"_s;
+    EXPECT_TRUE(failsWith(ResourceManager::getHandler(testReference(u"a"_s)),
+                          ErrorCode::OperationFailed, message));
+    EXPECT_TRUE(
+        failsWith(ResourceManager::retrieve(testReference(u"a"_s), ResourceHandler::NoPrompt),
+                  ErrorCode::OperationFailed, message));
+    EXPECT_EQ(made(u"a"_s), 0);
+}
+
 TEST_F(ResourceManagerHandlersTest, getHandler_nullReference_failsWithCode2)
 {
     EXPECT_TRUE(failsWith(ResourceManager::getHandler(QSharedPointer<ResourceReference>()),

@@ -3,6 +3,8 @@
 #include "zacq/Zacq.h"
 #include "zacq/ZacqWriter.h"
 
+#include <sys/stat.h>
+
 using namespace zel;
 using namespace zel::test;
 using namespace Qt::Literals::StringLiterals;
@@ -124,6 +126,30 @@ TEST_F(ResourceManagerMaintenanceTest, deleteResource_sparseContainer_takesItsSe
     EXPECT_TRUE(succeeds(deleteResource(container)));
     EXPECT_FALSE(QFileInfo::exists(container));
     EXPECT_FALSE(QFileInfo::exists(target));
+}
+
+TEST_F(ResourceManagerMaintenanceTest, deleteResource_sparseContainerNotAllowed_passesTheFailureOn)
+{
+    const QString container = inCache(u"test/a/run.zacq"_s);
+    const QString target = makeSparseContainer(container);
+    ASSERT_TRUE(succeeds(deleteResource(inCache(u"test/a/nothing"_s)))); // the manager is there now
+    const Untouchable folder(directory.outside({}), container);
+    if (!folder.isWithinReach())
+        GTEST_SKIP() << "anybody may not come this far";
+    const Error expected = zacq::Zacq::remove(container);
+    const Error error = deleteResource(container);
+    EXPECT_TRUE(failsWith(error, expected.errorCode(), expected.errorMessage()));
+    EXPECT_GT(error.trail().size(), expected.trail().size());
+    EXPECT_TRUE(QFileInfo::exists(target));
+}
+
+TEST_F(ResourceManagerMaintenanceTest, deleteResource_neitherFileNorFolder_leavesItAndSucceeds)
+{
+    ASSERT_TRUE(QDir().mkpath(inCache(u"s/f"_s)));
+    const QByteArray pipe = QFile::encodeName(inCache(u"s/f/pipe"_s));
+    ASSERT_EQ(::mkfifo(pipe.constData(), 0600), 0);
+    EXPECT_TRUE(succeeds(deleteResource(inCache(u"s/f/pipe"_s))));
+    EXPECT_TRUE(QFileInfo::exists(inCache(u"s/f/pipe"_s)));
 }
 
 TEST_F(ResourceManagerMaintenanceTest, retrieve_sparseContainerLeftBehind_takesItsSecondFolderAlong)

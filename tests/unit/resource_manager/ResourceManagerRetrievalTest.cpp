@@ -196,6 +196,21 @@ TEST_F(ResourceManagerRetrievalTest, retrieveAsync_manual_isUnstarted)
     EXPECT_EQ(script(u"a"_s).fetches, 0);
 }
 
+TEST_F(ResourceManagerRetrievalTest, async_anyTypeButQueued_isLeftToTheCaller)
+{
+    const auto other = static_cast<ResourceHandler::AsyncProcessingType>(7);
+    const auto remote = handler(u"a"_s);
+    const auto retrieving = ResourceManager::retrieveAsync(remote, other);
+    ASSERT_TRUE(succeeds(retrieving));
+    EXPECT_TRUE(retrieving.value()->isIdle());
+    const auto group = ResourceManager::retrieveAsync(Handlers { remote }, other);
+    ASSERT_TRUE(succeeds(group));
+    EXPECT_TRUE(group.value()->isIdle());
+    EXPECT_TRUE(ResourceManager::existsAsync(remote, other).value()->isIdle());
+    EXPECT_TRUE(ResourceManager::retrieveMetadataAsync(remote, other).value()->isIdle());
+    EXPECT_EQ(script(u"a"_s).fetches, 0);
+}
+
 TEST_F(ResourceManagerRetrievalTest, retrieveAsync_queued_runs)
 {
     const auto task = ResourceManager::retrieveAsync(handler(u"a"_s), queued);
