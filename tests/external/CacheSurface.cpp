@@ -59,6 +59,8 @@ void nameLocation(Surface &surface)
     surface.member<qint64>(&ResourceCacheSizes::maximumSize);
     surface.constant<const qint64>(&ResourceCacheSizes::DEFAULT_OPTIMAL_SIZE);
     surface.constant<const qint64>(&ResourceCacheSizes::DEFAULT_MAXIMUM_SIZE);
+    surface.holds(ResourceCacheSizes().optimalSize == 10737418240);
+    surface.holds(ResourceCacheSizes().maximumSize == 21474836480);
 }
 
 void nameOpening(Surface &surface)

@@ -37,7 +37,8 @@ void nameEnumerations(Surface &surface)
     static_assert(int(ResourceCleanupPolicy::Never) == 1);
     static_assert(int(ResourceCleanupPolicy::OnClose) == 2);
     static_assert(int(ResourceCleanupPolicy::OnDemand) == 3);
-    surface.constant<const QMetaObject>(&Holder::staticMetaObject);
+    surface.holds(Holder::staticMetaObject.indexOfEnumerator("ResourceStatus") >= 0);
+    surface.holds(Holder::staticMetaObject.indexOfEnumerator("ResourceCleanupPolicy") >= 0);
 }
 
 void nameRecords(Surface &surface)

@@ -1,3 +1,4 @@
+#include "DataFormats.h"
 #include "ResourceManager.h"
 #include "Surface.h"
 #include "errors/Logging.h"
@@ -120,7 +121,7 @@ void nameReferences(Surface &surface)
     using Class = ResourceReference;
     static_assert(std::has_virtual_destructor_v<Class>);
     static_assert(Class::Invalid == 0 && Class::File == 3 && Class::Host1 == 16);
-    surface.constant<const QMetaObject>(&Class::staticMetaObject);
+    surface.holds(Class::staticMetaObject.indexOfEnumerator("Scheme") >= 0);
     surface.function<Result<Reference>(const QString &)>(&Class::fromString);
     surface.function<Result<Class::Scheme>(const QString &)>(&Class::scheme);
     surface.member<Class::Scheme() const>(&Class::scheme);
@@ -175,6 +176,20 @@ void nameFileTypes(Surface &surface)
     surface.function<bool(const QString &, ExtendableEnumRef<Data>)>(&FileTypes::isType);
 }
 
+void nameDataFormats(Surface &surface)
+{
+    using Format = DataFormats::Format;
+    surface.member<QString>(&Format::name);
+    surface.member<QString>(&Format::extension);
+    surface.member<QString>(&Format::description);
+    surface.member<bool>(&Format::isFile);
+    surface.member<bool>(&Format::isFolder);
+    surface.function<QList<Format>()>(&DataFormats::all);
+    surface.function<QStringList(const QString &)>(&DataFormats::byName);
+    surface.function<QStringList(const QString &)>(&DataFormats::detect);
+    surface.holds(DataFormats::byName(QStringLiteral("run.mzML")).size() == 1);
+}
+
 void nameSettings(Surface &surface)
 {
     surface.member<void()>(&SettingsInterface::load);
@@ -226,6 +241,7 @@ void nameFoundation(Surface &surface)
     nameReferences(surface);
     nameFiles(surface);
     nameFileTypes(surface);
+    nameDataFormats(surface);
     nameSettings(surface);
     nameTracing(surface);
     nameContainers(surface);

@@ -139,7 +139,7 @@ void nameMetadata(Surface &surface)
     static_assert(int(Metadata::ItemType::Invalid) == 0);
     static_assert(int(Metadata::ItemType::File) == 1);
     static_assert(int(Metadata::ItemType::Folder) == 2);
-    surface.constant<const QMetaObject>(&Metadata::staticMetaObject);
+    surface.holds(Metadata::staticMetaObject.indexOfEnumerator("ItemType") >= 0);
     surface
         .function<Result<QSharedPointer<Metadata>>(const QJsonObject &, ResourceReference::Scheme)>(
             &Metadata::fromJson);
@@ -151,8 +151,8 @@ void nameMetadata(Surface &surface)
                     &Metadata::metadataFullPath, &Metadata::metadataType,
                     &Metadata::metadataItemType, &Metadata::toJson, &Metadata::metadataVersion);
     surface.function<unsigned int(Metadata::ItemType, unsigned int)>(&zel::qHash);
-    for (const QString *key : { &kName, &kPath, &kFullPath, &kType, &kItemType })
-        surface.constant<const QString>(key);
+    surface.holds(kName == u"Name" && kPath == u"Path" && kFullPath == u"FullPath");
+    surface.holds(kType == u"Type" && kItemType == u"ItemType");
     surface.member<QSharedPointer<ResourceReference>>(&ResourceItem::reference);
     surface.member<QSharedPointer<ResourceMetadata>>(&ResourceItem::metadata);
     surface.constructor<ResourceItem>();

@@ -51,6 +51,8 @@ void nameCore(Surface &surface)
         &OpenManager::openCache);
     surface.constructor<OpenManager, const std::optional<ResourceManagerSettings> &>();
     static_assert(std::is_base_of_v<QObject, ResourceManager>);
+    surface.holds(ResourceManager::staticMetaObject.methodCount()
+                  == QObject::staticMetaObject.methodCount() + 1);
 }
 
 void nameSettings(Surface &surface)

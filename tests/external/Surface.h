@@ -18,22 +18,25 @@ public:
     template<typename Signature>
     void function(Signature *address)
     {
-        named = address != nullptr && named;
+        holds(address != nullptr);
     }
 
     /// A member function, or a field: member<bool() const>(&Task::isIdle).
     template<typename Type, typename Class>
     void member(Type Class::*address)
     {
-        named = address != nullptr && named;
+        holds(address != nullptr);
     }
 
     /// A variable: constant<const QString>(&kName).
     template<typename Type>
     void constant(Type *address)
     {
-        named = address != nullptr && named;
+        holds(address != nullptr);
     }
+
+    /// What else this program relies on: a value, the shape of a meta-object.
+    void holds(bool condition) { asAgreed = condition && asAgreed; }
 
     /// A constructor, and the destructor with it.
     template<typename Class, typename... Arguments>
@@ -50,7 +53,7 @@ public:
         constexpr std::size_t destructors = 2;
         const std::array<std::size_t, sizeof...(Operations)> found { slotOf(operations)... };
         for (std::size_t i = 0; i < found.size(); ++i)
-            ordered = found.at(i) == base + destructors + i && ordered;
+            holds(found.at(i) == base + destructors + i);
     }
 
     /// The same where other virtual operations may stand before them and between them.
@@ -59,10 +62,10 @@ public:
     {
         const std::array<std::size_t, sizeof...(Operations)> found { slotOf(operations)... };
         for (std::size_t i = 1; i < found.size(); ++i)
-            ordered = found.at(i - 1) < found.at(i) && ordered;
+            holds(found.at(i - 1) < found.at(i));
     }
 
-    bool isWhole() const { return named && ordered; }
+    bool isAsAgreed() const { return asAgreed; }
 
 private:
     template<typename Class, typename... Arguments>
@@ -81,8 +84,7 @@ private:
         return distance / sizeof(void *);
     }
 
-    bool named = true;
-    bool ordered = true;
+    bool asAgreed = true;
 };
 
 // One per family of classes.

@@ -163,7 +163,12 @@ void nameTasksOfResources(Surface &surface)
     surface.member<void()>(&Retrieving::cancel);
     surface.member<Error()>(&Retrieving::doFinish);
     surface.member<void()>(&Retrieving::onProgressUpdateTimeout);
-    surface.constant<const QMetaObject>(&Retrieving::staticMetaObject);
+    surface.holds(
+        qstrcmp(Retrieving::staticMetaObject.className(), "zel::RemoteResourceRetrievingTask")
+        == 0);
+    surface.holds(Retrieving::staticMetaObject.methodCount()
+                  == Task::staticMetaObject.methodCount());
+    surface.holds(qstrcmp(GetSiblingsTask::staticMetaObject.className(), "zel::Task") == 0);
 
     static_assert(std::is_base_of_v<Task, GetSiblingsTask>);
     surface.constructor<NoSiblings, QObject *>();

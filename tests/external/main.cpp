@@ -16,16 +16,22 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-bool hasEveryName()
+/// The families of names that are not what this program was written for.
+QStringList changedFamilies()
 {
-    notes::Surface surface;
-    notes::nameManager(surface);
-    notes::nameCache(surface);
-    notes::nameDao(surface);
-    notes::nameHandlers(surface);
-    notes::nameTasks(surface);
-    notes::nameFoundation(surface);
-    return surface.isWhole();
+    const std::pair<QString, void (*)(notes::Surface &)> families[] {
+        { u"manager"_s, &notes::nameManager }, { u"cache"_s, &notes::nameCache },
+        { u"dao"_s, &notes::nameDao },         { u"handlers"_s, &notes::nameHandlers },
+        { u"tasks"_s, &notes::nameTasks },     { u"foundation"_s, &notes::nameFoundation },
+    };
+    QStringList changed;
+    for (const auto &[name, nameAll] : families) {
+        notes::Surface surface;
+        nameAll(surface);
+        if (!surface.isAsAgreed())
+            changed.append(name);
+    }
+    return changed;
 }
 
 Error failed(const QString &what)
@@ -97,8 +103,8 @@ int main(int argc, char **argv)
         QTextStream(stderr) << "usage: note_reader BASE_DIRECTORY WORDS\n";
         return 2;
     }
-    if (!hasEveryName()) {
-        QTextStream(stderr) << "virtual operations stand in another order\n";
+    if (const QStringList changed = changedFamilies(); !changed.isEmpty()) {
+        QTextStream(stderr) << "changed: " << changed.join(u", "_s) << '\n';
         return 3;
     }
     const Result<QString> path = fetch(arguments.at(1), u"note:"_s + arguments.at(2));
