@@ -24,7 +24,7 @@ protected:
     static testing::AssertionResult cmake(const QStringList &arguments)
     {
         ProgramRun::Options options;
-        options.limit = 240'000; // compiles eight files, on a machine that may be busy
+        options.limit = 240'000; // compiles nine files, on a machine that may be busy
         ProgramRun run(QStringLiteral(CMAKE_PROGRAM), arguments, options);
         if (run.exitCode() == 0)
             return testing::AssertionSuccess();

@@ -1,9 +1,6 @@
 #include "DataFormats.h"
-#include "ResourceManager.h"
 #include "Surface.h"
 #include "errors/Logging.h"
-#include "errors/Propagate.h"
-#include "errors/Result.h"
 #include "errors/Tracer.h"
 #include "errors/UnifiedError.h"
 #include "files/AppDataLocation.h"
@@ -12,9 +9,11 @@
 #include "files/FileTypes.h"
 #include "files/FileUtils.h"
 #include "files/FileUtilsGeneric.h"
+#include "files/PathImpl.h"
 #include "files/PathUtils.h"
 #include "platform/CrashHandler.h"
 #include "references/ResourceReferenceUtils.h"
+#include "settings/SettingsInterface.h"
 #include "settings/SettingsUtils.h"
 #include "zacq/Zacq.h"
 
@@ -91,29 +90,6 @@ void nameError(Surface &surface)
     static_assert(int(ErrorCode::UnsupportedContainer) == 5);
     static_assert(int(ErrorCode::Canceled) == 20);
     static_assert(int(ErrorCode::FeatureLacking) == 21);
-}
-
-template<typename T>
-void nameResult(Surface &surface)
-{
-    static_assert(std::is_base_of_v<Warnings, Result<T>>);
-    surface.constructor<Result<T>, T &&>();
-    surface.constructor<Result<T>, const Error &>();
-    surface.constructor<Result<T>, Result<T> &&>();
-    surface.member<bool() const>(&Result<T>::hasValue);
-    surface.member<const Error &() const>(&Result<T>::error);
-    surface.member<const T &() const &>(&Result<T>::value);
-}
-
-void nameResults(Surface &surface)
-{
-    nameResult<bool>(surface);
-    nameResult<qint64>(surface);
-    nameResult<QList<QString>>(surface);
-    nameResult<std::optional<int>>(surface);
-    nameResult<PathImpl<PathType::Unknown>>(surface);
-    nameResult<std::unique_ptr<Task>>(surface);
-    nameResult<ResourceManager::HandlersByReference>(surface);
 }
 
 void nameReferences(Surface &surface)
@@ -237,7 +213,6 @@ void nameFoundation(Surface &surface)
 {
     nameWarnings(surface);
     nameError(surface);
-    nameResults(surface);
     nameReferences(surface);
     nameFiles(surface);
     nameFileTypes(surface);

@@ -94,5 +94,6 @@ void nameDao(Surface &surface);
 void nameHandlers(Surface &surface);
 void nameTasks(Surface &surface);
 void nameFoundation(Surface &surface);
+void nameResults(Surface &surface);
 
 } // namespace notes

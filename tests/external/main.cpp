@@ -23,6 +23,7 @@ QStringList changedFamilies()
         { u"manager"_s, &notes::nameManager }, { u"cache"_s, &notes::nameCache },
         { u"dao"_s, &notes::nameDao },         { u"handlers"_s, &notes::nameHandlers },
         { u"tasks"_s, &notes::nameTasks },     { u"foundation"_s, &notes::nameFoundation },
+        { u"results"_s, &notes::nameResults },
     };
     QStringList changed;
     for (const auto &[name, nameAll] : families) {
