@@ -1,8 +1,10 @@
-# zel_add_test(NAME LABEL label [SOURCES ...] [LINK ...] [TIMEOUT seconds] [ENVIRONMENT A=b ...] [MOC])
+# zel_add_test(NAME LABEL label [SOURCES ...] [LINK ...] [TIMEOUT seconds] [ENVIRONMENT A=b ...]
+#              [FIXTURE name] [MOC])
 #
 # One test program. SOURCES defaults to NAME.cpp. A program of unit tests links the object libraries
 # it needs and so sees what is not exported; process and cli tests run the real shared library and
 # the real programs. Never both in one program. MOC is for sources with Q_OBJECT in them.
+# FIXTURE names the entry of ctest that must have passed before.
 # Every case is an entry of ctest of its own with a TIMEOUT, so that a deadlock fails by its name.
 include(GoogleTest)
 
@@ -11,7 +13,7 @@ set(ZEL_TEST_TMPDIR ${CMAKE_BINARY_DIR}/tmp)
 file(MAKE_DIRECTORY ${ZEL_TEST_TMPDIR})
 
 function(zel_add_test name)
-    cmake_parse_arguments(ARG "MOC" "LABEL;TIMEOUT" "SOURCES;LINK;ENVIRONMENT" ${ARGN})
+    cmake_parse_arguments(ARG "MOC" "LABEL;TIMEOUT;FIXTURE" "SOURCES;LINK;ENVIRONMENT" ${ARGN})
     if(NOT ARG_SOURCES)
         set(ARG_SOURCES ${name}.cpp)
     endif()
@@ -25,9 +27,13 @@ function(zel_add_test name)
     # Not the ENVIRONMENT property: handed on by the discovery, all but its first entry is lost.
     set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR
         "env;TMPDIR=${ZEL_TEST_TMPDIR};QT_LOGGING_RULES=;LC_ALL=C.UTF-8;${ARG_ENVIRONMENT}")
+    if(ARG_FIXTURE)
+        set(fixture FIXTURES_REQUIRED ${ARG_FIXTURE})
+    endif()
     gtest_discover_tests(${name}
         DISCOVERY_MODE PRE_TEST
         PROPERTIES
             LABELS "${ARG_LABEL}"
-            TIMEOUT ${ARG_TIMEOUT})
+            TIMEOUT ${ARG_TIMEOUT}
+            ${fixture})
 endfunction()
