@@ -74,6 +74,36 @@ Examples:
   zelcache purge --to 50GiB
   zelcache purge --to 0 --json | jq '.removed[].reference')";
 
+inline constexpr auto outdatedExamples
+    = R"(Lists and removes the resources whose reference stands for a newer major version
+than the copy in the cache, in use or not: the next program that wants one fetches
+it anew. Ctrl-C stops after the resource that is just being removed.
+
+Examples:
+  zelcache outdated --dry-run
+  zelcache outdated --json | jq '.removed[].reference')";
+
+inline constexpr auto policyExamples
+    = R"(Prints the cleanup policy that the cache has stored for the resource, or stores
+another one: Never (the data stays when the last program closes it), OnClose (it
+goes then), OnDemand (it stays unless a program wants to keep little). All of them
+may be purged when the cache is full. The exit code is 3 if the cache does not know
+the resource.
+
+Examples:
+  zelcache policy https://data.example.org/runs/run1.raw
+  zelcache policy https://data.example.org/runs/run1.raw OnClose)";
+
+inline constexpr auto removeExamples
+    = R"(Removes the data of resources that nobody uses. One that is not there, is in use
+or has the policy Never is left alone; the others still go. The exit code is 3
+then, and standard error says why and who uses it.
+
+Examples:
+  zelcache remove https://data.example.org/runs/run1.raw
+  zelcache remove --dry-run share:/mnt/lab/run1.d share:/mnt/lab/run2.d
+  zelcache remove --force share:/mnt/lab/run1.d)";
+
 inline constexpr auto statusExamples
     = R"(Shows where the cache lies, how full it is, who uses it and what is being
 fetched. Waits for nobody and changes nothing.

@@ -26,6 +26,7 @@ struct RawOptions
     std::string purgeTarget;
     std::string configKey;
     std::string configValue;
+    std::string policy;
     std::string cacheDir;
     std::string traceFile;
 };
@@ -51,6 +52,9 @@ private:
     void addReference(CLI::App *command);
     void addReferences(CLI::App *command, bool required);
     Options gathered() const;
+    bool isGiven(const char *command, const char *option) const;
+    /// Values with a meaning of their own; gives what is wrong with one of them.
+    std::optional<QString> readValues(Options &all) const;
     ParseOutcome stopped(const CLI::ParseError &reason);
 
     CLI::App app {
@@ -69,6 +73,16 @@ CLI::Validator notEmpty()
             return text.empty() ? std::string("needs a name that is not empty") : std::string();
         },
         "");
+}
+
+std::optional<ResourceCleanupPolicy> policyFromText(const QString &text)
+{
+    for (const auto policy : { ResourceCleanupPolicy::Never, ResourceCleanupPolicy::OnClose,
+                               ResourceCleanupPolicy::OnDemand }) {
+        if (text.compare(toText(policy), Qt::CaseInsensitive) == 0)
+            return policy;
+    }
+    return {};
 }
 
 std::string footerWith(const char *examples)
@@ -136,6 +150,14 @@ void Parser::addRemovingCommands()
                      "Come down to this size, such as 0, 500M, 1.5GiB or 20GB")
         ->type_name("SIZE");
     addDryRun(purge);
+    addDryRun(addCommand(Command::Outdated, "Remove what is outdated", outdatedExamples));
+    auto *policy = addCommand(Command::Policy, "Show or set a cleanup policy", policyExamples);
+    addReference(policy);
+    policy->add_option("POLICY", raw.policy, "Never, OnClose or OnDemand")->type_name("");
+    auto *remove = addCommand(Command::Remove, "Remove resources from the cache", removeExamples);
+    addReferences(remove, true);
+    addDryRun(remove);
+    remove->add_flag("--force", options.force, "Remove what has the policy Never, too");
 }
 
 void Parser::addDryRun(CLI::App *command)
@@ -222,6 +244,24 @@ ParseOutcome Parser::stopped(const CLI::ParseError &reason)
     return mistake(QString::fromUtf8(reason.what()));
 }
 
+bool Parser::isGiven(const char *command, const char *option) const
+{
+    return app.got_subcommand(command) && app.get_subcommand(command)->count(option) > 0;
+}
+
+std::optional<QString> Parser::readValues(Options &all) const
+{
+    const QString target = QString::fromStdString(raw.purgeTarget);
+    all.purgeTarget = isGiven("purge", "--to") ? sizeFromText(target) : std::nullopt;
+    if (isGiven("purge", "--to") && !all.purgeTarget)
+        return u"--to: \"%1\" is not a size"_s.arg(target);
+    const QString policy = QString::fromStdString(raw.policy);
+    all.policy = policyFromText(policy);
+    if (isGiven("policy", "POLICY") && !all.policy)
+        return u"POLICY: \"%1\" is none of Never, OnClose, OnDemand"_s.arg(policy);
+    return {};
+}
+
 ParseOutcome Parser::parse(const QStringList &arguments)
 {
     std::vector<std::string> words;
@@ -235,12 +275,8 @@ ParseOutcome Parser::parse(const QStringList &arguments)
         return stopped(reason);
     }
     Options all = gathered();
-    if (app.got_subcommand("purge") && app.get_subcommand("purge")->count("--to") > 0) {
-        const QString target = QString::fromStdString(raw.purgeTarget);
-        all.purgeTarget = sizeFromText(target);
-        if (!all.purgeTarget)
-            return mistake(u"--to: \"%1\" is not a size"_s.arg(target));
-    }
+    if (const auto complaint = readValues(all))
+        return mistake(*complaint);
     if (all.quiet && all.verbosity > 0)
         return mistake(u"--quiet and --verbose exclude each other"_s);
     if (all.command == Options::Command::Get && all.references.isEmpty() && all.listFile.isEmpty())
@@ -257,10 +293,9 @@ ParseOutcome parseCommandLine(const QStringList &arguments)
 
 QString commandName(Options::Command command)
 {
-    static constexpr std::array<QStringView, 9> names {
-        u"get",    u"exists", u"info",  u"path", //
-        u"add",    u"list",   u"purge", u"status", //
-        u"config",
+    static constexpr std::array<QStringView, 12> names {
+        u"get",   u"exists",   u"info",   u"path",   u"add",    u"list", //
+        u"purge", u"outdated", u"policy", u"remove", u"status", u"config",
     };
     return names.at(std::size_t(command)).toString();
 }

@@ -2,6 +2,8 @@
 
 #include "ExitCode.h"
 
+#include "ResourceHandlerTypes.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -12,7 +14,20 @@ namespace zel::cli {
 /// What the program was asked to do.
 struct Options
 {
-    enum class Command { Get, Exists, Info, Path, Add, List, Purge, Status, Config };
+    enum class Command {
+        Get,
+        Exists,
+        Info,
+        Path,
+        Add,
+        List,
+        Purge,
+        Outdated,
+        Policy,
+        Remove,
+        Status,
+        Config,
+    };
     enum class ConfigAction { Show, Get, Set, Path };
 
     Command command = Command::Status;
@@ -20,6 +35,8 @@ struct Options
     QString listFile; ///< `get` only: a file with further references, "-" for standard input
     QString source; ///< `add` only: the file or folder to copy
     std::optional<qint64> purgeTarget; ///< `purge` only: the size to come down to, in bytes
+    std::optional<ResourceCleanupPolicy> policy; ///< `policy` only: the one to store
+    bool force = false; ///< `remove` only: what is never to go, too
     bool dryRun = false; ///< of what removes: only tell what would go
 
     ConfigAction configAction = ConfigAction::Show;

@@ -38,6 +38,12 @@ ExitCode runCommand(const Context &context)
         return runList(context);
     case Command::Purge:
         return runPurge(context);
+    case Command::Outdated:
+        return runOutdated(context);
+    case Command::Policy:
+        return runPolicy(context);
+    case Command::Remove:
+        return runRemove(context);
     case Command::Status:
         return runStatus(context);
     case Command::Config:

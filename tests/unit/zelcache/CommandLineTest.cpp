@@ -124,6 +124,28 @@ TEST(CommandLine, parse_helpOfAnActionOfConfig_showsExamples)
     }
 }
 
+TEST(CommandLine, parse_policy_readsThePolicyInAnyLetterCase)
+{
+    EXPECT_EQ(optionsOf({ u"policy"_s, u"a"_s }).policy, std::nullopt);
+    EXPECT_EQ(optionsOf({ u"policy"_s, u"a"_s }).references, QStringList { u"a"_s });
+    EXPECT_EQ(optionsOf({ u"policy"_s, u"a"_s, u"NEVER"_s }).policy, ResourceCleanupPolicy::Never);
+    EXPECT_EQ(optionsOf({ u"policy"_s, u"a"_s, u"onclose"_s }).policy,
+              ResourceCleanupPolicy::OnClose);
+    EXPECT_EQ(optionsOf({ u"policy"_s, u"a"_s, u"OnDemand"_s }).policy,
+              ResourceCleanupPolicy::OnDemand);
+}
+
+TEST(CommandLine, parse_removeAndOutdated_takeTheirSwitches)
+{
+    const Options remove = optionsOf({ u"remove"_s, u"a"_s, u"b"_s, u"--force"_s, u"-n"_s });
+    EXPECT_EQ(remove.command, Command::Remove);
+    EXPECT_EQ(remove.references, (QStringList { u"a"_s, u"b"_s }));
+    EXPECT_TRUE(remove.force && remove.dryRun);
+    EXPECT_FALSE(optionsOf({ u"remove"_s, u"a"_s }).force);
+    EXPECT_EQ(optionsOf({ u"outdated"_s }).command, Command::Outdated);
+    EXPECT_TRUE(optionsOf({ u"outdated"_s, u"--dry-run"_s }).dryRun);
+}
+
 TEST(CommandLine, parse_doubleDash_endsTheOptions)
 {
     EXPECT_EQ(optionsOf({ u"path"_s, u"--"_s, u"-a"_s }).references, QStringList { u"-a"_s });
@@ -144,6 +166,13 @@ TEST(CommandLine, parse_mistakes_areUsageErrors)
     mistakeOf({ u"purge"_s, u"--to"_s, u"much"_s });
     mistakeOf({ u"purge"_s, u"a"_s });
     mistakeOf({ u"list"_s, u"--dry-run"_s });
+    mistakeOf({ u"policy"_s });
+    mistakeOf({ u"policy"_s, u"a"_s, u"Invalid"_s });
+    mistakeOf({ u"policy"_s, u"a"_s, u""_s });
+    mistakeOf({ u"policy"_s, u"a"_s, u"Never"_s, u"b"_s });
+    mistakeOf({ u"remove"_s });
+    mistakeOf({ u"outdated"_s, u"--force"_s });
+    mistakeOf({ u"outdated"_s, u"a"_s });
     mistakeOf({ u"nonsense"_s });
     mistakeOf({ u"list"_s, u"--nonsense"_s });
     mistakeOf({ u"list"_s, u"status"_s });

@@ -11,7 +11,11 @@ ExitCode runExists(const Context &context);
 ExitCode runInfo(const Context &context);
 ExitCode runPath(const Context &context);
 ExitCode runAdd(const Context &context);
+/// These four never make a cache; a dry run, and `policy` without a policy, only read.
 ExitCode runPurge(const Context &context);
+ExitCode runOutdated(const Context &context);
+ExitCode runPolicy(const Context &context);
+ExitCode runRemove(const Context &context);
 /// These two only read the database: they wait for nobody and change nothing.
 ExitCode runList(const Context &context);
 ExitCode runStatus(const Context &context);

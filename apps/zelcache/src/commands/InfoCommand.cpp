@@ -3,13 +3,12 @@
 #include "CacheReport.h"
 #include "Format.h"
 #include "Library.h"
+#include "ResourceLookup.h"
 #include "ResourceManager.h"
 #include "SchemeMetadata.h"
 #include "TaskWait.h"
 
 #include <QMetaEnum>
-
-#include <algorithm>
 
 namespace zel::cli {
 
@@ -49,11 +48,7 @@ void lookIntoCache(const Options &options, Description &description)
         return;
     description.snapshot = snapshot.value();
     const QString key = description.handler->reference()->referenceText(false);
-    const auto &resources = description.snapshot.resources;
-    const auto found = std::find_if(resources.begin(), resources.end(),
-                                    [&key](const auto &each) { return each.reference == key; });
-    if (found != resources.end())
-        description.cached = *found;
+    description.cached = resourceOf(description.snapshot, key);
 }
 
 QString itemTypeText(const ResourceMetadata &metadata)

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "ResourceCacheReader.h"
+#include "ResourceUsers.h"
+
+#include <QJsonObject>
+#include <QStringList>
+#include <QVersionNumber>
+
+namespace zel::cli {
+
+/// A resource whose reference stands for a newer major version than the copy in the cache.
+struct OutdatedResource
+{
+    ResourceCacheReader::Resource resource;
+    QVersionNumber declared;
+    QList<qint64> processes; ///< who uses the copy
+};
+using OutdatedResources = QList<OutdatedResource>;
+
+/// All of them in the order of their rows. Fails for a Ready resource whose reference cannot be
+/// read, as the removal of outdated resources does; the text names it. The schemes must be
+/// registered.
+Result<OutdatedResources> outdatedOf(const ResourceCacheReader::Snapshot &snapshot,
+                                     const ResourceUsers &users);
+
+/// What the command did or would do.
+struct OutdatedReport
+{
+    bool isDryRun = false;
+    OutdatedResources removed;
+    OutdatedResources left; ///< outdated still
+};
+
+/// Tells those that went from those that are outdated still.
+OutdatedReport reportOf(const OutdatedResources &before, const OutdatedResources &after);
+
+/// For people: a line for each resource and one for all.
+QStringList outdatedLines(const OutdatedReport &report);
+/// For programs: the members that the answer gets.
+QJsonObject outdatedJson(const OutdatedReport &report);
+
+} // namespace zel::cli

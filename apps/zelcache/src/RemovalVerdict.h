@@ -1,0 +1,22 @@
+#pragma once
+
+#include "ResourceCacheReader.h"
+#include "ResourceUsers.h"
+
+#include <optional>
+
+namespace zel::cli {
+
+/// Why a resource is not removed, for people, and the processes that are the reason, if any.
+struct Refusal
+{
+    QString reason;
+    QList<qint64> processes;
+};
+
+/// Whether the resource may be removed as the cache stands; empty if it may. `key`: also of one
+/// that the cache does not know. `force`: the policy Never is no reason.
+std::optional<Refusal> refusalOf(const ResourceCacheReader::Snapshot &snapshot,
+                                 const ResourceUsers &users, const QString &key, bool force);
+
+} // namespace zel::cli

@@ -1,0 +1,143 @@
+#include "commands/Commands.h"
+
+#include "Library.h"
+#include "OutdatedResources.h"
+#include "RemovalReport.h"
+#include "ResourceCache.h"
+#include "ResourceManager.h"
+#include "SchemesRegistration.h"
+#include "TaskWait.h"
+
+#include <QDateTime>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+struct Outcome
+{
+    OutdatedReport report;
+    Error failure;
+    int signalNumber = 0;
+};
+
+Result<OutdatedResources> outdatedNow(const Context &context)
+{
+    ZEL_TRY_LET(const auto snapshot, readCache(settingsOf(context.options)));
+    return ZEL_PASS(
+        outdatedOf(snapshot, usersByReference(snapshot, QDateTime::currentMSecsSinceEpoch())));
+}
+
+void warnOfUsers(const Context &context, const OutdatedResources &outdated)
+{
+    for (const OutdatedResource &each : outdated) {
+        if (!each.processes.isEmpty())
+            context.output.warning(each.resource.reference + u" is in use by "_s
+                                   + processesText(each.processes));
+    }
+}
+
+void showProgress(const Context &context, const Task &task)
+{
+    if (task.progressMaximum() <= 0)
+        return;
+    ProgressState state;
+    state.label = u"Removing"_s;
+    state.fraction = double(task.progressValue()) / task.progressMaximum();
+    state.finishedCount = task.progressValue();
+    state.overallCount = task.progressMaximum();
+    context.output.showProgress(state);
+}
+
+/// On a worker, which holds the cache meanwhile: this thread draws and hears signals. So the ping
+/// rests, which would wait for the worker.
+int runToItsEnd(const Context &context, Task *task)
+{
+    ResourceManager::cache()->setPingEnabled(false);
+    TaskWait wait;
+    wait.add(task);
+    task->setExecutionMode(Task::ExecutionMode::Asynchronous);
+    task->exec();
+    const int signalNumber = wait.run([&context, task] { showProgress(context, *task); });
+    context.output.clearProgress();
+    ResourceManager::cache()->setPingEnabled(true);
+    return signalNumber;
+}
+
+Result<Outcome> run(const Context &context)
+{
+    // A reference that cannot be read is named here; the cache's own failure would not name it.
+    if (const auto outdated = outdatedNow(context); !outdated.hasValue())
+        return outdated.error();
+    // Who is made to wait for the cache here can be interrupted at once.
+    ZEL_TRY_LET(const auto task, ResourceManager::purgeOutdatedResourcesTask());
+    ZEL_TRY_LET(const OutdatedResources before, outdatedNow(context));
+    warnOfUsers(context, before);
+
+    Outcome outcome;
+    if (task) {
+        outcome.signalNumber = runToItsEnd(context, task.get());
+        outcome.failure = task->error();
+    }
+    ZEL_TRY_LET(const OutdatedResources after, outdatedNow(context));
+    outcome.report = reportOf(before, after);
+    return outcome;
+}
+
+Result<Outcome> rehearse(const Context &context)
+{
+    ZEL_TRY_LET(const OutdatedResources outdated, outdatedNow(context));
+    warnOfUsers(context, outdated);
+    Outcome outcome;
+    outcome.report = reportOf(outdated, {});
+    outcome.report.isDryRun = true;
+    return outcome;
+}
+
+void writeAnswer(const Context &context, const Outcome &outcome)
+{
+    if (!context.options.json) {
+        for (const QString &line : outdatedLines(outcome.report))
+            context.output.answer(line);
+        return;
+    }
+    QJsonObject answer = context.emptyAnswer();
+    const QJsonObject members = outdatedJson(outcome.report);
+    for (auto member = members.begin(); member != members.end(); ++member)
+        answer.insert(member.key(), member.value());
+    if (outcome.failure.hasError())
+        answer.insert(u"error"_s, json::error(outcome.failure));
+    context.output.answer(answer);
+}
+
+ExitCode answer(const Context &context, const Outcome &outcome)
+{
+    writeAnswer(context, outcome);
+    if (!outcome.report.left.isEmpty())
+        context.output.warning(u"Still outdated: %1."_s.arg(countText(outcome.report.left.size())));
+    if (outcome.signalNumber != 0)
+        return exitCodeOfSignal(outcome.signalNumber);
+    if (!outcome.failure.hasError())
+        return ExitCode::Success;
+    context.output.error(outcome.failure.errorMessage());
+    return exitCodeOf(outcome.failure);
+}
+
+} // namespace
+
+ExitCode runOutdated(const Context &context)
+{
+    registerResourceSchemes();
+    if (const auto snapshot = readCache(settingsOf(context.options)); !snapshot.hasValue())
+        return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
+    if (!context.options.dryRun) {
+        if (const auto code = openExistingCache(context))
+            return *code;
+    }
+    const auto outcome = context.options.dryRun ? rehearse(context) : run(context);
+    return outcome.hasValue() ? answer(context, outcome.value()) : context.fail(outcome.error());
+}
+
+} // namespace zel::cli

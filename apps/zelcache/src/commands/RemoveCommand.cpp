@@ -1,0 +1,234 @@
+#include "commands/Commands.h"
+
+#include "Format.h"
+#include "Library.h"
+#include "RemovalVerdict.h"
+#include "ResourceCache.h"
+#include "ResourceLookup.h"
+#include "ResourceManager.h"
+#include "SchemesRegistration.h"
+#include "SignalWatch.h"
+#include "Text.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QHash>
+#include <QJsonArray>
+
+#include <algorithm>
+#include <limits>
+#include <vector>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+using Snapshot = ResourceCacheReader::Snapshot;
+
+ResourceUsers usersNow(const Snapshot &snapshot)
+{
+    return usersByReference(snapshot, QDateTime::currentMSecsSinceEpoch());
+}
+
+/// What became of one resource.
+struct Outcome
+{
+    ExitCode code = ExitCode::Success;
+    QString reason; ///< why it was not removed
+    QList<qint64> processes; ///< who is the reason
+};
+
+/// One argument; several may mean the same resource.
+struct Request
+{
+    QString reference; ///< as it is shown and answered
+    qint64 size = 0;
+    ResourceCleanupPolicy policy = ResourceCleanupPolicy::Invalid;
+    Outcome outcome;
+
+    bool isAccepted() const { return outcome.code == ExitCode::Success; }
+};
+
+Request judged(const Context &context, const Snapshot &snapshot, const ResourceUsers &users,
+               const QString &argument)
+{
+    Request request;
+    const auto key = keyOf(snapshot, argument);
+    if (!key.hasValue()) {
+        request.reference = withoutSecrets(argument);
+        request.outcome = { exitCodeOf(key.error()), key.error().errorMessage(), {} };
+        return request;
+    }
+    request.reference = key.value();
+    if (const auto refusal = refusalOf(snapshot, users, key.value(), context.options.force)) {
+        request.outcome = { ExitCode::AnswerIsNo, refusal->reason, refusal->processes };
+    } else {
+        const auto resource = resourceOf(snapshot, key.value());
+        request.size = resource->size;
+        request.policy = resource->policy;
+    }
+    return request;
+}
+
+/// From now on what this process uses goes with the end of its use.
+Error releaseEagerly()
+{
+    ResourceCache *cache = ResourceManager::cache();
+    cache->setCleanupPolicyRestriction(ResourceCleanupPolicy::OnClose);
+    // Using a resource whose data is gone would make room for it, at the cost of others.
+    return ZEL_PASS(
+        cache->setSizes({ std::numeric_limits<qint64>::max(), cache->sizes().maximumSize }));
+}
+
+Error useAndRelease(const QString &key)
+{
+    ZEL_TRY_LET(const auto use, ResourceManager::cache()->useResource(key));
+    return Error();
+}
+
+/// No restriction reaches the policy Never, so another one is stored for the length of the removal.
+Error removeData(const Request &request)
+{
+    if (request.policy != ResourceCleanupPolicy::Never)
+        return ZEL_PASS(useAndRelease(request.reference));
+
+    ResourceCache *cache = ResourceManager::cache();
+    Error error;
+    ZEL_TRY(error, cache->saveCleanupPolicy(request.reference, ResourceCleanupPolicy::OnDemand));
+    const Error outcome = ZEL_PASS(useAndRelease(request.reference));
+    ZEL_TRY(error, cache->saveCleanupPolicy(request.reference, request.policy));
+    return outcome;
+}
+
+/// A release has nobody to report to: what it did is seen in the cache.
+Outcome seenAfterwards(const Context &context, const QString &key)
+{
+    const auto after = readCache(settingsOf(context.options));
+    if (!after.hasValue())
+        return { ExitCode::CacheUnavailable, after.error().errorMessage(), {} };
+    const auto resource = resourceOf(after.value(), key);
+    if (!resource || resource->status != ResourceStatus::Ready)
+        return {};
+    const QList<qint64> processes = usersNow(after.value()).value(key);
+    if (processes.isEmpty())
+        return { ExitCode::Failed, u"Its data could not be removed."_s, {} };
+    const QString text = u"Meanwhile it has come into use by %1."_s;
+    return { ExitCode::AnswerIsNo, text.arg(processesText(processes)), processes };
+}
+
+Outcome removed(const Context &context, const Request &request)
+{
+    const Error failure = removeData(request);
+    if (failure.hasError())
+        return { exitCodeOf(failure), failure.errorMessage(), {} };
+    return seenAfterwards(context, request.reference);
+}
+
+void tell(const Context &context, const Request &request)
+{
+    if (!request.isAccepted())
+        context.output.error(request.reference + u": "_s + request.outcome.reason);
+    else if (!context.options.json)
+        context.output.answer(sizeText(request.size) + u"  "_s + request.reference);
+}
+
+QJsonObject entryOf(const Request &request)
+{
+    QJsonObject entry { { u"reference"_s, request.reference },
+                        { u"removed"_s, request.isAccepted() } };
+    if (request.isAccepted()) {
+        entry.insert(u"size"_s, request.size);
+        return entry;
+    }
+    entry.insert(u"error"_s, json::error(Error(int(request.outcome.code), request.outcome.reason)));
+    entry.insert(u"processes"_s, processesJson(request.outcome.processes));
+    return entry;
+}
+
+/// Removes what was accepted, each resource once, and tells of every request in turn. Gives the
+/// number of a signal that came, else 0; the resources behind it stay.
+int removeAccepted(const Context &context, std::vector<Request> &requests)
+{
+    const SignalWatch signalWatch([](int) {});
+    QHash<QString, Outcome> outcomes;
+    for (Request &request : requests) {
+        QCoreApplication::processEvents();
+        if (request.isAccepted() && !outcomes.contains(request.reference)) {
+            const bool goesOn = signalWatch.received() == 0;
+            outcomes[request.reference] = goesOn
+                ? removed(context, request)
+                : Outcome { ExitCode::Canceled, u"Interrupted before it was removed."_s, {} };
+        }
+        if (request.isAccepted())
+            request.outcome = outcomes.value(request.reference);
+        tell(context, request);
+    }
+    QCoreApplication::processEvents();
+    return signalWatch.received();
+}
+
+ExitCode codeOf(const std::vector<Request> &requests)
+{
+    ExitCode worst = ExitCode::Success;
+    for (const Request &request : requests) {
+        const ExitCode code = request.outcome.code;
+        const bool isFailure = code != ExitCode::Success && code != ExitCode::AnswerIsNo;
+        const bool wasFailure = worst != ExitCode::Success && worst != ExitCode::AnswerIsNo;
+        if (isFailure)
+            worst = wasFailure && worst != code ? ExitCode::Failed : code;
+        else if (!wasFailure && code == ExitCode::AnswerIsNo)
+            worst = code;
+    }
+    return worst;
+}
+
+ExitCode answer(const Context &context, const std::vector<Request> &requests, int signalNumber)
+{
+    if (context.options.json) {
+        QJsonArray results;
+        for (const Request &request : requests)
+            results.append(entryOf(request));
+        QJsonObject answer = context.emptyAnswer();
+        answer.insert(u"dryRun"_s, context.options.dryRun);
+        answer.insert(u"results"_s, results);
+        context.output.answer(answer);
+    }
+    return signalNumber != 0 ? exitCodeOfSignal(signalNumber) : codeOf(requests);
+}
+
+bool isAnyAccepted(const std::vector<Request> &requests)
+{
+    return std::any_of(requests.begin(), requests.end(),
+                       [](const Request &request) { return request.isAccepted(); });
+}
+
+} // namespace
+
+ExitCode runRemove(const Context &context)
+{
+    registerResourceSchemes();
+    const auto snapshot = readCache(settingsOf(context.options));
+    if (!snapshot.hasValue())
+        return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
+    const ResourceUsers users = usersNow(snapshot.value());
+    std::vector<Request> requests;
+    for (const QString &argument : context.options.references)
+        requests.push_back(judged(context, snapshot.value(), users, argument));
+
+    if (context.options.dryRun || !isAnyAccepted(requests)) {
+        for (const Request &request : requests)
+            tell(context, request);
+        return answer(context, requests, 0);
+    }
+    if (const auto code = openExistingCache(context))
+        return *code;
+    const Error failure = releaseEagerly();
+    if (failure.hasError())
+        return context.fail(failure);
+    const int signalNumber = removeAccepted(context, requests);
+    return answer(context, requests, signalNumber);
+}
+
+} // namespace zel::cli
