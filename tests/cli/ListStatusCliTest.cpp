@@ -33,6 +33,34 @@ protected:
             u"setpriv"_s, nobody + QStringList { program() } + inCache(arguments), options);
     }
 
+    /// Four resources, told by their references alone; the last one was never fetched.
+    void fillWithVariety()
+    {
+        const auto run = start({ u"get"_s, sharedFile(u"b.raw"_s, QByteArray(10, 'a')),
+                                 sharedFile(u"c.mzML"_s, QByteArray(3000, 'a')),
+                                 sharedFile(u"a.mzml"_s, QByteArray(20, 'a')),
+                                 u"share:"_s + cache.outside(u"none.mzML"_s) });
+        ASSERT_EQ(run->exitCode(), 1) << run->errors().toStdString();
+        CacheDatabase database(cache.databasePath());
+        const auto accessed
+            = u"UPDATE CachedResources SET lastAccessDateTime = ? WHERE reference LIKE ?"_s;
+        database.run(accessed, { 3000, u"%b.raw"_s });
+        database.run(accessed, { 1000, u"%c.mzML"_s });
+        database.run(accessed, { 2000, u"%a.mzml"_s });
+        database.run(accessed, { 4000, u"%none.mzML"_s });
+    }
+
+    /// The names of what is listed, in that order.
+    QStringList listed(const QStringList &options) const
+    {
+        const auto run = start(QStringList { u"list"_s } + options);
+        EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
+        QStringList names;
+        for (const QString &line : linesOf(run->output()))
+            names.append(line.section(u'/', -1));
+        return names;
+    }
+
     QString reference;
 };
 
@@ -136,6 +164,59 @@ TEST_F(ListStatusCliTest, listAndStatus_cacheThatMayNotBeWritten_work)
     EXPECT_EQ(get->exitCode(), 8) << get->errors().toStdString();
     ASSERT_TRUE(QFile::setPermissions(cache.outside(QString()), open | QFile::WriteOwner));
     ASSERT_TRUE(QFile::setPermissions(cache.baseDir(), open | QFile::WriteOwner));
+}
+
+TEST_F(ListStatusCliTest, list_sorted_hasTheOrder)
+{
+    fillWithVariety();
+    const QString none = u"none.mzML"_s;
+    EXPECT_EQ(listed({}), (QStringList { u"b.raw"_s, u"c.mzML"_s, u"a.mzml"_s, none }));
+    EXPECT_EQ(listed({ u"--sort"_s, u"size"_s }),
+              (QStringList { u"c.mzML"_s, u"a.mzml"_s, u"b.raw"_s, none }));
+    EXPECT_EQ(listed({ u"--sort"_s, u"Age"_s }),
+              (QStringList { u"c.mzML"_s, u"a.mzml"_s, u"b.raw"_s, none }));
+    EXPECT_EQ(listed({ u"--sort=name"_s }),
+              (QStringList { u"a.mzml"_s, u"b.raw"_s, u"c.mzML"_s, none }));
+}
+
+TEST_F(ListStatusCliTest, list_filtered_combinesWithTheOrder)
+{
+    fillWithVariety();
+    EXPECT_EQ(listed({ u"--status"_s, u"missing"_s }), QStringList { u"none.mzML"_s });
+    EXPECT_EQ(
+        listed({ u"--format"_s, u"MZML"_s, u"--sort"_s, u"name"_s, u"--status"_s, u"READY"_s }),
+        (QStringList { u"a.mzml"_s, u"c.mzML"_s }));
+    EXPECT_EQ(listed({ u"--format"_s, u"thermo"_s }), QStringList { u"b.raw"_s });
+    EXPECT_EQ(listed({ u"--format"_s, u"Mgf"_s }), QStringList());
+    EXPECT_EQ(listed({ u"--status"_s, u"Acquiring"_s }), QStringList());
+}
+
+TEST_F(ListStatusCliTest, list_filteredJson_hasTheSameShape)
+{
+    fillWithVariety();
+    const auto run = start({ u"list"_s, u"--json"_s, u"--format"_s, u"mzml"_s, u"--sort"_s,
+                             u"size"_s, u"--status"_s, u"ready"_s });
+    EXPECT_EQ(run->exitCode(), 0);
+    const QJsonArray resources = jsonOf(run->output()).value(u"resources"_s).toArray();
+    ASSERT_EQ(resources.size(), 2);
+    EXPECT_EQ(resources.at(0).toObject().value(u"size"_s).toInt(), 3000);
+    EXPECT_EQ(resources.at(1).toObject().value(u"size"_s).toInt(), 20);
+    EXPECT_EQ(resources.at(1).toObject().value(u"status"_s).toString(), u"Ready"_s);
+}
+
+TEST_F(ListStatusCliTest, list_unknownChoice_isCode2AndNamesTheChoices)
+{
+    const QList<QPair<QString, QByteArray>> choices {
+        { u"--sort"_s, "There is no order \"red\", only size, age, name." },
+        { u"--status"_s, "Missing, Ready, ScheduledForAcquire, Acquiring" },
+        { u"--format"_s, "Mzml, Mzxml" },
+    };
+    for (const auto &[option, words] : choices) {
+        const auto run = start({ u"list"_s, u"--json"_s, option, u"red"_s });
+        EXPECT_EQ(run->exitCode(), 2);
+        EXPECT_TRUE(run->errors().contains(words)) << run->errors().toStdString();
+        EXPECT_EQ(jsonOf(run->output()).value(u"error"_s).toObject().value(u"code"_s).toInt(), 2);
+    }
 }
 
 TEST_F(ListStatusCliTest, list_controlCharactersInAReference_doNotReachTheTerminal)

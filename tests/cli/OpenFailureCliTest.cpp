@@ -33,6 +33,8 @@ TEST_F(OpenFailureCliTest, everyCommand_garbageForADatabase_isCode8AndSaysWhere)
     expectCode8({ u"add"_s, reference, cache.outside(u"a.raw"_s) });
     expectCode8({ u"list"_s });
     expectCode8({ u"status"_s });
+    expectCode8({ u"recount"_s });
+    expectCode8({ u"recount"_s, reference });
     EXPECT_EQ(readFile(cache.databasePath()), garbage);
 }
 

@@ -57,8 +57,13 @@ inline constexpr auto listExamples
     = R"(Lists the resources that the cache knows. Waits for nobody: it works while other
 programs use the cache, and changes nothing.
 
+Orders: size (biggest first), age (longest unaccessed first), name (by reference).
+"zelcache formats" names the formats; the name of the local copy tells them here.
+
 Examples:
   zelcache list
+  zelcache list --sort size --status ready
+  zelcache list --sort age --format mzml
   zelcache list --json | jq '.resources[] | select(.status == "Ready")')";
 
 inline constexpr auto purgeExamples
@@ -122,5 +127,24 @@ Examples:
   zelcache config get OptimalCacheSize
   zelcache config set MaximumCacheSize 200GiB
   zelcache config path)";
+
+inline constexpr auto formatsExamples
+    = R"(Without a path, the table of all data formats. With paths, the formats that each of
+them has by its data, or if it has none by its name. The exit code is 3 if a path
+does not exist or is of no known format.
+
+Examples:
+  zelcache formats
+  zelcache formats ./run1.d ./run1.raw
+  zelcache formats --json ./run1.d | jq -r '.results[].formats[]')";
+
+inline constexpr auto recountExamples
+    = R"(Counts on the disk how large cached data is, files beside it included, and tells what
+changed. Without a reference all of the cache is counted: all other programs wait for
+their turn meanwhile, and it cannot be cut short.
+
+Examples:
+  zelcache recount
+  zelcache recount https://data.example.org/runs/run1.raw)";
 
 } // namespace zel::cli

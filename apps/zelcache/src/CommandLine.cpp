@@ -24,6 +24,10 @@ struct RawOptions
     std::string listFile;
     std::string source;
     std::string purgeTarget;
+    std::string order;
+    std::string status;
+    std::string format;
+    std::vector<std::string> paths;
     std::string configKey;
     std::string configValue;
     std::string policy;
@@ -46,6 +50,7 @@ private:
     void addRemovingCommands();
     void addDryRun(CLI::App *command);
     CLI::App *addCommand(Options::Command command, const char *description, const char *examples);
+    void addList();
     void addConfig();
     CLI::App *addConfigAction(CLI::App *config, Options::ConfigAction action, const char *name,
                               const char *description);
@@ -135,10 +140,14 @@ void Parser::addCommands()
     auto *add = addCommand(Command::Add, "Put a local copy into the cache", addExamples);
     addReference(add);
     add->add_option("SOURCE", raw.source, "The file or folder to copy")->required()->type_name("");
-    addCommand(Command::List, "List what the cache knows", listExamples);
+    addList();
     addRemovingCommands();
     addCommand(Command::Status, "Show the state of the cache", statusExamples);
     addConfig();
+    addCommand(Command::Formats, "Tell data formats", formatsExamples)
+        ->add_option("PATH", raw.paths, "Files or folders to look at")
+        ->type_name("");
+    addReferences(addCommand(Command::Recount, "Count sizes anew", recountExamples), false);
 }
 
 void Parser::addRemovingCommands()
@@ -172,6 +181,20 @@ CLI::App *Parser::addCommand(Options::Command command, const char *description,
     subcommand->footer(footerWith(examples));
     subcommand->final_callback([this, command] { options.command = command; });
     return subcommand;
+}
+
+void Parser::addList()
+{
+    auto *list = addCommand(Options::Command::List, "List what the cache knows", listExamples);
+    list->add_option("--sort", raw.order, "Sort by size, age or name")
+        ->type_name("ORDER")
+        ->check(notEmpty());
+    list->add_option("--status", raw.status, "Only what has this status, such as Ready")
+        ->type_name("STATUS")
+        ->check(notEmpty());
+    list->add_option("--format", raw.format, "Only what has this data format by name")
+        ->type_name("FORMAT")
+        ->check(notEmpty());
 }
 
 void Parser::addConfig()
@@ -222,6 +245,11 @@ Options Parser::gathered() const
         all.references.append(QString::fromStdString(raw.reference));
     all.listFile = QString::fromStdString(raw.listFile);
     all.source = QString::fromStdString(raw.source);
+    for (const std::string &path : raw.paths)
+        all.paths.append(QString::fromStdString(path));
+    all.order = QString::fromStdString(raw.order);
+    all.status = QString::fromStdString(raw.status);
+    all.format = QString::fromStdString(raw.format);
     all.configKey = QString::fromStdString(raw.configKey);
     all.configValue = QString::fromStdString(raw.configValue);
     all.cacheDir = QString::fromStdString(raw.cacheDir);
@@ -293,9 +321,10 @@ ParseOutcome parseCommandLine(const QStringList &arguments)
 
 QString commandName(Options::Command command)
 {
-    static constexpr std::array<QStringView, 12> names {
-        u"get",   u"exists",   u"info",   u"path",   u"add",    u"list", //
-        u"purge", u"outdated", u"policy", u"remove", u"status", u"config",
+    static constexpr std::array<QStringView, 14> names {
+        u"get",     u"exists",   u"info",   u"path",   u"add",    u"list", //
+        u"purge",   u"outdated", u"policy", u"remove", u"status", u"config", //
+        u"formats", u"recount",
     };
     return names.at(std::size_t(command)).toString();
 }

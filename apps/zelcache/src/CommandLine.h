@@ -27,6 +27,8 @@ struct Options
         Remove,
         Status,
         Config,
+        Formats,
+        Recount,
     };
     enum class ConfigAction { Show, Get, Set, Path };
 
@@ -38,6 +40,10 @@ struct Options
     std::optional<ResourceCleanupPolicy> policy; ///< `policy` only: the one to store
     bool force = false; ///< `remove` only: what is never to go, too
     bool dryRun = false; ///< of what removes: only tell what would go
+    QString order; ///< `list` only, as the next two: as given, empty for none
+    QString status;
+    QString format;
+    QStringList paths; ///< `formats` only
 
     ConfigAction configAction = ConfigAction::Show;
     QString configKey; ///< as given

@@ -29,6 +29,8 @@ public:
     int run(const std::function<void()> &onTick);
 
     void cancelAll();
+    /// The number of the signal that came, else 0.
+    int receivedSignal() const { return signalWatch.received(); }
 
 private:
     bool allFinished() const;

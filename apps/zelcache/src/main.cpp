@@ -48,6 +48,10 @@ ExitCode runCommand(const Context &context)
         return runStatus(context);
     case Command::Config:
         return runConfig(context);
+    case Command::Formats:
+        return runFormats(context);
+    case Command::Recount:
+        return runRecount(context);
     }
     return ExitCode::BadArgument;
 }

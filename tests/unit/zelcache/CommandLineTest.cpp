@@ -18,7 +18,7 @@ Options optionsOf(const QStringList &arguments)
     return outcome.options.value_or(Options());
 }
 
-constexpr auto lastCommand = Command::Config;
+constexpr auto lastCommand = Command::Recount;
 
 /// The text of a mistake in the usage.
 QString mistakeOf(const QStringList &arguments)
@@ -146,6 +146,32 @@ TEST(CommandLine, parse_removeAndOutdated_takeTheirSwitches)
     EXPECT_TRUE(optionsOf({ u"outdated"_s, u"--dry-run"_s }).dryRun);
 }
 
+TEST(CommandLine, parse_list_takesOrderAndFilters)
+{
+    const Options options = optionsOf(
+        { u"list"_s, u"--sort"_s, u"size"_s, u"--status=ready"_s, u"--format"_s, u"mzML"_s });
+    EXPECT_EQ(options.command, Command::List);
+    EXPECT_EQ(options.order, u"size"_s);
+    EXPECT_EQ(options.status, u"ready"_s);
+    EXPECT_EQ(options.format, u"mzML"_s);
+    EXPECT_TRUE(optionsOf({ u"list"_s }).order.isEmpty());
+}
+
+TEST(CommandLine, parse_formats_takesAnyPaths)
+{
+    EXPECT_TRUE(optionsOf({ u"formats"_s }).paths.isEmpty());
+    const Options options = optionsOf({ u"formats"_s, u"--"_s, u"a b"_s, u""_s, u"-x"_s });
+    EXPECT_EQ(options.command, Command::Formats);
+    EXPECT_EQ(options.paths, (QStringList { u"a b"_s, u""_s, u"-x"_s }));
+}
+
+TEST(CommandLine, parse_recount_needsNoReference)
+{
+    EXPECT_EQ(optionsOf({ u"recount"_s }).command, Command::Recount);
+    EXPECT_TRUE(optionsOf({ u"recount"_s }).references.isEmpty());
+    EXPECT_EQ(optionsOf({ u"recount"_s, u"a"_s, u"b"_s }).references.size(), 2);
+}
+
 TEST(CommandLine, parse_doubleDash_endsTheOptions)
 {
     EXPECT_EQ(optionsOf({ u"path"_s, u"--"_s, u"-a"_s }).references, QStringList { u"-a"_s });
@@ -178,6 +204,9 @@ TEST(CommandLine, parse_mistakes_areUsageErrors)
     mistakeOf({ u"list"_s, u"status"_s });
     mistakeOf({ u"--cache"_s, u""_s, u"list"_s });
     mistakeOf({ u"-q"_s, u"-v"_s, u"list"_s });
+    mistakeOf({ u"list"_s, u"--sort"_s });
+    mistakeOf({ u"list"_s, u"--status"_s, u""_s });
+    mistakeOf({ u"status"_s, u"--sort"_s, u"size"_s });
     mistakeOf({ u"config"_s });
     mistakeOf({ u"config"_s, u"nonsense"_s });
     mistakeOf({ u"config"_s, u"get"_s });

@@ -19,7 +19,9 @@ ExitCode runRemove(const Context &context);
 /// These two only read the database: they wait for nobody and change nothing.
 ExitCode runList(const Context &context);
 ExitCode runStatus(const Context &context);
-/// Leaves caches alone.
+/// These two leave caches alone.
 ExitCode runConfig(const Context &context);
+ExitCode runFormats(const Context &context);
+ExitCode runRecount(const Context &context);
 
 } // namespace zel::cli

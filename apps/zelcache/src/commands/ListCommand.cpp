@@ -2,6 +2,7 @@
 
 #include "CacheReport.h"
 #include "Library.h"
+#include "ListSelection.h"
 
 namespace zel::cli {
 
@@ -9,10 +10,15 @@ using namespace Qt::Literals::StringLiterals;
 
 ExitCode runList(const Context &context)
 {
-    const auto snapshot = readCache(settingsOf(context.options));
+    const Options &options = context.options;
+    const auto selection = ListSelection::fromTexts(options.order, options.status, options.format);
+    if (!selection.hasValue())
+        return context.fail(selection.error());
+    auto snapshot = readCache(settingsOf(options));
     if (!snapshot.hasValue())
         return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
-    if (context.options.json) {
+    snapshot.value().resources = selection.value().applied(snapshot.value().resources);
+    if (options.json) {
         QJsonObject answer = context.emptyAnswer();
         answer.insert(u"resources"_s, listJson(snapshot.value()));
         context.output.answer(answer);

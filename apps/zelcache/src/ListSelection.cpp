@@ -1,0 +1,105 @@
+#include "ListSelection.h"
+
+#include "DataFormats.h"
+#include "errors/Propagate.h"
+
+#include <QMetaEnum>
+
+#include <algorithm>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+using Resource = ResourceCacheReader::Resource;
+
+QStringList statusNames()
+{
+    const auto statuses = QMetaEnum::fromType<ResourceStatus>();
+    QStringList names;
+    for (int index = 0; index < statuses.keyCount(); ++index)
+        names.append(QString::fromLatin1(statuses.key(index)));
+    return names;
+}
+
+QStringList formatNames()
+{
+    QStringList names;
+    for (const DataFormats::Format &format : DataFormats::all())
+        names.append(format.name);
+    return names;
+}
+
+/// The one of the words that is meant.
+Result<QString> chosen(const QString &what, const QString &text, const QStringList &words)
+{
+    const auto found = std::find_if(words.begin(), words.end(), [&text](const QString &word) {
+        return word.compare(text, Qt::CaseInsensitive) == 0;
+    });
+    if (found != words.end())
+        return *found;
+    return ZEL_ERROR(ErrorCode::BadArgument,
+                     u"There is no %1 \"%2\", only %3."_s.arg(what, text, words.join(u", "_s)));
+}
+
+Result<ListSelection::Order> orderFrom(const QString &text)
+{
+    const QStringList words { u"size"_s, u"age"_s, u"name"_s };
+    ZEL_TRY_LET(const QString word, chosen(u"order"_s, text, words));
+    return ListSelection::Order(words.indexOf(word) + 1);
+}
+
+bool comesFirst(ListSelection::Order order, const Resource &left, const Resource &right)
+{
+    switch (order) {
+    case ListSelection::Order::Size:
+        return left.size > right.size;
+    case ListSelection::Order::Age:
+        return left.lastAccess < right.lastAccess;
+    case ListSelection::Order::Name:
+        return left.reference < right.reference;
+    case ListSelection::Order::AsAdded:
+        break;
+    }
+    return false;
+}
+
+} // namespace
+
+Result<ListSelection> ListSelection::fromTexts(const QString &order, const QString &status,
+                                               const QString &format)
+{
+    ListSelection selection;
+    if (!order.isEmpty()) {
+        ZEL_TRY_LET(const Order word, orderFrom(order));
+        selection.order = word;
+    }
+    if (!status.isEmpty()) {
+        ZEL_TRY_LET(const QString name, chosen(u"status"_s, status, statusNames()));
+        selection.status = toResourceStatus(name, ResourceStatus::Invalid);
+    }
+    if (!format.isEmpty()) {
+        ZEL_TRY_LET(const QString name, chosen(u"format"_s, format, formatNames()));
+        selection.format = name;
+    }
+    return selection;
+}
+
+QList<Resource> ListSelection::applied(const QList<Resource> &resources) const
+{
+    const auto isSelected = [this](const Resource &resource) {
+        return (!status || resource.status == *status)
+            && (format.isEmpty() || DataFormats::byName(resource.path).contains(format));
+    };
+    QList<Resource> selected;
+    std::copy_if(resources.begin(), resources.end(), std::back_inserter(selected), isSelected);
+    std::stable_sort(selected.begin(), selected.end(),
+                     [this](const Resource &left, const Resource &right) {
+                         return comesFirst(order, left, right);
+                     });
+    return selected;
+}
+
+} // namespace zel::cli

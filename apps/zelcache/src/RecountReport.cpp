@@ -1,0 +1,90 @@
+#include "RecountReport.h"
+
+#include "Format.h"
+#include "Json.h"
+
+#include <QHash>
+#include <QJsonArray>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+using Snapshot = ResourceCacheReader::Snapshot;
+
+QString changeText(qint64 before, qint64 after)
+{
+    const QString pattern = u"%1 -> %2"_s;
+    const QString shortBefore = sizeText(before);
+    const QString shortAfter = sizeText(after);
+    if (shortBefore != shortAfter)
+        return pattern.arg(shortBefore, shortAfter);
+    // A small change of something big.
+    return pattern.arg(QString::number(before), QString::number(after)) + u" bytes"_s;
+}
+
+QString totalLine(const RecountReport &report)
+{
+    if (report.totalBefore == report.totalAfter)
+        return u"Whole cache: %1, as before"_s.arg(sizeText(report.totalAfter));
+    return u"Whole cache: "_s + changeText(report.totalBefore, report.totalAfter);
+}
+
+QJsonObject sizesJson(qint64 before, qint64 after)
+{
+    return { { u"before"_s, before }, { u"after"_s, after } };
+}
+
+QJsonObject resultJson(const RecountResult &result)
+{
+    if (result.failure.hasError())
+        return json::entry(result.reference, result.failure);
+    QJsonObject object = sizesJson(result.before, result.after);
+    object.insert(u"reference"_s, result.reference);
+    return object;
+}
+
+} // namespace
+
+RecountReport recountReport(const Snapshot &before, const Snapshot &after)
+{
+    QHash<QString, qint64> sizesBefore;
+    for (const ResourceCacheReader::Resource &resource : before.resources) {
+        if (resource.status == ResourceStatus::Ready)
+            sizesBefore.insert(resource.reference, resource.size);
+    }
+    RecountReport report;
+    report.totalBefore = before.currentSize;
+    report.totalAfter = after.currentSize;
+    for (const ResourceCacheReader::Resource &resource : after.resources) {
+        const auto known = sizesBefore.constFind(resource.reference);
+        if (resource.status == ResourceStatus::Ready && known != sizesBefore.cend()
+            && *known != resource.size)
+            report.results.append({ resource.reference, {}, false, *known, resource.size });
+    }
+    return report;
+}
+
+QStringList recountLines(const RecountReport &report)
+{
+    QStringList lines;
+    for (const RecountResult &result : report.results) {
+        if (result.hasChanged())
+            lines.append(changeText(result.before, result.after) + u"  "_s + result.reference);
+    }
+    lines.append(totalLine(report));
+    return lines;
+}
+
+QJsonObject recountJson(const RecountReport &report)
+{
+    QJsonArray results;
+    for (const RecountResult &result : report.results)
+        results.append(resultJson(result));
+    return { { u"results"_s, results },
+             { u"total"_s, sizesJson(report.totalBefore, report.totalAfter) } };
+}
+
+} // namespace zel::cli

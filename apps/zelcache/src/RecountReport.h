@@ -1,0 +1,39 @@
+#pragma once
+
+#include "ResourceCacheReader.h"
+#include "errors/Error.h"
+
+#include <QJsonObject>
+#include <QStringList>
+
+namespace zel::cli {
+
+/// One resource that was counted anew, or was to be.
+struct RecountResult
+{
+    QString reference; ///< as it is shown and answered
+    Error failure; ///< why it was not counted
+    bool isNotHere = false; ///< nothing went wrong: the cache has nothing of it to count
+    qint64 before = 0; ///< bytes
+    qint64 after = 0; ///< bytes
+
+    bool hasChanged() const { return !failure.hasError() && before != after; }
+};
+
+struct RecountReport
+{
+    QList<RecountResult> results;
+    qint64 totalBefore = 0; ///< bytes, of the whole cache
+    qint64 totalAfter = 0;
+};
+
+/// What changed for those that were ready at both moments.
+RecountReport recountReport(const ResourceCacheReader::Snapshot &before,
+                            const ResourceCacheReader::Snapshot &after);
+
+/// For people: a line for each size that changed, and one for the whole cache.
+QStringList recountLines(const RecountReport &report);
+/// For programs: all results.
+QJsonObject recountJson(const RecountReport &report);
+
+} // namespace zel::cli

@@ -1,0 +1,237 @@
+#include "commands/Commands.h"
+
+#include "Format.h"
+#include "Library.h"
+#include "RecountReport.h"
+#include "ResourceCache.h"
+#include "ResourceManager.h"
+#include "SignalWatch.h"
+#include "Task.h"
+#include "TaskWait.h"
+#include "Text.h"
+#include "errors/Propagate.h"
+#include "files/FileUtils.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+
+#include <algorithm>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+using Snapshot = ResourceCacheReader::Snapshot;
+
+ExitCode codeOf(const RecountReport &report, int signalNumber)
+{
+    if (signalNumber != 0)
+        return exitCodeOfSignal(signalNumber);
+    QList<Error> failures;
+    bool allHere = true;
+    for (const RecountResult &result : report.results) {
+        allHere = allHere && !result.isNotHere;
+        if (result.failure.hasError() && !result.isNotHere)
+            failures.append(result.failure);
+    }
+    if (!failures.isEmpty())
+        return exitCodeOf(failures);
+    return allHere ? ExitCode::Success : ExitCode::AnswerIsNo;
+}
+
+void write(const Context &context, const RecountReport &report)
+{
+    for (const RecountResult &result : report.results) {
+        if (result.failure.hasError())
+            context.output.error(result.reference + u": "_s + result.failure.errorMessage());
+    }
+    if (!context.options.json) {
+        for (const QString &line : recountLines(report))
+            context.output.answer(line);
+        return;
+    }
+    QJsonObject answer = context.emptyAnswer();
+    const QJsonObject members = recountJson(report);
+    for (auto member = members.begin(); member != members.end(); ++member)
+        answer.insert(member.key(), member.value());
+    context.output.answer(answer);
+}
+
+qsizetype readyCount(const Snapshot &snapshot)
+{
+    return std::count_if(
+        snapshot.resources.begin(), snapshot.resources.end(),
+        [](const auto &resource) { return resource.status == ResourceStatus::Ready; });
+}
+
+/// What is shown while everything is counted, which can neither be measured nor cut short.
+class CountingNotice
+{
+public:
+    CountingNotice(Output &output, qsizetype count)
+        : output(output)
+        , text(u"Counting %1 resources"_s.arg(count))
+    {
+        output.note(text + u'.');
+        time.start();
+    }
+
+    void show(int signalNumber)
+    {
+        if (signalNumber != 0 && !signalIsAnswered) {
+            output.warning(u"The count cannot be cut short: the program ends when it is done. "
+                           "Another signal ends it at once."_s);
+            signalIsAnswered = true;
+        }
+        ProgressState state;
+        state.label
+            = u"%1 %2"_s.arg(text, durationText(std::chrono::seconds(time.elapsed() / 1000)));
+        output.showProgress(state);
+    }
+
+private:
+    Output &output;
+    QString text;
+    QElapsedTimer time;
+    bool signalIsAnswered = false;
+};
+
+/// Counts on a worker, so that this thread can go on listening. Gives the signal that came, or 0.
+Result<int> countAll(Output &output, qsizetype count)
+{
+    ResourceCache *cache = ResourceManager::cache();
+    CountingNotice notice(output, count);
+    TaskWait wait;
+    Task task;
+    task.setFunction([cache] { return cache->updateFileSizes(); },
+                     Task::ExecutionMode::Asynchronous);
+    wait.add(&task);
+    // A ping would wait on this thread for the lock that the worker has. Nobody else gets the lock
+    // to take this process for dead.
+    cache->setPingEnabled(false);
+    task.exec();
+    const int signalNumber = wait.run([&notice, &wait] { notice.show(wait.receivedSignal()); });
+    cache->setPingEnabled(true);
+    output.clearProgress();
+    if (task.error().hasError())
+        return ZEL_PASS(task.error());
+    return signalNumber;
+}
+
+ExitCode recountAll(const Context &context, const Snapshot &before)
+{
+    const auto signalNumber = countAll(context.output, readyCount(before));
+    if (!signalNumber.hasValue())
+        return context.fail(signalNumber.error());
+    const auto after = readCache(settingsOf(context.options));
+    if (!after.hasValue())
+        return context.fail(after.error());
+    const RecountReport report = recountReport(before, after.value());
+    write(context, report);
+    return codeOf(report, signalNumber.value());
+}
+
+/// Sets the result's failure: there is nothing to count.
+void setNotHere(RecountResult &result, const QString &why)
+{
+    result.isNotHere = true;
+    result.failure = Error(int(ExitCode::AnswerIsNo), why);
+}
+
+/// Why the data of a resource that is ready by its row cannot be counted; empty if it can.
+QString absenceOf(const QSharedPointer<ResourceHandler> &handler)
+{
+    if (!handler->isAvailableLocally())
+        return u"its data is gone from the cache."_s;
+    const auto path = handler->expectedPath();
+    const QString dataDir = ResourceManager::cachePath().cacheDataDir();
+    if (path.hasValue() && !FileUtils::isSubPath(path.value().toString(), dataDir))
+        return u"its data lies outside of the cache."_s;
+    return {};
+}
+
+/// The sizes of all that is ready, by reference.
+QHash<QString, qint64> readySizes(const Snapshot &snapshot)
+{
+    QHash<QString, qint64> sizes;
+    for (const ResourceCacheReader::Resource &resource : snapshot.resources) {
+        if (resource.status == ResourceStatus::Ready)
+            sizes.insert(resource.reference, resource.size);
+    }
+    return sizes;
+}
+
+RecountResult recounted(const QString &argument, const QHash<QString, qint64> &sizesBefore)
+{
+    RecountResult result;
+    result.reference = withoutSecrets(argument);
+    const auto reference = ResourceReference::fromString(argument);
+    if (!reference.hasValue()) {
+        result.failure = reference.error();
+        return result;
+    }
+    result.reference = reference.value()->referenceText(false);
+    // Asked of the snapshot, as a handler would enter what the cache does not know.
+    if (!sizesBefore.contains(result.reference)) {
+        setNotHere(result, u"it is not in the cache."_s);
+        return result;
+    }
+    result.before = sizesBefore.value(result.reference);
+    const auto handler = ResourceManager::getHandler(reference.value());
+    if (!handler.hasValue()) {
+        result.failure = handler.error();
+        return result;
+    }
+    if (const QString absence = absenceOf(handler.value()); !absence.isEmpty())
+        setNotHere(result, absence);
+    else
+        result.failure = ResourceManager::updateFileSizes({ handler.value() });
+    return result;
+}
+
+RecountResult canceled(const QString &argument)
+{
+    RecountResult result;
+    result.reference = withoutSecrets(argument);
+    result.failure = Error(ErrorCode::Canceled, u"canceled"_s);
+    return result;
+}
+
+ExitCode recountEach(const Context &context, const Snapshot &before)
+{
+    const SignalWatch signalWatch([](int) {});
+    const QHash<QString, qint64> sizesBefore = readySizes(before);
+    RecountReport report;
+    for (const QString &argument : context.options.references) {
+        QCoreApplication::processEvents();
+        report.results.append(signalWatch.received() == 0 ? recounted(argument, sizesBefore)
+                                                          : canceled(argument));
+    }
+    const auto after = readCache(settingsOf(context.options));
+    if (!after.hasValue())
+        return context.fail(after.error());
+    report.totalBefore = before.currentSize;
+    report.totalAfter = after.value().currentSize;
+    const QHash<QString, qint64> sizesAfter = readySizes(after.value());
+    for (RecountResult &result : report.results)
+        result.after = sizesAfter.value(result.reference, result.before);
+    write(context, report);
+    return codeOf(report, signalWatch.received());
+}
+
+} // namespace
+
+ExitCode runRecount(const Context &context)
+{
+    if (const auto code = openExistingCache(context))
+        return *code;
+    const auto before = readCache(settingsOf(context.options));
+    if (!before.hasValue())
+        return context.fail(ExitCode::CacheUnavailable, before.error().errorMessage());
+    return context.options.references.isEmpty() ? recountAll(context, before.value())
+                                                : recountEach(context, before.value());
+}
+
+} // namespace zel::cli
