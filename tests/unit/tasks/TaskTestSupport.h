@@ -1,5 +1,6 @@
 #pragma once
 
+#include "GroupTask.h"
 #include "Task.h"
 #include "TasksQueue.h"
 
@@ -130,6 +131,14 @@ class ManualTask : public Task
 public:
     void exec() override { setRunning(); }
 };
+
+/// A new subtask of the group; it ends when the test says so.
+inline BaseTask *appendedTo(GroupTask &group)
+{
+    auto *subtask = new BaseTask;
+    group.append(subtask);
+    return subtask;
+}
 
 /// Work that ends when the test says so.
 class Gate
