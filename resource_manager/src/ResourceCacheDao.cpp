@@ -1,5 +1,6 @@
 #include "ResourceCacheDao.h"
 
+#include "ConnectionNames.h"
 #include "ResourceCacheDao_p.h"
 #include "ResourceCacheSchema.h"
 #include "database/DatabaseHandler.h"
@@ -22,16 +23,6 @@ namespace {
 // A living client pings every 5 s; one that has not for so long was not stopped by a short hold.
 constexpr std::chrono::milliseconds longestPause { 10'000 };
 
-QString freeConnectionName()
-{
-    QString name;
-    do {
-        // Sixteen random bits: a program with several caches does meet a name again.
-        name = u"ResourceCache_%1"_s.arg(QUuid::createUuid().toString().left(5));
-    } while (QSqlDatabase::contains(name));
-    return name;
-}
-
 void removeConnection(QSqlDatabase &database)
 {
     const QString connectionName = database.connectionName();
@@ -39,6 +30,7 @@ void removeConnection(QSqlDatabase &database)
     // The last reference goes first, or the connection counts as used.
     database = QSqlDatabase();
     QSqlDatabase::removeDatabase(connectionName);
+    ConnectionNames::ofThisProcess().giveBack(connectionName);
 }
 
 /// Has Qt's SQL module build its statics now. They are destroyed in the opposite order at exit, and
@@ -229,7 +221,8 @@ Error ResourceCacheDao::connectTo(const QString &path)
     else
         database = std::make_unique<QSqlDatabase>();
 
-    const Error error = db::addDatabaseAndOpen(freeConnectionName(), path, *database);
+    const Error error
+        = db::addDatabaseAndOpen(ConnectionNames::ofThisProcess().take(), path, *database);
     databaseHandler = std::make_unique<DatabaseHandler>(database.get());
     return ZEL_PASS(error);
 }
