@@ -120,9 +120,10 @@ void ResourceCache::Private::updateSemaphoreKey(const ResourceCachePath &path)
     const QString key = semaphoreKeyFor(path.baseDirPath());
     RegisteredSemaphore *entry = SemaphoreRegistry::keepForDirectory(key, path.baseDirPath());
     semaphore.setKey(key, 1, QSystemSemaphore::Open);
-    if (semaphore.error() != QSystemSemaphore::NoError && entry->usable.exchange(false)) {
+    // The registered object is the one that is taken.
+    if (!entry->usable && !entry->refusalIsLogged.exchange(true)) {
         qCCritical(lcResourceManager)
-            << "Going on without the system semaphore" << key << ":" << semaphore.errorString();
+            << "Going on without the system semaphore" << key << ":" << entry->keeper.errorString();
     }
     qCDebug(lcResourceManager).noquote() << u"System semaphore key set to %1"_s.arg(key);
 }

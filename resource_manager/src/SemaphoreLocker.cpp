@@ -8,6 +8,8 @@
 #include <QSystemSemaphore>
 #include <QThread>
 
+#include <algorithm>
+
 namespace zel {
 
 SemaphoreLocker::SemaphoreLocker(QSystemSemaphore *semaphore, int count)
@@ -39,6 +41,7 @@ bool SemaphoreLocker::acquireOne()
     warnBeforeSecondTake();
     const bool acquired = acquireSemaphore();
     ++acquiredCount;
+    refusedCount += acquired ? 0 : 1;
     if (entry) {
         if (!directoryLock && !entry->directory.isEmpty())
             directoryLock = std::make_unique<DirectoryLock>(entry->directory);
@@ -78,10 +81,16 @@ void SemaphoreLocker::release(int count)
 
 void SemaphoreLocker::releaseSemaphore(int count)
 {
-    if (!entry)
+    if (!entry) {
         semaphoreHandle->release(count);
-    else if (entry->usable)
-        entry->keeper.release(count); // of the key that was taken, whatever the handle has now
+        return;
+    }
+    // What was refused was never taken, even if the system would give it by now.
+    const qint32 refused = std::min(count, refusedCount);
+    refusedCount -= refused;
+    if (count > refused)
+        entry->keeper.release(count
+                              - refused); // of the key that was taken, whatever the handle has
 }
 
 void SemaphoreLocker::releaseAcquired()

@@ -51,6 +51,8 @@ private:
 
     QSystemSemaphore *semaphoreHandle;
     qint32 acquiredCount = 0;
+    /// How many of those the system refused: they are not given back.
+    qint32 refusedCount = 0;
     std::unique_ptr<QObject> crashContext;
     RegisteredSemaphore *entry; ///< null for a semaphore that is none of a cache's
     std::unique_ptr<DirectoryLock> directoryLock;

@@ -29,11 +29,23 @@ RegisteredSemaphore *entryOf(Table &semaphores, const QString &key)
     return entry;
 }
 
+/// Under the table's mutex: a failing call of two threads would abort.
+void tryAgain(RegisteredSemaphore *entry)
+{
+    // The same key once more would be taken for no change.
+    entry->keeper.setKey(QString());
+    entry->keeper.setKey(entry->key, 1, QSystemSemaphore::Open);
+    entry->usable = entry->keeper.error() == QSystemSemaphore::NoError;
+    if (entry->usable)
+        entry->refusalIsLogged = false;
+}
+
 } // namespace
 
 RegisteredSemaphore::RegisteredSemaphore(const QString &key)
     : key(key)
     , keeper(key, 1, QSystemSemaphore::Open)
+    , usable(keeper.error() == QSystemSemaphore::NoError)
 {
 }
 
@@ -53,6 +65,8 @@ RegisteredSemaphore *SemaphoreRegistry::keepForDirectory(const QString &key,
     // Written once: lockers read it without the table's mutex.
     if (entry->directory.isEmpty())
         entry->directory = QFile::encodeName(QDir(baseDirectory).absolutePath());
+    if (!entry->usable)
+        tryAgain(entry);
     return entry;
 }
 

@@ -19,8 +19,11 @@ struct RegisteredSemaphore
     /// beside the holder. This one is made before any other object of the key and never destroyed,
     /// so that the others never are the creator.
     QSystemSemaphore keeper;
-    /// False after the system refused the semaphore: calling it from several threads would abort.
-    std::atomic<bool> usable = true;
+    /// False while the system refuses the semaphore: calling the keeper from several threads would
+    /// abort. Nobody has called it then, so that it may be made anew.
+    std::atomic<bool> usable;
+    /// Whether the refusal was logged.
+    std::atomic<bool> refusalIsLogged = false;
     /// The thread that holds it in this process.
     std::atomic<Qt::HANDLE> holder = nullptr;
     /// The base directory, locked behind the semaphore; empty for a key that no cache opened.
@@ -36,7 +39,8 @@ namespace SemaphoreRegistry {
 
 /// The entry of the key, made if there is none. Call it before making any object of the key.
 RegisteredSemaphore *keep(const QString &key);
-/// The same for the semaphore of a cache, whose base directory is locked behind it.
+/// The same for the semaphore of a cache, whose base directory is locked behind it. One that the
+/// system has refused is asked for again: what was in the way may be gone.
 RegisteredSemaphore *keepForDirectory(const QString &key, const QString &baseDirectory);
 /// The entry of the key, or null for a semaphore that is none of a cache's.
 RegisteredSemaphore *find(const QString &key);

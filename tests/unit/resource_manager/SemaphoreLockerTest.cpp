@@ -37,11 +37,33 @@ protected:
         });
         return done.wait_for(300ms) == std::future_status::ready;
     }
-    void TearDown() override
+    void joinWaiters()
     {
         for (std::thread &waiter : waiters)
             waiter.join();
+        waiters.clear();
     }
+    void TearDown() override { joinWaiters(); }
+
+    /// While it lives, no temporary file can be made.
+    class WithoutTemporaryFiles
+    {
+    public:
+        WithoutTemporaryFiles()
+        {
+            qputenv("TMPDIR", "/proc"); // exists, but nobody makes files there
+        }
+        ~WithoutTemporaryFiles()
+        {
+            if (folder.isNull())
+                qunsetenv("TMPDIR");
+            else
+                qputenv("TMPDIR", folder);
+        }
+
+    private:
+        const QByteArray folder = qgetenv("TMPDIR");
+    };
 
     TemporaryCache directory;
     QString key;
@@ -96,6 +118,27 @@ TEST_F(SemaphoreLockerTest, acquire_systemRefuses_countsWithoutCallingTheObject)
     lock.release(1);
     SemaphoreRegistry::find(key)->usable = true;
     EXPECT_TRUE(isFree());
+}
+
+TEST_F(SemaphoreLockerTest, keepForDirectory_systemRefusedBefore_excludesFromThenOn)
+{
+    const TemporaryCache other;
+    const QString otherKey = TemporaryCache::semaphoreKey(other.baseDir());
+    std::unique_ptr<SemaphoreLocker> early;
+    {
+        const WithoutTemporaryFiles nowhere; // where the file of the key would lie
+        EXPECT_FALSE(SemaphoreRegistry::keepForDirectory(otherKey, other.baseDir())->usable);
+        semaphore->setKey(otherKey, 1, QSystemSemaphore::Open);
+        early = std::make_unique<SemaphoreLocker>(semaphore.get(), 1);
+    }
+    RegisteredSemaphore *entry = SemaphoreRegistry::keepForDirectory(otherKey, other.baseDir());
+    EXPECT_TRUE(entry->usable);
+    early.reset(); // took nothing, and gives nothing back
+    {
+        const SemaphoreLocker holder(semaphore.get(), 1);
+        EXPECT_FALSE(isFree());
+    }
+    joinWaiters(); // before the semaphore goes
 }
 
 TEST_F(SemaphoreLockerTest, destroy_semaphoreGotAnotherKey_releasesTheOneThatWasTaken)
