@@ -70,18 +70,19 @@ Error ResourceRetrieveHandle::removeTaskFromDatabase()
 {
     const bool wasFetching = std::exchange(fetching, false);
     cache->d->taskRows.remove(reference, this);
+    // Of several that end at a time the last one finds nobody.
+    if (!wasFetching && cache->d->taskRows.contains(reference))
+        return {};
+
+    const SemaphoreLocker lock(&cache->d->semaphore, 1);
     // The rows of this process cannot be told apart, so they go together, with the last handle that
     // has one. Without theirs, several of the others would fetch at once and nobody would see it.
+    // Asked under the hold: a handle says that it will have a row before it takes the semaphore for
+    // it, so that its row is either spared here or made after this.
     if (!cache->d->taskRows.contains(reference))
-        return ZEL_PASS(removeTaskFromDatabase(cache, reference));
-    return wasFetching ? ZEL_PASS(withdrawProgress()) : Error();
-}
-
-/// Makes a fetch a mere wish again, so that those who watch it try for themselves.
-Error ResourceRetrieveHandle::withdrawProgress()
-{
-    const SemaphoreLocker lock(&cache->d->semaphore, 1);
-    return ZEL_PASS(cache->d->updateProgress(reference, std::nullopt));
+        return ZEL_PASS(cache->d->deleteRetrievingTask(reference));
+    // A fetch becomes a mere wish again, so that those who watch it try for themselves.
+    return wasFetching ? ZEL_PASS(cache->d->updateProgress(reference, std::nullopt)) : Error();
 }
 
 Error ResourceRetrieveHandle::removeTaskFromDatabase(ResourceCache *cache, const QString &reference)

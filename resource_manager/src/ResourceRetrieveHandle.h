@@ -71,8 +71,6 @@ protected:
     static Error removeTaskFromDatabase(ResourceCache *cache, const QString &reference);
 
 private:
-    Error withdrawProgress();
-
     ResourceCache *cache;
     QString reference;
     PathImpl<PathType::Unknown> localPath;

@@ -2,6 +2,8 @@
 
 #include "ResourceRetrieveHandle.h"
 
+#include <future>
+
 using namespace zel;
 using namespace zel::test;
 using namespace Qt::Literals::StringLiterals;
@@ -239,6 +241,23 @@ TEST_F(ResourceRetrieveHandleTest, removeTask_fetcherFailedBeforeManyWatchers_on
     far.reset();
     EXPECT_EQ(taskRows(), 0);
     EXPECT_EQ(status(), u"Missing"_s);
+}
+
+TEST_F(ResourceRetrieveHandleTest, removeTask_anotherHandleComesMeanwhile_keepsItsRow)
+{
+    const auto comeAndGo = [this] {
+        int lost = 0;
+        for (int i = 0; i < 300; ++i) {
+            const auto handle = handleOf(cache);
+            EXPECT_FALSE(handle->addTaskToDatabase().hasError());
+            lost += taskRows() == 0 ? 1 : 0;
+        }
+        return lost;
+    };
+    auto one = std::async(std::launch::async, comeAndGo);
+    auto two = std::async(std::launch::async, comeAndGo);
+    EXPECT_EQ(one.get() + two.get(), 0);
+    EXPECT_EQ(taskRows(), 0);
 }
 
 TEST_F(ResourceRetrieveHandleTest, tryStartRetrieve_afterCleanupRemovedTheRow_fetchesWithoutOne)
