@@ -1,12 +1,12 @@
 #pragma once
 
-#include "errors/Error.h"
+#include "platform/FreeSpace.h"
 
 namespace zel::SchemeErrors {
 
 /// What arrived is not what was promised: a checksum, a length, or a source that changed meanwhile.
 inline constexpr int integrityFailure = 6;
 /// The volume has no room for the resource.
-inline constexpr int noSpace = 7;
+inline constexpr int noSpace = FreeSpace::lackingCode;
 
 } // namespace zel::SchemeErrors

@@ -1,5 +1,6 @@
 #include "ZelcacheCli.h"
 
+#include "NginxServer.h"
 #include "Printers.h"
 #include "ScriptedServer.h"
 
@@ -120,12 +121,49 @@ TEST_F(FullDiskCliTest, get_moreFilesThanTheVolumeTakes_isCode7AndMissing)
     EXPECT_TRUE(run->errors().contains("No space left")) << run->errors().toStdString();
 }
 
+TEST_F(FullDiskCliTest, get_fileThatLeavesTheDatabaseNoRoom_isCode7BeforeTheFirstByte)
+{
+    const QString tight = sharedFile(u"tight.raw"_s, QByteArray(9'000'000, 't'));
+    const auto run = runOnVolume(
+        u"size=11m"_s,
+        u"$zelcache get %1; echo code $?; find %2/Staging -size +1M; $zelcache list"_s.arg(
+            tight, cache.baseDir()));
+    EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
+    const QStringList lines = linesOf(run->output());
+    ASSERT_EQ(lines.size(), 2) << run->output().toStdString();
+    EXPECT_EQ(lines.at(0), u"code 7"_s) << run->errors().toStdString();
+    EXPECT_TRUE(run->errors().contains("There is no room for")) << run->errors().toStdString();
+}
+
+TEST_F(FullDiskCliTest, get_noFileMoreAtAnyStepOfTheFetch_isCode7)
+{
+    // One file more each time, so that each time a later step is the one without it.
+    const QString steps = u"for n in $(seq 6 60); do mount -o remount,nr_inodes=$n %2 && "
+                          "{ $zelcache get %1 >/dev/null; code=$?; echo $code; "
+                          "[ $code = 0 ] && exit 0; }; done"_s;
+    const NginxServer server;
+    server.addFile(u"run.raw"_s, "content");
+    for (const QString &reference :
+         { sharedFile(u"small.raw"_s, "small"), server.url(u"run.raw"_s) }) {
+        const auto run
+            = runOnVolume(u"size=50m,nr_inodes=6"_s, steps.arg(reference, cache.baseDir()));
+        EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
+        QStringList codes = linesOf(run->output());
+        // Before that there is no cache yet, or no folder that the resource would come to.
+        while (!codes.isEmpty() && codes.constFirst() != u"7"_s)
+            codes.removeFirst();
+        EXPECT_GE(codes.size(), 4) << run->output().toStdString();
+        EXPECT_EQ(codes.count(u"7"_s), codes.size() - 1) << run->output().toStdString();
+        EXPECT_TRUE(codes.endsWith(u"0"_s)) << run->output().toStdString();
+    }
+}
+
 TEST_F(FullDiskCliTest, get_volumeFullBefore_failsWithoutACrash)
 {
     const QString reference = sharedFile(u"small.raw"_s, "small");
     const auto run = runOnVolume(
-        u"size=1m"_s,
-        u"head -c 2m /dev/zero >%1/filler 2>/dev/null; $zelcache get %2; code=$?; "
+        u"size=8m"_s,
+        u"head -c 9m /dev/zero >%1/filler 2>/dev/null; $zelcache get %2; code=$?; "
         "rm %1/filler; $zelcache get %2 && exit $code"_s.arg(cache.baseDir(), reference));
     EXPECT_EQ(run->exitCode(), 8) << run->errors().toStdString();
     EXPECT_EQ(linesOf(run->output()).size(), 1);

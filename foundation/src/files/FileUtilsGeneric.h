@@ -19,8 +19,9 @@ public:
     /// that stands in the folder under two names counts twice. Costs one look at each file.
     static qint64 contentSize(const QString &path);
 
-    /// Creates the folder with its parents; an existing one is no failure. Code 1 otherwise, also
-    /// if a file is in the way; the message names the path.
+    /// Creates the folder with its parents; an existing one is no failure. Code 7 if not a file
+    /// more fits on the volume, 1 otherwise, also if a file is in the way; the message names the
+    /// path.
     static Error mkPath(const QString &path);
 };
 

@@ -76,7 +76,7 @@ Error fileCopyFailure(const QByteArray &sourcePath, const QByteArray &targetPath
                          TreeCopy::tr("Copying \"%1\" failed: the file became shorter meanwhile.")
                              .arg(shown(sourcePath)));
     }
-    return ZEL_ERROR(ErrorCode::OperationFailed,
+    return ZEL_ERROR(codeOf(error),
                      TreeCopy::tr("Copying \"%1\" to \"%2\" failed: %3")
                          .arg(shown(sourcePath), shown(targetPath), qt_error_string(error)));
 }

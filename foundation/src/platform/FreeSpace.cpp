@@ -35,6 +35,13 @@ int callOnNearest(const QString &path, const std::function<int(const char *)> &c
 
 } // namespace
 
+int FreeSpace::codeOf(const std::error_code &reason)
+{
+    const bool isLacking = reason == std::errc::no_space_on_device
+        || reason == std::error_code(EDQUOT, std::generic_category());
+    return isLacking ? lackingCode : int(ErrorCode::OperationFailed);
+}
+
 Result<qint64> FreeSpace::availableBytes(const QString &path)
 {
     struct statvfs volume;

@@ -1,6 +1,7 @@
 #include "platform/NativeFile.h"
 
 #include "errors/Propagate.h"
+#include "platform/FreeSpace.h"
 #include "platform/PosixFile.h"
 
 #include <utility>
@@ -17,11 +18,6 @@ namespace {
 Descriptor openPath(const std::filesystem::path &path, int flags)
 {
     return openAt(AT_FDCWD, QByteArray::fromStdString(path.native()), flags, 0666);
-}
-
-QString shownPath(const std::filesystem::path &path)
-{
-    return shown(QByteArray::fromStdString(path.native()));
 }
 
 } // namespace
@@ -57,9 +53,9 @@ Result<NativeFile> NativeFile::open(const std::filesystem::path &path, Mode mode
 {
     Descriptor file = openPath(path, mode == Mode::Read ? O_RDONLY : O_RDWR | O_CREAT);
     if (!file.isOpen()) {
-        return ZEL_ERROR(
-            ErrorCode::OperationFailed,
-            tr("Opening \"%1\" failed: %2").arg(shownPath(path), qt_error_string(errno)));
+        const int reason = errno;
+        return ZEL_ERROR(codeOf(reason),
+                         tr("Opening \"%1\" failed: %2").arg(shown(path), qt_error_string(reason)));
     }
     return NativeFile(path, file.release());
 }
@@ -68,9 +64,8 @@ Result<qint64> NativeFile::size() const
 {
     struct stat status = {};
     if (::fstat(descriptor, &status) != 0) {
-        return ZEL_ERROR(
-            ErrorCode::OperationFailed,
-            tr("Reading \"%1\" failed: %2").arg(shownPath(path), qt_error_string(errno)));
+        return ZEL_ERROR(ErrorCode::OperationFailed,
+                         tr("Reading \"%1\" failed: %2").arg(shown(path), qt_error_string(errno)));
     }
     return qint64(status.st_size);
 }
@@ -80,9 +75,8 @@ Result<qint64> NativeFile::readAt(qint64 offset, char *data, qint64 count)
     const ssize_t got
         = retried([&] { return ::pread(descriptor, data, size_t(count), off_t(offset)); });
     if (got < 0) {
-        return ZEL_ERROR(
-            ErrorCode::OperationFailed,
-            tr("Reading \"%1\" failed: %2").arg(shownPath(path), qt_error_string(errno)));
+        return ZEL_ERROR(ErrorCode::OperationFailed,
+                         tr("Reading \"%1\" failed: %2").arg(shown(path), qt_error_string(errno)));
     }
     return qint64(got);
 }
@@ -115,18 +109,19 @@ Error NativeFile::sync()
 
 Error NativeFile::writeFailure(int reason)
 {
-    outOfSpace = reason == ENOSPC || reason == EDQUOT;
-    return ZEL_ERROR(ErrorCode::OperationFailed,
-                     tr("Writing \"%1\" failed: %2").arg(shownPath(path), qt_error_string(reason)));
+    outOfSpace = codeOf(reason) == FreeSpace::lackingCode;
+    return ZEL_ERROR(codeOf(reason),
+                     tr("Writing \"%1\" failed: %2").arg(shown(path), qt_error_string(reason)));
 }
 
 Error NativeFile::syncVolume(const std::filesystem::path &path)
 {
     const Descriptor file = openPath(path, O_RDONLY);
     if (!file.isOpen() || ::syncfs(file.get()) != 0) {
-        return ZEL_ERROR(ErrorCode::OperationFailed,
+        const int reason = errno;
+        return ZEL_ERROR(codeOf(reason),
                          tr("Writing the volume of \"%1\" failed: %2")
-                             .arg(shownPath(path), qt_error_string(errno)));
+                             .arg(shown(path), qt_error_string(reason)));
     }
     return {};
 }

@@ -9,7 +9,8 @@
 namespace zel {
 
 /// An open file whose name need not be valid text and of which every byte is accounted for.
-/// Failures have code 1 and name the path and the reason. One thread at a time; moves.
+/// Failures have code 7 for want of space, else 1, and name the path and the reason. One thread at
+/// a time; moves.
 class ZEL_RESOURCE_MANAGER_EXPORT NativeFile
 {
     Q_DECLARE_TR_FUNCTIONS(zel::NativeFile)

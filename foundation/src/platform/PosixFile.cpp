@@ -1,5 +1,7 @@
 #include "platform/PosixFile.h"
 
+#include "platform/FreeSpace.h"
+
 #include <QFile>
 #include <QRandomGenerator>
 
@@ -107,6 +109,16 @@ std::pair<QByteArray, QByteArray> splitPath(QByteArray path)
 QString shown(const QByteArray &path)
 {
     return QFile::decodeName(path);
+}
+
+QString shown(const std::filesystem::path &path)
+{
+    return shown(QByteArray::fromStdString(path.native()));
+}
+
+int codeOf(int error)
+{
+    return FreeSpace::codeOf(std::error_code(error, std::generic_category()));
 }
 
 } // namespace zel::posix

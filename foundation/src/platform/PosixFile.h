@@ -4,6 +4,7 @@
 #include <QString>
 
 #include <cerrno>
+#include <filesystem>
 #include <utility>
 #include <vector>
 
@@ -87,5 +88,9 @@ std::pair<QByteArray, QByteArray> splitPath(QByteArray path);
 
 /// The path as text for people; what is no valid text is replaced.
 QString shown(const QByteArray &path);
+QString shown(const std::filesystem::path &path);
+
+/// The code of a failure with this errno: 7 for want of space, else 1.
+int codeOf(int error);
 
 } // namespace zel::posix

@@ -68,7 +68,7 @@ bool isAtOrBelow(int folder, int other)
 Error failure(const QByteArray &path, int error)
 {
     return ZEL_ERROR(
-        ErrorCode::OperationFailed,
+        codeOf(error),
         TreeCopy::tr("Copying \"%1\" failed: %2").arg(shown(path), qt_error_string(error)));
 }
 
@@ -258,6 +258,28 @@ void Walk::addWarningsTo(Error *error) const
         error->addWarning(TreeCopy::tr("%1 more entries were left out.").arg(unnamedWarnings));
 }
 
+/// Opens the folder that is to take the copy, made if it is missing; then nothing has been written
+/// yet. The source must not be around it.
+Result<Descriptor> openTarget(const QByteArray &path, const Descriptor &source,
+                              const QByteArray &sourcePath)
+{
+    struct stat status;
+    if (::fstat(source.get(), &status) != 0)
+        return ZEL_PASS(failure(sourcePath, errno));
+    const bool isNew = ::mkdir(path.constData(), (status.st_mode & 0777) | S_IRWXU) == 0;
+    if (!isNew && errno != EEXIST)
+        return ZEL_PASS(failure(path, errno));
+    Descriptor folder = openAt(AT_FDCWD, path, O_RDONLY | O_DIRECTORY);
+    if (!folder.isOpen())
+        return ZEL_PASS(failure(path, errno));
+    if (!isAtOrBelow(folder.get(), source.get()))
+        return folder;
+    if (isNew)
+        ::rmdir(path.constData());
+    return ZEL_ERROR(ErrorCode::BadArgument,
+                     TreeCopy::tr("\"%1\" cannot be copied into itself.").arg(shown(sourcePath)));
+}
+
 } // namespace
 
 Error TreeCopy::copyTree(const QString &source, const QString &target, const Options &options,
@@ -266,22 +288,10 @@ Error TreeCopy::copyTree(const QString &source, const QString &target, const Opt
     const QByteArray sourcePath = QFile::encodeName(source);
     const QByteArray targetPath = QFile::encodeName(target);
     const Descriptor from = openAt(AT_FDCWD, sourcePath, O_RDONLY | O_DIRECTORY);
-    struct stat status;
-    if (!from.isOpen() || ::fstat(from.get(), &status) != 0)
+    if (!from.isOpen())
         return ZEL_PASS(failure(sourcePath, errno));
-    const bool isNew = ::mkdir(targetPath.constData(), (status.st_mode & 0777) | S_IRWXU) == 0;
-    if (!isNew && errno != EEXIST)
-        return ZEL_PASS(failure(targetPath, errno));
-    // Opened before anything is written: it is told of every failure from then on.
-    const Descriptor to = openAt(AT_FDCWD, targetPath, O_RDONLY | O_DIRECTORY);
-    if (!to.isOpen())
-        return ZEL_PASS(failure(targetPath, errno));
-    if (isAtOrBelow(to.get(), from.get())) {
-        if (isNew)
-            ::rmdir(targetPath.constData());
-        return ZEL_ERROR(ErrorCode::BadArgument,
-                         TreeCopy::tr("\"%1\" cannot be copied into itself.").arg(source));
-    }
+    // Open from the first byte on: it is told of every failure to bring one to the disk.
+    ZEL_TRY_LET(const Descriptor to, openTarget(targetPath, from, sourcePath));
 
     Error error;
     Walk walk(options, progress);

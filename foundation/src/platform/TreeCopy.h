@@ -21,8 +21,9 @@ namespace zel {
 /// is followed.
 ///
 /// When a call returns success, the data is on the disk, not only on its way there. Failures have
-/// code 1 and name the path and the reason; a refused progress gives code 20 without a message.
-/// Names need not be valid text. Threads: as many calls at once as you like.
+/// code 7 for want of space, else 1, and name the path and the reason; a refused progress gives
+/// code 20 without a message. Names need not be valid text. Threads: as many calls at once as you
+/// like.
 class ZEL_RESOURCE_MANAGER_EXPORT TreeCopy
 {
     Q_DECLARE_TR_FUNCTIONS(zel::TreeCopy)

@@ -11,24 +11,16 @@ namespace zel {
 
 using namespace posix;
 
-namespace {
-
-QString shownPath(const std::filesystem::path &path)
-{
-    return shown(QByteArray::fromStdString(path.native()));
-}
-
-} // namespace
-
 Result<bool> VolumeMove::move(const std::filesystem::path &from, const std::filesystem::path &to)
 {
     if (::rename(from.c_str(), to.c_str()) == 0)
         return true;
-    if (errno == EXDEV)
+    const int reason = errno;
+    if (reason == EXDEV)
         return false;
-    return ZEL_ERROR(ErrorCode::OperationFailed,
+    return ZEL_ERROR(codeOf(reason),
                      tr("Renaming \"%1\" to \"%2\" failed: %3")
-                         .arg(shownPath(from), shownPath(to), qt_error_string(errno)));
+                         .arg(shown(from), shown(to), qt_error_string(reason)));
 }
 
 Result<bool> VolumeMove::exchange(const std::filesystem::path &one,
@@ -36,11 +28,12 @@ Result<bool> VolumeMove::exchange(const std::filesystem::path &one,
 {
     if (::renameat2(AT_FDCWD, one.c_str(), AT_FDCWD, other.c_str(), RENAME_EXCHANGE) == 0)
         return true;
-    if (errno == EXDEV || errno == EINVAL || errno == ENOSYS)
+    const int reason = errno;
+    if (reason == EXDEV || reason == EINVAL || reason == ENOSYS)
         return false;
-    return ZEL_ERROR(ErrorCode::OperationFailed,
+    return ZEL_ERROR(codeOf(reason),
                      tr("Exchanging \"%1\" and \"%2\" failed: %3")
-                         .arg(shownPath(one), shownPath(other), qt_error_string(errno)));
+                         .arg(shown(one), shown(other), qt_error_string(reason)));
 }
 
 } // namespace zel

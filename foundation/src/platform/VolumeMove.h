@@ -8,8 +8,8 @@
 
 namespace zel {
 
-/// Moves within a volume, in one step for everybody who looks. Failures have code 1 and name the
-/// paths and the reason.
+/// Moves within a volume, in one step for everybody who looks. Failures have code 7 for want of
+/// space, else 1, and name the paths and the reason.
 class ZEL_RESOURCE_MANAGER_EXPORT VolumeMove
 {
     Q_DECLARE_TR_FUNCTIONS(zel::VolumeMove)

@@ -105,19 +105,9 @@ Error ShareRetrieval::collect(const ShareListing &listing)
     for (const ShareListing::Entry &entry : listing.entries()) {
         if (isCanceled())
             return ZEL_PASS(Error(ErrorCode::Canceled));
-        ZEL_TRY(error, withoutRoom(copyEntry(entry)));
+        ZEL_TRY(error, copyEntry(entry));
     }
     return error;
-}
-
-/// Many small files use a volume up before its bytes are used up, and then it is the making of a
-/// file, folder or link that fails.
-Error ShareRetrieval::withoutRoom(const Error &failure) const
-{
-    if (failure.errorCode() != ErrorCode::OperationFailed
-        || !FreeSpace::isFull(plan.stagingDirectory))
-        return failure;
-    return ZEL_ERROR(SchemeErrors::noSpace, failure.errorMessage());
 }
 
 /// What an earlier fetch of the same state has left.
@@ -148,7 +138,7 @@ Error ShareRetrieval::copyEntry(const ShareListing::Entry &entry)
     fs::create_directory(targetOf(entry), code);
     if (!code)
         return {};
-    return ZEL_ERROR(ErrorCode::OperationFailed,
+    return ZEL_ERROR(FreeSpace::codeOf(code),
                      tr("Making the folder \"%1\" failed: %2")
                          .arg(textPath(targetOf(entry)), QString::fromStdString(code.message())));
 }
@@ -160,7 +150,7 @@ Error ShareRetrieval::copyLink(const ShareListing::Entry &entry) const
     fs::create_symlink(entry.linkTarget, targetOf(entry), code);
     if (!code)
         return {};
-    return ZEL_ERROR(ErrorCode::OperationFailed,
+    return ZEL_ERROR(FreeSpace::codeOf(code),
                      tr("Making the link \"%1\" failed: %2")
                          .arg(textPath(targetOf(entry)), QString::fromStdString(code.message())));
 }

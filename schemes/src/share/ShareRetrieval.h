@@ -36,7 +36,6 @@ private:
     Error checkExpected(const ShareListing &listing) const;
     Error collect(const ShareListing &listing);
     qint64 stagedBytes(const ShareListing &listing) const;
-    Error withoutRoom(const Error &failure) const;
     Error copyEntry(const ShareListing::Entry &entry);
     Error copyLink(const ShareListing::Entry &entry) const;
     Error copyFile(const ShareListing::Entry &entry);

@@ -15,6 +15,7 @@
 #include <QUuid>
 
 #include <algorithm>
+#include <limits>
 
 namespace zel {
 
@@ -28,8 +29,11 @@ namespace {
 constexpr int mostPlaces = 16;
 // A place that is removed between the making of its folder and the locking is made again.
 constexpr int mostTries = 8;
-// What the database of a cache needs at its busiest moments, with plenty to spare.
-constexpr qint64 bytesToLeaveFree = 8ll * 1024 * 1024;
+// What the database of a cache needs at its busiest moments. One that cannot be written to cannot
+// even take down that a fetch has ended.
+constexpr qint64 bytesForDatabase = 4ll * 1024 * 1024;
+// So much is given back on a full volume, so that after it small resources can still be fetched.
+constexpr qint64 bytesToLeaveFree = 2 * bytesForDatabase;
 
 /// Shortens files of the folder by so many bytes in all, if they have as many, and gives by how
 /// many. What is left of a file is its beginning, from which a later fetch goes on.
@@ -178,12 +182,15 @@ Result<std::unique_ptr<StagedFile>> StagingArea::openMainFile()
 Error StagingArea::requireSpace(qint64 bytes) const
 {
     const auto available = FreeSpace::availableBytes(folder);
-    if (!available.hasValue() || available.value() >= bytes)
+    const bool isWhole = bytes <= 0; // all of it is here, which needs no more room
+    if (!available.hasValue() || isWhole || available.value() - bytesForDatabase >= bytes)
         return {};
     const QLocale locale = QLocale::c();
+    constexpr qint64 most = std::numeric_limits<qint64>::max();
+    const qint64 needed = std::min(bytes, most - bytesForDatabase) + bytesForDatabase;
     return ZEL_ERROR(SchemeErrors::noSpace,
                      tr("There is no room for %1: %2 are needed, %3 are free.")
-                         .arg(plan.displayText, locale.formattedDataSize(bytes),
+                         .arg(plan.displayText, locale.formattedDataSize(needed),
                               locale.formattedDataSize(available.value())));
 }
 

@@ -43,8 +43,8 @@ public:
     /// The file that the resource becomes, with what it holds already.
     Result<std::unique_ptr<StagedFile>> openMainFile();
 
-    /// Code 7 if the volume has no room for `bytes` more; call it before the first byte. A volume
-    /// that does not tell counts as large enough.
+    /// Code 7 if the volume has no room for `bytes` more and for the cache's database, which lies
+    /// there too; call it before the first byte. A volume that does not tell is large enough.
     Error requireSpace(qint64 bytes) const;
 
     /// Drops what was collected.

@@ -38,6 +38,15 @@ TEST(FreeSpaceTest, isSameVolume_oneAndTwoVolumes_areToldApart)
     EXPECT_FALSE(FreeSpace::isSameVolume(dir.path(), u"/proc"_s).value());
 }
 
+TEST(FreeSpaceTest, codeOf_tellsWantOfSpaceFromEverythingElse)
+{
+    for (const int reason : { ENOSPC, EDQUOT })
+        EXPECT_EQ(FreeSpace::codeOf({ reason, std::generic_category() }), 7);
+    EXPECT_EQ(FreeSpace::codeOf({ ENOSPC, std::system_category() }), 7);
+    for (const int reason : { EACCES, EFBIG, EIO })
+        EXPECT_EQ(FreeSpace::codeOf({ reason, std::generic_category() }), 1);
+}
+
 TEST(FreeSpaceTest, smallVolume_isMeasuredAndToldApart)
 {
     const QTemporaryDir dir;

@@ -60,7 +60,7 @@ TEST_F(NativeFileTest, writeAt_openForReading_failsForAnotherReasonThanSpace)
 {
     writeFile(directory.filePath(u"file"_s), "abc");
     NativeFile file = open("file", NativeFile::Mode::Read);
-    EXPECT_TRUE(file.writeAt(0, "x", 1).hasError());
+    EXPECT_EQ(file.writeAt(0, "x", 1).errorCode(), ErrorCode::OperationFailed);
     EXPECT_FALSE(file.isOutOfSpace());
 }
 
@@ -69,7 +69,7 @@ TEST_F(NativeFileTest, writeAt_fullVolume_tellsSo)
     auto file = NativeFile::open("/dev/full", NativeFile::Mode::ReadWrite);
     if (!file.hasValue())
         GTEST_SKIP() << "no device that is always full";
-    EXPECT_TRUE(file.value().writeAt(0, "x", 1).hasError());
+    EXPECT_EQ(int(file.value().writeAt(0, "x", 1).errorCode()), 7);
     EXPECT_TRUE(file.value().isOutOfSpace());
 }
 
