@@ -158,6 +158,26 @@ TEST_F(FullDiskCliTest, get_noFileMoreAtAnyStepOfTheFetch_isCode7)
     }
 }
 
+TEST_F(FullDiskCliTest, add_folderLargerThanTheVolume_isCode7AndLeavesNothing)
+{
+    const QString small = cache.outside(u"small.raw"_s);
+    writeFile(small, "small");
+    writeFile(cache.outside(u"run.d/first"_s), "a");
+    writeFile(cache.outside(u"run.d/second"_s), QByteArray(9'000'000, 'b'));
+    const auto run
+        = runOnVolume(u"size=6m"_s,
+                      u"$zelcache add http://127.0.0.1:9/run.d %1; echo code $?; "
+                      "find %2/Cache -mindepth 3; $zelcache add http://127.0.0.1:9/a %3"_s.arg(
+                          cache.outside(u"run.d"_s), cache.baseDir(), small));
+    EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
+    const QStringList lines = linesOf(run->output());
+    ASSERT_EQ(lines.size(), 2) << run->output().toStdString();
+    EXPECT_EQ(lines.at(0), u"code 7"_s);
+    EXPECT_TRUE(lines.at(1).endsWith(u"/a"_s));
+    EXPECT_TRUE(run->errors().contains("second")) << run->errors().toStdString();
+    EXPECT_TRUE(run->errors().contains("No space left")) << run->errors().toStdString();
+}
+
 TEST_F(FullDiskCliTest, get_volumeFullBefore_failsWithoutACrash)
 {
     const QString reference = sharedFile(u"small.raw"_s, "small");

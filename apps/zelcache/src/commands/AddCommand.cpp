@@ -3,6 +3,7 @@
 #include "Library.h"
 #include "RemoteResourceHandler.h"
 #include "ResourceManager.h"
+#include "WholeCopy.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -14,8 +15,9 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 /// Copies the source to where the resource of the handler belongs.
-Error addTo(const QSharedPointer<ResourceHandler> &handler, const QString &source)
+Error addTo(const QSharedPointer<ResourceHandler> &handler, const Context &context)
 {
+    const QString &source = context.options.source;
     const QString name = handler->reference()->referenceText(true);
     const auto remote = handler.dynamicCast<RemoteResourceHandler>();
     if (!remote)
@@ -29,8 +31,14 @@ Error addTo(const QSharedPointer<ResourceHandler> &handler, const QString &sourc
     const auto unused = ResourceManager::retrieveAsync(handler, ResourceHandler::Manual);
     if (!unused.hasValue())
         return ZEL_PASS(unused.error());
+    ZEL_TRY_LET(const auto target, handler->expectedPath());
     const QString path = QDir::cleanPath(QFileInfo(source).absoluteFilePath());
-    return ZEL_PASS(remote->addToCache(PathImpl<PathType::Unknown>(path)));
+    return ZEL_PASS(remote->addToCache([&]() -> Error {
+        const Error outcome = ZEL_PASS(copyWhole(path, target));
+        for (const QString &warning : outcome.warnings())
+            context.output.warning(warning);
+        return outcome;
+    }));
 }
 
 } // namespace
@@ -42,7 +50,7 @@ ExitCode runAdd(const Context &context)
     const auto handler = handlerOf(context.options.references.constFirst());
     if (!handler.hasValue())
         return context.fail(handler.error());
-    const Error failure = addTo(handler.value(), context.options.source);
+    const Error failure = addTo(handler.value(), context);
     if (failure.hasError())
         return context.fail(failure);
     const auto path = handler.value()->expectedPath();

@@ -1,0 +1,68 @@
+#include "WholeCopy.h"
+
+#include "errors/Propagate.h"
+#include "platform/FileSync.h"
+#include "platform/ProcessIdentity.h"
+#include "platform/TreeCopy.h"
+#include "platform/TreeRemoval.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr QLatin1StringView prefix(".adding-");
+
+/// The copy on its way: beside its place, under a name that tells whose it is.
+QString incomingFor(const QString &target)
+{
+    const ProcessIdentity self = ProcessIdentity::current();
+    return u"%1/%2%3-%4"_s.arg(QFileInfo(target).path(), prefix, QString::number(self.pid),
+                               QString::number(self.startTime));
+}
+
+bool isInUse(const QString &name)
+{
+    const QStringList numbers = name.mid(prefix.size()).split(u'-');
+    const ProcessIdentity owner { numbers.value(0).toLongLong(), numbers.value(1).toLongLong(),
+                                  ProcessIdentity::current().bootId };
+    return owner.isAlive();
+}
+
+void removeRemains(const QDir &folder)
+{
+    const QStringList names
+        = folder.entryList({ prefix + u'*' }, QDir::AllEntries | QDir::Hidden | QDir::System);
+    for (const QString &name : names) {
+        if (!isInUse(name))
+            ZEL_DROP(TreeRemoval::remove(folder.filePath(name))); // it is in nobody's way
+    }
+}
+
+Error publish(const QString &incoming, const QString &target)
+{
+    if (QFileInfo::exists(target))
+        return ZEL_ERROR(ErrorCode::OperationFailed, u"%1 is there already."_s.arg(target));
+    return ZEL_PASS(FileSync::renameDurably(incoming, target));
+}
+
+} // namespace
+
+Error copyWhole(const QString &source, const QString &target)
+{
+    const QString incoming = incomingFor(target);
+    removeRemains(QFileInfo(target).dir());
+    const auto copier = QFileInfo(source).isDir() ? &TreeCopy::copyTree : &TreeCopy::copyFile;
+    const Error copied = ZEL_PASS(copier(source, incoming, {}, {}));
+    const Error failure = copied.hasError() ? copied : publish(incoming, target);
+    if (!failure.hasError())
+        return copied; // with its warnings
+    ZEL_DROP(TreeRemoval::remove(incoming)); // the next copy tries again
+    return ZEL_PASS(failure);
+}
+
+} // namespace zel::cli
