@@ -49,7 +49,10 @@ UrlReference::UrlReference(Scheme scheme, const Parts &parts, const ExpectedCont
     : ResourceReference(scheme)
     , parts(parts)
     , expected(expected)
+    , latest(LatestAddress::of(UrlReference::referenceText(false)))
 {
+    if (parts.path != parts.publicPath || parts.query != parts.publicQuery)
+        latest->set(ownRequestUrl());
 }
 
 Result<QSharedPointer<ResourceReference>> UrlReference::parse(Scheme scheme, const QString &text)
@@ -163,6 +166,12 @@ std::optional<QString> UrlReference::referenceFullPath() const
 }
 
 QByteArray UrlReference::requestUrl() const
+{
+    const QByteArray signedLast = latest->get();
+    return signedLast.isEmpty() ? ownRequestUrl() : signedLast;
+}
+
+QByteArray UrlReference::ownRequestUrl() const
 {
     const QString query = parts.query.isEmpty() ? QString() : u'?' + parts.query;
     return (parts.server + parts.path + query).toLatin1();

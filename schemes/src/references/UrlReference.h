@@ -1,6 +1,7 @@
 #pragma once
 
 #include "references/ExpectedContent.h"
+#include "references/LatestAddress.h"
 #include "references/ResourceReference.h"
 
 #include <QByteArray>
@@ -28,7 +29,8 @@ public:
     std::optional<QString> referenceFullPath() const override;
 
     /// The address to ask, in its one spelling, with the parameters that the key form leaves out:
-    /// not to be stored, logged or shown. No fragment.
+    /// not to be stored, logged or shown. No fragment. Of all living references of this key form,
+    /// the one that was made last with such parameters tells them: signatures grow old.
     QByteArray requestUrl() const;
     const ExpectedContent &expectedContent() const { return expected; }
     /// The decoded last part of the path; never empty.
@@ -50,8 +52,11 @@ private:
     static Result<QString> normalisedHost(const QString &host);
     static Result<QString> normalisedPort(const QString &protocol, const QString &port);
 
+    QByteArray ownRequestUrl() const;
+
     const Parts parts;
     const ExpectedContent expected;
+    const std::shared_ptr<LatestAddress> latest;
 };
 
 } // namespace zel

@@ -107,6 +107,21 @@ TEST_F(HttpSchemeTest, retrieve_refused_tellsWhatTheServerSaidAndIsMissing)
     EXPECT_FALSE(QFileInfo::exists(pathOf(*file)));
 }
 
+TEST_F(HttpSchemeTest, retrieve_handlerOfAnOldSignature_asksWithTheNewestOne)
+{
+    ScriptedServer server([](const auto &request, auto &connection) {
+        const bool isValid = request.target.contains("token=new");
+        connection.send(ScriptedServer::answer(isValid ? "200 OK" : "403 Forbidden", {}, "hello"));
+    });
+    const auto held = handler(server.url(u"a.raw?token=old"_s));
+    EXPECT_EQ(held->retrieve().errorCode(), ErrorCode::OperationFailed);
+
+    const auto again = handler(server.url(u"a.raw?token=new"_s));
+    EXPECT_EQ(again, held);
+    EXPECT_EQ(again->retrieve(), Error());
+    EXPECT_EQ(readFile(pathOf(*held)), QByteArray("hello"));
+}
+
 TEST_F(HttpSchemeTest, retrieve_afterABreak_goesOnFromTheBytesThatAreHere)
 {
     std::atomic<int> asked = 0;

@@ -183,6 +183,28 @@ TEST(UrlReferenceTest, requestUrl_keepsTheTokensOfThePathAndNothingElseDoes)
     EXPECT_EQ(reference->referencePath(), u"/x/a.raw"_s);
 }
 
+TEST(UrlReferenceTest, requestUrl_signedAnewMeanwhile_isTheNewerOne)
+{
+    const auto old = parse(u"https://host/a.raw?id=7&token=old"_s).value();
+    const auto other = parse(u"https://host/a.raw?id=8&token=other"_s).value();
+    {
+        const auto fresh = parse(u"HTTPS://host:443/a.raw?id=7&token=new"_s).value();
+        EXPECT_EQ(urlOf(fresh).requestUrl(), "https://host/a.raw?id=7&token=new");
+    }
+    // As a purge reads it from the database.
+    const auto plain = parse(u"https://host/a.raw?id=7"_s).value();
+    EXPECT_EQ(urlOf(old).requestUrl(), "https://host/a.raw?id=7&token=new");
+    EXPECT_EQ(urlOf(plain).requestUrl(), "https://host/a.raw?id=7&token=new");
+    EXPECT_EQ(urlOf(other).requestUrl(), "https://host/a.raw?id=8&token=other");
+}
+
+TEST(UrlReferenceTest, requestUrl_allSignedReferencesGone_hasNoSignature)
+{
+    EXPECT_EQ(urlOf(parse(u"https://host/b.raw?token=old"_s).value()).requestUrl(),
+              "https://host/b.raw?token=old");
+    EXPECT_EQ(urlOf(parse(u"https://host/b.raw"_s).value()).requestUrl(), "https://host/b.raw");
+}
+
 TEST(UrlReferenceTest, key_ofTwoSignedLinksToOneFile_isTheSame)
 {
     EXPECT_EQ(keyOf(u"https://h/a?Expires=1&Signature=x"_s),
