@@ -5,6 +5,7 @@
 #include "ResourceManagerSettings.h"
 #include "Task.h"
 #include "errors/Result.h"
+#include "files/FileTypes.h"
 
 #include <QHash>
 #include <QList>
@@ -14,11 +15,13 @@
 #include <qcoro/qcorotask.h>
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 
 namespace zel {
 
+class AssociatedResourcesProviderInterface;
 class ResourceCache;
 class ResourcePromptingInterface;
 
@@ -50,9 +53,15 @@ public:
     /// cannot be opened stays closed, the manager works on without it.
     static ResourceManager &instance();
 
-    /// These two count only before the first call of instance().
+    /// These three count only before the first call of instance().
     static void overrideDefaultSettings(const ResourceManagerSettings &settings);
     static void overrideDefaultFullScanInterval(std::chrono::days interval);
+    /// Has the manager's cache count, with data of this type, what the provider names. For
+    /// libraries of schemes: the cache may start to count the moment it is opened, and from then on
+    /// it is too late to register a provider with it. Of one type the last one counts.
+    static void addAssociatedResourcesProvider(
+        ExtendableEnumRef<FileTypes::FileTypeData> type,
+        const std::function<std::unique_ptr<AssociatedResourcesProviderInterface>()> &maker);
 
     /// Takes over other settings; does not save them. They are kept even if applying them fails.
     /// Another base directory moves an open cache there, a closed one stays closed. Code 1 if the

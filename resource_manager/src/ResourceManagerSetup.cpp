@@ -1,3 +1,4 @@
+#include "AssociatedResourcesProviderInterface.h"
 #include "MsDataAssociatedResourcesProvider.h"
 #include "MsFileTypes.h"
 #include "ResourceCache.h"
@@ -20,6 +21,13 @@ constexpr int maxRunningTasks = 6;
 // What the host asked for before the manager exists; read once, when it is made.
 constinit std::optional<ResourceManagerSettings> defaultSettingsOverride;
 constinit std::optional<std::chrono::days> fullScanIntervalOverride;
+
+struct AddedProvider
+{
+    ExtendableEnumRef<FileTypes::FileTypeData> type;
+    std::function<std::unique_ptr<AssociatedResourcesProviderInterface>()> make;
+};
+constinit std::vector<AddedProvider> addedProviders;
 
 } // namespace
 
@@ -46,6 +54,13 @@ void ResourceManager::overrideDefaultFullScanInterval(std::chrono::days interval
     fullScanIntervalOverride = interval;
 }
 
+void ResourceManager::addAssociatedResourcesProvider(
+    ExtendableEnumRef<FileTypes::FileTypeData> type,
+    const std::function<std::unique_ptr<AssociatedResourcesProviderInterface>()> &maker)
+{
+    addedProviders.push_back({ type, maker });
+}
+
 Error ResourceManager::updateSettings(const ResourceManagerSettings &settings)
 {
     return ZEL_PASS(instance().d->setSettings(settings));
@@ -67,6 +82,8 @@ ResourceManager::Private::Private(ResourceManager *owner,
         cache->setFullScanInterval(*fullScanIntervalOverride);
     cache->registerAssociatedResourcesProvider(
         msreader::MsFileTypes::ms, std::make_unique<MsDataAssociatedResourcesProvider>());
+    for (const AddedProvider &added : addedProviders)
+        cache->registerAssociatedResourcesProvider(added.type, added.make());
     openCacheAtStart();
     tasksQueue.setConnectionType(Qt::DirectConnection);
     tasksQueue.setMaxRunningTasksCount(maxRunningTasks);

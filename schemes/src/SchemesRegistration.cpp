@@ -1,12 +1,14 @@
 #include "SchemesRegistration.h"
 
 #include "ResourceHandlerFactory.h"
+#include "ResourceManager.h"
 #include "ResourceMetadataFactory.h"
 #include "SchemeMetadata.h"
 #include "errors/Propagate.h"
 #include "file/FileResourceHandler.h"
 #include "http/HttpScheme.h"
 #include "references/PathReference.h"
+#include "share/ShareCompanions.h"
 #include "share/ShareResourceHandler.h"
 
 namespace zel {
@@ -61,6 +63,8 @@ void registerResourceSchemes()
     for (const Scheme scheme : { Scheme::File, Scheme::Share })
         ResourceMetadataFactory::registerMetadataScheme(scheme, &SchemeMetadata::fromJson);
     ZEL_DROP(registerHttpScheme()); // another one has a prefix
+    ResourceManager::addAssociatedResourcesProvider(
+        ShareCompanions::fileType(), [] { return std::make_unique<ShareCompanions>(); });
 }
 
 } // namespace zel

@@ -11,7 +11,8 @@ namespace zel {
 ///                       cache; "#sha256=..." or "#md5=..." behind a file is checked
 ///   http:, https:       one file of a web server, copied into the cache; checksums as above
 ///
-/// Call it before the first reference is made and before other threads start. Calling it again does
+/// Call it before the first reference is made, before the first call of ResourceManager::instance()
+/// and before other threads start. Calling it again does
 /// no harm. A scheme that cannot be registered, because another one has taken its prefix, is logged
 /// and left out.
 ZEL_RESOURCE_SCHEMES_EXPORT void registerResourceSchemes();

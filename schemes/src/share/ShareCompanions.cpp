@@ -1,0 +1,37 @@
+#include "share/ShareCompanions.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace zel {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// Made while the library loads, as all types are.
+const ExtendableEnum<FileTypes::FileTypeData> companionedType(
+    QLatin1StringView("SHARE_WITH_COMPANION"),
+    { { QStringLiteral("wiff"), QStringLiteral("wiff2") } });
+
+} // namespace
+
+ExtendableEnumRef<FileTypes::FileTypeData> ShareCompanions::fileType()
+{
+    return companionedType;
+}
+
+QList<QString> ShareCompanions::getAssociatedResources(const QString &path) const
+{
+    const QFileInfo info(path);
+    const QString companion = info.fileName() + u".scan"_s;
+    QList<QString> found;
+    const QStringList names = info.dir().entryList(QDir::Files | QDir::Hidden, QDir::NoSort);
+    for (const QString &name : names) {
+        if (name.compare(companion, Qt::CaseInsensitive) == 0 && name.startsWith(info.fileName()))
+            found << info.dir().filePath(name);
+    }
+    return found;
+}
+
+} // namespace zel
