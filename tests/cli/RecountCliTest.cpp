@@ -47,6 +47,15 @@ protected:
         return linesOf(run.output());
     }
 
+    /// Lets every change of the size of this resource fail.
+    void refuseSizeOf(const QString &reference) const
+    {
+        CacheDatabase(cache.databasePath())
+            .run(u"CREATE TRIGGER refuse BEFORE UPDATE OF fileSize ON CachedResources "
+                 "WHEN OLD.reference = '%1' BEGIN SELECT RAISE(ABORT, 'refused'); END"_s.arg(
+                     reference));
+    }
+
     /// So many rows that lead to one and the same folder of many files: a count that takes seconds.
     void fillForALongCount() const
     {
@@ -54,7 +63,7 @@ protected:
         for (int i = 0; i < 300; ++i)
             writeFile(folder + u"/%1"_s.arg(i), "x");
         CacheDatabase(cache.databasePath())
-            .run(u"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 3000) "
+            .run(u"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 4000) "
                  "INSERT INTO CachedResources (reference, cachedPath, fileSize, status, "
                  "cleanupPolicy, lastAccessDateTime, lastStatusUpdateClientId) SELECT "
                  "'share:/many' || i, ?, 1, 'Ready', "
@@ -79,6 +88,23 @@ TEST_F(RecountCliTest, recount_fileThatGrew_isToldWithOldAndNewSize)
         changesOf(*start({ u"recount"_s })),
         (QStringList { u"1.0 KiB -> 3.0 KiB  "_s + grown, u"Whole cache: 2.0 KiB -> 4.0 KiB"_s }));
     EXPECT_EQ(sizeOf(grown), 3072);
+}
+
+TEST_F(RecountCliTest, recount_sideFiles_areCounted)
+{
+    const QString data = fetched(u"x.mzML"_s, 1024);
+    const QString other = fetched(u"x.txt"_s, 1024);
+    for (const QString &reference : { data, other }) {
+        writeFile(pathOf(reference) + u".ms1.cache"_s, QByteArray(512, 's'));
+        writeFile(pathOf(reference) + u".other"_s, QByteArray(512, 's'));
+    }
+    EXPECT_EQ(
+        changesOf(*start({ u"recount"_s })),
+        (QStringList { u"1.0 KiB -> 1.5 KiB  "_s + data, u"Whole cache: 2.0 KiB -> 2.5 KiB"_s }));
+    ASSERT_TRUE(QFile::remove(pathOf(data) + u".ms1.cache"_s));
+    EXPECT_EQ(
+        changesOf(*start({ u"recount"_s, data })),
+        (QStringList { u"1.5 KiB -> 1.0 KiB  "_s + data, u"Whole cache: 2.5 KiB -> 2.0 KiB"_s }));
 }
 
 TEST_F(RecountCliTest, recount_dataThatIsGone_counts0AndStaysReady)
@@ -176,6 +202,53 @@ TEST_F(RecountCliTest, recountReferences_badOne_isCode2WithoutItsSecretAndTheOth
     EXPECT_TRUE(run->output().startsWith("1.0 KiB -> 2.0 KiB  ")) << run->output().toStdString();
 }
 
+TEST_F(RecountCliTest, recountReferences_oneThatFails_isCode1AndTheOthersGoOn)
+{
+    const QString failing = fetched(u"a.raw"_s, 1024);
+    const QString other = fetched(u"b.raw"_s, 1024);
+    for (const QString &reference : { failing, other })
+        writeFile(pathOf(reference), QByteArray(2048, 'b'));
+    refuseSizeOf(failing);
+    const auto run = start({ u"recount"_s, failing, other });
+    EXPECT_EQ(run->exitCode(), 1);
+    EXPECT_TRUE(run->errors().contains(failing.toUtf8() + ": ")) << run->errors().toStdString();
+    EXPECT_EQ(
+        linesOf(run->output()),
+        (QStringList { u"1.0 KiB -> 2.0 KiB  "_s + other, u"Whole cache: 2.0 KiB -> 3.0 KiB"_s }));
+}
+
+TEST_F(RecountCliTest, recount_oneThatFails_isCode1AndChangesNothing)
+{
+    const QString failing = fetched(u"b.raw"_s, 1024);
+    const QString other = fetched(u"a.raw"_s, 1024);
+    for (const QString &reference : { failing, other })
+        writeFile(pathOf(reference), QByteArray(2048, 'b'));
+    refuseSizeOf(failing);
+    const auto run = start({ u"recount"_s, u"--json"_s });
+    EXPECT_EQ(run->exitCode(), 1);
+    EXPECT_EQ(jsonOf(run->output()).value(u"error"_s).toObject().value(u"code"_s).toInt(), 1);
+    EXPECT_EQ(sizeOf(other), 1024);
+    EXPECT_EQ(lastScan(), 0);
+}
+
+TEST_F(RecountCliTest, recountReferences_interrupted_leavesOutTheRest)
+{
+    const QString reference = fetched(u"a.raw"_s, 1024);
+    const QStringList manyTimes(3000, reference);
+    const auto run = start(QStringList { u"recount"_s, u"-v"_s, u"--json"_s } + manyTimes);
+    waitUntil([&run] { return run->errors().contains("Counting share:"); });
+    run->sendSignal(SIGINT);
+    EXPECT_EQ(run->exitCode(), 130);
+    const QJsonArray results = jsonOf(run->output()).value(u"results"_s).toArray();
+    ASSERT_EQ(results.size(), 3000);
+    EXPECT_EQ(results.first().toObject().value(u"after"_s).toInt(), 1024);
+    const QJsonObject last = results.last().toObject();
+    EXPECT_EQ(last.value(u"error"_s).toObject().value(u"code"_s).toInt(), 20);
+    CacheDatabase database(cache.databasePath());
+    EXPECT_EQ(database.count(u"Clients"_s), 0);
+    EXPECT_EQ(database.count(u"ResourceUsages"_s), 0);
+}
+
 TEST_F(RecountCliTest, recount_noCache_isCode8AndMakesNone)
 {
     for (const QStringList &end : { QStringList {}, QStringList { sharedFile(u"a.raw"_s, "a") } }) {
@@ -192,7 +265,7 @@ TEST_F(RecountCliTest, recount_atATerminal_showsThatItCounts)
     fetched(u"a.raw"_s, 1024);
     fillForALongCount();
     const auto run = startAtTerminal({ u"recount"_s });
-    EXPECT_TRUE(run->waitFor("Counting 3001 resources 0:0"));
+    EXPECT_TRUE(run->waitFor("Counting 4001 resources 0:0"));
     EXPECT_EQ(run->exitCode(), 0);
     EXPECT_TRUE(run->seen().contains("Whole cache: ")) << run->seen().right(1000).toStdString();
 }
@@ -202,13 +275,13 @@ TEST_F(RecountCliTest, recount_interrupted_saysThatItCannotStopAndEndsWhenItIsDo
     fetched(u"a.raw"_s, 1024);
     fillForALongCount();
     const auto run = start({ u"recount"_s, u"-v"_s });
-    waitUntil([&run] { return run->errors().contains("Counting 3001 resources."); });
+    waitUntil([&run] { return run->errors().contains("Counting 4001 resources."); });
     run->sendSignal(SIGINT);
     waitUntil([&run] { return run->errors().contains("cannot be cut short"); });
     EXPECT_EQ(lastScan(), 0) << "the count had ended before the signal came";
     EXPECT_EQ(run->exitCode(), 130) << run->errors().toStdString();
     EXPECT_GT(lastScan(), 0);
-    EXPECT_EQ(sizeOf(u"share:/many3000"_s), 300);
+    EXPECT_EQ(sizeOf(u"share:/many4000"_s), 300);
     EXPECT_TRUE(run->output().contains("Whole cache: ")) << "the answer is there all the same";
     EXPECT_EQ(CacheDatabase(cache.databasePath()).count(u"Clients"_s), 0);
 }
@@ -218,13 +291,13 @@ TEST_F(RecountCliTest, recount_interruptedTwice_endsAtOnceAndChangesNothing)
     fetched(u"a.raw"_s, 1024);
     fillForALongCount();
     const auto run = start({ u"recount"_s, u"-v"_s });
-    waitUntil([&run] { return run->errors().contains("Counting 3001 resources."); });
+    waitUntil([&run] { return run->errors().contains("Counting 4001 resources."); });
     run->sendSignal(SIGINT);
     waitUntil([&run] { return run->errors().contains("cannot be cut short"); });
     run->sendSignal(SIGINT);
     EXPECT_EQ(run->exitCode(), 130);
     EXPECT_EQ(lastScan(), 0);
-    EXPECT_EQ(sizeOf(u"share:/many3000"_s), 1);
+    EXPECT_EQ(sizeOf(u"share:/many4000"_s), 1);
     const auto again = start({ u"recount"_s, u"share:/many1"_s });
     EXPECT_EQ(again->exitCode(), 3) << "the lock is free";
 }

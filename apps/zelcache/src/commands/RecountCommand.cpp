@@ -206,6 +206,7 @@ ExitCode recountEach(const Context &context, const Snapshot &before)
     RecountReport report;
     for (const QString &argument : context.options.references) {
         QCoreApplication::processEvents();
+        context.output.note(u"Counting "_s + withoutSecrets(argument));
         report.results.append(signalWatch.received() == 0 ? recounted(argument, sizesBefore)
                                                           : canceled(argument));
     }
