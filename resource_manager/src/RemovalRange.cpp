@@ -1,5 +1,7 @@
 #include "RemovalRange.h"
 
+#include "platform/FolderGlance.h"
+
 #include <QDirIterator>
 #include <QFileInfo>
 
@@ -7,10 +9,12 @@ namespace zel {
 
 namespace {
 
-/// Reads two entries at most: a listing of the whole folder for each resource that goes would make
-/// a purge of many siblings quadratic.
+/// Reads a few entries at most: a listing of the whole folder for each resource that goes would
+/// make a purge of many siblings quadratic.
 bool hasSeveralEntries(const QDir &folder)
 {
+    if (FolderGlance::showsSeveral(folder.path()))
+        return true;
     QDirIterator entries(folder.path(), QDir::AllEntries | QDir::NoDotAndDotDot);
     for (int count = 0; entries.hasNext(); entries.next()) {
         if (++count > 1)

@@ -80,6 +80,24 @@ public:
         qint64 count = -1; ///< usages of the same resource by other clients
     };
 
+    /// Resources of a known size that no size purge takes, since somebody uses them.
+    struct PinnedSize
+    {
+        qint64 count = 0;
+        qint64 size = 0; ///< bytes
+        qint64 fetchedCount = 0; ///< those of them that somebody fetches anew
+        qint64 fetchedSize = 0; ///< bytes
+    };
+
+    /// What of it one client uses, each resource once.
+    struct PinningClient
+    {
+        qint64 clientId = -1;
+        std::optional<qint64> processId; ///< empty if the client is gone
+        qint64 count = 0;
+        qint64 size = 0; ///< bytes
+    };
+
     ResourceCacheDao();
     ResourceCacheDao(const ResourceCacheDao &) = delete;
     ResourceCacheDao &operator=(const ResourceCacheDao &) = delete;
@@ -164,6 +182,10 @@ public:
     /// close() of any process, and until then its resources count as used.
     static Result<QList<ResourceUsage>> selectResourceUsagesForClient(TransactionContext *context,
                                                                       qint64 clientId);
+
+    Result<PinnedSize> selectPinnedSize() const;
+    /// The clients that use most of it, the largest first, at most so many.
+    Result<QList<PinningClient>> selectPinningClients(int maximum) const;
 
     /// Sets the ping of the row with the application's process id; `time` in milliseconds since
     /// the epoch.

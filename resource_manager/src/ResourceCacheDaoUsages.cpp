@@ -144,6 +144,54 @@ Result<QList<ResourceCacheDao::ResourceUsage>> ResourceCacheDao::selectResourceU
     return usages;
 }
 
+Result<ResourceCacheDao::PinnedSize> ResourceCacheDao::selectPinnedSize() const
+{
+    const auto sql = u"SELECT COUNT(1), COALESCE(SUM(cr.fileSize), 0), COUNT(at.resourceId), "
+                     "COALESCE(SUM(cr.fileSize * (at.resourceId IS NOT NULL)), 0) "
+                     "FROM CachedResources cr LEFT JOIN (SELECT DISTINCT resourceId "
+                     "FROM AcquiringTasks WHERE progress IS NOT NULL) at ON at.resourceId = cr.id "
+                     "WHERE cr.fileSize > 0 AND cr.id IN (SELECT resourceId FROM ResourceUsages)"_s;
+
+    Error error;
+    QSqlQuery query = newQuery();
+    ZEL_TRY(error, db::qPrepare(query, sql));
+    ZEL_TRY(error, db::qExec(query));
+    if (!query.next()) {
+        return ZEL_ERROR(ErrorCode::OperationFailed,
+                         tr("Unable to get necessary data from database."));
+    }
+    return PinnedSize { query.value(0).toLongLong(), query.value(1).toLongLong(),
+                        query.value(2).toLongLong(), query.value(3).toLongLong() };
+}
+
+Result<QList<ResourceCacheDao::PinningClient>> ResourceCacheDao::selectPinningClients(
+    int maximum) const
+{
+    const auto sql = u"SELECT used.clientId, c.processId, COUNT(1), SUM(cr.fileSize) "
+                     "FROM (SELECT DISTINCT resourceId, clientId FROM ResourceUsages) used "
+                     "JOIN CachedResources cr ON cr.id = used.resourceId "
+                     "LEFT JOIN Clients c ON c.id = used.clientId WHERE cr.fileSize > 0 "
+                     "GROUP BY used.clientId ORDER BY SUM(cr.fileSize) DESC, used.clientId ASC "
+                     "LIMIT ?"_s;
+
+    Error error;
+    QSqlQuery query = newQuery();
+    ZEL_TRY(error, db::qPrepare(query, sql));
+    query.addBindValue(qint64 { maximum });
+    ZEL_TRY(error, db::qExec(query));
+
+    QList<PinningClient> clients;
+    while (query.next()) {
+        const QVariant process = query.value(1);
+        clients.append(
+            { query.value(0).toLongLong(),
+              process.isNull() ? std::nullopt : std::optional<qint64>(process.toLongLong()),
+              query.value(2).toLongLong(), query.value(3).toLongLong() });
+    }
+    ZEL_TRY(error, db::checkReadToEnd(query));
+    return clients;
+}
+
 // ---- Clients
 
 Error ResourceCacheDao::updateClientLastPingTime(qint64 time)

@@ -24,6 +24,9 @@ constexpr double shareOfOptimalSize = 0.9;
 /// The first number that no longer is a size.
 constexpr double maximumNumber = 9223372036854775808.0;
 
+/// How many of the clients that pin the most space a report names.
+constexpr int reportedClients = 3;
+
 /// A caller's size may be anything, its sum with ours stays a number.
 qint64 sumOf(qint64 left, qint64 right)
 {
@@ -31,6 +34,34 @@ qint64 sumOf(qint64 left, qint64 right)
     if (!qAddOverflow(left, right, &sum))
         return sum;
     return right > 0 ? std::numeric_limits<qint64>::max() : std::numeric_limits<qint64>::min();
+}
+
+/// How much to remove to come from the total size to the purge's goal.
+qint64 sizeAboveGoal(qint64 total, qint64 optimalSize)
+{
+    const double size
+        = static_cast<double>(total) - static_cast<double>(optimalSize) * shareOfOptimalSize;
+    return size < maximumNumber ? static_cast<qint64>(size) : std::numeric_limits<qint64>::max();
+}
+
+QString toText(const ResourceCacheDao::PinnedSize &pinned)
+{
+    return u"In use: %1 bytes in %2 resources, %3 bytes in %4 of them being fetched"_s.arg(
+        QString::number(pinned.size), QString::number(pinned.count),
+        QString::number(pinned.fetchedSize), QString::number(pinned.fetchedCount));
+}
+
+QString toText(const QList<ResourceCacheDao::PinningClient> &clients)
+{
+    QStringList texts;
+    for (const ResourceCacheDao::PinningClient &client : clients) {
+        const QString process
+            = client.processId ? u"process %1"_s.arg(*client.processId) : u"process gone"_s;
+        texts.append(u"client %1 (%2) %3 bytes in %4 resources"_s.arg(
+            QString::number(client.clientId), process, QString::number(client.size),
+            QString::number(client.count)));
+    }
+    return u"Largest users: %1"_s.arg(texts.isEmpty() ? u"none"_s : texts.join(u", "_s));
 }
 
 /// Whether the reference stands for a newer major version than the copy was made of.
@@ -50,8 +81,7 @@ Error ResourceCache::Private::purgeCacheIfNeeded(qint64 extraSize)
     if (total <= sizes.optimalSize)
         return ZEL_PASS(context->commit());
 
-    const auto toFree = static_cast<qint64>(
-        static_cast<double>(total) - static_cast<double>(sizes.optimalSize) * shareOfOptimalSize);
+    const qint64 toFree = sizeAboveGoal(total, sizes.optimalSize);
     error = ZEL_PASS(removeOldestResources(context.get(), toFree));
     if (error.hasError() && total > sizes.maximumSize)
         return error;
@@ -60,7 +90,27 @@ Error ResourceCache::Private::purgeCacheIfNeeded(qint64 extraSize)
         ZEL_DROP(error);
         return Error();
     }
-    return ZEL_PASS(context->commit());
+    ZEL_TRY(error, context->commit());
+    // The purge is done; a report that cannot be made does not undo it.
+    ZEL_DROP(reportPinnedSize(total - toFree, extraSize));
+    return error;
+}
+
+Error ResourceCache::Private::reportPinnedSize(qint64 goal, qint64 extraSize) const
+{
+    ZEL_TRY_LET(const qint64 current, dao->selectCurrentSize());
+    const qint64 total = sumOf(current, extraSize);
+    if (total <= goal || !lcResourceManager().isWarningEnabled())
+        return Error();
+
+    ZEL_TRY_LET(const ResourceCacheDao::PinnedSize pinned, dao->selectPinnedSize());
+    ZEL_TRY_LET(const auto clients, dao->selectPinningClients(reportedClients));
+    const QString goalAndExtra = u"%1 bytes (%2 bytes asked for in addition)"_s.arg(
+        QString::number(goal), QString::number(extraSize));
+    qCWarning(lcResourceManager).noquote()
+        << u"The purge could not free enough: %1 bytes stay above the goal of %2. %3. %4"_s.arg(
+               QString::number(total - goal), goalAndExtra, toText(pinned), toText(clients));
+    return Error();
 }
 
 Error ResourceCache::Private::removeOldestResources(TransactionContext *context, qint64 size)

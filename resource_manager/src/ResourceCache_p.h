@@ -85,6 +85,9 @@ public:
     // Purge
     Error purgeCacheIfNeeded(qint64 extraSize);
     Error removeOldestResources(TransactionContext *context, qint64 size);
+    /// Logs what keeps the cache above the size that a purge was to reach, if anything does. Fails
+    /// only to read that.
+    Error reportPinnedSize(qint64 goal, qint64 extraSize) const;
     Result<QList<QString>> outdatedReferences() const;
     Error deleteResources(const QList<QString> &references, Task *task);
     Error removeIfNotInUse(TransactionContext *context, const QString &reference);

@@ -100,4 +100,10 @@ ZEL_VISIBLE int unlink(const char *path) noexcept
     return int(::syscall(SYS_unlinkat, AT_FDCWD, path, 0));
 }
 
+ZEL_VISIBLE int unlinkat(int folder, const char *path, int flags) noexcept
+{
+    countStep();
+    return int(::syscall(SYS_unlinkat, folder, path, flags));
+}
+
 } // extern "C"

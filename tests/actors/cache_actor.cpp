@@ -7,6 +7,7 @@
 /// names of CacheActor::commands().
 
 #include "LineServer.h"
+#include "LogCapture.h"
 #include "ResourceCache.h"
 #include "ResourceRetrieveHandle.h"
 #include "SemaphoreLocker.h"
@@ -78,9 +79,10 @@ QString toAnswer(const Result<T> &result)
 class PingWatch : public QObject
 {
 public:
-    void await()
+    void await(const std::function<void()> &announce = [] {})
     {
         seen = false;
+        beforePing = announce;
         qApp->installEventFilter(this);
         while (!seen)
             loop.exec(QEventLoop::ExcludeSocketNotifiers);
@@ -92,6 +94,7 @@ public:
         const auto *timer = qobject_cast<QTimer *>(watched);
         if (event->type() == QEvent::Timer && timer && timer->interval() == pingInterval) {
             seen = true;
+            beforePing();
             // The timer delivers its timeout behind this filter, and before the loop goes on.
             QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection);
         }
@@ -102,6 +105,7 @@ private:
     static constexpr int pingInterval = 5000;
 
     QEventLoop loop;
+    std::function<void()> beforePing;
     bool seen = false;
 };
 
@@ -123,6 +127,7 @@ private:
 
     QString open();
     QString use(const QString &reference);
+    QString purgeAndListen(qint64 extraSize);
     QString hold();
     QString count(const QString &file, int times);
     ResourceRetrieveHandle &handle(const QString &reference);
@@ -210,6 +215,10 @@ void CacheActor::addCacheCommands(Commands *all)
     obeyed[u"purgeCacheIfNeeded"_s] = [this](const Words &words) {
         return toAnswer(cache.purgeCacheIfNeeded(words.at(0).toLongLong()));
     };
+    // purgeAndListen EXTRA_BYTES: the warning of the purge, "-" without one
+    obeyed[u"purgeAndListen"_s] = [this](const Words &words) {
+        return purgeAndListen(words.at(0).toLongLong());
+    };
     // setSizes OPTIMAL_BYTES MAXIMUM_BYTES
     obeyed[u"setSizes"_s] = [this](const Words &words) {
         return toAnswer(cache.setSizes({ words.at(0).toLongLong(), words.at(1).toLongLong() }));
@@ -261,6 +270,11 @@ void CacheActor::addProcessCommands(Commands *all)
         PingWatch().await();
         return ok;
     };
+    // The same, and says "pinging" right before it.
+    obeyed[u"announcedPing"_s] = [](const Words &) {
+        PingWatch().await([] { say(u"pinging"_s); });
+        return ok;
+    };
     // Says "taking" right before it takes the semaphore, "held" right after.
     obeyed[u"hold"_s] = [this](const Words &) {
         return hold();
@@ -303,6 +317,16 @@ QString CacheActor::use(const QString &reference)
         return toAnswer(usage.error());
     usages.insert(reference, std::move(usage).value());
     return ok;
+}
+
+QString CacheActor::purgeAndListen(qint64 extraSize)
+{
+    const LogCapture log;
+    const Error error = cache.purgeCacheIfNeeded(extraSize);
+    const QString said = log.texts(QtWarningMsg).join(u" | "_s);
+    if (error.hasError())
+        return toAnswer(error);
+    return said.isEmpty() ? u"-"_s : said;
 }
 
 QString CacheActor::hold()

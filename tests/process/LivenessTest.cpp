@@ -36,6 +36,30 @@ protected:
             .toInt();
     }
 
+    /// Lets every ping of the resident find the client silent for exactly so long.
+    void keepSilent(qint64 clientId, std::chrono::milliseconds age)
+    {
+        database.run(u"CREATE TRIGGER silence AFTER UPDATE OF lastPingTime ON Clients "
+                     "WHEN NEW.id = %1 BEGIN UPDATE Clients SET lastPingTime = NEW.lastPingTime - "
+                     "%2 WHERE id = %3; END"_s.arg(QString::number(resident.clientId()),
+                                                   QString::number(age.count()),
+                                                   QString::number(clientId)));
+    }
+
+    /// What must be true of the tables whatever has happened.
+    void expectConsistentRows()
+    {
+        EXPECT_EQ(database
+                      .value(u"SELECT COUNT(*) FROM CachedResources WHERE status IN "
+                             "('Acquiring', 'ScheduledForAcquire') AND id NOT IN "
+                             "(SELECT resourceId FROM AcquiringTasks)"_s)
+                      .toInt(),
+                  0);
+        EXPECT_EQ(database.value(u"SELECT currentSize FROM CacheMetadata"_s),
+                  database.value(u"SELECT COALESCE(SUM(fileSize), 0) FROM CachedResources"_s));
+        EXPECT_EQ(database.value(u"PRAGMA integrity_check"_s).toString(), u"ok"_s);
+    }
+
     TemporaryCache cache;
     CacheProcess resident;
     CacheDatabase database;
@@ -86,6 +110,132 @@ TEST_F(LivenessTest, ping_removesTheDead_leavesTheMerelySilent)
     silent.cont();
 }
 
+TEST_F(LivenessTest, ping_killedFetcherSilentFor29Seconds_keepsItsRows)
+{
+    CacheProcess fetcher(cache.baseDir());
+    ASSERT_EQ(fetcher.ask(u"useResource test:a"_s), u"ok"_s);
+    ASSERT_EQ(fetcher.ask(u"tryStartRetrieve test:a"_s), u"true"_s);
+    keepSilent(fetcher.clientId(), 29s);
+    fetcher.kill();
+    EXPECT_EQ(resident.ask(u"ping"_s), u"ok"_s);
+    EXPECT_EQ(clientsOf(fetcher.pid()), 1);
+    EXPECT_EQ(resident.ask(u"readProgress test:a"_s), u"0 Acquiring"_s);
+}
+
+TEST_F(LivenessTest, ping_killedFetcherSilentFor31Seconds_takesItsRowsButTheUsage)
+{
+    CacheProcess fetcher(cache.baseDir());
+    ASSERT_EQ(fetcher.ask(u"useResource test:a"_s), u"ok"_s);
+    ASSERT_EQ(fetcher.ask(u"tryStartRetrieve test:a"_s), u"true"_s);
+    keepSilent(fetcher.clientId(), 31s);
+    fetcher.kill();
+    EXPECT_EQ(resident.ask(u"ping"_s), u"ok"_s);
+    EXPECT_EQ(clientsOf(fetcher.pid()), 0);
+    EXPECT_EQ(database.count(u"AcquiringTasks"_s), 0);
+    EXPECT_EQ(resident.ask(u"readProgress test:a"_s), u"- Missing"_s);
+    EXPECT_EQ(resident.ask(u"inUse test:a"_s), u"true"_s);
+    expectConsistentRows();
+
+    const CacheProcess newcomer(cache.baseDir());
+    EXPECT_EQ(resident.ask(u"inUse test:a"_s), u"false"_s);
+}
+
+TEST_F(LivenessTest, ping_deadUsersRow_usageStaysUntilAnyProcessCloses)
+{
+    CacheProcess closer(cache.baseDir());
+    CacheProcess user(cache.baseDir());
+    ASSERT_EQ(user.ask(u"useResource test:a"_s), u"ok"_s);
+    keepSilent(user.clientId(), 31s);
+    user.kill();
+    EXPECT_EQ(resident.ask(u"ping"_s), u"ok"_s);
+    EXPECT_EQ(clientsOf(user.pid()), 0);
+    EXPECT_EQ(resident.ask(u"inUse test:a"_s), u"true"_s);
+    EXPECT_EQ(closer.ask(u"close"_s), u"ok"_s);
+    EXPECT_EQ(resident.ask(u"inUse test:a"_s), u"false"_s);
+}
+
+TEST_F(LivenessTest, ping_cleanupFails_keepsEveryRowAndTheNextTickRepeats)
+{
+    CacheProcess one(cache.baseDir());
+    CacheProcess other(cache.baseDir());
+    ASSERT_EQ(one.ask(u"useResource test:a"_s), u"ok"_s);
+    ASSERT_EQ(one.ask(u"tryStartRetrieve test:a"_s), u"true"_s);
+    database.setLastPing(one.clientId(), 31s);
+    database.setLastPing(other.clientId(), 31s);
+    database.run(u"CREATE TRIGGER stuck BEFORE DELETE ON Clients WHEN OLD.id = %1 "
+                 "BEGIN SELECT RAISE(ABORT, 'stuck'); END"_s.arg(other.clientId()));
+    one.kill();
+    other.kill();
+
+    EXPECT_EQ(resident.ask(u"ping"_s), u"ok"_s);
+    EXPECT_EQ(database.count(u"Clients"_s), 3);
+    EXPECT_EQ(database.count(u"AcquiringTasks"_s), 1);
+    EXPECT_EQ(database.status(u"test:a"_s), u"Acquiring"_s);
+
+    database.run(u"DROP TRIGGER stuck"_s);
+    EXPECT_EQ(resident.ask(u"ping"_s), u"ok"_s);
+    EXPECT_EQ(database.count(u"Clients"_s), 1);
+    EXPECT_EQ(database.status(u"test:a"_s), u"Missing"_s);
+    expectConsistentRows();
+}
+
+TEST_F(LivenessTest, hold_holderIsKilled_othersGoOnAndItsRowsGoInTime)
+{
+    CacheProcess holder(cache.baseDir());
+    ASSERT_EQ(holder.ask(u"useResource test:a"_s), u"ok"_s);
+    ASSERT_EQ(holder.ask(u"tryStartRetrieve test:a"_s), u"true"_s);
+    keepSilent(holder.clientId(), 31s);
+    holder.hold();
+    resident.startHold();
+    EXPECT_TRUE(resident.isBlocked());
+    holder.kill();
+    resident.awaitHeld();
+    resident.unhold();
+
+    EXPECT_EQ(database.status(u"test:a"_s), u"Acquiring"_s);
+    EXPECT_EQ(resident.ask(u"ping"_s), u"ok"_s);
+    EXPECT_EQ(clientsOf(holder.pid()), 0);
+    EXPECT_EQ(database.status(u"test:a"_s), u"Missing"_s);
+    expectConsistentRows();
+}
+
+// 1. The holder has the semaphore for so long that nobody could ping. 2. The resident's ping waits
+// for it, the client behind that. 3. The ping finds a client that has been silent for too long.
+TEST_F(LivenessTest, hold_clientWaitsTooLong_isTakenForDeadAndGoesOn)
+{
+    CacheProcess holder(cache.baseDir());
+    CacheProcess client(cache.baseDir());
+    ASSERT_EQ(client.ask(u"useResource test:a"_s), u"ok"_s);
+    ASSERT_EQ(client.ask(u"tryStartRetrieve test:a"_s), u"true"_s);
+    client.stop(); // so that its own ping does not come first
+    holder.hold();
+    resident.send(u"announcedPing"_s);
+    ASSERT_EQ(resident.answer(), u"pinging"_s);
+    ASSERT_TRUE(resident.isBlocked());
+    database.setLastPing(client.clientId(), 31s);
+    client.send(u"hold"_s);
+    client.cont();
+    ASSERT_EQ(client.answer(), u"taking"_s);
+    ASSERT_TRUE(client.isBlocked());
+    holder.unhold();
+    EXPECT_EQ(resident.answer(), u"ok"_s);
+    client.awaitHeld();
+    client.unhold();
+
+    EXPECT_EQ(clientsOf(client.pid()), 0);
+    EXPECT_EQ(database.count(u"AcquiringTasks"_s), 0);
+    EXPECT_EQ(database.status(u"test:a"_s), u"Missing"_s);
+    EXPECT_EQ(client.ask(u"ping"_s), u"ok"_s);
+    EXPECT_EQ(clientsOf(client.pid()), 0);
+    EXPECT_EQ(client.ask(u"saveProgress test:a 60"_s), u"ok"_s);
+    EXPECT_EQ(client.ask(u"writeData test:a data"_s), u"true"_s);
+    EXPECT_EQ(client.ask(u"finalizeRetrieve test:a"_s), u"ok"_s);
+    EXPECT_EQ(resident.ask(u"readStatus test:a"_s), u"Ready"_s);
+    EXPECT_EQ(client.ask(u"exit"_s), u"ok"_s);
+    EXPECT_EQ(client.end(), 0);
+    expectConsistentRows();
+}
+
 TEST_F(LivenessTest, open_ofAnyProcess_removesTheDead)
 {
     CacheProcess dead(cache.baseDir());
@@ -120,6 +270,44 @@ TEST_F(LivenessTest, stop_processCleanedUpMeanwhile_goesOnWithoutARow)
     EXPECT_EQ(sleeper.ask(u"close"_s), u"ok"_s);
     EXPECT_EQ(sleeper.ask(u"open"_s), u"ok"_s);
     EXPECT_EQ(clientsOf(sleeper.pid()), 1);
+}
+
+// Another process has taken over meanwhile: whatever the sleeper does to end its fetch, the other's
+// stays whole.
+TEST_F(LivenessTest, stop_fetcherCleanedUpMeanwhile_endsItsFetchBesideTheNewOne)
+{
+    CacheProcess sleeper(cache.baseDir());
+    ASSERT_EQ(sleeper.ask(u"useResource test:a"_s), u"ok"_s);
+    ASSERT_EQ(sleeper.ask(u"tryStartRetrieve test:a"_s), u"true"_s);
+    keepSilent(sleeper.clientId(), 40s);
+    sleeper.stop();
+    EXPECT_EQ(resident.ask(u"ping"_s), u"ok"_s);
+    database.run(u"DROP TRIGGER silence"_s);
+    ASSERT_EQ(clientsOf(sleeper.pid()), 0);
+    ASSERT_EQ(resident.ask(u"useResource test:a"_s), u"ok"_s);
+    ASSERT_EQ(resident.ask(u"tryStartRetrieve test:a"_s), u"true"_s);
+
+    sleeper.cont();
+    EXPECT_EQ(sleeper.ask(u"saveProgress test:a 70"_s), u"ok"_s);
+    EXPECT_EQ(resident.ask(u"readProgress test:a"_s), u"0 Acquiring"_s);
+    EXPECT_EQ(sleeper.ask(u"ping"_s), u"ok"_s);
+    EXPECT_EQ(clientsOf(sleeper.pid()), 0);
+    EXPECT_EQ(sleeper.ask(u"writeData test:a data"_s), u"true"_s);
+    EXPECT_EQ(sleeper.ask(u"finalizeRetrieve test:a"_s), u"ok"_s);
+    EXPECT_EQ(sleeper.ask(u"removeTaskFromDatabase test:a"_s), u"ok"_s);
+    EXPECT_EQ(sleeper.ask(u"release test:a"_s), u"true"_s);
+    EXPECT_EQ(database.count(u"AcquiringTasks"_s), 1);
+
+    EXPECT_EQ(resident.ask(u"writeData test:a data"_s), u"true"_s);
+    EXPECT_EQ(resident.ask(u"finalizeRetrieve test:a"_s), u"ok"_s);
+    EXPECT_EQ(resident.ask(u"removeTaskFromDatabase test:a"_s), u"ok"_s);
+    EXPECT_EQ(sleeper.ask(u"readStatus test:a"_s), u"Ready"_s);
+    EXPECT_EQ(sleeper.ask(u"close"_s), u"ok"_s);
+    EXPECT_EQ(sleeper.ask(u"exit"_s), u"ok"_s);
+    EXPECT_EQ(sleeper.end(), 0);
+    EXPECT_EQ(resident.ask(u"inUse test:a"_s), u"true"_s);
+    EXPECT_EQ(database.count(u"AcquiringTasks"_s), 0);
+    expectConsistentRows();
 }
 
 TEST_F(LivenessTest, open_deadProcessHadTheSameNumber_takesItsPlace)

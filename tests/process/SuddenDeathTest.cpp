@@ -3,6 +3,8 @@
 #include "FetchProcess.h"
 #include "TemporaryCache.h"
 
+#include <QDirIterator>
+
 using namespace zel::test;
 using namespace Qt::Literals::StringLiterals;
 
@@ -27,6 +29,16 @@ protected:
         EXPECT_GE(step, 2 * hands) << "hardly anything was killed";
         if (HasFailure())
             std::cerr << "at step " << step << '\n';
+    }
+
+    /// A Ready resource of four bytes, used by nobody.
+    static void fetch(CacheProcess &process, const QString &reference)
+    {
+        EXPECT_EQ(process.ask(u"add "_s + reference), u"ok"_s);
+        EXPECT_EQ(process.ask(u"tryStartRetrieve "_s + reference), u"true"_s);
+        EXPECT_EQ(process.ask(u"writeData %1 data"_s.arg(reference)), u"true"_s);
+        EXPECT_EQ(process.ask(u"finalizeRetrieve "_s + reference), u"ok"_s);
+        EXPECT_EQ(process.ask(u"dropHandle "_s + reference), u"true"_s);
     }
 
     static void letTimePass(const QString &databasePath)
@@ -78,6 +90,40 @@ TEST_P(SuddenDeathTest, retrieve_killedAtEachStep_nextHasWholeData)
         EXPECT_EQ(database.status(u"test:a"_s), u"Ready"_s);
         EXPECT_EQ(database.count(u"AcquiringTasks"_s), 0);
         EXPECT_EQ(database.value(u"SELECT currentSize FROM CacheMetadata"_s), sourceSize);
+        return wasKilled;
+    });
+}
+
+// Files go before the rows, and the rows in one transaction: until it is committed all of them say
+// what was there before, and the next purge mends them.
+TEST_P(SuddenDeathTest, purge_killedAtEachStep_nextPurgeMendsTheRows)
+{
+    const QStringList references { u"test:a"_s, u"test:b"_s, u"test:c"_s };
+    forEachStep([&](int step) {
+        const TemporaryCache cache;
+        CacheProcess victim(cache.baseDir());
+        for (const QString &reference : references)
+            fetch(victim, reference);
+        CacheProcess next(cache.baseDir());
+        EXPECT_EQ(victim.ask(u"dieAtFileStep %1"_s.arg(step)), u"ok"_s);
+        victim.send(u"setSizes 1 1"_s);
+        victim.send(u"exit"_s);
+        const bool wasKilled = victim.end() == killed;
+
+        CacheDatabase database(cache.databasePath());
+        const QStringList statuses
+            = database.column(u"SELECT DISTINCT status FROM CachedResources"_s);
+        EXPECT_EQ(statuses.size(), 1) << qPrintable(statuses.join(u' '));
+        const int left = statuses.contains(u"Ready"_s) ? 12 : 0;
+        EXPECT_EQ(next.ask(u"readCurrentCacheSize"_s).toInt(), left);
+
+        // The semaphore is free, and what is half gone is mended.
+        EXPECT_EQ(next.ask(u"setSizes 1 1"_s), u"ok"_s);
+        for (const QString &reference : references)
+            EXPECT_EQ(next.ask(u"readStatus "_s + reference), u"Missing"_s);
+        // An empty folder may stay; the next fetch of its resource takes it.
+        QDirIterator files(cache.dataDir(), QDir::Files, QDirIterator::Subdirectories);
+        EXPECT_FALSE(files.hasNext());
         return wasKilled;
     });
 }

@@ -147,6 +147,69 @@ TEST_F(ResourceCacheDaoUsagesTest, selectResourceUsagesForClient_tableAbsent_fai
 
 // ---- Clients
 
+TEST_F(ResourceCacheDaoUsagesTest, selectPinnedSize_usedUnusedAndUnknownSizes_countsEachUsedOnce)
+{
+    for (const QString &name : { u"test:a"_s, u"test:b"_s, u"test:free"_s, u"test:new"_s })
+        insert(name);
+    setSize(u"test:a"_s, 100);
+    setSize(u"test:b"_s, 20);
+    setSize(u"test:free"_s, 3);
+    setSize(u"test:new"_s, 0);
+    for (const qint64 client : { 7, 7, 8 }) {
+        addUsage(u"test:a"_s, client);
+        addUsage(u"test:b"_s, client);
+        addUsage(u"test:new"_s, client);
+    }
+    addTask(u"test:b"_s, 7, 40);
+    addTask(u"test:b"_s, 8, 0);
+    addTask(u"test:a"_s, 8); // merely wanted
+    const auto pinned = dao.selectPinnedSize();
+    ASSERT_TRUE(succeeded(pinned));
+    EXPECT_EQ(pinned.value().count, 2);
+    EXPECT_EQ(pinned.value().size, 120);
+    EXPECT_EQ(pinned.value().fetchedCount, 1);
+    EXPECT_EQ(pinned.value().fetchedSize, 20);
+}
+
+TEST_F(ResourceCacheDaoUsagesTest, selectPinnedSize_nothingUsed_isNothing)
+{
+    insert(u"test:a"_s);
+    setSize(u"test:a"_s, 100);
+    const auto pinned = dao.selectPinnedSize();
+    ASSERT_TRUE(succeeded(pinned));
+    EXPECT_EQ(pinned.value().count, 0);
+    EXPECT_EQ(pinned.value().size, 0);
+    EXPECT_EQ(pinned.value().fetchedCount, 0);
+    EXPECT_EQ(pinned.value().fetchedSize, 0);
+}
+
+TEST_F(ResourceCacheDaoUsagesTest, selectPinningClients_severalUsers_givesTheLargestFirst)
+{
+    insert(u"test:a"_s);
+    insert(u"test:b"_s);
+    insert(u"test:unknown"_s);
+    setSize(u"test:a"_s, 100);
+    setSize(u"test:b"_s, 20);
+    const qint64 living = addClient(4000001);
+    addUsage(u"test:b"_s, living);
+    addUsage(u"test:a"_s, 70);
+    addUsage(u"test:a"_s, 70);
+    addUsage(u"test:b"_s, 70);
+    addUsage(u"test:a"_s, 71);
+    addUsage(u"test:unknown"_s, 72);
+    const auto clients = dao.selectPinningClients(3);
+    ASSERT_TRUE(succeeded(clients));
+    ASSERT_EQ(clients.value().size(), 3);
+    EXPECT_EQ(clients.value().at(0).clientId, 70);
+    EXPECT_EQ(clients.value().at(0).count, 2);
+    EXPECT_EQ(clients.value().at(0).size, 120);
+    EXPECT_FALSE(clients.value().at(0).processId.has_value());
+    EXPECT_EQ(clients.value().at(1).clientId, 71);
+    EXPECT_EQ(clients.value().at(2).clientId, living);
+    EXPECT_EQ(clients.value().at(2).processId, 4000001);
+    EXPECT_EQ(dao.selectPinningClients(1).value().size(), 1);
+}
+
 TEST_F(ResourceCacheDaoUsagesTest, updateClientLastPingTime_ownRow_aloneIsChanged)
 {
     addClient(1'000'001, 1h);

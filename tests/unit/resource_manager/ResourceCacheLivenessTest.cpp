@@ -138,6 +138,26 @@ TEST_F(ResourceCacheLivenessTest, open_oneOfTwoCleanupsFails_keepsBothForTheNext
     EXPECT_TRUE(QTest::qWaitFor([&] { return !hasClient(8) && !hasClient(9); }, 15000));
 }
 
+TEST_F(ResourceCacheLivenessTest, ping_cleanupFails_keepsAllAndTheNextTickRepeats)
+{
+    addClient(8, 31s);
+    addClient(9, 31s);
+    addFetch(u"test:a"_s, 8);
+    database().run(u"CREATE TRIGGER stuck BEFORE DELETE ON Clients WHEN OLD.id = 9 "
+                   "BEGIN SELECT RAISE(ABORT, 'stuck'); END"_s);
+    const LogCapture log;
+    ping();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return log.contains(QtWarningMsg, u"stuck"_s); }, 15000));
+    EXPECT_TRUE(hasClient(8));
+    EXPECT_TRUE(hasClient(9));
+    EXPECT_EQ(database().count(u"AcquiringTasks"_s), 1);
+    EXPECT_EQ(database().status(u"test:a"_s), u"Acquiring"_s);
+
+    database().run(u"DROP TRIGGER stuck"_s);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !hasClient(8) && !hasClient(9); }, 15000));
+    EXPECT_EQ(database().status(u"test:a"_s), u"Missing"_s);
+}
+
 TEST_F(ResourceCacheLivenessTest, ping_ownRowRemovedByAnother_goesOnUnregistered)
 {
     database().run(u"DELETE FROM Clients"_s);

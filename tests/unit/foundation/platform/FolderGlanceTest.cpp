@@ -1,0 +1,58 @@
+#include "platform/FolderGlance.h"
+
+#include "TemporaryCache.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <cstdio>
+
+using namespace zel;
+using namespace zel::test;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+class FolderGlanceTest : public testing::Test
+{
+protected:
+    QString folder() const { return cache.outside(u"folder"_s); }
+    void add(const QString &name) { writeFile(folder() + u'/' + name, "x"); }
+
+    TemporaryCache cache;
+};
+
+} // namespace
+
+TEST_F(FolderGlanceTest, showsSeveral_noneOneAndTwo_isTrueForTwo)
+{
+    EXPECT_FALSE(FolderGlance::showsSeveral(folder()));
+    ASSERT_TRUE(QDir().mkpath(folder()));
+    EXPECT_FALSE(FolderGlance::showsSeveral(folder()));
+    add(u"one"_s);
+    EXPECT_FALSE(FolderGlance::showsSeveral(folder()));
+    ASSERT_TRUE(QDir(folder()).mkdir(u"two"_s));
+    EXPECT_TRUE(FolderGlance::showsSeveral(folder()));
+    EXPECT_FALSE(FolderGlance::showsSeveral(folder() + u"/one"_s));
+}
+
+TEST_F(FolderGlanceTest, showsSeveral_longestNames_isTrue)
+{
+    add(QString(255, u'a'));
+    add(QString(255, u'b'));
+    EXPECT_TRUE(FolderGlance::showsSeveral(folder()));
+}
+
+// A listing leaves these out, or looks at what they lead to.
+TEST_F(FolderGlanceTest, showsSeveral_namesThatNotEverybodySees_saysNothing)
+{
+    add(u"one"_s);
+    add(u".hidden"_s);
+    add(u"..x"_s);
+    ASSERT_TRUE(QFile::link(folder(), folder() + u"/link"_s));
+    const QByteArray name = QFile::encodeName(folder()) + "/no\xff\xfetext";
+    add(u"odd"_s);
+    ASSERT_EQ(std::rename(QFile::encodeName(folder() + u"/odd"_s).constData(), name.constData()),
+              0);
+    EXPECT_FALSE(FolderGlance::showsSeveral(folder()));
+}

@@ -1,0 +1,98 @@
+#include "RemovalRange.h"
+#include "WalFile.h"
+#include "support/CacheTest.h"
+#include "support/FileLooks.h"
+
+using namespace zel;
+using namespace zel::test;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// What a purge asks of the file system and of the database, counted: the number of resources that
+/// stay must not make the removal of one dearer.
+class ResourceCachePurgeCostTest : public CacheTest
+{
+protected:
+    /// Resources of ten bytes in folders side by side, "test:0" unused for longest.
+    void fill(int count)
+    {
+        openCache({ 10 * count, 100 * count });
+        for (int i = 0; i < count; ++i)
+            writeFile(dataPath(u"s/all/%1/f"_s.arg(i)), QByteArray(10, 'x'));
+        database().run(
+            u"WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i + 1 < ?) "
+            "INSERT INTO CachedResources(reference, cachedPath, fileSize, status, cleanupPolicy, "
+            "lastAccessDateTime, lastStatusUpdateClientId, version) SELECT 'test:' || i, "
+            "? || '/s/all/' || i || '/f', 10, 'Ready', 'OnDemand', i, 1, '1' FROM n"_s,
+            { count, directory.dataDir() });
+        database().value(u"PRAGMA wal_checkpoint(TRUNCATE)"_s);
+    }
+    /// Removes one half.
+    void purgeHalf(int count)
+    {
+        // The goal is 9 * count, so 5 * count - 5 are above it and count / 2 resources have to go.
+        ASSERT_FALSE(cache.purgeCacheIfNeeded(4 * count - 5).hasError());
+        ASSERT_EQ(missing(), count / 2);
+    }
+    FileLooks looksOfPurge(int count)
+    {
+        fill(count);
+        startCounting();
+        purgeHalf(count);
+        return stopCounting();
+    }
+    int missing() const
+    {
+        return database()
+            .value(u"SELECT COUNT(*) FROM CachedResources WHERE status = 'Missing'"_s)
+            .toInt();
+    }
+};
+
+} // namespace
+
+TEST_F(ResourceCachePurgeCostTest, purgeCacheIfNeeded_manySiblings_looksAtAFewOnly)
+{
+    const FileLooks looks = looksOfPurge(1000);
+    EXPECT_EQ(looks.glances, 500);
+    EXPECT_LE(looks.entriesAtGlances, 50 * 500);
+    // The file in each one's own folder; the folder around them is never read.
+    EXPECT_EQ(looks.entries, 500);
+}
+
+TEST_F(ResourceCachePurgeCostTest, removalRange_firstEntriesSayNothing_readsTwoEntries)
+{
+    writeFile(dataPath(u"s/all/0/f"_s), "x");
+    for (int i = 1; i < 200; ++i)
+        ASSERT_TRUE(QFile::link(directory.baseDir(), dataPath(u"s/all/%1"_s.arg(i))));
+    startCounting();
+    const QDir range = RemovalRange(directory.dataDir()).of(dataPath(u"s/all/0/f"_s));
+    EXPECT_LE(stopCounting().entries, 2);
+    EXPECT_EQ(range.absolutePath(), dataPath(u"s/all/0"_s));
+}
+
+TEST_F(ResourceCachePurgeCostTest, purgeCacheIfNeeded_tenTimesTheSiblings_looksNoMoreAtEach)
+{
+    const FileLooks few = looksOfPurge(100);
+    cache.close();
+    ASSERT_TRUE(QDir(directory.baseDir()).removeRecursively());
+    ASSERT_TRUE(QDir().mkpath(directory.baseDir()));
+    const FileLooks many = looksOfPurge(1000);
+    EXPECT_EQ(many.entries, 10 * few.entries);
+    EXPECT_EQ(many.glances, 10 * few.glances);
+    EXPECT_LE(many.entriesAtGlances, 50 * many.glances);
+    EXPECT_EQ(many.states, 10 * few.states);
+    EXPECT_GT(few.states, 0);
+}
+
+TEST_F(ResourceCachePurgeCostTest, purgeCacheIfNeeded_manyResources_isOneTransaction)
+{
+    fill(1000);
+    purgeHalf(1000);
+    EXPECT_EQ(commitsInJournal(directory.databasePath()), 1);
+    EXPECT_EQ(cache.readCurrentCacheSize().value(), 5000);
+    EXPECT_EQ(QDir(dataPath(u"s/all"_s)).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size(), 500);
+    EXPECT_FALSE(QFileInfo::exists(dataPath(u"s/all/499"_s)));
+    EXPECT_TRUE(QFileInfo::exists(dataPath(u"s/all/500/f"_s)));
+}
