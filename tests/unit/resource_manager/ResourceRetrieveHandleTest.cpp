@@ -1,8 +1,15 @@
 #include "support/CacheTest.h"
 
 #include "ResourceRetrieveHandle.h"
+#include "SemaphoreLocker.h"
+#include "WaitUntil.h"
 
-#include <future>
+#include <QSystemSemaphore>
+
+#include <atomic>
+#include <thread>
+
+#include <unistd.h>
 
 using namespace zel;
 using namespace zel::test;
@@ -23,6 +30,40 @@ protected:
         return std::make_unique<ResourceRetrieveHandle>(reference, dataPath(u"s/a/f"_s), &owner,
                                                         QVersionNumber(2, 1));
     }
+    /// Runs the work on a thread of its own.
+    class WaitingThread
+    {
+    public:
+        explicit WaitingThread(std::function<void()> work)
+            : thread([this, work = std::move(work)] {
+                number = int(::gettid());
+                work();
+            })
+        {
+        }
+        ~WaitingThread() { join(); }
+
+        /// Waits until the thread sleeps, as it does when it waits for the semaphore.
+        bool isWaiting() const
+        {
+            return waitUntil([this] {
+                const QByteArray status = number == 0
+                    ? QByteArray()
+                    : readFile(u"/proc/self/task/%1/stat"_s.arg(number.load()));
+                return status.mid(status.lastIndexOf(')') + 2).startsWith('S');
+            });
+        }
+        void join()
+        {
+            if (thread.joinable())
+                thread.join();
+        }
+
+    private:
+        std::atomic<int> number = 0;
+        std::thread thread;
+    };
+
     int taskRows() const { return database().count(u"AcquiringTasks"_s); }
     QString status() const { return database().status(reference); }
 
@@ -243,21 +284,27 @@ TEST_F(ResourceRetrieveHandleTest, removeTask_fetcherFailedBeforeManyWatchers_on
     EXPECT_EQ(status(), u"Missing"_s);
 }
 
-TEST_F(ResourceRetrieveHandleTest, removeTask_anotherHandleComesMeanwhile_keepsItsRow)
+TEST_F(ResourceRetrieveHandleTest, removeTask_anotherHandleComesWhileItWaits_leavesTheRows)
 {
-    const auto comeAndGo = [this] {
-        int lost = 0;
-        for (int i = 0; i < 300; ++i) {
-            const auto handle = handleOf(cache);
-            EXPECT_FALSE(handle->addTaskToDatabase().hasError());
-            lost += taskRows() == 0 ? 1 : 0;
-        }
-        return lost;
-    };
-    auto one = std::async(std::launch::async, comeAndGo);
-    auto two = std::async(std::launch::async, comeAndGo);
-    EXPECT_EQ(one.get() + two.get(), 0);
-    EXPECT_EQ(taskRows(), 0);
+    const auto going = handleOf(cache);
+    const auto coming = handleOf(cache);
+    ASSERT_FALSE(going->addTaskToDatabase().hasError());
+
+    const QString key = TemporaryCache::semaphoreKey(directory.baseDir());
+    QSystemSemaphore semaphore(key, 1, QSystemSemaphore::Open);
+    auto holder = std::make_unique<SemaphoreLocker>(&semaphore, 1);
+    // The first one waits, finding itself alone; the second one says that it will have a row.
+    WaitingThread first([&going] { EXPECT_FALSE(going->removeTaskFromDatabase().hasError()); });
+    ASSERT_TRUE(first.isWaiting());
+    WaitingThread second([&coming] { EXPECT_FALSE(coming->addTaskToDatabase().hasError()); });
+    ASSERT_TRUE(second.isWaiting());
+    holder.reset();
+    first.join();
+    second.join();
+
+    EXPECT_EQ(taskRows(), 2); // nobody took rows away that somebody needs ...
+    ASSERT_FALSE(coming->removeTaskFromDatabase().hasError());
+    EXPECT_EQ(taskRows(), 0); // ... and the last one takes all
 }
 
 TEST_F(ResourceRetrieveHandleTest, tryStartRetrieve_afterCleanupRemovedTheRow_fetchesWithoutOne)
