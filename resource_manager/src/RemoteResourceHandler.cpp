@@ -1,5 +1,6 @@
 #include "RemoteResourceHandler.h"
 
+#include "Hidden.h"
 #include "ResourceCache.h"
 #include "ResourceManager.h"
 #include "ResourceRetrieveHandle.h"
@@ -16,7 +17,7 @@ namespace zel {
 
 using namespace Qt::Literals::StringLiterals;
 
-class RemoteResourceHandler::Private
+class ZEL_RESOURCE_MANAGER_HIDDEN RemoteResourceHandler::Private
 {
 public:
     Private(RemoteResourceHandler *owner, ResourceCache *cache,

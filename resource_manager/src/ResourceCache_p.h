@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Hidden.h"
 #include "ResourceCache.h"
 #include "ResourceCacheDao.h"
 #include "ResourceRetrieveHandle.h"
@@ -26,7 +27,7 @@ class Zacq;
 /// What ResourceCache does while the semaphore is held. No member takes it, but for those at the
 /// end that say so, and none calls a public member of ResourceCache: the semaphore is not
 /// reentrant, a second take waits for ever.
-class ResourceCache::Private
+class ZEL_RESOURCE_MANAGER_HIDDEN ResourceCache::Private
 {
     Q_DECLARE_TR_FUNCTIONS(zel::ResourceCache)
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Hidden.h"
 #include "ResourceManager.h"
 #include "ResourcePromptingInterface.h"
 #include "TasksQueue.h"
@@ -32,7 +33,7 @@ struct CachedRequestValue
 
 /// What ResourceManager does, one source per subject. No lock but that of the memo; on threads see
 /// ResourceManager.
-class ResourceManager::Private
+class ZEL_RESOURCE_MANAGER_HIDDEN ResourceManager::Private
 {
 public:
     using Type = ResourceHandler::AsyncProcessingType;

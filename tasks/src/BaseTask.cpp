@@ -1,6 +1,7 @@
 #include "BaseTask.h"
 
 #include "GroupTask.h"
+#include "Hidden.h"
 #include "TaskState_p.h"
 
 #include <QDeadlineTimer>
@@ -11,7 +12,7 @@
 
 namespace zel {
 
-class BaseTask::Private
+class ZEL_RESOURCE_MANAGER_HIDDEN BaseTask::Private
 {
 public:
     explicit Private(BaseTask *q)

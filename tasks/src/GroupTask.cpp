@@ -1,5 +1,6 @@
 #include "GroupTask.h"
 
+#include "Hidden.h"
 #include "Task.h"
 #include "TaskState_p.h"
 #include "errors/Logging.h"
@@ -13,7 +14,7 @@
 
 namespace zel {
 
-class GroupTask::Private
+class ZEL_RESOURCE_MANAGER_HIDDEN GroupTask::Private
 {
 public:
     mutable QMutex mutex; ///< of all below

@@ -1,6 +1,7 @@
 #include "Task.h"
 
 #include "CoroutineWait.h"
+#include "Hidden.h"
 #include "TaskExecution_p.h"
 #include "TaskState_p.h"
 
@@ -8,7 +9,7 @@
 
 namespace zel {
 
-class Task::Private
+class ZEL_RESOURCE_MANAGER_HIDDEN Task::Private
 {
 public:
     std::function<Error(Task *)> function;

@@ -65,3 +65,12 @@ TEST_F(ExternalProgramTest, build_headersAndLibraryAlone_linksAndFetchesAResourc
     EXPECT_EQ(path, directory.dataDir() + u"/notes/words/text.note"_s);
     EXPECT_EQ(readFile(path), "words");
 }
+
+TEST(SharedLibraryTest, exports_always_nothingOfTheInsideOfClasses)
+{
+    ProgramRun names(QStringLiteral(NM_PROGRAM),
+                     { u"-DC"_s, u"--defined-only"_s, QStringLiteral(SHARED_LIBRARY) });
+    ASSERT_EQ(names.exitCode(), 0) << names.errors().toStdString();
+    EXPECT_TRUE(names.output().contains("zel::ResourceManager::instance()"));
+    EXPECT_FALSE(names.output().contains("::Private::")) << names.output().toStdString();
+}

@@ -1,5 +1,6 @@
 #include "zacq/Zacq.h"
 
+#include "Hidden.h"
 #include "errors/Propagate.h"
 #include "platform/FileSync.h"
 #include "platform/TreeCopy.h"
@@ -48,7 +49,7 @@ Error takeBack(const ZacqFolder &container, const QString &target)
 
 } // namespace
 
-class Zacq::Private
+class ZEL_RESOURCE_MANAGER_HIDDEN Zacq::Private
 {
 public:
     explicit Private(const QString &path)
