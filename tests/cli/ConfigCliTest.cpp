@@ -279,6 +279,41 @@ TEST_F(ConfigCliTest, path_always_isTheFileThatSetWrites)
     EXPECT_FALSE(answer.value(u"exists"_s).toBool(true));
 }
 
+TEST_F(ConfigCliTest, everyAction_fileBesideTheProgram_isTheOneThatCounts)
+{
+    const QString copy = cache.outside(u"zelcache"_s);
+    ASSERT_TRUE(QFile::copy(program(), copy));
+    const QString pinned = cache.outside(u"resource_manager_settings.ini"_s);
+    writeFile(pinned, "[ResourceManager]\nOptimalCacheSize=7\n");
+    writeFile(iniPath(), "[ResourceManager]\nOptimalCacheSize=8\n");
+    const auto answer = [&](const QStringList &arguments) {
+        ProgramRun::Options options;
+        options.environment = environment();
+        ProgramRun run(copy, QStringList { u"config"_s } + arguments, options);
+        EXPECT_EQ(run.exitCode(), 0) << run.errors().toStdString();
+        return run.output();
+    };
+    EXPECT_EQ(answer({ u"path"_s }), pinned.toUtf8() + '\n');
+    EXPECT_EQ(answer({ u"get"_s, u"OptimalCacheSize"_s }), "7\n");
+    answer({ u"set"_s, u"OptimalCacheSize"_s, u"9"_s });
+    EXPECT_EQ(readFile(pinned), "[ResourceManager]\nOptimalCacheSize=9\n");
+    EXPECT_EQ(written(u"ResourceManager/OptimalCacheSize"_s).toInt(), 8);
+}
+
+TEST_F(ConfigCliTest, show_noise_warnsAndIsTheDefaults)
+{
+    QByteArray noise;
+    for (int i = 0; i < 5000; ++i)
+        noise.append(char(i * 7919 >> 3));
+    writeFile(iniPath(), noise);
+    const auto run = config({ u"show"_s });
+    EXPECT_EQ(run->exitCode(), 0);
+    EXPECT_TRUE(run->errors().contains("warning: ")) << run->errors().toStdString();
+    EXPECT_TRUE(run->output().contains("10737418240 (10.0 GiB)"));
+    EXPECT_EQ(config({ u"set"_s, u"OptimalCacheSize"_s, u"9"_s })->exitCode(), 4);
+    EXPECT_EQ(readFile(iniPath()), noise);
+}
+
 TEST_F(ConfigCliTest, show_controlCharactersInAValue_doNotReachTheTerminal)
 {
     writeFile(iniPath(),

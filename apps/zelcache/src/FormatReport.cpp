@@ -42,18 +42,18 @@ QString findingText(const FormatFinding &finding)
 }
 
 /// Each row as one line, all columns but the last as wide as their widest text.
-template<std::size_t columns>
-QStringList aligned(const QList<std::array<QString, columns>> &rows)
+template<std::size_t Columns>
+QStringList aligned(const QList<std::array<QString, Columns>> &rows)
 {
-    std::array<qsizetype, columns> widths {};
+    std::array<qsizetype, Columns> widths {};
     for (const auto &row : rows) {
-        for (std::size_t column = 0; column + 1 < columns; ++column)
+        for (std::size_t column = 0; column + 1 < Columns; ++column)
             widths[column] = std::max(widths[column], row[column].size());
     }
     QStringList lines;
     for (const auto &row : rows) {
         QStringList cells;
-        for (std::size_t column = 0; column < columns; ++column)
+        for (std::size_t column = 0; column < Columns; ++column)
             cells.append(row[column].leftJustified(widths[column]));
         lines.append(cells.join(u"  "_s));
     }
