@@ -31,6 +31,10 @@ TEST_F(OpenFailureCliTest, everyCommand_garbageForADatabase_isCode8AndSaysWhere)
     expectCode8({ u"info"_s, reference });
     expectCode8({ u"path"_s, reference });
     expectCode8({ u"add"_s, reference, cache.outside(u"a.raw"_s) });
+    expectCode8({ u"purge"_s });
+    expectCode8({ u"outdated"_s });
+    expectCode8({ u"policy"_s, reference, u"Never"_s });
+    expectCode8({ u"remove"_s, reference });
     expectCode8({ u"list"_s });
     expectCode8({ u"status"_s });
     expectCode8({ u"recount"_s });

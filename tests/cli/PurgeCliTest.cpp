@@ -7,7 +7,6 @@
 #include <QFileInfo>
 #include <QSystemSemaphore>
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace zel::test {
@@ -189,21 +188,38 @@ TEST_F(PurgeCliTest, purge_folderThatCannotBeRemoved_isNamed)
     if (::geteuid() != 0)
         GTEST_SKIP() << "only the administrator can make a folder that another one must leave";
     fill({ 500 });
-    for (const QString &path : { cache.outside(QString()), cache.baseDir() })
-        ASSERT_EQ(::chmod(QFile::encodeName(path).constData(), 0777), 0);
-    ASSERT_EQ(::chmod(QFile::encodeName(cache.databasePath()).constData(), 0666), 0);
-    ProgramRun::Options options;
-    options.environment = environment();
-    const QStringList nobody { u"--reuid=65534"_s, u"--regid=65534"_s, u"--clear-groups"_s };
-    ProgramRun run(u"setpriv"_s,
-                   nobody + QStringList { program() }
-                       + inCache({ u"purge"_s, u"--to"_s, u"0"_s, u"--json"_s }),
-                   options);
-    EXPECT_EQ(run.exitCode(), 3);
-    EXPECT_TRUE(run.errors().contains("could not be removed")) << run.errors().toStdString();
-    const QJsonObject answer = jsonOf(run.output());
+    const auto run = startWithoutRights({ u"purge"_s, u"--to"_s, u"0"_s, u"--json"_s });
+    EXPECT_EQ(run->exitCode(), 3) << run->errors().toStdString();
+    EXPECT_TRUE(run->errors().contains("could not be removed")) << run->errors().toStdString();
+    const QJsonObject answer = jsonOf(run->output());
     EXPECT_EQ(textsOf(answer.value(u"pinned"_s), u"reason"_s), QStringList { u"notRemoved"_s });
     EXPECT_TRUE(answer.value(u"removed"_s).toArray().isEmpty());
+}
+
+TEST_F(PurgeCliTest, purge_failureAboveTheMaximum_isAnErrorBesideTheAnswer)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only the administrator can make a folder that another one must leave";
+    fill({ 500 });
+    writeFile(settingsPath(), settingsWith(100, 200));
+    const auto run = startWithoutRights({ u"purge"_s, u"--json"_s });
+    EXPECT_EQ(run->exitCode(), 1) << run->errors().toStdString();
+    EXPECT_TRUE(run->errors().contains("Unable to remove")) << run->errors().toStdString();
+    const QJsonObject answer = jsonOf(run->output());
+    EXPECT_EQ(answer.value(u"error"_s).toObject().value(u"code"_s).toInt(), 1);
+    EXPECT_TRUE(answer.value(u"removed"_s).toArray().isEmpty());
+    EXPECT_EQ(answer.value(u"size"_s).toInt(), 500);
+}
+
+TEST_F(PurgeCliTest, purge_referenceWithControlCharacters_cannotSteerTheTerminal)
+{
+    fill({ 500 });
+    CacheDatabase(cache.databasePath())
+        .run(u"UPDATE CachedResources SET reference = ?"_s, { u"lims:a\x1b[2Jb"_s });
+    const auto run = startAtTerminal({ u"purge"_s, u"--to"_s, u"0"_s, u"-n"_s });
+    EXPECT_EQ(run->exitCode(), 0);
+    EXPECT_TRUE(run->seen().contains("lims:a\\x1b[2Jb")) << run->seen().toStdString();
+    EXPECT_FALSE(run->seen().contains("\x1b[2J"));
 }
 
 TEST_F(PurgeCliTest, purge_text_namesWhatWentAndTheSums)

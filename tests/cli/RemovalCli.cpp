@@ -4,6 +4,8 @@
 
 #include <QFile>
 
+#include <sys/stat.h>
+
 namespace zel::test {
 
 using namespace Qt::Literals::StringLiterals;
@@ -22,6 +24,19 @@ QStringList RemovalCli::fill(const QList<int> &sizes)
     return references;
 }
 
+void RemovalCli::makeRemovalsSlow() const
+{
+    CacheDatabase(cache.databasePath())
+        .run(u"CREATE TRIGGER slowRemoval AFTER UPDATE OF status ON CachedResources "
+             "WHEN NEW.status = 'Missing' BEGIN SELECT COUNT(a.id + b.id + c.id) "
+             "FROM CachedResources a, CachedResources b, CachedResources c; END"_s);
+}
+
+void RemovalCli::makeRemovalsQuick() const
+{
+    CacheDatabase(cache.databasePath()).run(u"DROP TRIGGER slowRemoval"_s);
+}
+
 std::unique_ptr<ProgramRun> RemovalCli::startWithSettings(const QByteArray &settings,
                                                           const QStringList &arguments) const
 {
@@ -29,6 +44,18 @@ std::unique_ptr<ProgramRun> RemovalCli::startWithSettings(const QByteArray &sett
     ProgramRun::Options options;
     options.environment = environment();
     return std::make_unique<ProgramRun>(program(), arguments, options);
+}
+
+std::unique_ptr<ProgramRun> RemovalCli::startWithoutRights(const QStringList &arguments) const
+{
+    for (const QString &path : { cache.outside(QString()), cache.baseDir(), home.path() })
+        EXPECT_EQ(::chmod(QFile::encodeName(path).constData(), 0777), 0);
+    EXPECT_EQ(::chmod(QFile::encodeName(cache.databasePath()).constData(), 0666), 0);
+    ProgramRun::Options options;
+    options.environment = environment();
+    const QStringList nobody { u"--reuid=65534"_s, u"--regid=65534"_s, u"--clear-groups"_s };
+    return std::make_unique<ProgramRun>(
+        u"setpriv"_s, nobody + QStringList { program() } + inCache(arguments), options);
 }
 
 QByteArray RemovalCli::settingsWith(qint64 optimalSize, qint64 maximumSize) const

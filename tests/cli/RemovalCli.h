@@ -12,9 +12,17 @@ protected:
     /// references.
     QStringList fill(const QList<int> &sizes);
 
+    /// From now on each removal keeps its program busy for a while, so that there is time to
+    /// interrupt it.
+    void makeRemovalsSlow() const;
+    void makeRemovalsQuick() const;
+
     /// Runs the command with these settings instead of a cache on the command line.
     std::unique_ptr<ProgramRun> startWithSettings(const QByteArray &settings,
                                                   const QStringList &arguments) const;
+    /// Runs the command as somebody who may use the cache but may remove nothing of its data. Only
+    /// the administrator can.
+    std::unique_ptr<ProgramRun> startWithoutRights(const QStringList &arguments) const;
     /// The settings file's content for the test's cache.
     QByteArray settingsWith(qint64 optimalSize, qint64 maximumSize) const;
     QString settingsPath() const;
