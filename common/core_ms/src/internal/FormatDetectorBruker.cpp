@@ -73,13 +73,14 @@ VendorDataFormat bafAndU2FormatOf(const QString &path)
 
 QSet<VendorDataFormat> FormatDetectorBruker::supportedFormats() const
 {
-    static const QSet<VendorDataFormat> formats {
+    // Never destroyed, like the detectors themselves.
+    static const auto *const formats = new QSet<VendorDataFormat> {
         VendorDataFormat::BrukerFID,        VendorDataFormat::BrukerYEP,
         VendorDataFormat::BrukerBAF,        VendorDataFormat::BrukerU2,
         VendorDataFormat::BrukerBAF_and_U2, VendorDataFormat::BrukerTims,
         VendorDataFormat::BrukerTsf,
     };
-    return formats;
+    return *formats;
 }
 
 QSet<VendorDataFormat> FormatDetectorBruker::matchesByName(const QString &path) const
