@@ -59,14 +59,8 @@ ResourceCache::Private::Private(ResourceCache *owner, std::unique_ptr<ResourceCa
 
 ResourceCache::Private::~Private()
 {
-    // Elsewhere the task may go at any time, and does so by itself.
-    const bool scanIsOfThisThread = fileSizesThread == QThread::currentThread();
-    if (scanIsOfThisThread && fileSizesTask && !fileSizesTask->isFinished())
-        fileSizesTask->cancel();
+    waitForFileSizesUpdate();
     close();
-    // No event loop may be left to delete it, and its worker must not outlive the process's end.
-    if (scanIsOfThisThread)
-        delete fileSizesTask.data();
     // After the semaphore is free again: a ping that waits for it holds the gate.
     const QMutexLocker lock(&pingGate->mutex);
     pingGate->owner = nullptr;
@@ -182,16 +176,13 @@ void ResourceCache::Private::onFinishedUsing(const QString &reference, qint64 us
 
 void ResourceCache::Private::startFileSizesUpdateIfNeeded()
 {
-    const auto timestamp = lastScanTimestamp();
-    if (!timestamp.hasValue()) {
-        ZEL_DROP(timestamp.error()); // the cache is open all the same; the next opening tries again
-        return;
-    }
-    const auto lastScan = QDateTime::fromSecsSinceEpoch(timestamp.value());
-    if (lastScan.daysTo(QDateTime::currentDateTime()) < fullScanInterval.count())
+    // One hold from the question to the end of the scan: of several processes that open together
+    // the first one scans, and the others find its time.
+    auto lock = std::make_unique<SemaphoreLocker>(&semaphore, 1);
+    if (!isFileSizesUpdateDue())
         return;
 
-    auto *scan = new TaskWithSemaphore(std::make_unique<SemaphoreLocker>(&semaphore, 1));
+    auto *scan = new TaskWithSemaphore(std::move(lock));
     fileSizesTask = scan;
     fileSizesThread = QThread::currentThread();
     scan->setExecutionMode(Task::ExecutionMode::Asynchronous);
@@ -200,17 +191,28 @@ void ResourceCache::Private::startFileSizesUpdateIfNeeded()
     scan->exec();
 }
 
-Result<qint64> ResourceCache::Private::lastScanTimestamp()
+bool ResourceCache::Private::isFileSizesUpdateDue() const
 {
-    // The connection may serve one thread at a time only.
-    const SemaphoreLocker lock(&semaphore, 1);
-    return ZEL_PASS(dao->lastScanTimestamp());
+    const auto timestamp = dao->lastScanTimestamp();
+    if (!timestamp.hasValue()) {
+        ZEL_DROP(timestamp.error()); // the cache is open all the same; the next opening tries again
+        return false;
+    }
+    const auto lastScan = QDateTime::fromSecsSinceEpoch(timestamp.value());
+    return lastScan.daysTo(QDateTime::currentDateTime()) >= fullScanInterval.count();
 }
 
 void ResourceCache::Private::waitForFileSizesUpdate()
 {
-    if (fileSizesTask)
+    if (!fileSizesTask)
+        return;
+    // Where its thread still runs, the task may go at any time, and does so by itself.
+    const bool goesByItself = fileSizesThread && !fileSizesThread->isFinished()
+        && fileSizesThread != QThread::currentThread();
+    if (goesByItself)
         const SemaphoreLocker lock(&semaphore, 1);
+    else
+        delete fileSizesTask.data(); // no event loop may be left that would; waits for the worker
 }
 
 Result<std::unique_ptr<Task>> ResourceCache::Private::purgeOutdatedResourcesTask(

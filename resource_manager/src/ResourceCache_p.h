@@ -11,6 +11,7 @@
 #include <QMutex>
 #include <QPointer>
 #include <QSystemSemaphore>
+#include <QThread>
 #include <QTimer>
 
 #include <atomic>
@@ -140,8 +141,8 @@ public:
     void pingDatabase();
     void onFinishedUsing(const QString &reference, qint64 usageId);
     void startFileSizesUpdateIfNeeded();
-    Result<qint64> lastScanTimestamp();
-    /// The scan runs on a worker and lets go of the semaphore at its end.
+    bool isFileSizesUpdateDue() const;
+    /// Returns when no scan uses this object any more; one that runs goes on to its end.
     void waitForFileSizesUpdate();
     Error purgeOutdatedResources();
     Result<std::unique_ptr<Task>> purgeOutdatedResourcesTask(
@@ -151,9 +152,9 @@ public:
     ResourceCachePath cachePath;
     ResourceCacheSizes sizes;
     std::unique_ptr<QTimer, DeletionOnItsThread> pingTimer;
-    /// Null once the task has deleted itself. May be asked on the thread it was made on only.
+    /// Null once the task has deleted itself, which it does on the thread that made it.
     QPointer<Task> fileSizesTask;
-    const QThread *fileSizesThread = nullptr;
+    QPointer<QThread> fileSizesThread;
     std::shared_ptr<PingGate> pingGate;
     /// Which start or stop of the timer is the latest. What another thread asked for waits in the
     /// queue of the timer's own, and must not undo what was asked for since.

@@ -6,6 +6,7 @@
 #include <QThread>
 
 #include <atomic>
+#include <barrier>
 #include <thread>
 
 using namespace zel;
@@ -44,12 +45,49 @@ public:
     }
 };
 
+/// Counts how often a scan asks for side files.
+class Counting final : public AssociatedResourcesProviderInterface
+{
+public:
+    QList<QString> getAssociatedResources(const QString &) const override
+    {
+        ++questions();
+        return {};
+    }
+    static std::atomic<int> &questions()
+    {
+        static std::atomic<int> count = 0;
+        return count;
+    }
+};
+
+/// Notes when the thread that has made one ends.
+class EndOfThread
+{
+public:
+    EndOfThread() = default;
+    ~EndOfThread()
+    {
+        // Whoever does not wait for the thread gets ahead of it here.
+        QThread::msleep(100);
+        seen() = true;
+    }
+    EndOfThread(const EndOfThread &) = delete;
+    EndOfThread &operator=(const EndOfThread &) = delete;
+    static std::atomic<bool> &seen()
+    {
+        static std::atomic<bool> flag = false;
+        return flag;
+    }
+};
+
 /// Keeps a scan from ending until it is told. What it needs lies outside: a provider has no state.
 class Slow final : public AssociatedResourcesProviderInterface
 {
 public:
     QList<QString> getAssociatedResources(const QString &) const override
     {
+        thread_local const EndOfThread end;
         worker() = QThread::currentThreadId();
         entered().release();
         EXPECT_TRUE(mayGo().tryAcquire(1, 40000));
@@ -119,6 +157,19 @@ protected:
         database().run(u"CREATE TABLE WrittenSizes (reference TEXT)"_s);
         database().run(u"CREATE TRIGGER watch AFTER UPDATE OF fileSize ON CachedResources BEGIN "
                        "INSERT INTO WrittenSizes VALUES (new.reference); END"_s);
+    }
+    /// A cache whose scan is in the middle and goes on as soon as it may. Opened on the thread that
+    /// the function stands for.
+    std::unique_ptr<TestCache> inSlowScan(
+        const std::function<void(const std::function<void()> &)> &onThread)
+    {
+        prepareSlowScan();
+        auto scanning = std::make_unique<TestCache>();
+        scanning->registerAssociatedResourcesProvider(textType(), std::make_unique<Slow>());
+        scanning->setFullScanInterval(Days(0));
+        onThread([&] { EXPECT_FALSE(scanning->open(cachePath(), {}).hasError()); });
+        EXPECT_TRUE(Slow::entered().tryAcquire(1, 40000));
+        return scanning;
     }
     /// A Ready resource of 3 bytes, for which a provider waits that keeps the scan from ending.
     void prepareSlowScan()
@@ -218,17 +269,75 @@ TEST_F(ResourceCacheFileSizesTest, open_scanRuns_returnsAndTheScanIsOnAnotherThr
 
 TEST_F(ResourceCacheFileSizesTest, destructor_scanRuns_waitsForItsEnd)
 {
-    prepareSlowScan();
-    auto doomed = std::make_unique<TestCache>();
-    doomed->registerAssociatedResourcesProvider(textType(), std::make_unique<Slow>());
-    doomed->setFullScanInterval(Days(0));
-    ASSERT_FALSE(doomed->open(cachePath(), {}).hasError());
-    ASSERT_TRUE(Slow::entered().tryAcquire(1, 40000));
+    auto doomed = inSlowScan([](const auto &open) { open(); });
     std::thread helper([] { Slow::mayGo().release(); });
     doomed.reset();
     EXPECT_TRUE(Slow::left());
+    EXPECT_TRUE(EndOfThread::seen());
     EXPECT_GT(lastScan(), 0); // it was not cut short
     helper.join();
+}
+
+// No event loop is left that would delete the task, and the process may end next.
+TEST_F(ResourceCacheFileSizesTest, destructor_threadThatOpenedHasEnded_waitsForTheWorker)
+{
+    auto doomed = inSlowScan([](const auto &open) { std::thread(open).join(); });
+    std::thread helper([] { Slow::mayGo().release(); });
+    doomed.reset();
+    EXPECT_TRUE(EndOfThread::seen());
+    helper.join();
+}
+
+TEST_F(ResourceCacheFileSizesTest, destructor_threadThatOpenedGoesOn_waitsForTheScan)
+{
+    QThread opener;
+    opener.start();
+    QObject onOpener;
+    onOpener.moveToThread(&opener);
+    auto doomed = inSlowScan([&](const auto &open) {
+        QMetaObject::invokeMethod(&onOpener, open, Qt::BlockingQueuedConnection);
+    });
+    std::thread helper([] { Slow::mayGo().release(); });
+    doomed.reset();
+    EXPECT_TRUE(Slow::left());
+    helper.join();
+    opener.quit();
+    opener.wait();
+}
+
+TEST_F(ResourceCacheFileSizesTest, open_severalAtOnce_onlyTheFirstScans)
+{
+    constexpr int clients = 4;
+    openQuietly();
+    addReady(u"a"_s, u"s/a/a.txt"_s, 3);
+    cache.close();
+
+    std::barrier allAtOnce(clients);
+    std::vector<std::thread> openers;
+    for (int i = 0; i < clients; ++i) {
+        openers.emplace_back([this, i, &allAtOnce] {
+            TestCache client(std::make_unique<OtherProcessDao>(4000001 + i));
+            client.registerAssociatedResourcesProvider(textType(), std::make_unique<Counting>());
+            allAtOnce.arrive_and_wait();
+            EXPECT_FALSE(client.open(cachePath(), {}).hasError());
+        });
+    }
+    for (std::thread &opener : openers)
+        opener.join();
+    EXPECT_EQ(Counting::questions(), 1);
+}
+
+TEST_F(ResourceCacheFileSizesTest, open_timeOfTheLastScanCannotBeRead_opensWithoutAScan)
+{
+    openQuietly();
+    addReady(u"a"_s, u"s/a/a.txt"_s, 3);
+    cache.close();
+    database().run(u"DELETE FROM CacheMetadata"_s);
+    cache.registerAssociatedResourcesProvider(textType(), std::make_unique<Counting>());
+    cache.setFullScanInterval(Days(0));
+    EXPECT_FALSE(cache.open(cachePath(), {}).hasError());
+    EXPECT_TRUE(cache.inUse(u"a"_s).hasValue()); // after a scan, if there were one
+    EXPECT_EQ(Counting::questions(), 0);
 }
 
 TEST_F(ResourceCacheFileSizesTest, open_anotherDirectoryDuringTheScan_waitsForItsEnd)
