@@ -62,6 +62,25 @@ protected:
             .value(u"SELECT fileSize FROM CachedResources WHERE reference = ?"_s, { key(name) })
             .toLongLong();
     }
+    static void addHostsNotes()
+    {
+        static const FileType notesType("HOSTS_NOTES"_L1, { { u"mzml"_s } });
+        ResourceManager::addAssociatedResourcesProvider(
+            notesType, [] { return std::make_unique<HostsNotes>(); });
+    }
+    /// What another program has left: a resource of 4 bytes, and no scan so far.
+    void makeReadyBefore(const QString &name, const QString &fileName) const
+    {
+        const QString path = inCache(name, fileName);
+        writeFile(path, "1234");
+        ResourceCache before;
+        before.setFullScanInterval(std::chrono::days(1000000));
+        const auto settings = settingsFor(directory.baseDir());
+        EXPECT_TRUE(succeeds(before.open(settings.cachePath, settings.sizes)));
+        EXPECT_TRUE(succeeds(before.add(key(name), ResourceCleanupPolicy::OnDemand)));
+        EXPECT_TRUE(succeeds(before.saveLocalPath(key(name), path, 4)));
+        EXPECT_TRUE(succeeds(before.saveStatus(key(name), ResourceStatus::Ready)));
+    }
     /// A handler of a resource that the cache has no row of, its data inside the cache.
     QSharedPointer<ResourceHandler> withoutRow(const QString &name) const
     {
@@ -117,13 +136,22 @@ TEST_F(ResourceManagerFileSizesTest, updateFileSizes_noMsData_hasNoSideFiles)
 
 TEST_F(ResourceManagerFileSizesTest, updateFileSizes_hostsProviderBesideOurs_countsBoth)
 {
-    static const FileType notesType("HOSTS_NOTES"_L1, { { u"mzml"_s } });
-    ResourceManager::cache()->registerAssociatedResourcesProvider(notesType,
-                                                                  std::make_unique<HostsNotes>());
+    addHostsNotes();
     const auto remote = fetched(u"a"_s, u"a.mzML"_s);
     writeFile(inCache(u"a"_s, u"a.mzML.ms1.cache"_s), QByteArray(100, 'x'));
     writeFile(inCache(u"a"_s, u"a.mzML.notes"_s), QByteArray(1000, 'x'));
     EXPECT_TRUE(succeeds(ResourceManager::updateFileSizes({ remote })));
+    EXPECT_EQ(storedSize(u"a"_s), 1104);
+}
+
+// The scan starts while the manager is being made: whoever registers later is too late for it.
+TEST_F(ResourceManagerFileSizesTest, instance_scanIsDue_countsTheSideFilesOfAllProviders)
+{
+    makeReadyBefore(u"a"_s, u"a.mzML"_s);
+    writeFile(inCache(u"a"_s, u"a.mzML.ms1.cache"_s), QByteArray(100, 'x'));
+    writeFile(inCache(u"a"_s, u"a.mzML.notes"_s), QByteArray(1000, 'x'));
+    addHostsNotes();
+    EXPECT_EQ(ResourceManager::cache()->readCurrentCacheSize().value(), 1104);
     EXPECT_EQ(storedSize(u"a"_s), 1104);
 }
 
