@@ -256,8 +256,12 @@ TEST_F(SemaphoreLockerTest, task_onAWorker_leavesItsMakersThreadToWaitLikeAnyOth
         },
         Task::ExecutionMode::Asynchronous);
     EXPECT_TRUE(SemaphoreLocker::isHeldByThisThread(*semaphore));
+    // Before the worker is there, which says itself that it holds it.
+    bool isHeldAtTheStart = true;
+    QObject::connect(&task, &BaseTask::started, &task,
+                     [&] { isHeldAtTheStart = SemaphoreLocker::isHeldByThisThread(*semaphore); });
     task.exec();
-    EXPECT_FALSE(SemaphoreLocker::isHeldByThisThread(*semaphore));
+    EXPECT_FALSE(isHeldAtTheStart);
     mayEnd.set_value();
     EXPECT_FALSE(task.waitForAllFinished(-1).hasError());
 }

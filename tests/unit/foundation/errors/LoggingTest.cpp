@@ -13,6 +13,18 @@ TEST(LoggingTest, loggingCategory_unknownWithoutCreate_isGeneric)
     EXPECT_STREQ(loggingCategory("zel.nobody", QtDebugMsg, false)->categoryName(), "zel.generic");
 }
 
+TEST(LoggingTest, loggingCategory_firstCallOfAll_makesGenericWithItsLevel)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // in a process where no call came before
+    EXPECT_EXIT(
+        {
+            loggingCategory("zel.first", QtCriticalMsg, true);
+            std::exit(loggingCategory("zel.generic", QtDebugMsg, false)->isWarningEnabled() ? 1
+                                                                                            : 0);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
 TEST(LoggingTest, loggingCategory_created_isFoundByEqualTextAtAnotherAddress)
 {
     static const char first[] = "zel.test";
