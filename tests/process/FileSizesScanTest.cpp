@@ -1,5 +1,6 @@
 #include "CacheDatabase.h"
 #include "CacheProcess.h"
+#include "FetchProcess.h"
 #include "TemporaryCache.h"
 
 #include <QDateTime>
@@ -64,6 +65,29 @@ TEST_F(FileSizesScanTest, open_secondProcess_doesNotScanAgain)
     CacheProcess second(cache.baseDir());
     EXPECT_EQ(second.ask(u"readCurrentCacheSize"_s), u"10"_s);
     EXPECT_EQ(lastScan(), justNow);
+}
+
+// It has no event loop: nobody but the destructors at its end waits for the scan.
+TEST_F(FileSizesScanTest, manager_programEndsDuringTheScan_completesItAndLeavesNoClient)
+{
+    makeGrownResource();
+    constexpr int files = 2000; // takes a while to count
+    const QString folder = cache.dataDir() + u"/test/a/data"_s;
+    ASSERT_TRUE(QFile::remove(folder));
+    for (int i = 0; i < files; ++i)
+        writeFile(folder + u"/%1"_s.arg(i), "1");
+
+    const TemporaryCache elsewhere;
+    const FetchSource source(elsewhere.baseDir(), 1);
+    for (int round = 0; round < 5; ++round) {
+        setLastScan(longAgo);
+        database().run(u"UPDATE CachedResources SET fileSize = 4"_s);
+        FetchProcess program(cache.baseDir(), source, {});
+        EXPECT_EQ(program.end(), 0);
+        EXPECT_EQ(currentSize(), files);
+        EXPECT_GT(lastScan(), longAgo);
+        EXPECT_EQ(database().count(u"Clients"_s), 0);
+    }
 }
 
 TEST_F(FileSizesScanTest, scan_killedAtEachStep_leavesAllOrNothingAndTheNextScans)
