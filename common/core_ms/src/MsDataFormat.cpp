@@ -19,7 +19,8 @@ struct FormatText
     VendorDataFormat format;
 };
 
-const std::array<FormatText, 26> s_formatTexts { {
+// Never destroyed: formats may be named until the process ends.
+const auto &s_formatTexts = *new const std::array<FormatText, 26> { {
     { u"Unknown"_s, VendorDataFormat::Unknown },
     { u"Testing"_s, VendorDataFormat::Testing },
     { u"Zyspec2"_s, VendorDataFormat::Zyspec2 },

@@ -10,8 +10,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-// Made while the library loads, by one thread: the registry of categories takes no lock.
-[[maybe_unused]] const QLoggingCategory *const madeAtLoad
+// Made while the library loads, as the registry of categories takes no lock.
+[[maybe_unused]] const QLoggingCategory *const s_genericCategory
     = loggingCategory("zel.generic", QtDebugMsg, true);
 
 } // namespace
