@@ -88,9 +88,9 @@ void SemaphoreLocker::releaseSemaphore(int count)
     // What was refused was never taken, even if the system would give it by now.
     const qint32 refused = std::min(count, refusedCount);
     refusedCount -= refused;
+    // Of the key that was taken, whatever the handle has now.
     if (count > refused)
-        entry->keeper.release(count
-                              - refused); // of the key that was taken, whatever the handle has
+        entry->keeper.release(count - refused);
 }
 
 void SemaphoreLocker::releaseAcquired()
