@@ -121,6 +121,12 @@ QT_WARNING_POP
 class ResourceCacheFileSizesTest : public CacheTest
 {
 protected:
+    ResourceCacheFileSizesTest()
+    {
+        Counting::questions() = 0;
+        Slow::left() = false;
+        EndOfThread::seen() = false;
+    }
     /// Opens the cache so that no scan starts.
     void openQuietly()
     {
