@@ -80,17 +80,33 @@ void ScriptedServer::Connection::reset()
     ::setsockopt(descriptor, SOL_SOCKET, SO_LINGER, &atOnce, sizeof(atOnce));
 }
 
-QByteArray ScriptedServer::Connection::receiveHead()
+bool ScriptedServer::Connection::receive(Request &request)
 {
-    QByteArray head;
-    std::array<char, 4096> piece {};
-    while (!head.endsWith("\r\n\r\n") && waitFor(POLLIN)) {
-        const ssize_t count = ::recv(descriptor, piece.data(), piece.size(), 0);
-        if (count <= 0)
-            return {};
-        head.append(piece.data(), count);
+    QByteArray bytes;
+    while (!bytes.contains("\r\n\r\n")) {
+        if (!receiveMore(bytes))
+            return false;
     }
-    return head;
+    const qsizetype headSize = bytes.indexOf("\r\n\r\n") + 4;
+    request.head = bytes.left(headSize);
+    // What is not read before the connection closes would break the answer off.
+    const qsizetype wholeSize = headSize + request.header("content-length").toLongLong();
+    while (bytes.size() < wholeSize) {
+        if (!receiveMore(bytes))
+            return false;
+    }
+    request.body = bytes.mid(headSize);
+    return true;
+}
+
+bool ScriptedServer::Connection::receiveMore(QByteArray &bytes)
+{
+    std::array<char, 4096> piece {};
+    if (!waitFor(POLLIN))
+        return false;
+    const ssize_t count = ::recv(descriptor, piece.data(), piece.size(), 0);
+    bytes.append(piece.data(), std::max<ssize_t>(count, 0));
+    return count > 0;
 }
 
 ScriptedServer::ScriptedServer(Script script)
@@ -148,9 +164,9 @@ void ScriptedServer::serve(int descriptor)
 {
     Connection connection(descriptor, stopDescriptor);
     Request request;
-    request.head = connection.receiveHead();
+    const bool came = connection.receive(request);
     const QList<QByteArray> words = request.head.split('\n').constFirst().trimmed().split(' ');
-    if (words.size() == 3) {
+    if (came && words.size() == 3) {
         request.method = words[0];
         request.target = words[1];
         {

@@ -27,6 +27,7 @@ public:
         QByteArray method;
         QByteArray target;
         QByteArray head; ///< everything up to the empty line
+        QByteArray body; ///< as long as the head says
 
         /// The value of a header, whatever the case of its name; empty if there is none.
         QByteArray header(const QByteArray &name) const;
@@ -47,7 +48,8 @@ public:
         friend class ScriptedServer;
         Connection(int descriptor, int stopDescriptor);
         bool waitFor(short events) const;
-        QByteArray receiveHead();
+        bool receive(Request &request);
+        bool receiveMore(QByteArray &bytes);
 
         int descriptor;
         int stopDescriptor;

@@ -13,16 +13,12 @@ constexpr qsizetype longestSaid = 4096;
 /// The largest that the library takes: fewer calls for the same bytes.
 constexpr long receiveBuffer = 512 * 1024;
 
-bool isGood(int status)
-{
-    return status == 200 || status == 206;
-}
-
 } // namespace
 
 HttpRequest::HttpRequest(const HttpQuery &query, const HttpSettings &settings,
                          HttpReceiver *receiver, bool withCredentials)
     : settings(settings)
+    , method(query.method)
     , receiver(receiver)
     , curl(curl_easy_init())
 {
@@ -44,7 +40,7 @@ void HttpRequest::setUp(const HttpQuery &query, bool withCredentials)
     set(CURLOPT_QUICK_EXIT, 1L);
     set(CURLOPT_PROTOCOLS_STR, "http,https");
     set(CURLOPT_FOLLOWLOCATION, 0L);
-    set(CURLOPT_NOBODY, query.method == HttpQuery::Method::Head ? 1L : 0L);
+    setUpMethod(query);
     // One stream over one connection is what large files want.
     set(CURLOPT_HTTP_VERSION, long { CURL_HTTP_VERSION_1_1 });
     set(CURLOPT_CONNECTTIMEOUT_MS, long { settings.connectTime.count() });
@@ -56,6 +52,16 @@ void HttpRequest::setUp(const HttpQuery &query, bool withCredentials)
         setUpCredentials();
     setUpHeaders(query);
     setUpReceiving();
+}
+
+void HttpRequest::setUpMethod(const HttpQuery &query)
+{
+    set(CURLOPT_NOBODY, method == HttpQuery::Method::Head ? 1L : 0L);
+    if (method != HttpQuery::Method::Propfind)
+        return;
+    set(CURLOPT_POSTFIELDSIZE, static_cast<long>(query.body.size()));
+    set(CURLOPT_COPYPOSTFIELDS, query.body.constData());
+    set(CURLOPT_CUSTOMREQUEST, "PROPFIND");
 }
 
 void HttpRequest::setUpTrust()
@@ -82,6 +88,7 @@ void HttpRequest::setUpHeaders(const HttpQuery &query)
         lines << "Range: " + query.range;
     if (!query.ifRange.isEmpty())
         lines << "If-Range: " + query.ifRange;
+    lines << query.headers;
     for (const QByteArray &line : lines)
         headers.reset(curl_slist_append(headers.release(), line.constData()));
     set(CURLOPT_HTTPHEADER, headers.get());
@@ -117,10 +124,19 @@ bool HttpRequest::takeHeader(const QByteArray &line)
     return !headTooLong;
 }
 
+bool HttpRequest::isGood() const
+{
+    const int status = answer.status();
+    // To a question about properties a plain 200 is the answer of one who has not understood it.
+    if (method == HttpQuery::Method::Propfind)
+        return status == 207;
+    return status == 200 || status == 206;
+}
+
 bool HttpRequest::takeBody(const char *data, qint64 size)
 {
     windowBytes += size;
-    if (receiver == nullptr || !isGood(answer.status())) {
+    if (receiver == nullptr || !isGood()) {
         said.append(data, std::min<qint64>(size, longestSaid - said.size()));
         stopped = said.size() >= longestSaid;
         return !stopped;
@@ -135,7 +151,7 @@ void HttpRequest::setResult(CURLcode code)
 {
     result = code;
     // A body of no bytes is a body.
-    const bool empty = code == CURLE_OK && !begun && receiver != nullptr && isGood(answer.status());
+    const bool empty = code == CURLE_OK && !begun && receiver != nullptr && isGood();
     if (empty)
         stopped = !receiver->begin(answer);
 }
@@ -166,7 +182,7 @@ HttpOutcome::End HttpRequest::end(bool hadContact) const
     if (headTooLong)
         return End::Hopeless;
     if (stopped)
-        return receiver != nullptr && isGood(answer.status()) ? End::Stopped : End::Answered;
+        return receiver != nullptr && isGood() ? End::Stopped : End::Answered;
     switch (result) {
     case CURLE_OK:
         return End::Answered;

@@ -44,6 +44,7 @@ private:
     };
 
     void setUp(const HttpQuery &query, bool withCredentials);
+    void setUpMethod(const HttpQuery &query);
     void setUpTrust();
     void setUpCredentials();
     void setUpHeaders(const HttpQuery &query);
@@ -55,10 +56,12 @@ private:
     static size_t onBody(char *data, size_t one, size_t size, void *self);
     bool takeHeader(const QByteArray &line);
     bool takeBody(const char *data, qint64 size);
+    bool isGood() const;
     HttpOutcome::End end(bool hadContact) const;
     QString reason(HttpOutcome::End end) const;
 
     const HttpSettings &settings;
+    const HttpQuery::Method method;
     HttpReceiver *receiver;
     std::unique_ptr<curl_slist, ListDeleter> headers;
     std::array<char, CURL_ERROR_SIZE> errorText {};

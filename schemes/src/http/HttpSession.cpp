@@ -105,6 +105,7 @@ HttpOutcome HttpSession::exchange(HttpQuery query, HttpReceiver *receiver,
     bool withCredentials = true;
     for (int hops = 0;; ++hops) {
         HttpOutcome outcome = d->ask(query, receiver, withCredentials, isCanceled);
+        outcome.url = query.url;
         const bool leadsOn = outcome.end == HttpOutcome::End::Answered && outcome.head.isRedirect();
         if (!leadsOn)
             return outcome;

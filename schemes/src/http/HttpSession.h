@@ -14,17 +14,19 @@ namespace zel {
 /// What is asked of a server.
 struct HttpQuery
 {
-    enum class Method { Head, Get };
+    enum class Method { Head, Get, Propfind };
 
     Method method = Method::Get;
     HttpUrl url;
     QByteArray range; ///< "bytes=100-"; empty: everything
     QByteArray ifRange; ///< the range only of this state, else everything
+    QList<QByteArray> headers; ///< further lines, "Depth: 1"
+    QByteArray body; ///< sent along with a Propfind
     bool countsAsTransfer = true; ///< waits for one of the server's places
 };
 
-/// Takes in the body of a good answer (200 or 206). False ends the exchange; the receiver knows
-/// why it wanted that.
+/// Takes in the body of a good answer (200 or 206, to a Propfind 207). False ends the exchange; the
+/// receiver knows why it wanted that.
 class HttpReceiver
 {
 public:
@@ -51,6 +53,7 @@ struct HttpOutcome
 
     End end = End::Hopeless;
     HttpHead head; ///< of the last answer
+    HttpUrl url; ///< who was asked last, after all redirects
     QByteArray said; ///< the beginning of a body that went to no receiver
     QString reason; ///< what went wrong, for people; empty for an answer
 };

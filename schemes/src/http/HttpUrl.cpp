@@ -62,6 +62,12 @@ Result<HttpUrl> HttpUrl::redirected(const QByteArray &location) const
     return target;
 }
 
+Result<HttpUrl> HttpUrl::atPath(const QByteArray &encodedPath) const
+{
+    const qsizetype pathStart = whole.indexOf('/', scheme.size() + 3);
+    return ZEL_PASS(parse(whole.left(pathStart) + encodedPath));
+}
+
 QList<QByteArray> HttpUrl::secrets() const
 {
     QList<QByteArray> values;

@@ -20,8 +20,13 @@ public:
     /// Where a redirect from here leads. Code 1 if the place is neither http nor https.
     Result<HttpUrl> redirected(const QByteArray &location) const;
 
+    /// The same server's resource at an encoded path, which starts with a slash. No query.
+    Result<HttpUrl> atPath(const QByteArray &encodedPath) const;
+
     const QByteArray &text() const { return whole; }
     bool isEncrypted() const { return scheme == "https"; }
+    const QByteArray &hostName() const { return host; } ///< in lower case
+    const QByteArray &encodedPath() const { return path; }
     /// "host:port" in lower case, which tells servers apart.
     QByteArray server() const { return host + ':' + port; }
     /// All that may have to stay secret: the values of the query, and those of the path
