@@ -9,12 +9,10 @@ namespace zel {
 
 namespace {
 
-/// Reads a few entries at most: a listing of the whole folder for each resource that goes would
-/// make a purge of many siblings quadratic.
+/// Reads two entries at most: a listing of the whole folder for each resource that goes would make
+/// a purge of many siblings quadratic.
 bool hasSeveralEntries(const QDir &folder)
 {
-    if (FolderGlance::showsSeveral(folder.path()))
-        return true;
     QDirIterator entries(folder.path(), QDir::AllEntries | QDir::NoDotAndDotDot);
     for (int count = 0; entries.hasNext(); entries.next()) {
         if (++count > 1)
@@ -33,7 +31,6 @@ QDir parentOf(const QDir &folder)
 RemovalRange::RemovalRange(const QString &dataDirectory)
     : cleaned(QDir::cleanPath(dataDirectory))
     , absolute(QDir::cleanPath(QFileInfo(cleaned).absoluteFilePath()))
-    , resolved(QFileInfo(cleaned).canonicalFilePath())
 {
 }
 
@@ -42,7 +39,7 @@ QDir RemovalRange::of(const QString &path) const
     QDir folder = QFileInfo(path).dir();
     while (true) {
         const QDir parent = parentOf(folder);
-        if (endsAt(parent) || hasSeveralEntries(parent))
+        if (endsAt(parent))
             return folder;
         if (parent.absolutePath() == folder.absolutePath())
             return folder; // the root of the file system has no parent
@@ -52,14 +49,22 @@ QDir RemovalRange::of(const QString &path) const
 
 bool RemovalRange::endsAt(const QDir &parent) const
 {
-    return isDataDirectory(parent.absolutePath())
-        || isDataDirectory(parentOf(parent).absolutePath());
+    const QString path = parent.absolutePath();
+    const QString around = parentOf(parent).absolutePath();
+    // The cheapest questions first: as a rule the spelling alone tells, without a look at the disk.
+    return isSpelledDataDirectory(path) || isSpelledDataDirectory(around)
+        || FolderGlance::showsSeveral(path) || leadsToDataDirectory(path)
+        || leadsToDataDirectory(around) || hasSeveralEntries(parent);
 }
 
-bool RemovalRange::isDataDirectory(const QString &path) const
+bool RemovalRange::isSpelledDataDirectory(const QString &path) const
 {
-    if (path == cleaned || path == absolute)
-        return true;
+    return path == cleaned || path == absolute;
+}
+
+bool RemovalRange::leadsToDataDirectory(const QString &path) const
+{
+    const QString resolved = QFileInfo(cleaned).canonicalFilePath();
     return !resolved.isEmpty() && QFileInfo(path).canonicalFilePath() == resolved;
 }
 

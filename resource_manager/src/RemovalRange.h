@@ -20,13 +20,14 @@ public:
     QDir of(const QString &path) const;
 
 private:
-    bool isDataDirectory(const QString &path) const;
     bool endsAt(const QDir &parent) const;
+    bool isSpelledDataDirectory(const QString &path) const;
+    /// Through links, however the two are spelled.
+    bool leadsToDataDirectory(const QString &path) const;
 
-    // One directory, spelled in three ways: a row's path need not be spelled as the root is today.
+    // A row's path need not be spelled as the directory is today.
     QString cleaned;
     QString absolute;
-    QString resolved;
 };
 
 } // namespace zel

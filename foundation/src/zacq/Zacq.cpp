@@ -188,7 +188,7 @@ bool Zacq::isSparseZacq(const QString &path, bool isThorough)
     const ZacqFolder folder(path);
     // remove() takes no link, so that what a link leads to stays; nothing else of it is sparse.
     const QFileInfo info(folder.path());
-    if (info.isSymLink() || !info.isDir() || !folder.hasManifest())
+    if (!info.isDir() || info.isSymLink() || !folder.hasManifest())
         return false;
     const auto manifest = folder.readManifest();
     if (!manifest.hasValue() || !manifest.value().pointer)

@@ -59,6 +59,28 @@ TEST_F(ResourceCachePurgeCostTest, purgeCacheIfNeeded_manySiblings_looksAtAFewOn
     EXPECT_LE(looks.entriesAtGlances, 50 * 500);
     // The file in each one's own folder; the folder around them is never read.
     EXPECT_EQ(looks.entries, 500);
+    EXPECT_EQ(looks.resolutions, 0);
+}
+
+TEST_F(ResourceCachePurgeCostTest, removalRange_usualPlace_isToldByItsSpelling)
+{
+    writeFile(dataPath(u"s/1/f"_s), "x");
+    startCounting();
+    const QDir range = RemovalRange(directory.dataDir()).of(dataPath(u"s/1/f"_s));
+    const FileLooks looks = stopCounting();
+    EXPECT_EQ(range.absolutePath(), dataPath(u"s/1"_s));
+    EXPECT_EQ(looks.entries + looks.glances + looks.states + looks.resolutions, 0);
+}
+
+TEST_F(ResourceCachePurgeCostTest, removalRange_rootThroughALink_isResolved)
+{
+    const QString link = directory.outside(u"link"_s);
+    ASSERT_TRUE(QFile::link(directory.dataDir(), link));
+    writeFile(dataPath(u"s/1/f"_s), "x");
+    startCounting();
+    const QDir range = RemovalRange(link).of(dataPath(u"s/1/f"_s));
+    EXPECT_GT(stopCounting().resolutions, 0);
+    EXPECT_EQ(range.absolutePath(), dataPath(u"s/1"_s));
 }
 
 TEST_F(ResourceCachePurgeCostTest, removalRange_firstEntriesSayNothing_readsTwoEntries)

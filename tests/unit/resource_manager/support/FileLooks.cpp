@@ -1,6 +1,7 @@
 #include "support/FileLooks.h"
 
 #include <atomic>
+#include <cstdlib>
 #include <cstring>
 
 #include <dirent.h>
@@ -14,6 +15,7 @@ std::atomic<int> entries = 0;
 std::atomic<int> glances = 0;
 std::atomic<int> entriesAtGlances = 0;
 std::atomic<int> states = 0;
+std::atomic<int> resolutions = 0;
 
 template<typename Function>
 Function original(const char *name)
@@ -48,14 +50,14 @@ namespace zel::test {
 
 void startCounting()
 {
-    entries = glances = entriesAtGlances = states = 0;
+    entries = glances = entriesAtGlances = states = resolutions = 0;
     isCounting = true;
 }
 
 FileLooks stopCounting()
 {
     isCounting = false;
-    return { entries, glances, entriesAtGlances, states };
+    return { entries, glances, entriesAtGlances, states, resolutions };
 }
 
 } // namespace zel::test
@@ -96,6 +98,14 @@ ZEL_VISIBLE int statx(int folder, const char *path, int flags, unsigned mask, st
         = original<int (*)(int, const char *, int, unsigned, struct statx *)>("statx");
     countState();
     return next(folder, path, flags, mask, info);
+}
+
+ZEL_VISIBLE char *realpath(const char *path, char *resolved) noexcept
+{
+    static const auto next = original<char *(*)(const char *, char *)>("realpath");
+    if (isCounting)
+        ++resolutions;
+    return next(path, resolved);
 }
 
 } // extern "C"
