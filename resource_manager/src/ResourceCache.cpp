@@ -115,9 +115,9 @@ void ResourceCache::Private::updateSemaphoreKey(const ResourceCachePath &path)
     RegisteredSemaphore *entry = SemaphoreRegistry::keepForDirectory(key, path.baseDirPath());
     semaphore.setKey(key, 1, QSystemSemaphore::Open);
     // The registered object is the one that is taken.
-    if (!entry->usable && !entry->refusalIsLogged.exchange(true)) {
+    if (const auto refusal = SemaphoreRegistry::takeRefusal(entry)) {
         qCCritical(lcResourceManager)
-            << "Going on without the system semaphore" << key << ":" << entry->keeper.errorString();
+            << "Going on without the system semaphore" << key << ":" << *refusal;
     }
     qCDebug(lcResourceManager).noquote() << u"System semaphore key set to %1"_s.arg(key);
 }

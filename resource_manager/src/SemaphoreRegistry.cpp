@@ -5,6 +5,8 @@
 #include <QHash>
 #include <QMutex>
 
+#include <utility>
+
 namespace zel {
 
 namespace {
@@ -37,7 +39,7 @@ void tryAgain(RegisteredSemaphore *entry)
     entry->keeper.setKey(entry->key, 1, QSystemSemaphore::Open);
     entry->usable = entry->keeper.error() == QSystemSemaphore::NoError;
     if (entry->usable)
-        entry->refusalIsLogged = false;
+        entry->isRefusalTaken = false;
 }
 
 } // namespace
@@ -68,6 +70,15 @@ RegisteredSemaphore *SemaphoreRegistry::keepForDirectory(const QString &key,
     if (!entry->usable)
         tryAgain(entry);
     return entry;
+}
+
+std::optional<QString> SemaphoreRegistry::takeRefusal(RegisteredSemaphore *entry)
+{
+    // The object that tells why may be made anew on another thread.
+    const QMutexLocker lock(&table().mutex);
+    if (entry->usable || std::exchange(entry->isRefusalTaken, true))
+        return std::nullopt;
+    return entry->keeper.errorString();
 }
 
 RegisteredSemaphore *SemaphoreRegistry::find(const QString &key)

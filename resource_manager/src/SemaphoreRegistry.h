@@ -5,6 +5,7 @@
 #include <QSystemSemaphore>
 
 #include <atomic>
+#include <optional>
 
 namespace zel {
 
@@ -22,8 +23,8 @@ struct RegisteredSemaphore
     /// False while the system refuses the semaphore: calling the keeper from several threads would
     /// abort. Nobody has called it then, so that it may be made anew.
     std::atomic<bool> usable;
-    /// Whether the refusal was logged.
-    std::atomic<bool> refusalIsLogged = false;
+    /// Whether takeRefusal() has told of it; under the table's mutex.
+    bool isRefusalTaken = false;
     /// The thread that holds it in this process.
     std::atomic<Qt::HANDLE> holder = nullptr;
     /// The base directory, locked behind the semaphore; empty for a key that no cache opened.
@@ -42,6 +43,8 @@ RegisteredSemaphore *keep(const QString &key);
 /// The same for the semaphore of a cache, whose base directory is locked behind it. One that the
 /// system has refused is asked for again: what was in the way may be gone.
 RegisteredSemaphore *keepForDirectory(const QString &key, const QString &baseDirectory);
+/// Why the system refuses the semaphore, to the first who asks since it does; empty otherwise.
+std::optional<QString> takeRefusal(RegisteredSemaphore *entry);
 /// The entry of the key, or null for a semaphore that is none of a cache's.
 RegisteredSemaphore *find(const QString &key);
 
