@@ -93,6 +93,7 @@ Error ResourceCache::Private::open(const ResourceCachePath &path,
         return error;
     }
     opening = std::make_shared<bool>(true);
+    pinnedSizeReport.clear(); // it was of what was open before
     ZEL_TRY(error, cleanupInactiveClients());
 
     startPing();

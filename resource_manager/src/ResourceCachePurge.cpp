@@ -12,6 +12,7 @@
 #include <QtNumeric>
 
 #include <limits>
+#include <utility>
 
 namespace zel {
 
@@ -96,20 +97,25 @@ Error ResourceCache::Private::purgeCacheIfNeeded(qint64 extraSize)
     return error;
 }
 
-Error ResourceCache::Private::reportPinnedSize(qint64 goal, qint64 extraSize) const
+Error ResourceCache::Private::reportPinnedSize(qint64 goal, qint64 extraSize)
 {
     ZEL_TRY_LET(const qint64 current, dao->selectCurrentSize());
     const qint64 total = sumOf(current, extraSize);
-    if (total <= goal || !lcResourceManager().isWarningEnabled())
+    if (total <= goal || !lcResourceManager().isWarningEnabled()) {
+        pinnedSizeReport.clear();
         return Error();
+    }
 
     ZEL_TRY_LET(const ResourceCacheDao::PinnedSize pinned, dao->selectPinnedSize());
     ZEL_TRY_LET(const auto clients, dao->selectPinningClients(reportedClients));
     const QString goalAndExtra = u"%1 bytes (%2 bytes asked for in addition)"_s.arg(
         QString::number(goal), QString::number(extraSize));
-    qCWarning(lcResourceManager).noquote()
-        << u"The purge could not free enough: %1 bytes stay above the goal of %2. %3. %4"_s.arg(
-               QString::number(total - goal), goalAndExtra, toText(pinned), toText(clients));
+    const QString report
+        = u"The purge could not free enough: %1 bytes stay above the goal of %2. %3. %4"_s.arg(
+            QString::number(total - goal), goalAndExtra, toText(pinned), toText(clients));
+    // A cache that its users keep full purges at each resource that comes.
+    if (std::exchange(pinnedSizeReport, report) != report)
+        qCWarning(lcResourceManager).noquote() << report;
     return Error();
 }
 

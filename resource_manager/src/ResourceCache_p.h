@@ -87,9 +87,9 @@ public:
     // Purge
     Error purgeCacheIfNeeded(qint64 extraSize);
     Error removeOldestResources(TransactionContext *context, qint64 size);
-    /// Logs what keeps the cache above the size that a purge was to reach, if anything does. Fails
-    /// only to read that.
-    Error reportPinnedSize(qint64 goal, qint64 extraSize) const;
+    /// Logs what keeps the cache above the size that a purge was to reach, if anything does and the
+    /// purge before did not say the same. Fails only to read that.
+    Error reportPinnedSize(qint64 goal, qint64 extraSize);
     Result<QList<QString>> outdatedReferences() const;
     Error deleteResources(const QList<QString> &references, Task *task);
     Error removeIfNotInUse(TransactionContext *context, const QString &reference);
@@ -170,6 +170,8 @@ public:
 
     std::optional<std::chrono::milliseconds> retryOpenAfter;
     TaskRows taskRows;
+    /// What the last purge had to say; empty if it reached its goal.
+    QString pinnedSizeReport;
     /// Live as long as this object, and from open() to close(). Handles look whether they still do.
     std::shared_ptr<const bool> life = std::make_shared<bool>(true);
     std::shared_ptr<const bool> opening;

@@ -179,6 +179,56 @@ TEST_F(ResourceCachePurgeTest, purgeCacheIfNeeded_usedResourcesPinTheSpace_warns
                     "1 resources"_s));
 }
 
+TEST_F(ResourceCachePurgeTest, add_nothingHasChangedInTheFullCache_doesNotWarnAgain)
+{
+    open(1000, 2000);
+    addReady(u"test:1"_s, u"s/1/f"_s, 300);
+    addReady(u"test:2"_s, u"s/2/f"_s, 200);
+    limitTo(100, 200);
+    const auto handle = cache.useResource(u"test:1"_s);
+    auto other = cache.useResource(u"test:2"_s).value();
+    const LogCapture log;
+    for (int i = 3; i < 6; ++i)
+        ASSERT_FALSE(cache.add(u"test:%1"_s.arg(i), ResourceCleanupPolicy::OnDemand).hasError());
+    EXPECT_EQ(warnings(log).size(), 1);
+
+    other.reset();
+    ASSERT_FALSE(cache.purgeCacheIfNeeded(0).hasError());
+    EXPECT_EQ(warnings(log).size(), 2);
+    EXPECT_TRUE(warnings(log).last().contains(u"In use: 300 bytes in 1 resources"_s));
+}
+
+TEST_F(ResourceCachePurgeTest, purgeCacheIfNeeded_goalReachedMeanwhile_warnsAgain)
+{
+    open(1000, 2000);
+    addReady(u"test:1"_s, u"s/1/f"_s, 60);
+    limitTo(50, 200);
+    auto handle = cache.useResource(u"test:1"_s).value();
+    const LogCapture log;
+    ASSERT_FALSE(cache.purgeCacheIfNeeded(0).hasError());
+    ASSERT_FALSE(cache.purgeCacheIfNeeded(0).hasError());
+    EXPECT_EQ(warnings(log).size(), 1);
+
+    handle.reset();
+    ASSERT_FALSE(cache.purgeCacheIfNeeded(0).hasError());
+    EXPECT_EQ(warnings(log).size(), 1);
+    addReady(u"test:2"_s, u"s/2/f"_s, 60);
+    handle = cache.useResource(u"test:2"_s).value();
+    ASSERT_FALSE(cache.purgeCacheIfNeeded(0).hasError());
+    EXPECT_EQ(warnings(log).size(), 2);
+    EXPECT_EQ(warnings(log).first(), warnings(log).last());
+}
+
+TEST_F(ResourceCachePurgeTest, purgeCacheIfNeeded_openedAnewMeanwhile_warnsAgain)
+{
+    open(100, 200);
+    const LogCapture log;
+    ASSERT_FALSE(cache.purgeCacheIfNeeded(500).hasError());
+    limitTo(100, 200);
+    ASSERT_FALSE(cache.purgeCacheIfNeeded(500).hasError());
+    EXPECT_EQ(warnings(log).size(), 2);
+}
+
 TEST_F(ResourceCachePurgeTest, purgeCacheIfNeeded_goalReachedToTheByte_doesNotWarn)
 {
     open(1000, 2000);
