@@ -12,10 +12,13 @@
 #include <QUrl>
 #include <QUuid>
 
+#include <array>
+
 namespace zel {
 
 using namespace Qt::Literals::StringLiterals;
 using Snapshot = ResourceCacheReader::Snapshot;
+using Activity = ResourceCacheReader::Activity;
 
 namespace {
 
@@ -158,27 +161,52 @@ Error readUsages(const ReadingConnection &connection, Snapshot &snapshot)
     }));
 }
 
-Error readAcquiringTasks(const ReadingConnection &connection, Snapshot &snapshot)
+Error readAcquiringTasks(const ReadingConnection &connection,
+                         QList<ResourceCacheReader::AcquiringTask> &tasks)
 {
     const auto sql = u"SELECT r.reference, t.clientId, c.processId, t.progress "
                      "FROM AcquiringTasks t "
                      "LEFT JOIN CachedResources r ON r.id = t.resourceId "
                      "LEFT JOIN Clients c ON c.id = t.clientId ORDER BY t.id"_s;
-    return ZEL_PASS(connection.forEachRow(sql, [&snapshot](const QSqlQuery &row) {
+    return ZEL_PASS(connection.forEachRow(sql, [&tasks](const QSqlQuery &row) {
         const QVariant progress = row.value(3);
-        snapshot.acquiringTasks.append(
-            { row.value(0).toString(), row.value(1).toLongLong(), optionalNumber(row.value(2)),
-              progress.isNull() ? std::nullopt : std::optional<int>(progress.toInt()) });
+        tasks.append({ row.value(0).toString(), row.value(1).toLongLong(),
+                       optionalNumber(row.value(2)),
+                       progress.isNull() ? std::nullopt : std::optional<int>(progress.toInt()) });
     }));
 }
 
-Error readClients(const ReadingConnection &connection, Snapshot &snapshot)
+Error readClients(const ReadingConnection &connection, QList<ResourceCacheReader::Client> &clients)
 {
     const auto sql = u"SELECT id, processId, lastPingTime FROM Clients ORDER BY id"_s;
-    return ZEL_PASS(connection.forEachRow(sql, [&snapshot](const QSqlQuery &row) {
-        snapshot.clients.append(
+    return ZEL_PASS(connection.forEachRow(sql, [&clients](const QSqlQuery &row) {
+        clients.append(
             { row.value(0).toLongLong(), row.value(1).toLongLong(), row.value(2).toLongLong() });
     }));
+}
+
+/// One pass and one row: grouping would sort all resources first.
+Error countResources(const ReadingConnection &connection, QHash<ResourceStatus, int> &counts)
+{
+    static constexpr std::array statuses { ResourceStatus::Missing, ResourceStatus::Ready,
+                                           ResourceStatus::ScheduledForAcquire,
+                                           ResourceStatus::Acquiring };
+    QStringList sums;
+    for (const ResourceStatus status : statuses)
+        sums.append(u"TOTAL(status = '%1')"_s.arg(toText(status)));
+    const QString sql = u"SELECT %1 FROM CachedResources"_s.arg(sums.join(u", "_s));
+    return ZEL_PASS(connection.forEachRow(sql, [&counts](const QSqlQuery &row) {
+        for (std::size_t i = 0; i < statuses.size(); ++i)
+            counts.insert(statuses.at(i), row.value(int(i)).toInt());
+    }));
+}
+
+Error readCurrentSize(const ReadingConnection &connection, qint64 &size)
+{
+    const auto sql
+        = u"SELECT %1 FROM CacheMetadata LIMIT 1"_s.arg(ResourceCacheSchema::kCurrentSize);
+    return ZEL_PASS(connection.forEachRow(
+        sql, [&size](const QSqlQuery &row) { size = row.value(0).toLongLong(); }));
 }
 
 Error readMetadata(const ReadingConnection &connection, const Columns &columns, Snapshot &snapshot)
@@ -199,30 +227,54 @@ Error notACache(const QString &path)
                      ResourceCacheReader::tr("\"%1\" is not a cache database.").arg(path));
 }
 
-Result<Snapshot> readSnapshot(const ReadingConnection &connection, const QString &path)
+/// The columns of a cache's tables; none of a file whose cache was never quite made.
+Result<Columns> readColumnsOfCache(const ReadingConnection &connection, const QString &path)
 {
-    Snapshot snapshot;
-    Error error;
     ZEL_TRY_LET(const Columns columns, readColumns(connection));
-    if (columns.isEmpty())
-        return snapshot;
-    if (!columns.contains(u"CachedResources.reference"_s))
+    if (!columns.isEmpty() && !columns.contains(u"CachedResources.reference"_s))
         return ZEL_PASS(notACache(path));
+    return columns;
+}
 
+Error readInto(Snapshot &snapshot, const ReadingConnection &connection, const Columns &columns)
+{
+    Error error;
     ZEL_TRY(error, reserveResources(connection, snapshot));
     ZEL_TRY(error, readResources(connection, columns, snapshot));
     ZEL_TRY(error, readUsages(connection, snapshot));
-    ZEL_TRY(error, readAcquiringTasks(connection, snapshot));
-    ZEL_TRY(error, readClients(connection, snapshot));
+    ZEL_TRY(error, readAcquiringTasks(connection, snapshot.acquiringTasks));
+    ZEL_TRY(error, readClients(connection, snapshot.clients));
     ZEL_TRY(error, readMetadata(connection, columns, snapshot));
-    return snapshot;
+    return error;
 }
 
-Result<Snapshot> readBegun(const ReadingConnection &connection, const QSqlError &failure,
-                           const QString &path)
+Error readInto(Activity &activity, const ReadingConnection &connection, const Columns &)
+{
+    Error error;
+    ZEL_TRY(error, readAcquiringTasks(connection, activity.acquiringTasks));
+    ZEL_TRY(error, readClients(connection, activity.clients));
+    ZEL_TRY(error, countResources(connection, activity.resourceCounts));
+    ZEL_TRY(error, readCurrentSize(connection, activity.currentSize));
+    return error;
+}
+
+template<typename Value>
+Result<Value> readValue(const ReadingConnection &connection, const QString &path)
+{
+    Value value;
+    Error error;
+    ZEL_TRY_LET(const Columns columns, readColumnsOfCache(connection, path));
+    if (!columns.isEmpty())
+        ZEL_TRY(error, readInto(value, connection, columns));
+    return value;
+}
+
+template<typename Value>
+Result<Value> readBegun(const ReadingConnection &connection, const QSqlError &failure,
+                        const QString &path)
 {
     if (!failure.isValid())
-        return ZEL_PASS(readSnapshot(connection, path));
+        return ZEL_PASS(readValue<Value>(connection, path));
     if (isKind(failure, NotADatabase))
         return ZEL_PASS(notACache(path));
     return ZEL_ERROR(ErrorCode::OperationFailed,
@@ -240,6 +292,28 @@ bool canBeReadAlone(const QSqlError &failure, const QString &path)
         && !QFileInfo::exists(file + u"-wal"_s) && !QFileInfo::exists(file + u"-journal"_s);
 }
 
+/// Opens the file in the way that works and reads it.
+template<typename Value>
+Result<Value> readFile(const QString &databasePath)
+{
+    const QFileInfo file(databasePath);
+    if (!file.isFile()) {
+        return ZEL_ERROR(
+            ErrorCode::BadArgument,
+            ResourceCacheReader::tr("There is no cache database \"%1\".").arg(databasePath));
+    }
+
+    const QString path = file.absoluteFilePath();
+    ReadingConnection shared(path, Access::Shared);
+    const QSqlError failure = shared.begin();
+    if (!canBeReadAlone(failure, path))
+        return ZEL_PASS(readBegun<Value>(shared, failure, path));
+
+    ReadingConnection alone(path, Access::Unchanging);
+    const QSqlError lastFailure = alone.begin();
+    return ZEL_PASS(readBegun<Value>(alone, lastFailure, path));
+}
+
 } // namespace
 
 ResourceCacheReader::ResourceCacheReader(const QString &databasePath)
@@ -249,21 +323,12 @@ ResourceCacheReader::ResourceCacheReader(const QString &databasePath)
 
 Result<Snapshot> ResourceCacheReader::read() const
 {
-    const QFileInfo file(databasePath);
-    if (!file.isFile()) {
-        return ZEL_ERROR(ErrorCode::BadArgument,
-                         tr("There is no cache database \"%1\".").arg(databasePath));
-    }
+    return ZEL_PASS(readFile<Snapshot>(databasePath));
+}
 
-    const QString path = file.absoluteFilePath();
-    ReadingConnection shared(path, Access::Shared);
-    const QSqlError failure = shared.begin();
-    if (!canBeReadAlone(failure, path))
-        return ZEL_PASS(readBegun(shared, failure, path));
-
-    ReadingConnection alone(path, Access::Unchanging);
-    const QSqlError lastFailure = alone.begin();
-    return ZEL_PASS(readBegun(alone, lastFailure, path));
+Result<Activity> ResourceCacheReader::readActivity() const
+{
+    return ZEL_PASS(readFile<Activity>(databasePath));
 }
 
 } // namespace zel

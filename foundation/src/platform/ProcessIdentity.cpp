@@ -1,8 +1,9 @@
 #include "platform/ProcessIdentity.h"
 
+#include <QDateTime>
 #include <QFile>
 
-#include <optional>
+#include <ctime>
 
 #include <unistd.h>
 
@@ -29,6 +30,14 @@ std::optional<qint64> startTimeOf(qint64 pid)
     return isNumber ? std::optional(time) : std::nullopt;
 }
 
+/// Milliseconds since the machine started, those in which it slept included.
+qint64 upTime()
+{
+    timespec time {};
+    ::clock_gettime(CLOCK_BOOTTIME, &time);
+    return qint64(time.tv_sec) * 1000 + time.tv_nsec / 1'000'000;
+}
+
 QString bootIdNow()
 {
     return QString::fromLatin1(contentOf(u"/proc/sys/kernel/random/boot_id"_s).trimmed());
@@ -45,6 +54,15 @@ ProcessIdentity ProcessIdentity::current()
 bool ProcessIdentity::isAlive() const
 {
     return pid > 0 && bootId == bootIdNow() && startTimeOf(pid) == startTime;
+}
+
+std::optional<qint64> ProcessIdentity::startOf(qint64 pid)
+{
+    const auto ticks = startTimeOf(pid);
+    if (!ticks)
+        return {};
+    const qint64 machineStarted = QDateTime::currentMSecsSinceEpoch() - upTime();
+    return machineStarted + *ticks * 1000 / ::sysconf(_SC_CLK_TCK);
 }
 
 } // namespace zel

@@ -4,6 +4,8 @@
 
 #include <QString>
 
+#include <optional>
+
 namespace zel {
 
 /// A process and no other: numbers of processes come again. A value.
@@ -16,6 +18,11 @@ struct ZEL_RESOURCE_MANAGER_EXPORT ProcessIdentity
     static ProcessIdentity current();
     /// Whether the process lives, as far as this process can see others.
     bool isAlive() const;
+
+    /// When the process that has this number now was started, in milliseconds since the epoch;
+    /// right to a fraction of a second, unless the clock of the machine was set since. Empty if
+    /// there is no such process, as far as this process can see others.
+    static std::optional<qint64> startOf(qint64 pid);
 
     friend bool operator==(const ProcessIdentity &left, const ProcessIdentity &right)
     {

@@ -24,6 +24,13 @@ protected:
         return result.hasValue() ? std::move(result).value() : ResourceCacheReader::Snapshot();
     }
 
+    ResourceCacheReader::Activity activity()
+    {
+        auto result = ResourceCacheReader(path()).readActivity();
+        EXPECT_TRUE(succeeded(result));
+        return result.hasValue() ? std::move(result).value() : ResourceCacheReader::Activity();
+    }
+
     void openDao() { ASSERT_TRUE(succeeded(dao.open(path()))); }
 
     /// A closed cache with one resource of 60 bytes, in a folder that may not be written.
@@ -41,6 +48,17 @@ protected:
     ~ResourceCacheReaderTest() override
     {
         QFile::setPermissions(cache.baseDir(), QFile::Permissions(0x7755));
+    }
+
+    void addHundredThousand()
+    {
+        database().run(
+            u"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 100000) "
+            "INSERT INTO CachedResources (reference, cachedPath, fileSize, status, cleanupPolicy, "
+            "lastAccessDateTime, lastStatusUpdateClientId, version) "
+            "SELECT 'https://data.example.org/projects/proteomics/2024/sample-' || i || '.raw', "
+            "'/home/user/.local/share/ResourceCache/Cache/http/0123456789abcdef0123456789abcdef/'"
+            " || i || '.raw', i, 'Ready', 'OnDemand', i, 1, '1.0' FROM n"_s);
     }
 
     QStringList filesBesideTheData() const { return QDir(cache.baseDir()).entryList(QDir::Files); }
@@ -329,22 +347,94 @@ TEST_F(ResourceCacheReaderTest, read_folderNotWritableButCacheOpen_seesWhatIsInT
     QFile::setPermissions(cache.baseDir(), QFile::Permissions(0x7755));
 }
 
+// ---- What comes and goes
+
+TEST_F(ResourceCacheReaderTest, readActivity_openCache_givesWhatComesAndGoes)
+{
+    openDao();
+    insert(u"test:a"_s, ResourceStatus::Ready);
+    insert(u"test:b"_s, ResourceStatus::Ready);
+    insert(u"test:c"_s, ResourceStatus::Acquiring);
+    insert(u"test:d"_s, ResourceStatus::Missing);
+    insert(u"test:e"_s, ResourceStatus::Missing);
+    database().run(u"UPDATE CachedResources SET status = 'Lost' WHERE reference = 'test:e'"_s);
+    ASSERT_TRUE(succeeded(dao.updateResourceSize(1, 6'000'000'000)));
+    const qint64 other = addClient(1'000'001, 20s);
+    addTask(u"test:c"_s, ownClientId(), 42);
+    addTask(u"test:c"_s, other);
+
+    const auto found = activity();
+    ASSERT_EQ(found.acquiringTasks.size(), 2);
+    EXPECT_EQ(found.acquiringTasks[0].reference, u"test:c"_s);
+    EXPECT_EQ(found.acquiringTasks[0].processId, QCoreApplication::applicationPid());
+    EXPECT_EQ(found.acquiringTasks[0].progress, 42);
+    EXPECT_EQ(found.acquiringTasks[1].clientId, other);
+    EXPECT_EQ(found.acquiringTasks[1].progress, std::nullopt);
+    ASSERT_EQ(found.clients.size(), 2);
+    EXPECT_EQ(found.clients[1].processId, 1'000'001);
+    EXPECT_EQ(found.resourceCounts,
+              (QHash<ResourceStatus, int> { { ResourceStatus::Ready, 2 },
+                                            { ResourceStatus::Missing, 1 },
+                                            { ResourceStatus::ScheduledForAcquire, 0 },
+                                            { ResourceStatus::Acquiring, 1 } }));
+    EXPECT_EQ(found.currentSize, 6'000'000'000);
+}
+
+TEST_F(ResourceCacheReaderTest, readActivity_lockHeldAndWriterInTheMiddle_waitsForNeither)
+{
+    openDao();
+    insert(u"test:a"_s, ResourceStatus::Ready);
+    QSystemSemaphore semaphore(TemporaryCache::semaphoreKey(cache.baseDir()), 1);
+    ASSERT_TRUE(semaphore.acquire());
+    const Context context = transaction();
+    insert(u"test:b"_s, ResourceStatus::Ready);
+    EXPECT_EQ(activity().resourceCounts.value(ResourceStatus::Ready), 1);
+    EXPECT_TRUE(semaphore.release());
+}
+
+TEST_F(ResourceCacheReaderTest, readActivity_olderOrUnfinishedFile_works)
+{
+    load(u"before-versions.sql"_s);
+    EXPECT_EQ(activity().currentSize, 60);
+    const QString unfinished = cache.outside(u"unfinished.db"_s);
+    writeFile(unfinished, QByteArray());
+    const auto found = ResourceCacheReader(unfinished).readActivity();
+    ASSERT_TRUE(succeeded(found));
+    EXPECT_TRUE(found.value().resourceCounts.isEmpty());
+}
+
+TEST_F(ResourceCacheReaderTest, readActivity_noCache_failsLikeRead)
+{
+    EXPECT_TRUE(failedWith(ResourceCacheReader(path()).readActivity().error(),
+                           ErrorCode::BadArgument,
+                           u"There is no cache database \"%1\"."_s.arg(path())));
+    writeFile(path(), QByteArray(5000, 'x'));
+    EXPECT_EQ(ResourceCacheReader(path()).readActivity().error().errorCode(), ErrorCode::BadData);
+}
+
 // ---- Many
 
 TEST_F(ResourceCacheReaderTest, read_hundredThousandRows_givesAllOfThem)
 {
     openDao();
-    database().run(
-        u"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 100000) "
-        "INSERT INTO CachedResources (reference, cachedPath, fileSize, status, cleanupPolicy, "
-        "lastAccessDateTime, lastStatusUpdateClientId, version) "
-        "SELECT 'https://data.example.org/projects/proteomics/2024/sample-' || i || '.raw', "
-        "'/home/user/.local/share/ResourceCache/Cache/http/0123456789abcdef0123456789abcdef/'"
-        " || i || '.raw', i, 'Ready', 'OnDemand', i, 1, '1.0' FROM n"_s);
+    addHundredThousand();
+
     QElapsedTimer clock;
     clock.start();
     const auto found = snapshot();
     RecordProperty("milliseconds", static_cast<int>(clock.elapsed()));
     ASSERT_EQ(found.resources.size(), 100'000);
     EXPECT_EQ(found.resources.last().size, 100'000);
+}
+
+TEST_F(ResourceCacheReaderTest, readActivity_hundredThousandRows_countsThem)
+{
+    openDao();
+    addHundredThousand();
+    QElapsedTimer clock;
+    clock.start();
+    const auto found = activity();
+    RecordProperty("milliseconds", static_cast<int>(clock.elapsed()));
+    EXPECT_EQ(found.resourceCounts.value(ResourceStatus::Ready), 100'000);
+    EXPECT_EQ(found.currentSize, 100'000 * qint64(100'001) / 2);
 }

@@ -1,5 +1,6 @@
 #include "platform/ProcessIdentity.h"
 
+#include <QDateTime>
 #include <QProcess>
 
 using namespace zel;
@@ -32,4 +33,26 @@ TEST(ProcessIdentityTest, isAlive_processThatEnded_isFalse)
     identity.pid = process.processId();
     ASSERT_TRUE(process.waitForFinished());
     EXPECT_FALSE(identity.isAlive());
+}
+
+TEST(ProcessIdentityTest, startOf_processStartedNow_isThisMoment)
+{
+    constexpr qint64 rounding = 100;
+    const qint64 before = QDateTime::currentMSecsSinceEpoch();
+    QProcess process;
+    process.start(u"cat"_s, QStringList());
+    ASSERT_TRUE(process.waitForStarted());
+    const auto start = ProcessIdentity::startOf(process.processId());
+    ASSERT_TRUE(start);
+    EXPECT_GE(*start, before - rounding);
+    EXPECT_LE(*start, QDateTime::currentMSecsSinceEpoch() + rounding);
+    process.closeWriteChannel();
+    EXPECT_TRUE(process.waitForFinished());
+}
+
+TEST(ProcessIdentityTest, startOf_noSuchProcess_isEmpty)
+{
+    EXPECT_EQ(ProcessIdentity::startOf(0), std::nullopt);
+    EXPECT_EQ(ProcessIdentity::startOf(-1), std::nullopt);
+    EXPECT_EQ(ProcessIdentity::startOf(4'999'999), std::nullopt);
 }
