@@ -43,4 +43,16 @@ TEST_F(UsageCliTest, mistake_always_leavesTheCacheAlone)
     EXPECT_FALSE(QFileInfo::exists(cache.databasePath()));
 }
 
+TEST_F(UsageCliTest, reference_empty_isCode2)
+{
+    ASSERT_EQ(start({ u"exists"_s, sharedFile(u"run"_s, "x") })->exitCode(), 0);
+    for (const QStringList &arguments :
+         { QStringList { u"path"_s, QString() }, QStringList { u"info"_s, QString() },
+           QStringList { u"policy"_s, QString() }, QStringList { u"get"_s, QString() } }) {
+        const auto run = start(arguments);
+        EXPECT_EQ(run->exitCode(), 2) << qPrintable(arguments.constFirst());
+        EXPECT_EQ(run->output(), "");
+    }
+}
+
 } // namespace zel::test

@@ -1,18 +1,20 @@
 #pragma once
 
-#include "CommandLine.h"
+#include "ExitCode.h"
 #include "Json.h"
+#include "Options.h"
 #include "Output.h"
 
 namespace zel::cli {
 
-/// What every command works with. Borrows both, for the length of the command.
+/// What every command works with. Borrows options and output, for the length of the command.
 struct Context
 {
+    QString command; ///< its name
     const Options &options;
     Output &output;
 
-    QJsonObject emptyAnswer() const { return json::answer(commandName(options.command)); }
+    QJsonObject emptyAnswer() const { return json::answer(command); }
 
     /// Ends the command without an answer: says why on standard error and, with JSON, as the
     /// answer. Returns the code it was given.

@@ -1,5 +1,4 @@
 #include "CommandLine.h"
-#include "Context.h"
 #include "LogOutput.h"
 #include "SignalWatch.h"
 #include "commands/Commands.h"
@@ -19,42 +18,6 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-ExitCode runCommand(const Context &context)
-{
-    using Command = Options::Command;
-    switch (context.options.command) {
-    case Command::Get:
-        return runGet(context);
-    case Command::Exists:
-        return runExists(context);
-    case Command::Info:
-        return runInfo(context);
-    case Command::Path:
-        return runPath(context);
-    case Command::Add:
-        return runAdd(context);
-    case Command::List:
-        return runList(context);
-    case Command::Purge:
-        return runPurge(context);
-    case Command::Outdated:
-        return runOutdated(context);
-    case Command::Policy:
-        return runPolicy(context);
-    case Command::Remove:
-        return runRemove(context);
-    case Command::Status:
-        return runStatus(context);
-    case Command::Config:
-        return runConfig(context);
-    case Command::Formats:
-        return runFormats(context);
-    case Command::Recount:
-        return runRecount(context);
-    }
-    return ExitCode::BadArgument;
-}
 
 /// The code of an answer that could not be written. Whoever closed the pipe knows it.
 ExitCode codeOfAnswer(Output &output, ExitCode code)
@@ -78,13 +41,13 @@ Output::Manner mannerOf(const Options &options)
 }
 
 /// With the log in place before Qt has its first word.
-ExitCode run(const Options &options, int argc, char **argv)
+ExitCode run(Command &command, const Options &options, int argc, char **argv)
 {
     Output output(mannerOf(options));
     const LogOutput log(&output, options.verbosity);
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(u"zelcache"_s);
-    const ExitCode code = runCommand({ options, output });
+    const ExitCode code = command.run({ QString::fromLatin1(command.name()), options, output });
     Tracer::shutdown();
     return codeOfAnswer(output, code);
 }
@@ -116,12 +79,12 @@ ExitCode mainWith(int argc, char **argv)
     QStringList arguments;
     for (int index = 1; index < argc; ++index)
         arguments.append(QFile::decodeName(argv[index]));
-    const ParseOutcome parsed = parseCommandLine(arguments);
-    if (!parsed.options)
+    const ParseOutcome parsed = parseCommandLine(arguments, allCommands());
+    if (!parsed.command)
         return say(parsed);
 
     SignalWatch::install();
-    return run(*parsed.options, argc, argv);
+    return run(*parsed.command, parsed.options, argc, argv);
 }
 
 } // namespace

@@ -1,5 +1,5 @@
-#include "commands/Commands.h"
-
+#include "Command.h"
+#include "CommandOptions.h"
 #include "Library.h"
 #include "RemoteResourceHandler.h"
 #include "ResourceManager.h"
@@ -14,10 +14,17 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+constexpr auto helpDetails
+    = R"(Copies a local file or folder into the cache as the resource of that reference
+and prints where it lies now.
+
+Examples:
+  zelcache add https://data.example.org/runs/run1.raw ./run1.raw)";
+
 /// Copies the source to where the resource of the handler belongs.
-Error addTo(const QSharedPointer<ResourceHandler> &handler, const Context &context)
+Error addTo(const QSharedPointer<ResourceHandler> &handler, const QString &source,
+            const Context &context)
 {
-    const QString &source = context.options.source;
     const QString name = handler->reference()->referenceText(true);
     const auto remote = handler.dynamicCast<RemoteResourceHandler>();
     if (!remote)
@@ -41,16 +48,35 @@ Error addTo(const QSharedPointer<ResourceHandler> &handler, const Context &conte
     }));
 }
 
-} // namespace
+class AddCommand : public Command
+{
+public:
+    AddCommand()
+        : Command("add", "Put a local copy into the cache", helpDetails)
+    {
+    }
 
-ExitCode runAdd(const Context &context)
+    void addOptions(CLI::App &app) override
+    {
+        options::addReference(app, reference);
+        options::addArgument(app, "SOURCE", "The file or folder to copy", source);
+    }
+
+    ExitCode run(const Context &context) override;
+
+private:
+    QString reference;
+    QString source; ///< the file or folder to copy
+};
+
+ExitCode AddCommand::run(const Context &context)
 {
     if (const auto code = openCache(context))
         return *code;
-    const auto handler = handlerOf(context.options.references.constFirst());
+    const auto handler = handlerOf(reference);
     if (!handler.hasValue())
         return context.fail(handler.error());
-    const Error failure = addTo(handler.value(), context);
+    const Error failure = addTo(handler.value(), source, context);
     if (failure.hasError())
         return context.fail(failure);
     const auto path = handler.value()->expectedPath();
@@ -66,6 +92,13 @@ ExitCode runAdd(const Context &context)
         context.output.answer(path.value().toString());
     }
     return ExitCode::Success;
+}
+
+} // namespace
+
+std::unique_ptr<Command> makeAddCommand()
+{
+    return std::make_unique<AddCommand>();
 }
 
 } // namespace zel::cli

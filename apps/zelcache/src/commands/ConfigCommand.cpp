@@ -1,5 +1,5 @@
-#include "commands/Commands.h"
-
+#include "Command.h"
+#include "CommandOptions.h"
 #include "Library.h"
 #include "SettingValue.h"
 #include "SettingsReport.h"
@@ -12,6 +12,23 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+constexpr auto helpDetails
+    = R"(Settings are CacheLocationPath (an absolute directory), OptimalCacheSize and
+MaximumCacheSize (bytes, or with a unit: 500MiB, 1.5TiB). Programs that run already
+keep the settings that they have read.
+
+Examples:
+  zelcache config show
+  zelcache config get OptimalCacheSize
+  zelcache config set MaximumCacheSize 200GiB
+  zelcache config path)";
+
+struct Request
+{
+    QString key; ///< as given
+    QString value; ///< as given
+};
 
 QJsonObject answerAbout(const Context &context, const SettingsFile &file)
 {
@@ -54,14 +71,14 @@ ExitCode show(const Context &context)
     return ExitCode::Success;
 }
 
-ExitCode failUnknownKey(const Context &context)
+ExitCode failUnknownKey(const Context &context, const Request &request)
 {
     QStringList names;
     for (const SettingKey key : allSettingKeys())
         names.append(settingName(key));
-    return context.fail(ExitCode::BadArgument,
-                        u"There is no setting \"%1\", only %2."_s.arg(context.options.configKey,
-                                                                      names.join(u", "_s)));
+    return context.fail(
+        ExitCode::BadArgument,
+        u"There is no setting \"%1\", only %2."_s.arg(request.key, names.join(u", "_s)));
 }
 
 ExitCode get(const Context &context, SettingKey key)
@@ -83,9 +100,10 @@ ExitCode get(const Context &context, SettingKey key)
     return ExitCode::Success;
 }
 
-ExitCode failToSet(const Context &context, const SettingsFile &file, const Error &reason)
+ExitCode failToSet(const Context &context, SettingKey key, const SettingsFile &file,
+                   const Error &reason)
 {
-    const QString name = settingName(*settingFromName(context.options.configKey));
+    const QString name = settingName(key);
     return context.fail(exitCodeOf(reason),
                         u"%1 is not set in %2: %3"_s.arg(name, file.path, reason.errorMessage()));
 }
@@ -112,18 +130,17 @@ void answerSet(const Context &context, const SettingsFile &file, SettingKey key,
     context.output.answer(answer);
 }
 
-ExitCode set(const Context &context, SettingKey key)
+ExitCode set(const Context &context, SettingKey key, const QString &text)
 {
     SettingsFile file = readSettingsFile();
     if (const Error loss = lossOf(file); loss.hasError())
-        return failToSet(context, file, loss);
-    const auto value = settingFromText(key, context.options.configValue,
-                                       ResourceManagerSettings::loadSettings().sizes);
+        return failToSet(context, key, file, loss);
+    const auto value = settingFromText(key, text, ResourceManagerSettings::loadSettings().sizes);
     if (!value.hasValue())
-        return failToSet(context, file, value.error());
+        return failToSet(context, key, file, value.error());
     const Error failure = saveSetting(key, value.value());
     if (failure.hasError())
-        return failToSet(context, file, failure);
+        return failToSet(context, key, file, failure);
 
     if (file.hasComments)
         context.output.warning(u"The comments of %1 are gone."_s.arg(file.path));
@@ -144,20 +161,61 @@ ExitCode path(const Context &context)
     return ExitCode::Success;
 }
 
-} // namespace
-
-ExitCode runConfig(const Context &context)
+class ConfigCommand : public Command
 {
-    using Action = Options::ConfigAction;
-    const Action action = context.options.configAction;
+public:
+    ConfigCommand()
+        : Command("config", "Show or change settings", helpDetails)
+    {
+    }
+
+    void addOptions(CLI::App &app) override;
+
+    ExitCode run(const Context &context) override;
+
+private:
+    enum class Action { Show, Get, Set, Path };
+
+    CLI::App &addAction(CLI::App &app, Action chosen, const char *name, const char *description);
+
+    Action action = Action::Show;
+    Request request;
+};
+
+void ConfigCommand::addOptions(CLI::App &app)
+{
+    addAction(app, Action::Show, "show", "Show all settings and where they come from");
+    CLI::App &get = addAction(app, Action::Get, "get", "Print the value of a setting");
+    CLI::App &set = addAction(app, Action::Set, "set", "Write a setting into its file");
+    addAction(app, Action::Path, "path", "Print where the settings file is");
+    for (CLI::App *each : { &get, &set })
+        options::addArgument(*each, "KEY", "The setting's name", request.key);
+    options::addArgument(set, "VALUE", "A directory, or a size such as 20GiB", request.value);
+}
+
+CLI::App &ConfigCommand::addAction(CLI::App &app, Action chosen, const char *name,
+                                   const char *description)
+{
+    return options::addAction(app, name, description, [this, chosen] { action = chosen; });
+}
+
+ExitCode ConfigCommand::run(const Context &context)
+{
     if (action == Action::Show)
         return show(context);
     if (action == Action::Path)
         return path(context);
-    const std::optional<SettingKey> key = settingFromName(context.options.configKey);
+    const std::optional<SettingKey> key = settingFromName(request.key);
     if (!key)
-        return failUnknownKey(context);
-    return action == Action::Get ? get(context, *key) : set(context, *key);
+        return failUnknownKey(context, request);
+    return action == Action::Get ? get(context, *key) : set(context, *key, request.value);
+}
+
+} // namespace
+
+std::unique_ptr<Command> makeConfigCommand()
+{
+    return std::make_unique<ConfigCommand>();
 }
 
 } // namespace zel::cli

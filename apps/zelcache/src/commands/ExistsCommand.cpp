@@ -1,5 +1,5 @@
-#include "commands/Commands.h"
-
+#include "Command.h"
+#include "CommandOptions.h"
 #include "Library.h"
 #include "ResourceManager.h"
 #include "TaskWait.h"
@@ -14,6 +14,14 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+constexpr auto helpDetails
+    = R"(Prints "yes" or "no" and the reference, one line each. The exit code is 3 if the
+answer is no for any of them.
+
+Examples:
+  zelcache exists https://data.example.org/runs/run1.raw
+  zelcache -q exists share:/mnt/lab/run1.d && echo there)";
 
 /// One reference, the task that asks about it, and the answer.
 struct Question
@@ -87,15 +95,29 @@ ExitCode codeOf(const std::vector<Question> &questions)
     return allExist ? ExitCode::Success : ExitCode::AnswerIsNo;
 }
 
-} // namespace
+class ExistsCommand : public Command
+{
+public:
+    ExistsCommand()
+        : Command("exists", "Ask whether resources exist", helpDetails)
+    {
+    }
 
-ExitCode runExists(const Context &context)
+    void addOptions(CLI::App &app) override { options::addReferences(app, references, true); }
+
+    ExitCode run(const Context &context) override;
+
+private:
+    QStringList references;
+};
+
+ExitCode ExistsCommand::run(const Context &context)
 {
     if (const auto code = openCache(context))
         return *code;
     TaskWait wait;
     std::vector<Question> questions;
-    for (const QString &argument : context.options.references) {
+    for (const QString &argument : references) {
         questions.push_back(asked(argument));
         if (const auto &task = questions.back().task)
             wait.add(task.get());
@@ -105,6 +127,13 @@ ExitCode runExists(const Context &context)
         return exitCodeOfSignal(signalNumber);
     writeAnswers(context, questions);
     return codeOf(questions);
+}
+
+} // namespace
+
+std::unique_ptr<Command> makeExistsCommand()
+{
+    return std::make_unique<ExistsCommand>();
 }
 
 } // namespace zel::cli

@@ -1,5 +1,5 @@
-#include "commands/Commands.h"
-
+#include "Command.h"
+#include "CommandOptions.h"
 #include "FormatReport.h"
 
 #include <algorithm>
@@ -9,6 +9,16 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+constexpr auto helpDetails
+    = R"(Without a path, the table of all data formats. With paths, the formats that each of
+them has by its data, or if it has none by its name. The exit code is 3 if a path
+does not exist or is of no known format.
+
+Examples:
+  zelcache formats
+  zelcache formats ./run1.d ./run1.raw
+  zelcache formats --json ./run1.d | jq -r '.results[].formats[]')";
 
 ExitCode writeTable(const Context &context)
 {
@@ -39,14 +49,31 @@ void writeFindings(const Context &context, const QList<FormatFinding> &findings)
         context.output.answer(line);
 }
 
-} // namespace
-
-ExitCode runFormats(const Context &context)
+class FormatsCommand : public Command
 {
-    if (context.options.paths.isEmpty())
+public:
+    FormatsCommand()
+        : Command("formats", "Tell data formats", helpDetails)
+    {
+    }
+
+    void addOptions(CLI::App &app) override
+    {
+        options::addArguments(app, "PATH", "Files or folders to look at", paths);
+    }
+
+    ExitCode run(const Context &context) override;
+
+private:
+    QStringList paths;
+};
+
+ExitCode FormatsCommand::run(const Context &context)
+{
+    if (paths.isEmpty())
         return writeTable(context);
     QList<FormatFinding> findings;
-    for (const QString &path : context.options.paths)
+    for (const QString &path : paths)
         findings.append(formatFinding(path));
     writeFindings(context, findings);
     const bool allRecognised
@@ -54,6 +81,13 @@ ExitCode runFormats(const Context &context)
               return finding.exists && !finding.formats.isEmpty();
           });
     return allRecognised ? ExitCode::Success : ExitCode::AnswerIsNo;
+}
+
+} // namespace
+
+std::unique_ptr<Command> makeFormatsCommand()
+{
+    return std::make_unique<FormatsCommand>();
 }
 
 } // namespace zel::cli

@@ -1,5 +1,5 @@
-#include "commands/Commands.h"
-
+#include "Command.h"
+#include "CommandOptions.h"
 #include "GetRequests.h"
 #include "Library.h"
 #include "ReferenceList.h"
@@ -8,19 +8,68 @@ namespace zel::cli {
 
 using namespace Qt::Literals::StringLiterals;
 
-ExitCode runGet(const Context &context)
+namespace {
+
+constexpr auto helpDetails
+    = R"(Prints one local path a line, in the order of the references. A reference that
+cannot be had prints nothing; the others are still fetched.
+
+Examples:
+  zelcache get https://data.example.org/runs/run1.raw
+  zelcache get -f references.txt --no-progress
+  zelcache get --json share:/mnt/lab/run1.d | jq -r '.results[].path'
+  grep 2024 references.txt | zelcache get -f -)";
+
+class GetCommand : public Command
 {
-    QStringList references = context.options.references;
-    if (!context.options.listFile.isEmpty()) {
-        const auto listed = readReferenceList(context.options.listFile);
+public:
+    GetCommand()
+        : Command("get", "Fetch resources and print their paths", helpDetails)
+    {
+    }
+
+    void addOptions(CLI::App &app) override
+    {
+        options::addReferences(app, references, false);
+        options::addText(app, "-f,--file", "LIST",
+                         "Read further references from this file, one a line; - for standard input",
+                         listFile);
+    }
+
+    std::optional<QString> check() override
+    {
+        if (references.isEmpty() && listFile.isEmpty())
+            return u"get needs a reference or a list of them"_s;
+        return {};
+    }
+
+    ExitCode run(const Context &context) override;
+
+private:
+    QStringList references;
+    QString listFile; ///< a file with further references, "-" for standard input
+};
+
+ExitCode GetCommand::run(const Context &context)
+{
+    QStringList all = references;
+    if (!listFile.isEmpty()) {
+        const auto listed = readReferenceList(listFile);
         if (!listed.hasValue())
             return context.fail(listed.error());
-        references += listed.value();
+        all += listed.value();
     }
     if (const auto code = openCache(context))
         return *code;
-    GetRequests requests(context, references);
+    GetRequests requests(context, all);
     return requests.run();
+}
+
+} // namespace
+
+std::unique_ptr<Command> makeGetCommand()
+{
+    return std::make_unique<GetCommand>();
 }
 
 } // namespace zel::cli

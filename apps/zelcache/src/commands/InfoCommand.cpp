@@ -1,6 +1,6 @@
-#include "commands/Commands.h"
-
 #include "CacheReport.h"
+#include "Command.h"
+#include "CommandOptions.h"
 #include "Format.h"
 #include "Library.h"
 #include "ResourceLookup.h"
@@ -15,6 +15,12 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+constexpr auto helpDetails = R"(Tells what a reference leads to and what the cache holds of it.
+
+Examples:
+  zelcache info https://data.example.org/runs/run1.raw
+  zelcache info --json share:/mnt/lab/run1.d)";
 
 using Metadata = Result<QSharedPointer<ResourceMetadata>>;
 
@@ -114,13 +120,27 @@ QStringList linesOf(const Description &description)
     return lines;
 }
 
-} // namespace
+class InfoCommand : public Command
+{
+public:
+    InfoCommand()
+        : Command("info", "Describe a resource", helpDetails)
+    {
+    }
 
-ExitCode runInfo(const Context &context)
+    void addOptions(CLI::App &app) override { options::addReference(app, reference); }
+
+    ExitCode run(const Context &context) override;
+
+private:
+    QString reference;
+};
+
+ExitCode InfoCommand::run(const Context &context)
 {
     if (const auto code = openCache(context))
         return *code;
-    const auto handler = handlerOf(context.options.references.constFirst());
+    const auto handler = handlerOf(reference);
     if (!handler.hasValue())
         return context.fail(handler.error());
     const auto path = handler.value()->expectedPath();
@@ -150,6 +170,13 @@ ExitCode runInfo(const Context &context)
     for (const QString &line : linesOf(description))
         context.output.answer(line);
     return ExitCode::Success;
+}
+
+} // namespace
+
+std::unique_ptr<Command> makeInfoCommand()
+{
+    return std::make_unique<InfoCommand>();
 }
 
 } // namespace zel::cli

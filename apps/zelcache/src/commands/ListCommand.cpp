@@ -1,6 +1,6 @@
-#include "commands/Commands.h"
-
 #include "CacheReport.h"
+#include "Command.h"
+#include "CommandOptions.h"
 #include "Library.h"
 #include "ListSelection.h"
 
@@ -8,17 +8,56 @@ namespace zel::cli {
 
 using namespace Qt::Literals::StringLiterals;
 
-ExitCode runList(const Context &context)
+namespace {
+
+constexpr auto helpDetails
+    = R"(Lists the resources that the cache knows. Waits for nobody: it works while other
+programs use the cache, and changes nothing.
+
+Orders: size (biggest first), age (longest unaccessed first), name (by reference).
+"zelcache formats" names the formats; the name of the local copy tells them here.
+
+Examples:
+  zelcache list
+  zelcache list --sort size --status ready
+  zelcache list --sort age --format mzml
+  zelcache list --json | jq '.resources[] | select(.status == "Ready")')";
+
+class ListCommand : public Command
 {
-    const Options &options = context.options;
-    const auto selection = ListSelection::fromTexts(options.order, options.status, options.format);
+public:
+    ListCommand()
+        : Command("list", "List what the cache knows", helpDetails)
+    {
+    }
+
+    void addOptions(CLI::App &app) override
+    {
+        options::addText(app, "--sort", "ORDER", "Sort by size, age or name", order);
+        options::addText(app, "--status", "STATUS", "Only what has this status, such as Ready",
+                         status);
+        options::addText(app, "--format", "FORMAT", "Only what has this data format by name",
+                         format);
+    }
+
+    ExitCode run(const Context &context) override;
+
+private:
+    QString order; ///< as given, as the next two; empty for none
+    QString status;
+    QString format;
+};
+
+ExitCode ListCommand::run(const Context &context)
+{
+    const auto selection = ListSelection::fromTexts(order, status, format);
     if (!selection.hasValue())
         return context.fail(selection.error());
-    auto snapshot = readCache(settingsOf(options));
+    auto snapshot = readCache(settingsOf(context.options));
     if (!snapshot.hasValue())
         return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
     snapshot.value().resources = selection.value().applied(snapshot.value().resources);
-    if (options.json) {
+    if (context.options.json) {
         QJsonObject answer = context.emptyAnswer();
         answer.insert(u"resources"_s, listJson(snapshot.value()));
         context.output.answer(answer);
@@ -27,6 +66,13 @@ ExitCode runList(const Context &context)
     for (const QString &line : listLines(snapshot.value()))
         context.output.answer(line);
     return ExitCode::Success;
+}
+
+} // namespace
+
+std::unique_ptr<Command> makeListCommand()
+{
+    return std::make_unique<ListCommand>();
 }
 
 } // namespace zel::cli

@@ -1,5 +1,5 @@
-#include "commands/Commands.h"
-
+#include "Command.h"
+#include "CommandOptions.h"
 #include "Library.h"
 #include "OutdatedResources.h"
 #include "RemovalReport.h"
@@ -15,6 +15,15 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+constexpr auto helpDetails
+    = R"(Lists and removes the resources whose reference stands for a newer major version
+than the copy in the cache, in use or not: the next program that wants one fetches
+it anew. Ctrl-C stops after the resource that is just being removed.
+
+Examples:
+  zelcache outdated --dry-run
+  zelcache outdated --json | jq '.removed[].reference')";
 
 struct Outcome
 {
@@ -66,7 +75,7 @@ int runToItsEnd(const Context &context, Task *task)
     return signalNumber;
 }
 
-Result<Outcome> run(const Context &context)
+Result<Outcome> purged(const Context &context)
 {
     // A reference that cannot be read is named here; the cache's own failure would not name it.
     if (const auto outdated = outdatedNow(context); !outdated.hasValue())
@@ -125,19 +134,40 @@ ExitCode answer(const Context &context, const Outcome &outcome)
     return exitCodeOf(outcome.failure);
 }
 
-} // namespace
+class OutdatedCommand : public Command
+{
+public:
+    OutdatedCommand()
+        : Command("outdated", "Remove what is outdated", helpDetails)
+    {
+    }
 
-ExitCode runOutdated(const Context &context)
+    void addOptions(CLI::App &app) override { options::addDryRun(app, dryRun); }
+
+    ExitCode run(const Context &context) override;
+
+private:
+    bool dryRun = false;
+};
+
+ExitCode OutdatedCommand::run(const Context &context)
 {
     registerResourceSchemes();
     if (const auto snapshot = readCache(settingsOf(context.options)); !snapshot.hasValue())
         return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
-    if (!context.options.dryRun) {
+    if (!dryRun) {
         if (const auto code = openExistingCache(context))
             return *code;
     }
-    const auto outcome = context.options.dryRun ? rehearse(context) : run(context);
+    const auto outcome = dryRun ? rehearse(context) : purged(context);
     return outcome.hasValue() ? answer(context, outcome.value()) : context.fail(outcome.error());
+}
+
+} // namespace
+
+std::unique_ptr<Command> makeOutdatedCommand()
+{
+    return std::make_unique<OutdatedCommand>();
 }
 
 } // namespace zel::cli

@@ -1,16 +1,41 @@
-#include "commands/Commands.h"
-
+#include "Command.h"
+#include "CommandOptions.h"
 #include "Library.h"
 
 namespace zel::cli {
 
 using namespace Qt::Literals::StringLiterals;
 
-ExitCode runPath(const Context &context)
+namespace {
+
+constexpr auto helpDetails
+    = R"(Prints where the resource lies or would lie, without fetching it. The exit code
+is 3 if it is not there yet.
+
+Examples:
+  zelcache path https://data.example.org/runs/run1.raw)";
+
+class PathCommand : public Command
+{
+public:
+    PathCommand()
+        : Command("path", "Print the local path of a resource", helpDetails)
+    {
+    }
+
+    void addOptions(CLI::App &app) override { options::addReference(app, reference); }
+
+    ExitCode run(const Context &context) override;
+
+private:
+    QString reference;
+};
+
+ExitCode PathCommand::run(const Context &context)
 {
     if (const auto code = openCache(context))
         return *code;
-    const auto handler = handlerOf(context.options.references.constFirst());
+    const auto handler = handlerOf(reference);
     if (!handler.hasValue())
         return context.fail(handler.error());
     const auto path = handler.value()->expectedPath();
@@ -32,6 +57,13 @@ ExitCode runPath(const Context &context)
         return ExitCode::Success;
     context.output.note(u"The resource is not there yet."_s);
     return ExitCode::AnswerIsNo;
+}
+
+} // namespace
+
+std::unique_ptr<Command> makePathCommand()
+{
+    return std::make_unique<PathCommand>();
 }
 
 } // namespace zel::cli

@@ -1,5 +1,5 @@
-#include "commands/Commands.h"
-
+#include "Command.h"
+#include "CommandOptions.h"
 #include "Library.h"
 #include "ResourceCache.h"
 #include "ResourceLookup.h"
@@ -11,6 +11,17 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+constexpr auto helpDetails
+    = R"(Prints the cleanup policy that the cache has stored for the resource, or stores
+another one: Never (the data stays when the last program closes it), OnClose (it
+goes then), OnDemand (it stays unless a program wants to keep little). All of them
+may be purged when the cache is full. The exit code is 3 if the cache does not know
+the resource.
+
+Examples:
+  zelcache policy https://data.example.org/runs/run1.raw
+  zelcache policy https://data.example.org/runs/run1.raw OnClose)";
 
 using Resource = ResourceCacheReader::Resource;
 
@@ -39,12 +50,12 @@ ExitCode answer(const Context &context, const Resource &resource,
     return ExitCode::Success;
 }
 
-ExitCode store(const Context &context, const Resource &before)
+ExitCode store(const Context &context, const Resource &before, ResourceCleanupPolicy policy)
 {
     if (const auto code = openExistingCache(context))
         return *code;
     const QString key = before.reference;
-    const Error failure = ResourceManager::cache()->saveCleanupPolicy(key, *context.options.policy);
+    const Error failure = ResourceManager::cache()->saveCleanupPolicy(key, policy);
     if (failure.hasError())
         return context.fail(failure);
     const auto after = resourceAfterwards(context, key);
@@ -52,23 +63,54 @@ ExitCode store(const Context &context, const Resource &before)
                             : context.fail(after.error());
 }
 
-} // namespace
+class PolicyCommand : public Command
+{
+public:
+    PolicyCommand()
+        : Command("policy", "Show or set a cleanup policy", helpDetails)
+    {
+    }
 
-ExitCode runPolicy(const Context &context)
+    void addOptions(CLI::App &app) override
+    {
+        options::addReference(app, reference);
+        options::addOptionalArgument(app, "POLICY", "Never, OnClose or OnDemand", policyText);
+    }
+
+    std::optional<QString> check() override
+    {
+        return options::readPolicy(u"POLICY"_s, policyText, policy);
+    }
+
+    ExitCode run(const Context &context) override;
+
+private:
+    QString reference;
+    std::optional<QString> policyText;
+    std::optional<ResourceCleanupPolicy> policy; ///< the one to store
+};
+
+ExitCode PolicyCommand::run(const Context &context)
 {
     registerResourceSchemes();
     const auto snapshot = readCache(settingsOf(context.options));
     if (!snapshot.hasValue())
         return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
-    const auto key = keyOf(snapshot.value(), context.options.references.constFirst());
+    const auto key = keyOf(snapshot.value(), reference);
     if (!key.hasValue())
         return context.fail(key.error());
     const auto resource = resourceOf(snapshot.value(), key.value());
     if (!resource)
         return context.fail(ExitCode::AnswerIsNo,
                             u"The cache does not know %1."_s.arg(key.value()));
-    return context.options.policy ? store(context, *resource)
-                                  : answer(context, *resource, std::nullopt);
+    return policy ? store(context, *resource, *policy) : answer(context, *resource, std::nullopt);
+}
+
+} // namespace
+
+std::unique_ptr<Command> makePolicyCommand()
+{
+    return std::make_unique<PolicyCommand>();
 }
 
 } // namespace zel::cli

@@ -1,5 +1,5 @@
-#include "commands/Commands.h"
-
+#include "Command.h"
+#include "CommandOptions.h"
 #include "Library.h"
 #include "RemovalReport.h"
 #include "ResourceCache.h"
@@ -15,7 +15,26 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+constexpr auto helpDetails
+    = R"(Removes what was accessed longest ago and is not in use, until the cache is small
+enough: at nine tenths of its optimal size, if it is above that, or at SIZE. The
+last resource that goes may take it below. No setting changes. The exit code is 3
+if it could not become small enough; standard error then says what holds the rest.
+
+Sizes: K, M, G, T and KiB, MiB, ... are powers of 1024, KB, MB, ... of 1000.
+
+Examples:
+  zelcache purge --dry-run
+  zelcache purge --to 50GiB
+  zelcache purge --to 0 --json | jq '.removed[].reference')";
+
 using Snapshot = ResourceCacheReader::Snapshot;
+
+struct Request
+{
+    std::optional<qint64> target; ///< the size to come down to, in bytes
+    bool dryRun = false;
+};
 
 /// So many lines tell why a purge did not reach its goal.
 constexpr qsizetype shownPins = 20;
@@ -33,10 +52,10 @@ ResourceUsers usersNow(const Snapshot &snapshot)
     return usersByReference(snapshot, QDateTime::currentMSecsSinceEpoch());
 }
 
-PurgePlan planned(const Context &context, const Snapshot &snapshot)
+PurgePlan planned(const Context &context, const Request &request, const Snapshot &snapshot)
 {
     const ResourceCacheSizes sizes = settingsOf(context.options).sizes;
-    return planPurge(snapshot, purgeLimits(sizes, context.options.purgeTarget), usersNow(snapshot));
+    return planPurge(snapshot, purgeLimits(sizes, request.target), usersNow(snapshot));
 }
 
 /// The state after a purge that keeps to the plan.
@@ -75,13 +94,13 @@ Error purge(const PurgeLimits &limits)
 }
 
 /// The purge is one step: a signal that comes meanwhile is heard after it.
-Result<Outcome> run(const Context &context)
+Result<Outcome> purged(const Context &context, const Request &request)
 {
     const ResourceManagerSettings settings = settingsOf(context.options);
     const SignalWatch signalWatch([](int) {});
     ZEL_TRY_LET(const Snapshot before, readCache(settings));
-    const PurgePlan plan = planned(context, before);
-    const Error failure = purge(purgeLimits(settings.sizes, context.options.purgeTarget));
+    const PurgePlan plan = planned(context, request, before);
+    const Error failure = purge(purgeLimits(settings.sizes, request.target));
     ZEL_TRY_LET(const Snapshot after, readCache(settings));
 
     Outcome outcome = outcomeOf(plan, removedBetween(before, after), after);
@@ -91,10 +110,10 @@ Result<Outcome> run(const Context &context)
     return outcome;
 }
 
-Result<Outcome> rehearse(const Context &context)
+Result<Outcome> rehearse(const Context &context, const Request &request)
 {
     ZEL_TRY_LET(const Snapshot before, readCache(settingsOf(context.options)));
-    const PurgePlan plan = planned(context, before);
+    const PurgePlan plan = planned(context, request, before);
     Outcome outcome = outcomeOf(plan, plan.resources, without(plan.resources, before));
     outcome.report.isDryRun = true;
     return outcome;
@@ -125,18 +144,50 @@ ExitCode answer(const Context &context, const Outcome &outcome)
     return outcome.report.isGoalReached() ? ExitCode::Success : ExitCode::AnswerIsNo;
 }
 
-} // namespace
-
-ExitCode runPurge(const Context &context)
+class PurgeCommand : public Command
 {
-    if (!context.options.dryRun) {
+public:
+    PurgeCommand()
+        : Command("purge", "Make room in the cache", helpDetails)
+    {
+    }
+
+    void addOptions(CLI::App &app) override
+    {
+        options::addValue(app, "--to", "SIZE",
+                          "Come down to this size, such as 0, 500M, 1.5GiB or 20GB", sizeText);
+        options::addDryRun(app, request.dryRun);
+    }
+
+    std::optional<QString> check() override
+    {
+        return options::readSize(u"--to"_s, sizeText, request.target);
+    }
+
+    ExitCode run(const Context &context) override;
+
+private:
+    std::optional<QString> sizeText;
+    Request request;
+};
+
+ExitCode PurgeCommand::run(const Context &context)
+{
+    if (!request.dryRun) {
         if (const auto code = openExistingCache(context))
             return *code;
     }
-    const auto outcome = context.options.dryRun ? rehearse(context) : run(context);
+    const auto outcome = request.dryRun ? rehearse(context, request) : purged(context, request);
     if (!outcome.hasValue())
         return context.fail(ExitCode::CacheUnavailable, outcome.error().errorMessage());
     return answer(context, outcome.value());
+}
+
+} // namespace
+
+std::unique_ptr<Command> makePurgeCommand()
+{
+    return std::make_unique<PurgeCommand>();
 }
 
 } // namespace zel::cli

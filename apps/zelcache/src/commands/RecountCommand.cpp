@@ -1,5 +1,5 @@
-#include "commands/Commands.h"
-
+#include "Command.h"
+#include "CommandOptions.h"
 #include "Format.h"
 #include "Library.h"
 #include "RecountReport.h"
@@ -22,6 +22,15 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+constexpr auto helpDetails
+    = R"(Counts on the disk how large cached data is, files beside it included, and tells what
+changed. Without a reference all of the cache is counted: all other programs wait for
+their turn meanwhile, and it cannot be cut short.
+
+Examples:
+  zelcache recount
+  zelcache recount https://data.example.org/runs/run1.raw)";
 
 using Snapshot = ResourceCacheReader::Snapshot;
 
@@ -199,12 +208,12 @@ RecountResult canceled(const QString &argument)
     return result;
 }
 
-ExitCode recountEach(const Context &context, const Snapshot &before)
+ExitCode recountEach(const Context &context, const QStringList &references, const Snapshot &before)
 {
     const SignalWatch signalWatch([](int) {});
     const QHash<QString, qint64> sizesBefore = readySizes(before);
     RecountReport report;
-    for (const QString &argument : context.options.references) {
+    for (const QString &argument : references) {
         QCoreApplication::processEvents();
         context.output.note(u"Counting "_s + withoutSecrets(argument));
         report.results.append(signalWatch.received() == 0 ? recounted(argument, sizesBefore)
@@ -222,17 +231,38 @@ ExitCode recountEach(const Context &context, const Snapshot &before)
     return codeOf(report, signalWatch.received());
 }
 
-} // namespace
+class RecountCommand : public Command
+{
+public:
+    RecountCommand()
+        : Command("recount", "Count sizes anew", helpDetails)
+    {
+    }
 
-ExitCode runRecount(const Context &context)
+    void addOptions(CLI::App &app) override { options::addReferences(app, references, false); }
+
+    ExitCode run(const Context &context) override;
+
+private:
+    QStringList references;
+};
+
+ExitCode RecountCommand::run(const Context &context)
 {
     if (const auto code = openExistingCache(context))
         return *code;
     const auto before = readCache(settingsOf(context.options));
     if (!before.hasValue())
         return context.fail(ExitCode::CacheUnavailable, before.error().errorMessage());
-    return context.options.references.isEmpty() ? recountAll(context, before.value())
-                                                : recountEach(context, before.value());
+    return references.isEmpty() ? recountAll(context, before.value())
+                                : recountEach(context, references, before.value());
+}
+
+} // namespace
+
+std::unique_ptr<Command> makeRecountCommand()
+{
+    return std::make_unique<RecountCommand>();
 }
 
 } // namespace zel::cli

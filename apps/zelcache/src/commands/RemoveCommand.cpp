@@ -1,5 +1,5 @@
-#include "commands/Commands.h"
-
+#include "Command.h"
+#include "CommandOptions.h"
 #include "Format.h"
 #include "Library.h"
 #include "RemovalVerdict.h"
@@ -24,6 +24,16 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+constexpr auto helpDetails
+    = R"(Removes the data of resources that nobody uses. One that is not there, is in use
+or has the policy Never is left alone; the others still go. The exit code is 3
+then, and standard error says why and who uses it.
+
+Examples:
+  zelcache remove https://data.example.org/runs/run1.raw
+  zelcache remove --dry-run share:/mnt/lab/run1.d share:/mnt/lab/run2.d
+  zelcache remove --force share:/mnt/lab/run1.d)";
 
 using Snapshot = ResourceCacheReader::Snapshot;
 
@@ -51,8 +61,8 @@ struct Request
     bool isAccepted() const { return outcome.code == ExitCode::Success; }
 };
 
-Request judged(const Context &context, const Snapshot &snapshot, const ResourceUsers &users,
-               const QString &argument)
+Request judged(const Snapshot &snapshot, const ResourceUsers &users, const QString &argument,
+               bool force)
 {
     Request request;
     const auto key = keyOf(snapshot, argument);
@@ -62,7 +72,7 @@ Request judged(const Context &context, const Snapshot &snapshot, const ResourceU
         return request;
     }
     request.reference = key.value();
-    if (const auto refusal = refusalOf(snapshot, users, key.value(), context.options.force)) {
+    if (const auto refusal = refusalOf(snapshot, users, key.value(), force)) {
         request.outcome = { ExitCode::AnswerIsNo, refusal->reason, refusal->processes };
     } else {
         const auto resource = resourceOf(snapshot, key.value());
@@ -184,14 +194,15 @@ ExitCode codeOf(const std::vector<Request> &requests)
     return worst;
 }
 
-ExitCode answer(const Context &context, const std::vector<Request> &requests, int signalNumber)
+ExitCode answer(const Context &context, const std::vector<Request> &requests, bool dryRun,
+                int signalNumber)
 {
     if (context.options.json) {
         QJsonArray results;
         for (const Request &request : requests)
             results.append(entryOf(request));
         QJsonObject answer = context.emptyAnswer();
-        answer.insert(u"dryRun"_s, context.options.dryRun);
+        answer.insert(u"dryRun"_s, dryRun);
         answer.insert(u"results"_s, results);
         context.output.answer(answer);
     }
@@ -204,9 +215,30 @@ bool isAnyAccepted(const std::vector<Request> &requests)
                        [](const Request &request) { return request.isAccepted(); });
 }
 
-} // namespace
+class RemoveCommand : public Command
+{
+public:
+    RemoveCommand()
+        : Command("remove", "Remove resources from the cache", helpDetails)
+    {
+    }
 
-ExitCode runRemove(const Context &context)
+    void addOptions(CLI::App &app) override
+    {
+        options::addReferences(app, references, true);
+        options::addDryRun(app, dryRun);
+        options::addSwitch(app, "--force", "Remove what has the policy Never, too", force);
+    }
+
+    ExitCode run(const Context &context) override;
+
+private:
+    QStringList references;
+    bool dryRun = false;
+    bool force = false; ///< what is never to go, too
+};
+
+ExitCode RemoveCommand::run(const Context &context)
 {
     registerResourceSchemes();
     const auto snapshot = readCache(settingsOf(context.options));
@@ -214,13 +246,13 @@ ExitCode runRemove(const Context &context)
         return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
     const ResourceUsers users = usersNow(snapshot.value());
     std::vector<Request> requests;
-    for (const QString &argument : context.options.references)
-        requests.push_back(judged(context, snapshot.value(), users, argument));
+    for (const QString &argument : references)
+        requests.push_back(judged(snapshot.value(), users, argument, force));
 
-    if (context.options.dryRun || !isAnyAccepted(requests)) {
+    if (dryRun || !isAnyAccepted(requests)) {
         for (const Request &request : requests)
             tell(context, request);
-        return answer(context, requests, 0);
+        return answer(context, requests, dryRun, 0);
     }
     if (const auto code = openExistingCache(context))
         return *code;
@@ -228,7 +260,14 @@ ExitCode runRemove(const Context &context)
     if (failure.hasError())
         return context.fail(failure);
     const int signalNumber = removeAccepted(context, requests);
-    return answer(context, requests, signalNumber);
+    return answer(context, requests, dryRun, signalNumber);
+}
+
+} // namespace
+
+std::unique_ptr<Command> makeRemoveCommand()
+{
+    return std::make_unique<RemoveCommand>();
 }
 
 } // namespace zel::cli

@@ -1,6 +1,5 @@
-#include "commands/Commands.h"
-
 #include "CacheReport.h"
+#include "Command.h"
 #include "Library.h"
 #include "platform/FreeSpace.h"
 
@@ -9,6 +8,14 @@
 namespace zel::cli {
 
 namespace {
+
+constexpr auto helpDetails
+    = R"(Shows where the cache lies, how full it is, who uses it and what is being
+fetched. Waits for nobody and changes nothing.
+
+Examples:
+  zelcache status
+  zelcache --cache /data/cache status --json)";
 
 std::optional<qint64> freeBytesAt(const QString &path)
 {
@@ -29,9 +36,18 @@ StatusReport reportOf(const ResourceManagerSettings &settings,
     return report;
 }
 
-} // namespace
+class StatusCommand : public Command
+{
+public:
+    StatusCommand()
+        : Command("status", "Show the state of the cache", helpDetails)
+    {
+    }
 
-ExitCode runStatus(const Context &context)
+    ExitCode run(const Context &context) override;
+};
+
+ExitCode StatusCommand::run(const Context &context)
 {
     const ResourceManagerSettings settings = settingsOf(context.options);
     const auto snapshot = readCache(settings);
@@ -50,6 +66,13 @@ ExitCode runStatus(const Context &context)
     for (const QString &line : statusLines(report))
         context.output.answer(line);
     return ExitCode::Success;
+}
+
+} // namespace
+
+std::unique_ptr<Command> makeStatusCommand()
+{
+    return std::make_unique<StatusCommand>();
 }
 
 } // namespace zel::cli

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "Context.h"
+#include "ExitCode.h"
+
+#include <QString>
+
+#include <optional>
+
+namespace CLI {
+class App;
+}
+
+namespace zel::cli {
+
+/// One command of the program: what its help says, which options it has, and what it does.
+///
+/// The options are members of the command. They are bound once, before the command line is read;
+/// then check() is called, and run() if there is nothing to complain of. Main thread only.
+class Command
+{
+public:
+    /// The texts must live as long as the command. `details` stand below the options in the help:
+    /// what the command prints, its exit codes, and examples.
+    Command(const char *name, const char *description, const char *details)
+        : commandName(name)
+        , commandDescription(description)
+        , commandDetails(details)
+    {
+    }
+    virtual ~Command() = default;
+    Command(const Command &) = delete;
+    Command &operator=(const Command &) = delete;
+
+    const char *name() const { return commandName; } ///< as the user writes it
+    const char *description() const { return commandDescription; }
+    const char *details() const { return commandDetails; }
+
+    /// Binds the options and arguments, best with what CommandOptions.h offers.
+    virtual void addOptions(CLI::App &) { }
+
+    /// Reads values that have a meaning of their own. Gives what is wrong with one of them, which
+    /// ends the program with the code 2.
+    virtual std::optional<QString> check() { return {}; }
+
+    /// Goes from the start of the command to its answer. Gives the code to end the program with.
+    virtual ExitCode run(const Context &context) = 0;
+
+private:
+    const char *commandName;
+    const char *commandDescription;
+    const char *commandDetails;
+};
+
+} // namespace zel::cli

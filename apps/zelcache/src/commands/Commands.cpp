@@ -1,0 +1,35 @@
+#include "commands/Commands.h"
+
+namespace zel::cli {
+
+// A new command takes three steps: its source in this folder, which ends with the definition of
+// `std::unique_ptr<Command> makeXCommand()`; a line here, where the help is to list it; and a line
+// in CMakeLists.txt.
+#define ZELCACHE_COMMANDS(MAKE)                                                                    \
+    MAKE(Get)                                                                                      \
+    MAKE(Exists)                                                                                   \
+    MAKE(Info)                                                                                     \
+    MAKE(Path)                                                                                     \
+    MAKE(Add)                                                                                      \
+    MAKE(List)                                                                                     \
+    MAKE(Purge)                                                                                    \
+    MAKE(Outdated)                                                                                 \
+    MAKE(Policy)                                                                                   \
+    MAKE(Remove)                                                                                   \
+    MAKE(Status)                                                                                   \
+    MAKE(Config)                                                                                   \
+    MAKE(Formats)                                                                                  \
+    MAKE(Recount)
+
+#define ZELCACHE_DECLARE(Name) std::unique_ptr<Command> make##Name##Command();
+ZELCACHE_COMMANDS(ZELCACHE_DECLARE)
+
+std::vector<std::unique_ptr<Command>> allCommands()
+{
+    std::vector<std::unique_ptr<Command>> commands;
+#define ZELCACHE_APPEND(Name) commands.push_back(make##Name##Command());
+    ZELCACHE_COMMANDS(ZELCACHE_APPEND)
+    return commands;
+}
+
+} // namespace zel::cli
