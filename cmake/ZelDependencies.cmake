@@ -4,6 +4,13 @@ find_package(QCoro6 0.8 REQUIRED COMPONENTS Core Coro)
 find_package(CURL REQUIRED)
 find_package(CLI11 2.1 REQUIRED)
 
+# Brings no package file of its own on every system.
+find_path(XXHASH_INCLUDE_DIR xxhash.h REQUIRED)
+find_library(XXHASH_LIBRARY xxhash REQUIRED)
+add_library(zel_xxhash INTERFACE)
+target_include_directories(zel_xxhash SYSTEM INTERFACE ${XXHASH_INCLUDE_DIR})
+target_link_libraries(zel_xxhash INTERFACE ${XXHASH_LIBRARY})
+
 if(BUILD_TESTING)
     find_package(Qt6 6.4 REQUIRED COMPONENTS Test)
     find_package(GTest 1.12 REQUIRED)

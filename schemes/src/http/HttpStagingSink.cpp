@@ -63,6 +63,8 @@ Error HttpStagingSink::publish()
     ZEL_TRY(error, file->sync());
     progress->advance(file->size(), file->durableBytes());
     closeFile();
+    area->manifest().setSums(QByteArray::fromStdString(area->mainPath().filename().native()),
+                             sums->sums());
     return ZEL_PASS(area->publish());
 }
 
@@ -86,8 +88,13 @@ void HttpStagingSink::startWriting()
 {
     progress = std::make_unique<TransferProgress>(task, area.get());
     progress->begin(file->size(), openState.size);
+    // Bytes of an earlier fetch do not pass here again: their sums come from the first
+    // verification.
+    sums = std::make_unique<BlockSums>(ContentManifest::defaultBlockBytes);
+    sums->startAt(file->size());
     writer = std::make_unique<WriteBehind>([this](const QByteArray &piece) {
         const Error error = ZEL_PASS(file->append(piece.constData(), piece.size()));
+        sums->add(piece.constData(), piece.size());
         progress->advance(file->size(), file->durableBytes());
         return error;
     });

@@ -2,6 +2,7 @@
 
 #include "http/HttpSink.h"
 #include "http/WriteBehind.h"
+#include "integrity/ContentSum.h"
 #include "staging/StagingArea.h"
 #include "staging/TransferProgress.h"
 
@@ -44,6 +45,7 @@ private:
     std::unique_ptr<StagingArea> area;
     std::unique_ptr<StagedFile> file;
     std::unique_ptr<TransferProgress> progress; ///< of the writer's thread while there is one
+    std::unique_ptr<BlockSums> sums; ///< the same
     std::unique_ptr<WriteBehind> writer;
     HttpRepresentation openState;
 };

@@ -165,19 +165,25 @@ Error ShareRetrieval::copyFile(const ShareListing::Entry &entry)
         doneBytes -= entry.size;
         ZEL_TRY(error, file->truncate(0));
     }
+    BlockSums sums(ContentManifest::defaultBlockBytes);
+    sums.startAt(check.needsBytes() ? 0 : file->size());
     if (check.needsBytes()) {
         ZEL_TRY(error, file->readBack([&](const char *data, qint64 count) {
             check.addBytes(data, count);
+            sums.add(data, count);
             return !isCanceled();
         }));
     }
-    ZEL_TRY(error, copyBytes(entry, *file, check));
+    ZEL_TRY(error, copyBytes(entry, *file, check, sums));
     ZEL_TRY(error, finishFile(entry, *file, check));
+    area->manifest().setSums(
+        QByteArray::fromStdString(area->mainPath().filename().native() + entry.suffix),
+        sums.sums());
     return error;
 }
 
 Error ShareRetrieval::copyBytes(const ShareListing::Entry &entry, StagedFile &file,
-                                ContentCheck &check)
+                                ContentCheck &check, BlockSums &sums)
 {
     Error error;
     if (file.size() == entry.size)
@@ -194,6 +200,7 @@ Error ShareRetrieval::copyBytes(const ShareListing::Entry &entry, StagedFile &fi
             return ZEL_PASS(sourceChanged());
         ZEL_TRY(error, file.append(buffer.data(), got));
         check.addBytes(buffer.data(), got);
+        sums.add(buffer.data(), got);
         doneBytes += got;
         progress->advance(doneBytes, isSingleFile ? file.durableBytes() : 0);
     }

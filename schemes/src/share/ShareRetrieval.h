@@ -1,5 +1,6 @@
 #pragma once
 
+#include "integrity/ContentSum.h"
 #include "references/ExpectedContent.h"
 #include "share/ShareListing.h"
 #include "staging/StagingArea.h"
@@ -39,7 +40,8 @@ private:
     Error copyEntry(const ShareListing::Entry &entry);
     Error copyLink(const ShareListing::Entry &entry) const;
     Error copyFile(const ShareListing::Entry &entry);
-    Error copyBytes(const ShareListing::Entry &entry, StagedFile &file, ContentCheck &check);
+    Error copyBytes(const ShareListing::Entry &entry, StagedFile &file, ContentCheck &check,
+                    BlockSums &sums);
     Error finishFile(const ShareListing::Entry &entry, StagedFile &file,
                      const ContentCheck &check) const;
     Error makeRight(const ShareListing &listing) const;

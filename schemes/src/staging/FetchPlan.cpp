@@ -3,8 +3,11 @@
 #include "ResourceCache.h"
 #include "ResourceManager.h"
 #include "errors/Propagate.h"
+#include "integrity/ManifestStore.h"
 #include "references/ResourceReference.h"
 #include "staging/StagingFolder.h"
+
+#include <QUrl>
 
 namespace zel {
 
@@ -17,6 +20,11 @@ FetchPlan FetchPlan::make(const ResourceReference &reference, const QString &exp
     plan.expectedPath = expectedPath;
     plan.stagingDirectory
         = StagingFolder::stagingDirectoryFor(ResourceManager::cachePath().cacheDataDir());
+    plan.manifestDirectory
+        = ManifestStore::forCache(ResourceManager::cachePath().cacheDataDir()).directory();
+    plan.scheme = ResourceReference::schemeFriendlyName(reference.scheme());
+    // The key form has no user in it.
+    plan.host = QUrl(plan.referenceKey).authority(QUrl::FullyEncoded);
     plan.isReady = [cache](const QString &referenceKey) {
         const Result<ResourceStatus> status = ZEL_PASS(cache->readStatus(referenceKey));
         if (!status.hasValue())

@@ -17,6 +17,9 @@ struct FetchPlan
     QString displayText; ///< for people; never holds a secret
     QString expectedPath; ///< where the resource is to appear as a whole
     QString stagingDirectory; ///< beside the cache's data directory
+    QString manifestDirectory; ///< where its manifest goes; empty for nowhere
+    QString scheme; ///< as in "http"
+    QString host; ///< that it comes from, with a port of its own; empty for what has none
     /// Whether the resource with this key is Ready in the cache. Takes the semaphore, so it must
     /// not be called while that is held; on any thread.
     std::function<bool(const QString &referenceKey)> isReady;

@@ -74,6 +74,7 @@ StagingArea::StagingArea(const FetchPlan &plan, const QString &validator, const 
     : plan(plan)
     , folder(folder)
     , lock(std::move(lock))
+    , fetchManifest(plan)
 {
     currentRecord.displayText = plan.displayText;
     currentRecord.referenceKey = plan.referenceKey;
@@ -249,13 +250,9 @@ Error StagingArea::publish()
 }
 
 /// The resource itself comes last: whoever sees it finds what belongs to it.
-Error StagingArea::placeAll()
+std::vector<fs::path> StagingArea::stagedPaths() const
 {
-    Error error;
-    const fs::path targetDirectory = nativePath(plan.expectedPath).parent_path();
     const fs::path main = mainPath();
-    const std::string owner = nativePath(folder).filename().native();
-
     std::error_code failure;
     std::vector<fs::path> staged;
     for (fs::directory_iterator it(contentDirectory(), failure), end; !failure && it != end;
@@ -264,8 +261,22 @@ Error StagingArea::placeAll()
             staged.push_back(it->path());
     }
     staged.push_back(main);
-    for (const fs::path &path : staged)
+    return staged;
+}
+
+Error StagingArea::placeAll()
+{
+    Error error;
+    const fs::path targetDirectory = nativePath(plan.expectedPath).parent_path();
+    const std::string owner = nativePath(folder).filename().native();
+    // A manifest never outlives what it tells of, whatever happens here.
+    ZEL_DROP(fetchManifest.removeFormer());
+    QList<QByteArray> names;
+    for (const fs::path &path : stagedPaths()) {
         ZEL_TRY(error, Placement::place(path, targetDirectory / path.filename(), owner));
+        names.append(QByteArray::fromStdString(path.filename().native()));
+    }
+    ZEL_DROP(fetchManifest.write(names)); // the resource is there; it is only not to be verified
     return error;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "errors/Result.h"
+#include "integrity/FetchManifest.h"
 #include "platform/FileLock.h"
 #include "staging/FetchPlan.h"
 #include "staging/StagedFile.h"
@@ -12,6 +13,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace zel {
 
@@ -60,7 +62,13 @@ public:
     ///
     /// If the resource has become Ready meanwhile, what was collected here is dropped: another
     /// program was first, which is a success. Anything else that lies there is replaced.
+    ///
+    /// The manifest of the resource is written last. Nobody waits for one, so its failure is none
+    /// of the fetch.
     Error publish();
+
+    /// What is told to those who verify the resource later.
+    FetchManifest &manifest() { return fetchManifest; }
 
     /// What is told to those who look.
     StagingRecord &record() { return currentRecord; }
@@ -79,12 +87,14 @@ private:
     void removeOtherStates() const;
     Error clearContent() const;
     bool isReadyAlready() const;
+    std::vector<std::filesystem::path> stagedPaths() const;
     Error placeAll();
 
     FetchPlan plan;
     QString folder;
     FileLock lock;
     StagingRecord currentRecord;
+    FetchManifest fetchManifest;
     bool isRemoved = false;
 };
 

@@ -35,6 +35,7 @@ void TransferProgress::begin(qint64 done, std::optional<qint64> total)
     rateBytes = done;
     durableBytes = std::min(area->record().durableBytes, done);
     area->record().totalBytes = total;
+    area->manifest().begin(done);
     taskTold.start();
     recordTold.start();
     tellTask();
@@ -44,6 +45,7 @@ void TransferProgress::begin(qint64 done, std::optional<qint64> total)
 void TransferProgress::advance(qint64 done, qint64 durable)
 {
     doneBytes = done;
+    area->manifest().advance(done);
     durableBytes = std::max(durableBytes, durable);
     if (taskTold.elapsed() >= taskIntervalMs)
         tellTask();

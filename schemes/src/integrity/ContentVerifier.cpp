@@ -1,0 +1,226 @@
+#include "integrity/ContentVerifier.h"
+
+#include "NativePath.h"
+#include "errors/Propagate.h"
+#include "integrity/ContentListing.h"
+#include "integrity/ContentSum.h"
+
+#include <QHash>
+#include <QSet>
+
+#include <algorithm>
+
+namespace zel {
+
+namespace {
+
+using File = ContentManifest::File;
+
+// Small enough that who cuts the reading short does not wait.
+constexpr qint64 pieceBytes = 1024ll * 1024;
+
+} // namespace
+
+ContentVerifier::ContentVerifier(const ContentManifest &manifest, const QString &folder)
+    : current(manifest)
+    , folder(nativePath(folder))
+    , buffer(size_t(pieceBytes))
+{
+}
+
+/// The resource itself and what came along beside it.
+QList<QByteArray> ContentVerifier::topNames() const
+{
+    QList<QByteArray> names { current.name };
+    for (const File &file : current.files) {
+        const QByteArray top = file.path.split('/').constFirst();
+        if (!names.contains(top))
+            names.append(top);
+    }
+    return names;
+}
+
+void ContentVerifier::compare()
+{
+    due.clear();
+    found.clear();
+    QList<File> listed;
+    const QList<QByteArray> names = topNames();
+    for (const QByteArray &name : names) {
+        const Error error = ContentListing::add(folder, name, listed);
+        // What is not there shows below, and by name.
+        if (error.hasError() && error.errorCode() != ErrorCode::BadArgument)
+            found.append({ Kind::Unreadable, name, 0, 0, -1, error.errorMessage() });
+    }
+    if (!found.isEmpty())
+        return;
+    QHash<QByteArray, const File *> byPath;
+    for (const File &file : std::as_const(listed))
+        byPath.insert(file.path, &file);
+    for (qsizetype i = 0; i < current.files.size(); ++i)
+        compareFile(i, byPath.take(current.files.at(i).path));
+    for (const File &file : std::as_const(listed)) {
+        if (byPath.contains(file.path))
+            found.append({ Kind::Extra, file.path, 0, file.size, -1, {} });
+    }
+    // What is most likely to have changed is read first.
+    std::stable_partition(due.begin(), due.end(), [this](const Due &one) {
+        return current.files.at(one.index).modified != one.modified;
+    });
+}
+
+void ContentVerifier::compareFile(qsizetype index, const File *there)
+{
+    const File &file = current.files.at(index);
+    if (!there)
+        note(Kind::Missing, file, 0);
+    else if (there->linkTarget != file.linkTarget || there->size > file.size)
+        note(Kind::Changed, file, there->size);
+    else if (there->size < file.size)
+        note(Kind::Truncated, file, there->size);
+    else if (!file.linkTarget)
+        due.append({ index, there->modified });
+}
+
+bool ContentVerifier::hasOtherTimes() const
+{
+    return std::any_of(due.begin(), due.end(), [this](const Due &one) {
+        return current.files.at(one.index).modified != one.modified;
+    });
+}
+
+qint64 ContentVerifier::bytesToRead(bool goesOnFromBefore) const
+{
+    qint64 bytes = 0;
+    for (const Due &one : due) {
+        const File &file = current.files.at(one.index);
+        if (!goesOnFromBefore)
+            bytes += file.size;
+        else if (!file.isChecked)
+            bytes += file.size - std::min(file.size, file.checkedBlocks * current.blockBytes);
+    }
+    return bytes;
+}
+
+void ContentVerifier::forgetProgress()
+{
+    for (File &file : current.files) {
+        file.isChecked = false;
+        file.checkedBlocks = 0;
+    }
+}
+
+bool ContentVerifier::read(bool goesOnFromBefore, const GoesOn &goesOn)
+{
+    if (!goesOnFromBefore)
+        forgetProgress();
+    for (const Due &one : std::as_const(due)) {
+        if (current.files.at(one.index).isChecked)
+            continue;
+        if (readFile(one, goesOn) == End::CutShort)
+            return false;
+    }
+    forgetProgress();
+    current.verified = QDateTime::currentDateTimeUtc();
+    return true;
+}
+
+ContentVerifier::End ContentVerifier::readFile(const Due &due, const GoesOn &goesOn)
+{
+    File &file = current.files[due.index];
+    // Who has touched the file since may have done so to what was read before.
+    if (file.modified != due.modified)
+        file.checkedBlocks = 0;
+    auto opened = NativeFile::open(folder / file.path.toStdString(), NativeFile::Mode::Read);
+    if (!opened.hasValue())
+        note(Kind::Unreadable, file, 0, -1, opened.error().errorMessage());
+    else if (readBlocks(due, opened.value(), goesOn) == End::CutShort)
+        return End::CutShort;
+    file.isChecked = true;
+    file.checkedBlocks = 0;
+    return End::Done;
+}
+
+/// Up to the first block that is not right.
+ContentVerifier::End ContentVerifier::readBlocks(const Due &due, NativeFile &native,
+                                                 const GoesOn &goesOn)
+{
+    File &file = current.files[due.index];
+    const qsizetype findingsBefore = found.size();
+    for (qint64 block = file.checkedBlocks; block < file.sums.size(); ++block) {
+        const qint64 offset = block * current.blockBytes;
+        const qint64 length = std::min(current.blockBytes, file.size - offset);
+        QByteArray sum;
+        const auto isRead = readBlock(native, offset, length, sum, goesOn);
+        if (!isRead.hasValue())
+            note(Kind::Unreadable, file, 0, -1, isRead.error().errorMessage());
+        else if (!isRead.value())
+            return End::CutShort;
+        else
+            checkBlock(due, block, sum);
+        if (found.size() != findingsBefore)
+            return End::Done;
+        file.checkedBlocks = block + 1;
+    }
+    file.verified = QDateTime::currentDateTimeUtc();
+    file.foundChanged = {};
+    file.modified = due.modified;
+    return End::Done;
+}
+
+/// False if it was cut short. No sum: the file ended before.
+Result<bool> ContentVerifier::readBlock(NativeFile &file, qint64 offset, qint64 length,
+                                        QByteArray &sum, const GoesOn &goesOn)
+{
+    ContentSum passing;
+    for (qint64 done = 0; done < length;) {
+        const qint64 wanted = std::min(pieceBytes, length - done);
+        ZEL_TRY_LET(const qint64 got, file.readAt(offset + done, buffer.data(), wanted));
+        if (got == 0)
+            return true;
+        passing.add(buffer.data(), got);
+        done += got;
+        if (!goesOn(got))
+            return false;
+    }
+    sum = passing.value();
+    return true;
+}
+
+void ContentVerifier::checkBlock(const Due &due, qint64 block, const QByteArray &sum)
+{
+    File &file = current.files[due.index];
+    QByteArray &known = file.sums[block];
+    const qint64 offset = block * current.blockBytes;
+    const bool isSameTime = file.modified == due.modified;
+    if (sum.isEmpty()) {
+        note(Kind::Truncated, file, offset); // it became shorter meanwhile
+    } else if (known.isEmpty() && isSameTime) {
+        known = sum;
+        file.isSummedLater = true;
+    } else if (known != sum) {
+        note(Kind::Changed, file, file.size, offset);
+        file.foundChanged = QDateTime::currentDateTimeUtc();
+    }
+}
+
+QList<ContentVerifier::Finding> ContentVerifier::findings() const
+{
+    QList<Finding> all = found;
+    QSet<QByteArray> told;
+    for (const Finding &one : found)
+        told.insert(one.path);
+    for (const File &file : current.files) {
+        if (file.foundChanged.isValid() && !told.contains(file.path))
+            all.append({ Kind::Changed, file.path, file.size, file.size, -1, {} });
+    }
+    return all;
+}
+
+void ContentVerifier::note(Kind kind, const File &file, qint64 foundSize, qint64 offset,
+                           const QString &reason)
+{
+    found.append({ kind, file.path, file.size, foundSize, offset, reason });
+}
+
+} // namespace zel

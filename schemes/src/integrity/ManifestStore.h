@@ -1,0 +1,52 @@
+#pragma once
+
+#include "integrity/ContentManifest.h"
+
+namespace zel {
+
+/// The manifests of a cache: a file for each resource in the folder "Manifests" beside the cache's
+/// data, its name told by the resource's key. The database knows nothing of them.
+///
+/// A file is always whole: it is written beside its place, brought to the disk and renamed. What is
+/// read is not trusted: whoever may write to the cache may have written it. A value; any thread.
+class ZEL_RESOURCE_SCHEMES_EXPORT ManifestStore
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::ManifestStore)
+
+public:
+    /// More than this is not read; a folder of a hundred thousand files takes a fifth of it.
+    static constexpr qint64 mostBytes = 128ll * 1024 * 1024;
+
+    /// Touches nothing yet.
+    static ManifestStore forCache(const QString &cacheDataDirectory);
+    explicit ManifestStore(const QString &directory);
+
+    const QString &directory() const { return folder; }
+    QString pathFor(const QString &referenceKey) const;
+
+    /// No value if there is none. Code 1 if it cannot be read, 4 if it is too big, is no manifest,
+    /// or is that of another resource.
+    Result<std::optional<ContentManifest>> read(const QString &referenceKey) const;
+    /// Replaces the one of the same resource. Makes the folder.
+    Error write(const ContentManifest &manifest) const;
+    /// The same, but only while the stored one is still of this fetch. False: it is not, and
+    /// nothing was done. A fetch that ends in this very moment may be overwritten; what it brought
+    /// then shows in the times of its files.
+    Result<bool> writeIfSameFetch(const ContentManifest &manifest) const;
+    /// A success also if there is none.
+    Error remove(const QString &referenceKey) const;
+    Error removePath(const QString &path) const;
+
+    /// The paths of all files of manifests, in no order. What a killed program has left half
+    /// written is removed if it is a day old.
+    QStringList paths() const;
+    /// As read(), of whatever resource; its key must fit the file's name.
+    Result<ContentManifest> readPath(const QString &path) const;
+
+private:
+    void removeRemains() const;
+
+    QString folder;
+};
+
+} // namespace zel

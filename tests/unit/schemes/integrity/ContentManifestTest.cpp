@@ -1,0 +1,114 @@
+#include "ManifestSample.h"
+
+#include <gtest/gtest.h>
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+using namespace zel;
+using namespace zel::test;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+QJsonObject sampleObject()
+{
+    return QJsonDocument::fromJson(sampleManifest().toJson()).object();
+}
+
+bool isRead(const QJsonObject &object)
+{
+    const auto read = ContentManifest::fromJson(QJsonDocument(object).toJson());
+    EXPECT_TRUE(read.hasValue() || read.error().errorCode() == ErrorCode::BadData);
+    return read.hasValue();
+}
+
+/// The sample with one member set to another value.
+bool isReadWith(const QString &name, const QJsonValue &value)
+{
+    QJsonObject object = sampleObject();
+    object.insert(name, value);
+    return isRead(object);
+}
+
+/// The same for its first file.
+bool isReadWithFile(const QString &name, const QJsonValue &value)
+{
+    QJsonObject object = sampleObject();
+    QJsonArray files = object.value(u"files"_s).toArray();
+    QJsonObject file = files.first().toObject();
+    file.insert(name, value);
+    files.replace(0, file);
+    object.insert(u"files"_s, files);
+    return isRead(object);
+}
+
+} // namespace
+
+TEST(ContentManifestTest, fromJson_whatWasWritten_isTheSame)
+{
+    const ContentManifest manifest = sampleManifest();
+    const auto read = ContentManifest::fromJson(manifest.toJson());
+    ASSERT_TRUE(read.hasValue()) << read.error().description().toStdString();
+    EXPECT_EQ(read.value(), manifest);
+}
+
+TEST(ContentManifestTest, fromJson_noManifest_isCode4)
+{
+    for (const QByteArray &text :
+         { QByteArray(), QByteArray("{"), QByteArray("[]"), QByteArray("{}"),
+           QByteArray(100'000, '['), QByteArray("{\"format\":1,\"files\":[]}") }) {
+        const auto read = ContentManifest::fromJson(text);
+        ASSERT_FALSE(read.hasValue());
+        EXPECT_EQ(read.error().errorCode(), ErrorCode::BadData);
+    }
+}
+
+TEST(ContentManifestTest, fromJson_headThatMakesNoSense_isCode4)
+{
+    EXPECT_TRUE(isReadWith(u"host"_s, u"other"_s)) << "the sample itself is good";
+    EXPECT_FALSE(isReadWith(u"format"_s, 2));
+    EXPECT_FALSE(isReadWith(u"id"_s, u""_s));
+    EXPECT_FALSE(isReadWith(u"key"_s, 5));
+    EXPECT_FALSE(isReadWith(u"name"_s, u"a/b"_s));
+    EXPECT_FALSE(isReadWith(u"name"_s, u".."_s));
+    EXPECT_FALSE(isReadWith(u"fetched"_s, u"yesterday"_s));
+    EXPECT_FALSE(isReadWith(u"blockBytes"_s, u"0"_s));
+    EXPECT_FALSE(isReadWith(u"blockBytes"_s, u"-5"_s));
+    EXPECT_FALSE(isReadWith(u"blockBytes"_s, u"1"_s)) << "five blocks, but one sum";
+}
+
+TEST(ContentManifestTest, fromJson_fileThatMakesNoSense_isCode4)
+{
+    for (const QString &path :
+         { u"/etc/passwd"_s, u"../a"_s, u"run.d/../../a"_s, u"run.d//a"_s, u"."_s, u""_s,
+           u"run.d/%00"_s, u"run.d/%2e%2e/a"_s, u"run.d/link"_s })
+        EXPECT_FALSE(isReadWithFile(u"path"_s, path)) << path.toStdString();
+    EXPECT_FALSE(isReadWithFile(u"size"_s, u"-1"_s));
+    EXPECT_FALSE(isReadWithFile(u"size"_s, u"9223372036854775808"_s));
+    EXPECT_FALSE(isReadWithFile(u"size"_s, u"9223372036854775807"_s)) << "too few sums";
+    EXPECT_FALSE(isReadWithFile(u"size"_s, 5)) << "not a text";
+    EXPECT_FALSE(isReadWithFile(u"modified"_s, u""_s));
+    EXPECT_FALSE(isReadWithFile(u"xxh3"_s, QJsonArray { u"abc"_s }));
+    EXPECT_FALSE(isReadWithFile(u"xxh3"_s, QJsonArray { QString(32, u'G') }));
+    EXPECT_FALSE(isReadWithFile(u"xxh3"_s, QJsonArray {}));
+    EXPECT_FALSE(isReadWithFile(u"checkedBlocks"_s, u"2"_s));
+}
+
+TEST(ContentManifestTest, bytesPerSecond_isThatOfTheFetch)
+{
+    ContentManifest manifest = sampleManifest();
+    EXPECT_EQ(manifest.bytesPerSecond(), 2000);
+    manifest.fetchMilliseconds = 0;
+    EXPECT_EQ(manifest.bytesPerSecond(), 0);
+}
+
+TEST(ContentManifestTest, hasAllSums_oneUnknown_isFalse)
+{
+    ContentManifest manifest = sampleManifest();
+    EXPECT_TRUE(manifest.hasAllSums());
+    manifest.files.first().sums = { {} };
+    EXPECT_FALSE(manifest.hasAllSums());
+    EXPECT_EQ(ContentManifest::fromJson(manifest.toJson()).value(), manifest);
+}

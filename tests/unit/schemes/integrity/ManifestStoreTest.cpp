@@ -1,0 +1,145 @@
+#include "integrity/ManifestStore.h"
+#include "ManifestSample.h"
+#include "TemporaryCache.h"
+
+#include <QDir>
+
+#include <sys/stat.h>
+
+using namespace zel;
+using namespace zel::test;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+class ManifestStoreTest : public ::testing::Test
+{
+protected:
+    QStringList files() const
+    {
+        return QDir(store.directory()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+    }
+    int failureOf(const QString &key) const
+    {
+        const auto read = store.read(key);
+        return read.hasValue() ? 0 : int(read.error().errorCode());
+    }
+
+    TemporaryCache cache;
+    const ManifestStore store = ManifestStore::forCache(cache.dataDir());
+    const ContentManifest sample = sampleManifest();
+};
+
+} // namespace
+
+TEST_F(ManifestStoreTest, read_nothingThere_isNoValueAndMakesNothing)
+{
+    const auto read = store.read(sample.referenceKey);
+    ASSERT_TRUE(read.hasValue());
+    EXPECT_FALSE(read.value());
+    EXPECT_TRUE(store.paths().isEmpty());
+    EXPECT_FALSE(QFileInfo::exists(store.directory()));
+}
+
+TEST_F(ManifestStoreTest, write_manifest_isReadBackAndNothingElseIsLeft)
+{
+    ASSERT_FALSE(store.write(sample).hasError());
+    EXPECT_EQ(QFileInfo(store.directory()).absolutePath(),
+              QFileInfo(cache.dataDir()).absolutePath());
+    ASSERT_TRUE(store.read(sample.referenceKey).value());
+    EXPECT_EQ(*store.read(sample.referenceKey).value(), sample);
+    EXPECT_EQ(files().size(), 1);
+    EXPECT_EQ(store.paths(), QStringList { store.pathFor(sample.referenceKey) });
+}
+
+TEST_F(ManifestStoreTest, write_again_replaces)
+{
+    ASSERT_FALSE(store.write(sample).hasError());
+    ContentManifest other = sample;
+    other.id = u"4567"_s;
+    ASSERT_FALSE(store.write(other).hasError());
+    EXPECT_EQ(store.read(sample.referenceKey).value()->id, u"4567"_s);
+    EXPECT_EQ(files().size(), 1);
+}
+
+TEST_F(ManifestStoreTest, write_folderIsAFile_failsAndLeavesIt)
+{
+    writeFile(store.directory(), "in the way");
+    EXPECT_TRUE(store.write(sample).hasError());
+    EXPECT_EQ(readFile(store.directory()), "in the way");
+}
+
+TEST_F(ManifestStoreTest, read_hostileFiles_areErrors)
+{
+    const QString path = store.pathFor(sample.referenceKey);
+    for (const QByteArray &content :
+         { QByteArray(), QByteArray("nonsense"), QByteArray("{\"format\":1}"),
+           sampleManifest(u"share:/other"_s).toJson() }) {
+        writeFile(path, content);
+        EXPECT_EQ(failureOf(sample.referenceKey), 4) << content.left(40).toStdString();
+    }
+}
+
+TEST_F(ManifestStoreTest, read_oversized_isCode4)
+{
+    const QString path = store.pathFor(sample.referenceKey);
+    writeFile(path, sample.toJson());
+    ASSERT_TRUE(QFile::resize(path, ManifestStore::mostBytes + 1));
+    EXPECT_EQ(failureOf(sample.referenceKey), 4);
+}
+
+TEST_F(ManifestStoreTest, read_whatIsNoFile_isCode1AndDoesNotWait)
+{
+    const QString path = store.pathFor(sample.referenceKey);
+    ASSERT_TRUE(QDir().mkpath(path));
+    EXPECT_EQ(failureOf(sample.referenceKey), 1);
+    ASSERT_TRUE(QDir().rmdir(path));
+    ASSERT_EQ(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+    EXPECT_EQ(failureOf(sample.referenceKey), 1);
+    ASSERT_TRUE(QFile::remove(path));
+    writeFile(cache.outside(u"elsewhere.json"_s), sample.toJson());
+    ASSERT_TRUE(QFile::link(cache.outside(u"elsewhere.json"_s), path));
+    EXPECT_EQ(failureOf(sample.referenceKey), 1);
+}
+
+TEST_F(ManifestStoreTest, writeIfSameFetch_otherFetchMeanwhile_doesNothing)
+{
+    ContentManifest newer = sample;
+    newer.id = u"4567"_s;
+    ASSERT_FALSE(store.write(newer).hasError());
+    EXPECT_FALSE(store.writeIfSameFetch(sample).value());
+    EXPECT_EQ(*store.read(sample.referenceKey).value(), newer);
+    newer.files.first().isChecked = false;
+    EXPECT_TRUE(store.writeIfSameFetch(newer).value());
+    EXPECT_EQ(*store.read(sample.referenceKey).value(), newer);
+}
+
+TEST_F(ManifestStoreTest, writeIfSameFetch_manifestIsGone_makesNone)
+{
+    EXPECT_FALSE(store.writeIfSameFetch(sample).value());
+    EXPECT_TRUE(files().isEmpty());
+}
+
+TEST_F(ManifestStoreTest, remove_twice_isASuccess)
+{
+    ASSERT_FALSE(store.write(sample).hasError());
+    EXPECT_FALSE(store.remove(sample.referenceKey).hasError());
+    EXPECT_TRUE(files().isEmpty());
+    EXPECT_FALSE(store.remove(sample.referenceKey).hasError());
+}
+
+TEST_F(ManifestStoreTest, paths_remainsOfAKilledProgram_goAfterADay)
+{
+    const QString old = store.pathFor(sample.referenceKey) + u".1.new"_s;
+    const QString young = store.pathFor(sample.referenceKey) + u".2.new"_s;
+    for (const QString &path : { old, young })
+        writeFile(path, "half");
+    QFile file(old);
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    ASSERT_TRUE(file.setFileTime(QDateTime::currentDateTimeUtc().addDays(-2),
+                                 QFileDevice::FileModificationTime));
+    file.close();
+    EXPECT_TRUE(store.paths().isEmpty());
+    EXPECT_FALSE(QFileInfo::exists(old));
+    EXPECT_TRUE(QFileInfo::exists(young));
+}
