@@ -71,13 +71,10 @@ QString ZelcacheCli::sharedFile(const QString &name, const QByteArray &content) 
 qint64 ZelcacheCli::stagedBytes() const
 {
     qint64 bytes = 0;
-    QDirIterator files(cache.baseDir(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
-    while (files.hasNext()) {
-        const QFileInfo file(files.next());
-        const bool isOther
-            = file.path() == cache.baseDir() || file.filePath().startsWith(cache.dataDir() + u'/');
-        bytes += isOther ? 0 : file.size();
-    }
+    QDirIterator files(cache.baseDir() + u"/Staging"_s, QDir::Files | QDir::Hidden,
+                       QDirIterator::Subdirectories);
+    while (files.hasNext())
+        bytes += QFileInfo(files.next()).size();
     return bytes;
 }
 

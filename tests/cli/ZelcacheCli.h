@@ -38,7 +38,7 @@ protected:
     /// Writes a file beside the cache and gives the reference that a share has for it.
     QString sharedFile(const QString &name, const QByteArray &content) const;
 
-    /// Bytes that lie in the base directory beside the database and the data.
+    /// Bytes of what is being fetched.
     qint64 stagedBytes() const;
 
     /// Waits until this holds; fails the test if it never does.

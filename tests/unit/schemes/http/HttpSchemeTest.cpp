@@ -7,12 +7,15 @@
 #include "ResourceCache.h"
 #include "ScriptedServer.h"
 #include "http/HttpResourceHandler.h"
+#include "integrity/ContentSum.h"
+#include "integrity/ManifestStore.h"
 #include "references/UrlReference.h"
 #include "staging/StagingRecord.h"
 
 #include <gtest/gtest.h>
 
 #include <QJsonDocument>
+#include <QUrl>
 
 #include <atomic>
 
@@ -80,6 +83,26 @@ TEST_F(HttpSchemeTest, retrieve_file_isReadyUnderItsOwnNameInAFolderOfItsOwn)
     EXPECT_TRUE(pathOf(*file).startsWith(cache.dataDir() + u"/http/"_s));
     EXPECT_EQ(QFileInfo(pathOf(*file)).fileName(), u"a.raw"_s);
     EXPECT_NE(QFileInfo(pathOf(*file)).path(), QFileInfo(pathOf(*other)).path());
+}
+
+TEST_F(HttpSchemeTest, retrieve_file_leavesAManifestWithItsSumAndNoSecret)
+{
+    NginxServer server;
+    server.addFile(u"a.raw"_s, "hello");
+    const auto file = handler(server.url(u"a.raw?token=geheim123"_s));
+    ASSERT_EQ(file->retrieve(), Error());
+
+    const ManifestStore store = ManifestStore::forCache(cache.dataDir());
+    const auto manifest = store.read(file->reference()->referenceText(false)).value();
+    ASSERT_TRUE(manifest);
+    EXPECT_EQ(manifest->scheme, u"http"_s);
+    EXPECT_EQ(manifest->host, QUrl(server.url(u"a.raw"_s)).authority());
+    EXPECT_EQ(manifest->fetchedBytes, 5);
+    ASSERT_EQ(manifest->files.size(), 1);
+    ContentSum sum;
+    sum.add("hello", 5);
+    EXPECT_EQ(manifest->files.first().sums, QList<QByteArray> { sum.value() });
+    EXPECT_FALSE(readFile(store.pathFor(manifest->referenceKey)).contains("geheim123"));
 }
 
 TEST_F(HttpSchemeTest, retrieve_twoSpellingsOfOneFile_isFetchedOnce)

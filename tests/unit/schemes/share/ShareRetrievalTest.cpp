@@ -2,6 +2,8 @@
 
 #include "../staging/StagingFixture.h"
 #include "Task.h"
+#include "integrity/ContentSum.h"
+#include "integrity/ManifestStore.h"
 
 #include <QCryptographicHash>
 #include <QElapsedTimer>
@@ -432,4 +434,46 @@ TEST_F(ShareRetrievalTest, cancel_fromAnotherThread_endsSoon)
     const Error error = task.waitForAllFinished(-1);
     EXPECT_EQ(error.errorCode(), ErrorCode::Canceled);
     EXPECT_LT(passed.elapsed(), 2000); // 200 ms on a disk that is not busy with other tests
+}
+
+TEST_F(ShareRetrievalTest, run_folder_writesAManifestWithTheSumsOfItsFiles)
+{
+    writeFile(source(u"run.d/inner/a"_s), largeContent());
+    writeFile(source(u"run.d/empty"_s), {});
+    FetchPlan plan = planFor(u"share:/run.d"_s, u"run.d"_s);
+    const ManifestStore store = ManifestStore::forCache(cache.dataDir());
+    plan.manifestDirectory = store.directory();
+    ASSERT_FALSE(retrieve(plan, u"run.d"_s).hasError());
+
+    const auto manifest = store.read(plan.referenceKey).value();
+    ASSERT_TRUE(manifest);
+    EXPECT_EQ(manifest->fetchedBytes, largeContent().size());
+    ASSERT_EQ(manifest->files.size(), 2);
+    EXPECT_EQ(manifest->files.at(0).path, "run.d/empty");
+    EXPECT_TRUE(manifest->files.at(0).sums.isEmpty());
+    BlockSums sums(manifest->blockBytes);
+    sums.add(largeContent().constData(), largeContent().size());
+    EXPECT_EQ(manifest->files.at(1).path, "run.d/inner/a");
+    EXPECT_EQ(manifest->files.at(1).sums, sums.sums());
+}
+
+TEST_F(ShareRetrievalTest, run_goesOnFromStagedBytes_leavesTheirSumsToTheFirstVerification)
+{
+    writeFile(source(u"run.raw"_s), largeContent());
+    FetchPlan plan = planFor(u"share:/a"_s);
+    const ManifestStore store = ManifestStore::forCache(cache.dataDir());
+    plan.manifestDirectory = store.directory();
+    SteppedTask canceled;
+    canceled.atStep = 5;
+    canceled.action = [&] {
+        canceled.setCanceled(true);
+    };
+    ASSERT_EQ(retrieve(canceled, plan, u"run.raw"_s).errorCode(), ErrorCode::Canceled);
+    ASSERT_FALSE(retrieve(plan, u"run.raw"_s).hasError());
+
+    const auto manifest = store.read(plan.referenceKey).value();
+    ASSERT_TRUE(manifest);
+    EXPECT_FALSE(manifest->hasAllSums());
+    EXPECT_GT(manifest->fetchedBytes, 0);
+    EXPECT_LT(manifest->fetchedBytes, largeContent().size());
 }
