@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <list>
+
 using namespace zel;
 using namespace Qt::Literals::StringLiterals;
 
@@ -12,9 +14,9 @@ using FileType = ExtendableEnum<FileTypes::FileTypeData>;
 bool isOf(const QString &path, const QStringList &extensions)
 {
     // A list of its own for each call: what a name is registered with stays.
-    static int count = 0;
-    const auto *name = new QByteArray("TEST_" + QByteArray::number(++count));
-    return FileTypes::isType(path, FileType(QLatin1StringView(*name), { extensions }));
+    static std::list<QByteArray> names; // the types keep pointers to them
+    names.push_back("TEST_" + QByteArray::number(names.size()));
+    return FileTypes::isType(path, FileType(QLatin1StringView(names.back()), { extensions }));
 }
 
 qsizetype countOf(QLatin1StringView name)
