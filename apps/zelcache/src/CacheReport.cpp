@@ -22,11 +22,28 @@ QString labeled(const QString &label, const QString &value)
     return (label + u':').leftJustified(labelColumns) + value;
 }
 
-int usagesOf(const Reader::Snapshot &snapshot, const QString &reference)
+/// How many objects hold each resource that is held, counted in one pass.
+QHash<QString, int> usagesByReference(const Reader::Snapshot &snapshot)
 {
-    return int(std::count_if(
-        snapshot.usages.begin(), snapshot.usages.end(),
-        [&reference](const Reader::Usage &usage) { return usage.reference == reference; }));
+    QHash<QString, int> counts;
+    for (const Reader::Usage &usage : snapshot.usages)
+        ++counts[usage.reference];
+    return counts;
+}
+
+QJsonObject resourceJson(const Reader::Resource &resource, int usages)
+{
+    QJsonObject object { { u"reference"_s, resource.reference },
+                         { u"status"_s, toText(resource.status) },
+                         { u"size"_s, resource.size },
+                         { u"lastAccess"_s, resource.lastAccess },
+                         { u"cleanupPolicy"_s, toText(resource.policy) },
+                         { u"usages"_s, usages } };
+    object.insert(u"path"_s, resource.path.isEmpty() ? QJsonValue() : QJsonValue(resource.path));
+    object.insert(u"version"_s,
+                  resource.version.isNull() ? QJsonValue()
+                                            : QJsonValue(resource.version.toString()));
+    return object;
 }
 
 QHash<ResourceStatus, int> countsByStatus(const Reader::Snapshot &snapshot)
@@ -171,25 +188,16 @@ QStringList listLines(const Reader::Snapshot &snapshot)
 
 QJsonArray listJson(const Reader::Snapshot &snapshot)
 {
+    const QHash<QString, int> usages = usagesByReference(snapshot);
     QJsonArray resources;
     for (const Reader::Resource &resource : snapshot.resources)
-        resources.append(resourceJson(snapshot, resource));
+        resources.append(resourceJson(resource, usages.value(resource.reference)));
     return resources;
 }
 
 QJsonObject resourceJson(const Reader::Snapshot &snapshot, const Reader::Resource &resource)
 {
-    QJsonObject object { { u"reference"_s, resource.reference },
-                         { u"status"_s, toText(resource.status) },
-                         { u"size"_s, resource.size },
-                         { u"lastAccess"_s, resource.lastAccess },
-                         { u"cleanupPolicy"_s, toText(resource.policy) },
-                         { u"usages"_s, usagesOf(snapshot, resource.reference) } };
-    object.insert(u"path"_s, resource.path.isEmpty() ? QJsonValue() : QJsonValue(resource.path));
-    object.insert(u"version"_s,
-                  resource.version.isNull() ? QJsonValue()
-                                            : QJsonValue(resource.version.toString()));
-    return object;
+    return resourceJson(resource, usagesByReference(snapshot).value(resource.reference));
 }
 
 QStringList statusLines(const StatusReport &report)

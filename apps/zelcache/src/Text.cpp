@@ -58,9 +58,23 @@ QString jsonForm(char32_t character)
     return form;
 }
 
+bool hasUnsafe(const QString &text)
+{
+    const auto isPlain = [](QChar unit) {
+        return unit >= u' ' && unit <= u'~';
+    };
+    if (std::all_of(text.begin(), text.end(), isPlain))
+        return false;
+    const QList<uint> characters = text.toUcs4();
+    return std::any_of(characters.begin(), characters.end(), isUnsafe);
+}
+
 template<typename Form>
 QString replaced(const QString &text, Form form)
 {
+    // As good as always: the answer of a large cache is many megabytes, taken apart for nothing.
+    if (!hasUnsafe(text))
+        return text;
     QString safe;
     safe.reserve(text.size());
     for (const char32_t character : text.toUcs4()) {

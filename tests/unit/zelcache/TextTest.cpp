@@ -28,6 +28,14 @@ TEST(Text, escaped_directionAndLineMarks_becomeVisible)
     EXPECT_EQ(escaped(u"a\U000E0041"_s), u"a\\U000e0041"_s);
 }
 
+TEST(Text, escapedInJson_nothingUnsafe_isNotEvenCopied)
+{
+    const QString plain = u"{\"path\":\"/data/run 1.raw\"}"_s;
+    EXPECT_EQ(escapedInJson(plain).constData(), plain.constData());
+    const QString foreign = u"{\"path\":\"/data/試料 🧪 ü.raw\"}"_s;
+    EXPECT_EQ(escapedInJson(foreign).constData(), foreign.constData());
+}
+
 TEST(Text, escapedInJson_unsafeCharacters_takeTheFormOfJson)
 {
     EXPECT_EQ(escapedInJson(u"{\"a\":\"\u009b\u202e\"}"_s), u"{\"a\":\"\\u009b\\u202e\"}"_s);
