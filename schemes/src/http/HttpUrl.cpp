@@ -1,6 +1,7 @@
 #include "http/HttpUrl.h"
 
 #include "errors/Propagate.h"
+#include "references/PercentEncoding.h"
 #include "references/PublicQuery.h"
 
 #include <curl/curl.h>
@@ -66,6 +67,16 @@ Result<HttpUrl> HttpUrl::atPath(const QByteArray &encodedPath) const
 {
     const qsizetype pathStart = whole.indexOf('/', scheme.size() + 3);
     return ZEL_PASS(parse(whole.left(pathStart) + encodedPath));
+}
+
+Result<HttpUrl> HttpUrl::below(const QString &relativePath) const
+{
+    const QByteArray withoutQuery
+        = whole.left(whole.indexOf('?') < 0 ? whole.size() : whole.indexOf('?'));
+    const QByteArray folder = withoutQuery.left(withoutQuery.lastIndexOf('/') + 1);
+    const QString path
+        = PercentEncoding::encoded(relativePath.toUtf8(), QLatin1StringView("/!$&'()*+,=@"));
+    return ZEL_PASS(parse(folder + path.toLatin1()));
 }
 
 QList<QByteArray> HttpUrl::secrets() const

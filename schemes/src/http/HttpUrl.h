@@ -19,6 +19,9 @@ public:
 
     /// Where a redirect from here leads. Code 1 if the place is neither http nor https.
     Result<HttpUrl> redirected(const QByteArray &location) const;
+    /// What this address as a folder's, or as that of a file in the folder, has at the decoded
+    /// relative path: "a/b c.bin". The query does not belong to it.
+    Result<HttpUrl> below(const QString &relativePath) const;
 
     /// The same server's resource at an encoded path, which starts with a slash. No query.
     Result<HttpUrl> atPath(const QByteArray &encodedPath) const;
