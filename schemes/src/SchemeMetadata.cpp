@@ -12,12 +12,20 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 const auto sizeKey = u"Size";
+const auto filesKey = u"Files";
 const auto modifiedKey = u"Modified";
 const auto versionKey = u"Version";
 
 QString text(const QJsonObject &object, QStringView key)
 {
     return object.value(key).toString();
+}
+
+std::optional<qint64> number(const QJsonObject &object, QStringView key)
+{
+    bool isNumber = false;
+    const qint64 value = text(object, key).toLongLong(&isNumber);
+    return isNumber ? std::optional(value) : std::nullopt;
 }
 
 ResourceMetadata::ItemType itemType(const QString &key)
@@ -51,10 +59,8 @@ Result<QSharedPointer<ResourceMetadata>> SchemeMetadata::fromJson(const QJsonObj
     values.fullPath = text(object, kFullPath);
     values.type = text(object, kType);
     values.itemType = zel::itemType(text(object, kItemType));
-    bool hasSize = false;
-    const qint64 size = text(object, sizeKey).toLongLong(&hasSize);
-    if (hasSize)
-        values.size = size;
+    values.size = number(object, sizeKey);
+    values.fileCount = number(object, filesKey);
     values.modified = QDateTime::fromString(text(object, modifiedKey), Qt::ISODateWithMs);
     values.version = QVersionNumber::fromString(text(object, versionKey));
     return QSharedPointer<ResourceMetadata>(new SchemeMetadata(values));
@@ -68,6 +74,8 @@ QJsonObject SchemeMetadata::toJson() const
     object.insert(kItemType, QString::fromLatin1(itemTypes.valueToKey(int(values.itemType))));
     if (values.size)
         object.insert(sizeKey, QString::number(*values.size));
+    if (values.fileCount)
+        object.insert(filesKey, QString::number(*values.fileCount));
     if (values.modified.isValid())
         object.insert(modifiedKey, values.modified.toUTC().toString(Qt::ISODateWithMs));
     if (!values.version.isNull())

@@ -11,7 +11,7 @@ namespace zel {
 
 /// What the schemes of this library tell of a resource. JSON: besides the common keys "Type",
 /// "ItemType" ("File" or "Folder"), and, if known, "Size" (bytes, as a text, since JSON's numbers
-/// are not exact beyond 2^53), "Modified" (ISO 8601, UTC) and "Version".
+/// are not exact beyond 2^53), "Files" (the same), "Modified" (ISO 8601, UTC) and "Version".
 class ZEL_RESOURCE_SCHEMES_EXPORT SchemeMetadata : public ResourceMetadata
 {
     Q_GADGET
@@ -25,6 +25,7 @@ public:
         QString type; ///< a MIME type if the source tells one, else "file" or "folder"
         ItemType itemType = ItemType::Invalid;
         std::optional<qint64> size; ///< bytes; of a folder, all files in it
+        std::optional<qint64> fileCount; ///< of a folder, with those of its folders
         QDateTime modified; ///< invalid if not known
         QVersionNumber version;
     };
@@ -42,6 +43,7 @@ public:
     QVersionNumber metadataVersion() const override { return values.version; }
 
     std::optional<qint64> size() const { return values.size; }
+    std::optional<qint64> fileCount() const { return values.fileCount; }
     QDateTime modified() const { return values.modified; }
 
 private:

@@ -57,16 +57,8 @@ QSharedPointer<ResourceMetadata> metadataOf(const UrlReference &reference,
 Error fetch(const Reference &reference, const FetchPlan &plan, const HttpSettings &settings,
             Task *task)
 {
-    Error error;
     ZEL_TRY_LET(const HttpTarget target, targetOf(reference));
-    StagingCleaner::removeStale(plan);
-    HttpStagingSink sink(plan, task);
-    error = HttpClient(settings).download(target, &sink, watchOf(task));
-    if (!error.hasError())
-        error = sink.publish();
-    if (error.hasError())
-        sink.giveUp(error);
-    return ZEL_PASS(error);
+    return ZEL_PASS(fetchFile(target, plan, settings, task));
 }
 
 std::unique_ptr<Task> onWorker(std::function<Error(Task *)> work)
@@ -105,6 +97,19 @@ std::unique_ptr<Task> retrieve(const Reference &reference, const FetchPlan &plan
     return onWorker([reference, plan, settings](Task *task) {
         return ZEL_PASS(fetch(reference, plan, settings, task));
     });
+}
+
+Error fetchFile(const HttpTarget &target, const FetchPlan &plan, const HttpSettings &settings,
+                Task *task)
+{
+    StagingCleaner::removeStale(plan);
+    HttpStagingSink sink(plan, task);
+    Error error = HttpClient(settings).download(target, &sink, watchOf(task));
+    if (!error.hasError())
+        error = sink.publish();
+    if (error.hasError())
+        sink.giveUp(error);
+    return ZEL_PASS(error);
 }
 
 } // namespace zel::HttpTasks

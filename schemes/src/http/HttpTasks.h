@@ -27,4 +27,10 @@ std::unique_ptr<Task> metadata(const QSharedPointer<UrlReference> &reference,
 std::unique_ptr<Task> retrieve(const QSharedPointer<UrlReference> &reference, const FetchPlan &plan,
                                const HttpSettings &settings);
 
+/// What such a task does, for tasks that have found out the file's address: code 1 and so on, as
+/// HttpClient::download() and the staging place have it. The task is asked whether it is canceled
+/// and shows the progress; it is borrowed.
+Error fetchFile(const HttpTarget &target, const FetchPlan &plan, const HttpSettings &settings,
+                Task *task);
+
 } // namespace zel::HttpTasks

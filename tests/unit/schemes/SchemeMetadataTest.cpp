@@ -14,6 +14,7 @@ SchemeMetadata::Values allValues()
     values.type = u"application/octet-stream"_s;
     values.itemType = ResourceMetadata::ItemType::File;
     values.size = 9007199254740993; // not exact as a number of JSON
+    values.fileCount = 3;
     values.modified = QDateTime::fromMSecsSinceEpoch(1'700'000'000'123, Qt::UTC);
     values.version = QVersionNumber(2, 1);
     return values;
@@ -33,6 +34,7 @@ TEST(SchemeMetadataTest, toJson_fromJson_givesTheSame)
     EXPECT_EQ(read.metadataType(), original.metadataType());
     EXPECT_EQ(read.metadataItemType(), original.metadataItemType());
     EXPECT_EQ(read.size(), original.size());
+    EXPECT_EQ(read.fileCount(), 3);
     EXPECT_EQ(read.modified(), original.modified());
     EXPECT_EQ(read.metadataVersion(), original.metadataVersion());
 }
@@ -48,6 +50,7 @@ TEST(SchemeMetadataTest, toJson_unknownValues_areLeftOut)
     const auto again = SchemeMetadata::fromJson(object);
     const auto &read = dynamic_cast<const SchemeMetadata &>(*again.value());
     EXPECT_EQ(read.size(), std::nullopt);
+    EXPECT_EQ(read.fileCount(), std::nullopt);
     EXPECT_FALSE(read.modified().isValid());
     EXPECT_TRUE(read.metadataVersion().isNull());
 }
