@@ -323,4 +323,31 @@ TEST_F(GetCliTest, get_verbose_tellsWhatIsDone)
     EXPECT_TRUE(run->errors().contains("Retrieving")) << run->errors().toStdString();
 }
 
+TEST_F(GetCliTest, get_nullTerminatedList_answersAlike)
+{
+    const QString odd = sharedFile(u"blank at its end "_s, "odd");
+    const QString plain = sharedFile(u"plain.raw"_s, "plain");
+    ProgramRun::Options options;
+    options.environment = environment();
+    options.input = odd.toUtf8() + '\0' + plain.toUtf8() + '\0';
+    const auto run = start({ u"get"_s, u"-0"_s, u"-f"_s, u"-"_s }, options);
+    EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
+    const QList<QByteArray> paths = run->output().split('\0');
+    ASSERT_EQ(paths.size(), 3);
+    EXPECT_EQ(readFile(QString::fromUtf8(paths.at(0))), "odd");
+    EXPECT_EQ(readFile(QString::fromUtf8(paths.at(1))), "plain");
+    EXPECT_EQ(paths.at(2), QByteArray());
+}
+
+TEST_F(GetCliTest, get_any_tagsTheCacheForBackupsOnce)
+{
+    const QString reference = sharedFile(u"a.raw"_s, "data");
+    ASSERT_EQ(start({ u"get"_s, reference })->exitCode(), 0);
+    const QString tag = cache.baseDir() + u"/CACHEDIR.TAG"_s;
+    EXPECT_TRUE(readFile(tag).startsWith("Signature: 8a477f597d28d172789f06886806bc55\n"));
+    writeFile(tag, "mine");
+    ASSERT_EQ(start({ u"get"_s, reference })->exitCode(), 0);
+    EXPECT_EQ(readFile(tag), "mine");
+}
+
 } // namespace zel::test

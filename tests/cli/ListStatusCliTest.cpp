@@ -231,4 +231,24 @@ TEST_F(ListStatusCliTest, list_controlCharactersInAReference_doNotReachTheTermin
     EXPECT_TRUE(run->seen().contains("\\x1b[2J\\x9b")) << run->seen().toStdString();
 }
 
+TEST_F(ListStatusCliTest, list_references_areNothingButThat)
+{
+    fillWithVariety();
+    const auto run = start({ u"list"_s, u"--references"_s, u"--format"_s, u"mzml"_s });
+    EXPECT_EQ(run->exitCode(), 0);
+    const QString beginning = u"share:"_s + cache.outside({});
+    const QStringList lines = linesOf(run->output());
+    EXPECT_EQ(lines.size(), 2);
+    for (const QString &line : lines)
+        EXPECT_TRUE(line.startsWith(beginning)) << line.toStdString();
+}
+
+TEST_F(ListStatusCliTest, list_null_endsLinesSo)
+{
+    fill();
+    const auto run = start({ u"list"_s, u"-0"_s, u"--references"_s });
+    EXPECT_EQ(run->exitCode(), 0);
+    EXPECT_EQ(run->output(), reference.toUtf8() + '\0');
+}
+
 } // namespace zel::test

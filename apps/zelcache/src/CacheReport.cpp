@@ -186,6 +186,15 @@ QStringList listLines(const Reader::Snapshot &snapshot)
     return lines;
 }
 
+QStringList referenceLines(const ResourceCacheReader::Snapshot &snapshot)
+{
+    QStringList lines;
+    lines.reserve(snapshot.resources.size());
+    for (const ResourceCacheReader::Resource &resource : snapshot.resources)
+        lines.append(resource.reference);
+    return lines;
+}
+
 QJsonArray listJson(const Reader::Snapshot &snapshot)
 {
     const QHash<QString, int> usages = usagesByReference(snapshot);

@@ -26,6 +26,8 @@ struct StatusReport
 
 /// `list` for people, a line for each resource, and for programs.
 QStringList listLines(const ResourceCacheReader::Snapshot &snapshot);
+/// The references alone, as `get` takes them.
+QStringList referenceLines(const ResourceCacheReader::Snapshot &snapshot);
 QJsonArray listJson(const ResourceCacheReader::Snapshot &snapshot);
 
 /// One resource as `list` and `info` tell of it.

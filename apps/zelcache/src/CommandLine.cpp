@@ -76,6 +76,8 @@ void Parser::addCommonOptions()
     zel::cli::options::addText(app, "--cache", "DIR", "Use the cache in this base directory",
                                options.cacheDir);
     app.add_flag("--json", options.json, "Print the answer as JSON");
+    app.add_flag("-0,--null", options.nullTerminated,
+                 "End lines of answers and of lists of references with NUL");
     app.add_flag("-q,--quiet", options.quiet, "Print nothing but answers and errors");
     app.add_flag("-v,--verbose", options.verbosity, "Tell what is done; twice: log everything");
     app.add_flag("--no-progress", options.noProgress, "Show no progress bar");
@@ -92,6 +94,8 @@ void Parser::addCommand(std::unique_ptr<Command> &command)
     subcommand->footer(footerWith(command->details()));
     subcommand->final_callback([this, &command] { chosen = std::move(command); });
     command->addOptions(*subcommand);
+    // The parser takes "-0" behind a command for a number unless it is the command's own.
+    subcommand->add_flag("-0", options.nullTerminated)->group("");
 }
 
 ParseOutcome mistake(const QString &text)
@@ -123,6 +127,8 @@ ParseOutcome Parser::parse(const QStringList &arguments)
     }
     if (options.quiet && options.verbosity > 0)
         return mistake(u"--quiet and --verbose exclude each other"_s);
+    if (options.json && options.nullTerminated)
+        return mistake(u"--json and --null exclude each other"_s);
     if (const auto complaint = chosen->check())
         return mistake(*complaint);
     return { std::move(chosen), options, {}, ExitCode::Success };

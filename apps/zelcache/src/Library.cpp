@@ -1,5 +1,6 @@
 #include "Library.h"
 
+#include "CacheDirectoryTag.h"
 #include "ResourceCache.h"
 #include "ResourceManager.h"
 #include "SchemesRegistration.h"
@@ -64,8 +65,10 @@ std::optional<ExitCode> openCache(const Context &context)
     ResourceManager::overrideDefaultSettings(settings);
     // A count of all sizes would hold up the end of this short program: none is ever due.
     ResourceManager::overrideDefaultFullScanInterval(std::chrono::days(365'000));
-    if (ResourceManager::cache()->isOpen())
+    if (ResourceManager::cache()->isOpen()) {
+        tagCacheDirectory(settings.cachePath.baseDirPath());
         return {};
+    }
     const Error failure = openingFailure(settings);
     if (!failure.hasError())
         return {};

@@ -62,7 +62,7 @@ void Output::answer(const QString &line)
     if (answerErrno != 0)
         return;
     const QString shown = answerToTerminal ? escaped(line) : line;
-    answerErrno = writeAll(manner.answerDescriptor, shown.toLocal8Bit() + '\n');
+    answerErrno = writeAll(manner.answerDescriptor, shown.toLocal8Bit() + manner.lineEnd);
 }
 
 void Output::answer(const QJsonObject &object)

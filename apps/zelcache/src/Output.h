@@ -20,6 +20,7 @@ public:
     {
         bool quiet = false;
         int verbosity = 0;
+        char lineEnd = '\n'; ///< behind each line of the answer
         bool showProgress = true; ///< a bar, if standard error is a terminal that can draw one
         int answerDescriptor = 1;
         int messageDescriptor = 2;

@@ -10,8 +10,10 @@ namespace zel::cli {
 
 using namespace Qt::Literals::StringLiterals;
 
-QStringList referencesIn(const QString &text)
+QStringList referencesIn(const QString &text, ListForm form)
 {
+    if (form == ListForm::NullTerminated)
+        return text.split(u'\0', Qt::SkipEmptyParts);
     QStringList references;
     for (const QString &line : text.split(u'\n')) {
         const QString reference = line.trimmed();
@@ -21,7 +23,7 @@ QStringList referencesIn(const QString &text)
     return references;
 }
 
-Result<QStringList> readReferenceList(const QString &filePath)
+Result<QStringList> readReferenceList(const QString &filePath, ListForm form)
 {
     QFile file(filePath);
     const bool opened = filePath == u"-"_s ? file.open(STDIN_FILENO, QIODevice::ReadOnly)
@@ -30,7 +32,7 @@ Result<QStringList> readReferenceList(const QString &filePath)
     if (!opened || file.error() != QFileDevice::NoError)
         return ZEL_ERROR(ErrorCode::OperationFailed,
                          u"The list %1 cannot be read: %2"_s.arg(filePath, file.errorString()));
-    return referencesIn(QString::fromUtf8(content));
+    return referencesIn(QString::fromUtf8(content), form);
 }
 
 } // namespace zel::cli

@@ -6,12 +6,17 @@
 
 namespace zel::cli {
 
-/// The references in a text: one a line, blanks around it ignored. Empty lines and those that start
-/// with "#" say nothing.
-QStringList referencesIn(const QString &text);
+/// How a list of references is written.
+enum class ListForm {
+    Lines, ///< one a line, blanks around it ignored; empty ones and those that start with "#" say
+           ///< nothing
+    NullTerminated, ///< each as it stands, a NUL behind it
+};
+
+QStringList referencesIn(const QString &text, ListForm form);
 
 /// The same for a file, "-" being standard input. Fails with code 1 if it cannot be read to its
 /// end.
-Result<QStringList> readReferenceList(const QString &filePath);
+Result<QStringList> readReferenceList(const QString &filePath, ListForm form);
 
 } // namespace zel::cli

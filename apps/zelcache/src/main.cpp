@@ -37,6 +37,8 @@ Output::Manner mannerOf(const Options &options)
     manner.quiet = options.quiet;
     manner.verbosity = options.verbosity;
     manner.showProgress = !options.noProgress;
+    if (options.nullTerminated)
+        manner.lineEnd = '\0';
     return manner;
 }
 

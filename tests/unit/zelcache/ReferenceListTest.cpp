@@ -13,16 +13,24 @@ using namespace Qt::Literals::StringLiterals;
 
 TEST(ReferenceList, referencesIn_text_isOneReferenceALine)
 {
-    EXPECT_EQ(referencesIn(u"http://a\r\n\n  # said\n share:/b c \nhttp://a#md5=1"_s),
-              (QStringList { u"http://a"_s, u"share:/b c"_s, u"http://a#md5=1"_s }));
-    EXPECT_TRUE(referencesIn(QString()).isEmpty());
+    EXPECT_EQ(
+        referencesIn(u"http://a\r\n\n  # said\n share:/b c \nhttp://a#md5=1"_s, ListForm::Lines),
+        (QStringList { u"http://a"_s, u"share:/b c"_s, u"http://a#md5=1"_s }));
+    EXPECT_TRUE(referencesIn(QString(), ListForm::Lines).isEmpty());
+}
+
+TEST(ReferenceList, referencesIn_nullTerminated_takesEachAsItStands)
+{
+    const QString text = u"share:/a\nb "_s + QChar(0) + u"#c"_s + QChar(0) + u"d"_s;
+    EXPECT_EQ(referencesIn(text, ListForm::NullTerminated),
+              (QStringList { u"share:/a\nb "_s, u"#c"_s, u"d"_s }));
 }
 
 TEST(ReferenceList, readReferenceList_file_isRead)
 {
     const QTemporaryDir directory;
     test::writeFile(directory.filePath(u"list"_s), "http://ü\nhttp://b\n");
-    const auto references = readReferenceList(directory.filePath(u"list"_s));
+    const auto references = readReferenceList(directory.filePath(u"list"_s), ListForm::Lines);
     ASSERT_TRUE(references.hasValue());
     EXPECT_EQ(references.value(), (QStringList { u"http://ü"_s, u"http://b"_s }));
 }
@@ -31,7 +39,7 @@ TEST(ReferenceList, readReferenceList_missingFileOrFolder_failsAndNamesIt)
 {
     const QTemporaryDir directory;
     for (const QString &path : { directory.filePath(u"missing"_s), directory.path() }) {
-        const auto references = readReferenceList(path);
+        const auto references = readReferenceList(path, ListForm::Lines);
         ASSERT_FALSE(references.hasValue());
         EXPECT_EQ(references.error().errorCode(), ErrorCode::OperationFailed);
         EXPECT_TRUE(references.error().errorMessage().contains(path));

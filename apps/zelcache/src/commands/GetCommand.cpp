@@ -18,7 +18,8 @@ Examples:
   zelcache get https://data.example.org/runs/run1.raw
   zelcache get -f references.txt --no-progress
   zelcache get --json share:/mnt/lab/run1.d | jq -r '.results[].path'
-  grep 2024 references.txt | zelcache get -f -)";
+  grep 2024 references.txt | zelcache get -f -
+  zelcache get -0 -f list.bin | xargs -0 ls -l)";
 
 class GetCommand : public Command
 {
@@ -54,7 +55,9 @@ ExitCode GetCommand::run(const Context &context)
 {
     QStringList all = references;
     if (!listFile.isEmpty()) {
-        const auto listed = readReferenceList(listFile);
+        const ListForm form
+            = context.options.nullTerminated ? ListForm::NullTerminated : ListForm::Lines;
+        const auto listed = readReferenceList(listFile, form);
         if (!listed.hasValue())
             return context.fail(listed.error());
         all += listed.value();

@@ -21,6 +21,7 @@ Examples:
   zelcache list
   zelcache list --sort size --status ready
   zelcache list --sort age --format mzml
+  zelcache list -0 --references --status ready | xargs -0 -n1 zelcache path
   zelcache list --json | jq '.resources[] | select(.status == "Ready")')";
 
 class ListCommand : public Command
@@ -38,6 +39,7 @@ public:
                          status);
         options::addText(app, "--format", "FORMAT", "Only what has this data format by name",
                          format);
+        options::addSwitch(app, "--references", "Print nothing but references", referencesOnly);
     }
 
     ExitCode run(const Context &context) override;
@@ -46,6 +48,7 @@ private:
     QString order; ///< as given, as the next two; empty for none
     QString status;
     QString format;
+    bool referencesOnly = false;
 };
 
 ExitCode ListCommand::run(const Context &context)
@@ -63,7 +66,9 @@ ExitCode ListCommand::run(const Context &context)
         context.output.answer(answer);
         return ExitCode::Success;
     }
-    for (const QString &line : listLines(snapshot.value()))
+    const QStringList lines
+        = referencesOnly ? referenceLines(snapshot.value()) : listLines(snapshot.value());
+    for (const QString &line : lines)
         context.output.answer(line);
     return ExitCode::Success;
 }
