@@ -4,6 +4,7 @@
 #include "ResourceManager.h"
 #include "ResourceMetadataFactory.h"
 #include "SchemeMetadata.h"
+#include "dav/DavScheme.h"
 #include "errors/Propagate.h"
 #include "file/FileResourceHandler.h"
 #include "http/HttpScheme.h"
@@ -63,6 +64,7 @@ void registerResourceSchemes()
     for (const Scheme scheme : { Scheme::File, Scheme::Share })
         ResourceMetadataFactory::registerMetadataScheme(scheme, &SchemeMetadata::fromJson);
     ZEL_DROP(registerHttpScheme()); // another one has a prefix
+    ZEL_DROP(registerDavScheme()); // as above
     ResourceManager::addAssociatedResourcesProvider(
         ShareCompanions::fileType(), [] { return std::make_unique<ShareCompanions>(); });
 }

@@ -10,6 +10,8 @@ namespace zel {
 ///   share:/path         a file or folder of a mounted share or any directory, copied into the
 ///                       cache; "#sha256=..." or "#md5=..." behind a file is checked
 ///   http:, https:       one file of a web server, copied into the cache; checksums as above
+///   dav:, davs:         a file or folder of a WebDAV server, copied into the cache; checksums of
+///                       files as above
 ///
 /// Call it before the first reference is made, before the first call of ResourceManager::instance()
 /// and before other threads start. Calling it again does

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QDateTime>
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
@@ -100,6 +101,10 @@ QString ApacheServer::webUrl(const QString &path) const
 void ApacheServer::addFile(const QString &path, const QByteArray &content) const
 {
     writeFile(root() + u'/' + path, content);
+    QFile file(root() + u'/' + path);
+    EXPECT_TRUE(file.open(QIODevice::ReadWrite));
+    EXPECT_TRUE(file.setFileTime(QDateTime::currentDateTimeUtc().addSecs(-3600),
+                                 QFileDevice::FileModificationTime));
 }
 
 void ApacheServer::addFolder(const QString &path) const

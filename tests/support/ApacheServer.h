@@ -35,7 +35,8 @@ public:
     /// The same as a web address.
     QString webUrl(const QString &path) const;
 
-    /// Puts a file, with its folders, below the root; fails the test if it cannot.
+    /// Puts a file, with its folders, below the root; fails the test if it cannot. It looks an hour
+    /// old: of younger ones a server does not know whether they change yet.
     void addFile(const QString &path, const QByteArray &content) const;
     void addFolder(const QString &path) const;
 

@@ -11,7 +11,7 @@ namespace {
 
 using Scheme = ResourceReference::Scheme;
 
-const QList<Scheme> schemes { Scheme::File, Scheme::Share, Scheme::Http };
+const QList<Scheme> schemes { Scheme::File, Scheme::Share, Scheme::Http, Scheme::WebDav };
 
 class SchemesRegistrationTest : public ::testing::Test
 {
@@ -31,7 +31,7 @@ protected:
 
 TEST_F(SchemesRegistrationTest, register_makesReferencesHandlersAndMetadata)
 {
-    for (const QString &text : { u"file:/a"_s, u"share:/a"_s, u"http://h/a"_s, u"https://h/a"_s })
+    for (const QString &text : { u"file:/a"_s, u"share:/a"_s, u"http://h/a"_s, u"https://h/a"_s, u"dav://h/a"_s, u"davs://h/a"_s })
         EXPECT_TRUE(ResourceReference::fromString(text).hasValue()) << text.toStdString();
     for (const Scheme scheme : schemes) {
         EXPECT_TRUE(ResourceHandlerFactory::s_createFuncs.contains(scheme));
@@ -44,6 +44,8 @@ TEST_F(SchemesRegistrationTest, register_schemesHaveTheirNumbersNamesAndVersions
     EXPECT_EQ(ResourceReference::scheme(u"file:/a"_s).value(), Scheme::File);
     EXPECT_EQ(ResourceReference::scheme(u"share:/a"_s).value(), Scheme::Share);
     EXPECT_EQ(ResourceReference::scheme(u"https://h/a"_s).value(), Scheme::Http);
+    EXPECT_EQ(ResourceReference::scheme(u"davs://h/a"_s).value(), Scheme::WebDav);
+    EXPECT_EQ(ResourceReference::schemeFriendlyName(Scheme::WebDav), u"webdav"_s);
     EXPECT_EQ(ResourceReference::schemeFriendlyName(Scheme::File), u"file"_s);
     EXPECT_EQ(ResourceReference::schemeFriendlyName(Scheme::Share), u"share"_s);
     EXPECT_EQ(ResourceReference::schemeFriendlyName(Scheme::Http), u"http"_s);

@@ -1,0 +1,178 @@
+#include "dav/DavScheme.h"
+
+#include "DavSchemeFixture.h"
+#include "ResourceCache.h"
+#include "dav/DavResourceHandler.h"
+#include "dav/DavTasks.h"
+#include "tasks/GetSiblingsTask.h"
+
+namespace zel {
+namespace {
+
+using namespace Qt::Literals::StringLiterals;
+using namespace zel::test;
+
+class DavSchemeTest : public DavSchemeFixture
+{
+};
+
+} // namespace
+
+TEST_F(DavSchemeTest, exists_isWhatTheServerSays)
+{
+    const ApacheServer server;
+    server.addFile(u"run.d/a"_s, "hello");
+    EXPECT_TRUE(handler(server.url(u"run.d"_s))->exists().value());
+    EXPECT_TRUE(handler(server.url(u"run.d/a"_s))->exists().value());
+    EXPECT_TRUE(handler(server.url(QString()))->exists().value());
+    EXPECT_FALSE(handler(server.url(u"run2.d"_s))->exists().value());
+}
+
+TEST_F(DavSchemeTest, exists_noDavServer_isAFailure)
+{
+    ApacheServer::Options plain;
+    plain.dav = false;
+    const ApacheServer server(plain);
+    EXPECT_EQ(handler(server.url(u"a"_s))->exists().error().errorCode(),
+              ErrorCode::OperationFailed);
+}
+
+TEST_F(DavSchemeTest, retrieveMetadata_file_hasSizeAndTime)
+{
+    const ApacheServer server;
+    server.addFile(u"my data/a b.raw"_s, "hello");
+    const auto metadata = metadataOf(server.url(u"my%20data/a%20b.raw"_s));
+    ASSERT_TRUE(metadata);
+    EXPECT_EQ(metadata->metadataName(), u"a b.raw"_s);
+    EXPECT_EQ(metadata->metadataPath(), u"/my data/a b.raw"_s);
+    EXPECT_EQ(metadata->metadataFullPath(), server.url(u"my data/a b.raw"_s));
+    EXPECT_EQ(metadata->metadataItemType(), ResourceMetadata::ItemType::File);
+    EXPECT_EQ(metadata->metadataVersion(), QVersionNumber(1, 0));
+    EXPECT_EQ(metadata->size(), 5);
+    EXPECT_TRUE(metadata->modified().isValid());
+    EXPECT_FALSE(metadata->fileCount());
+    const auto again = ResourceMetadata::fromJson(metadata->toJson(), ResourceReference::WebDav);
+    ASSERT_TRUE(again.hasValue());
+    EXPECT_EQ(again.value()->toJson(), metadata->toJson());
+}
+
+TEST_F(DavSchemeTest, retrieveMetadata_folder_countsAllThatIsInside)
+{
+    const ApacheServer server;
+    server.addFile(u"run.d/a"_s, "hello");
+    server.addFile(u"run.d/m/b"_s, "you");
+    server.addFolder(u"run.d/n"_s);
+    const auto metadata = metadataOf(server.url(u"run.d/"_s));
+    ASSERT_TRUE(metadata);
+    EXPECT_EQ(metadata->metadataName(), u"run.d"_s);
+    EXPECT_EQ(metadata->metadataItemType(), ResourceMetadata::ItemType::Folder);
+    EXPECT_EQ(metadata->metadataType(), u"folder"_s);
+    EXPECT_EQ(metadata->size(), 8);
+    EXPECT_EQ(metadata->fileCount(), 2);
+    EXPECT_TRUE(metadata->modified().isValid());
+}
+
+TEST_F(DavSchemeTest, retrieveMetadata_folderOfTooManyFolders_leavesTheSizeOpen)
+{
+    const ApacheServer server;
+    for (int i = 0; i <= DavTasks::mostFoldersToCount; ++i)
+        server.addFolder(u"run.d/%1"_s.arg(i));
+    const auto metadata = metadataOf(server.url(u"run.d"_s));
+    ASSERT_TRUE(metadata);
+    EXPECT_EQ(metadata->metadataItemType(), ResourceMetadata::ItemType::Folder);
+    EXPECT_FALSE(metadata->size());
+    EXPECT_FALSE(metadata->fileCount());
+}
+
+TEST_F(DavSchemeTest, siblings_areTheOthersOfTheFolder)
+{
+    const ApacheServer server;
+    server.addFile(u"data/a #1.raw"_s, "1");
+    server.addFolder(u"data/b.d"_s);
+    server.addFile(u"data/c"_s, "1");
+    server.addFile(u"other"_s, "1");
+    const auto task = handler(server.url(u"data/c"_s))->siblings();
+    ASSERT_TRUE(task.hasValue());
+    task.value()->exec();
+    EXPECT_EQ(task.value()->waitForAllFinished(-1), Error());
+    EXPECT_EQ(task.value()->error(), Error());
+    QStringList found;
+    for (const auto &sibling : task.value()->siblings())
+        found << sibling->referenceText(false);
+    found.sort();
+    EXPECT_EQ(found,
+              (QStringList { server.url(u"data/a%20%231.raw"_s), server.url(u"data/b.d"_s) }));
+}
+
+TEST_F(DavSchemeTest, siblings_ofTheRoot_areNone)
+{
+    const ApacheServer server;
+    const auto task = handler(server.url(QString()))->siblings();
+    ASSERT_TRUE(task.hasValue());
+    task.value()->exec();
+    EXPECT_EQ(task.value()->waitForAllFinished(-1), Error());
+    EXPECT_EQ(task.value()->error(), Error());
+    EXPECT_TRUE(task.value()->siblings().isEmpty());
+}
+
+TEST_F(DavSchemeTest, retrieve_file_isReadyUnderItsOwnName)
+{
+    const ApacheServer server;
+    const QByteArray bytes = pattern(300'000);
+    server.addFile(u"data/a b.raw"_s, bytes);
+    const QString path = retrieve(server.url(u"data/a%20b.raw"_s));
+    EXPECT_EQ(readFile(path), bytes);
+    EXPECT_TRUE(path.startsWith(cache.dataDir() + u"/webdav/"_s));
+    EXPECT_EQ(QFileInfo(path).fileName(), u"a b.raw"_s);
+    EXPECT_EQ(retrieve(server.url(u"data/a%20b.raw/"_s)), path);
+    EXPECT_EQ(server.sentFiles().size(), 1);
+}
+
+TEST_F(DavSchemeTest, retrieve_fileWithAnotherChecksum_isRefused)
+{
+    const ApacheServer server;
+    server.addFile(u"a.raw"_s, "hello");
+    const QString url = server.url(u"a.raw#sha256="_s) + QString(64, u'0');
+    EXPECT_EQ(int(handler(url)->retrieve().errorCode()), 6);
+    expectNothingPublished(url);
+}
+
+TEST_F(DavSchemeTest, retrieve_absent_tellsWhatTheServerSaid)
+{
+    const ApacheServer server;
+    const QString url = server.url(u"a.d"_s);
+    const Error error = handler(url)->retrieve();
+    EXPECT_EQ(error.errorCode(), ErrorCode::OperationFailed);
+    EXPECT_EQ(
+        error.errorMessage(),
+        u"Unable to fetch %1: the server answered 404 Not Found: nothing lies there"_s.arg(url));
+    expectNothingPublished(url);
+}
+
+TEST_F(DavSchemeTest, retrieve_folderWithAChecksum_isBadArgument)
+{
+    const ApacheServer server;
+    server.addFile(u"run.d/a"_s, "x");
+    const QString url = server.url(u"run.d#size=1"_s);
+    EXPECT_EQ(handler(url)->retrieve().errorCode(), ErrorCode::BadArgument);
+    expectNothingPublished(url);
+}
+
+TEST_F(DavSchemeTest, make_referenceOfAnotherMaker_isBadArgument)
+{
+    class ForeignReference : public ResourceReference
+    {
+    public:
+        ForeignReference()
+            : ResourceReference(WebDav)
+        {
+        }
+        QString referenceText(bool) const override { return u"dav://h/a"_s; }
+    };
+    const auto made = DavResourceHandler::make(QSharedPointer<ForeignReference>::create(),
+                                               ResourceManager::cache(), settings);
+    ASSERT_FALSE(made.hasValue());
+    EXPECT_EQ(made.error().errorCode(), ErrorCode::BadArgument);
+}
+
+} // namespace zel
