@@ -24,17 +24,6 @@ void sortByLastAccess(ResourceRows &resources)
                      });
 }
 
-ResourceRows removable(const ResourceCacheReader::Snapshot &snapshot, const ResourceUsers &users)
-{
-    ResourceRows resources;
-    for (const Resource &resource : snapshot.resources) {
-        if (resource.size > 0 && !users.contains(resource.reference))
-            resources.append(resource);
-    }
-    sortByLastAccess(resources);
-    return resources;
-}
-
 /// As many from the start as it takes to free more than that.
 ResourceRows exceeding(qint64 bytes, const ResourceRows &resources)
 {
@@ -50,6 +39,17 @@ ResourceRows exceeding(qint64 bytes, const ResourceRows &resources)
 }
 
 } // namespace
+
+ResourceRows purgeLine(const ResourceCacheReader::Snapshot &snapshot, const ResourceUsers &users)
+{
+    ResourceRows resources;
+    for (const Resource &resource : snapshot.resources) {
+        if (resource.size > 0 && !users.contains(resource.reference))
+            resources.append(resource);
+    }
+    sortByLastAccess(resources);
+    return resources;
+}
 
 PurgeLimits purgeLimits(const ResourceCacheSizes &sizes, std::optional<qint64> target)
 {
@@ -72,7 +72,7 @@ PurgePlan planPurge(const ResourceCacheReader::Snapshot &snapshot, const PurgeLi
 
     const auto toFree = static_cast<qint64>(static_cast<double>(total)
                                             - static_cast<double>(optimal) * shareOfOptimalSize);
-    return { snapshot.currentSize - toFree, exceeding(toFree, removable(snapshot, users)) };
+    return { snapshot.currentSize - toFree, exceeding(toFree, purgeLine(snapshot, users)) };
 }
 
 ResourceRows removedBetween(const ResourceCacheReader::Snapshot &before,

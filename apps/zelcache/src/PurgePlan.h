@@ -18,6 +18,9 @@ struct PurgePlan
     ResourceRows resources; ///< what goes, in this order
 };
 
+/// All that a purge may take, in the order in which it takes it: what has a size and no user.
+ResourceRows purgeLine(const ResourceCacheReader::Snapshot &snapshot, const ResourceUsers &users);
+
 /// The limits that a purge works with. With a target it is to go down to that many bytes, without
 /// one to nine tenths of the optimal size, and only if that is exceeded.
 struct PurgeLimits

@@ -13,14 +13,6 @@ namespace {
 /// After this long without a ping the others take a program for dead.
 constexpr qint64 silenceOfTheDead = 30'000;
 
-/// Empty for a process that is gone, or that another user or container hides.
-QString programOf(qint64 processId)
-{
-    QFile name(u"/proc/%1/comm"_s.arg(processId));
-    return name.open(QIODevice::ReadOnly) ? QString::fromLocal8Bit(name.readAll().trimmed())
-                                          : QString();
-}
-
 void addOnce(QList<qint64> &processIds, qint64 processId)
 {
     if (!processIds.contains(processId))
@@ -66,6 +58,13 @@ QList<qint64> fetchersOf(const ResourceCacheReader::Snapshot &snapshot, const QS
         }
     }
     return fetchers;
+}
+
+QString programOf(qint64 processId)
+{
+    QFile name(u"/proc/%1/comm"_s.arg(processId));
+    return name.open(QIODevice::ReadOnly) ? QString::fromLocal8Bit(name.readAll().trimmed())
+                                          : QString();
 }
 
 QString processesText(const QList<qint64> &processIds)

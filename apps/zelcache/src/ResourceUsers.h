@@ -19,6 +19,10 @@ ResourceUsers usersByReference(const ResourceCacheReader::Snapshot &snapshot, qi
 /// The processes that fetch the resource or wait for that, the fetching one first.
 QList<qint64> fetchersOf(const ResourceCacheReader::Snapshot &snapshot, const QString &reference);
 
+/// The name of the program; empty for a process that is gone, or that another user or container
+/// hides.
+QString programOf(qint64 processId);
+
 /// "process 12 (program), process 13"; without the name of one that cannot be seen from here.
 QString processesText(const QList<qint64> &processIds);
 /// Of each "process" and "program", which is null if it cannot be seen.

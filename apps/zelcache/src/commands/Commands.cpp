@@ -16,6 +16,8 @@ namespace zel::cli {
     MAKE(Outdated)                                                                                 \
     MAKE(Policy)                                                                                   \
     MAKE(Remove)                                                                                   \
+    MAKE(Who)                                                                                      \
+    MAKE(Why)                                                                                      \
     MAKE(Status)                                                                                   \
     MAKE(Config)                                                                                   \
     MAKE(Formats)                                                                                  \

@@ -1,0 +1,80 @@
+#include "Command.h"
+#include "CommandOptions.h"
+#include "Library.h"
+#include "ResourceLookup.h"
+#include "SchemesRegistration.h"
+#include "holders/Holders.h"
+
+#include <QDateTime>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr auto helpDetails
+    = R"(Prints who fetches a resource, who waits for that, and who uses it: a line for
+each program, with what became of it. The usage of one that has been silent for 30
+seconds holds nothing any more. Waits for nobody and changes nothing. The exit code
+is 3 for a resource that the cache does not know.
+
+Examples:
+  zelcache who https://data.example.org/runs/run1.raw
+  zelcache who --json share:/mnt/lab/run1.d | jq '.holders[].process')";
+
+class WhoCommand : public Command
+{
+public:
+    WhoCommand()
+        : Command("who", "Tell who uses, fetches or waits for a resource", helpDetails)
+    {
+    }
+
+    void addOptions(CLI::App &app) override { options::addReference(app, reference); }
+
+    ExitCode run(const Context &context) override;
+
+private:
+    QString reference;
+};
+
+void answer(const Context &context, const QString &key, const QList<Holder> &holders, qint64 now)
+{
+    if (context.options.json) {
+        QJsonObject answer = context.emptyAnswer();
+        answer.insert(u"reference"_s, key);
+        answer.insert(u"holders"_s, holdersJson(holders));
+        context.output.answer(answer);
+        return;
+    }
+    for (const QString &line : holderLines(holders, now))
+        context.output.answer(line);
+    if (holders.isEmpty())
+        context.output.note(u"Nobody uses it, fetches it or waits for it."_s);
+}
+
+ExitCode WhoCommand::run(const Context &context)
+{
+    registerResourceSchemes();
+    const auto snapshot = readCache(settingsOf(context.options));
+    if (!snapshot.hasValue())
+        return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
+    const auto key = keyOf(snapshot.value(), reference);
+    if (!key.hasValue())
+        return context.fail(key.error());
+    if (!resourceOf(snapshot.value(), key.value()))
+        return context.fail(ExitCode::AnswerIsNo, key.value() + u": The cache does not know it."_s);
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    answer(context, key.value(), holdersOf(snapshot.value(), key.value(), now, lookAtProcess), now);
+    return ExitCode::Success;
+}
+
+} // namespace
+
+std::unique_ptr<Command> makeWhoCommand()
+{
+    return std::make_unique<WhoCommand>();
+}
+
+} // namespace zel::cli

@@ -1,0 +1,106 @@
+#include "Command.h"
+#include "CommandOptions.h"
+#include "Library.h"
+#include "ResourceLookup.h"
+#include "SchemesRegistration.h"
+#include "holders/CacheReasons.h"
+#include "holders/ResourceReasons.h"
+
+#include <QDateTime>
+#include <QFileInfo>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr auto helpDetails
+    = R"(Without REF: why the cache is as large as it is, what a purge could free at this
+moment, who holds the rest, and whose end would let the purge reach its target.
+With REF: why the resource is still here, is not here or is waiting, as far as the
+cache records it. Waits for nobody and changes nothing. The exit code is 3 for a
+resource that the cache does not know.
+
+Examples:
+  zelcache why
+  zelcache why https://data.example.org/runs/run1.raw
+  zelcache why --json | jq '.holders[] | select(.closing) | .process')";
+
+using Snapshot = ResourceCacheReader::Snapshot;
+
+void answer(const Context &context, const QJsonObject &members, const QStringList &lines)
+{
+    if (context.options.json) {
+        QJsonObject answer = context.emptyAnswer();
+        for (auto member = members.begin(); member != members.end(); ++member)
+            answer.insert(member.key(), member.value());
+        context.output.answer(answer);
+        return;
+    }
+    for (const QString &line : lines)
+        context.output.answer(line);
+}
+
+class WhyCommand : public Command
+{
+public:
+    WhyCommand()
+        : Command("why", "Tell why the cache is full, or why a resource is here or not",
+                  helpDetails)
+    {
+    }
+
+    void addOptions(CLI::App &app) override
+    {
+        options::addOptionalArgument(app, "REF", "The resource's reference", reference);
+    }
+
+    ExitCode run(const Context &context) override;
+
+private:
+    ExitCode tellOfResource(const Context &context, const Snapshot &snapshot,
+                            const ResourceCacheSizes &limits) const;
+
+    std::optional<QString> reference;
+};
+
+ExitCode WhyCommand::run(const Context &context)
+{
+    registerResourceSchemes();
+    const ResourceManagerSettings settings = settingsOf(context.options);
+    const auto snapshot = readCache(settings);
+    if (!snapshot.hasValue())
+        return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
+    if (reference)
+        return tellOfResource(context, snapshot.value(), settings.sizes);
+    const CacheReasons reasons = cacheReasons(snapshot.value(), settings.sizes,
+                                              QDateTime::currentMSecsSinceEpoch(), lookAtProcess);
+    answer(context, cacheReasonsJson(reasons), cacheReasonLines(reasons));
+    return ExitCode::Success;
+}
+
+ExitCode WhyCommand::tellOfResource(const Context &context, const Snapshot &snapshot,
+                                    const ResourceCacheSizes &limits) const
+{
+    const auto key = keyOf(snapshot, *reference);
+    if (!key.hasValue())
+        return context.fail(key.error());
+    const auto resource = resourceOf(snapshot, key.value());
+    if (!resource)
+        return context.fail(ExitCode::AnswerIsNo, key.value() + u": The cache does not know it."_s);
+    const bool isThere = !resource->path.isEmpty() && QFileInfo::exists(resource->path);
+    const ResourceReasons reasons = resourceReasons(
+        snapshot, *resource, isThere, limits, QDateTime::currentMSecsSinceEpoch(), lookAtProcess);
+    answer(context, resourceReasonsJson(reasons), resourceReasonLines(reasons));
+    return ExitCode::Success;
+}
+
+} // namespace
+
+std::unique_ptr<Command> makeWhyCommand()
+{
+    return std::make_unique<WhyCommand>();
+}
+
+} // namespace zel::cli

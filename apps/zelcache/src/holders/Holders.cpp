@@ -1,0 +1,195 @@
+#include "holders/Holders.h"
+
+#include "Format.h"
+#include "ResourceUsers.h"
+#include "platform/ProcessIdentity.h"
+
+#include <QJsonObject>
+
+#include <algorithm>
+#include <chrono>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+using Snapshot = ResourceCacheReader::Snapshot;
+using Role = Holder::Role;
+
+/// The start of a process is known to a fraction of a second only.
+constexpr qint64 uncertaintyOfStart = 2000;
+
+Liveness livenessOf(const ProcessSight &sight, const ResourceCacheReader::Client &client,
+                    qint64 now)
+{
+    if (!sight.startedAt)
+        return Liveness::Dead;
+    // Who pinged cannot have been started after that.
+    if (*sight.startedAt > client.lastPing + uncertaintyOfStart)
+        return Liveness::Reused;
+    return isAlive(client, now) ? Liveness::Alive : Liveness::Silent;
+}
+
+QString livenessName(Liveness liveness)
+{
+    switch (liveness) {
+    case Liveness::Alive:
+        return u"alive"_s;
+    case Liveness::Silent:
+        return u"silent"_s;
+    case Liveness::Dead:
+        return u"dead"_s;
+    case Liveness::Reused:
+        return u"reused"_s;
+    }
+    return {};
+}
+
+QString fateText(const Program &program, const QString &silence)
+{
+    const QString lastPing = u", last ping %1 ago"_s.arg(silence);
+    switch (program.liveness) {
+    case Liveness::Alive:
+        return lastPing;
+    case Liveness::Silent:
+        return u", silent for %1: it holds nothing any more"_s.arg(silence);
+    case Liveness::Dead:
+        return u", dead or not to be seen from here"_s + lastPing;
+    case Liveness::Reused:
+        return u", dead: the number belongs to another program now"_s + lastPing;
+    }
+    return {};
+}
+
+QString roleName(Role role)
+{
+    switch (role) {
+    case Role::Fetches:
+        return u"fetches"_s;
+    case Role::Waits:
+        return u"waits"_s;
+    case Role::Uses:
+        return u"uses"_s;
+    }
+    return {};
+}
+
+QString amountText(const Holder &holder)
+{
+    if (holder.percent)
+        return u"%1%"_s.arg(*holder.percent);
+    return holder.usages > 1 ? u"%1 times"_s.arg(holder.usages) : QString();
+}
+
+/// How often each client uses the resource, in the order in which they began.
+QList<std::pair<qint64, int>> usagesByClient(const Snapshot &snapshot, const QString &reference)
+{
+    QList<std::pair<qint64, int>> counts;
+    for (const ResourceCacheReader::Usage &usage : snapshot.usages) {
+        if (usage.reference != reference)
+            continue;
+        const auto known = std::find_if(counts.begin(), counts.end(), [&usage](const auto &each) {
+            return each.first == usage.clientId;
+        });
+        if (known == counts.end())
+            counts.append({ usage.clientId, 1 });
+        else
+            ++known->second;
+    }
+    return counts;
+}
+
+} // namespace
+
+ProcessSight lookAtProcess(qint64 processId)
+{
+    return { ProcessIdentity::startOf(processId), programOf(processId) };
+}
+
+Program programOfClient(const Snapshot &snapshot, qint64 clientId, qint64 now,
+                        const ProcessLookup &look)
+{
+    const auto client = std::find_if(snapshot.clients.begin(), snapshot.clients.end(),
+                                     [clientId](const auto &each) { return each.id == clientId; });
+    if (client == snapshot.clients.end())
+        return {};
+    const ProcessSight sight = look(client->processId);
+    Program program;
+    program.processId = client->processId;
+    program.lastPing = client->lastPing;
+    program.liveness = livenessOf(sight, *client, now);
+    program.counts = isAlive(*client, now);
+    if (program.liveness != Liveness::Reused)
+        program.name = sight.program;
+    return program;
+}
+
+QString programText(const Program &program, qint64 now)
+{
+    if (!program.processId)
+        return u"a program that is gone"_s;
+    QString text = u"process %1"_s.arg(*program.processId);
+    if (!program.name.isEmpty())
+        text += u" (%1)"_s.arg(program.name);
+    const std::chrono::seconds silence((now - program.lastPing.value_or(now)) / 1000);
+    return text + fateText(program, durationText(silence));
+}
+
+QJsonObject programJson(const Program &program)
+{
+    return { { u"process"_s, program.processId ? QJsonValue(*program.processId) : QJsonValue() },
+             { u"program"_s, program.name.isEmpty() ? QJsonValue() : QJsonValue(program.name) },
+             { u"state"_s, livenessName(program.liveness) },
+             { u"counts"_s, program.counts },
+             { u"lastPing"_s, program.lastPing ? QJsonValue(*program.lastPing) : QJsonValue() } };
+}
+
+QList<Holder> holdersOf(const Snapshot &snapshot, const QString &reference, qint64 now,
+                        const ProcessLookup &look)
+{
+    QList<Holder> holders;
+    for (const ResourceCacheReader::AcquiringTask &task : snapshot.acquiringTasks) {
+        if (task.reference == reference)
+            holders.append({ task.progress ? Role::Fetches : Role::Waits,
+                             programOfClient(snapshot, task.clientId, now, look), 0,
+                             task.progress });
+    }
+    for (const auto &[clientId, count] : usagesByClient(snapshot, reference))
+        holders.append(
+            { Role::Uses, programOfClient(snapshot, clientId, now, look), count, std::nullopt });
+    std::stable_sort(holders.begin(), holders.end(), [](const Holder &left, const Holder &right) {
+        return left.role < right.role;
+    });
+    return holders;
+}
+
+QStringList holderLines(const QList<Holder> &holders, qint64 now)
+{
+    QStringList lines;
+    for (const Holder &holder : holders) {
+        const QString amount = amountText(holder);
+        lines.append(roleName(holder.role).leftJustified(roleName(Role::Fetches).size()) + u"  "_s
+                     + programText(holder.program, now)
+                     + (amount.isEmpty() ? QString() : u", "_s + amount));
+    }
+    return lines;
+}
+
+QJsonArray holdersJson(const QList<Holder> &holders)
+{
+    QJsonArray array;
+    for (const Holder &holder : holders) {
+        QJsonObject object = programJson(holder.program);
+        object.insert(u"role"_s, roleName(holder.role));
+        if (holder.role == Role::Uses)
+            object.insert(u"usages"_s, holder.usages);
+        if (holder.percent)
+            object.insert(u"percent"_s, *holder.percent);
+        array.append(object);
+    }
+    return array;
+}
+
+} // namespace zel::cli

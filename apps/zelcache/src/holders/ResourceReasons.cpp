@@ -1,0 +1,248 @@
+#include "holders/ResourceReasons.h"
+
+#include "Format.h"
+#include "PurgePlan.h"
+#include "references/ResourceReference.h"
+
+#include <algorithm>
+#include <chrono>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+using Snapshot = ResourceCacheReader::Snapshot;
+using Resource = ResourceCacheReader::Resource;
+using Verdict = ResourceReasons::Verdict;
+using Place = ResourceReasons::Place;
+
+constexpr int labelColumns = 14;
+
+QString labeled(const QString &label, const QString &value)
+{
+    return (label + u':').leftJustified(labelColumns) + value;
+}
+
+std::optional<QVersionNumber> declaredVersion(const QString &reference)
+{
+    const auto read = ResourceReference::fromString(reference);
+    return read.hasValue() ? std::optional(read.value()->referenceVersion()) : std::nullopt;
+}
+
+std::optional<Place> placeOf(const QString &reference, const ResourceRows &line)
+{
+    Place place { 1, line.size(), 0 };
+    for (const Resource &resource : line) {
+        if (resource.reference == reference)
+            return place;
+        ++place.number;
+        place.bytesBefore += resource.size;
+    }
+    return {};
+}
+
+bool any(const QList<Holder> &holders, Holder::Role role, bool counting)
+{
+    return std::any_of(holders.begin(), holders.end(), [role, counting](const Holder &holder) {
+        return holder.role == role && (!counting || holder.program.counts);
+    });
+}
+
+Verdict verdictOnItsWay(const QList<Holder> &holders)
+{
+    if (any(holders, Holder::Role::Fetches, true))
+        return Verdict::Fetched;
+    if (any(holders, Holder::Role::Fetches, false))
+        return Verdict::FetcherGone;
+    return any(holders, Holder::Role::Waits, false) ? Verdict::Waiting : Verdict::Abandoned;
+}
+
+Verdict verdictOf(const ResourceReasons &reasons, bool isThere, const PurgePlan &plan)
+{
+    switch (reasons.resource.status) {
+    case ResourceStatus::Ready:
+        break;
+    case ResourceStatus::Missing:
+        return Verdict::Missing;
+    case ResourceStatus::ScheduledForAcquire:
+    case ResourceStatus::Acquiring:
+        return verdictOnItsWay(reasons.holders);
+    case ResourceStatus::Invalid:
+        return Verdict::UnknownStatus;
+    }
+    if (!isThere)
+        return Verdict::DataGone;
+    if (any(reasons.holders, Holder::Role::Uses, true))
+        return Verdict::InUse;
+    return placeOf(reasons.resource.reference, plan.resources) ? Verdict::NextToGo : Verdict::Kept;
+}
+
+QString verdictName(Verdict verdict)
+{
+    switch (verdict) {
+    case Verdict::InUse:
+        return u"inUse"_s;
+    case Verdict::NextToGo:
+        return u"nextToGo"_s;
+    case Verdict::Kept:
+        return u"kept"_s;
+    case Verdict::DataGone:
+        return u"dataGone"_s;
+    case Verdict::Missing:
+        return u"missing"_s;
+    case Verdict::Fetched:
+        return u"fetched"_s;
+    case Verdict::FetcherGone:
+        return u"fetcherGone"_s;
+    case Verdict::Waiting:
+        return u"waiting"_s;
+    case Verdict::Abandoned:
+        return u"abandoned"_s;
+    case Verdict::UnknownStatus:
+        return u"unknownStatus"_s;
+    }
+    return {};
+}
+
+QString missingText(const ResourceReasons &reasons)
+{
+    const QString text
+        = u"It is not here. Whether it ever was, and why it went, the cache does not record."_s;
+    return reasons.resource.policy == ResourceCleanupPolicy::OnClose
+        ? text + u" Its policy removes it with the end of its last use."_s
+        : text;
+}
+
+QString verdictText(const ResourceReasons &reasons)
+{
+    switch (reasons.verdict) {
+    case Verdict::InUse:
+        return u"It is here and stays, since it is in use."_s;
+    case Verdict::NextToGo:
+        return u"It is here, and the next purge takes it."_s;
+    case Verdict::Kept:
+        return u"It is here. Nobody uses it, and a purge would leave it alone now."_s;
+    case Verdict::DataGone:
+        return u"The cache has it as ready, but nothing lies at its path."_s;
+    case Verdict::Missing:
+        return missingText(reasons);
+    case Verdict::Fetched:
+        return u"It is being fetched."_s;
+    case Verdict::FetcherGone:
+        return u"Its fetch stands still: the program that fetched it is gone or silent."_s;
+    case Verdict::Waiting:
+        return u"It is wanted, and no program has begun to fetch it."_s;
+    case Verdict::Abandoned:
+        return u"It was wanted, but the cache knows no program that still wants it."_s;
+    case Verdict::UnknownStatus:
+        break;
+    }
+    return u"Its status is none that this program knows."_s;
+}
+
+QString versionText(const ResourceReasons &reasons)
+{
+    const QVersionNumber &stored = reasons.resource.version;
+    const QString text = stored.isNull() ? u"none"_s : stored.toString();
+    if (!reasons.declared)
+        return text
+            + u"; whether it is outdated is unknown, since this program cannot read "
+              "the reference"_s;
+    if (!reasons.isOutdated())
+        return text + u", not outdated"_s;
+    return text + u", outdated: the reference declares %1"_s.arg(reasons.declared->toString());
+}
+
+QString placeText(const ResourceReasons &reasons)
+{
+    if (const auto &place = reasons.place)
+        return u"number %1 of %2 in line, behind %3"_s.arg(QString::number(place->number),
+                                                           QString::number(place->of),
+                                                           sizeText(place->bytesBefore));
+    if (reasons.resource.size > 0)
+        return u"not in line, since it is in use"_s;
+    return reasons.resource.path.isEmpty() ? u"not in line, since nothing is here"_s
+                                           : u"not in line, since its size is not known"_s;
+}
+
+QString timeLine(const ResourceReasons &reasons)
+{
+    const qint64 last = reasons.resource.lastAccess;
+    const std::chrono::seconds age((reasons.now - last) / 1000);
+    return u"%1 (%2 ago); what was before is not recorded"_s.arg(timeText(last), durationText(age));
+}
+
+QJsonValue placeJson(const std::optional<Place> &place)
+{
+    if (!place)
+        return {};
+    return QJsonObject { { u"number"_s, place->number },
+                         { u"of"_s, place->of },
+                         { u"bytesBefore"_s, place->bytesBefore } };
+}
+
+QJsonValue versionJson(const std::optional<QVersionNumber> &version)
+{
+    return version && !version->isNull() ? QJsonValue(version->toString()) : QJsonValue();
+}
+
+} // namespace
+
+ResourceReasons resourceReasons(const Snapshot &snapshot, const Resource &resource, bool isThere,
+                                const ResourceCacheSizes &limits, qint64 now,
+                                const ProcessLookup &look)
+{
+    const ResourceUsers users = usersByReference(snapshot, now);
+    ResourceReasons reasons;
+    reasons.resource = resource;
+    reasons.holders = holdersOf(snapshot, resource.reference, now, look);
+    reasons.lastWriter = programOfClient(snapshot, resource.lastWriterClientId, now, look);
+    reasons.declared = declaredVersion(resource.reference);
+    reasons.place = placeOf(resource.reference, purgeLine(snapshot, users));
+    reasons.now = now;
+    reasons.verdict
+        = verdictOf(reasons, isThere, planPurge(snapshot, purgeLimits(limits, {}), users));
+    return reasons;
+}
+
+QStringList resourceReasonLines(const ResourceReasons &reasons)
+{
+    const Resource &resource = reasons.resource;
+    QStringList lines {
+        verdictText(reasons),
+        labeled(u"Reference"_s, resource.reference),
+        labeled(u"Status"_s, toText(resource.status)),
+        labeled(u"Last access"_s, timeLine(reasons)),
+        labeled(u"Written by"_s, programText(reasons.lastWriter, reasons.now)),
+        labeled(u"Policy"_s, toText(resource.policy)),
+        labeled(u"Size"_s, resource.size > 0 ? sizeText(resource.size) : u"unknown"_s),
+        labeled(u"Version"_s, versionText(reasons)),
+        labeled(u"Purge"_s, placeText(reasons)),
+    };
+    for (const QString &line : holderLines(reasons.holders, reasons.now))
+        lines.append(labeled(u"Program"_s, line));
+    return lines;
+}
+
+QJsonObject resourceReasonsJson(const ResourceReasons &reasons)
+{
+    const Resource &resource = reasons.resource;
+    const QJsonValue outdated = reasons.declared ? QJsonValue(reasons.isOutdated()) : QJsonValue();
+    return { { u"reference"_s, resource.reference },
+             { u"verdict"_s, verdictName(reasons.verdict) },
+             { u"status"_s, toText(resource.status) },
+             { u"size"_s, resource.size },
+             { u"path"_s, resource.path.isEmpty() ? QJsonValue() : QJsonValue(resource.path) },
+             { u"lastAccess"_s, resource.lastAccess },
+             { u"lastWriter"_s, programJson(reasons.lastWriter) },
+             { u"cleanupPolicy"_s, toText(resource.policy) },
+             { u"version"_s, versionJson(resource.version) },
+             { u"declaredVersion"_s, versionJson(reasons.declared) },
+             { u"outdated"_s, outdated },
+             { u"purgePlace"_s, placeJson(reasons.place) },
+             { u"holders"_s, holdersJson(reasons.holders) } };
+}
+
+} // namespace zel::cli
