@@ -13,6 +13,8 @@
 #include <QUuid>
 
 #include <array>
+#include <functional>
+#include <initializer_list>
 
 namespace zel {
 
@@ -82,12 +84,14 @@ public:
 
     /// Hands each row of the statement to `read`. Without a copy of the rows: there can be many.
     template<typename Read>
-    Error forEachRow(const QString &sql, const Read &read) const
+    Error forEachRow(const QString &sql, const Read &read, const QVariantList &values = {}) const
     {
         Error error;
         QSqlQuery query(database);
         query.setForwardOnly(true);
         ZEL_TRY(error, db::qPrepare(query, sql));
+        for (const QVariant &value : values)
+            query.addBindValue(value);
         ZEL_TRY(error, db::qExec(query));
         while (query.next())
             read(query);
@@ -134,44 +138,112 @@ Error reserveResources(const ReadingConnection &connection, Snapshot &snapshot)
     }));
 }
 
-Error readResources(const ReadingConnection &connection, const Columns &columns, Snapshot &snapshot)
+/// A number instead of the text: as cheap as can be for each of many rows. The texts and numbers
+/// are those of the enumeration; any other text is Invalid.
+template<typename Enum>
+QString asNumber(const QString &column, std::initializer_list<Enum> values)
 {
-    const auto sql = u"SELECT reference, cachedPath, fileSize, status, cleanupPolicy, "
-                     "lastAccessDateTime, lastStatusUpdateClientId, %1 "
-                     "FROM CachedResources ORDER BY id"_s;
-    const QString version = orNull(columns, u"CachedResources"_s, u"version"_s);
-    return ZEL_PASS(connection.forEachRow(sql.arg(version), [&snapshot](const QSqlQuery &row) {
-        snapshot.resources.append(
-            { row.value(0).toString(), row.value(1).toString(), row.value(2).toLongLong(),
-              toResourceStatus(row.value(3).toString(), ResourceStatus::Invalid),
-              toResourceCleanupPolicy(row.value(4).toString(), ResourceCleanupPolicy::Invalid),
-              row.value(5).toLongLong(), row.value(6).toLongLong(),
-              QVersionNumber::fromString(row.value(7).toString()) });
-    }));
+    QString sql = u"CASE "_s + column;
+    for (const Enum value : values)
+        sql += u" WHEN '%1' THEN %2"_s.arg(toText(value)).arg(int(value));
+    return sql + u" ELSE %1 END"_s.arg(int(Enum::Invalid));
 }
 
-Error readUsages(const ReadingConnection &connection, Snapshot &snapshot)
+QString selectResources(const Columns &columns)
+{
+    const auto sql = u"SELECT reference, cachedPath, fileSize, %1, %2, "
+                     "lastAccessDateTime, lastStatusUpdateClientId, %3 FROM CachedResources"_s;
+    const QString status
+        = asNumber(u"status"_s,
+                   { ResourceStatus::Missing, ResourceStatus::Ready,
+                     ResourceStatus::ScheduledForAcquire, ResourceStatus::Acquiring });
+    const QString policy = asNumber(u"cleanupPolicy"_s,
+                                    { ResourceCleanupPolicy::Never, ResourceCleanupPolicy::OnClose,
+                                      ResourceCleanupPolicy::OnDemand });
+    return sql.arg(status, policy, orNull(columns, u"CachedResources"_s, u"version"_s));
+}
+
+/// Reads versions, of which most are none or the same as the one before.
+class VersionReader
+{
+public:
+    QVersionNumber read(const QString &text)
+    {
+        if (text != lastText) {
+            lastText = text;
+            lastVersion = QVersionNumber::fromString(text);
+        }
+        return lastVersion;
+    }
+
+private:
+    QString lastText;
+    QVersionNumber lastVersion;
+};
+
+ResourceCacheReader::Resource resourceOf(const QSqlQuery &row, VersionReader &versions)
+{
+    return { row.value(0).toString(),
+             row.value(1).toString(),
+             row.value(2).toLongLong(),
+             ResourceStatus(row.value(3).toInt()),
+             ResourceCleanupPolicy(row.value(4).toInt()),
+             row.value(5).toLongLong(),
+             row.value(6).toLongLong(),
+             versions.read(row.value(7).toString()) };
+}
+
+Error readResources(const ReadingConnection &connection, const Columns &columns, Snapshot &snapshot)
+{
+    VersionReader versions;
+    return ZEL_PASS(connection.forEachRow(
+        selectResources(columns) + u" ORDER BY id"_s,
+        [&](const QSqlQuery &row) { snapshot.resources.append(resourceOf(row, versions)); }));
+}
+
+Error readResource(const ReadingConnection &connection, const Columns &columns,
+                   const QString &reference, Snapshot &snapshot)
+{
+    VersionReader versions;
+    return ZEL_PASS(connection.forEachRow(
+        selectResources(columns) + u" WHERE reference = ?"_s,
+        [&](const QSqlQuery &row) { snapshot.resources.append(resourceOf(row, versions)); },
+        { reference }));
+}
+
+using IsWanted = std::function<bool(const QString &reference)>;
+
+bool isAnything(const QString &)
+{
+    return true;
+}
+
+Error readUsages(const ReadingConnection &connection, const IsWanted &isWanted, Snapshot &snapshot)
 {
     const auto sql = u"SELECT r.reference, u.clientId, c.processId FROM ResourceUsages u "
                      "LEFT JOIN CachedResources r ON r.id = u.resourceId "
                      "LEFT JOIN Clients c ON c.id = u.clientId ORDER BY u.id"_s;
-    return ZEL_PASS(connection.forEachRow(sql, [&snapshot](const QSqlQuery &row) {
-        snapshot.usages.append(
-            { row.value(0).toString(), row.value(1).toLongLong(), optionalNumber(row.value(2)) });
+    return ZEL_PASS(connection.forEachRow(sql, [&](const QSqlQuery &row) {
+        const QString reference = row.value(0).toString();
+        if (isWanted(reference))
+            snapshot.usages.append(
+                { reference, row.value(1).toLongLong(), optionalNumber(row.value(2)) });
     }));
 }
 
-Error readAcquiringTasks(const ReadingConnection &connection,
+Error readAcquiringTasks(const ReadingConnection &connection, const IsWanted &isWanted,
                          QList<ResourceCacheReader::AcquiringTask> &tasks)
 {
     const auto sql = u"SELECT r.reference, t.clientId, c.processId, t.progress "
                      "FROM AcquiringTasks t "
                      "LEFT JOIN CachedResources r ON r.id = t.resourceId "
                      "LEFT JOIN Clients c ON c.id = t.clientId ORDER BY t.id"_s;
-    return ZEL_PASS(connection.forEachRow(sql, [&tasks](const QSqlQuery &row) {
+    return ZEL_PASS(connection.forEachRow(sql, [&](const QSqlQuery &row) {
+        const QString reference = row.value(0).toString();
+        if (!isWanted(reference))
+            return;
         const QVariant progress = row.value(3);
-        tasks.append({ row.value(0).toString(), row.value(1).toLongLong(),
-                       optionalNumber(row.value(2)),
+        tasks.append({ reference, row.value(1).toLongLong(), optionalNumber(row.value(2)),
                        progress.isNull() ? std::nullopt : std::optional<int>(progress.toInt()) });
     }));
 }
@@ -201,23 +273,17 @@ Error countResources(const ReadingConnection &connection, QHash<ResourceStatus, 
     }));
 }
 
-Error readCurrentSize(const ReadingConnection &connection, qint64 &size)
-{
-    const auto sql
-        = u"SELECT %1 FROM CacheMetadata LIMIT 1"_s.arg(ResourceCacheSchema::kCurrentSize);
-    return ZEL_PASS(connection.forEachRow(
-        sql, [&size](const QSqlQuery &row) { size = row.value(0).toLongLong(); }));
-}
-
-Error readMetadata(const ReadingConnection &connection, const Columns &columns, Snapshot &snapshot)
+/// Into a snapshot or into what comes and goes.
+template<typename Value>
+Error readMetadata(const ReadingConnection &connection, const Columns &columns, Value &value)
 {
     const auto sql = u"SELECT %1, %2 FROM CacheMetadata LIMIT 1"_s;
     const QString table = u"CacheMetadata"_s;
     const QString size = orNull(columns, table, ResourceCacheSchema::kCurrentSize);
     const QString time = orNull(columns, table, ResourceCacheSchema::kLastScanTimestamp);
-    return ZEL_PASS(connection.forEachRow(sql.arg(size, time), [&snapshot](const QSqlQuery &row) {
-        snapshot.currentSize = row.value(0).toLongLong();
-        snapshot.lastScanTimestamp = row.value(1).toLongLong();
+    return ZEL_PASS(connection.forEachRow(sql.arg(size, time), [&value](const QSqlQuery &row) {
+        value.currentSize = row.value(0).toLongLong();
+        value.lastScanTimestamp = row.value(1).toLongLong();
     }));
 }
 
@@ -241,40 +307,66 @@ Error readInto(Snapshot &snapshot, const ReadingConnection &connection, const Co
     Error error;
     ZEL_TRY(error, reserveResources(connection, snapshot));
     ZEL_TRY(error, readResources(connection, columns, snapshot));
-    ZEL_TRY(error, readUsages(connection, snapshot));
-    ZEL_TRY(error, readAcquiringTasks(connection, snapshot.acquiringTasks));
+    ZEL_TRY(error, readUsages(connection, isAnything, snapshot));
+    ZEL_TRY(error, readAcquiringTasks(connection, isAnything, snapshot.acquiringTasks));
     ZEL_TRY(error, readClients(connection, snapshot.clients));
     ZEL_TRY(error, readMetadata(connection, columns, snapshot));
     return error;
 }
 
-Error readInto(Activity &activity, const ReadingConnection &connection, const Columns &)
+Error readRowsInto(Snapshot &snapshot, const ReadingConnection &connection, const Columns &columns,
+                   const QStringList &references)
 {
     Error error;
-    ZEL_TRY(error, readAcquiringTasks(connection, activity.acquiringTasks));
-    ZEL_TRY(error, readClients(connection, activity.clients));
-    ZEL_TRY(error, countResources(connection, activity.resourceCounts));
-    ZEL_TRY(error, readCurrentSize(connection, activity.currentSize));
+    QSet<QString> wanted;
+    for (const QString &reference : references) {
+        if (wanted.contains(reference))
+            continue;
+        wanted.insert(reference);
+        ZEL_TRY(error, readResource(connection, columns, reference, snapshot));
+    }
+    const auto isWanted = [&wanted](const QString &reference) {
+        return wanted.contains(reference);
+    };
+    ZEL_TRY(error, readUsages(connection, isWanted, snapshot));
+    ZEL_TRY(error, readAcquiringTasks(connection, isWanted, snapshot.acquiringTasks));
+    ZEL_TRY(error, readClients(connection, snapshot.clients));
+    ZEL_TRY(error, readMetadata(connection, columns, snapshot));
     return error;
 }
 
+Error readInto(Activity &activity, const ReadingConnection &connection, const Columns &columns)
+{
+    Error error;
+    ZEL_TRY(error, readAcquiringTasks(connection, isAnything, activity.acquiringTasks));
+    ZEL_TRY(error, readClients(connection, activity.clients));
+    ZEL_TRY(error, countResources(connection, activity.resourceCounts));
+    ZEL_TRY(error, readMetadata(connection, columns, activity));
+    return error;
+}
+
+/// What there is to read of a cache whose tables are there.
 template<typename Value>
-Result<Value> readValue(const ReadingConnection &connection, const QString &path)
+using Read = std::function<Error(Value &, const ReadingConnection &, const Columns &)>;
+
+template<typename Value>
+Result<Value> readValue(const ReadingConnection &connection, const QString &path,
+                        const Read<Value> &read)
 {
     Value value;
     Error error;
     ZEL_TRY_LET(const Columns columns, readColumnsOfCache(connection, path));
     if (!columns.isEmpty())
-        ZEL_TRY(error, readInto(value, connection, columns));
+        ZEL_TRY(error, read(value, connection, columns));
     return value;
 }
 
 template<typename Value>
 Result<Value> readBegun(const ReadingConnection &connection, const QSqlError &failure,
-                        const QString &path)
+                        const QString &path, const Read<Value> &read)
 {
     if (!failure.isValid())
-        return ZEL_PASS(readValue<Value>(connection, path));
+        return ZEL_PASS(readValue<Value>(connection, path, read));
     if (isKind(failure, NotADatabase))
         return ZEL_PASS(notACache(path));
     return ZEL_ERROR(ErrorCode::OperationFailed,
@@ -292,9 +384,16 @@ bool canBeReadAlone(const QSqlError &failure, const QString &path)
         && !QFileInfo::exists(file + u"-wal"_s) && !QFileInfo::exists(file + u"-journal"_s);
 }
 
+template<typename Value>
+Error readEverythingInto(Value &value, const ReadingConnection &connection, const Columns &columns)
+{
+    return ZEL_PASS(readInto(value, connection, columns));
+}
+
 /// Opens the file in the way that works and reads it.
 template<typename Value>
-Result<Value> readFile(const QString &databasePath)
+Result<Value> readFile(const QString &databasePath,
+                       const Read<Value> &read = readEverythingInto<Value>)
 {
     const QFileInfo file(databasePath);
     if (!file.isFile()) {
@@ -307,11 +406,11 @@ Result<Value> readFile(const QString &databasePath)
     ReadingConnection shared(path, Access::Shared);
     const QSqlError failure = shared.begin();
     if (!canBeReadAlone(failure, path))
-        return ZEL_PASS(readBegun<Value>(shared, failure, path));
+        return ZEL_PASS(readBegun<Value>(shared, failure, path, read));
 
     ReadingConnection alone(path, Access::Unchanging);
     const QSqlError lastFailure = alone.begin();
-    return ZEL_PASS(readBegun<Value>(alone, lastFailure, path));
+    return ZEL_PASS(readBegun<Value>(alone, lastFailure, path, read));
 }
 
 } // namespace
@@ -324,6 +423,15 @@ ResourceCacheReader::ResourceCacheReader(const QString &databasePath)
 Result<Snapshot> ResourceCacheReader::read() const
 {
     return ZEL_PASS(readFile<Snapshot>(databasePath));
+}
+
+Result<Snapshot> ResourceCacheReader::readRowsOf(const QStringList &references) const
+{
+    const auto read = [&references](Snapshot &snapshot, const ReadingConnection &connection,
+                                    const Columns &columns) {
+        return ZEL_PASS(readRowsInto(snapshot, connection, columns, references));
+    };
+    return ZEL_PASS(readFile<Snapshot>(databasePath, read));
 }
 
 Result<Activity> ResourceCacheReader::readActivity() const

@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QHash>
 #include <QList>
+#include <QStringList>
 #include <QVersionNumber>
 
 #include <optional>
@@ -80,6 +81,7 @@ public:
         QList<Client> clients;
         QHash<ResourceStatus, int> resourceCounts; ///< of a status that is not here: none
         qint64 currentSize = 0; ///< bytes, as the database keeps it
+        qint64 lastScanTimestamp = 0; ///< seconds since the epoch; 0 before the first scan
     };
 
     /// Touches nothing yet. ResourceCachePath::databasePath() gives a cache's file.
@@ -89,6 +91,13 @@ public:
     /// with code 1 and the driver's text if it cannot be read. A file whose cache was never quite
     /// made reads as an empty one; what an older file has no column for reads as absent.
     Result<Snapshot> read() const;
+
+    /// For programs that ask for a few resources of a large cache: of the resources only those with
+    /// these references, which are taken as they stand there, each once and in this order; of the
+    /// usages and tasks only theirs; everything else as in read(). Each is looked up in the index,
+    /// so that neither time nor memory grows with the cache. What the cache does not know is left
+    /// out. Fails like read().
+    Result<Snapshot> readRowsOf(const QStringList &references) const;
 
     /// Much less than read(), for programs that look every second: of the resources themselves only
     /// those that are being acquired are told, the others are counted where they lie. Memory does

@@ -362,6 +362,7 @@ TEST_F(ResourceCacheReaderTest, readActivity_openCache_givesWhatComesAndGoes)
     const qint64 other = addClient(1'000'001, 20s);
     addTask(u"test:c"_s, ownClientId(), 42);
     addTask(u"test:c"_s, other);
+    database().run(u"UPDATE CacheMetadata SET lastScanTimestamp = 1700000000"_s);
 
     const auto found = activity();
     ASSERT_EQ(found.acquiringTasks.size(), 2);
@@ -378,6 +379,7 @@ TEST_F(ResourceCacheReaderTest, readActivity_openCache_givesWhatComesAndGoes)
                                             { ResourceStatus::ScheduledForAcquire, 0 },
                                             { ResourceStatus::Acquiring, 1 } }));
     EXPECT_EQ(found.currentSize, 6'000'000'000);
+    EXPECT_EQ(found.lastScanTimestamp, 1'700'000'000);
 }
 
 TEST_F(ResourceCacheReaderTest, readActivity_lockHeldAndWriterInTheMiddle_waitsForNeither)
@@ -412,6 +414,64 @@ TEST_F(ResourceCacheReaderTest, readActivity_noCache_failsLikeRead)
     EXPECT_EQ(ResourceCacheReader(path()).readActivity().error().errorCode(), ErrorCode::BadData);
 }
 
+// ---- Some resources
+
+TEST_F(ResourceCacheReaderTest, readRowsOf_someReferences_givesTheirRowsInThatOrder)
+{
+    openDao();
+    for (const QString &reference : { u"test:a"_s, u"test:b"_s, u"test:c"_s }) {
+        insert(reference, ResourceStatus::Acquiring);
+        addTask(reference, ownClientId(), 42);
+        addUsage(reference, ownClientId());
+    }
+    addUsage(u"test:a"_s, 4711);
+    database().run(u"UPDATE CachedResources SET cachedPath = '/cache/a', version = '1.2', "
+                   "fileSize = 60, status = 'Ready' WHERE reference = 'test:a'"_s);
+    database().run(u"UPDATE CacheMetadata SET lastScanTimestamp = 1700000000"_s);
+    database().run(u"INSERT INTO ResourceUsages (resourceId, clientId) VALUES (999, 1)"_s);
+
+    const auto result = ResourceCacheReader(path()).readRowsOf(
+        { u"test:c"_s, u"test:none"_s, u"test:a"_s, u"test:c"_s });
+    ASSERT_TRUE(succeeded(result));
+    const auto &found = result.value();
+    ASSERT_EQ(found.resources.size(), 2);
+    EXPECT_EQ(found.resources[0].reference, u"test:c"_s);
+    EXPECT_EQ(found.resources[0].status, ResourceStatus::Acquiring);
+    EXPECT_EQ(found.resources[1].reference, u"test:a"_s);
+    EXPECT_EQ(found.resources[1].path, u"/cache/a"_s);
+    EXPECT_EQ(found.resources[1].status, ResourceStatus::Ready);
+    EXPECT_EQ(found.resources[1].policy, ResourceCleanupPolicy::OnDemand);
+    EXPECT_EQ(found.resources[1].version, QVersionNumber(1, 2));
+    ASSERT_EQ(found.usages.size(), 3);
+    EXPECT_EQ(found.usages[0].reference, u"test:a"_s);
+    EXPECT_EQ(found.usages[1].reference, u"test:c"_s);
+    EXPECT_EQ(found.usages[2].processId, std::nullopt);
+    ASSERT_EQ(found.acquiringTasks.size(), 2);
+    EXPECT_EQ(found.acquiringTasks[1].reference, u"test:c"_s);
+    EXPECT_EQ(found.clients.size(), 1);
+    EXPECT_EQ(found.currentSize, 60);
+    EXPECT_EQ(found.lastScanTimestamp, 1'700'000'000);
+}
+
+TEST_F(ResourceCacheReaderTest, readRowsOf_oddTexts_areTakenAsTheyStandThere)
+{
+    openDao();
+    const QString odd = u"test:'\"%1 ;\u00e4\U0001F41F"_s;
+    insert(odd);
+    insert(u"test:A"_s);
+    const auto found = ResourceCacheReader(path()).readRowsOf({ odd, u"test:a"_s, QString() });
+    ASSERT_TRUE(succeeded(found));
+    ASSERT_EQ(found.value().resources.size(), 1);
+    EXPECT_EQ(found.value().resources[0].reference, odd);
+}
+
+TEST_F(ResourceCacheReaderTest, readRowsOf_noCache_failsLikeRead)
+{
+    EXPECT_TRUE(failedWith(ResourceCacheReader(path()).readRowsOf({ u"test:a"_s }).error(),
+                           ErrorCode::BadArgument,
+                           u"There is no cache database \"%1\"."_s.arg(path())));
+}
+
 // ---- Many
 
 TEST_F(ResourceCacheReaderTest, read_hundredThousandRows_givesAllOfThem)
@@ -437,4 +497,18 @@ TEST_F(ResourceCacheReaderTest, readActivity_hundredThousandRows_countsThem)
     RecordProperty("milliseconds", static_cast<int>(clock.elapsed()));
     EXPECT_EQ(found.resourceCounts.value(ResourceStatus::Ready), 100'000);
     EXPECT_EQ(found.currentSize, 100'000 * qint64(100'001) / 2);
+}
+
+TEST_F(ResourceCacheReaderTest, readRowsOf_hundredThousandRows_givesTheOne)
+{
+    openDao();
+    addHundredThousand();
+    QElapsedTimer clock;
+    clock.start();
+    const auto found = ResourceCacheReader(path()).readRowsOf(
+        { u"https://data.example.org/projects/proteomics/2024/sample-99999.raw"_s });
+    RecordProperty("milliseconds", static_cast<int>(clock.elapsed()));
+    ASSERT_TRUE(succeeded(found));
+    ASSERT_EQ(found.value().resources.size(), 1);
+    EXPECT_EQ(found.value().resources[0].size, 99'999);
 }
