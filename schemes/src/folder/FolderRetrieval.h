@@ -6,14 +6,18 @@
 
 #include <QCoreApplication>
 
+#include <atomic>
 #include <functional>
+#include <map>
 #include <memory>
+#include <optional>
+#include <vector>
 
 namespace zel {
 
 class FolderStaging;
+class HttpSession;
 class Task;
-class TransferProgress;
 
 /// One copy of a folder of a server into the cache, on the thread that calls run().
 ///
@@ -21,6 +25,9 @@ class TransferProgress;
 /// for one server, lists again, and publishes by one rename, only if the folder is whole and still
 /// the same: a copy is never a mixture of two states. A file whose answer tells another size, time
 /// or ETag than the listing is a source that changed.
+///
+/// Sizes that the listing does not tell are asked of the server first, for the progress and for the
+/// room on the volume.
 ///
 /// What is staged stays after a failure and after a cancel. A later fetch of the same state takes
 /// files that are whole as they are, and goes on within those that have begun.
@@ -43,7 +50,15 @@ public:
     Error run();
 
 private:
+    struct Piece
+    {
+        const RemoteFile *file;
+        qint64 begun; ///< bytes that are here of it
+    };
+
     Error collect(const RemoteListing &listing);
+    Error fetchAll(const std::vector<Piece> &pieces, std::optional<qint64> total);
+    Error fetch(const Piece &piece, HttpSession &session, const std::function<bool()> &shallStop);
     Error checkUnchanged(const RemoteListing &listing);
     Error sourceChanged() const;
     bool isCanceled() const;
@@ -52,7 +67,9 @@ private:
     const FetchPlan plan;
     const Lister lister;
     const HttpSettings settings;
+    std::map<QString, qint64> sizes; ///< of all files whose size is known, by path
     std::unique_ptr<FolderStaging> staging;
+    std::atomic<qint64> done { 0 }; ///< bytes of all files that are here
 };
 
 } // namespace zel

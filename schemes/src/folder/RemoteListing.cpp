@@ -131,6 +131,14 @@ QDateTime RemoteListing::newest() const
     return newest;
 }
 
+bool RemoteListing::tellsStates() const
+{
+    return std::all_of(allFiles.begin(), allFiles.end(), [](const auto &entry) {
+        const RemoteFile &file = entry.second;
+        return !file.hash.isEmpty() || !file.etag.isEmpty() || file.modified.isValid();
+    });
+}
+
 QString RemoteListing::validator() const
 {
     QCryptographicHash hash(QCryptographicHash::Sha256);

@@ -63,6 +63,9 @@ public:
     std::optional<qint64> totalBytes() const;
     /// The latest time of all files; invalid if none is told.
     QDateTime newest() const;
+    /// Whether each file has something by which one state of it is told from the next: a checksum,
+    /// an ETag or a time.
+    bool tellsStates() const;
     /// Tells this state of the folder from any other, as far as the listing tells: by the paths,
     /// and for each file size, ETag, time and checksum. The same whatever the order of the entries.
     QString validator() const;

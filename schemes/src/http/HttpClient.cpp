@@ -80,6 +80,12 @@ HttpClient::HttpClient(const HttpSettings &settings)
 Result<HttpProbe> HttpClient::probe(const HttpTarget &target, const HttpWatch &watch) const
 {
     HttpSession session(settings);
+    return ZEL_PASS(probe(target, watch, session));
+}
+
+Result<HttpProbe> HttpClient::probe(const HttpTarget &target, const HttpWatch &watch,
+                                    HttpSession &session) const
+{
     HttpQuery query;
     query.url = target.url;
     query.countsAsTransfer = false;
@@ -106,7 +112,8 @@ Result<HttpProbe> HttpClient::probe(const HttpTarget &target, const HttpWatch &w
 
 Error HttpClient::download(const HttpTarget &target, HttpSink *sink, const HttpWatch &watch) const
 {
-    HttpDownload download(target, settings, sink, watch);
+    HttpSession session(settings);
+    HttpDownload download(target, settings, sink, watch, session);
     return ZEL_PASS(download.run());
 }
 

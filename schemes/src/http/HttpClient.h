@@ -11,6 +11,8 @@
 
 namespace zel {
 
+class HttpSession;
+
 /// What is to be fetched, and what it must turn out to be.
 struct HttpTarget
 {
@@ -52,6 +54,9 @@ public:
     /// Asks without fetching: HEAD, and where that is refused, for one byte. A file that is not
     /// there or may not be read is no failure.
     Result<HttpProbe> probe(const HttpTarget &target, const HttpWatch &watch) const;
+    /// The same over connections of the caller's, for many questions in a row.
+    Result<HttpProbe> probe(const HttpTarget &target, const HttpWatch &watch,
+                            HttpSession &session) const;
 
     /// Brings the whole file into the sink, going on from what the sink has if the server still has
     /// the same state of the file. After a failure the sink keeps what came, unless that is wrong.

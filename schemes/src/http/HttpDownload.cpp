@@ -19,12 +19,12 @@ constexpr int mostStates = 4;
 } // namespace
 
 HttpDownload::HttpDownload(const HttpTarget &target, const HttpSettings &settings, HttpSink *sink,
-                           const HttpWatch &watch)
+                           const HttpWatch &watch, HttpSession &session)
     : target(target)
     , settings(settings)
     , sink(sink)
     , watch(watch)
-    , session(settings)
+    , session(session)
     , check(target.expected)
 {
     buffer.reserve(writeSize);

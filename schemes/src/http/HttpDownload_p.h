@@ -16,8 +16,9 @@ class HttpDownload : private HttpReceiver
     Q_DECLARE_TR_FUNCTIONS(zel::HttpDownload)
 
 public:
+    /// All is borrowed.
     HttpDownload(const HttpTarget &target, const HttpSettings &settings, HttpSink *sink,
-                 const HttpWatch &watch);
+                 const HttpWatch &watch, HttpSession &session);
 
     Error run();
 
@@ -52,7 +53,7 @@ private:
     const HttpSettings &settings;
     HttpSink *const sink;
     const HttpWatch &watch;
-    HttpSession session;
+    HttpSession &session;
 
     HttpRepresentation state; ///< what the sink is open for
     bool opened = false;
