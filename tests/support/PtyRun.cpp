@@ -13,12 +13,22 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 namespace zel::test {
 
 namespace {
+
+winsize sizeOf(int columns, int rows)
+{
+    winsize size {};
+    size.ws_col = static_cast<unsigned short>(columns);
+    size.ws_row = static_cast<unsigned short>(rows);
+    return size;
+}
 
 constexpr int limit = 40'000;
 
@@ -40,9 +50,7 @@ PtyRun::PtyRun(const QString &program, const QStringList &arguments)
 
 PtyRun::PtyRun(const QString &program, const QStringList &arguments, const Options &options)
 {
-    winsize size {};
-    size.ws_col = static_cast<unsigned short>(options.columns);
-    size.ws_row = 25;
+    winsize size = sizeOf(options.columns, options.rows);
     child = ::forkpty(&terminal, nullptr, nullptr, &size);
     if (child == 0)
         becomeProgram(program, arguments, options);
@@ -78,6 +86,20 @@ void PtyRun::type(const QByteArray &keys) const
     EXPECT_EQ(::write(terminal, keys.constData(), std::size_t(keys.size())), keys.size());
 }
 
+void PtyRun::resize(int columns, int rows) const
+{
+    const winsize size = sizeOf(columns, rows);
+    EXPECT_EQ(::ioctl(terminal, TIOCSWINSZ, &size), 0);
+}
+
+bool PtyRun::isUsual() const
+{
+    termios settings {};
+    EXPECT_EQ(::tcgetattr(terminal, &settings), 0);
+    const tcflag_t usual = ECHO | ICANON;
+    return (settings.c_lflag & usual) == usual;
+}
+
 QByteArray PtyRun::seen()
 {
     return seenSoFar;
@@ -87,6 +109,14 @@ bool PtyRun::waitFor(const QByteArray &text)
 {
     const bool came = waitUntil([this, &text] { return seenSoFar.contains(text); });
     EXPECT_TRUE(came) << "no \"" << text.toStdString() << "\" in:\n" << seenSoFar.toStdString();
+    return came;
+}
+
+bool PtyRun::waitForSeen(const QString &what,
+                         const std::function<bool(const QByteArray &)> &condition)
+{
+    const bool came = waitUntil([this, &condition] { return condition(seenSoFar); });
+    EXPECT_TRUE(came) << "no " << what.toStdString() << " in:\n" << seenSoFar.toStdString();
     return came;
 }
 

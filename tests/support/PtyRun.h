@@ -19,6 +19,7 @@ public:
     struct Options
     {
         int columns = 100;
+        int rows = 25;
         QStringList environment; ///< "NAME=value", beside what this process has
         bool outputIsTerminal = true; ///< false: standard output goes to nowhere
     };
@@ -32,10 +33,16 @@ public:
     qint64 processId() const { return child; }
     /// Types into the terminal; "\x03" is Ctrl-C.
     void type(const QByteArray &keys) const;
+    /// Gives the terminal another size, of which the program is told.
+    void resize(int columns, int rows) const;
+    /// Whether the terminal shows what is typed and hands it on line by line, as it does at first.
+    bool isUsual() const;
     /// Everything that the terminal got until now, control sequences included.
     QByteArray seen();
     /// Waits until the terminal got this text.
     bool waitFor(const QByteArray &text);
+    /// Waits until this holds of everything that the terminal got; `what` names it in the failure.
+    bool waitForSeen(const QString &what, const std::function<bool(const QByteArray &)> &condition);
     /// Waits for the end. A program that died of a signal gives minus its number.
     int exitCode();
 

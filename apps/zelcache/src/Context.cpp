@@ -4,6 +4,14 @@ namespace zel::cli {
 
 using namespace Qt::Literals::StringLiterals;
 
+QJsonObject Context::answerWith(const QJsonObject &members) const
+{
+    QJsonObject answer = emptyAnswer();
+    for (auto member = members.begin(); member != members.end(); ++member)
+        answer.insert(member.key(), member.value());
+    return answer;
+}
+
 ExitCode Context::fail(ExitCode code, const QString &message) const
 {
     output.error(message);

@@ -15,6 +15,8 @@ struct Context
     Output &output;
 
     QJsonObject emptyAnswer() const { return json::answer(command); }
+    /// The answer with these members of its own.
+    QJsonObject answerWith(const QJsonObject &members) const;
 
     /// Ends the command without an answer: says why on standard error and, with JSON, as the
     /// answer. Returns the code it was given.

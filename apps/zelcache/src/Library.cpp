@@ -6,6 +6,7 @@
 #include "SchemesRegistration.h"
 #include "errors/Propagate.h"
 #include "errors/Tracer.h"
+#include "platform/FreeSpace.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -106,6 +107,12 @@ Result<ResourceCacheReader::Snapshot> readCache(const ResourceManagerSettings &s
     return ZEL_ERROR(
         snapshot.error().errorCode(),
         text.arg(settings.cachePath.baseDirPath().toString(), snapshot.error().errorMessage()));
+}
+
+std::optional<qint64> freeBytesOf(const ResourceManagerSettings &settings)
+{
+    const auto free = FreeSpace::availableBytes(settings.cachePath.cacheDataDir());
+    return free.hasValue() ? std::optional(free.value()) : std::nullopt;
 }
 
 Result<QSharedPointer<ResourceHandler>> handlerOf(const QString &argument)

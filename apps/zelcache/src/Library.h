@@ -23,6 +23,9 @@ std::optional<ExitCode> openExistingCache(const Context &context);
 /// cannot be read or was never made.
 Result<ResourceCacheReader::Snapshot> readCache(const ResourceManagerSettings &settings);
 
+/// How much is free on the volume of the cache's data, in bytes, if that can be told.
+std::optional<qint64> freeBytesOf(const ResourceManagerSettings &settings);
+
 /// The handler of a reference as the user wrote it.
 Result<QSharedPointer<ResourceHandler>> handlerOf(const QString &argument);
 

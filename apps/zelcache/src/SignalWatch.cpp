@@ -15,13 +15,20 @@ namespace {
 std::atomic<int> wakeUpDescriptor = -1;
 static_assert(std::atomic<int>::is_always_lock_free, "a signal handler must not wait");
 
+/// Null while there is nothing to be done.
+std::atomic<void (*)()> lastAction = nullptr;
+static_assert(std::atomic<void (*)()>::is_always_lock_free, "a signal handler must not wait");
+
 extern "C" void onTerminatingSignal(int number)
 {
     const int errnoBefore = errno;
     const int descriptor = wakeUpDescriptor.exchange(-1);
     const char byte = char(number);
-    if (descriptor < 0 || ::write(descriptor, &byte, 1) != 1)
+    if (descriptor < 0 || ::write(descriptor, &byte, 1) != 1) {
+        if (const auto action = lastAction.load())
+            action();
         ::_exit(128 + number);
+    }
     errno = errnoBefore;
 }
 
@@ -48,6 +55,11 @@ void SignalWatch::install()
     handle(SIGINT, onTerminatingSignal);
     handle(SIGTERM, onTerminatingSignal);
     handle(SIGPIPE, SIG_IGN);
+}
+
+void SignalWatch::beforeSuddenEnd(void (*action)())
+{
+    lastAction = action;
 }
 
 SignalWatch::SignalWatch(std::function<void(int)> onSignal)

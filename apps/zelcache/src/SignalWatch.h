@@ -19,6 +19,10 @@ public:
     /// the program ignores stays ignored.
     static void install();
 
+    /// What a signal that ends the program at once does first; null for nothing. It is called from
+    /// the signal's handler, so it may do only what is allowed there.
+    static void beforeSuddenEnd(void (*action)());
+
     explicit SignalWatch(std::function<void(int)> onSignal);
     ~SignalWatch();
     SignalWatch(const SignalWatch &) = delete;

@@ -1,11 +1,15 @@
 #include "CacheReport.h"
 #include "Command.h"
+#include "CommandOptions.h"
 #include "Library.h"
-#include "platform/FreeSpace.h"
+#include "board/BoardWatch.h"
 
 #include <QDateTime>
 
 namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -13,15 +17,15 @@ constexpr auto helpDetails
     = R"(Shows where the cache lies, how full it is, who uses it and what is being
 fetched. Waits for nobody and changes nothing.
 
+With --watch it goes on showing that, in place at a terminal, until q or Ctrl-C is
+pressed: each fetch with its rate and the time left, who waits for it, and which
+programs live. With --json that is one object a line.
+
 Examples:
   zelcache status
+  zelcache status --watch
+  zelcache status --watch --interval 5 --json | jq '.fetches[].percent'
   zelcache --cache /data/cache status --json)";
-
-std::optional<qint64> freeBytesAt(const QString &path)
-{
-    const Result<qint64> free = FreeSpace::availableBytes(path);
-    return free.hasValue() ? std::optional<qint64>(free.value()) : std::nullopt;
-}
 
 StatusReport reportOf(const ResourceManagerSettings &settings,
                       const ResourceCacheReader::Snapshot &snapshot)
@@ -31,9 +35,26 @@ StatusReport reportOf(const ResourceManagerSettings &settings,
     report.limits = settings.sizes;
     report.snapshot = snapshot;
     report.transfers = readTransfers(settings.cachePath);
-    report.freeBytes = freeBytesAt(settings.cachePath.cacheDataDir());
+    report.freeBytes = freeBytesOf(settings);
     report.now = QDateTime::currentMSecsSinceEpoch();
     return report;
+}
+
+ExitCode showOnce(const Context &context)
+{
+    const ResourceManagerSettings settings = settingsOf(context.options);
+    const auto snapshot = readCache(settings);
+    if (!snapshot.hasValue())
+        return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
+    const StatusReport report = reportOf(settings, snapshot.value());
+
+    if (context.options.json) {
+        context.output.answer(context.answerWith(statusJson(report)));
+        return ExitCode::Success;
+    }
+    for (const QString &line : statusLines(report))
+        context.output.answer(line);
+    return ExitCode::Success;
 }
 
 class StatusCommand : public Command
@@ -44,28 +65,39 @@ public:
     {
     }
 
+    void addOptions(CLI::App &app) override;
+    std::optional<QString> check() override;
     ExitCode run(const Context &context) override;
+
+private:
+    bool isWatching = false;
+    std::optional<QString> intervalText;
+    std::chrono::milliseconds interval = 1s;
 };
+
+void StatusCommand::addOptions(CLI::App &app)
+{
+    options::addSwitch(app, "-w,--watch", "Go on showing it until q is pressed", isWatching);
+    options::addValue(app, "--interval", "SECONDS", "With --watch: look so often, 1 by default",
+                      intervalText);
+}
+
+std::optional<QString> StatusCommand::check()
+{
+    if (!intervalText)
+        return {};
+    if (!isWatching)
+        return u"--interval needs --watch"_s;
+    const auto given = intervalFromText(*intervalText);
+    if (!given)
+        return u"--interval: \"%1\" is no number of seconds from 0.1 to 3600"_s.arg(*intervalText);
+    interval = *given;
+    return {};
+}
 
 ExitCode StatusCommand::run(const Context &context)
 {
-    const ResourceManagerSettings settings = settingsOf(context.options);
-    const auto snapshot = readCache(settings);
-    if (!snapshot.hasValue())
-        return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
-    const StatusReport report = reportOf(settings, snapshot.value());
-
-    if (context.options.json) {
-        QJsonObject answer = context.emptyAnswer();
-        const QJsonObject status = statusJson(report);
-        for (auto member = status.begin(); member != status.end(); ++member)
-            answer.insert(member.key(), member.value());
-        context.output.answer(answer);
-        return ExitCode::Success;
-    }
-    for (const QString &line : statusLines(report))
-        context.output.answer(line);
-    return ExitCode::Success;
+    return isWatching ? watchBoard(context, interval) : showOnce(context);
 }
 
 } // namespace

@@ -1,0 +1,220 @@
+#include "board/BoardModel.h"
+
+#include "ResourceUsers.h"
+
+#include <QSet>
+
+#include <algorithm>
+#include <cmath>
+
+namespace zel::cli {
+
+namespace {
+
+using Life = BoardParty::Life;
+using Reader = ResourceCacheReader;
+
+/// A rate is that of about this long, in milliseconds: shorter, and the time left jumps about.
+constexpr double rateSpan = 5'000;
+
+/// How far two moments that different clocks and records tell may be apart and yet be the same.
+constexpr qint64 roughly = 1'000;
+
+const BoardTransfer *transferBy(const BoardLook &look, qint64 processId)
+{
+    const auto found = std::find_if(
+        look.transfers.begin(), look.transfers.end(),
+        [processId](const BoardTransfer &transfer) { return transfer.processId == processId; });
+    return found == look.transfers.end() ? nullptr : &*found;
+}
+
+/// Of several records of one resource that of the fetcher counts; else the newest one does.
+const BoardTransfer *transferOf(const BoardLook &look, const Reader::AcquiringTask &task)
+{
+    const BoardTransfer *newest = nullptr;
+    for (const BoardTransfer &transfer : look.transfers) {
+        if (transfer.reference != task.reference)
+            continue;
+        if (transfer.processId == task.processId)
+            return &transfer;
+        if (newest == nullptr && transfer.isBeingWritten)
+            newest = &transfer;
+    }
+    return newest;
+}
+
+/// Whether the client's process is gone, as far as can be seen from here.
+bool seemsDead(const Reader::Client &client, const BoardLook &look)
+{
+    const auto process = look.processes.constFind(client.processId);
+    if (process == look.processes.cend() || process->started > client.lastPing + roughly)
+        return true;
+    // A new process may have the number so soon after the last ping that the times do not tell.
+    const BoardTransfer *transfer = transferBy(look, client.processId);
+    return transfer != nullptr && !transfer->isBeingWritten
+        && transfer->updated + roughly >= client.lastPing;
+}
+
+qint64 lastSignOf(const Reader::Client &client, const BoardLook &look)
+{
+    const BoardTransfer *transfer = transferBy(look, client.processId);
+    return std::max(client.lastPing, transfer == nullptr ? 0 : transfer->updated);
+}
+
+Life lifeOf(const Reader::Client &client, const BoardLook &look, bool isDead)
+{
+    if (isDead)
+        return look.processes.contains(client.processId) ? Life::Reused : Life::Dead;
+    return isAlive(client, look.now) ? Life::Alive : Life::Silent;
+}
+
+template<typename Key, typename Value>
+void keepOnly(QHash<Key, Value> &values, const QSet<Key> &keys)
+{
+    erase_if(values, [&keys](const auto &entry) { return !keys.contains(entry.key()); });
+}
+
+} // namespace
+
+BoardModel::BoardModel(const QString &baseDirectory, const ResourceCacheSizes &limits)
+    : baseDirectory(baseDirectory)
+    , limits(limits)
+{
+}
+
+Board BoardModel::update(const BoardLook &look)
+{
+    Board board = boardAt(look.now);
+    board.currentSize = look.activity.currentSize;
+    board.freeBytes = look.freeBytes;
+    board.resourceCounts = look.activity.resourceCounts;
+
+    forgetWhatIsGone(look);
+    parties.clear();
+    for (const Reader::Client &client : look.activity.clients) {
+        board.clients.append(partyOf(client, look));
+        parties.insert(client.id, board.clients.constLast());
+    }
+    QSet<WaiterKey> waiting;
+    for (const Reader::AcquiringTask &task : look.activity.acquiringTasks) {
+        const WaiterKey key { task.reference, task.clientId };
+        if (task.progress) {
+            board.fetches.append(fetchOf(task, look));
+        } else if (!waiting.contains(key)) {
+            // One program may want a resource several times.
+            waiting.insert(key);
+            const qint64 since = waitingSince.value(key, look.now);
+            waitingSince.insert(key, since);
+            board.waiters.append({ task.reference, partyOf(task.clientId), since });
+        }
+    }
+    return board;
+}
+
+Board BoardModel::unreadable(qint64 now, const QString &trouble) const
+{
+    Board board = boardAt(now);
+    board.trouble = trouble;
+    return board;
+}
+
+Board BoardModel::boardAt(qint64 now) const
+{
+    Board board;
+    board.baseDirectory = baseDirectory;
+    board.now = now;
+    board.limits = limits;
+    return board;
+}
+
+BoardParty BoardModel::partyOf(const Reader::Client &client, const BoardLook &look)
+{
+    Signs &signs = signsByClient[client.id];
+    const qint64 lastSign = lastSignOf(client, look);
+    // What cannot be seen from here may live in another container: a sign of life that comes
+    // after it seemed dead was not left behind by it.
+    if (signs.seemedDead && lastSign > signs.last)
+        signs.livesElsewhere = true;
+    signs.seemedDead = seemsDead(client, look);
+    signs.last = lastSign;
+
+    BoardParty party;
+    party.processId = client.processId;
+    party.life = lifeOf(client, look, signs.seemedDead && !signs.livesElsewhere);
+    party.lastSign = lastSign;
+    // The name of the process that has the number now would be a lie.
+    if (!signs.seemedDead)
+        party.program = look.processes.value(client.processId).program;
+    return party;
+}
+
+BoardParty BoardModel::partyOf(qint64 clientId) const
+{
+    BoardParty unregistered;
+    unregistered.life = Life::Unregistered;
+    return parties.value(clientId, unregistered);
+}
+
+Board::Fetch BoardModel::fetchOf(const Reader::AcquiringTask &task, const BoardLook &look)
+{
+    Board::Fetch fetch;
+    fetch.reference = task.reference;
+    fetch.fetcher = partyOf(task.clientId);
+    fetch.percent = *task.progress;
+    if (const BoardTransfer *transfer = transferOf(look, task))
+        addTransfer(fetch, *transfer, look.now);
+    return fetch;
+}
+
+void BoardModel::addTransfer(Board::Fetch &fetch, const BoardTransfer &transfer, qint64 now)
+{
+    fetch.bytes = transfer.bytes;
+    fetch.totalBytes = transfer.totalBytes;
+    const Life life = fetch.fetcher.life;
+    if (life != Life::Alive && life != Life::Silent)
+        return;
+    const double rate = smoothedRate(transfer, now);
+    fetch.bytesPerSecond = rate;
+    if (!transfer.totalBytes || rate < 1)
+        return;
+    const qint64 missing = std::max<qint64>(*transfer.totalBytes - transfer.bytes, 0);
+    fetch.timeLeft = std::chrono::seconds(qint64(std::ceil(double(missing) / rate)));
+}
+
+double BoardModel::smoothedRate(const BoardTransfer &transfer, qint64 now)
+{
+    const auto known = rates.find(transfer.reference);
+    // Fewer bytes than before: it began anew.
+    if (known == rates.end() || transfer.bytes < known->bytes) {
+        rates.insert(transfer.reference, { transfer.bytes, now, double(transfer.bytesPerSecond) });
+        return double(transfer.bytesPerSecond);
+    }
+    Rate &rate = *known;
+    const double passed = double(now - rate.at);
+    if (passed <= 0)
+        return rate.bytesPerSecond;
+    const double latest = double(transfer.bytes - rate.bytes) * 1000 / passed;
+    const double weight = 1 - std::exp(-passed / rateSpan);
+    rate = { transfer.bytes, now, rate.bytesPerSecond + weight * (latest - rate.bytesPerSecond) };
+    return rate.bytesPerSecond;
+}
+
+void BoardModel::forgetWhatIsGone(const BoardLook &look)
+{
+    QSet<qint64> clients;
+    QSet<QString> references;
+    QSet<WaiterKey> waiting;
+    for (const Reader::Client &client : look.activity.clients)
+        clients.insert(client.id);
+    for (const Reader::AcquiringTask &task : look.activity.acquiringTasks) {
+        if (task.progress)
+            references.insert(task.reference);
+        else
+            waiting.insert({ task.reference, task.clientId });
+    }
+    keepOnly(signsByClient, clients);
+    keepOnly(rates, references);
+    keepOnly(waitingSince, waiting);
+}
+
+} // namespace zel::cli

@@ -1,0 +1,241 @@
+#include "board/BoardScreen.h"
+
+#include "Format.h"
+#include "Text.h"
+
+#include <algorithm>
+#include <functional>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+using Life = BoardParty::Life;
+
+constexpr int indent = 6; ///< of what belongs to the line above
+constexpr int shortestReference = 30; ///< with less room it gets a line of its own
+
+/// A list with a title. Its items are made only where there is room for them.
+struct Section
+{
+    QString title;
+    qsizetype count = 0;
+    std::function<QStringList(qsizetype)> item;
+};
+
+/// The pieces in as few lines as hold them, the first one behind `start`.
+QStringList flowed(const QString &start, const QStringList &pieces, const QString &separator,
+                   int columns)
+{
+    const QString end = separator.trimmed();
+    QStringList lines { start };
+    bool isFresh = true;
+    for (const QString &piece : pieces) {
+        const QString joint = isFresh ? QString() : separator;
+        const int room = columns - columnsOf(lines.constLast() + joint) - int(end.size());
+        if (!isFresh && columnsOf(piece) > room) {
+            lines.last() += end;
+            lines.append(QString(indent, u' '));
+            lines.last() += elided(piece, columns - indent);
+        } else {
+            lines.last() += joint + elided(piece, std::max(room, 0));
+        }
+        isFresh = false;
+    }
+    return lines;
+}
+
+QString durationSince(qint64 moment, qint64 now)
+{
+    return durationText(std::chrono::seconds((now - moment) / 1000));
+}
+
+QString referenceText(const QString &reference)
+{
+    return reference.isEmpty() ? u"a resource that the cache does not know"_s : escaped(reference);
+}
+
+QString nameOf(const BoardParty &party)
+{
+    if (party.life == Life::Unregistered)
+        return u"a program that is gone"_s;
+    const QString program = party.program.isEmpty() ? u"process"_s : escaped(party.program);
+    return u"%1 %2"_s.arg(program, QString::number(party.processId));
+}
+
+QStringList partyTexts(const BoardParty &party, qint64 now)
+{
+    const QString silence = durationSince(party.lastSign.value_or(now), now);
+    const QString seen = u"seen %1 ago"_s.arg(silence);
+    switch (party.life) {
+    case Life::Alive:
+        return { nameOf(party), seen };
+    case Life::Silent:
+        return { nameOf(party), u"silent for %1"_s.arg(silence) };
+    case Life::Dead:
+        return { nameOf(party), u"dead"_s, seen };
+    case Life::Reused:
+        return { nameOf(party), u"dead (number reused)"_s, seen };
+    case Life::Unregistered:
+        break;
+    }
+    return { nameOf(party) };
+}
+
+QString partyText(const BoardParty &party, qint64 now)
+{
+    return partyTexts(party, now).join(u", "_s);
+}
+
+/// Shorter for one that lives, so that a transfer's figures and its fetcher have one line of 80
+/// columns.
+QString fetcherText(const BoardParty &party, qint64 now)
+{
+    if (party.life != Life::Alive)
+        return partyText(party, now);
+    return u"%1, %2 ago"_s.arg(nameOf(party), durationSince(party.lastSign.value_or(now), now));
+}
+
+QStringList transferTexts(const Board::Fetch &fetch)
+{
+    QStringList texts;
+    if (fetch.bytes && fetch.totalBytes)
+        texts.append(u"%1 of %2"_s.arg(sizeText(*fetch.bytes), sizeText(*fetch.totalBytes)));
+    else if (fetch.bytes)
+        texts.append(sizeText(*fetch.bytes));
+    if (fetch.bytesPerSecond)
+        texts.append(rateText(*fetch.bytesPerSecond));
+    if (fetch.timeLeft)
+        texts.append(u"%1 left"_s.arg(durationText(*fetch.timeLeft)));
+    return texts;
+}
+
+QStringList fetchLines(const Board &board, const Board::Fetch &fetch, int columns)
+{
+    const QString percent = u"%1%  "_s.arg(fetch.percent, indent - 3);
+    const QString reference = elided(referenceText(fetch.reference), columns - indent);
+    const QStringList details
+        = transferTexts(fetch) + QStringList { fetcherText(fetch.fetcher, board.now) };
+    return QStringList { percent + reference }
+    + flowed(QString(indent, u' '), details, u"  "_s, columns);
+}
+
+QStringList waiterLines(const Board &board, const Board::Waiter &waiter, int columns)
+{
+    const QString time = durationSince(waiter.since, board.now).rightJustified(indent);
+    const QString start
+        = elided(u"%1+  %2"_s.arg(time, partyText(waiter.program, board.now)), columns);
+    const QString reference = referenceText(waiter.reference);
+    const int room = columns - columnsOf(start) - 2;
+    if (room >= std::min(columnsOf(reference), shortestReference))
+        return { start + u"  "_s + elided(reference, room) };
+    return { start, QString(indent, u' ') + elided(reference, columns - indent) };
+}
+
+QString headLine(const Board &board, int columns)
+{
+    const QString time = u"  "_s + timeText(board.now);
+    return elided(escaped(board.baseDirectory), std::max(columns - int(time.size()), 0)) + time;
+}
+
+QStringList troubleLines(const Board &board, int columns)
+{
+    return QStringList { QString() }
+    + flowed(QString(), escaped(board.trouble).split(u' '), u" "_s, columns)
+        + QStringList { u"The board waits for it."_s };
+}
+
+QStringList sizeLines(const Board &board, int columns)
+{
+    const auto count = [&board](ResourceStatus status) {
+        return board.resourceCounts.value(status);
+    };
+    const int wanted
+        = count(ResourceStatus::Acquiring) + count(ResourceStatus::ScheduledForAcquire);
+    const QString size
+        = u"Size: %1 of %2"_s.arg(sizeText(board.currentSize), sizeText(board.limits.optimalSize));
+    QStringList sizes { size, u"at most %1"_s.arg(sizeText(board.limits.maximumSize)) };
+    if (board.freeBytes)
+        sizes.append(u"%1 free on disk"_s.arg(sizeText(*board.freeBytes)));
+    const QStringList resources { u"Resources: %1 ready"_s.arg(count(ResourceStatus::Ready)),
+                                  u"%1 being fetched"_s.arg(wanted),
+                                  u"%1 missing"_s.arg(count(ResourceStatus::Missing)) };
+    return flowed(QString(), sizes, u", "_s, columns)
+        + flowed(QString(), resources, u", "_s, columns);
+}
+
+QList<Section> sectionsOf(const Board &board, int columns)
+{
+    const auto fetch = [&board, columns](qsizetype index) {
+        return fetchLines(board, board.fetches.at(index), columns);
+    };
+    const auto waiter = [&board, columns](qsizetype index) {
+        return waiterLines(board, board.waiters.at(index), columns);
+    };
+    const auto client = [&board, columns](qsizetype index) {
+        return flowed(u"  "_s, partyTexts(board.clients.at(index), board.now), u", "_s, columns);
+    };
+    return { { u"Fetches"_s, board.fetches.size(), fetch },
+             { u"Waiting"_s, board.waiters.size(), waiter },
+             { u"Programs"_s, board.clients.size(), client } };
+}
+
+/// As many items as `rows` hold.
+QList<QStringList> fittingItems(const Section &section, int rows)
+{
+    QList<QStringList> items;
+    for (qsizetype index = 0; index < section.count && rows > 0; ++index) {
+        const QStringList item = section.item(index);
+        rows -= int(item.size());
+        if (rows >= 0)
+            items.append(item);
+    }
+    return items;
+}
+
+QStringList sectionLines(const Section &section, int rows)
+{
+    const QList<QStringList> items = fittingItems(section, rows);
+    QString title = u"%1: %2"_s.arg(section.title, QString::number(section.count));
+    if (items.size() < section.count)
+        title += u", %1 not shown"_s.arg(section.count - items.size());
+    QStringList lines { QString(), title };
+    for (const QStringList &item : items)
+        lines += item;
+    return lines;
+}
+
+QStringList listLines(const Board &board, int rows, int columns)
+{
+    constexpr int titleRows = 2; // with the free one above it
+    constexpr int keptRows = 3; // for a list, before one above it takes all there is
+    const QList<Section> sections = sectionsOf(board, columns);
+    QStringList lines;
+    for (auto section = sections.begin(); section != sections.end(); ++section) {
+        int kept = titleRows;
+        for (auto later = section + 1; later != sections.end(); ++later)
+            kept += titleRows + int(std::min<qsizetype>(later->count, keptRows));
+        lines += sectionLines(*section, rows - int(lines.size()) - kept);
+    }
+    return lines;
+}
+
+} // namespace
+
+QStringList boardLines(const Board &board, const BoardRoom &room)
+{
+    const int columns = std::max(room.columns - 1, 1);
+    QStringList lines { headLine(board, columns) };
+    lines += board.trouble.isEmpty() ? sizeLines(board, columns) : troubleLines(board, columns);
+    if (board.trouble.isEmpty())
+        lines += listLines(board, room.rows - int(lines.size()), columns);
+    lines = lines.mid(0, room.rows);
+    // The last resort, for terminals so narrow that not even a number fits.
+    for (QString &line : lines)
+        line = elided(line, columns);
+    return lines;
+}
+
+} // namespace zel::cli
