@@ -4,6 +4,8 @@
 #include "ResourceManager.h"
 #include "TaskWait.h"
 #include "Text.h"
+#include "files/FileUtils.h"
+#include "verify/VerifyReport.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -13,6 +15,21 @@
 namespace zel::cli {
 
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+Error refusalOf(const VerifyResult &result)
+{
+    if (result.verdict == Verdict::NotReached)
+        return Error(ErrorCode::Canceled, u"canceled"_s);
+    const QString text = u"The copy in the cache is not what was fetched. %1 "
+                         "\"zelcache remove %2\" lets it be fetched anew."_s;
+    const QString reason
+        = isViolation(result.verdict) ? worstSentence(result) : u"It cannot be read."_s;
+    return Error(int(ExitCode::IntegrityViolated), text.arg(reason, result.reference));
+}
+
+} // namespace
 
 bool GetRequests::Fetch::isSettled() const
 {
@@ -27,6 +44,8 @@ Error GetRequests::Fetch::error() const
 /// The path, if something is really there: a success alone is no proof.
 Result<QString> GetRequests::Fetch::outcome() const
 {
+    if (isRefused)
+        return ZEL_PASS(failure);
     if (handler->isAvailableLocally())
         return path;
     const Error reason = error();
@@ -54,8 +73,9 @@ Transfer GetRequests::Fetch::transfer(const TransferReports &reports) const
     return transfer;
 }
 
-GetRequests::GetRequests(const Context &context, const QStringList &arguments)
+GetRequests::GetRequests(const Context &context, const QStringList &arguments, bool verifies)
     : context(context)
+    , verifies(verifies)
     , prompting(&this->context.output, context.options.yes)
 {
     for (const QString &argument : arguments)
@@ -69,6 +89,8 @@ ExitCode GetRequests::run()
     if (context.options.prompt)
         confirm();
     TaskWait wait;
+    if (verifies)
+        verifyAll(wait);
     startAll(wait);
     const int signalNumber = wait.run([this, &wait] {
         onTick();
@@ -119,10 +141,54 @@ void GetRequests::confirm()
         static_cast<void>(prompting.confirmRetrieve(missing));
 }
 
+/// Before anything is fetched: what is read then is what other programs have been working with.
+void GetRequests::verifyAll(TaskWait &wait)
+{
+    const QString dataDir = ResourceManager::cachePath().cacheDataDir();
+    for (const auto &fetch : fetches) {
+        const auto path = fetch->handler->expectedPath();
+        // What is used where it lies is nobody's copy.
+        if (!path.hasValue() || !FileUtils::isSubPath(path.value().toString(), dataDir)
+            || !fetch->handler->isAvailableLocally())
+            continue;
+        fetch->path = path.value();
+        verify(*fetch, wait);
+    }
+    context.output.clearProgress();
+}
+
+void GetRequests::verify(Fetch &fetch, TaskWait &wait)
+{
+    const QString dataDir = ResourceManager::cachePath().cacheDataDir();
+    ResourceVerification verification(fetch.key, fetch.path, ManifestStore::forCache(dataDir));
+    verification.compare();
+    ProgressState state;
+    state.label = u"Verifying "_s + QFileInfo(fetch.path).fileName();
+    state.totalBytes = verification.bytesToRead(false);
+    qint64 readBytes = 0;
+    verification.read(false, [&](qint64 bytes) {
+        QCoreApplication::processEvents(); // lets a signal come in
+        readBytes += bytes;
+        state.receivedBytes = readBytes;
+        state.fraction = double(readBytes) / double(*state.totalBytes);
+        context.output.showProgress(state);
+        return wait.receivedSignal() == 0;
+    });
+    VerifyResult result;
+    result.reference = fetch.key;
+    result.take(verification);
+    fetch.isRefused = result.verdict != Verdict::Intact && result.verdict != Verdict::NoManifest;
+    if (result.verdict == Verdict::NoManifest)
+        context.output.warning(fetch.key + u": It cannot be verified. "_s + result.notes.value(0));
+    else if (fetch.isRefused)
+        fetch.failure = refusalOf(result);
+}
+
 void GetRequests::startAll(TaskWait &wait)
 {
     for (const auto &fetch : fetches) {
-        start(*fetch);
+        if (!fetch->isRefused)
+            start(*fetch);
         if (!fetch->task)
             continue;
         Output *output = &context.output;

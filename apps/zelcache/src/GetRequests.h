@@ -22,7 +22,9 @@ class TaskWait;
 class GetRequests
 {
 public:
-    GetRequests(const Context &context, const QStringList &arguments);
+    /// With `verifies` every byte of what is here already is read first, and what is not as it was
+    /// fetched is a failure.
+    GetRequests(const Context &context, const QStringList &arguments, bool verifies);
     ~GetRequests();
     GetRequests(const GetRequests &) = delete;
     GetRequests &operator=(const GetRequests &) = delete;
@@ -38,6 +40,7 @@ private:
         QString path;
         std::unique_ptr<Task> task; ///< null if there is nothing to do, or nothing can be done
         Error failure; ///< why there is no task
+        bool isRefused = false; ///< it is here, but not as it was fetched
 
         bool isSettled() const;
         Error error() const;
@@ -56,6 +59,8 @@ private:
     void addRequest(const QString &argument);
     Fetch *fetchOf(const QSharedPointer<ResourceHandler> &handler);
     void confirm();
+    void verifyAll(TaskWait &wait);
+    void verify(Fetch &fetch, TaskWait &wait);
     void startAll(TaskWait &wait);
     void start(Fetch &fetch);
 
@@ -67,6 +72,7 @@ private:
     ExitCode finish(int signalNumber);
 
     Context context;
+    const bool verifies;
     TerminalPrompting prompting;
     std::vector<Request> requests;
     std::vector<std::unique_ptr<Fetch>> fetches;

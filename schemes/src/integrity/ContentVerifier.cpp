@@ -5,10 +5,12 @@
 #include "integrity/ContentListing.h"
 #include "integrity/ContentSum.h"
 
+#include <QFileInfo>
 #include <QHash>
 #include <QSet>
 
 #include <algorithm>
+#include <vector>
 
 namespace zel {
 
@@ -24,7 +26,6 @@ constexpr qint64 pieceBytes = 1024ll * 1024;
 ContentVerifier::ContentVerifier(const ContentManifest &manifest, const QString &folder)
     : current(manifest)
     , folder(nativePath(folder))
-    , buffer(size_t(pieceBytes))
 {
 }
 
@@ -87,6 +88,15 @@ bool ContentVerifier::hasOtherTimes() const
     return std::any_of(due.begin(), due.end(), [this](const Due &one) {
         return current.files.at(one.index).modified != one.modified;
     });
+}
+
+bool ContentVerifier::isOfSomethingElse() const
+{
+    const QDateTime made = QFileInfo(textPath(folder)).birthTime();
+    const bool isNewFolder = current.folderMade.isValid() && made > current.folderMade;
+    return isNewFolder && std::none_of(due.begin(), due.end(), [this](const Due &one) {
+               return current.files.at(one.index).modified == one.modified;
+           });
 }
 
 qint64 ContentVerifier::bytesToRead(bool goesOnFromBefore) const
@@ -172,6 +182,7 @@ ContentVerifier::End ContentVerifier::readBlocks(const Due &due, NativeFile &nat
 Result<bool> ContentVerifier::readBlock(NativeFile &file, qint64 offset, qint64 length,
                                         QByteArray &sum, const GoesOn &goesOn)
 {
+    std::vector<char> buffer(size_t(std::min(pieceBytes, length)));
     ContentSum passing;
     for (qint64 done = 0; done < length;) {
         const qint64 wanted = std::min(pieceBytes, length - done);

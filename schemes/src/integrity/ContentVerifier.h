@@ -5,7 +5,6 @@
 
 #include <filesystem>
 #include <functional>
-#include <vector>
 
 namespace zel {
 
@@ -45,6 +44,9 @@ public:
     void compare();
     /// Whether some file of the same size has another time than it had.
     bool hasOtherTimes() const;
+    /// Whether the folder was made after the fetch and no file in it has size and time of the
+    /// manifest: it holds something else then, which the manifest knows nothing of.
+    bool isOfSomethingElse() const;
     /// How many bytes read() would read; those of one cut short before go on from there.
     qint64 bytesToRead(bool goesOnFromBefore) const;
     /// Reads what compare() found to be of the right size. Sums that are not known yet are taken
@@ -70,8 +72,8 @@ private:
     void forgetProgress();
     End readFile(const Due &due, const GoesOn &goesOn);
     End readBlocks(const Due &due, NativeFile &file, const GoesOn &goesOn);
-    Result<bool> readBlock(NativeFile &file, qint64 offset, qint64 length, QByteArray &sum,
-                           const GoesOn &goesOn);
+    static Result<bool> readBlock(NativeFile &file, qint64 offset, qint64 length, QByteArray &sum,
+                                  const GoesOn &goesOn);
     void checkBlock(const Due &due, qint64 block, const QByteArray &sum);
     void note(Kind kind, const ContentManifest::File &file, qint64 foundSize, qint64 offset = -1,
               const QString &reason = {});
@@ -80,7 +82,6 @@ private:
     std::filesystem::path folder;
     QList<Due> due;
     QList<Finding> found;
-    std::vector<char> buffer;
 };
 
 } // namespace zel

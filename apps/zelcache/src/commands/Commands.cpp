@@ -15,6 +15,7 @@ namespace zel::cli {
     MAKE(Purge)                                                                                    \
     MAKE(Outdated)                                                                                 \
     MAKE(Policy)                                                                                   \
+    MAKE(Verify)                                                                                   \
     MAKE(Remove)                                                                                   \
     MAKE(Who)                                                                                      \
     MAKE(Why)                                                                                      \

@@ -17,6 +17,7 @@ cannot be had prints nothing; the others are still fetched.
 Examples:
   zelcache get https://data.example.org/runs/run1.raw
   zelcache get -f references.txt --no-progress
+  zelcache get --verify share:/mnt/lab/run1.d
   zelcache get --json share:/mnt/lab/run1.d | jq -r '.results[].path'
   grep 2024 references.txt | zelcache get -f -
   zelcache get -0 -f list.bin | xargs -0 ls -l)";
@@ -35,6 +36,8 @@ public:
         options::addText(app, "-f,--file", "LIST",
                          "Read further references from this file, one a line; - for standard input",
                          listFile);
+        options::addSwitch(app, "--verify",
+                           "Verify what is here already; what is damaged is not printed", verifies);
     }
 
     std::optional<QString> check() override
@@ -48,6 +51,7 @@ public:
 
 private:
     QStringList references;
+    bool verifies = false; ///< what is here already
     QString listFile; ///< a file with further references, "-" for standard input
 };
 
@@ -64,7 +68,7 @@ ExitCode GetCommand::run(const Context &context)
     }
     if (const auto code = openCache(context))
         return *code;
-    GetRequests requests(context, all);
+    GetRequests requests(context, all, verifies);
     return requests.run();
 }
 

@@ -263,6 +263,26 @@ TEST_F(ContentVerifierTest, compare_folderThatCannotBeRead_isUnreadable)
     QFile::setPermissions(run, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 }
 
+TEST_F(ContentVerifierTest, isOfSomethingElse_newFolderWithOtherData_isTrue)
+{
+    ContentManifest manifest = manifestOfRun();
+    manifest.folderMade = QFileInfo(folder).birthTime().toUTC();
+    if (!manifest.folderMade.isValid())
+        GTEST_SKIP() << "the volume does not tell when a folder was made";
+    const auto isOther = [this, &manifest] {
+        ContentVerifier verifier(manifest, folder);
+        verifier.compare();
+        return verifier.isOfSomethingElse();
+    };
+    writeFile(folder + u"/run.d/a"_s, "damaged");
+    touch(u"run.d/b"_s);
+    EXPECT_FALSE(isOther()) << "it is the folder of the fetch";
+    manifest.folderMade = manifest.folderMade.addSecs(-5);
+    EXPECT_TRUE(isOther());
+    manifest.files.last().modified += 5'000'000'000;
+    EXPECT_FALSE(isOther()) << "a copy of what was fetched";
+}
+
 TEST_F(ContentVerifierTest, read_linkedFolder_isNotFollowed)
 {
     const ContentManifest manifest = manifestOfRun();

@@ -1,0 +1,248 @@
+#include "Command.h"
+#include "CommandOptions.h"
+#include "Library.h"
+#include "ResourceLookup.h"
+#include "ResourceUsers.h"
+#include "SchemesRegistration.h"
+#include "Text.h"
+#include "errors/Propagate.h"
+#include "verify/TimeBudget.h"
+#include "verify/VerifyReport.h"
+#include "verify/VerifyRun.h"
+
+#include <QDateTime>
+#include <QSet>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr auto helpDetails
+    = R"(Compares cached data with what was written down when it was fetched: first names and
+sizes, then every byte. Without a reference it verifies all that is ready. It tells what
+is changed, cut off or incomplete, who uses it now, and when it was last accessed.
+
+With a budget it ends in time, and the next run with one goes on where this one ended,
+with what was not verified for the longest time. It changes nothing in the cache.
+
+The exit code is 6 if any data is not what was fetched.
+
+Examples:
+  zelcache verify
+  zelcache verify --budget 10m
+  zelcache verify --json share:/mnt/lab/run1.d)";
+
+using Snapshot = ResourceCacheReader::Snapshot;
+using Resource = ResourceCacheReader::Resource;
+using ResourcesByKey = QHash<QString, Resource>;
+
+ResourcesByKey byKey(const Snapshot &snapshot)
+{
+    ResourcesByKey resources;
+    resources.reserve(snapshot.resources.size());
+    for (const Resource &resource : snapshot.resources)
+        resources.insert(resource.reference, resource);
+    return resources;
+}
+
+VerifyResult resultFor(const Resource &resource)
+{
+    VerifyResult result;
+    result.reference = resource.reference;
+    result.path = resource.path;
+    return result;
+}
+
+void setNotHere(VerifyResult &result, const QString &why)
+{
+    result.isNotHere = true;
+    result.failure = Error(int(ExitCode::AnswerIsNo), why);
+}
+
+VerifyReport allReady(const Snapshot &snapshot)
+{
+    VerifyReport report;
+    for (const Resource &resource : snapshot.resources) {
+        if (resource.status == ResourceStatus::Ready)
+            report.results.append(resultFor(resource));
+    }
+    return report;
+}
+
+VerifyResult resultFor(const QString &argument, const Snapshot &snapshot,
+                       const ResourcesByKey &resources)
+{
+    VerifyResult result;
+    result.reference = withoutSecrets(argument);
+    const auto key = keyOf(snapshot, argument);
+    if (!key.hasValue()) {
+        result.failure = key.error();
+        return result;
+    }
+    result.reference = key.value();
+    const auto resource = resources.constFind(key.value());
+    if (resource != resources.cend() && resource->status == ResourceStatus::Ready)
+        return resultFor(*resource);
+    setNotHere(result, u"It is not in the cache."_s);
+    return result;
+}
+
+/// Each resource once, in the order of the arguments.
+VerifyReport theseOnly(const QStringList &arguments, const Snapshot &snapshot)
+{
+    const ResourcesByKey resources = byKey(snapshot);
+    VerifyReport report;
+    QSet<QString> seen;
+    for (const QString &argument : arguments) {
+        const VerifyResult result = resultFor(argument, snapshot, resources);
+        if (seen.contains(result.reference))
+            continue;
+        seen.insert(result.reference);
+        report.results.append(result);
+    }
+    return report;
+}
+
+/// Manifests of what has left the cache. `paths` were listed before the snapshot was taken, so that
+/// none of them belongs to a fetch that has come in since.
+int removeStale(const ManifestStore &store, const QStringList &paths, const Snapshot &snapshot)
+{
+    QSet<QString> ofSomething;
+    for (const Resource &resource : snapshot.resources) {
+        if (resource.status != ResourceStatus::Missing)
+            ofSomething.insert(store.pathFor(resource.reference));
+    }
+    int removed = 0;
+    for (const QString &path : paths) {
+        if (ofSomething.contains(path))
+            continue;
+        const Error error = ZEL_PASS(store.removePath(path));
+        removed += error.hasError() ? 0 : 1; // of no harm where it stays
+    }
+    return removed;
+}
+
+/// Whether the result still is one of what lies in the cache now.
+bool isStillHere(const VerifyResult &result, const ResourcesByKey &resources,
+                 const ManifestStore &store)
+{
+    const auto resource = resources.constFind(result.reference);
+    if (resource == resources.cend() || resource->status != ResourceStatus::Ready
+        || resource->path != result.path)
+        return false;
+    if (!result.fetched)
+        return true;
+    const auto manifest = store.read(result.reference);
+    return manifest.hasValue() && manifest.value() && manifest.value()->fetched == result.fetched;
+}
+
+/// What was removed or fetched anew while it was verified is not damaged.
+void complete(VerifyReport &report, const Snapshot &after, const ManifestStore &store)
+{
+    const ResourcesByKey resources = byKey(after);
+    const ResourceUsers users = usersByReference(after, QDateTime::currentMSecsSinceEpoch());
+    for (VerifyResult &result : report.results) {
+        if (result.failure.hasError())
+            continue;
+        const bool isSuspect = isViolation(result.verdict) || result.verdict == Verdict::Unreadable;
+        if (isSuspect && !isStillHere(result, resources, store))
+            setNotHere(result, u"It has left the cache meanwhile."_s);
+        result.lastAccess = resources.value(result.reference).lastAccess;
+        result.holders = users.value(result.reference);
+    }
+}
+
+class VerifyCommand : public Command
+{
+public:
+    VerifyCommand()
+        : Command("verify", "Tell whether cached data is what was fetched", helpDetails)
+    {
+    }
+
+    void addOptions(CLI::App &app) override
+    {
+        options::addReferences(app, references, false);
+        options::addValue(app, "--budget", "TIME", "Take no longer than this, as in 30s, 10m or 1h",
+                          budgetText);
+    }
+
+    std::optional<QString> check() override
+    {
+        if (!budgetText)
+            return {};
+        budget = timeBudgetFromText(*budgetText);
+        if (budget)
+            return {};
+        return u"--budget: \"%1\" is not a time as in 30s, 10m or 1h"_s.arg(*budgetText);
+    }
+
+    ExitCode run(const Context &context) override;
+
+private:
+    ExitCode answer(const Context &context, VerifyReport &report, int signalNumber) const;
+
+    QStringList references;
+    std::optional<QString> budgetText;
+    std::optional<std::chrono::milliseconds> budget;
+};
+
+ExitCode VerifyCommand::run(const Context &context)
+{
+    registerResourceSchemes();
+    const ResourceManagerSettings settings = settingsOf(context.options);
+    const ManifestStore store = ManifestStore::forCache(settings.cachePath.cacheDataDir());
+    VerifyRun verification(context, store, budget);
+    const QStringList manifests = store.paths();
+    const auto before = readCache(settings);
+    if (!before.hasValue())
+        return context.fail(ExitCode::CacheUnavailable, before.error().errorMessage());
+
+    VerifyReport report
+        = references.isEmpty() ? allReady(before.value()) : theseOnly(references, before.value());
+    report.staleManifests = removeStale(store, manifests, before.value());
+    verification.verify(report);
+
+    const auto after = readCache(settings);
+    if (!after.hasValue())
+        return context.fail(ExitCode::CacheUnavailable, after.error().errorMessage());
+    complete(report, after.value(), store);
+    return answer(context, report, verification.receivedSignal());
+}
+
+ExitCode VerifyCommand::answer(const Context &context, VerifyReport &report, int signalNumber) const
+{
+    // Nobody asked for what has left while all was verified.
+    if (references.isEmpty())
+        report.results.removeIf([](const VerifyResult &result) { return result.isNotHere; });
+    for (const VerifyResult &result : report.results) {
+        if (result.failure.hasError())
+            context.output.error(result.reference + u": "_s + result.failure.errorMessage());
+    }
+    if (report.staleManifests > 0)
+        context.output.note(
+            u"Manifests of what has left the cache: %1, removed."_s.arg(report.staleManifests));
+    if (context.options.json) {
+        QJsonObject answer = context.emptyAnswer();
+        const QJsonObject members = verifyJson(report);
+        for (auto member = members.begin(); member != members.end(); ++member)
+            answer.insert(member.key(), member.value());
+        context.output.answer(answer);
+    } else {
+        const bool tellsAll = !references.isEmpty() || context.options.verbosity > 0;
+        for (const QString &line : verifyLines(report, tellsAll))
+            context.output.answer(line);
+    }
+    return signalNumber != 0 ? exitCodeOfSignal(signalNumber) : verifyCode(report);
+}
+
+} // namespace
+
+std::unique_ptr<Command> makeVerifyCommand()
+{
+    return std::make_unique<VerifyCommand>();
+}
+
+} // namespace zel::cli

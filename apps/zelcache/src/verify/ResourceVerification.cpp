@@ -1,0 +1,183 @@
+#include "verify/ResourceVerification.h"
+
+#include "DataFormats.h"
+#include "errors/Propagate.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <algorithm>
+#include <array>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+using Kind = ContentVerifier::Kind;
+
+Verdict verdictOf(Kind kind)
+{
+    switch (kind) {
+    case Kind::Changed:
+        return Verdict::Changed;
+    case Kind::Truncated:
+        return Verdict::Truncated;
+    case Kind::Missing:
+        return Verdict::Incomplete;
+    case Kind::Unreadable:
+        return Verdict::Unreadable;
+    case Kind::Extra:
+        break;
+    }
+    return Verdict::Intact;
+}
+
+/// Those of the formats that come in this form.
+QStringList ofForm(const QFileInfo &info, const QStringList &names)
+{
+    QStringList promised;
+    const QList<DataFormats::Format> formats = DataFormats::all();
+    for (const DataFormats::Format &format : formats) {
+        if (names.contains(format.name) && (info.isDir() ? format.isFolder : format.isFile))
+            promised.append(format.name);
+    }
+    return promised;
+}
+
+} // namespace
+
+QString verdictName(Verdict verdict)
+{
+    static constexpr std::array<QStringView, 7> names { u"intact",     u"notReached", u"noManifest",
+                                                        u"unreadable", u"changed",    u"truncated",
+                                                        u"incomplete" };
+    return names.at(std::size_t(verdict)).toString();
+}
+
+bool isViolation(Verdict verdict)
+{
+    return verdict >= Verdict::Changed;
+}
+
+ResourceVerification::ResourceVerification(const QString &reference, const QString &path,
+                                           const ManifestStore &store)
+    : reference(reference)
+    , path(path)
+    , store(store)
+{
+}
+
+void ResourceVerification::compare()
+{
+    isGone = path.isEmpty() || dataIsGone();
+    if (isGone) {
+        remarks.append(u"Its data is gone."_s);
+        return;
+    }
+    findManifest();
+    compareFormat();
+}
+
+bool ResourceVerification::dataIsGone() const
+{
+    const QFileInfo info(path);
+    return !info.exists() && !info.isSymLink();
+}
+
+void ResourceVerification::findManifest()
+{
+    const auto found = store.read(reference);
+    if (!found.hasValue()) {
+        remarks.append(found.error().errorMessage());
+        return;
+    }
+    // What was brought elsewhere after its fetch is not what the manifest tells of.
+    const QByteArray name = QFile::encodeName(QFileInfo(path).fileName());
+    if (!found.value() || found.value()->name != name) {
+        remarks.append(u"There is no manifest of its fetch."_s);
+        return;
+    }
+    verifier.emplace(*found.value(), QFileInfo(path).path());
+    verifier->compare();
+    if (!verifier->isOfSomethingElse())
+        return;
+    verifier.reset();
+    remarks.append(u"It was put here after the fetch that its manifest tells of."_s);
+    ZEL_DROP(store.remove(reference)); // of no use to anybody; the next one finds it again
+}
+
+/// Detectors look for the inner files that make a format, names do not.
+void ResourceVerification::compareFormat()
+{
+    const QFileInfo info(path);
+    const QStringList names = DataFormats::byName(path);
+    if (names.isEmpty() || !DataFormats::detect(path).isEmpty())
+        return;
+    const QStringList promised = ofForm(info, names);
+    lacksItsFormat = !promised.isEmpty();
+    if (!lacksItsFormat)
+        return;
+    const QString text = info.isDir()
+        ? u"By its name it is a folder acquisition (%1), but it lacks its index."_s
+        : u"By its name it is a file of a known format (%1), but its data does not show that."_s;
+    // Many makers end the names of their folders alike.
+    const QString more = promised.size() > 1 ? u" or the like"_s : QString();
+    remarks.append(text.arg(promised.constFirst() + more));
+}
+
+bool ResourceVerification::needsReading() const
+{
+    if (!verifier)
+        return false;
+    const auto all = verifier->findings();
+    // A change of bytes alone that was found before may have been mended since.
+    return std::all_of(all.begin(), all.end(), [](const auto &finding) {
+        return finding.kind == Kind::Extra
+            || (finding.kind == Kind::Changed && finding.foundSize == finding.expectedSize);
+    });
+}
+
+qint64 ResourceVerification::bytesToRead(bool goesOnFromBefore) const
+{
+    return needsReading() ? verifier->bytesToRead(goesOnFromBefore) : 0;
+}
+
+void ResourceVerification::read(bool goesOnFromBefore, const ContentVerifier::GoesOn &goesOn)
+{
+    if (!needsReading())
+        return;
+    const ContentManifest before = verifier->manifest();
+    wasRead = verifier->read(goesOnFromBefore, goesOn);
+    if (verifier->manifest() == before)
+        return;
+    const auto stored = store.writeIfSameFetch(verifier->manifest());
+    if (!stored.hasValue())
+        remarks.append(u"What was found cannot be kept: "_s + stored.error().errorMessage());
+}
+
+Verdict ResourceVerification::verdict() const
+{
+    if (isGone || lacksItsFormat)
+        return Verdict::Incomplete;
+    if (!verifier)
+        return Verdict::NoManifest;
+    Verdict worst = wasRead ? Verdict::Intact : Verdict::NotReached;
+    const auto all = verifier->findings();
+    for (const ContentVerifier::Finding &finding : all)
+        worst = std::max(worst, verdictOf(finding.kind));
+    return worst;
+}
+
+QList<ContentVerifier::Finding> ResourceVerification::findings() const
+{
+    return verifier ? verifier->findings() : QList<ContentVerifier::Finding>();
+}
+
+std::optional<ContentManifest> ResourceVerification::manifest() const
+{
+    return verifier ? std::optional(verifier->manifest()) : std::nullopt;
+}
+
+} // namespace zel::cli

@@ -1,0 +1,245 @@
+#include "verify/VerifyReport.h"
+
+#include "Format.h"
+#include "Json.h"
+#include "ResourceUsers.h"
+
+#include <QFile>
+#include <QJsonArray>
+
+#include <algorithm>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+using Finding = ContentVerifier::Finding;
+using Kind = ContentVerifier::Kind;
+
+constexpr qsizetype mostFindings = 10;
+constexpr int verdictColumns = 14;
+
+QString verdictText(Verdict verdict)
+{
+    switch (verdict) {
+    case Verdict::NotReached:
+        return u"not reached"_s;
+    case Verdict::NoManifest:
+        return u"no manifest"_s;
+    default:
+        return verdictName(verdict);
+    }
+}
+
+QString kindName(Kind kind)
+{
+    switch (kind) {
+    case Kind::Changed:
+        return u"changed"_s;
+    case Kind::Truncated:
+        return u"truncated"_s;
+    case Kind::Missing:
+        return u"missing"_s;
+    case Kind::Unreadable:
+        return u"unreadable"_s;
+    case Kind::Extra:
+        break;
+    }
+    return u"extra"_s;
+}
+
+QString changeText(const Finding &finding)
+{
+    if (finding.foundSize != finding.expectedSize)
+        return u"has %1 bytes instead of %2"_s.arg(QString::number(finding.foundSize),
+                                                   QString::number(finding.expectedSize));
+    if (finding.offset < 0)
+        return u"differs from what was fetched"_s;
+    return u"differs from what was fetched, somewhere behind byte %1"_s.arg(finding.offset);
+}
+
+QString whatOf(const Finding &finding)
+{
+    switch (finding.kind) {
+    case Kind::Changed:
+        return changeText(finding);
+    case Kind::Truncated:
+        return u"is cut off: %1 of %2 bytes"_s.arg(QString::number(finding.foundSize),
+                                                   QString::number(finding.expectedSize));
+    case Kind::Missing:
+        return u"is missing"_s;
+    case Kind::Unreadable:
+        return u"cannot be read: "_s + finding.reason;
+    case Kind::Extra:
+        break;
+    }
+    return u"came in after the fetch"_s;
+}
+
+QString sentenceOf(const Finding &finding)
+{
+    return QFile::decodeName(finding.path) + u' ' + whatOf(finding) + u'.';
+}
+
+QString useText(const VerifyResult &result)
+{
+    const QString holders = result.holders.isEmpty()
+        ? u"nobody uses it"_s
+        : u"in use by "_s + processesText(result.holders);
+    return u"Last accessed %1; %2."_s.arg(timeText(result.lastAccess), holders);
+}
+
+QStringList detailLines(const VerifyResult &result)
+{
+    QStringList lines = result.notes;
+    for (const Finding &finding :
+         result.findings.first(std::min(mostFindings, result.findings.size())))
+        lines.append(sentenceOf(finding));
+    if (result.findings.size() > mostFindings)
+        lines.append(u"And %1 more files."_s.arg(result.findings.size() - mostFindings));
+    if (isViolation(result.verdict) || result.verdict == Verdict::Unreadable)
+        lines.append(useText(result));
+    return lines;
+}
+
+bool isWorthALine(const VerifyResult &result, bool tellsAll)
+{
+    const bool isQuiet = result.verdict == Verdict::Intact || result.verdict == Verdict::NotReached;
+    return !result.failure.hasError() && (tellsAll || !isQuiet || !result.findings.isEmpty());
+}
+
+QString totalLine(const VerifyReport &report)
+{
+    QStringList counts;
+    for (int i = 0; i <= int(Verdict::Incomplete); ++i) {
+        if (const int count = report.count(Verdict(i)); count > 0)
+            counts.append(u"%1 %2"_s.arg(QString::number(count), verdictText(Verdict(i))));
+    }
+    const QString text = u"Read %1: "_s.arg(sizeText(report.readBytes));
+    return text + (counts.isEmpty() ? u"nothing to verify"_s : counts.join(u", "_s));
+}
+
+QJsonValue momentJson(const QDateTime &moment)
+{
+    return moment.isValid() ? QJsonValue(moment.toMSecsSinceEpoch()) : QJsonValue();
+}
+
+QJsonObject findingJson(const Finding &finding)
+{
+    QJsonObject object { { u"kind"_s, kindName(finding.kind) },
+                         { u"path"_s, QFile::decodeName(finding.path) } };
+    if (finding.kind == Kind::Unreadable) {
+        object.insert(u"reason"_s, finding.reason);
+        return object;
+    }
+    if (finding.kind != Kind::Extra)
+        object.insert(u"expectedSize"_s, finding.expectedSize);
+    object.insert(u"size"_s, finding.foundSize);
+    if (finding.offset >= 0)
+        object.insert(u"offset"_s, finding.offset);
+    return object;
+}
+
+QJsonObject resultJson(const VerifyResult &result)
+{
+    if (result.failure.hasError())
+        return json::entry(result.reference, result.failure);
+    QJsonArray findings;
+    for (const Finding &finding : result.findings)
+        findings.append(findingJson(finding));
+    return { { u"reference"_s, result.reference },
+             { u"path"_s, result.path },
+             { u"verdict"_s, verdictName(result.verdict) },
+             { u"findings"_s, findings },
+             { u"notes"_s, QJsonArray::fromStringList(result.notes) },
+             { u"fetched"_s, momentJson(result.fetched.value_or(QDateTime())) },
+             { u"verified"_s, momentJson(result.verified) },
+             { u"lastAccess"_s, result.lastAccess },
+             { u"processes"_s, processesJson(result.holders) } };
+}
+
+} // namespace
+
+void VerifyResult::take(const ResourceVerification &verification)
+{
+    verdict = verification.verdict();
+    findings = verification.findings();
+    notes = verification.notes();
+    if (const auto manifest = verification.manifest()) {
+        fetched = manifest->fetched;
+        verified = manifest->verified;
+    }
+}
+
+int VerifyReport::count(Verdict verdict) const
+{
+    return int(std::count_if(results.begin(), results.end(), [verdict](const auto &result) {
+        return !result.failure.hasError() && result.verdict == verdict;
+    }));
+}
+
+QStringList verifyLines(const VerifyReport &report, bool tellsAll)
+{
+    QStringList lines;
+    for (const VerifyResult &result : report.results) {
+        if (!isWorthALine(result, tellsAll))
+            continue;
+        lines.append(verdictText(result.verdict).leftJustified(verdictColumns) + result.reference);
+        const QStringList details = detailLines(result);
+        for (const QString &detail : details)
+            lines.append(QString(verdictColumns, u' ') + detail);
+    }
+    lines.append(totalLine(report));
+    return lines;
+}
+
+QJsonObject verifyJson(const VerifyReport &report)
+{
+    QJsonArray results;
+    for (const VerifyResult &result : report.results)
+        results.append(resultJson(result));
+    QJsonObject counts;
+    for (int i = 0; i <= int(Verdict::Incomplete); ++i)
+        counts.insert(verdictName(Verdict(i)), report.count(Verdict(i)));
+    return { { u"results"_s, results },
+             { u"counts"_s, counts },
+             { u"readBytes"_s, report.readBytes },
+             { u"staleManifests"_s, report.staleManifests },
+             { u"complete"_s, !report.isCutShort } };
+}
+
+QString worstSentence(const VerifyResult &result)
+{
+    if (!isViolation(result.verdict))
+        return {};
+    for (const Finding &finding : result.findings) {
+        if (finding.kind != Kind::Extra)
+            return sentenceOf(finding);
+    }
+    return result.notes.value(0);
+}
+
+ExitCode verifyCode(const VerifyReport &report)
+{
+    QList<Error> failures;
+    bool isViolated = false;
+    bool allHere = true;
+    for (const VerifyResult &result : report.results) {
+        allHere = allHere && !result.isNotHere;
+        if (result.failure.hasError() && !result.isNotHere)
+            failures.append(result.failure);
+        else if (!result.failure.hasError())
+            isViolated = isViolated || isViolation(result.verdict);
+    }
+    if (isViolated)
+        return ExitCode::IntegrityViolated;
+    if (!failures.isEmpty())
+        return exitCodeOf(failures);
+    if (report.count(Verdict::Unreadable) > 0)
+        return ExitCode::Failed;
+    return allHere ? ExitCode::Success : ExitCode::AnswerIsNo;
+}
+
+} // namespace zel::cli
