@@ -11,6 +11,10 @@ add_library(zel_xxhash INTERFACE)
 target_include_directories(zel_xxhash SYSTEM INTERFACE ${XXHASH_INCLUDE_DIR})
 target_link_libraries(zel_xxhash INTERFACE ${XXHASH_LIBRARY})
 
+# The compiler of translations lies among the programs of Qt, which are seldom in the path.
+find_program(ZEL_LRELEASE NAMES lrelease lrelease-qt6 REQUIRED
+    HINTS ${QT6_INSTALL_PREFIX}/${QT6_INSTALL_BINS})
+
 if(BUILD_TESTING)
     find_package(Qt6 6.4 REQUIRED COMPONENTS Test)
     find_package(GTest 1.12 REQUIRED)
