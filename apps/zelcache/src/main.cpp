@@ -1,6 +1,7 @@
 #include "CommandLine.h"
 #include "LogOutput.h"
 #include "SignalWatch.h"
+#include "Translations.h"
 #include "commands/Commands.h"
 #include "errors/Tracer.h"
 
@@ -49,6 +50,7 @@ ExitCode run(Command &command, const Options &options, int argc, char **argv)
     const LogOutput log(&output, options.verbosity);
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(u"zelcache"_s);
+    installTranslations();
     const ExitCode code = command.run({ QString::fromLatin1(command.name()), options, output });
     Tracer::shutdown();
     return codeOfAnswer(output, code);
