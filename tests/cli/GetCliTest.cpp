@@ -1,5 +1,6 @@
 #include "ZelcacheCli.h"
 
+#include "ApacheServer.h"
 #include "NginxServer.h"
 #include "Printers.h"
 
@@ -155,6 +156,24 @@ TEST_F(GetCliTest, get_folder_isFetchedAsAWhole)
     const auto run = start({ u"get"_s, u"share:"_s + cache.outside(u"run.d"_s) });
     EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
     EXPECT_EQ(readFile(linesOf(run->output()).value(0) + u"/deep/er.txt"_s), "b");
+}
+
+TEST_F(GetCliTest, get_folderOfAWebDavServer_isFetchedOnce)
+{
+    const ApacheServer server;
+    server.addFile(u"my run.d/analysis.txt"_s, "a");
+    server.addFile(u"my run.d/deep/er.txt"_s, "b");
+    server.addFolder(u"my run.d/empty"_s);
+    for (const QString &path : { u"my%20run.d"_s, u"my run.d/"_s }) {
+        const auto run = start({ u"get"_s, server.url(path) });
+        EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
+        const QString folder = linesOf(run->output()).value(0);
+        EXPECT_TRUE(folder.endsWith(u"/my run.d"_s)) << qPrintable(folder);
+        EXPECT_EQ(readFile(folder + u"/analysis.txt"_s), "a");
+        EXPECT_EQ(readFile(folder + u"/deep/er.txt"_s), "b");
+        EXPECT_TRUE(QFileInfo(folder + u"/empty"_s).isDir());
+    }
+    EXPECT_EQ(server.sentFiles().size(), 2);
 }
 
 TEST_F(GetCliTest, get_json_hasPathsAndErrorsInOrder)

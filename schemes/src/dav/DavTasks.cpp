@@ -3,6 +3,7 @@
 #include "SchemeMetadata.h"
 #include "dav/DavTree.h"
 #include "errors/Propagate.h"
+#include "folder/FolderRetrieval.h"
 #include "http/HttpTasks.h"
 #include "references/PercentEncoding.h"
 
@@ -112,16 +113,17 @@ Error Work::fetchFile(const DavResource &file, const FetchPlan &plan, Task *task
     return ZEL_PASS(HttpTasks::fetchFile(target, plan, settings, task));
 }
 
-Error Work::fetchFolder(const DavResource &, const FetchPlan &, Task *)
+Error Work::fetchFolder(const DavResource &folder, const FetchPlan &plan, Task *task)
 {
     if (!reference->expectedContent().isEmpty()) {
         return ZEL_ERROR(
             ErrorCode::BadArgument,
             tr("A checksum is for files, but %1 is a folder.").arg(reference->referenceText(true)));
     }
-    return ZEL_ERROR(ErrorCode::FeatureLacking,
-                     tr("%1 is a folder, which cannot be fetched.")
-                         .arg(reference->referenceText(true)));
+    const auto lister = [this, folder](const std::function<bool()> &) {
+        return ZEL_PASS(DavTree(&client).list(folder));
+    };
+    return ZEL_PASS(FolderRetrieval(task, plan, lister, settings).run());
 }
 
 Result<GetSiblingsTask::References> Work::siblings()
