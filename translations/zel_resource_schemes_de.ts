@@ -97,6 +97,31 @@
     </message>
 </context>
 <context>
+    <name>zel::DavResourceHandler</name>
+    <message>
+        <source>Not a reference to a WebDAV server.</source>
+        <translation>Keine Referenz auf einen WebDAV-Server.</translation>
+    </message>
+</context>
+<context>
+    <name>zel::DavTasks</name>
+    <message>
+        <source>A checksum is for files, but %1 is a folder.</source>
+        <translation>Prüfsummen gelten für Dateien, aber %1 ist ein Ordner.</translation>
+    </message>
+    <message>
+        <source>%1 is a folder, which cannot be fetched.</source>
+        <translation>%1 ist ein Ordner und kann nicht abgerufen werden.</translation>
+    </message>
+</context>
+<context>
+    <name>zel::DavTree</name>
+    <message>
+        <source>it has more than %1 folders</source>
+        <translation>mehr als %1 Ordner liegen darin</translation>
+    </message>
+</context>
+<context>
     <name>zel::ExpectedContent</name>
     <message>
         <source>Behind &quot;#&quot; a reference may have &quot;sha256=&quot; or &quot;md5=&quot; with the digits of a checksum, and &quot;size=&quot; with a number of bytes. In a name, &quot;#&quot; has to be written &quot;%23&quot;.</source>
@@ -108,6 +133,39 @@
     <message>
         <source>A file that is used where it lies is never cleaned up.</source>
         <translation>Eine Datei, die an ihrem Ort benutzt wird, wird nie aufgeräumt.</translation>
+    </message>
+</context>
+<context>
+    <name>zel::FolderFileSink</name>
+    <message>
+        <source>&quot;%1&quot; changed since the folder was listed.</source>
+        <translation>„%1“ hat sich geändert, seit der Ordner aufgelistet wurde.</translation>
+    </message>
+    <message>
+        <source>There is nothing to finish.</source>
+        <translation>Es gibt nichts abzuschließen.</translation>
+    </message>
+</context>
+<context>
+    <name>zel::FolderRetrieval</name>
+    <message>
+        <source>%1 changed while it was fetched.</source>
+        <translation>%1 hat sich während des Abrufs geändert.</translation>
+    </message>
+</context>
+<context>
+    <name>zel::FolderStaging</name>
+    <message>
+        <source>Making the folder &quot;%1&quot; failed: %2</source>
+        <translation>Der Ordner „%1“ konnte nicht angelegt werden: %2</translation>
+    </message>
+    <message>
+        <source>Moving &quot;%1&quot; to its place failed: %2</source>
+        <translation>„%1“ konnte nicht an seinen Platz gebracht werden: %2</translation>
+    </message>
+    <message>
+        <source>What was staged of the folder is not what was fetched.</source>
+        <translation>Was vom Ordner bereitliegt, ist nicht das, was abgerufen wurde.</translation>
     </message>
 </context>
 <context>
@@ -323,6 +381,13 @@
     <message>
         <source>the server&apos;s list cannot be read: %1</source>
         <translation>die Liste des Servers kann nicht gelesen werden: %1</translation>
+    </message>
+</context>
+<context>
+    <name>zel::RemoteDocument</name>
+    <message>
+        <source>The listing of the folder is too large.</source>
+        <translation>Das Verzeichnis des Ordners ist zu groß.</translation>
     </message>
 </context>
 <context>
