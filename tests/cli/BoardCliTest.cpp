@@ -3,6 +3,8 @@
 #include "NginxServer.h"
 #include "Printers.h"
 
+#include <gmock/gmock.h>
+
 #include <QDateTime>
 #include <QRegularExpression>
 #include <QSystemSemaphore>
@@ -288,9 +290,10 @@ TEST_F(BoardCliTest, watch_secondSignalDuringALongLook_givesTheTerminalBack)
     database.run(u"BEGIN EXCLUSIVE"_s); // the look waits for its end
     const auto board = startBoard();
     EXPECT_TRUE(board->waitFor(entering));
-    board->type("\x03");
-    board->type("\x03");
-    EXPECT_EQ(board->exitCode(), 130);
+    // Two of a kind might become one on their way.
+    ::kill(pid_t(board->processId()), SIGINT);
+    ::kill(pid_t(board->processId()), SIGTERM);
+    EXPECT_THAT(board->exitCode(), testing::AnyOf(130, 143));
     EXPECT_TRUE(board->seen().endsWith(leaving)) << board->seen().toStdString();
     EXPECT_TRUE(board->isUsual());
     database.run(u"ROLLBACK"_s);
@@ -301,10 +304,11 @@ TEST_F(BoardCliTest, watch_quietMoments_sendAlmostNothing)
     makeCache();
     const auto board = startBoard();
     const QByteArray clock = "\x1b[1;1H";
-    // Of ten looks at a cache in which nothing happens, only the clock is drawn anew.
+    // Of ten looks at a cache in which nothing happens, only the clock is drawn anew. What is free
+    // on the disk is up to other programs.
     EXPECT_TRUE(board->waitForSeen(
         u"ticking clock"_s, [&clock](const QByteArray &seen) { return seen.count(clock) >= 3; }));
-    EXPECT_EQ(board->seen().count("\x1b[2;1H"), 1);
+    EXPECT_EQ(board->seen().count("\x1b[3;1H"), 1);
     EXPECT_EQ(board->seen().count("\x1b[2J"), 1);
 }
 
@@ -323,6 +327,17 @@ TEST_F(BoardCliTest, watch_dumbTerminal_appendsBlocks)
         EXPECT_LE(line.size(), 40) << line.toStdString();
     board->type("\x03");
     EXPECT_EQ(board->exitCode(), 130);
+}
+
+TEST_F(BoardCliTest, watch_withALogBesideIt_appendsBlocks)
+{
+    makeCache();
+    const auto board
+        = startAtTerminal({ u"-v"_s, u"status"_s, u"--watch"_s, u"--interval"_s, u"0.1"_s });
+    EXPECT_TRUE(board->waitForSeen(u"two blocks"_s, [](const QByteArray &seen) {
+        return seen.count("Programs: 0\r\n\r\n/") >= 2;
+    }));
+    EXPECT_FALSE(board->seen().contains('\x1b')) << board->seen().toStdString();
 }
 
 TEST_F(BoardCliTest, watch_always_hasNoColors)

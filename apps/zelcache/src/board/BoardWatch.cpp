@@ -53,7 +53,9 @@ int BoardWatch::run(std::chrono::milliseconds interval)
     // The first look comes from the loop too: whatever ends the board ends a running loop.
     QTimer::singleShot(0, &loop, [this] { look(); });
     ticks.start(interval);
-    if (!context.options.json && BoardTerminal::canBeDrawnOn())
+    // The lines of a log would stand in those of the board.
+    const bool isAlone = !context.options.json && context.options.verbosity == 0;
+    if (isAlone && BoardTerminal::canBeDrawnOn())
         terminal = std::make_unique<BoardTerminal>([this] { show(); }, [this] { loop.quit(); });
     loop.exec();
     terminal.reset();
