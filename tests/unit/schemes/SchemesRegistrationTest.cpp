@@ -31,7 +31,8 @@ protected:
 
 TEST_F(SchemesRegistrationTest, register_makesReferencesHandlersAndMetadata)
 {
-    for (const QString &text : { u"file:/a"_s, u"share:/a"_s, u"http://h/a"_s, u"https://h/a"_s, u"dav://h/a"_s, u"davs://h/a"_s })
+    for (const QString &text : { u"file:/a"_s, u"share:/a"_s, u"http://h/a"_s, u"https://h/a"_s,
+                                 u"dav://h/a"_s, u"davs://h/a"_s })
         EXPECT_TRUE(ResourceReference::fromString(text).hasValue()) << text.toStdString();
     for (const Scheme scheme : schemes) {
         EXPECT_TRUE(ResourceHandlerFactory::s_createFuncs.contains(scheme));
