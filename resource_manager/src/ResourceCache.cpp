@@ -6,9 +6,7 @@
 #include "TaskWithSemaphore.h"
 #include "errors/Propagate.h"
 
-#include <QCryptographicHash>
 #include <QDateTime>
-#include <QDir>
 #include <QEventLoop>
 #include <QThread>
 
@@ -26,13 +24,6 @@ constexpr auto pingPeriod = 5000ms;
 QString unopenedKey()
 {
     return SemaphoreRegistry::keep(u"zel::ResourceCache"_s)->key;
-}
-
-QString semaphoreKeyFor(const QString &baseDirectory)
-{
-    const QByteArray bytes = QDir::cleanPath(baseDirectory).toUtf8();
-    const QByteArray digest = QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex();
-    return u"zel::ResourceCache-%1"_s.arg(QString::fromLatin1(digest));
 }
 
 } // namespace
@@ -112,7 +103,7 @@ void ResourceCache::Private::close()
 
 void ResourceCache::Private::updateSemaphoreKey(const ResourceCachePath &path)
 {
-    const QString key = semaphoreKeyFor(path.baseDirPath());
+    const QString key = path.semaphoreKey();
     RegisteredSemaphore *entry = SemaphoreRegistry::keepForDirectory(key, path.baseDirPath());
     semaphore.setKey(key, 1, QSystemSemaphore::Open);
     // The registered object is the one that is taken.

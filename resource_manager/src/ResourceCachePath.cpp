@@ -2,6 +2,7 @@
 
 #include "files/AppDataLocation.h"
 
+#include <QCryptographicHash>
 #include <QDir>
 
 namespace zel {
@@ -28,6 +29,13 @@ PathImpl<PathType::File> ResourceCachePath::databasePath() const
 QString ResourceCachePath::defaultBaseDirectoryPath()
 {
     return QDir::cleanPath(getAppDataLocationFile(u"../ResourceCache/"_s, true, {}));
+}
+
+QString ResourceCachePath::semaphoreKey() const
+{
+    const QByteArray bytes = QDir::cleanPath(baseDir).toUtf8();
+    const QByteArray digest = QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex();
+    return u"zel::ResourceCache-%1"_s.arg(QString::fromLatin1(digest));
 }
 
 PathImpl<PathType::Dir> ResourceCachePath::baseDirPath() const

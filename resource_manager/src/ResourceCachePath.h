@@ -26,6 +26,9 @@ public:
     /// have the same organisation.
     static QString defaultBaseDirectoryPath();
 
+    /// The name of the system semaphore that all operations on this cache take.
+    QString semaphoreKey() const;
+
     PathImpl<PathType::Dir> baseDirPath() const;
     void setBaseDirPath(const PathImpl<PathType::Dir> &path);
 

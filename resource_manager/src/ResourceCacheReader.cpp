@@ -345,6 +345,26 @@ Error readInto(Activity &activity, const ReadingConnection &connection, const Co
     return error;
 }
 
+Error readInto(ResourceCacheReader::Condition &condition, const ReadingConnection &connection,
+               const Columns &)
+{
+    Error error;
+    ZEL_TRY(error,
+            connection.forEachRow(u"PRAGMA journal_mode"_s, [&condition](const QSqlQuery &row) {
+                condition.journalMode = row.value(0).toString();
+            }));
+    const auto check = u"PRAGMA quick_check(10)"_s; // so many lines at most
+    ZEL_TRY(error, connection.forEachRow(check, [&condition](const QSqlQuery &row) {
+        if (const QString text = row.value(0).toString(); text != u"ok")
+            condition.damages.append(text);
+    }));
+    const auto count = u"SELECT COUNT(*) FROM CacheMetadata"_s;
+    ZEL_TRY(error, connection.forEachRow(count, [&condition](const QSqlQuery &row) {
+        condition.metadataRows = row.value(0).toLongLong();
+    }));
+    return error;
+}
+
 /// What there is to read of a cache whose tables are there.
 template<typename Value>
 using Read = std::function<Error(Value &, const ReadingConnection &, const Columns &)>;
@@ -437,6 +457,11 @@ Result<Snapshot> ResourceCacheReader::readRowsOf(const QStringList &references) 
 Result<Activity> ResourceCacheReader::readActivity() const
 {
     return ZEL_PASS(readFile<Activity>(databasePath));
+}
+
+Result<ResourceCacheReader::Condition> ResourceCacheReader::readCondition() const
+{
+    return ZEL_PASS(readFile<Condition>(databasePath));
 }
 
 } // namespace zel

@@ -84,6 +84,15 @@ public:
         qint64 lastScanTimestamp = 0; ///< seconds since the epoch; 0 before the first scan
     };
 
+    /// The state of the file itself.
+    struct Condition
+    {
+        qint64 metadataRows = 0; ///< 1 in good order
+        QString journalMode; ///< "wal" in good order
+        /// What SQLite finds wrong with its pages, a few lines at most; empty in good order.
+        QStringList damages;
+    };
+
     /// Touches nothing yet. ResourceCachePath::databasePath() gives a cache's file.
     explicit ResourceCacheReader(const QString &databasePath);
 
@@ -103,6 +112,10 @@ public:
     /// those that are being acquired are told, the others are counted where they lie. Memory does
     /// not grow with the cache; 100,000 resources are counted in some 20 ms. Fails like read().
     Result<Activity> readActivity() const;
+
+    /// Looks at the whole file, which takes longer the larger it is. Fails like read(). A file
+    /// whose cache was never quite made has no journal mode and no row.
+    Result<Condition> readCondition() const;
 
 private:
     QString databasePath;

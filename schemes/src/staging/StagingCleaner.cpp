@@ -5,30 +5,31 @@
 
 #include <QFileInfo>
 
-#include <algorithm>
-
 namespace zel::StagingCleaner {
 
-namespace {
-
-bool isStale(const QString &folder, const FetchPlan &plan, const QDateTime &now)
+StagingPlace placeAt(const QString &folder)
 {
+    StagingPlace place;
+    place.folder = folder;
     const auto record = StagingRecord::read(StagingFolder::recordPath(folder));
-    const QDateTime lastUse
-        = record.hasValue() ? record.value().updated : QFileInfo(folder).lastModified();
-    const auto keptForMs = std::chrono::milliseconds(keptFor).count();
-    return !lastUse.isValid() || lastUse.msecsTo(now) > keptForMs
-        || (record.hasValue() && plan.isReady(record.value().referenceKey));
+    if (record.hasValue())
+        place.record = record.value();
+    place.lastUse = place.record ? place.record->updated : QFileInfo(folder).lastModified();
+    return place;
 }
 
-} // namespace
+bool isTooOld(const QDateTime &lastUse, const QDateTime &now)
+{
+    const auto keptForMs = std::chrono::milliseconds(keptFor).count();
+    return !lastUse.isValid() || lastUse.msecsTo(now) > keptForMs;
+}
 
 void removeStale(const FetchPlan &plan, const QDateTime &now)
 {
     StagingFolder::removeRemains(plan.stagingDirectory);
     const QStringList folders = StagingFolder::all(plan.stagingDirectory);
     for (const QString &folder : folders) {
-        if (isStale(folder, plan, now))
+        if (placeAt(folder).isStale(plan.isReady, now))
             StagingFolder::removeIfUnused(folder);
     }
 }

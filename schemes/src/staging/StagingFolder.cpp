@@ -44,6 +44,11 @@ QStringList all(const QString &stagingDirectory)
     return folders(stagingDirectory, false);
 }
 
+QStringList remains(const QString &stagingDirectory)
+{
+    return folders(stagingDirectory, true);
+}
+
 QString prefixFor(const QString &referenceKey)
 {
     return CacheFileName::folderFor(referenceKey) + u'-';
@@ -98,8 +103,7 @@ Error remove(const QString &folder)
 
 void removeRemains(const QString &stagingDirectory)
 {
-    const QStringList remains = folders(stagingDirectory, true);
-    for (const QString &folder : remains)
+    for (const QString &folder : remains(stagingDirectory))
         ZEL_DROP(TreeRemoval::remove(folder)); // the next fetch tries again
 }
 

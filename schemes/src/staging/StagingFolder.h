@@ -21,6 +21,8 @@ namespace zel::StagingFolder {
 QString stagingDirectoryFor(const QString &cacheDataDirectory);
 /// Absolute paths of all places, without those that are on their way out.
 QStringList all(const QString &stagingDirectory);
+/// Absolute paths of those that are: an interrupted removal has left them.
+QStringList remains(const QString &stagingDirectory);
 /// "<key>-", with which the names of all places of a resource start.
 QString prefixFor(const QString &referenceKey);
 /// "<key>-<state>-", followed by a number.

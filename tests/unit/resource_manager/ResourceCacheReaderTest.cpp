@@ -1,6 +1,7 @@
 #include "ResourceCacheReader.h"
 
 #include "AsAnybody.h"
+#include "CacheDatabase.h"
 #include "ResourceCacheDaoFixture.h"
 
 #include <QElapsedTimer>
@@ -473,6 +474,35 @@ TEST_F(ResourceCacheReaderTest, readRowsOf_noCache_failsLikeRead)
 }
 
 // ---- Many
+
+TEST_F(ResourceCacheReaderTest, readCondition_goodOrder_isOneRowAndNoDamage)
+{
+    openDao();
+    const auto condition = ResourceCacheReader(path()).readCondition();
+    ASSERT_TRUE(succeeded(condition));
+    EXPECT_EQ(condition.value().metadataRows, 1);
+    EXPECT_EQ(condition.value().journalMode, u"wal"_s);
+    EXPECT_TRUE(condition.value().damages.isEmpty());
+}
+
+TEST_F(ResourceCacheReaderTest, readCondition_damages_areTold)
+{
+    openDao();
+    insert(u"test:a"_s, ResourceStatus::Ready);
+    dao.close();
+    {
+        CacheDatabase database(path());
+        database.run(u"INSERT INTO CacheMetadata (currentSize) VALUES (0)"_s);
+        // The index has lost its entries.
+        database.run(u"PRAGMA writable_schema = ON"_s);
+        database.run(u"UPDATE sqlite_master SET rootpage = (SELECT rootpage FROM sqlite_master "
+                     "WHERE name = 'Clients') WHERE name = 'idx_CachedResources_reference'"_s);
+    }
+    const auto condition = ResourceCacheReader(path()).readCondition();
+    ASSERT_TRUE(succeeded(condition));
+    EXPECT_EQ(condition.value().metadataRows, 2);
+    EXPECT_FALSE(condition.value().damages.isEmpty());
+}
 
 TEST_F(ResourceCacheReaderTest, read_hundredThousandRows_givesAllOfThem)
 {

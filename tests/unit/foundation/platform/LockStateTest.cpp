@@ -1,0 +1,99 @@
+#include "platform/DirectoryLock.h"
+#include "platform/DirectoryLockState.h"
+#include "platform/ProcessFacts.h"
+#include "platform/SystemSemaphoreState.h"
+
+#include "TemporaryCache.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QDir>
+#include <QSystemSemaphore>
+#include <QTemporaryDir>
+
+#include <future>
+
+#include <unistd.h>
+
+using namespace zel;
+using namespace zel::test;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+class SystemSemaphoreStateTest : public testing::Test
+{
+protected:
+    ~SystemSemaphoreStateTest() override { removeSystemSemaphore(key); }
+
+    const QString key = u"zel::LockStateTest-%1"_s.arg(QCoreApplication::applicationPid());
+};
+
+} // namespace
+
+TEST_F(SystemSemaphoreStateTest, of_semaphoreThatWasNeverMade_isAbsentAndMakesNone)
+{
+    const auto state = SystemSemaphoreState::of(key);
+    EXPECT_EQ(state.access, SystemSemaphoreState::Access::Absent);
+    EXPECT_FALSE(QFile::exists(state.keyFile));
+    EXPECT_TRUE(state.keyFile.startsWith(QDir::tempPath()));
+}
+
+TEST_F(SystemSemaphoreStateTest, of_semaphoreThatIsTakenAndGivenBack_followsIt)
+{
+    QSystemSemaphore semaphore(key, 1, QSystemSemaphore::Create);
+    auto state = SystemSemaphoreState::of(key);
+    EXPECT_EQ(state.access, SystemSemaphoreState::Access::Seen);
+    EXPECT_EQ(state.value, 1);
+    EXPECT_TRUE(QFile::exists(state.keyFile));
+    EXPECT_EQ(state.owner, QFileInfo(state.keyFile).owner());
+
+    ASSERT_TRUE(semaphore.acquire());
+    state = SystemSemaphoreState::of(key);
+    EXPECT_EQ(state.value, 0);
+    EXPECT_EQ(state.lastProcess, qint64(::getpid()));
+    EXPECT_EQ(state.waiting, 0);
+
+    auto waiter = std::async(std::launch::async, [this] {
+        QSystemSemaphore own(key, 1, QSystemSemaphore::Open);
+        return own.acquire() && own.release();
+    });
+    while (SystemSemaphoreState::of(key).waiting != 1)
+        ASSERT_EQ(SystemSemaphoreState::of(key).value, 0);
+    ASSERT_TRUE(semaphore.release());
+    EXPECT_TRUE(waiter.get());
+    EXPECT_EQ(SystemSemaphoreState::of(key).value, 1);
+}
+
+TEST(DirectoryLockStateTest, of_lockThatIsHeldAndFree_followsItAndNamesTheHolder)
+{
+    const QTemporaryDir directory;
+    EXPECT_FALSE(DirectoryLockState::of(directory.path()).isHeld);
+    {
+        const DirectoryLock lock(QFile::encodeName(directory.path()));
+        const auto state = DirectoryLockState::of(directory.path());
+        EXPECT_TRUE(state.isHeld);
+        EXPECT_EQ(state.holder, qint64(::getpid()));
+    }
+    EXPECT_FALSE(DirectoryLockState::of(directory.path()).isHeld);
+    EXPECT_FALSE(DirectoryLockState::of(directory.filePath(u"none"_s)).isHeld);
+}
+
+TEST(ProcessFactsTest, of_thisProcess_isWhatItKnowsOfItself)
+{
+    const ProcessFacts facts = ProcessFacts::of(::getpid());
+    EXPECT_TRUE(facts.exists);
+    ASSERT_TRUE(facts.started);
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    EXPECT_LE(*facts.started, now + 2000);
+    EXPECT_GT(*facts.started, now - 3'600'000);
+    EXPECT_EQ(facts.temporaryFolder, QDir::tempPath());
+    EXPECT_TRUE(QCoreApplication::applicationFilePath().contains(facts.program));
+}
+
+TEST(ProcessFactsTest, of_processThatIsNotThere_doesNotExist)
+{
+    EXPECT_FALSE(ProcessFacts::of(2'147'483'000).exists);
+    EXPECT_FALSE(ProcessFacts::of(0).exists);
+    EXPECT_FALSE(ProcessFacts::of(-1).exists);
+}
