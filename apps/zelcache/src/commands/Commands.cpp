@@ -20,6 +20,7 @@ namespace zel::cli {
     MAKE(Who)                                                                                      \
     MAKE(Why)                                                                                      \
     MAKE(Status)                                                                                   \
+    MAKE(Doctor)                                                                                   \
     MAKE(Config)                                                                                   \
     MAKE(Formats)                                                                                  \
     MAKE(Recount)

@@ -1,0 +1,172 @@
+#include "Command.h"
+#include "CommandOptions.h"
+#include "Library.h"
+#include "ResourceManager.h"
+#include "doctor/DoctorReport.h"
+#include "errors/Propagate.h"
+
+#include "ResourceCache.h"
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr auto helpDetails
+    = R"(Examines a cache: its database, its data and its lock. Tells what is wrong, each
+with an id, and what helps. Without --repair it waits for nobody and changes
+nothing. --repair shows its plan first and then lets the library do it; what a row
+or a process claims is never removed.
+
+The exit code is 0 if nothing is wrong, 1 if everything was repaired, 4 if something
+is left, 8 if there is no cache.
+
+Examples:
+  zelcache doctor
+  zelcache doctor --repair --dry-run
+  zelcache doctor --json | jq -r '.findings[] | .id + " " + .subject')";
+
+struct Request
+{
+    bool repair = false;
+    bool dryRun = false;
+    std::chrono::seconds minimumAge { 3600 };
+};
+
+class DoctorCommand : public Command
+{
+public:
+    DoctorCommand()
+        : Command("doctor", "Find and repair damages of the cache", helpDetails)
+    {
+    }
+
+    void addOptions(CLI::App &app) override
+    {
+        options::addSwitch(app, "--repair", "Repair what can be repaired", request.repair);
+        options::addDryRun(app, request.dryRun);
+        options::addValue(app, "--min-age", "SECONDS",
+                          "Leave data alone that changed within this time (3600)", ageText);
+    }
+
+    std::optional<QString> check() override
+    {
+        if (!ageText)
+            return {};
+        bool isNumber = false;
+        const int seconds = ageText->toInt(&isNumber);
+        if (!isNumber || seconds < 0)
+            return u"--min-age: \"%1\" is not a number of seconds"_s.arg(*ageText);
+        request.minimumAge = std::chrono::seconds(seconds);
+        return {};
+    }
+
+    ExitCode run(const Context &context) override;
+
+private:
+    std::optional<QString> ageText;
+    Request request;
+};
+
+/// What there is to be found, without what only seems so because somebody changed it meanwhile.
+Result<Findings> lookedAt(const ResourceManagerSettings &settings, const Request &request)
+{
+    ZEL_TRY_LET(const Examination examination, examine(settings, request.minimumAge));
+    Findings findings = findingsOf(examination);
+    if (findings.isEmpty() || examination.databaseFailure.hasError())
+        return findings;
+    ZEL_TRY_LET(const auto after, readCache(settings));
+    keepUnchanged(findings, examination.snapshot, after);
+    return findings;
+}
+
+void write(const Context &context, const QStringList &lines)
+{
+    if (context.options.json)
+        return;
+    for (const QString &line : lines)
+        context.output.answer(line);
+}
+
+std::optional<ExitCode> openedAgain(const Context &context)
+{
+    const ResourceManagerSettings settings = settingsOf(context.options);
+    const Error failure = ResourceManager::cache()->open(settings.cachePath, settings.sizes);
+    return failure.hasError()
+        ? std::optional(context.fail(ExitCode::CacheUnavailable, failure.errorMessage()))
+        : std::nullopt;
+}
+
+/// One repair may bring to light what another one mends: so often it is looked again.
+constexpr int mostRounds = 3;
+
+/// Does the plan, looks again, and goes on while there is something new to do. The code to end with
+/// if the cache cannot be opened or read.
+std::optional<ExitCode> repair(const Context &context, const Request &request, DoctorReport &report)
+{
+    const ResourceManagerSettings settings = settingsOf(context.options);
+    report.repairs.emplace();
+    RepairPlan plan = report.plan;
+    for (int round = 0; round < mostRounds && !plan.isEmpty(); ++round) {
+        if (const auto code = round == 0 ? openExistingCache(context) : openedAgain(context))
+            return code;
+        const auto outcomes
+            = Repair(ResourceManager::cache(), settings, request.minimumAge).run(plan);
+        // Not to be found by the next look itself.
+        ResourceManager::cache()->close();
+        for (const RepairOutcome &outcome : outcomes) {
+            if (outcome.failure.hasError())
+                context.output.error(outcome.failure.errorMessage());
+        }
+        report.repairs->append(outcomes);
+
+        const auto left = lookedAt(settings, request);
+        if (!left.hasValue())
+            return context.fail(ExitCode::CacheUnavailable, left.error().errorMessage());
+        report.left = left.value();
+        plan = planOf(report.left);
+        plan.removeIf([&report](const RepairStep &step) { return report.hasTried(step); });
+        write(context, planLines(plan));
+    }
+    return {};
+}
+
+ExitCode DoctorCommand::run(const Context &context)
+{
+    const auto findings = lookedAt(settingsOf(context.options), request);
+    if (!findings.hasValue())
+        return context.fail(ExitCode::CacheUnavailable, findings.error().errorMessage());
+    DoctorReport report;
+    report.findings = findings.value();
+    report.plan = planOf(report.findings);
+    report.isDryRun = request.dryRun;
+    write(context, findingLines(report.findings));
+    if (request.repair || request.dryRun)
+        write(context, planLines(report.plan));
+
+    if (request.repair && !request.dryRun && !report.plan.isEmpty()) {
+        if (const auto code = repair(context, request, report))
+            return *code;
+        if (!report.left.isEmpty())
+            write(context, QStringList { u"Left:"_s } + findingLines(report.left));
+    }
+    if (context.options.json) {
+        QJsonObject answer = context.emptyAnswer();
+        const QJsonObject members = doctorJson(report);
+        for (auto member = members.begin(); member != members.end(); ++member)
+            answer.insert(member.key(), member.value());
+        context.output.answer(answer);
+    }
+    write(context, { verdictText(report) });
+    return exitCodeOf(report);
+}
+
+} // namespace
+
+std::unique_ptr<Command> makeDoctorCommand()
+{
+    return std::make_unique<DoctorCommand>();
+}
+
+} // namespace zel::cli

@@ -1,0 +1,88 @@
+#include "doctor/Checks.h"
+
+#include "Format.h"
+#include "ResourceUsers.h"
+
+#include <algorithm>
+
+namespace zel::cli::checks {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+using Reader = ResourceCacheReader;
+
+/// When a process was started is known to a second.
+constexpr qint64 startTolerance = 2000;
+
+std::optional<FindingKind> kindOf(const Reader::Client &client, const ProcessFacts &process,
+                                  qint64 now)
+{
+    const bool isSilent = !cli::isAlive(client, now);
+    if (process.exists && process.started && *process.started > client.lastPing + startTolerance)
+        return FindingKind::ClientReused;
+    if (!isSilent)
+        return {};
+    return process.exists ? FindingKind::ClientSilent : FindingKind::ClientDead;
+}
+
+QString explanationOf(FindingKind kind, const Reader::Client &client, const QString &program,
+                      qint64 now)
+{
+    const QString silence
+        = durationText(std::chrono::seconds(std::max(now - client.lastPing, qint64(0)) / 1000));
+    switch (kind) {
+    case FindingKind::ClientReused:
+        return u"Its number now belongs to another process (%1), which cannot open the cache. The "
+               "client is gone and was last heard of %2 ago."_s.arg(program, silence);
+    case FindingKind::ClientSilent:
+        return u"It lives, but was last heard of %1 ago; the others take it for dead."_s.arg(
+            silence);
+    default:
+        return u"The process is gone and was last heard of %1 ago; what it used and fetched is "
+               u"still "
+               "entered."_s.arg(silence);
+    }
+}
+
+void checkClient(const Examination &all, const Reader::Client &client, Findings &findings)
+{
+    const ProcessFacts process = all.processes.value(client.processId);
+    const auto kind = kindOf(client, process, all.now);
+    if (!kind)
+        return;
+    Finding finding { *kind,
+                      u"process %1"_s.arg(client.processId),
+                      explanationOf(*kind, client, process.program, all.now),
+                      {} };
+    // Opening takes out those alone that have been silent for long enough.
+    if (*kind != FindingKind::ClientSilent && !cli::isAlive(client, all.now))
+        finding.repair = RepairStep { RepairStep::Kind::OpenCache, {}, {} };
+    findings.append(finding);
+}
+
+template<typename Rows>
+qsizetype countOfGone(const Rows &rows)
+{
+    return std::count_if(rows.begin(), rows.end(), [](const auto &row) { return !row.processId; });
+}
+
+} // namespace
+
+void clients(const Examination &all, Findings &findings)
+{
+    for (const Reader::Client &client : all.snapshot.clients)
+        checkClient(all, client, findings);
+    const qsizetype usages = countOfGone(all.snapshot.usages);
+    const qsizetype tasks = countOfGone(all.snapshot.acquiringTasks);
+    if (usages + tasks == 0)
+        return;
+    findings.append(
+        { FindingKind::StrayRows,
+          {},
+          u"%1 usages and %2 fetches belong to clients that are gone."_s.arg(usages).arg(tasks),
+          RepairStep { RepairStep::Kind::OpenCache, {}, {} } });
+}
+
+} // namespace zel::cli::checks

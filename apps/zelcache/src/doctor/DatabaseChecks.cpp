@@ -1,0 +1,72 @@
+#include "doctor/Checks.h"
+
+#include "Format.h"
+
+namespace zel::cli::checks {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+void checkSum(const Examination &all, Findings &findings)
+{
+    qint64 sum = 0;
+    for (const ResourceCacheReader::Resource &resource : all.snapshot.resources)
+        sum += resource.size;
+    if (all.condition.metadataRows == 0 || sum == all.snapshot.currentSize)
+        return;
+    findings.append(
+        { FindingKind::SumDiffers,
+          {},
+          u"The cache counts %1 bytes, its resources have %2 in all. It removes too much "
+          "or too little."_s.arg(all.snapshot.currentSize)
+              .arg(sum),
+          {} });
+}
+
+void checkMetadataRows(const Examination &all, Findings &findings)
+{
+    const qint64 rows = all.condition.metadataRows;
+    // A file that was never quite made has no rows of anything.
+    const bool isNew = rows == 0 && all.snapshot.resources.isEmpty();
+    if (rows == 1 || isNew)
+        return;
+    findings.append({ FindingKind::MetadataRows,
+                      {},
+                      u"CacheMetadata has %1 rows instead of one."_s.arg(rows),
+                      {} });
+}
+
+} // namespace
+
+void database(const Examination &all, Findings &findings)
+{
+    const QString file = all.settings.cachePath.databasePath();
+    if (all.databaseFailure.hasError()) {
+        findings.append(
+            { FindingKind::DatabaseUnreadable, file, all.databaseFailure.errorMessage(), {} });
+        return;
+    }
+    for (const QString &damage : all.condition.damages)
+        findings.append({ FindingKind::DatabaseDamaged, file, damage, {} });
+    checkMetadataRows(all, findings);
+    checkSum(all, findings);
+    if (all.condition.journalMode != u"wal" && all.condition.metadataRows > 0) {
+        findings.append(
+            { FindingKind::JournalMode, file,
+              u"Its journal mode is \"%1\" instead of \"wal\"; each write waits for the "
+              "disk."_s.arg(all.condition.journalMode),
+              RepairStep { RepairStep::Kind::OpenCache, {}, {} } });
+    }
+    constexpr qint64 clockTolerance = 60; // seconds
+    if (all.snapshot.lastScanTimestamp > all.now / 1000 + clockTolerance) {
+        findings.append(
+            { FindingKind::ScanInFuture,
+              {},
+              u"The sizes were last counted in the future, at %1; until then they are not "
+              "counted again."_s.arg(timeText(all.snapshot.lastScanTimestamp * 1000)),
+              RepairStep { RepairStep::Kind::CountAll, {}, {} } });
+    }
+}
+
+} // namespace zel::cli::checks

@@ -1,0 +1,172 @@
+#include "doctor/DoctorReport.h"
+
+#include "Json.h"
+
+#include <QJsonArray>
+#include <QMap>
+
+#include <algorithm>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// So many of a kind are shown; a volume that is gone has as many as there are resources.
+constexpr qsizetype shownOfAKind = 20;
+constexpr qsizetype shownSteps = 50;
+
+qsizetype damagesIn(const Findings &findings)
+{
+    return std::count_if(findings.begin(), findings.end(),
+                         [](const Finding &finding) { return finding.isDamage(); });
+}
+
+QString stepName(RepairStep::Kind kind)
+{
+    using Kind = RepairStep::Kind;
+    switch (kind) {
+    case Kind::OpenCache:
+        return u"open-cache"_s;
+    case Kind::EndFetch:
+        return u"end-fetch"_s;
+    case Kind::ForgetData:
+        return u"forget-data"_s;
+    case Kind::ClearMissing:
+        return u"clear-missing"_s;
+    case Kind::CountSize:
+        return u"count-size"_s;
+    case Kind::CountAll:
+        return u"count-all"_s;
+    case Kind::CleanStaging:
+        return u"clean-staging"_s;
+    case Kind::RemoveData:
+        break;
+    }
+    return u"remove-data"_s;
+}
+
+QJsonValue orNull(const QString &text)
+{
+    return text.isEmpty() ? QJsonValue() : QJsonValue(text);
+}
+
+QJsonObject stepJson(const RepairStep &step)
+{
+    return { { u"operation"_s, stepName(step.kind) },
+             { u"reference"_s, orNull(step.reference) },
+             { u"path"_s, orNull(step.path) },
+             { u"text"_s, stepText(step) } };
+}
+
+QJsonArray findingsJson(const Findings &findings)
+{
+    QJsonArray array;
+    for (const Finding &finding : findings) {
+        const FindingDescription &description = descriptionOf(finding.kind);
+        array.append(QJsonObject { { u"id"_s, description.id },
+                                   { u"severity"_s, severityText(description.severity) },
+                                   { u"subject"_s, orNull(finding.subject) },
+                                   { u"explanation"_s, finding.explanation },
+                                   { u"remedy"_s, description.remedy },
+                                   { u"repairable"_s, finding.repair.has_value() } });
+    }
+    return array;
+}
+
+QJsonArray planJson(const RepairPlan &plan)
+{
+    QJsonArray array;
+    for (const RepairStep &step : plan)
+        array.append(stepJson(step));
+    return array;
+}
+
+QJsonArray repairsJson(const QList<RepairOutcome> &outcomes)
+{
+    QJsonArray array;
+    for (const RepairOutcome &outcome : outcomes) {
+        QJsonObject object = stepJson(outcome.step);
+        if (outcome.failure.hasError())
+            object.insert(u"error"_s, json::error(outcome.failure));
+        array.append(object);
+    }
+    return array;
+}
+
+} // namespace
+
+bool DoctorReport::hasTried(const RepairStep &step) const
+{
+    return repairs
+        && std::any_of(repairs->begin(), repairs->end(),
+                       [&step](const RepairOutcome &outcome) { return outcome.step == step; });
+}
+
+ExitCode exitCodeOf(const DoctorReport &report)
+{
+    if (damagesIn(report.findings) == 0)
+        return DoctorExit::clean;
+    return report.repairs && damagesIn(report.left) == 0 ? DoctorExit::repaired : DoctorExit::left;
+}
+
+QStringList findingLines(const Findings &findings)
+{
+    QStringList lines;
+    QMap<FindingKind, qsizetype> counts;
+    for (const Finding &finding : findings) {
+        if (++counts[finding.kind] > shownOfAKind)
+            continue;
+        const FindingDescription &description = descriptionOf(finding.kind);
+        lines.append(
+            u"%1: %2%3"_s.arg(severityText(description.severity), description.id,
+                              finding.subject.isEmpty() ? QString() : u": "_s + finding.subject));
+        lines.append(u"  "_s + finding.explanation);
+        lines.append(u"  "_s + description.remedy);
+    }
+    for (auto kind = counts.cbegin(); kind != counts.cend(); ++kind) {
+        if (*kind > shownOfAKind)
+            lines.append(
+                u"and %1 more of %2"_s.arg(*kind - shownOfAKind).arg(descriptionOf(kind.key()).id));
+    }
+    return lines;
+}
+
+QStringList planLines(const RepairPlan &plan)
+{
+    if (plan.isEmpty())
+        return {};
+    QStringList lines { u"Plan:"_s };
+    for (const RepairStep &step : plan.first(std::min(plan.size(), shownSteps)))
+        lines.append(u"  "_s + stepText(step));
+    if (plan.size() > shownSteps)
+        lines.append(u"  and %1 more"_s.arg(plan.size() - shownSteps));
+    return lines;
+}
+
+QString verdictText(const DoctorReport &report)
+{
+    const qsizetype damages = damagesIn(report.findings);
+    if (damages == 0)
+        return u"The cache is in good order."_s;
+    if (!report.repairs)
+        return u"%1 damages, %2 repairs."_s.arg(damages).arg(report.plan.size());
+    const qsizetype left = damagesIn(report.left);
+    return left == 0 ? u"%1 damages, all repaired."_s.arg(damages)
+                     : u"%1 damages, %2 left."_s.arg(damages).arg(left);
+}
+
+QJsonObject doctorJson(const DoctorReport &report)
+{
+    QJsonObject object { { u"findings"_s, findingsJson(report.findings) },
+                         { u"plan"_s, planJson(report.plan) },
+                         { u"dryRun"_s, report.isDryRun } };
+    if (report.repairs) {
+        object.insert(u"repairs"_s, repairsJson(*report.repairs));
+        object.insert(u"left"_s, findingsJson(report.left));
+    }
+    return object;
+}
+
+} // namespace zel::cli

@@ -1,0 +1,170 @@
+#include "doctor/Repair.h"
+
+#include "ResourceCache.h"
+#include "ResourceRetrieveHandle.h"
+#include "doctor/UnclaimedData.h"
+#include "errors/Propagate.h"
+#include "platform/TreeRemoval.h"
+
+#include <QFileInfo>
+
+#include <algorithm>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+bool forbidsRepair(const Finding &finding)
+{
+    switch (finding.kind) {
+    case FindingKind::DatabaseUnreadable:
+    case FindingKind::DatabaseDamaged:
+    case FindingKind::LockStuck:
+        return true;
+    default:
+        return false;
+    }
+}
+
+Error failed(const QString &text)
+{
+    return Error(ErrorCode::OperationFailed, text);
+}
+
+} // namespace
+
+RepairPlan planOf(const Findings &findings)
+{
+    if (std::any_of(findings.begin(), findings.end(), forbidsRepair))
+        return {};
+    RepairPlan plan;
+    for (const Finding &finding : findings) {
+        if (finding.repair)
+            plan.append(*finding.repair);
+    }
+    std::stable_sort(plan.begin(), plan.end(), [](const RepairStep &left, const RepairStep &right) {
+        return left.kind < right.kind;
+    });
+    // Equal ones stand together: those without a subject of their own.
+    plan.erase(std::unique(plan.begin(), plan.end()), plan.end());
+    return plan;
+}
+
+QString stepText(const RepairStep &step)
+{
+    using Kind = RepairStep::Kind;
+    switch (step.kind) {
+    case Kind::OpenCache:
+        return u"Open the cache, which takes out the dead and what they left."_s;
+    case Kind::EndFetch:
+        return u"Set \"%1\" to Missing: nobody fetches it."_s.arg(step.reference);
+    case Kind::ForgetData:
+        return u"Set \"%1\" to Missing: its data is gone."_s.arg(step.reference);
+    case Kind::ClearMissing:
+        return u"Remove \"%1\": its resource is Missing."_s.arg(step.path);
+    case Kind::CountSize:
+        return u"Count the size of \"%1\" anew."_s.arg(step.reference);
+    case Kind::CountAll:
+        return u"Count all sizes anew."_s;
+    case Kind::CleanStaging:
+        return u"Remove what fetches have left and nobody will go on with."_s;
+    case Kind::RemoveData:
+        break;
+    }
+    return u"Remove \"%1\": nobody claims it."_s.arg(step.path);
+}
+
+Repair::Repair(ResourceCache *cache, const ResourceManagerSettings &settings,
+               std::chrono::milliseconds minimumAge)
+    : cache(cache)
+    , settings(settings)
+    , minimumAge(minimumAge)
+{
+}
+
+QList<RepairOutcome> Repair::run(const RepairPlan &plan)
+{
+    QList<RepairOutcome> outcomes;
+    QStringList unclaimed;
+    for (const RepairStep &step : plan) {
+        outcomes.append({ step, run(step) });
+        if (step.kind == RepairStep::Kind::RemoveData)
+            unclaimed.append(step.path);
+    }
+    if (unclaimed.isEmpty())
+        return outcomes;
+    // They are the last ones of the plan.
+    const QList<Error> removals = removeUnclaimed(unclaimed, settings, minimumAge);
+    const qsizetype first = outcomes.size() - unclaimed.size();
+    for (qsizetype i = 0; i < removals.size(); ++i)
+        outcomes[first + i].failure = removals.at(i);
+    return outcomes;
+}
+
+Error Repair::run(const RepairStep &step)
+{
+    using Kind = RepairStep::Kind;
+    switch (step.kind) {
+    case Kind::OpenCache:
+        break;
+    case Kind::EndFetch:
+        return ZEL_PASS(endFetch(step));
+    case Kind::ForgetData:
+        return ZEL_PASS(forgetData(step));
+    case Kind::ClearMissing:
+        return ZEL_PASS(clearMissing(step));
+    case Kind::CountSize:
+        return ZEL_PASS(cache->updateFileSize(step.reference));
+    case Kind::CountAll:
+        return ZEL_PASS(cache->updateFileSizes());
+    case Kind::CleanStaging:
+        cleanStaging();
+        break;
+    case Kind::RemoveData: // all at once, by run()
+        break;
+    }
+    return {};
+}
+
+/// By taking part: whoever fetches by now is left alone, and nobody starts meanwhile.
+Error Repair::endFetch(const RepairStep &step)
+{
+    ZEL_TRY_LET(const ResourceStatus status, cache->readStatus(step.reference));
+    if (status != ResourceStatus::Acquiring && status != ResourceStatus::ScheduledForAcquire)
+        return {};
+    ResourceRetrieveHandle fetch(step.reference, step.path, cache, QVersionNumber());
+    ZEL_TRY_LET(const bool isFetcher, fetch.tryStartRetrieve());
+    if (!isFetcher)
+        return {};
+    return ZEL_PASS(fetch.finalizeRetrieve(Error(ErrorCode::Canceled, u"nobody fetches it"_s)));
+}
+
+/// The library's own clean-up before a fetch, which makes a Ready resource without data Missing.
+Error Repair::forgetData(const RepairStep &step)
+{
+    if (QFileInfo::exists(step.path))
+        return failed(u"\"%1\" is there again."_s.arg(step.path));
+    ZEL_TRY_LET([[maybe_unused]] const auto leftovers,
+                cache->moveLeftoversAside(step.reference, step.path));
+    return {};
+}
+
+Error Repair::clearMissing(const RepairStep &step)
+{
+    ZEL_TRY_LET(const auto leftovers, cache->moveLeftoversAside(step.reference, step.path));
+    if (leftovers.isPublished || leftovers.movedTo.isEmpty())
+        return {};
+    return ZEL_PASS(TreeRemoval::remove(leftovers.movedTo));
+}
+
+void Repair::cleanStaging()
+{
+    StagingPlace::removeStale(settings.cachePath.cacheDataDir(), [this](const QString &key) {
+        const auto status = cache->readStatus(key);
+        return status.hasValue() && status.value() == ResourceStatus::Ready;
+    });
+}
+
+} // namespace zel::cli

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "doctor/Examination.h"
+#include "doctor/Finding.h"
+
+#include "errors/Error.h"
+
+#include <functional>
+
+namespace zel {
+class ResourceCache;
+}
+
+namespace zel::cli {
+
+using RepairPlan = QList<RepairStep>;
+
+/// Each step once, in the order in which they are done. Empty if the database is damaged or the
+/// lock does not come free: then nothing may be touched.
+RepairPlan planOf(const Findings &findings);
+
+/// What came of a step.
+struct RepairOutcome
+{
+    RepairStep step;
+    Error failure;
+};
+
+/// What a step does, for people.
+QString stepText(const RepairStep &step);
+
+/// Does the steps on an open cache. Every one looks again, under the cache's own rules, whether
+/// there is still something to mend; what others do meanwhile counts. Nothing that a row or a
+/// process claims is removed.
+class Repair
+{
+public:
+    /// Borrows the cache. OpenCache is done by whoever has opened it.
+    Repair(ResourceCache *cache, const ResourceManagerSettings &settings,
+           std::chrono::milliseconds minimumAge);
+
+    /// Waits for the cache's lock where it has to. Gives an outcome for each step.
+    QList<RepairOutcome> run(const RepairPlan &plan);
+
+private:
+    Error run(const RepairStep &step);
+    Error endFetch(const RepairStep &step);
+    Error forgetData(const RepairStep &step);
+    Error clearMissing(const RepairStep &step);
+    void cleanStaging();
+
+    ResourceCache *cache;
+    ResourceManagerSettings settings;
+    std::chrono::milliseconds minimumAge;
+};
+
+} // namespace zel::cli

@@ -1,0 +1,168 @@
+#include "doctor/Checks.h"
+
+#include "files/FileUtilsGeneric.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace zel::cli::checks {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+using Resource = ResourceCacheReader::Resource;
+
+class RowChecks
+{
+public:
+    RowChecks(const Examination &all, Findings &findings);
+
+    void check(const Resource &resource);
+
+private:
+    void add(FindingKind kind, const Resource &resource, const QString &explanation,
+             std::optional<RepairStep::Kind> repair = {});
+    void checkReady(const Resource &resource);
+    void checkMissing(const Resource &resource);
+    void checkPlace(const Resource &resource);
+    void checkSize(const Resource &resource, const QByteArray &path);
+    bool isThere(const Resource &resource) const;
+
+    const Examination &all;
+    Findings &findings;
+    QString resolvedDataDirectory;
+    QHash<QString, QString> ownersOfPaths;
+};
+
+RowChecks::RowChecks(const Examination &all, Findings &findings)
+    : all(all)
+    , findings(findings)
+    , resolvedDataDirectory(
+          QFileInfo(all.settings.cachePath.cacheDataDir().toString()).canonicalFilePath())
+{
+    ownersOfPaths.reserve(all.snapshot.resources.size());
+}
+
+void RowChecks::add(FindingKind kind, const Resource &resource, const QString &explanation,
+                    std::optional<RepairStep::Kind> repair)
+{
+    Finding finding { kind, resource.reference, explanation, {} };
+    if (repair)
+        finding.repair = RepairStep { *repair, resource.reference, resource.path };
+    findings.append(finding);
+}
+
+void RowChecks::check(const Resource &resource)
+{
+    switch (resource.status) {
+    case ResourceStatus::Ready:
+        checkReady(resource);
+        break;
+    case ResourceStatus::Missing:
+        checkMissing(resource);
+        break;
+    case ResourceStatus::ScheduledForAcquire:
+    case ResourceStatus::Acquiring:
+        if (!all.isWanted(resource.reference)) {
+            add(FindingKind::FetchWithoutTask, resource,
+                u"It is said to be fetched, but no living process fetches it."_s,
+                RepairStep::Kind::EndFetch);
+        }
+        break;
+    case ResourceStatus::Invalid:
+        add(FindingKind::StatusUnknown, resource, u"Its status is none that this program knows."_s);
+        break;
+    }
+}
+
+bool RowChecks::isThere(const Resource &resource) const
+{
+    const QByteArray path = all.data.relative(resource.path);
+    return all.data.sizeAt(path) || QFileInfo::exists(resource.path)
+        || QFileInfo(resource.path).isSymLink();
+}
+
+void RowChecks::checkReady(const Resource &resource)
+{
+    if (resource.path.isEmpty()) {
+        add(FindingKind::RowWithoutPath, resource, u"It is Ready, but has no path."_s,
+            RepairStep::Kind::ForgetData);
+        return;
+    }
+    const QByteArray path = all.data.relative(resource.path);
+    if (!path.isEmpty() && (all.data.isHidden(path) || !all.data.exists()))
+        return;
+    checkPlace(resource);
+    if (!isThere(resource)) {
+        add(FindingKind::RowWithoutData, resource,
+            u"It is Ready, but there is nothing at \"%1\"."_s.arg(resource.path),
+            RepairStep::Kind::ForgetData);
+        return;
+    }
+    if (!path.isEmpty())
+        checkSize(resource, path);
+}
+
+void RowChecks::checkPlace(const Resource &resource)
+{
+    const QByteArray path = all.data.relative(resource.path);
+    if (!path.isEmpty() && !path.contains('/')) {
+        add(FindingKind::PathInRoot, resource,
+            u"\"%1\" lies in the data directory itself, without a folder of its own."_s.arg(
+                resource.path));
+    } else if (path.isEmpty()) {
+        const QString resolved = QFileInfo(resource.path).canonicalFilePath();
+        const bool isInside
+            = !resolvedDataDirectory.isEmpty() && resolved.startsWith(resolvedDataDirectory + u'/');
+        const QString text = isInside
+            ? u"\"%1\" lies in the data directory, which other programs spell in another way."_s
+            : u"\"%1\" lies outside of the data directory, where the cache removes nothing."_s;
+        add(isInside ? FindingKind::PathOtherSpelling : FindingKind::PathOutside, resource,
+            text.arg(resource.path));
+    }
+    QString &owner = ownersOfPaths[QDir::cleanPath(resource.path)];
+    if (!owner.isEmpty()) {
+        add(FindingKind::PathShared, resource,
+            u"\"%1\" is also the path of %2."_s.arg(resource.path, owner));
+    }
+    owner = resource.reference;
+}
+
+void RowChecks::checkSize(const Resource &resource, const QByteArray &path)
+{
+    const qint64 size = all.data.sizeAt(path).value_or(0);
+    const qint64 beside = all.data.sizeBeside(path);
+    // The files beside it are counted with the next count of sizes, not with the fetch.
+    if (resource.size == size || resource.size == size + beside)
+        return;
+    // The rules of the count itself, for links and for what has changed since the walk.
+    const qint64 counted = FileUtilsGeneric::contentSize(resource.path);
+    if (resource.size == counted || resource.size == counted + beside)
+        return;
+    add(FindingKind::SizeDiffers, resource,
+        u"The cache counts %1 bytes, on the disk it has %2."_s.arg(resource.size).arg(counted),
+        RepairStep::Kind::CountSize);
+}
+
+void RowChecks::checkMissing(const Resource &resource)
+{
+    const QByteArray path = all.data.relative(resource.path);
+    // What lies elsewhere is none of the cache's.
+    if (!path.contains('/') || !all.data.sizeAt(path) || all.isWanted(resource.reference))
+        return;
+    add(FindingKind::DataOfMissingRow, resource,
+        u"It is Missing, but something lies at \"%1\"."_s.arg(resource.path),
+        RepairStep::Kind::ClearMissing);
+}
+
+} // namespace
+
+void rows(const Examination &all, Findings &findings)
+{
+    RowChecks checks(all, findings);
+    for (const Resource &resource : all.snapshot.resources)
+        checks.check(resource);
+}
+
+} // namespace zel::cli::checks
