@@ -109,10 +109,6 @@
         <source>A checksum is for files, but %1 is a folder.</source>
         <translation>Prüfsummen gelten für Dateien, aber %1 ist ein Ordner.</translation>
     </message>
-    <message>
-        <source>%1 is a folder, which cannot be fetched.</source>
-        <translation>%1 ist ein Ordner und kann nicht abgerufen werden.</translation>
-    </message>
 </context>
 <context>
     <name>zel::DavTree</name>

@@ -263,4 +263,26 @@ TEST(PropfindReader, add_anythingElse_isRefused)
     }
 }
 
+TEST(PropfindReader, add_damagedAnswers_endWithoutHarm)
+{
+    const QByteArray whole = multistatus(
+        response("/a/", "<D:resourcetype><D:collection/></D:resourcetype>")
+        + response("/a/b%20c",
+                   "<D:getcontentlength>12</D:getcontentlength><D:getetag>\"e\"</D:getetag>"));
+    quint32 state = 1;
+    const auto random = [&state](qsizetype below) {
+        state = state * 1664525U + 1013904223U;
+        return qsizetype(state >> 8U) % below;
+    };
+    for (int i = 0; i < 5000; ++i) {
+        QByteArray bytes = whole;
+        for (qsizetype changes = 1 + random(4); changes > 0; --changes)
+            bytes[random(bytes.size())] = "<>&;/\"'=:!?-[]\0\xFF\xC3 aD"[random(23)];
+        PropfindReader reader;
+        const bool isRead = !read(reader, bytes).hasError();
+        for (const DavProperties &properties : reader.resources())
+            ASSERT_FALSE(isRead && properties.href.isEmpty());
+    }
+}
+
 } // namespace zel
