@@ -190,7 +190,7 @@
     </message>
     <message>
         <source>The cache database is not open.</source>
-        <translation>Die Datenbank des Caches ist nicht geöffnet.</translation>
+        <translation>Die Cache-Datenbank ist nicht geöffnet.</translation>
     </message>
     <message>
         <source>Resource status data is missing.</source>
@@ -233,15 +233,15 @@
     <name>zel::ResourceCacheReader</name>
     <message>
         <source>&quot;%1&quot; is not a cache database.</source>
-        <translation>„%1“ ist keine Datenbank eines Caches.</translation>
+        <translation>„%1“ ist keine Cache-Datenbank.</translation>
     </message>
     <message>
         <source>Unable to read the cache database &quot;%1&quot;: %2</source>
-        <translation>Die Datenbank „%1“ des Caches kann nicht gelesen werden: %2</translation>
+        <translation>Die Cache-Datenbank „%1“ kann nicht gelesen werden: %2</translation>
     </message>
     <message>
         <source>There is no cache database &quot;%1&quot;.</source>
-        <translation>Die Datenbank „%1“ eines Caches gibt es nicht.</translation>
+        <translation>Es gibt keine Cache-Datenbank „%1“.</translation>
     </message>
 </context>
 <context>
@@ -317,7 +317,7 @@
     </message>
     <message>
         <source>Failed to create cache directory %1</source>
-        <translation>Das Verzeichnis %1 des Caches konnte nicht angelegt werden</translation>
+        <translation>Das Cache-Verzeichnis %1 konnte nicht angelegt werden</translation>
     </message>
 </context>
 <context>

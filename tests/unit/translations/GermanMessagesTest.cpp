@@ -68,7 +68,7 @@ TEST(GermanMessagesTest, read_missingCache_saysSoInGerman)
     const TemporaryCache cache;
     const QString path = cache.outside(u"nothing.db"_s);
     expectGerman([&path] { return ResourceCacheReader(path).read().error(); },
-                 u"Die Datenbank „%1“ eines Caches gibt es nicht."_s.arg(path));
+                 u"Es gibt keine Cache-Datenbank „%1“."_s.arg(path));
 }
 
 TEST(GermanMessagesTest, fromString_unknownScheme_namesTheKnownOnes)
