@@ -120,7 +120,6 @@ Error ManifestStore::removePath(const QString &path) const
 
 QStringList ManifestStore::paths() const
 {
-    removeRemains();
     QStringList found;
     const QDir directory(folder);
     const QStringList names = directory.entryList({ u'*' + suffix }, QDir::Files, QDir::NoSort);

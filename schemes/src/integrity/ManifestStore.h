@@ -37,15 +37,14 @@ public:
     Error remove(const QString &referenceKey) const;
     Error removePath(const QString &path) const;
 
-    /// The paths of all files of manifests, in no order. What a killed program has left half
-    /// written is removed if it is a day old.
+    /// The paths of all files of manifests, in no order.
     QStringList paths() const;
+    /// Removes what killed programs have left half written, if it is a day old.
+    void removeRemains() const;
     /// As read(), of whatever resource; its key must fit the file's name.
     Result<ContentManifest> readPath(const QString &path) const;
 
 private:
-    void removeRemains() const;
-
     QString folder;
 };
 

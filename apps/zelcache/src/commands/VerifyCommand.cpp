@@ -11,6 +11,7 @@
 #include "verify/VerifyRun.h"
 
 #include <QDateTime>
+#include <QFileInfo>
 #include <QSet>
 
 namespace zel::cli {
@@ -105,9 +106,10 @@ VerifyReport theseOnly(const QStringList &arguments, const Snapshot &snapshot)
     return report;
 }
 
-/// Manifests of what has left the cache. `paths` were listed before the snapshot was taken, so that
-/// none of them belongs to a fetch that has come in since.
-int removeStale(const ManifestStore &store, const QStringList &paths, const Snapshot &snapshot)
+/// Removes manifests of what has left the cache. `paths` were listed before the snapshot was taken,
+/// at that time: what was written since belongs to a fetch that the snapshot may know nothing of.
+int removeStale(const ManifestStore &store, const QStringList &paths, const QDateTime &listed,
+                const Snapshot &snapshot)
 {
     QSet<QString> ofSomething;
     for (const Resource &resource : snapshot.resources) {
@@ -116,7 +118,7 @@ int removeStale(const ManifestStore &store, const QStringList &paths, const Snap
     }
     int removed = 0;
     for (const QString &path : paths) {
-        if (ofSomething.contains(path))
+        if (ofSomething.contains(path) || QFileInfo(path).lastModified() >= listed)
             continue;
         const Error error = ZEL_PASS(store.removePath(path));
         removed += error.hasError() ? 0 : 1; // of no harm where it stays
@@ -195,6 +197,8 @@ ExitCode VerifyCommand::run(const Context &context)
     const ResourceManagerSettings settings = settingsOf(context.options);
     const ManifestStore store = ManifestStore::forCache(settings.cachePath.cacheDataDir());
     VerifyRun verification(context, store, budget);
+    store.removeRemains();
+    const QDateTime listed = QDateTime::currentDateTimeUtc();
     const QStringList manifests = store.paths();
     const auto before = readCache(settings);
     if (!before.hasValue())
@@ -202,7 +206,7 @@ ExitCode VerifyCommand::run(const Context &context)
 
     VerifyReport report
         = references.isEmpty() ? allReady(before.value()) : theseOnly(references, before.value());
-    report.staleManifests = removeStale(store, manifests, before.value());
+    report.staleManifests = removeStale(store, manifests, listed, before.value());
     verification.verify(report);
 
     const auto after = readCache(settings);

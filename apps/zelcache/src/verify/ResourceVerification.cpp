@@ -3,6 +3,7 @@
 #include "DataFormats.h"
 #include "errors/Propagate.h"
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 
@@ -62,10 +63,12 @@ bool isViolation(Verdict verdict)
 }
 
 ResourceVerification::ResourceVerification(const QString &reference, const QString &path,
-                                           const ManifestStore &store)
+                                           const ManifestStore &store,
+                                           std::chrono::milliseconds saveInterval)
     : reference(reference)
     , path(path)
     , store(store)
+    , saveInterval(saveInterval)
 {
 }
 
@@ -149,9 +152,21 @@ void ResourceVerification::read(bool goesOnFromBefore, const ContentVerifier::Go
     if (!needsReading())
         return;
     const ContentManifest before = verifier->manifest();
-    wasRead = verifier->read(goesOnFromBefore, goesOn);
-    if (verifier->manifest() == before)
-        return;
+    QElapsedTimer sinceSaved;
+    sinceSaved.start();
+    wasRead = verifier->read(goesOnFromBefore, [&](qint64 bytes) {
+        if (std::chrono::milliseconds(sinceSaved.elapsed()) >= saveInterval) {
+            ZEL_DROP(store.writeIfSameFetch(verifier->manifest())); // the end tells
+            sinceSaved.start();
+        }
+        return goesOn(bytes);
+    });
+    if (!(verifier->manifest() == before))
+        save();
+}
+
+void ResourceVerification::save()
+{
     const auto stored = store.writeIfSameFetch(verifier->manifest());
     if (!stored.hasValue())
         remarks.append(u"What was found cannot be kept: "_s + stored.error().errorMessage());

@@ -7,6 +7,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <chrono>
 #include <optional>
 
 namespace zel::cli {
@@ -32,7 +33,11 @@ bool isViolation(Verdict verdict);
 class ResourceVerification
 {
 public:
-    ResourceVerification(const QString &reference, const QString &path, const ManifestStore &store);
+    /// So often it is stored how far the reading came, for who ends the program the hard way.
+    static constexpr std::chrono::seconds usualSaveInterval { 15 };
+
+    ResourceVerification(const QString &reference, const QString &path, const ManifestStore &store,
+                         std::chrono::milliseconds saveInterval = usualSaveInterval);
 
     /// Names, sizes and times, and what the format detectors say. Before anything else.
     void compare();
@@ -55,10 +60,12 @@ private:
     bool dataIsGone() const;
     void findManifest();
     void compareFormat();
+    void save();
 
     const QString reference;
     const QString path;
     const ManifestStore store;
+    const std::chrono::milliseconds saveInterval;
     std::optional<ContentVerifier> verifier;
     QStringList remarks;
     bool isGone = false;

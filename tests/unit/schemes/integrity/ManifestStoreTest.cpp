@@ -128,7 +128,7 @@ TEST_F(ManifestStoreTest, remove_twice_isASuccess)
     EXPECT_FALSE(store.remove(sample.referenceKey).hasError());
 }
 
-TEST_F(ManifestStoreTest, paths_remainsOfAKilledProgram_goAfterADay)
+TEST_F(ManifestStoreTest, removeRemains_ofAKilledProgram_goAfterADay)
 {
     const QString old = store.pathFor(sample.referenceKey) + u".1.new"_s;
     const QString young = store.pathFor(sample.referenceKey) + u".2.new"_s;
@@ -140,6 +140,8 @@ TEST_F(ManifestStoreTest, paths_remainsOfAKilledProgram_goAfterADay)
                                  QFileDevice::FileModificationTime));
     file.close();
     EXPECT_TRUE(store.paths().isEmpty());
+    EXPECT_TRUE(QFileInfo::exists(old));
+    store.removeRemains();
     EXPECT_FALSE(QFileInfo::exists(old));
     EXPECT_TRUE(QFileInfo::exists(young));
 }
