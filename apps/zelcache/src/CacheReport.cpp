@@ -46,17 +46,8 @@ QJsonObject resourceJson(const Reader::Resource &resource, int usages)
     return object;
 }
 
-QHash<ResourceStatus, int> countsByStatus(const Reader::Snapshot &snapshot)
+QString resourcesText(const QHash<ResourceStatus, int> &counts)
 {
-    QHash<ResourceStatus, int> counts;
-    for (const Reader::Resource &resource : snapshot.resources)
-        ++counts[resource.status];
-    return counts;
-}
-
-QString resourcesText(const Reader::Snapshot &snapshot)
-{
-    const QHash<ResourceStatus, int> counts = countsByStatus(snapshot);
     const int wanted = counts.value(ResourceStatus::Acquiring)
         + counts.value(ResourceStatus::ScheduledForAcquire);
     return u"%1 ready, %2 being fetched, %3 missing"_s.arg(counts.value(ResourceStatus::Ready))
@@ -76,7 +67,7 @@ QString clientText(const Reader::Client &client, qint64 now)
 QString clientsText(const StatusReport &report)
 {
     QStringList texts;
-    for (const Reader::Client &client : report.snapshot.clients)
+    for (const Reader::Client &client : report.activity.clients)
         texts.append(clientText(client, report.now));
     return texts.isEmpty() ? u"none"_s : texts.join(u", "_s);
 }
@@ -119,7 +110,7 @@ QJsonValue optionalJson(const std::optional<qint64> &number)
 QJsonArray clientsJson(const StatusReport &report)
 {
     QJsonArray clients;
-    for (const Reader::Client &client : report.snapshot.clients)
+    for (const Reader::Client &client : report.activity.clients)
         clients.append(QJsonObject { { u"process"_s, client.processId },
                                      { u"lastPing"_s, client.lastPing },
                                      { u"alive"_s, isAlive(client, report.now) } });
@@ -145,14 +136,13 @@ QJsonObject taskJson(const StatusReport &report, const Reader::AcquiringTask &ta
 QJsonArray tasksJson(const StatusReport &report)
 {
     QJsonArray tasks;
-    for (const Reader::AcquiringTask &task : report.snapshot.acquiringTasks)
+    for (const Reader::AcquiringTask &task : report.activity.acquiringTasks)
         tasks.append(taskJson(report, task));
     return tasks;
 }
 
-QJsonObject countsJson(const Reader::Snapshot &snapshot)
+QJsonObject countsJson(const QHash<ResourceStatus, int> &counts)
 {
-    const QHash<ResourceStatus, int> counts = countsByStatus(snapshot);
     QJsonObject object;
     for (const auto status : { ResourceStatus::Ready, ResourceStatus::Missing,
                                ResourceStatus::ScheduledForAcquire, ResourceStatus::Acquiring })
@@ -162,7 +152,7 @@ QJsonObject countsJson(const Reader::Snapshot &snapshot)
 
 QJsonObject sizesJson(const StatusReport &report)
 {
-    return { { u"current"_s, report.snapshot.currentSize },
+    return { { u"current"_s, report.activity.currentSize },
              { u"optimal"_s, report.limits.optimalSize },
              { u"maximum"_s, report.limits.maximumSize },
              { u"free"_s, optionalJson(report.freeBytes) } };
@@ -211,23 +201,23 @@ QJsonObject resourceJson(const Reader::Snapshot &snapshot, const Reader::Resourc
 
 QStringList statusLines(const StatusReport &report)
 {
-    const Reader::Snapshot &snapshot = report.snapshot;
+    const Reader::Activity &activity = report.activity;
     QStringList lines {
         labeled(u"Cache"_s, report.path.baseDirPath()),
         labeled(u"Size"_s,
-                u"%1 of %2, at most %3"_s.arg(sizeText(snapshot.currentSize),
+                u"%1 of %2, at most %3"_s.arg(sizeText(activity.currentSize),
                                               sizeText(report.limits.optimalSize),
                                               sizeText(report.limits.maximumSize))),
         labeled(u"Free on disk"_s, report.freeBytes ? sizeText(*report.freeBytes) : u"unknown"_s),
-        labeled(u"Resources"_s, resourcesText(snapshot)),
+        labeled(u"Resources"_s, resourcesText(activity.resourceCounts)),
         labeled(u"Programs"_s, clientsText(report)),
         labeled(u"Last count"_s,
-                snapshot.lastScanTimestamp == 0 ? u"never"_s
-                                                : timeText(snapshot.lastScanTimestamp * 1000)),
+                activity.lastScanTimestamp == 0 ? u"never"_s
+                                                : timeText(activity.lastScanTimestamp * 1000)),
     };
-    if (!snapshot.acquiringTasks.isEmpty())
+    if (!activity.acquiringTasks.isEmpty())
         lines.append(u"Fetches:"_s);
-    for (const Reader::AcquiringTask &task : snapshot.acquiringTasks)
+    for (const Reader::AcquiringTask &task : activity.acquiringTasks)
         lines.append(taskLine(report, task));
     return lines;
 }
@@ -238,10 +228,10 @@ QJsonObject statusJson(const StatusReport &report)
              { u"dataDirectory"_s, report.path.cacheDataDir().toString() },
              { u"database"_s, report.path.databasePath().toString() },
              { u"sizes"_s, sizesJson(report) },
-             { u"resources"_s, countsJson(report.snapshot) },
+             { u"resources"_s, countsJson(report.activity.resourceCounts) },
              { u"clients"_s, clientsJson(report) },
              { u"fetches"_s, tasksJson(report) },
-             { u"lastScan"_s, report.snapshot.lastScanTimestamp } };
+             { u"lastScan"_s, report.activity.lastScanTimestamp } };
 }
 
 } // namespace zel::cli

@@ -18,7 +18,7 @@ struct StatusReport
 {
     ResourceCachePath path;
     ResourceCacheSizes limits;
-    ResourceCacheReader::Snapshot snapshot;
+    ResourceCacheReader::Activity activity;
     TransferReports transfers;
     std::optional<qint64> freeBytes; ///< on the volume of the data
     qint64 now = 0; ///< milliseconds since the epoch

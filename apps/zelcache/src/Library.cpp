@@ -2,6 +2,7 @@
 
 #include "CacheDirectoryTag.h"
 #include "ResourceCache.h"
+#include "ResourceLookup.h"
 #include "ResourceManager.h"
 #include "SchemesRegistration.h"
 #include "errors/Propagate.h"
@@ -32,6 +33,23 @@ bool startTracing(const QString &filePath)
 Error openingFailure(const ResourceManagerSettings &settings)
 {
     return ZEL_PASS(ResourceManager::cache()->open(settings.cachePath, settings.sizes));
+}
+
+ResourceCacheReader readerOf(const ResourceManagerSettings &settings)
+{
+    return ResourceCacheReader(settings.cachePath.databasePath());
+}
+
+/// What was read, or the failure with the cache that it is about.
+template<typename Value>
+Result<Value> orWhichCache(const ResourceManagerSettings &settings, Result<Value> outcome)
+{
+    if (outcome.hasValue())
+        return outcome;
+    const QString text = u"The cache in %1 cannot be read: %2"_s;
+    return ZEL_ERROR(
+        outcome.error().errorCode(),
+        text.arg(settings.cachePath.baseDirPath().toString(), outcome.error().errorMessage()));
 }
 
 bool hasUsagesOfTheDead(const ResourceManagerSettings &settings)
@@ -82,8 +100,8 @@ std::optional<ExitCode> openCache(const Context &context)
 std::optional<ExitCode> openExistingCache(const Context &context)
 {
     const ResourceManagerSettings settings = settingsOf(context.options);
-    if (const auto snapshot = readCache(settings); !snapshot.hasValue())
-        return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
+    if (const auto nothing = readCacheFor({}, settings); !nothing.hasValue())
+        return context.fail(ExitCode::CacheUnavailable, nothing.error().errorMessage());
     if (const auto code = openCache(context))
         return code;
     if (!hasUsagesOfTheDead(settings))
@@ -99,14 +117,21 @@ std::optional<ExitCode> openExistingCache(const Context &context)
 
 Result<ResourceCacheReader::Snapshot> readCache(const ResourceManagerSettings &settings)
 {
-    const ResourceCacheReader reader(settings.cachePath.databasePath());
-    auto snapshot = reader.read();
-    if (snapshot.hasValue())
-        return snapshot;
-    const QString text = u"The cache in %1 cannot be read: %2"_s;
-    return ZEL_ERROR(
-        snapshot.error().errorCode(),
-        text.arg(settings.cachePath.baseDirPath().toString(), snapshot.error().errorMessage()));
+    return ZEL_PASS(orWhichCache(settings, readerOf(settings).read()));
+}
+
+Result<ResourceCacheReader::Snapshot> readCacheFor(const QStringList &arguments,
+                                                   const ResourceManagerSettings &settings)
+{
+    QStringList keys;
+    for (const QString &argument : arguments)
+        keys += possibleKeysOf(argument);
+    return ZEL_PASS(orWhichCache(settings, readerOf(settings).readRowsOf(keys)));
+}
+
+Result<ResourceCacheReader::Activity> readActivity(const ResourceManagerSettings &settings)
+{
+    return ZEL_PASS(orWhichCache(settings, readerOf(settings).readActivity()));
 }
 
 std::optional<qint64> freeBytesOf(const ResourceManagerSettings &settings)

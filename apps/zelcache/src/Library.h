@@ -23,6 +23,14 @@ std::optional<ExitCode> openExistingCache(const Context &context);
 /// cannot be read or was never made.
 Result<ResourceCacheReader::Snapshot> readCache(const ResourceManagerSettings &settings);
 
+/// The same without all resources but those that the arguments may mean; see keyOf(). Takes no
+/// longer in a large cache. The schemes must be registered.
+Result<ResourceCacheReader::Snapshot> readCacheFor(const QStringList &arguments,
+                                                   const ResourceManagerSettings &settings);
+
+/// What comes and goes in the cache, in the same way.
+Result<ResourceCacheReader::Activity> readActivity(const ResourceManagerSettings &settings);
+
 /// How much is free on the volume of the cache's data, in bytes, if that can be told.
 std::optional<qint64> freeBytesOf(const ResourceManagerSettings &settings);
 

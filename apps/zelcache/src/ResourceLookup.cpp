@@ -15,6 +15,14 @@ Result<QString> keyOf(const ResourceCacheReader::Snapshot &snapshot, const QStri
     return reference->referenceText(false);
 }
 
+QStringList possibleKeysOf(const QString &argument)
+{
+    QStringList keys { argument };
+    if (const auto reference = ResourceReference::fromString(argument); reference.hasValue())
+        keys.append(reference.value()->referenceText(false));
+    return keys;
+}
+
 std::optional<ResourceCacheReader::Resource> resourceOf(
     const ResourceCacheReader::Snapshot &snapshot, const QString &key)
 {

@@ -11,6 +11,9 @@ namespace zel::cli {
 /// Enters nothing into the cache.
 Result<QString> keyOf(const ResourceCacheReader::Snapshot &snapshot, const QString &argument);
 
+/// Under which keys the cache may have what the user means.
+QStringList possibleKeysOf(const QString &argument);
+
 /// What the cache knows of it; empty without a row.
 std::optional<ResourceCacheReader::Resource> resourceOf(
     const ResourceCacheReader::Snapshot &snapshot, const QString &key);

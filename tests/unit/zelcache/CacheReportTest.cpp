@@ -46,7 +46,12 @@ StatusReport busyReport()
 {
     StatusReport report;
     report.path.setBaseDirPath(u"/c"_s);
-    report.snapshot = busyCache();
+    const ResourceCacheReader::Snapshot cache = busyCache();
+    report.activity.acquiringTasks = cache.acquiringTasks;
+    report.activity.clients = cache.clients;
+    report.activity.resourceCounts
+        = { { ResourceStatus::Ready, 1 }, { ResourceStatus::Acquiring, 1 } };
+    report.activity.currentSize = cache.currentSize;
     report.freeBytes = 2048;
     report.now = 1'700'000'000'000;
     TransferReport transfer;

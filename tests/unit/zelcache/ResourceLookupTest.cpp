@@ -44,6 +44,14 @@ TEST(ResourceLookup, keyOf_keyOfAnUnknownScheme_isFoundOnlyIfTheCacheKnowsIt)
     EXPECT_EQ(none.error().errorCode(), ErrorCode::BadArgument);
 }
 
+TEST(ResourceLookup, possibleKeysOf_argument_areWhatKeyOfFinds)
+{
+    registerResourceSchemes();
+    EXPECT_EQ(possibleKeysOf(u"share:/a/./b"_s),
+              (QStringList { u"share:/a/./b"_s, u"share:/a/b"_s }));
+    EXPECT_EQ(possibleKeysOf(u"lims:a b"_s), QStringList { u"lims:a b"_s });
+}
+
 TEST(ResourceLookup, resourceOf_key_isTheRowOrNothing)
 {
     const auto snapshot = snapshotWith({ u"a"_s, u"b"_s });

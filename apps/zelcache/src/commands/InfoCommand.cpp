@@ -49,11 +49,11 @@ Metadata askSource(const QSharedPointer<ResourceHandler> &handler, int &signalNu
 
 void lookIntoCache(const Options &options, Description &description)
 {
-    const auto snapshot = readCache(settingsOf(options));
+    const QString key = description.handler->reference()->referenceText(false);
+    const auto snapshot = readCacheFor({ key }, settingsOf(options));
     if (!snapshot.hasValue())
         return;
     description.snapshot = snapshot.value();
-    const QString key = description.handler->reference()->referenceText(false);
     description.cached = resourceOf(description.snapshot, key);
 }
 

@@ -27,7 +27,7 @@ using Resource = ResourceCacheReader::Resource;
 
 Result<Resource> resourceAfterwards(const Context &context, const QString &key)
 {
-    ZEL_TRY_LET(const auto snapshot, readCache(settingsOf(context.options)));
+    ZEL_TRY_LET(const auto snapshot, readCacheFor({ key }, settingsOf(context.options)));
     if (const auto resource = resourceOf(snapshot, key))
         return *resource;
     return ZEL_ERROR(ErrorCode::OperationFailed,
@@ -93,7 +93,7 @@ private:
 ExitCode PolicyCommand::run(const Context &context)
 {
     registerResourceSchemes();
-    const auto snapshot = readCache(settingsOf(context.options));
+    const auto snapshot = readCacheFor({ reference }, settingsOf(context.options));
     if (!snapshot.hasValue())
         return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
     const auto key = keyOf(snapshot.value(), reference);

@@ -219,7 +219,7 @@ ExitCode recountEach(const Context &context, const QStringList &references, cons
         report.results.append(signalWatch.received() == 0 ? recounted(argument, sizesBefore)
                                                           : canceled(argument));
     }
-    const auto after = readCache(settingsOf(context.options));
+    const auto after = readCacheFor(references, settingsOf(context.options));
     if (!after.hasValue())
         return context.fail(after.error());
     report.totalBefore = before.currentSize;
@@ -251,7 +251,9 @@ ExitCode RecountCommand::run(const Context &context)
 {
     if (const auto code = openExistingCache(context))
         return *code;
-    const auto before = readCache(settingsOf(context.options));
+    const ResourceManagerSettings settings = settingsOf(context.options);
+    const auto before
+        = references.isEmpty() ? readCache(settings) : readCacheFor(references, settings);
     if (!before.hasValue())
         return context.fail(ExitCode::CacheUnavailable, before.error().errorMessage());
     return references.isEmpty() ? recountAll(context, before.value())

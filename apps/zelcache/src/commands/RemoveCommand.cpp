@@ -115,7 +115,7 @@ Error removeData(const Request &request)
 /// A release has nobody to report to: what it did is seen in the cache.
 Outcome seenAfterwards(const Context &context, const QString &key)
 {
-    const auto after = readCache(settingsOf(context.options));
+    const auto after = readCacheFor({ key }, settingsOf(context.options));
     if (!after.hasValue())
         return { ExitCode::CacheUnavailable, after.error().errorMessage(), {} };
     const auto resource = resourceOf(after.value(), key);
@@ -241,7 +241,7 @@ private:
 ExitCode RemoveCommand::run(const Context &context)
 {
     registerResourceSchemes();
-    const auto snapshot = readCache(settingsOf(context.options));
+    const auto snapshot = readCacheFor(references, settingsOf(context.options));
     if (!snapshot.hasValue())
         return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
     const ResourceUsers users = usersNow(snapshot.value());

@@ -28,12 +28,12 @@ Examples:
   zelcache --cache /data/cache status --json)";
 
 StatusReport reportOf(const ResourceManagerSettings &settings,
-                      const ResourceCacheReader::Snapshot &snapshot)
+                      const ResourceCacheReader::Activity &activity)
 {
     StatusReport report;
     report.path = settings.cachePath;
     report.limits = settings.sizes;
-    report.snapshot = snapshot;
+    report.activity = activity;
     report.transfers = readTransfers(settings.cachePath);
     report.freeBytes = freeBytesOf(settings);
     report.now = QDateTime::currentMSecsSinceEpoch();
@@ -43,10 +43,10 @@ StatusReport reportOf(const ResourceManagerSettings &settings,
 ExitCode showOnce(const Context &context)
 {
     const ResourceManagerSettings settings = settingsOf(context.options);
-    const auto snapshot = readCache(settings);
-    if (!snapshot.hasValue())
-        return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
-    const StatusReport report = reportOf(settings, snapshot.value());
+    const auto activity = readActivity(settings);
+    if (!activity.hasValue())
+        return context.fail(ExitCode::CacheUnavailable, activity.error().errorMessage());
+    const StatusReport report = reportOf(settings, activity.value());
 
     if (context.options.json) {
         context.output.answer(context.answerWith(statusJson(report)));

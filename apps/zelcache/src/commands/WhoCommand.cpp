@@ -57,7 +57,7 @@ void answer(const Context &context, const QString &key, const QList<Holder> &hol
 ExitCode WhoCommand::run(const Context &context)
 {
     registerResourceSchemes();
-    const auto snapshot = readCache(settingsOf(context.options));
+    const auto snapshot = readCacheFor({ reference }, settingsOf(context.options));
     if (!snapshot.hasValue())
         return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
     const auto key = keyOf(snapshot.value(), reference);
