@@ -3,7 +3,7 @@
 #include "Context.h"
 #include "ExitCode.h"
 
-#include <QString>
+#include <QStringList>
 
 #include <optional>
 
@@ -38,6 +38,10 @@ public:
 
     /// Binds the options and arguments, best with what CommandOptions.h offers.
     virtual void addOptions(CLI::App &) { }
+
+    /// Where the words behind "--" go, for a command that runs another program with them; asked
+    /// only if "--" is there. With null they are arguments like those before it.
+    virtual QStringList *programLine() { return nullptr; }
 
     /// Reads values that have a meaning of their own. Gives what is wrong with one of them, which
     /// ends the program with the code 2.

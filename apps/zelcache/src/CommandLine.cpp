@@ -39,6 +39,8 @@ public:
 private:
     void addCommonOptions();
     void addCommand(std::unique_ptr<Command> &command);
+    QStringList withoutProgramLine(const QStringList &arguments);
+    Command *commandIn(const QStringList &words);
     ParseOutcome stopped(const CLI::ParseError &reason);
 
     CLI::App app {
@@ -98,6 +100,37 @@ void Parser::addCommand(std::unique_ptr<Command> &command)
     subcommand->add_flag("-0", options.nullTerminated)->group("");
 }
 
+/// The command that the words start with, behind common options; null without one.
+Command *Parser::commandIn(const QStringList &words)
+{
+    for (qsizetype index = 0; index < words.size(); ++index) {
+        const QString &word = words.at(index);
+        const CLI::Option *option = app.get_option_no_throw(word.toStdString());
+        if (option && option->get_items_expected_min() > 0)
+            ++index; // its value is no command
+        if (word.startsWith(u'-'))
+            continue;
+        const auto meant
+            = std::find_if(commands.begin(), commands.end(), [&word](const auto &each) {
+                  return word == QLatin1StringView(each->name());
+              });
+        return meant == commands.end() ? nullptr : meant->get();
+    }
+    return nullptr;
+}
+
+/// Hands what stands behind "--" to a command that runs a program with it.
+QStringList Parser::withoutProgramLine(const QStringList &arguments)
+{
+    const qsizetype mark = arguments.indexOf(u"--"_s);
+    Command *command = mark < 0 ? nullptr : commandIn(arguments.first(mark));
+    QStringList *programLine = command ? command->programLine() : nullptr;
+    if (!programLine)
+        return arguments;
+    *programLine = arguments.mid(mark + 1);
+    return arguments.first(mark);
+}
+
 ParseOutcome mistake(const QString &text)
 {
     const QString shown = u"zelcache: %1\nRun \"zelcache --help\" for the usage.\n"_s;
@@ -116,7 +149,7 @@ ParseOutcome Parser::stopped(const CLI::ParseError &reason)
 ParseOutcome Parser::parse(const QStringList &arguments)
 {
     std::vector<std::string> words;
-    for (const QString &argument : arguments)
+    for (const QString &argument : withoutProgramLine(arguments))
         words.push_back(argument.toStdString());
     // The last word first: that is how this form of parse() takes them.
     std::reverse(words.begin(), words.end());

@@ -90,6 +90,21 @@ QString durationText(std::chrono::seconds duration)
     return u"%1:%2"_s.arg(QString::number(minutes), twoDigits(seconds));
 }
 
+std::optional<std::chrono::seconds> durationFromText(const QString &text)
+{
+    const QRegularExpression pattern(
+        u"^(?:([0-9]{1,9})d)?(?:([0-9]{1,9})h)?(?:([0-9]{1,9})m)?(?:([0-9]{1,9})s?)?\\z"_s);
+    const QRegularExpressionMatch match = pattern.match(text);
+    if (!match.hasMatch())
+        return {};
+    const auto part = [&match](int index) {
+        return match.captured(index).toLongLong();
+    };
+    constexpr std::chrono::hours most(24 * 365'000);
+    const std::chrono::seconds duration(((part(1) * 24 + part(2)) * 60 + part(3)) * 60 + part(4));
+    return duration.count() > 0 && duration <= most ? std::optional(duration) : std::nullopt;
+}
+
 QString timeText(qint64 milliseconds)
 {
     return QDateTime::fromMSecsSinceEpoch(milliseconds).toString(u"yyyy-MM-dd HH:mm:ss"_s);

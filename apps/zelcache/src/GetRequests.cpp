@@ -73,9 +73,9 @@ Transfer GetRequests::Fetch::transfer(const TransferReports &reports) const
     return transfer;
 }
 
-GetRequests::GetRequests(const Context &context, const QStringList &arguments, bool verifies)
+GetRequests::GetRequests(const Context &context, const QStringList &arguments, const Manner &manner)
     : context(context)
-    , verifies(verifies)
+    , manner(manner)
     , prompting(&this->context.output, context.options.yes)
 {
     for (const QString &argument : arguments)
@@ -89,7 +89,7 @@ ExitCode GetRequests::run()
     if (context.options.prompt)
         confirm();
     TaskWait wait;
-    if (verifies)
+    if (manner.verifies)
         verifyAll(wait);
     startAll(wait);
     const int signalNumber = wait.run([this, &wait] {
@@ -246,7 +246,8 @@ void GetRequests::answer(const Request &request)
     for (const QString &warning : outcome.warnings())
         context.output.warning(request.reference + u": "_s + warning);
     results.append(json::entry(request.reference, path.value()));
-    if (!context.options.json)
+    pathsHere.append(path.value());
+    if (!context.options.json && manner.printsPaths)
         context.output.answer(path.value());
 }
 
@@ -279,7 +280,7 @@ ExitCode GetRequests::finish(int signalNumber)
 {
     answerSettled();
     context.output.clearProgress();
-    if (context.options.json) {
+    if (context.options.json && manner.printsPaths) {
         QJsonObject answer = context.emptyAnswer();
         answer.insert(u"results"_s, results);
         context.output.answer(answer);

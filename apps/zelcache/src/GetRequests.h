@@ -16,20 +16,29 @@ namespace zel::cli {
 
 class TaskWait;
 
-/// Brings the resources of `get` here and prints their paths, in the order of the arguments and
-/// each as soon as all before it are settled. One that cannot be had does not keep the others from
-/// being fetched. The manager's cache must be open. Main thread only.
+/// Brings resources here and, unless told otherwise, prints their paths, in the order of the
+/// arguments and each as soon as all before it are settled. One that cannot be had does not keep
+/// the others from being fetched. What is here stays in use as long as this object lives. The
+/// manager's cache must be open. Main thread only.
 class GetRequests
 {
 public:
-    /// With `verifies` every byte of what is here already is read first, and what is not as it was
-    /// fetched is a failure.
-    GetRequests(const Context &context, const QStringList &arguments, bool verifies);
+    struct Manner
+    {
+        /// Every byte of what is here already is read first, and what is not as it was fetched is a
+        /// failure.
+        bool verifies = false;
+        bool printsPaths = true; ///< or the answer with JSON
+    };
+
+    GetRequests(const Context &context, const QStringList &arguments, const Manner &manner);
     ~GetRequests();
     GetRequests(const GetRequests &) = delete;
     GetRequests &operator=(const GetRequests &) = delete;
 
     ExitCode run();
+    /// Of all that is here after run(), in the order of the arguments.
+    QStringList paths() const { return pathsHere; }
 
 private:
     /// One resource to bring here.
@@ -72,13 +81,14 @@ private:
     ExitCode finish(int signalNumber);
 
     Context context;
-    const bool verifies;
+    const Manner manner;
     TerminalPrompting prompting;
     std::vector<Request> requests;
     std::vector<std::unique_ptr<Fetch>> fetches;
     QHash<const ResourceHandler *, Fetch *> fetchByHandler;
     std::size_t answeredCount = 0;
     QJsonArray results;
+    QStringList pathsHere;
     QList<Error> failures;
 };
 

@@ -11,19 +11,24 @@ namespace zel::cli {
 
 namespace {
 
-/// Where the handler tells of a signal; -1 while nobody watches or after the first one.
+/// Where the handler tells of a signal; -1 while nobody watches or after the last one that is told.
 std::atomic<int> wakeUpDescriptor = -1;
+std::atomic<bool> tellsAll = false;
 static_assert(std::atomic<int>::is_always_lock_free, "a signal handler must not wait");
 
 /// Null while there is nothing to be done.
 std::atomic<void (*)()> lastAction = nullptr;
 static_assert(std::atomic<void (*)()>::is_always_lock_free, "a signal handler must not wait");
 
-extern "C" void onTerminatingSignal(int number)
+/// Added to the number of a signal that the terminal has sent.
+constexpr unsigned terminalMark = 0x80;
+
+extern "C" void onTerminatingSignal(int number, siginfo_t *details, void *)
 {
     const int errnoBefore = errno;
-    const int descriptor = wakeUpDescriptor.exchange(-1);
-    const char byte = char(number);
+    const int descriptor = tellsAll ? wakeUpDescriptor.load() : wakeUpDescriptor.exchange(-1);
+    const bool isFromTerminal = details && details->si_code == SI_KERNEL;
+    const char byte = char(unsigned(number) | (isFromTerminal ? terminalMark : 0));
     if (descriptor < 0 || ::write(descriptor, &byte, 1) != 1) {
         if (const auto action = lastAction.load())
             action();
@@ -32,29 +37,44 @@ extern "C" void onTerminatingSignal(int number)
     errno = errnoBefore;
 }
 
-void handle(int number, void (*handler)(int))
+void set(int number, struct sigaction action)
 {
     struct sigaction before
     {
     };
     if (::sigaction(number, nullptr, &before) == 0 && before.sa_handler == SIG_IGN)
         return;
+    action.sa_flags |= SA_RESTART;
+    sigemptyset(&action.sa_mask);
+    ::sigaction(number, &action, nullptr);
+}
+
+void handle(int number)
+{
     struct sigaction action
     {
     };
-    action.sa_handler = handler;
-    action.sa_flags = SA_RESTART;
-    sigemptyset(&action.sa_mask);
-    ::sigaction(number, &action, nullptr);
+    action.sa_sigaction = onTerminatingSignal;
+    action.sa_flags = SA_SIGINFO;
+    set(number, action);
+}
+
+void ignore(int number)
+{
+    struct sigaction action
+    {
+    };
+    action.sa_handler = SIG_IGN;
+    set(number, action);
 }
 
 } // namespace
 
 void SignalWatch::install()
 {
-    handle(SIGINT, onTerminatingSignal);
-    handle(SIGTERM, onTerminatingSignal);
-    handle(SIGPIPE, SIG_IGN);
+    handle(SIGINT);
+    handle(SIGTERM);
+    ignore(SIGPIPE);
 }
 
 void SignalWatch::beforeSuddenEnd(void (*action)())
@@ -62,7 +82,7 @@ void SignalWatch::beforeSuddenEnd(void (*action)())
     lastAction = action;
 }
 
-SignalWatch::SignalWatch(std::function<void(int)> onSignal)
+SignalWatch::SignalWatch(std::function<void(int)> onSignal, Signals signals)
     : onSignal(std::move(onSignal))
 {
     // Without a pipe the signals go on ending the program at once.
@@ -70,7 +90,8 @@ SignalWatch::SignalWatch(std::function<void(int)> onSignal)
         return;
     notifier = std::make_unique<QSocketNotifier>(pipe[0], QSocketNotifier::Read);
     QObject::connect(notifier.get(), &QSocketNotifier::activated, notifier.get(),
-                     [this] { readNumber(); });
+                     [this] { readNumbers(); });
+    tellsAll = signals == Signals::All;
     wakeUpDescriptor = pipe[1];
 }
 
@@ -84,13 +105,15 @@ SignalWatch::~SignalWatch()
     }
 }
 
-void SignalWatch::readNumber()
+void SignalWatch::readNumbers()
 {
     char byte = 0;
-    if (::read(pipe[0], &byte, 1) != 1)
-        return;
-    receivedNumber = static_cast<unsigned char>(byte);
-    onSignal(receivedNumber);
+    while (::read(pipe[0], &byte, 1) == 1) {
+        const auto told = static_cast<unsigned char>(byte);
+        receivedNumber = int(told & ~terminalMark);
+        fromTerminal = (told & terminalMark) != 0;
+        onSignal(receivedNumber);
+    }
 }
 
 } // namespace zel::cli

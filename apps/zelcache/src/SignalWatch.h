@@ -8,9 +8,9 @@
 
 namespace zel::cli {
 
-/// Turns the first SIGINT or SIGTERM into a call on this thread's event loop, so that work can be
-/// canceled properly. The second one ends the program at once, as every signal does while no watch
-/// lives. One watch at a time, on the main thread.
+/// Turns SIGINT and SIGTERM into calls on this thread's event loop, so that work can be canceled
+/// properly. One watch at a time, on the main thread; while none lives, each of these signals ends
+/// the program at once.
 class SignalWatch
 {
 public:
@@ -23,21 +23,29 @@ public:
     /// the signal's handler, so it may do only what is allowed there.
     static void beforeSuddenEnd(void (*action)());
 
-    explicit SignalWatch(std::function<void(int)> onSignal);
+    enum class Signals {
+        First, ///< the second one ends the program at once
+        All,
+    };
+
+    explicit SignalWatch(std::function<void(int)> onSignal, Signals signals = Signals::First);
     ~SignalWatch();
     SignalWatch(const SignalWatch &) = delete;
     SignalWatch &operator=(const SignalWatch &) = delete;
 
-    /// The number of the signal that came, else 0.
+    /// The number of the signal that came last, else 0.
     int received() const { return receivedNumber; }
+    /// Whether it was typed at the terminal, which then sent it to all programs that run there.
+    bool isFromTerminal() const { return fromTerminal; }
 
 private:
-    void readNumber();
+    void readNumbers();
 
     std::function<void(int)> onSignal;
     std::array<int, 2> pipe { -1, -1 };
     std::unique_ptr<QSocketNotifier> notifier;
     int receivedNumber = 0;
+    bool fromTerminal = false;
 };
 
 } // namespace zel::cli

@@ -121,4 +121,17 @@ TEST(Format, timeText_time_isLocalAndSortable)
     EXPECT_EQ(timeText(time.toMSecsSinceEpoch()), u"2024-05-31 07:02:11"_s);
 }
 
+TEST(Format, durationFromText_times_areRead)
+{
+    using namespace std::chrono_literals;
+    EXPECT_EQ(durationFromText(u"90"_s), 90s);
+    EXPECT_EQ(durationFromText(u"90s"_s), 90s);
+    EXPECT_EQ(durationFromText(u"15m"_s), 15min);
+    EXPECT_EQ(durationFromText(u"1h30m"_s), 90min);
+    EXPECT_EQ(durationFromText(u"2d1s"_s), 48h + 1s);
+    for (const QString &text : { u""_s, u"0"_s, u"0h"_s, u"-1"_s, u"1.5h"_s, u"h"_s, u"2h3d"_s,
+                                 u"1 h"_s, u"999999999d"_s, u"99999999999"_s, u"5x"_s })
+        EXPECT_FALSE(durationFromText(text)) << qPrintable(text);
+}
+
 } // namespace zel::cli

@@ -7,6 +7,7 @@ namespace zel::cli {
 // in CMakeLists.txt.
 #define ZELCACHE_COMMANDS(MAKE)                                                                    \
     MAKE(Get)                                                                                      \
+    MAKE(Hold)                                                                                     \
     MAKE(Exists)                                                                                   \
     MAKE(Info)                                                                                     \
     MAKE(Path)                                                                                     \

@@ -68,7 +68,9 @@ ExitCode GetCommand::run(const Context &context)
     }
     if (const auto code = openCache(context))
         return *code;
-    GetRequests requests(context, all, verifies);
+    GetRequests::Manner manner;
+    manner.verifies = verifies;
+    GetRequests requests(context, all, manner);
     return requests.run();
 }
 

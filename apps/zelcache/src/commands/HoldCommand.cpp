@@ -1,0 +1,101 @@
+#include "Command.h"
+#include "CommandOptions.h"
+#include "Format.h"
+#include "GetRequests.h"
+#include "Library.h"
+#include "holders/HeldProgram.h"
+#include "holders/ProgramLine.h"
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr auto helpDetails
+    = R"(Fetches what is missing, then keeps all of it in use while COMMAND runs, so that no
+purge takes it. Behind "--" stands the command with its arguments. An argument with
+{} in it is repeated for each path, which takes the place of {}; the variable
+ZELCACHE_PATHS holds the paths, one a line. The exit code is that of the command: 127
+if there is no such program, 126 if it cannot be started, 128 and the number of the
+signal that ended it. If a resource cannot be had, the command is not started, and
+the exit code is that of get.
+
+After TIME (such as 90s, 15m, 2h, 1h30m) the command is sent SIGTERM and waited for.
+Without a command the paths are printed and held for TIME, or until a signal comes.
+
+Examples:
+  zelcache hold https://data.example.org/runs/run1.raw -- convert {} -o run1.mzML
+  zelcache hold --for 2h share:/mnt/lab/a.raw share:/mnt/lab/b.raw -- align --in={}
+  zelcache hold share:/mnt/lab/run1.d -- sh -c 'echo "$ZELCACHE_PATHS"'
+  zelcache hold --for 30m share:/mnt/lab/run1.d)";
+
+class HoldCommand : public Command
+{
+public:
+    HoldCommand()
+        : Command("hold", "Keep resources in use while a command runs, or for a time", helpDetails)
+    {
+    }
+
+    void addOptions(CLI::App &app) override
+    {
+        options::addReferences(app, references, true);
+        options::addValue(app, "--for", "TIME", "Hold no longer than this", timeText);
+    }
+
+    QStringList *programLine() override
+    {
+        runsProgram = true;
+        return &program;
+    }
+
+    std::optional<QString> check() override
+    {
+        if (timeText)
+            time = durationFromText(*timeText);
+        if (timeText && !time)
+            return u"--for: \"%1\" is not a time"_s.arg(*timeText);
+        if (runsProgram && program.value(0).isEmpty())
+            return u"hold needs a command behind --"_s;
+        return {};
+    }
+
+    ExitCode run(const Context &context) override;
+
+private:
+    QStringList references;
+    QStringList program; ///< with its arguments
+    bool runsProgram = false;
+    std::optional<QString> timeText;
+    HoldTime time;
+};
+
+ExitCode HoldCommand::run(const Context &context)
+{
+    if (runsProgram && context.options.json)
+        return context.fail(ExitCode::BadArgument,
+                            u"--json and a command exclude each other: standard output is the "
+                            "command's"_s);
+    if (const auto code = openCache(context))
+        return *code;
+    GetRequests::Manner manner;
+    manner.printsPaths = !runsProgram;
+    GetRequests requests(context, references, manner);
+    if (const ExitCode code = requests.run(); code != ExitCode::Success)
+        return code;
+    if (runsProgram)
+        return ExitCode(runHeldProgram(context.output, withPaths(program, requests.paths()),
+                                       requests.paths(), time));
+    const int signalNumber = holdStill(time);
+    return signalNumber == 0 ? ExitCode::Success : exitCodeOfSignal(signalNumber);
+}
+
+} // namespace
+
+std::unique_ptr<Command> makeHoldCommand()
+{
+    return std::make_unique<HoldCommand>();
+}
+
+} // namespace zel::cli
