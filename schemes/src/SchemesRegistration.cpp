@@ -8,6 +8,7 @@
 #include "errors/Propagate.h"
 #include "file/FileResourceHandler.h"
 #include "http/HttpScheme.h"
+#include "list/ListScheme.h"
 #include "references/PathReference.h"
 #include "share/ShareCompanions.h"
 #include "share/ShareResourceHandler.h"
@@ -64,6 +65,7 @@ void registerResourceSchemes()
     for (const Scheme scheme : { Scheme::File, Scheme::Share })
         ResourceMetadataFactory::registerMetadataScheme(scheme, &SchemeMetadata::fromJson);
     ZEL_DROP(registerHttpScheme()); // another one has a prefix
+    ZEL_DROP(registerListScheme()); // as above
     ZEL_DROP(registerDavScheme()); // as above
     ResourceManager::addAssociatedResourcesProvider(
         ShareCompanions::fileType(), [] { return std::make_unique<ShareCompanions>(); });

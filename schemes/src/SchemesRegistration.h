@@ -10,6 +10,9 @@ namespace zel {
 ///   share:/path         a file or folder of a mounted share or any directory, copied into the
 ///                       cache; "#sha256=..." or "#md5=..." behind a file is checked
 ///   http:, https:       one file of a web server, copied into the cache; checksums as above
+///   list+http:, list+https:  a folder of a web server, told by a file of SHA-256 checksums or by
+///   the
+///                       server's own listing in JSON, copied into the cache
 ///   dav:, davs:         a file or folder of a WebDAV server, copied into the cache; checksums of
 ///                       files as above
 ///

@@ -1,7 +1,9 @@
 #include "ActorProcess.h"
 #include "CacheDatabase.h"
+#include "NginxServer.h"
 #include "TemporaryCache.h"
 
+#include <QCryptographicHash>
 #include <QDirIterator>
 #include <QElapsedTimer>
 #include <QThread>
@@ -139,4 +141,57 @@ TEST_F(SchemesTest, retrieve_killedAtAnyFileStep_theNextProcessEndsWithTheWhole)
         ASSERT_EQ(readFile(path + u".scan"_s), content(1)) << "step " << step;
     }
     EXPECT_GT(step, 20);
+}
+
+TEST_F(SchemesTest, retrieve_fetcherOfAFolderIsKilled_theNextOneTakesItsWholeFilesOver)
+{
+    NginxServer::Options options;
+    options.bytesPerSecond = 4'000'000;
+    const NginxServer server(options);
+    QByteArray sums;
+    for (int i = 0; i < 12; ++i) {
+        const QByteArray name = "file" + QByteArray::number(i);
+        const QByteArray bytes = content(1) + name;
+        server.addFile(u"run.d/"_s + QString::fromLatin1(name), bytes);
+        sums += QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex() + "  " + name
+            + '\n';
+    }
+    server.addFile(u"run.d/SHA256SUMS"_s, sums);
+    const QString command = u"retrieve list+"_s + server.url(u"run.d/SHA256SUMS"_s);
+    const auto wholeFiles = [this] {
+        QStringList names;
+        QDirIterator all(cache.baseDir() + u"/Staging"_s, { u"file*"_s }, QDir::Files,
+                         QDirIterator::Subdirectories);
+        while (all.hasNext())
+            names << QFileInfo(all.next()).fileName();
+        return names;
+    };
+
+    SchemesProcess dying(cache);
+    dying.send(command);
+    QElapsedTimer passed;
+    passed.start();
+    while (wholeFiles().size() < 3 && passed.elapsed() < 20'000)
+        QThread::msleep(1);
+    dying.kill();
+    const QStringList kept = wholeFiles();
+    ASSERT_GE(kept.size(), 3);
+    EXPECT_TRUE(filesInCache().isEmpty());
+
+    ageAllClients();
+    SchemesProcess next(cache);
+    const QString path = pathIn(next.ask(command));
+    EXPECT_EQ(QDir(path).entryList(QDir::Files).size(), 12);
+    for (int i = 0; i < 12; ++i) {
+        const QString name = u"/file%1"_s.arg(i);
+        EXPECT_EQ(readFile(path + name), readFile(server.root() + u"/run.d"_s + name));
+    }
+    QStringList fetched;
+    for (const LoggedRequest &request : server.requests()) {
+        if (request.method == u"GET"_s)
+            fetched << request.path.section(u'/', -1);
+    }
+    for (const QString &name : kept)
+        EXPECT_EQ(fetched.count(name), 1) << name.toStdString();
+    EXPECT_TRUE(stagingPlaces().isEmpty());
 }

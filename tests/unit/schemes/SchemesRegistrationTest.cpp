@@ -11,7 +11,8 @@ namespace {
 
 using Scheme = ResourceReference::Scheme;
 
-const QList<Scheme> schemes { Scheme::File, Scheme::Share, Scheme::Http, Scheme::WebDav };
+const QList<Scheme> schemes { Scheme::File, Scheme::Share, Scheme::Http, Scheme::WebDav,
+                              Scheme::Manifest };
 
 class SchemesRegistrationTest : public ::testing::Test
 {
@@ -47,6 +48,8 @@ TEST_F(SchemesRegistrationTest, register_schemesHaveTheirNumbersNamesAndVersions
     EXPECT_EQ(ResourceReference::scheme(u"https://h/a"_s).value(), Scheme::Http);
     EXPECT_EQ(ResourceReference::scheme(u"davs://h/a"_s).value(), Scheme::WebDav);
     EXPECT_EQ(ResourceReference::schemeFriendlyName(Scheme::WebDav), u"webdav"_s);
+    EXPECT_EQ(ResourceReference::scheme(u"list+https://h/a"_s).value(), Scheme::Manifest);
+    EXPECT_EQ(ResourceReference::schemeFriendlyName(Scheme::Manifest), u"manifest"_s);
     EXPECT_EQ(ResourceReference::schemeFriendlyName(Scheme::File), u"file"_s);
     EXPECT_EQ(ResourceReference::schemeFriendlyName(Scheme::Share), u"share"_s);
     EXPECT_EQ(ResourceReference::schemeFriendlyName(Scheme::Http), u"http"_s);

@@ -1,0 +1,70 @@
+#include "list/AutoindexPage.h"
+
+#include "errors/Propagate.h"
+#include "http/HttpRepresentation.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace zel {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+using Entry = AutoindexPage::Entry;
+
+/// The same form as that of the headers of answers.
+QDateTime moment(const QString &text)
+{
+    HttpRepresentation state;
+    state.lastModified = text.toLatin1();
+    return state.modified();
+}
+
+/// Nothing for a size that is none.
+std::optional<Entry> entryOf(const QJsonObject &object, bool isFolder)
+{
+    Entry entry;
+    entry.name = object.value(u"name"_s).toString();
+    entry.isFolder = isFolder;
+    entry.modified = moment(object.value(u"mtime"_s).toString());
+    if (const QJsonValue size = object.value(u"size"_s); !isFolder && !size.isUndefined()) {
+        entry.size = size.toInteger(-1);
+        if (*entry.size < 0)
+            return std::nullopt;
+    }
+    // A path would get around the folder that the page is about.
+    return entry.name.contains(u'/') ? std::nullopt : std::optional(entry);
+}
+
+} // namespace
+
+Result<QList<Entry>> AutoindexPage::parse(const QByteArray &json)
+{
+    const QJsonDocument document = QJsonDocument::fromJson(json);
+    if (!document.isArray()) {
+        return ZEL_ERROR(ErrorCode::BadData,
+                         tr("The server does not list the folder in JSON (\"autoindex_format "
+                            "json\")."));
+    }
+    QList<Entry> entries;
+    const QJsonArray array = document.array();
+    for (const QJsonValue &value : array) {
+        const QString type = value.toObject().value(u"type"_s).toString();
+        const bool isFolder = type == u"directory"_s;
+        if (!isFolder && type == u"other"_s)
+            continue;
+        const auto entry
+            = isFolder || type == u"file"_s ? entryOf(value.toObject(), isFolder) : std::nullopt;
+        if (!entry) {
+            return ZEL_ERROR(ErrorCode::BadData,
+                             tr("The server's listing of the folder makes no sense."));
+        }
+        entries << *entry;
+    }
+    return entries;
+}
+
+} // namespace zel

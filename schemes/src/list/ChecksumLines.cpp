@@ -1,0 +1,125 @@
+#include "list/ChecksumLines.h"
+
+#include "errors/Propagate.h"
+
+#include <algorithm>
+#include <optional>
+
+namespace zel {
+
+namespace {
+
+constexpr qsizetype digits = 64;
+
+using Line = ChecksumLines::Line;
+
+bool isHexadecimal(char c)
+{
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+}
+
+/// Empty if these are not the digits of a checksum.
+FileHash hashOf(const QByteArray &text)
+{
+    FileHash hash;
+    if (text.size() == digits && std::all_of(text.begin(), text.end(), isHexadecimal))
+        hash.digest = QByteArray::fromHex(text);
+    return hash;
+}
+
+QByteArray withoutBlanksInFront(const QByteArray &line)
+{
+    const auto first
+        = std::find_if(line.begin(), line.end(), [](char c) { return c != ' ' && c != '\t'; });
+    return line.mid(first - line.begin());
+}
+
+/// Empty for an escape that there is not.
+std::optional<QByteArray> unescaped(const QByteArray &name)
+{
+    QByteArray plain;
+    for (qsizetype i = 0; i < name.size(); ++i) {
+        if (name.at(i) != '\\') {
+            plain += name.at(i);
+            continue;
+        }
+        const char next = ++i < name.size() ? name.at(i) : '\0';
+        if (next != '\\' && next != 'n' && next != 'r')
+            return std::nullopt;
+        plain += next == 'n' ? '\n' : next == 'r' ? '\r' : '\\';
+    }
+    return plain;
+}
+
+std::optional<Line> lineOf(const QByteArray &name, bool isEscaped, const FileHash &hash)
+{
+    const std::optional<QByteArray> plain = isEscaped ? unescaped(name) : name;
+    QByteArray path = plain.value_or(QByteArray());
+    while (path.startsWith("./"))
+        path = path.mid(2);
+    if (path.isEmpty() || hash.isEmpty())
+        return std::nullopt;
+    return Line { QString::fromUtf8(path), hash };
+}
+
+/// "SHA256 (name) = digits"
+std::optional<Line> taggedLine(const QByteArray &text, bool isEscaped)
+{
+    const QByteArray front = "SHA256 (";
+    const QByteArray middle = ") = ";
+    const qsizetype end = text.lastIndexOf(middle);
+    if (!text.startsWith(front) || end < front.size())
+        return std::nullopt;
+    return lineOf(text.mid(front.size(), end - front.size()), isEscaped,
+                  hashOf(text.mid(end + middle.size())));
+}
+
+/// "digits  name", "digits *name", "digits name"
+std::optional<Line> plainLine(const QByteArray &text, bool isEscaped)
+{
+    if (text.size() <= digits || text.at(digits) != ' ')
+        return std::nullopt;
+    QByteArray name = text.mid(digits + 1);
+    if (name.startsWith(' ') || name.startsWith('*'))
+        name = name.mid(1);
+    return lineOf(name, isEscaped, hashOf(text.left(digits)));
+}
+
+std::optional<Line> parseLine(const QByteArray &text)
+{
+    const bool isEscaped = text.startsWith('\\');
+    const QByteArray rest = isEscaped ? text.mid(1) : text;
+    const std::optional<Line> tagged = taggedLine(rest, isEscaped);
+    return tagged ? tagged : plainLine(rest, isEscaped);
+}
+
+} // namespace
+
+Result<QList<ChecksumLines::Line>> ChecksumLines::parse(const QByteArray &text)
+{
+    QList<Line> lines;
+    int number = 0;
+    const QList<QByteArray> all = text.split('\n');
+    for (QByteArray line : all) {
+        ++number;
+        if (line.endsWith('\r'))
+            line.chop(1);
+        // A comment starts with the line, as for the program.
+        const bool isComment = line.startsWith('#');
+        line = withoutBlanksInFront(line);
+        if (isComment || line.isEmpty())
+            continue;
+        const std::optional<Line> parsed = parseLine(line);
+        if (!parsed) {
+            return ZEL_ERROR(
+                ErrorCode::BadData,
+                tr("Line %1 of the list is none of a checksum and a name.").arg(number));
+        }
+        lines << *parsed;
+    }
+    if (lines.isEmpty())
+        return ZEL_ERROR(ErrorCode::BadData, tr("There are no checksums in the list."));
+    return lines;
+}
+
+} // namespace zel

@@ -1,0 +1,48 @@
+#include "list/AutoindexPage.h"
+
+#include <gtest/gtest.h>
+
+namespace zel::test {
+
+using namespace Qt::Literals::StringLiterals;
+
+TEST(AutoindexPageTest, parse_pageOfAServer_givesFilesAndFolders)
+{
+    const auto entries = AutoindexPage::parse(R"([
+{ "name":"inner", "type":"directory", "mtime":"Wed, 06 Nov 2024 10:20:30 GMT" },
+{ "name":"pipe", "type":"other", "mtime":"Wed, 06 Nov 2024 10:20:30 GMT" },
+{ "name":"\u00e4 b.raw", "type":"file", "mtime":"Wed, 06 Nov 2024 10:20:31 GMT", "size":80000000001 },
+{ "name":"plain", "type":"file" }
+])");
+    ASSERT_TRUE(entries.hasValue());
+    ASSERT_EQ(entries.value().size(), 3);
+    EXPECT_TRUE(entries.value().at(0).isFolder);
+    EXPECT_EQ(entries.value().at(0).name, u"inner"_s);
+    const auto file = entries.value().at(1);
+    EXPECT_FALSE(file.isFolder);
+    EXPECT_EQ(file.name, u"\u00e4 b.raw"_s);
+    EXPECT_EQ(file.size, 80'000'000'001);
+    EXPECT_EQ(file.modified, QDateTime({ 2024, 11, 6 }, { 10, 20, 31 }, Qt::UTC));
+    EXPECT_EQ(entries.value().at(2).size, std::nullopt);
+    EXPECT_FALSE(entries.value().at(2).modified.isValid());
+}
+
+TEST(AutoindexPageTest, parse_emptyFolder_hasNoEntries)
+{
+    EXPECT_EQ(AutoindexPage::parse("[]").value().size(), 0);
+}
+
+TEST(AutoindexPageTest, parse_anythingElse_isRefused)
+{
+    for (const char *text :
+         { "", "{}", "<html>", "[1]", "[{}]", "[", R"([{"name":"a","type":"link"}])",
+           R"([{"name":"a","type":"file","size":-1}])",
+           R"([{"name":"a","type":"file","size":"x"}])",
+           R"([{"name":"a","type":"file","size":1.5}])", R"([{"name":"a/b","type":"file"}])",
+           R"([{"name":"a/b","type":"directory"}])", "[{\"name\":\"\xff\",\"type\":\"file\"}]" }) {
+        EXPECT_EQ(int(AutoindexPage::parse(text).error().errorCode()), int(ErrorCode::BadData))
+            << text;
+    }
+}
+
+} // namespace zel::test
