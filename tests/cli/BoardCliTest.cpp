@@ -1,12 +1,9 @@
-#include "ZelcacheCli.h"
+#include "BoardCli.h"
 
 #include "NginxServer.h"
 #include "Printers.h"
 
-#include <gmock/gmock.h>
-
 #include <QDateTime>
-#include <QRegularExpression>
 #include <QSystemSemaphore>
 
 #include <csignal>
@@ -15,47 +12,7 @@ namespace zel::test {
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace {
-
-constexpr auto entering = "\x1b[?1049h\x1b[?25l";
-constexpr auto leaving = "\x1b[?25h\x1b[?1049l";
-
-/// What stands on the board's screen after it was sent these bytes. Fails the test if they hold
-/// anything but lines that are put in their places.
-QStringList screenOf(const QByteArray &seen)
-{
-    QString sent = QString::fromUtf8(seen.mid(seen.lastIndexOf("\x1b[2J") + 4));
-    if (const qsizetype end = sent.indexOf(QString::fromLatin1(leaving)); end >= 0)
-        sent.truncate(end);
-    // The last sequence may not be here as a whole yet.
-    sent.truncate(sent.lastIndexOf(u"\x1b[K"_s) + 3);
-    const QRegularExpression line(u"\x1b\\[(\\d+);1H([^\x1b\r\n]*)\x1b\\[K"_s);
-    QStringList rows;
-    qsizetype end = 0;
-    for (auto found = line.globalMatch(sent); found.hasNext();) {
-        const QRegularExpressionMatch match = found.next();
-        EXPECT_EQ(match.capturedStart(), end) << qPrintable(sent);
-        end = match.capturedEnd();
-        const qsizetype row = match.captured(1).toInt();
-        rows.resize(std::max(rows.size(), row));
-        rows[row - 1] = match.captured(2);
-    }
-    while (!rows.isEmpty() && rows.constLast().isEmpty())
-        rows.removeLast();
-    return rows;
-}
-
-bool isShown(const QByteArray &seen, const QString &pattern)
-{
-    const QRegularExpression expected(pattern);
-    const QStringList rows = screenOf(seen);
-    return std::any_of(rows.begin(), rows.end(),
-                       [&expected](const QString &row) { return expected.match(row).hasMatch(); });
-}
-
-} // namespace
-
-class BoardCliTest : public ZelcacheCli
+class BoardCliTest : public BoardCli
 {
 protected:
     /// 30 MB at 100 KB/s: nothing of it ends before a test does.
@@ -72,37 +29,9 @@ protected:
             server.addSparseFile(name, 30'000'000);
     }
 
-    void makeCache() const
-    {
-        const auto run = start({ u"get"_s, sharedFile(u"ready.raw"_s, QByteArray(2048, 'r')) });
-        ASSERT_EQ(run->exitCode(), 0) << run->errors().toStdString();
-    }
-
     std::unique_ptr<ProgramRun> startFetch(const QString &name) const
     {
         return start({ u"get"_s, server.url(name) });
-    }
-
-    std::unique_ptr<PtyRun> startBoard(PtyRun::Options options) const
-    {
-        return startAtTerminal({ u"status"_s, u"--watch"_s, u"--interval"_s, u"0.1"_s }, options);
-    }
-    std::unique_ptr<PtyRun> startBoard() const
-    {
-        PtyRun::Options options;
-        options.columns = 80;
-        options.rows = 24;
-        return startBoard(options);
-    }
-    std::unique_ptr<ProgramRun> startJsonBoard() const
-    {
-        return start({ u"status"_s, u"--watch"_s, u"--json"_s, u"--interval"_s, u"0.1"_s });
-    }
-
-    static bool waitForRow(PtyRun &board, const QString &pattern)
-    {
-        return board.waitForSeen(
-            pattern, [&pattern](const QByteArray &seen) { return isShown(seen, pattern); });
     }
 
     static QString numberOf(const ProgramRun &run) { return QString::number(run.processId()); }
@@ -216,151 +145,12 @@ TEST_F(BoardCliTest, watch_hundredThousandFetches_tellsHowManyAreNotShown)
     EXPECT_EQ(board->exitCode(), 0);
 }
 
-// ---- The terminal
-
-TEST_F(BoardCliTest, watch_terminalChangesItsSize_fitsTheNewOne)
-{
-    makeCache();
-    const auto board = startBoard();
-    EXPECT_TRUE(waitForRow(*board, u"^Programs: 0$"_s));
-    board->resize(40, 7);
-    EXPECT_TRUE(waitForRow(*board, u"^      120|^ +at most 20\\.0 GiB,$"_s));
-    for (const QString &row : screenOf(board->seen()))
-        EXPECT_LE(row.size(), 39) << qPrintable(row);
-    EXPECT_LE(screenOf(board->seen()).size(), 7);
-    board->resize(100, 30);
-    EXPECT_TRUE(
-        waitForRow(*board, u"^Size: 2\\.0 KiB of 10\\.0 GiB, at most 20\\.0 GiB, .* free"_s));
-    EXPECT_TRUE(waitForRow(*board, u"^Programs: 0$"_s));
-}
-
-TEST_F(BoardCliTest, watch_end_givesTheTerminalBack)
-{
-    makeCache();
-    struct Ending
-    {
-        std::function<void(PtyRun &)> end;
-        int exitCode;
-    };
-    const auto signaled = [](int number) {
-        return [number](PtyRun &run) {
-            ::kill(pid_t(run.processId()), number);
-        };
-    };
-    const QList<Ending> endings {
-        { [](PtyRun &run) { run.type("q"); }, 0 },
-        { [](PtyRun &run) { run.type("\x03"); }, 130 },
-        { signaled(SIGINT), 130 },
-        { signaled(SIGTERM), 143 },
-    };
-    for (const Ending &ending : endings) {
-        const auto board = startBoard();
-        EXPECT_TRUE(waitForRow(*board, u"^Programs: 0$"_s));
-        EXPECT_TRUE(board->seen().startsWith(entering)) << board->seen().toStdString();
-        EXPECT_FALSE(board->isUsual());
-        ending.end(*board);
-        EXPECT_EQ(board->exitCode(), ending.exitCode);
-        EXPECT_TRUE(board->seen().endsWith(leaving)) << board->seen().toStdString();
-        EXPECT_EQ(board->seen().count(leaving), 1);
-        EXPECT_TRUE(board->isUsual());
-        // Nothing scrolls, and other keys neither end it nor are shown.
-        EXPECT_FALSE(board->seen().contains('\n'));
-    }
-}
-
-TEST_F(BoardCliTest, watch_otherKeys_neitherEndItNorAreShown)
-{
-    makeCache();
-    const auto board = startBoard();
-    EXPECT_TRUE(waitForRow(*board, u"^Programs: 0$"_s));
-    board->type("xyz\x1a\n ");
-    makeCache();
-    board->resize(80, 4);
-    EXPECT_TRUE(waitForRow(*board, u"^Resources: "_s));
-    EXPECT_FALSE(board->seen().contains("xyz"));
-    board->type("q");
-    EXPECT_EQ(board->exitCode(), 0);
-}
-
-TEST_F(BoardCliTest, watch_secondSignalDuringALongLook_givesTheTerminalBack)
-{
-    makeCache();
-    CacheDatabase database(cache.databasePath());
-    database.run(u"PRAGMA journal_mode = DELETE"_s);
-    database.run(u"BEGIN EXCLUSIVE"_s); // the look waits for its end
-    const auto board = startBoard();
-    EXPECT_TRUE(board->waitFor(entering));
-    // Two of a kind might become one on their way.
-    ::kill(pid_t(board->processId()), SIGINT);
-    ::kill(pid_t(board->processId()), SIGTERM);
-    EXPECT_THAT(board->exitCode(), testing::AnyOf(130, 143));
-    EXPECT_TRUE(board->seen().endsWith(leaving)) << board->seen().toStdString();
-    EXPECT_TRUE(board->isUsual());
-    database.run(u"ROLLBACK"_s);
-}
-
-TEST_F(BoardCliTest, watch_quietMoments_sendAlmostNothing)
-{
-    makeCache();
-    const auto board = startBoard();
-    const QByteArray clock = "\x1b[1;1H";
-    // Of ten looks at a cache in which nothing happens, only the clock is drawn anew. What is free
-    // on the disk is up to other programs.
-    EXPECT_TRUE(board->waitForSeen(
-        u"ticking clock"_s, [&clock](const QByteArray &seen) { return seen.count(clock) >= 3; }));
-    EXPECT_EQ(board->seen().count("\x1b[3;1H"), 1);
-    EXPECT_EQ(board->seen().count("\x1b[2J"), 1);
-}
-
-TEST_F(BoardCliTest, watch_dumbTerminal_appendsBlocks)
-{
-    makeCache();
-    PtyRun::Options options;
-    options.columns = 40;
-    options.environment = QStringList { u"TERM=dumb"_s };
-    const auto board = startBoard(options);
-    EXPECT_TRUE(board->waitForSeen(u"two blocks"_s, [](const QByteArray &seen) {
-        return seen.count("Programs: 0\r\n\r\n/") >= 2;
-    }));
-    EXPECT_FALSE(board->seen().contains('\x1b')) << board->seen().toStdString();
-    for (const QByteArray &line : board->seen().split('\n'))
-        EXPECT_LE(line.size(), 40) << line.toStdString();
-    board->type("\x03");
-    EXPECT_EQ(board->exitCode(), 130);
-}
-
-TEST_F(BoardCliTest, watch_withALogBesideIt_appendsBlocks)
-{
-    makeCache();
-    const auto board
-        = startAtTerminal({ u"-v"_s, u"status"_s, u"--watch"_s, u"--interval"_s, u"0.1"_s });
-    EXPECT_TRUE(board->waitForSeen(u"two blocks"_s, [](const QByteArray &seen) {
-        return seen.count("Programs: 0\r\n\r\n/") >= 2;
-    }));
-    EXPECT_FALSE(board->seen().contains('\x1b')) << board->seen().toStdString();
-}
-
-TEST_F(BoardCliTest, watch_always_hasNoColors)
-{
-    makeCache();
-    for (const QString &setting : { u"NO_COLOR=1"_s, u"COLORTERM=truecolor"_s }) {
-        PtyRun::Options options;
-        options.environment = QStringList { setting };
-        const auto board = startBoard(options);
-        EXPECT_TRUE(waitForRow(*board, u"^Programs: 0$"_s));
-        board->type("q");
-        EXPECT_EQ(board->exitCode(), 0);
-        const QRegularExpression color(u"\x1b\\[[\\d;]*m"_s);
-        EXPECT_FALSE(QString::fromUtf8(board->seen()).contains(color));
-    }
-}
-
 // ---- Without a terminal
 
 TEST_F(BoardCliTest, watch_pipe_hasBlocksOfWholeLines)
 {
     makeCache();
-    const auto board = start({ u"status"_s, u"--watch"_s, u"--interval"_s, u"0.1"_s });
+    const auto board = start(watching());
     waitUntil([&board] { return board->output().count("\n\n/") >= 2; });
     board->sendSignal(SIGINT);
     EXPECT_EQ(board->exitCode(), 130);

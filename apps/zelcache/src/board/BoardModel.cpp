@@ -95,6 +95,12 @@ Board BoardModel::update(const BoardLook &look)
         board.clients.append(partyOf(client, look));
         parties.insert(client.id, board.clients.constLast());
     }
+    addTasks(board, look);
+    return board;
+}
+
+void BoardModel::addTasks(Board &board, const BoardLook &look)
+{
     QSet<WaiterKey> waiting;
     for (const Reader::AcquiringTask &task : look.activity.acquiringTasks) {
         const WaiterKey key { task.reference, task.clientId };
@@ -108,7 +114,6 @@ Board BoardModel::update(const BoardLook &look)
             board.waiters.append({ task.reference, partyOf(task.clientId), since });
         }
     }
-    return board;
 }
 
 Board BoardModel::unreadable(qint64 now, const QString &trouble) const

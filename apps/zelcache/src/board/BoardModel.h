@@ -108,6 +108,7 @@ public:
 
 private:
     Board boardAt(qint64 now) const;
+    void addTasks(Board &board, const BoardLook &look);
     struct Rate
     {
         qint64 bytes = 0;
