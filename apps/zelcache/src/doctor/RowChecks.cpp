@@ -3,6 +3,7 @@
 #include "files/FileUtilsGeneric.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 
 namespace zel::cli::checks {
@@ -25,14 +26,14 @@ private:
              std::optional<RepairStep::Kind> repair = {});
     void checkReady(const Resource &resource);
     void checkMissing(const Resource &resource);
-    void checkPlace(const Resource &resource);
+    void checkPlace(const Resource &resource, const QByteArray &path);
     void checkSize(const Resource &resource, const QByteArray &path);
-    bool isThere(const Resource &resource) const;
+    bool isThere(const Resource &resource, const QByteArray &path) const;
 
     const Examination &all;
     Findings &findings;
     QString resolvedDataDirectory;
-    QHash<QString, QString> ownersOfPaths;
+    QHash<QByteArray, QString> ownersOfPaths;
 };
 
 RowChecks::RowChecks(const Examination &all, Findings &findings)
@@ -76,9 +77,8 @@ void RowChecks::check(const Resource &resource)
     }
 }
 
-bool RowChecks::isThere(const Resource &resource) const
+bool RowChecks::isThere(const Resource &resource, const QByteArray &path) const
 {
-    const QByteArray path = all.data.relative(resource.path);
     return all.data.sizeAt(path) || QFileInfo::exists(resource.path)
         || QFileInfo(resource.path).isSymLink();
 }
@@ -93,8 +93,8 @@ void RowChecks::checkReady(const Resource &resource)
     const QByteArray path = all.data.relative(resource.path);
     if (!path.isEmpty() && (all.data.isHidden(path) || !all.data.exists()))
         return;
-    checkPlace(resource);
-    if (!isThere(resource)) {
+    checkPlace(resource, path);
+    if (!isThere(resource, path)) {
         add(FindingKind::RowWithoutData, resource,
             u"It is Ready, but there is nothing at \"%1\"."_s.arg(resource.path),
             RepairStep::Kind::ForgetData);
@@ -104,9 +104,9 @@ void RowChecks::checkReady(const Resource &resource)
         checkSize(resource, path);
 }
 
-void RowChecks::checkPlace(const Resource &resource)
+/// `path` is that below the data directory, empty for one that does not lie there.
+void RowChecks::checkPlace(const Resource &resource, const QByteArray &path)
 {
-    const QByteArray path = all.data.relative(resource.path);
     if (!path.isEmpty() && !path.contains('/')) {
         add(FindingKind::PathInRoot, resource,
             u"\"%1\" lies in the data directory itself, without a folder of its own."_s.arg(
@@ -121,7 +121,8 @@ void RowChecks::checkPlace(const Resource &resource)
         add(isInside ? FindingKind::PathOtherSpelling : FindingKind::PathOutside, resource,
             text.arg(resource.path));
     }
-    QString &owner = ownersOfPaths[QDir::cleanPath(resource.path)];
+    QString &owner
+        = ownersOfPaths[path.isEmpty() ? QFile::encodeName(QDir::cleanPath(resource.path)) : path];
     if (!owner.isEmpty()) {
         add(FindingKind::PathShared, resource,
             u"\"%1\" is also the path of %2."_s.arg(resource.path, owner));

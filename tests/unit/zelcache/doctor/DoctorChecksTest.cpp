@@ -1,0 +1,196 @@
+#include "doctor/Checks.h"
+#include "doctor/DoctorReport.h"
+
+#include <QFile>
+
+using namespace zel;
+using namespace zel::cli;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+using Kinds = QList<FindingKind>;
+
+Kinds kindsOf(const Findings &findings)
+{
+    Kinds kinds;
+    for (const Finding &finding : findings)
+        kinds.append(finding.kind);
+    return kinds;
+}
+
+/// What cannot be made on purpose without harm to the machine is told to the checks instead.
+class DoctorChecksTest : public testing::Test
+{
+protected:
+    DoctorChecksTest()
+    {
+        all.now = 1'700'000'000'000;
+        all.lock.user = u"me"_s;
+        all.lock.temporaryFolder = u"/tmp"_s;
+        all.settings.sizes.optimalSize = 10;
+        all.settings.sizes.maximumSize = 20;
+    }
+
+    template<typename Check>
+    Kinds found(Check check) const
+    {
+        Findings findings;
+        check(all, findings);
+        return kindsOf(findings);
+    }
+
+    /// A client that was heard of so many milliseconds ago.
+    void addClient(qint64 processId, qint64 silence)
+    {
+        all.snapshot.clients.append({ processId, processId, all.now - silence });
+    }
+    void addProcess(qint64 processId, qint64 age)
+    {
+        ProcessFacts facts;
+        facts.exists = true;
+        facts.started = all.now - age;
+        facts.user = u"me"_s;
+        all.processes.insert(processId, facts);
+    }
+
+    Examination all;
+};
+
+} // namespace
+
+TEST_F(DoctorChecksTest, place_networkFileSystems_areToldFromLocalOnes)
+{
+    for (const char *type : { "nfs", "nfs4", "cifs", "smb2", "smb3", "9p", "fuse.sshfs" }) {
+        all.fileSystem = QString::fromLatin1(type);
+        EXPECT_EQ(found(checks::place), Kinds { FindingKind::NetworkFileSystem }) << type;
+    }
+    for (const char *type : { "ext4", "xfs", "btrfs", "tmpfs", "overlay", "fuseblk", "" }) {
+        all.fileSystem = QString::fromLatin1(type);
+        EXPECT_EQ(found(checks::place), Kinds()) << type;
+    }
+}
+
+TEST_F(DoctorChecksTest, place_maximum_isComparedWithTheWholeVolume)
+{
+    all.partitionSize = 20;
+    EXPECT_EQ(found(checks::place), Kinds());
+    all.partitionSize = 19;
+    EXPECT_EQ(found(checks::place), Kinds { FindingKind::MaximumAbovePartition });
+    all.partitionSize = -1; // not known
+    EXPECT_EQ(found(checks::place), Kinds());
+}
+
+TEST_F(DoctorChecksTest, clients_livingSilentDeadAndReused_areToldApart)
+{
+    addClient(1, 1000);
+    addProcess(1, 60'000);
+    addClient(2, 40'000);
+    addProcess(2, 60'000);
+    addClient(3, 40'000);
+    addClient(4, 40'000);
+    addProcess(4, 10'000);
+    addClient(5, 1000); // of another container, perhaps
+    EXPECT_EQ(
+        found(checks::clients),
+        (Kinds { FindingKind::ClientSilent, FindingKind::ClientDead, FindingKind::ClientReused }));
+}
+
+TEST_F(DoctorChecksTest, clients_reusedButNotSilentForLong_isNotRepairedYet)
+{
+    addClient(1, 10'000);
+    addProcess(1, 5000);
+    Findings findings;
+    checks::clients(all, findings);
+    ASSERT_EQ(kindsOf(findings), Kinds { FindingKind::ClientReused });
+    EXPECT_FALSE(findings.first().repair);
+}
+
+TEST_F(DoctorChecksTest, lock_heldByAProcessThatIsGone_isStuckAndForbidsRepairs)
+{
+    all.lock.after.access = SystemSemaphoreState::Access::Seen;
+    all.lock.after.lastProcess = 7;
+    Findings findings;
+    checks::lock(all, findings);
+    EXPECT_EQ(kindsOf(findings), Kinds { FindingKind::LockStuck });
+    findings.append({ FindingKind::RowWithoutData,
+                      u"a"_s,
+                      {},
+                      RepairStep { RepairStep::Kind::ForgetData, u"a"_s, u"/a"_s } });
+    EXPECT_TRUE(planOf(findings).isEmpty());
+
+    addProcess(7, 1000);
+    EXPECT_EQ(found(checks::lock), Kinds { FindingKind::LockHeld });
+}
+
+TEST_F(DoctorChecksTest, lock_clientsOfOthers_areNamedAsLongAsTheyLive)
+{
+    addClient(1, 1000);
+    addProcess(1, 60'000);
+    all.processes[1].user = u"another"_s;
+    addClient(2, 1000);
+    addProcess(2, 60'000);
+    all.processes[2].temporaryFolder = u"/scratch"_s;
+    EXPECT_EQ(found(checks::lock),
+              (Kinds { FindingKind::LockOtherUser, FindingKind::LockOtherTemp }));
+    all.now += 60'000;
+    EXPECT_EQ(found(checks::lock), Kinds());
+}
+
+TEST_F(DoctorChecksTest, mayBeClaimed_runningFetch_claimsWhatIsNewerThanItsProcess)
+{
+    addClient(1, 1000);
+    addProcess(1, 60'000);
+    all.snapshot.acquiringTasks.append({ u"a"_s, 1, 1, 50 });
+    TreeSurvey::Entry entry;
+    entry.newestChange = all.now - 30'000;
+    EXPECT_TRUE(all.mayBeClaimed(entry));
+    entry.newestChange = all.now - 90'000;
+    EXPECT_FALSE(all.mayBeClaimed(entry));
+    all.minimumAge = std::chrono::seconds(100);
+    EXPECT_TRUE(all.mayBeClaimed(entry));
+}
+
+TEST_F(DoctorChecksTest, planOf_equalSteps_areDoneOnceAndInOrder)
+{
+    const RepairStep open { RepairStep::Kind::OpenCache, {}, {} };
+    const RepairStep remove { RepairStep::Kind::RemoveData, {}, u"/x"_s };
+    const Findings findings { { FindingKind::DataWithoutRow, u"/x"_s, {}, remove },
+                              { FindingKind::ClientDead, {}, {}, open },
+                              { FindingKind::StrayRows, {}, {}, open } };
+    EXPECT_EQ(planOf(findings), (RepairPlan { open, remove }));
+}
+
+TEST_F(DoctorChecksTest, keepUnchanged_rowsThatChangedMeanwhile_areNotTold)
+{
+    ResourceCacheReader::Resource row;
+    row.reference = u"a"_s;
+    row.status = ResourceStatus::Ready;
+    ResourceCacheReader::Snapshot before, after;
+    before.resources.append(row);
+    row.status = ResourceStatus::Missing;
+    after.resources.append(row);
+    const Findings told { { FindingKind::RowWithoutData, u"a"_s, {}, {} },
+                          { FindingKind::LockHeld, u"process 1"_s, {}, {} } };
+    Findings findings = told;
+    keepUnchanged(findings, before, after);
+    EXPECT_EQ(kindsOf(findings), Kinds { FindingKind::LockHeld });
+    findings = told;
+    keepUnchanged(findings, before, before);
+    EXPECT_EQ(findings.size(), 2);
+}
+
+TEST(FindingTest, allFindingDescriptions_everyId_standsOnceInTheDocument)
+{
+    QFile document(QStringLiteral(ZELCACHE_DOCUMENT));
+    ASSERT_TRUE(document.open(QIODevice::ReadOnly));
+    const QByteArray text = document.readAll();
+    for (const FindingDescription &description : allFindingDescriptions()) {
+        EXPECT_EQ(text.count("| `" + description.id.toLatin1() + "` | "
+                             + severityText(description.severity).toLatin1() + " |"),
+                  1)
+            << description.id.toStdString();
+        EXPECT_EQ(descriptionOf(description.kind).id, description.id);
+        EXPECT_FALSE(description.remedy.isEmpty());
+    }
+}
