@@ -196,7 +196,7 @@ Result<DavResource> DavClient::resourceAsked(const Answer &answer) const
         if (!name.value().isEmpty())
             continue;
         if (properties.isRefused())
-            return ZEL_PASS(unlisted(properties));
+            return ZEL_PASS(unlisted(properties, answer.outcome.url));
         DavResource resource = resourceOf(properties, answer.outcome);
         resource.url = answer.outcome.url;
         return resource;
@@ -220,7 +220,7 @@ Result<std::vector<DavResource>> DavClient::membersOf(const Answer &answer) cons
         if (!name.hasValue())
             return ZEL_PASS(misled(name.error()));
         if (properties.isRefused())
-            return ZEL_PASS(unlisted(properties));
+            return ZEL_PASS(unlisted(properties, answer.outcome.url));
         if (names.contains(name.value())) {
             return ZEL_PASS(failure(int(ErrorCode::BadData),
                                     tr("the server lists \"%1\" twice")
@@ -250,12 +250,12 @@ DavResource DavClient::resourceOf(const DavProperties &properties, const HttpOut
     return resource;
 }
 
-Error DavClient::unlisted(const DavProperties &properties) const
+Error DavClient::unlisted(const DavProperties &properties, const HttpUrl &url) const
 {
     return failure(int(ErrorCode::OperationFailed),
                    tr("the server does not tell of \"%1\": %2")
-                       .arg(HttpFailure::oneLine(properties.href.toUtf8(), {}),
-                            HttpFailure::oneLine(properties.refusal.toUtf8(), {})));
+                       .arg(HttpFailure::oneLine(properties.href.toUtf8(), url.secrets()),
+                            HttpFailure::oneLine(properties.refusal.toUtf8(), url.secrets())));
 }
 
 Error DavClient::failure(int code, const QString &what) const

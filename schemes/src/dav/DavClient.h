@@ -62,7 +62,7 @@ private:
     Answer ask(const HttpUrl &url, const QByteArray &depth);
     Answer askOnce(HttpQuery query);
     Error refusalOf(const Answer &answer) const;
-    Error unlisted(const DavProperties &properties) const;
+    Error unlisted(const DavProperties &properties, const HttpUrl &url) const;
     static DavResource resourceOf(const DavProperties &properties, const HttpOutcome &outcome);
     Result<DavResource> resourceAsked(const Answer &answer) const;
     Result<std::vector<DavResource>> membersOf(const Answer &answer) const;

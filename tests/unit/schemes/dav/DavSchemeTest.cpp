@@ -175,4 +175,36 @@ TEST_F(DavSchemeTest, make_referenceOfAnotherMaker_isBadArgument)
     EXPECT_EQ(made.error().errorCode(), ErrorCode::BadArgument);
 }
 
+TEST_F(DavSchemeTest, retrieve_overTls_checksTheCertificate)
+{
+    const QTemporaryDir folder;
+    const SelfSignedCertificate certificate(folder.path());
+    ApacheServer::Options options;
+    options.certificate = certificate.certificate;
+    options.certificateKey = certificate.key;
+    const ApacheServer server(options);
+    server.addFile(u"run.d/a"_s, "hello");
+    EXPECT_EQ(handler(server.url(u"run.d/"_s))->retrieve().errorCode(), ErrorCode::OperationFailed);
+
+    settings.caFile = certificate.certificate;
+    ASSERT_EQ(registerDavScheme(settings), Error());
+    const QString path = retrieve(server.url(u"run.d"_s));
+    EXPECT_EQ(treeAt(path), treeAt(server.root() + u"/run.d"_s));
+}
+
+TEST_F(DavSchemeTest, retrieve_secretInThePath_isSentAndNeitherKeptNorShown)
+{
+    ScriptedServer server([](const auto &request, auto &connection) {
+        const QByteArray answer = "<D:response><D:href>" + request.target
+            + "</D:href><D:status>HTTP/1.1 403 " + request.target + "</D:status></D:response>";
+        connection.send(DavAnswers::whole(answer));
+    });
+    const QString url = u"dav"_s + server.url(u"data;token=geheim/run.d"_s).mid(4);
+    const Error error = handler(url)->retrieve();
+    EXPECT_TRUE(error.hasError());
+    EXPECT_FALSE(error.description().contains(u"geheim"_s)) << qPrintable(error.description());
+    EXPECT_FALSE(reference(url)->referenceText(false).contains(u"geheim"_s));
+    EXPECT_EQ(server.requests().constFirst().target, "/data;token=geheim/run.d");
+}
+
 } // namespace zel
