@@ -4,6 +4,8 @@
 #include "NginxServer.h"
 #include "Printers.h"
 
+#include <QCryptographicHash>
+
 #include <algorithm>
 #include <memory>
 #include <vector>
@@ -46,6 +48,29 @@ TEST_F(GetCliTest, get_fileOfAServer_isFetchedOnce)
         EXPECT_EQ(readFile(linesOf(run->output()).value(0)), "from afar");
     }
     EXPECT_EQ(downloadsOf(server, u"/run1.raw"_s), 1);
+}
+
+TEST_F(GetCliTest, get_folderOfAServer_printsThePathOfTheFolder)
+{
+    const NginxServer server;
+    server.addFile(u"run.d/inner/a b.bin"_s, "from afar");
+    server.addFile(u"run.d/SHA256SUMS"_s,
+                   "0000000000000000000000000000000000000000000000000000000000000000  "
+                   "inner/a b.bin\n");
+    const QStringList command { u"get"_s, u"list+"_s + server.url(u"run.d/SHA256SUMS"_s) };
+    const auto refused = start(command);
+    EXPECT_NE(refused->exitCode(), 0);
+    EXPECT_EQ(refused->output(), "");
+    EXPECT_TRUE(refused->errors().contains("a b.bin")) << refused->errors().toStdString();
+
+    const QByteArray sum
+        = QCryptographicHash::hash("from afar", QCryptographicHash::Sha256).toHex();
+    server.addFile(u"run.d/SHA256SUMS"_s, sum + " *inner/a b.bin\n");
+    const auto run = start(command);
+    EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
+    const QString path = linesOf(run->output()).value(0);
+    EXPECT_TRUE(path.endsWith(u"/run.d"_s)) << path.toStdString();
+    EXPECT_EQ(readFile(path + u"/inner/a b.bin"_s), "from afar");
 }
 
 TEST_F(GetCliTest, get_thirtyProgramsAtOnce_isFetchedOnce)
