@@ -58,6 +58,7 @@ DataInventory DataInventory::of(const QString &dataDirectory, const Resources &r
 void DataInventory::claim(const Resources &resources)
 {
     claimed.reserve(resources.size());
+    ownFolders.reserve(resources.size());
     const bool hasContainers = QDir(prefix + QLatin1StringView(containerFolder)).exists();
     for (const ResourceCacheReader::Resource &resource : resources) {
         if (hasContainers)
@@ -68,7 +69,8 @@ void DataInventory::claim(const Resources &resources)
         claimed.insert(path);
         QByteArray folder = folderAround(path);
         ownFolders.insert(folder);
-        for (; !folder.isEmpty() && !around.contains(folder); folder = folderAround(folder))
+        for (folder = folderAround(folder); !folder.isEmpty() && !around.contains(folder);
+             folder = folderAround(folder))
             around.insert(folder);
     }
 }
@@ -100,23 +102,33 @@ TreeSurvey::Step DataInventory::stepFor(const QByteArray &path, bool isFolder) c
         return TreeSurvey::Step::Skip;
     // The folders of the schemes stay, even empty ones, so that it is known what is in them.
     const bool isOfScheme = isAtTop && !path.startsWith('.');
-    return isFolder && (isOfScheme || around.contains(path)) ? TreeSurvey::Step::Enter
-                                                             : TreeSurvey::Step::Measure;
+    const bool isEntered
+        = isFolder && (isOfScheme || ownFolders.contains(path) || around.contains(path));
+    return isEntered ? TreeSurvey::Step::Enter : TreeSurvey::Step::Measure;
 }
 
 void DataInventory::sortOut()
 {
+    sizes.reserve(claimed.size());
     for (const TreeSurvey::Entry &entry : outcome.entries) {
-        const QByteArray folder = folderAround(entry.path);
-        const bool isBesideData = ownFolders.contains(folder) && folder.contains('/');
-        if (claimed.contains(entry.path) || (isBesideData && !isRemains(nameOf(entry.path))))
+        if (claimed.contains(entry.path))
             sizes.insert(entry.path, entry.bytes);
-        else if (isBesideData)
-            remains.append(entry);
-        else if (entry.files > 0 && !isClaimedByName(entry.path))
-            nobodys.append(entry); // empty folders are all that is left of a resource, and no harm
+        else
+            sortOutUnclaimed(entry);
     }
     outcome.entries.clear();
+}
+
+void DataInventory::sortOutUnclaimed(const TreeSurvey::Entry &entry)
+{
+    const QByteArray folder = folderAround(entry.path);
+    const bool isBesideData = ownFolders.contains(folder) && folder.contains('/');
+    if (isBesideData && !isRemains(nameOf(entry.path)))
+        sizes.insert(entry.path, entry.bytes);
+    else if (isBesideData)
+        remains.append(entry);
+    else if (entry.files > 0 && !isClaimedByName(entry.path))
+        nobodys.append(entry); // empty folders are all that is left of a resource, and no harm
 }
 
 QByteArray DataInventory::relative(const QString &path) const

@@ -40,13 +40,14 @@ private:
     QByteArray claimedBy(const QString &path) const;
     TreeSurvey::Step stepFor(const QByteArray &path, bool isFolder) const;
     void sortOut();
+    void sortOutUnclaimed(const TreeSurvey::Entry &entry);
     bool isClaimedByName(const QByteArray &path) const;
 
     QString prefix; ///< the data directory and a slash
     QString resolvedPrefix; ///< the same without links; empty if there is no such directory
     QSet<QByteArray> claimed;
-    QSet<QByteArray> around; ///< all folders around what is claimed
-    QSet<QByteArray> ownFolders; ///< those right around it
+    QSet<QByteArray> ownFolders; ///< the folders right around what is claimed
+    QSet<QByteArray> around; ///< and all folders around those
     QSet<QByteArray> shortNames; ///< of containers that lie elsewhere because of their long paths
     TreeSurvey::Outcome outcome;
     QHash<QByteArray, qint64> sizes;
