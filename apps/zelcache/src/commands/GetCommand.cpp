@@ -3,6 +3,7 @@
 #include "GetRequests.h"
 #include "Library.h"
 #include "ReferenceList.h"
+#include "plan/PlanRequests.h"
 
 namespace zel::cli {
 
@@ -14,12 +15,17 @@ constexpr auto helpDetails
     = R"(Prints one local path a line, in the order of the references. A reference that
 cannot be had prints nothing; the others are still fetched.
 
+With --plan it fetches nothing, but tells what is missing, how much that is, what
+would go for it in which order, and whether it fits; the exit code is 7 if not. All
+numbers are of one moment.
+
 Examples:
   zelcache get https://data.example.org/runs/run1.raw
   zelcache get -f references.txt --no-progress
   zelcache get --verify share:/mnt/lab/run1.d
   zelcache get --json share:/mnt/lab/run1.d | jq -r '.results[].path'
   grep 2024 references.txt | zelcache get -f -
+  zelcache get --plan -f references.txt && zelcache get -f references.txt
   zelcache get -0 -f list.bin | xargs -0 ls -l)";
 
 class GetCommand : public Command
@@ -38,6 +44,7 @@ public:
                          listFile);
         options::addSwitch(app, "--verify",
                            "Verify what is here already; what is damaged is not printed", verifies);
+        options::addSwitch(app, "--plan", "Only tell what would be fetched and evicted", plans);
     }
 
     std::optional<QString> check() override
@@ -51,6 +58,7 @@ public:
 
 private:
     QStringList references;
+    bool plans = false; ///< instead of fetching
     bool verifies = false; ///< what is here already
     QString listFile; ///< a file with further references, "-" for standard input
 };
@@ -66,6 +74,8 @@ ExitCode GetCommand::run(const Context &context)
             return context.fail(listed.error());
         all += listed.value();
     }
+    if (plans)
+        return planRequests(context, all);
     if (const auto code = openCache(context))
         return *code;
     GetRequests::Manner manner;
