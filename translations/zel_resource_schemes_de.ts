@@ -2,6 +2,28 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de" sourcelanguage="en">
 <context>
+    <name>zel::AutoindexPage</name>
+    <message>
+        <source>The server does not list the folder in JSON (&quot;autoindex_format json&quot;).</source>
+        <translation>Der Server listet den Ordner nicht in JSON auf („autoindex_format json“).</translation>
+    </message>
+    <message>
+        <source>The server&apos;s listing of the folder makes no sense.</source>
+        <translation>Das Verzeichnis des Ordners, das der Server sendet, ergibt keinen Sinn.</translation>
+    </message>
+</context>
+<context>
+    <name>zel::ChecksumLines</name>
+    <message>
+        <source>Line %1 of the list is none of a checksum and a name.</source>
+        <translation>Zeile %1 der Liste besteht nicht aus einer Prüfsumme und einem Namen.</translation>
+    </message>
+    <message>
+        <source>There are no checksums in the list.</source>
+        <translation>Die Liste enthält keine Prüfsummen.</translation>
+    </message>
+</context>
+<context>
     <name>zel::ContentCheck</name>
     <message>
         <source>The file has %1 bytes instead of %2.</source>
@@ -263,6 +285,24 @@
     <message>
         <source>the server redirects to an address that cannot be read</source>
         <translation>der Server leitet zu einer unlesbaren Adresse weiter</translation>
+    </message>
+</context>
+<context>
+    <name>zel::ListReference</name>
+    <message>
+        <source>The address of a list starts with &quot;%1&quot;.</source>
+        <translation>Die Adresse einer Liste beginnt mit „%1“.</translation>
+    </message>
+    <message>
+        <source>A checksum is for a list that is a file, not for a folder.</source>
+        <translation>Eine Prüfsumme gilt für eine Liste, die eine Datei ist, nicht für einen Ordner.</translation>
+    </message>
+</context>
+<context>
+    <name>zel::ListResourceHandler</name>
+    <message>
+        <source>Not a reference to a list of files.</source>
+        <translation>Keine Referenz auf eine Liste von Dateien.</translation>
     </message>
 </context>
 <context>
