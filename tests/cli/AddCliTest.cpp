@@ -69,8 +69,17 @@ TEST_F(AddCliTest, add_missingSource_failsAndNamesIt)
 {
     const auto run = start({ u"add"_s, u"--json"_s, reference, cache.outside(u"missing.raw"_s) });
     EXPECT_EQ(run->exitCode(), 1);
-    EXPECT_TRUE(run->errors().contains("missing.raw"));
+    EXPECT_TRUE(run->errors().contains("missing.raw\" does not exist."));
+    EXPECT_EQ(CacheDatabase(cache.databasePath()).count(u"CachedResources"_s), 0);
     EXPECT_EQ(jsonOf(run->output()).value(u"error"_s).toObject().value(u"code"_s).toInt(), 1);
+}
+
+TEST_F(AddCliTest, add_emptySource_isCode2AndEntersNothing)
+{
+    const auto run = start({ u"add"_s, reference, QString() });
+    EXPECT_EQ(run->exitCode(), 2);
+    EXPECT_TRUE(run->errors().contains("SOURCE must not be empty")) << run->errors().toStdString();
+    EXPECT_FALSE(QFile::exists(cache.databasePath()));
 }
 
 TEST_F(AddCliTest, add_localFileAsReference_isCode21)

@@ -82,6 +82,16 @@ TEST_F(ConfigCliTest, show_json_tellsOrigins)
     EXPECT_EQ(settings.at(2).toObject().value(u"origin"_s).toString(), u"default"_s);
 }
 
+TEST_F(ConfigCliTest, show_sectionInOtherLetterCase_warnsThatItCountsForNothing)
+{
+    writeFile(iniPath(), "[resourcemanager]\nOptimalCacheSize=5\n");
+    const auto run = config({ u"show"_s });
+    EXPECT_EQ(run->exitCode(), 0);
+    const QByteArray warning = "resourcemanager/OptimalCacheSize in " + iniPath().toUtf8()
+        + " counts for nothing; letter case counts: ResourceManager/OptimalCacheSize";
+    EXPECT_TRUE(run->errors().contains(warning)) << run->errors().toStdString();
+}
+
 TEST_F(ConfigCliTest, show_badValues_warnsWithFileAndKey)
 {
     writeFile(iniPath(),

@@ -107,12 +107,19 @@ TEST_F(RecountCliTest, recount_sideFiles_areCounted)
         (QStringList { u"1.5 KiB -> 1.0 KiB  "_s + data, u"Whole cache: 2.5 KiB -> 2.0 KiB"_s }));
 }
 
-TEST_F(RecountCliTest, recount_dataThatIsGone_counts0AndStaysReady)
+TEST_F(RecountCliTest, recount_dataThatIsGone_counts0IsCode3AndStaysReady)
 {
     const QString gone = fetched(u"a.raw"_s, 1024);
     ASSERT_TRUE(QFile::remove(pathOf(gone)));
-    EXPECT_EQ(changesOf(*start({ u"recount"_s })),
+    const auto run = start({ u"recount"_s });
+    EXPECT_EQ(run->exitCode(), 3);
+    EXPECT_EQ(linesOf(run->output()),
               (QStringList { u"1.0 KiB -> 0 B  "_s + gone, u"Whole cache: 1.0 KiB -> 0 B"_s }));
+    const QByteArray warning = gone.toUtf8() + ": its data is gone from the cache.";
+    EXPECT_TRUE(run->errors().contains(warning)) << run->errors().toStdString();
+    const auto again = start({ u"recount"_s, u"--json"_s });
+    EXPECT_EQ(again->exitCode(), 3) << "also without a change";
+    EXPECT_EQ(jsonOf(again->output()).value(u"gone"_s).toArray(), QJsonArray { gone });
     EXPECT_EQ(CacheDatabase(cache.databasePath()).status(gone), u"Ready"_s);
 }
 

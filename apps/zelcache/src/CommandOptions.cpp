@@ -119,7 +119,9 @@ std::optional<QString> readSize(const QString &name, const std::optional<QString
     if (!text)
         return {};
     bytes = sizeFromText(*text);
-    return bytes ? std::nullopt : std::optional(u"%1: \"%2\" is not a size"_s.arg(name, *text));
+    if (bytes)
+        return {};
+    return u"%1: \"%2\" is not a size; write bytes, or 500MiB, 1.5TiB"_s.arg(name, *text);
 }
 
 std::optional<QString> readPolicy(const QString &name, const std::optional<QString> &text,

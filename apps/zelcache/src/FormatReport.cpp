@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 
 namespace zel::cli {
 
@@ -41,14 +42,16 @@ QString findingText(const FormatFinding &finding)
     return finding.byNameOnly ? names + u" (by name)"_s : names;
 }
 
-/// Each row as one line, all columns but the last as wide as their widest text.
+/// Each row as one line, all columns but the last as wide as their widest text,
+/// though not wider than `atMost`: a longer text takes the room that it needs, in its line alone.
 template<std::size_t Columns>
-QStringList aligned(const QList<std::array<QString, Columns>> &rows)
+QStringList aligned(const QList<std::array<QString, Columns>> &rows,
+                    qsizetype atMost = std::numeric_limits<qsizetype>::max())
 {
     std::array<qsizetype, Columns> widths {};
     for (const auto &row : rows) {
         for (std::size_t column = 0; column + 1 < Columns; ++column)
-            widths[column] = std::max(widths[column], row[column].size());
+            widths[column] = std::max(widths[column], std::min(row[column].size(), atMost));
     }
     QStringList lines;
     for (const auto &row : rows) {
@@ -76,12 +79,12 @@ FormatFinding formatFinding(const QString &path)
     return finding;
 }
 
-QStringList findingLines(const QList<FormatFinding> &findings)
+QStringList findingLines(const QList<FormatFinding> &findings, int columns)
 {
     QList<std::array<QString, 2>> rows;
     for (const FormatFinding &finding : findings)
         rows.append({ findingText(finding), finding.path });
-    return aligned(rows);
+    return aligned(rows, columns / 2);
 }
 
 QJsonArray findingsJson(const QList<FormatFinding> &findings)

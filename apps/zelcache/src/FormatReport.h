@@ -17,8 +17,8 @@ struct FormatFinding
 /// Looks at the disk. Takes any text for a path.
 FormatFinding formatFinding(const QString &path);
 
-/// The findings for people, a line for each, and for programs.
-QStringList findingLines(const QList<FormatFinding> &findings);
+/// The findings for people, a line for each on a terminal of so many columns, and for programs.
+QStringList findingLines(const QList<FormatFinding> &findings, int columns);
 QJsonArray findingsJson(const QList<FormatFinding> &findings);
 
 /// All formats for people, below a line of titles, and for programs.

@@ -65,6 +65,11 @@ void Output::answer(const QString &line)
     answerErrno = writeAll(manner.answerDescriptor, shown.toLocal8Bit() + manner.lineEnd);
 }
 
+int Output::answerColumns() const
+{
+    return terminalColumns(manner.answerDescriptor);
+}
+
 void Output::answer(const QJsonObject &object)
 {
     answer(json::text(object));

@@ -43,6 +43,9 @@ public:
     /// A question to somebody who sits at the terminal; its answer is typed behind it.
     void question(const QString &text);
 
+    /// Of the terminal that answers go to; the usual 80 without one.
+    int answerColumns() const;
+
     bool drawsProgress() const { return progress; }
     void showProgress(const ProgressState &state);
     void clearProgress();

@@ -84,6 +84,7 @@ QJsonObject recountJson(const RecountReport &report)
     for (const RecountResult &result : report.results)
         results.append(resultJson(result));
     return { { u"results"_s, results },
+             { u"gone"_s, QJsonArray::fromStringList(report.gone) },
              { u"total"_s, sizesJson(report.totalBefore, report.totalAfter) } };
 }
 

@@ -23,6 +23,7 @@ struct RecountResult
 struct RecountReport
 {
     QList<RecountResult> results;
+    QStringList gone; ///< what a count of everything found to have no data, by reference
     qint64 totalBefore = 0; ///< bytes, of the whole cache
     qint64 totalAfter = 0;
 };

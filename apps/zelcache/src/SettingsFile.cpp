@@ -13,11 +13,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-QString iniKey(SettingKey key)
-{
-    return u"ResourceManager/"_s + settingName(key);
-}
-
 bool hasComments(const QString &path)
 {
     QFile file(path);
@@ -76,6 +71,11 @@ QString settingName(SettingKey key)
     return u"MaximumCacheSize"_s;
 }
 
+QString iniKey(SettingKey key)
+{
+    return u"ResourceManager/"_s + settingName(key);
+}
+
 std::optional<SettingKey> settingFromName(const QString &name)
 {
     for (const SettingKey key : allSettingKeys()) {
@@ -94,12 +94,16 @@ SettingsFile readSettingsFile()
     file.isReadable = !file.exists || (info.isFile() && info.isReadable());
     const QSettings settings(file.path, QSettings::IniFormat);
     // All of them, as a part that nobody asks for is not looked at.
-    static_cast<void>(settings.allKeys());
+    const QStringList names = settings.allKeys();
     file.hasBadLines = settings.status() == QSettings::FormatError;
     file.hasComments = hasComments(file.path);
     for (const SettingKey key : allSettingKeys()) {
         if (settings.contains(iniKey(key)))
             file.values.insert(key, settings.value(iniKey(key)));
+        for (const QString &name : names) {
+            if (name != iniKey(key) && name.compare(iniKey(key), Qt::CaseInsensitive) == 0)
+                file.misspelled.insert(key, name);
+        }
     }
     return file;
 }

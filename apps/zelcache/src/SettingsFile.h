@@ -16,6 +16,7 @@ enum class SettingKey { CacheLocationPath, OptimalCacheSize, MaximumCacheSize };
 
 QList<SettingKey> allSettingKeys();
 QString settingName(SettingKey key);
+QString iniKey(SettingKey key); ///< "Section/name", as the library reads it
 /// In any case; empty for a name that no setting has.
 std::optional<SettingKey> settingFromName(const QString &name);
 
@@ -28,6 +29,8 @@ struct SettingsFile
     bool hasBadLines = false; ///< lines that are neither settings nor comments
     bool hasComments = false; ///< the library does not keep them
     QMap<SettingKey, QVariant> values; ///< only what stands there
+    /// What stands there in letters of another case, which the library does not read.
+    QMap<SettingKey, QString> misspelled;
 };
 
 /// Call it before the library reads the file: bad lines are told only to the first one that looks.

@@ -41,6 +41,9 @@ SettingOrigin originOf(SettingKey key, const SettingsFile &file, bool cacheIsGiv
 QString warningOf(SettingKey key, const SettingsFile &file)
 {
     const auto found = file.values.constFind(key);
+    if (const QString name = file.misspelled.value(key); !name.isEmpty())
+        return u"%1 in %2 counts for nothing; letter case counts: %3"_s.arg(name, file.path,
+                                                                            iniKey(key));
     const QString complaint = found == file.values.cend() ? QString() : complaintAbout(key, *found);
     if (complaint.isEmpty())
         return {};

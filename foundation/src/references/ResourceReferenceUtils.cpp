@@ -66,6 +66,10 @@ QString printable(const QString &text)
 
 bool hasControlCharacters(const QString &text)
 {
+    // As good as every reference, and a cache may have many: nothing is taken apart for it.
+    if (std::all_of(text.begin(), text.end(),
+                    [](QChar unit) { return unit >= u' ' && unit <= u'~'; }))
+        return false;
     const QList<char32_t> characters = charactersOf(text);
     return std::any_of(characters.begin(), characters.end(), isControl);
 }

@@ -60,12 +60,14 @@ Result<QString> PercentEncoding::normalised(const QString &text, QLatin1StringVi
 {
     const QByteArray bytes = text.toUtf8();
     QString result;
+    result.reserve(bytes.size());
     for (qsizetype i = 0; i < bytes.size(); ++i) {
         const char byte = bytes.at(i);
         if (byte != '%') {
-            result += isUnreserved(byte) || kept.contains(QLatin1Char(byte))
-                ? QString(QLatin1Char(byte))
-                : encodedText(byte);
+            if (isUnreserved(byte) || kept.contains(QLatin1Char(byte)))
+                result += QLatin1Char(byte);
+            else
+                result += encodedText(byte);
             continue;
         }
         const auto meant = encodedByte(bytes, i);
@@ -73,7 +75,10 @@ Result<QString> PercentEncoding::normalised(const QString &text, QLatin1StringVi
             return ZEL_ERROR(ErrorCode::BadArgument,
                              tr("A percent sign in a reference has to be written \"%25\"."));
         }
-        result += isUnreserved(*meant) ? QString(QLatin1Char(*meant)) : encodedText(*meant);
+        if (isUnreserved(*meant))
+            result += QLatin1Char(*meant);
+        else
+            result += encodedText(*meant);
         i += 2;
     }
     return result;

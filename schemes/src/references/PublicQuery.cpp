@@ -95,6 +95,8 @@ QString publicQuery(const QString &query)
 
 QString publicPath(const QString &path)
 {
+    if (!path.contains(u';'))
+        return path;
     QStringList segments = path.split(u'/');
     for (QString &segment : segments) {
         const QStringList parts = segment.split(u';');

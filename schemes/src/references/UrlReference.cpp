@@ -22,6 +22,8 @@ constexpr QLatin1StringView keptInQuery("/!$&'()*+,;=:@?");
 /// "." and ".." resolved as browsers and servers do; nothing lies above the root.
 QString withoutDotSegments(const QString &path)
 {
+    if (path.startsWith(u'/') && !path.contains(u"/."_s))
+        return path;
     QStringList segments;
     const QStringList given = path.split(u'/');
     for (qsizetype i = 1; i < given.size(); ++i) {

@@ -180,8 +180,12 @@ TEST(CommandOptions, readSize_givenValue_isReadOrComplainedOf)
 {
     EXPECT_EQ(valuesOf({ u"--size"_s, u"0"_s }).size, 0);
     EXPECT_EQ(valuesOf({ u"--size=1.5GiB"_s }).size, 1610612736);
-    const QString text = mistakeOf({ u"--size"_s, u"much"_s });
-    EXPECT_TRUE(text.contains(u"--size: \"much\" is not a size"_s)) << qPrintable(text);
+    for (const QString &wrong : { u"much"_s, u"-5"_s }) {
+        const QString text = mistakeOf({ u"--size="_s + wrong });
+        EXPECT_TRUE(
+            text.contains(u"--size: \"%1\" is not a size; write bytes, or 500MiB"_s.arg(wrong)))
+            << qPrintable(text);
+    }
 }
 
 TEST(CommandOptions, readPolicy_givenValue_isReadInAnyLetterCase)

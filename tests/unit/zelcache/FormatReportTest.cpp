@@ -79,10 +79,18 @@ TEST_F(FormatReportTest, findingLines_eachKind_isTold)
                                           { u"/a.raw"_s, true, { u"Waters"_s, u"Thermo"_s }, true },
                                           { u"/a %1"_s, true, {}, false } };
     EXPECT_EQ(
-        findingLines(findings),
+        findingLines(findings, 80),
         (QStringList { u"Mzml                     /a.mzML"_s, u"Waters,Thermo (by name)  /a.raw"_s,
                        u"unknown                  /a %1"_s }));
-    EXPECT_EQ(findingLines({}), QStringList());
+    EXPECT_EQ(findingLines({}, 80), QStringList());
+}
+
+TEST_F(FormatReportTest, findingLines_listAsLongAsTheTerminal_doesNotPadTheOthers)
+{
+    const QStringList many { u"LongNameOfOne"_s, u"LongNameOfTwo"_s };
+    EXPECT_EQ(findingLines(
+                  { { u"/a"_s, true, { u"Mzml"_s }, false }, { u"/b"_s, true, many, false } }, 20),
+              (QStringList { u"Mzml        /a"_s, u"LongNameOfOne,LongNameOfTwo  /b"_s }));
 }
 
 TEST_F(FormatReportTest, findingsJson_eachKind_hasTheSameMembers)

@@ -106,6 +106,15 @@ TEST(SettingsReport, settingsReport_fileThatCannotBeUsed_isTold)
               u"/etc/s.ini cannot be read; the defaults count"_s);
 }
 
+TEST(SettingsReport, settingsReport_sectionInOtherLetterCase_isToldToCountForNothing)
+{
+    SettingsFile file = fileWith({});
+    file.misspelled.insert(SettingKey::CacheLocationPath, u"resourcemanager/CacheLocationPath"_s);
+    EXPECT_EQ(settingsReport(file, defaults(), false).warnings(),
+              QStringList { u"resourcemanager/CacheLocationPath in /etc/s.ini counts for nothing; "
+                            "letter case counts: ResourceManager/CacheLocationPath"_s });
+}
+
 TEST(SettingsReport, settingFromName_anyCase_findsTheKey)
 {
     for (const SettingKey key : allSettingKeys()) {

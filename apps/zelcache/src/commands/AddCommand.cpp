@@ -29,8 +29,6 @@ Error addTo(const QSharedPointer<ResourceHandler> &handler, const QString &sourc
     const auto remote = handler.dynamicCast<RemoteResourceHandler>();
     if (!remote)
         return ZEL_ERROR(ErrorCode::FeatureLacking, u"%1 is never kept in the cache."_s.arg(name));
-    if (!QFileInfo::exists(source))
-        return ZEL_ERROR(ErrorCode::OperationFailed, u"%1 does not exist."_s.arg(source));
     if (handler->isAvailableLocally())
         return ZEL_ERROR(ErrorCode::OperationFailed, u"%1 is in the cache already."_s.arg(name));
 
@@ -62,6 +60,11 @@ public:
         options::addArgument(app, "SOURCE", "The file or folder to copy", source);
     }
 
+    std::optional<QString> check() override
+    {
+        return source.isEmpty() ? std::optional(u"SOURCE must not be empty"_s) : std::nullopt;
+    }
+
     ExitCode run(const Context &context) override;
 
 private:
@@ -73,6 +76,9 @@ ExitCode AddCommand::run(const Context &context)
 {
     if (const auto code = openCache(context))
         return *code;
+    // Asked first: a handler enters its resource into the cache.
+    if (!QFileInfo::exists(source))
+        return context.fail(ExitCode::Failed, u"\"%1\" does not exist."_s.arg(source));
     const auto handler = handlerOf(reference);
     if (!handler.hasValue())
         return context.fail(handler.error());

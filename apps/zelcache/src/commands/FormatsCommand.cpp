@@ -45,7 +45,7 @@ void writeFindings(const Context &context, const QList<FormatFinding> &findings)
         context.output.answer(answer);
         return;
     }
-    for (const QString &line : findingLines(findings))
+    for (const QString &line : findingLines(findings, context.output.answerColumns()))
         context.output.answer(line);
 }
 

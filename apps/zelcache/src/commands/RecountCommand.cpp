@@ -14,6 +14,7 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QFileInfo>
 
 #include <algorithm>
 
@@ -39,7 +40,7 @@ ExitCode codeOf(const RecountReport &report, int signalNumber)
     if (signalNumber != 0)
         return exitCodeOfSignal(signalNumber);
     QList<Error> failures;
-    bool allHere = true;
+    bool allHere = report.gone.isEmpty();
     for (const RecountResult &result : report.results) {
         allHere = allHere && !result.isNotHere;
         if (result.failure.hasError() && !result.isNotHere)
@@ -56,6 +57,8 @@ void write(const Context &context, const RecountReport &report)
         if (result.failure.hasError())
             context.output.error(result.reference + u": "_s + result.failure.errorMessage());
     }
+    for (const QString &reference : report.gone)
+        context.output.warning(reference + u": its data is gone from the cache."_s);
     if (!context.options.json) {
         for (const QString &line : recountLines(report))
             context.output.answer(line);
@@ -129,6 +132,18 @@ Result<int> countAll(Output &output, qsizetype count)
     return signalNumber;
 }
 
+/// What is ready by its row, though nothing lies at its place. All that has a size has data.
+QStringList withoutData(const Snapshot &counted)
+{
+    QStringList references;
+    for (const ResourceCacheReader::Resource &resource : counted.resources) {
+        if (resource.status == ResourceStatus::Ready && resource.size == 0
+            && !QFileInfo::exists(resource.path))
+            references.append(resource.reference);
+    }
+    return references;
+}
+
 ExitCode recountAll(const Context &context, const Snapshot &before)
 {
     const auto signalNumber = countAll(context.output, readyCount(before));
@@ -137,7 +152,8 @@ ExitCode recountAll(const Context &context, const Snapshot &before)
     const auto after = readCache(settingsOf(context.options));
     if (!after.hasValue())
         return context.fail(after.error());
-    const RecountReport report = recountReport(before, after.value());
+    RecountReport report = recountReport(before, after.value());
+    report.gone = withoutData(after.value());
     write(context, report);
     return codeOf(report, signalNumber.value());
 }
