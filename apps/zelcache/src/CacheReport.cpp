@@ -1,6 +1,7 @@
 #include "CacheReport.h"
 
 #include "Format.h"
+#include "Json.h"
 #include "ResourceUsers.h"
 
 #include <QMetaEnum>
@@ -44,6 +45,23 @@ QJsonObject resourceJson(const Reader::Resource &resource, int usages)
                   resource.version.isNull() ? QJsonValue()
                                             : QJsonValue(resource.version.toString()));
     return object;
+}
+
+QString quotedOrNull(const QString &text)
+{
+    return text.isEmpty() ? u"null"_s : json::quoted(text);
+}
+
+/// The same as text, its members in the same order. By hand: objects of each of many resources
+/// would take most of the time of a list.
+QString resourceJsonText(const Reader::Resource &resource, int usages)
+{
+    return u"{\"cleanupPolicy\":\""_s + toText(resource.policy) + u"\",\"lastAccess\":"_s
+        + QString::number(resource.lastAccess) + u",\"path\":"_s + quotedOrNull(resource.path)
+        + u",\"reference\":"_s + json::quoted(resource.reference) + u",\"size\":"_s
+        + QString::number(resource.size) + u",\"status\":\""_s + toText(resource.status)
+        + u"\",\"usages\":"_s + QString::number(usages) + u",\"version\":"_s
+        + quotedOrNull(resource.version.isNull() ? QString() : resource.version.toString()) + u'}';
 }
 
 QString resourcesText(const QHash<ResourceStatus, int> &counts)
@@ -160,38 +178,38 @@ QJsonObject sizesJson(const StatusReport &report)
 
 } // namespace
 
-QStringList listLines(const Reader::Snapshot &snapshot)
+TextAt listLines(const Reader::Snapshot &snapshot)
 {
+    QStringList sizes;
+    sizes.reserve(snapshot.resources.size());
     qsizetype statusColumns = 0;
     qsizetype sizeColumns = 0;
     for (const Reader::Resource &resource : snapshot.resources) {
+        sizes.append(sizeText(resource.size));
         statusColumns = std::max(statusColumns, toText(resource.status).size());
-        sizeColumns = std::max(sizeColumns, sizeText(resource.size).size());
+        sizeColumns = std::max(sizeColumns, sizes.last().size());
     }
-    QStringList lines;
-    for (const Reader::Resource &resource : snapshot.resources)
-        lines.append(u"%1  %2  %3  %4"_s.arg(toText(resource.status).leftJustified(statusColumns),
-                                             sizeText(resource.size).rightJustified(sizeColumns),
-                                             timeText(resource.lastAccess), resource.reference));
-    return lines;
+    return [=, &snapshot](qsizetype index) {
+        const Reader::Resource &resource = snapshot.resources.at(index);
+        return toText(resource.status).leftJustified(statusColumns) + u"  "_s
+            + sizes.at(index).rightJustified(sizeColumns) + u"  "_s + timeText(resource.lastAccess)
+            + u"  "_s + resource.reference;
+    };
 }
 
-QStringList referenceLines(const ResourceCacheReader::Snapshot &snapshot)
+TextAt listJson(const Reader::Snapshot &snapshot)
 {
-    QStringList lines;
-    lines.reserve(snapshot.resources.size());
-    for (const ResourceCacheReader::Resource &resource : snapshot.resources)
-        lines.append(resource.reference);
-    return lines;
+    return [&snapshot, usages = usagesByReference(snapshot)](qsizetype index) {
+        const Reader::Resource &resource = snapshot.resources.at(index);
+        return resourceJsonText(resource, usages.value(resource.reference));
+    };
 }
 
-QJsonArray listJson(const Reader::Snapshot &snapshot)
+TextAt referenceLines(const Reader::Snapshot &snapshot)
 {
-    const QHash<QString, int> usages = usagesByReference(snapshot);
-    QJsonArray resources;
-    for (const Reader::Resource &resource : snapshot.resources)
-        resources.append(resourceJson(resource, usages.value(resource.reference)));
-    return resources;
+    return [&snapshot](qsizetype index) {
+        return snapshot.resources.at(index).reference;
+    };
 }
 
 QJsonObject resourceJson(const Reader::Snapshot &snapshot, const Reader::Resource &resource)

@@ -9,6 +9,7 @@
 #include <QJsonObject>
 #include <QStringList>
 
+#include <functional>
 #include <optional>
 
 namespace zel::cli {
@@ -24,11 +25,15 @@ struct StatusReport
     qint64 now = 0; ///< milliseconds since the epoch
 };
 
-/// `list` for people, a line for each resource, and for programs.
-QStringList listLines(const ResourceCacheReader::Snapshot &snapshot);
+/// What stands at an index of the snapshot that it was made from, which must outlive it.
+using TextAt = std::function<QString(qsizetype index)>;
+
+/// `list` for people, a line for each resource, and for programs, JSON of each: the same as
+/// resourceJson() gives. Made one by one, since a cache may have a great many.
+TextAt listLines(const ResourceCacheReader::Snapshot &snapshot);
+TextAt listJson(const ResourceCacheReader::Snapshot &snapshot);
 /// The references alone, as `get` takes them.
-QStringList referenceLines(const ResourceCacheReader::Snapshot &snapshot);
-QJsonArray listJson(const ResourceCacheReader::Snapshot &snapshot);
+TextAt referenceLines(const ResourceCacheReader::Snapshot &snapshot);
 
 /// One resource as `list` and `info` tell of it.
 QJsonObject resourceJson(const ResourceCacheReader::Snapshot &snapshot,

@@ -1,12 +1,12 @@
 #include "Format.h"
 
-#include <QDateTime>
 #include <QRegularExpression>
 #include <QtNumeric>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <ctime>
 
 namespace zel::cli {
 
@@ -107,7 +107,14 @@ std::optional<std::chrono::seconds> durationFromText(const QString &text)
 
 QString timeText(qint64 milliseconds)
 {
-    return QDateTime::fromMSecsSinceEpoch(milliseconds).toString(u"yyyy-MM-dd HH:mm:ss"_s);
+    // Not by way of a date and time of Qt, which looks for the zone's file with each of them.
+    const std::time_t seconds = (milliseconds - (milliseconds < 0 ? 999 : 0)) / 1000;
+    std::tm local {};
+    if (::localtime_r(&seconds, &local) == nullptr)
+        return {};
+    return QString::asprintf("%04d-%02d-%02d %02d:%02d:%02d", local.tm_year + 1900,
+                             local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
+                             local.tm_sec);
 }
 
 } // namespace zel::cli

@@ -2,7 +2,10 @@
 
 #include "Text.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
+
+#include <algorithm>
 
 namespace zel::cli::json {
 
@@ -38,6 +41,17 @@ QString text(const QJsonObject &object)
 {
     const QByteArray compact = QJsonDocument(object).toJson(QJsonDocument::Compact);
     return escapedInJson(QString::fromUtf8(compact));
+}
+
+QString quoted(const QString &text)
+{
+    const auto isPlain = [](QChar unit) {
+        return unit >= u' ' && unit <= u'~' && unit != u'"' && unit != u'\\';
+    };
+    if (std::all_of(text.begin(), text.end(), isPlain))
+        return u'"' + text + u'"';
+    const QByteArray array = QJsonDocument(QJsonArray { text }).toJson(QJsonDocument::Compact);
+    return escapedInJson(QString::fromUtf8(array.mid(1, array.size() - 2)));
 }
 
 } // namespace zel::cli::json

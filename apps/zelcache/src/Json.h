@@ -23,5 +23,8 @@ QJsonObject entry(const QString &reference, const Error &error);
 /// One line, without anything that could steer a terminal.
 QString text(const QJsonObject &object);
 
+/// The same for one text of an answer, with its quotes.
+QString quoted(const QString &text);
+
 } // namespace json
 } // namespace zel::cli

@@ -89,6 +89,8 @@ Result<ListSelection> ListSelection::fromTexts(const QString &order, const QStri
 
 QList<Resource> ListSelection::applied(const QList<Resource> &resources) const
 {
+    if (order == Order::AsAdded && !status && format.isEmpty())
+        return resources;
     const auto isSelected = [this](const Resource &resource) {
         return (!status || resource.status == *status)
             && (format.isEmpty() || DataFormats::byName(resource.path).contains(format));

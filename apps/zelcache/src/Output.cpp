@@ -15,6 +15,9 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+/// Many lines are written in parts of about so many bytes.
+constexpr qsizetype partSize = 64 * 1024;
+
 constexpr auto red = "\x1b[31m";
 constexpr auto yellow = "\x1b[33m";
 constexpr auto plain = "\x1b[0m";
@@ -61,8 +64,7 @@ void Output::answer(const QString &line)
     clearProgress();
     if (answerErrno != 0)
         return;
-    const QString shown = answerToTerminal ? escaped(line) : line;
-    answerErrno = writeAll(manner.answerDescriptor, shown.toLocal8Bit() + manner.lineEnd);
+    answerErrno = writeAll(manner.answerDescriptor, bytesOf(line) + manner.lineEnd);
 }
 
 int Output::answerColumns() const
@@ -73,6 +75,49 @@ int Output::answerColumns() const
 void Output::answer(const QJsonObject &object)
 {
     answer(json::text(object));
+}
+
+void Output::answerLines(qsizetype count, const std::function<QString(qsizetype)> &lineAt)
+{
+    clearProgress();
+    QByteArray bytes;
+    for (qsizetype i = 0; i < count && answerErrno == 0; ++i) {
+        bytes += bytesOf(lineAt(i)) + manner.lineEnd;
+        writePart(bytes, partSize);
+    }
+    writePart(bytes, 1);
+}
+
+void Output::answer(const QJsonObject &frame, const QString &array, qsizetype count,
+                    const std::function<QString(qsizetype)> &elementAt)
+{
+    clearProgress();
+    const QString whole = json::text(frame);
+    // Quotes in a text are escaped, so that only the member can look like this.
+    const qsizetype gap = whole.indexOf(u'"' + array + u"\":[]"_s) + array.size() + 4;
+    QByteArray bytes = bytesOf(whole.left(gap));
+    for (qsizetype i = 0; i < count && answerErrno == 0; ++i) {
+        if (i > 0)
+            bytes += ',';
+        bytes += bytesOf(elementAt(i));
+        writePart(bytes, partSize);
+    }
+    bytes += bytesOf(whole.mid(gap)) + manner.lineEnd;
+    writePart(bytes, 1);
+}
+
+/// Writes what has come together, once it is so much.
+void Output::writePart(QByteArray &bytes, qsizetype atLeast)
+{
+    if (answerErrno != 0 || bytes.size() < atLeast)
+        return;
+    answerErrno = writeAll(manner.answerDescriptor, bytes);
+    bytes.clear();
+}
+
+QByteArray Output::bytesOf(const QString &line) const
+{
+    return (answerToTerminal ? escaped(line) : line).toLocal8Bit();
 }
 
 bool Output::isAnswerWanted()

@@ -5,6 +5,8 @@
 #include <QJsonObject>
 #include <QString>
 
+#include <functional>
+
 namespace zel::cli {
 
 /// The program's two streams: answers go to standard output, everything said beside them to
@@ -34,6 +36,13 @@ public:
     /// One line of the answer.
     void answer(const QString &line);
     void answer(const QJsonObject &object);
+    /// So many lines, which are made one after the other while they are written: never all of them
+    /// are in memory. Ends early once nobody reads any more.
+    void answerLines(qsizetype count, const std::function<QString(qsizetype index)> &lineAt);
+    /// An object whose empty array of that name gets so many elements, each made when it is
+    /// written.
+    void answer(const QJsonObject &frame, const QString &array, qsizetype count,
+                const std::function<QString(qsizetype index)> &elementAt);
 
     void error(const QString &message);
     void warning(const QString &message); ///< not shown if quiet
@@ -57,6 +66,8 @@ public:
     int answerFailure() const { return answerErrno; }
 
 private:
+    void writePart(QByteArray &bytes, qsizetype atLeast);
+    QByteArray bytesOf(const QString &line) const;
     void message(const char *kind, const char *color, const QString &text);
     void writeMessage(const QString &text);
 

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <QFile>
+#include <QJsonArray>
 #include <QJsonObject>
 #include <QTemporaryDir>
 
@@ -59,6 +60,29 @@ TEST_F(OutputTest, answer_ofJson_isOneLine)
 {
     Output(manner()).answer(QJsonObject { { u"a"_s, 1 } });
     EXPECT_EQ(contentOf(answers), "{\"a\":1}\n");
+}
+
+TEST_F(OutputTest, answerLines_moreThanOnePart_areAllWrittenInTheirOrder)
+{
+    const QString filling(1000, u'x');
+    Output(manner()).answerLines(200,
+                                 [&filling](qsizetype i) { return QString::number(i) + filling; });
+    const QList<QByteArray> lines = contentOf(answers).split('\n');
+    ASSERT_EQ(lines.size(), 201);
+    for (int i = 0; i < 200; ++i)
+        EXPECT_EQ(lines.at(i), QByteArray::number(i) + filling.toLatin1());
+    Output(manner()).answerLines(0, [](qsizetype) { return u"never"_s; });
+    EXPECT_FALSE(contentOf(answers).contains("never"));
+}
+
+TEST_F(OutputTest, answer_arrayOfMany_isOneObjectInOneLine)
+{
+    const QJsonObject frame { { u"a"_s, u"\"list\":[]"_s }, { u"list"_s, QJsonArray() } };
+    Output(manner()).answer(frame, u"list"_s, 3, [](qsizetype i) { return QString::number(i); });
+    Output(manner()).answer(frame, u"list"_s, 0, [](qsizetype) { return QString(); });
+    EXPECT_EQ(contentOf(answers),
+              "{\"a\":\"\\\"list\\\":[]\",\"list\":[0,1,2]}\n"
+              "{\"a\":\"\\\"list\\\":[]\",\"list\":[]}\n");
 }
 
 TEST_F(OutputTest, messages_always_goToTheOtherStreamWithoutColors)

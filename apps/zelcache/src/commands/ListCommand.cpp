@@ -60,16 +60,15 @@ ExitCode ListCommand::run(const Context &context)
     if (!snapshot.hasValue())
         return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
     snapshot.value().resources = selection.value().applied(snapshot.value().resources);
+    const qsizetype count = snapshot.value().resources.size();
     if (context.options.json) {
         QJsonObject answer = context.emptyAnswer();
-        answer.insert(u"resources"_s, listJson(snapshot.value()));
-        context.output.answer(answer);
+        answer.insert(u"resources"_s, QJsonArray());
+        context.output.answer(answer, u"resources"_s, count, listJson(snapshot.value()));
         return ExitCode::Success;
     }
-    const QStringList lines
-        = referencesOnly ? referenceLines(snapshot.value()) : listLines(snapshot.value());
-    for (const QString &line : lines)
-        context.output.answer(line);
+    context.output.answerLines(
+        count, referencesOnly ? referenceLines(snapshot.value()) : listLines(snapshot.value()));
     return ExitCode::Success;
 }
 
