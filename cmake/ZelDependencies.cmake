@@ -3,6 +3,7 @@ find_package(Qt6 6.4 REQUIRED COMPONENTS Core Sql)
 find_package(QCoro6 0.8 REQUIRED COMPONENTS Core Coro)
 find_package(CURL REQUIRED)
 find_package(CLI11 2.1 REQUIRED)
+find_program(SCDOC_PROGRAM scdoc REQUIRED) # the manual page
 
 # Brings no package file of its own on every system.
 find_path(XXHASH_INCLUDE_DIR xxhash.h REQUIRED)

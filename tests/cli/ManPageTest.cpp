@@ -1,0 +1,98 @@
+#include "ZelcacheCli.h"
+
+#include <QMap>
+#include <QRegularExpression>
+#include <QSet>
+
+namespace zel::test {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// Compares what the manual page says with what the program's help says.
+class ManPageTest : public ZelcacheCli
+{
+protected:
+    using Options = QSet<QString>;
+
+    QString help(const QStringList &words) const
+    {
+        const auto run = start(words + QStringList { u"--help"_s });
+        EXPECT_EQ(run->exitCode(), 0);
+        return QString::fromUtf8(run->output());
+    }
+    static Options longOptionsIn(const QString &text, const QString &pattern)
+    {
+        Options found;
+        auto matches
+            = QRegularExpression(pattern, QRegularExpression::MultilineOption).globalMatch(text);
+        while (matches.hasNext())
+            found.insert(matches.next().captured(1));
+        return found;
+    }
+    static Options optionsOfHelp(const QString &text)
+    {
+        return longOptionsIn(text, u"^  (?:-\\w,)?--([a-z-]+)"_s);
+    }
+    static Options optionsOfPage(const QString &text)
+    {
+        return longOptionsIn(text, u"^\\t?(?:\\*-\\w\\*, )?\\*--([a-z-]+)\\*"_s);
+    }
+    QStringList commandsOfHelp() const
+    {
+        const QString text = help({}).section(u"Subcommands:"_s, 1).section(u"\n\n"_s, 0, 0);
+        const Options names = longOptionsIn(text, u"^  ([a-z]+) "_s);
+        return QStringList(names.begin(), names.end());
+    }
+    /// The text of each command in the page.
+    static QMap<QString, QString> commandsOfPage()
+    {
+        const QString page = QString::fromUtf8(readFile(QStringLiteral(MAN_PAGE_SOURCE)));
+        const QString commands = page.section(u"# COMMANDS"_s, 1).section(u"\n# "_s, 0, 0);
+        QMap<QString, QString> found;
+        QString current;
+        for (const QString &line : commands.split(u'\n')) {
+            const auto heading = QRegularExpression(u"^\\*([a-z]+)\\*"_s).match(line);
+            if (heading.hasMatch())
+                current = heading.captured(1);
+            found[current] += line + u'\n';
+        }
+        found.remove(QString());
+        return found;
+    }
+};
+
+} // namespace
+
+TEST_F(ManPageTest, commands_areThoseOfTheProgram)
+{
+    QStringList ofHelp = commandsOfHelp();
+    ofHelp.sort();
+    EXPECT_GT(ofHelp.size(), 10);
+    EXPECT_EQ(commandsOfPage().keys(), ofHelp);
+}
+
+TEST_F(ManPageTest, optionsOfEachCommand_areThoseOfItsHelp)
+{
+    const QMap<QString, QString> commands = commandsOfPage();
+    for (auto command = commands.begin(); command != commands.end(); ++command) {
+        SCOPED_TRACE(command.key().toStdString());
+        const Options own = optionsOfHelp(help({ command.key() })) - optionsOfHelp(help({}));
+        EXPECT_EQ(optionsOfPage(command.value()), own);
+    }
+}
+
+TEST_F(ManPageTest, commonOptions_areThoseOfTheHelp)
+{
+    const QString page = QString::fromUtf8(readFile(QStringLiteral(MAN_PAGE_SOURCE)));
+    const QString common = page.section(u"# OPTIONS"_s, 1).section(u"\n# "_s, 0, 0);
+    EXPECT_EQ(optionsOfPage(common), optionsOfHelp(help({})));
+}
+
+TEST_F(ManPageTest, page_isBuilt)
+{
+    EXPECT_TRUE(readFile(QStringLiteral(MAN_PAGE)).contains("\n.TH \"zelcache\" \"1\""));
+}
+
+} // namespace zel::test
