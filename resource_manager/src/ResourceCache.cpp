@@ -103,7 +103,7 @@ void ResourceCache::Private::close()
 
 void ResourceCache::Private::updateSemaphoreKey(const ResourceCachePath &path)
 {
-    const QString key = path.semaphoreKey();
+    const QString key = ResourceCachePath::semaphoreKeyFor(path.baseDirPath());
     RegisteredSemaphore *entry = SemaphoreRegistry::keepForDirectory(key, path.baseDirPath());
     semaphore.setKey(key, 1, QSystemSemaphore::Open);
     // The registered object is the one that is taken.

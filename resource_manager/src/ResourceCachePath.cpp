@@ -31,9 +31,9 @@ QString ResourceCachePath::defaultBaseDirectoryPath()
     return QDir::cleanPath(getAppDataLocationFile(u"../ResourceCache/"_s, true, {}));
 }
 
-QString ResourceCachePath::semaphoreKey() const
+QString ResourceCachePath::semaphoreKeyFor(const QString &baseDirectory)
 {
-    const QByteArray bytes = QDir::cleanPath(baseDir).toUtf8();
+    const QByteArray bytes = QDir::cleanPath(baseDirectory).toUtf8();
     const QByteArray digest = QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex();
     return u"zel::ResourceCache-%1"_s.arg(QString::fromLatin1(digest));
 }

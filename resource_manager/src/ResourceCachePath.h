@@ -26,8 +26,9 @@ public:
     /// have the same organisation.
     static QString defaultBaseDirectoryPath();
 
-    /// The name of the system semaphore that all operations on this cache take.
-    QString semaphoreKey() const;
+    /// The name of the system semaphore that all operations on the cache in this base directory
+    /// take. The spelling counts: another one of the same directory has another semaphore.
+    static QString semaphoreKeyFor(const QString &baseDirectory);
 
     PathImpl<PathType::Dir> baseDirPath() const;
     void setBaseDirPath(const PathImpl<PathType::Dir> &path);

@@ -22,18 +22,18 @@ using Reader = ResourceCacheReader;
 
 LockFacts lockFactsOf(const ResourceCachePath &path)
 {
+    const QString key = ResourceCachePath::semaphoreKeyFor(path.baseDirPath());
     LockFacts facts;
-    facts.before = SystemSemaphoreState::of(path.semaphoreKey());
+    facts.before = SystemSemaphoreState::of(key);
     facts.directory = DirectoryLockState::of(path.baseDirPath());
-    facts.after = SystemSemaphoreState::of(path.semaphoreKey());
+    facts.after = SystemSemaphoreState::of(key);
 
     const QString base = QDir::cleanPath(path.baseDirPath());
     const QString resolved = QFileInfo(base).canonicalFilePath();
     if (!resolved.isEmpty() && resolved != base) {
-        ResourceCachePath other;
-        other.setBaseDirPath(resolved);
+        const QString otherKey = ResourceCachePath::semaphoreKeyFor(resolved);
         facts.otherSpelling = resolved;
-        facts.otherSemaphore = SystemSemaphoreState::of(other.semaphoreKey());
+        facts.otherSemaphore = SystemSemaphoreState::of(otherKey);
     }
     const ProcessFacts self = ProcessFacts::of(QCoreApplication::applicationPid());
     facts.temporaryFolder = QDir::tempPath();
