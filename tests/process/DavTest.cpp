@@ -108,5 +108,5 @@ TEST_F(DavTest, retrieve_manyProcessesAtOnce_fetchEachFileOnce)
     paths.removeDuplicates();
     ASSERT_EQ(paths.size(), 1);
     EXPECT_EQ(filesIn(paths.first()), filesIn(server.root() + u"/run.d"_s));
-    EXPECT_EQ(server.sentFiles().size(), 20);
+    EXPECT_EQ(server.waitForSentFiles(20).size(), 20);
 }

@@ -1,6 +1,8 @@
 #include "ApacheServer.h"
+
 #include "LoopbackSocket.h"
 #include "TemporaryCache.h"
+#include "WaitUntil.h"
 
 #include <gtest/gtest.h>
 
@@ -132,6 +134,18 @@ QList<LoggedRequest> ApacheServer::requests() const
         found.append(request);
     }
     return found;
+}
+
+QList<LoggedRequest> ApacheServer::waitForRequests(qsizetype count) const
+{
+    EXPECT_TRUE(waitUntil([&] { return requests().size() >= count; })) << qPrintable(errorLog());
+    return requests();
+}
+
+QStringList ApacheServer::waitForSentFiles(qsizetype count) const
+{
+    EXPECT_TRUE(waitUntil([&] { return sentFiles().size() >= count; })) << qPrintable(errorLog());
+    return sentFiles();
 }
 
 QStringList ApacheServer::sentFiles() const

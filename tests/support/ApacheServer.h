@@ -45,6 +45,9 @@ public:
     QList<LoggedRequest> requests() const;
     /// The paths of the files that were sent.
     QStringList sentFiles() const;
+    /// The same once there are so many of them; fails the test if that takes too long.
+    QList<LoggedRequest> waitForRequests(qsizetype count) const;
+    QStringList waitForSentFiles(qsizetype count) const;
     /// What the server complained of, for messages of tests.
     QString errorLog() const;
 

@@ -62,7 +62,7 @@ TEST_F(DavFolderTest, retrieve_thousandsOfFiles_isTheSameTree)
         server.addFile(u"run.d/%1/%2.bin"_s.arg(i % 10).arg(i), QByteArray::number(i));
     const QString path = retrieve(server.url(u"run.d"_s));
     EXPECT_EQ(treeAt(path), treeAt(server.root() + u"/run.d"_s));
-    EXPECT_EQ(server.sentFiles().size(), 2000);
+    EXPECT_EQ(server.waitForSentFiles(2000).size(), 2000);
 }
 
 TEST_F(DavFolderTest, retrieve_neverMoreThanTwoAtATime)

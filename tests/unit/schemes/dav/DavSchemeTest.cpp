@@ -125,7 +125,7 @@ TEST_F(DavSchemeTest, retrieve_file_isReadyUnderItsOwnName)
     EXPECT_TRUE(path.startsWith(cache.dataDir() + u"/webdav/"_s));
     EXPECT_EQ(QFileInfo(path).fileName(), u"a b.raw"_s);
     EXPECT_EQ(retrieve(server.url(u"data/a%20b.raw/"_s)), path);
-    EXPECT_EQ(server.sentFiles().size(), 1);
+    EXPECT_EQ(server.waitForSentFiles(1).size(), 1);
 }
 
 TEST_F(DavSchemeTest, retrieve_fileWithAnotherChecksum_isRefused)

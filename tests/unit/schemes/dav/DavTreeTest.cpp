@@ -82,7 +82,7 @@ TEST_F(DavTreeTest, list_asksEachFolderOnce)
     server.addFolder(u"d/c"_s);
     listing(server.webUrl(u"d"_s));
     QStringList asked;
-    for (const LoggedRequest &request : server.requests())
+    for (const LoggedRequest &request : server.waitForRequests(4))
         asked << request.method + u' ' + request.path;
     asked.sort();
     EXPECT_EQ(asked,

@@ -7,6 +7,7 @@
 #include "SchemeErrors.h"
 #include "SchemeMetadata.h"
 #include "ScriptedServer.h"
+#include "WaitUntil.h"
 #include "staging/StagingRecord.h"
 
 #include <gtest/gtest.h>
@@ -172,6 +173,15 @@ TEST_F(ListSchemeTest, retrieve_wrongChecksum_isNoFolderAndTheOthersNeedNotComeA
     const QString reference = listAt(server.url(u"run.d/SHA256SUMS"_s));
 
     EXPECT_EQ(failureOf(reference), SchemeErrors::integrityFailure);
+
+    // The server writes a line down when the answer is complete, which the client knows before.
+    const auto wasSent = [&server](const QString &path) {
+        const QList<LoggedRequest> all = server.requests();
+        return std::any_of(all.begin(), all.end(), [&path](const LoggedRequest &request) {
+            return request.method == u"GET"_s && request.path == path;
+        });
+    };
+    EXPECT_TRUE(waitUntil([&] { return wasSent(u"/run.d/a"_s) && wasSent(u"/run.d/b"_s); }));
 
     const qsizetype before = server.requests().size();
     server.addFile(u"run.d/b"_s, content[u"b"_s]);
