@@ -5,9 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include <QDeadlineTimer>
 #include <QDirIterator>
-#include <QThread>
 
 #include <map>
 
@@ -40,14 +38,6 @@ protected:
         return files;
     }
 
-    static void waitForSentFiles(const ApacheServer &server, qsizetype count)
-    {
-        const QDeadlineTimer limit(20'000);
-        while (server.sentFiles().size() < count && !limit.hasExpired())
-            QThread::msleep(5);
-        EXPECT_GE(server.sentFiles().size(), count) << server.errorLog().toStdString();
-    }
-
     /// The resource's path out of a good answer.
     static QString pathIn(const QString &answer)
     {
@@ -72,7 +62,7 @@ TEST_F(DavTest, retrieve_killedAmongTheFiles_theNextProcessFetchesTheRest)
 
     SchemesProcess dying(cache);
     dying.send(u"retrieve "_s + url);
-    waitForSentFiles(server, 6);
+    server.waitForSentFiles(6);
     dying.kill();
     const QStringList sentBefore = server.sentFiles();
     ASSERT_LT(sentBefore.size(), 12);
