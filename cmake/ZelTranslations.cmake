@@ -1,4 +1,4 @@
-# Puts the translations of the libraries into a program, as :/translations/<library>_<language>.qm.
+# Puts all translations into a program, as :/translations/<catalogue>_<language>.qm.
 #   zel_embed_translations(zelcache)
 function(zel_embed_translations target)
     get_target_property(compiled zel_translations ZEL_COMPILED)

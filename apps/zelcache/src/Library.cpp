@@ -9,6 +9,7 @@
 #include "errors/Tracer.h"
 #include "platform/FreeSpace.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
 
@@ -16,9 +17,12 @@
 
 namespace zel::cli {
 
-using namespace Qt::Literals::StringLiterals;
-
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::Library)
+};
 
 bool startTracing(const QString &filePath)
 {
@@ -46,7 +50,7 @@ Result<Value> orWhichCache(const ResourceManagerSettings &settings, Result<Value
 {
     if (outcome.hasValue())
         return outcome;
-    const QString text = u"The cache in %1 cannot be read: %2"_s;
+    const QString text = Texts::tr("The cache in %1 cannot be read: %2");
     return ZEL_ERROR(
         outcome.error().errorCode(),
         text.arg(settings.cachePath.baseDirPath().toString(), outcome.error().errorMessage()));
@@ -76,7 +80,7 @@ std::optional<ExitCode> openCache(const Context &context)
 {
     const QString traceFile = context.options.traceFile;
     if (!traceFile.isEmpty() && !startTracing(traceFile)) {
-        const QString text = u"The trace cannot be written to %1."_s;
+        const QString text = Texts::tr("The trace cannot be written to %1.");
         return context.fail(ExitCode::Failed, text.arg(traceFile));
     }
     registerResourceSchemes();
@@ -91,7 +95,7 @@ std::optional<ExitCode> openCache(const Context &context)
     const Error failure = openingFailure(settings);
     if (!failure.hasError())
         return {};
-    const QString text = u"The cache in %1 cannot be opened: %2"_s;
+    const QString text = Texts::tr("The cache in %1 cannot be opened: %2");
     return context.fail(
         ExitCode::CacheUnavailable,
         text.arg(settings.cachePath.baseDirPath().toString(), failure.errorMessage()));

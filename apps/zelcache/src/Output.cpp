@@ -3,6 +3,8 @@
 #include "Json.h"
 #include "Text.h"
 
+#include <QCoreApplication>
+
 #include <cerrno>
 
 #include <poll.h>
@@ -14,6 +16,11 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::Output)
+};
 
 /// Many lines are written in parts of about so many bytes.
 constexpr qsizetype partSize = 64 * 1024;
@@ -130,19 +137,19 @@ bool Output::isAnswerWanted()
 
 void Output::error(const QString &message)
 {
-    this->message("error: ", red, message);
+    this->message(Texts::tr("error: "), red, message);
 }
 
 void Output::warning(const QString &message)
 {
     if (!manner.quiet)
-        this->message("warning: ", yellow, message);
+        this->message(Texts::tr("warning: "), yellow, message);
 }
 
 void Output::note(const QString &message)
 {
     if (manner.verbosity > 0 && !message.isEmpty())
-        this->message("", "", message);
+        this->message({}, "", message);
 }
 
 void Output::line(const QString &text)
@@ -157,10 +164,10 @@ void Output::question(const QString &text)
     writeMessage(escaped(text) + u' ');
 }
 
-void Output::message(const char *kind, const char *color, const QString &text)
+void Output::message(const QString &kind, const char *color, const QString &text)
 {
     clearProgress();
-    QString shownKind = QLatin1StringView(kind);
+    QString shownKind = kind;
     if (colors && !shownKind.isEmpty())
         shownKind = QLatin1StringView(color) + shownKind + QLatin1StringView(plain);
     // A message of several failures has a line for each.

@@ -68,7 +68,7 @@ public:
 private:
     void writePart(QByteArray &bytes, qsizetype atLeast);
     QByteArray bytesOf(const QString &line) const;
-    void message(const char *kind, const char *color, const QString &text);
+    void message(const QString &kind, const char *color, const QString &text);
     void writeMessage(const QString &text);
 
     Manner manner;

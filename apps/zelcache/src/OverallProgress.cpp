@@ -1,12 +1,17 @@
 #include "OverallProgress.h"
 
+#include <QCoreApplication>
+
 #include <algorithm>
 
 namespace zel::cli {
 
-using namespace Qt::Literals::StringLiterals;
-
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::OverallProgress)
+};
 
 std::optional<double> fractionOf(const Transfer &transfer)
 {
@@ -51,7 +56,7 @@ QString labelOf(const QList<const Transfer *> &running)
         return {};
     const QString first = running.constFirst()->label;
     const qsizetype others = running.size() - 1;
-    return others == 0 ? first : u"%1 and %2 more"_s.arg(first, QString::number(others));
+    return others == 0 ? first : Texts::tr("%1 and %2 more").arg(first, QString::number(others));
 }
 
 } // namespace

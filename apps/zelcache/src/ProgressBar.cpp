@@ -3,6 +3,7 @@
 #include "Format.h"
 #include "Text.h"
 
+#include <QCoreApplication>
 #include <QStringList>
 
 #include <algorithm>
@@ -14,6 +15,11 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::ProgressBar)
+};
 
 constexpr int gap = 2; ///< columns between two parts
 constexpr int shortestLabel = 8;
@@ -48,7 +54,7 @@ QString bytesText(const ProgressState &state)
     const QString received = sizeText(*state.receivedBytes);
     if (state.totalBytes.value_or(0) <= 0)
         return received;
-    return u"%1 of %2"_s.arg(received, sizeText(*state.totalBytes));
+    return Texts::tr("%1 of %2").arg(received, sizeText(*state.totalBytes));
 }
 
 std::optional<QString> timeLeftText(const ProgressState &state)
@@ -58,7 +64,7 @@ std::optional<QString> timeLeftText(const ProgressState &state)
         return {};
     const qint64 missing = std::max<qint64>(*state.totalBytes - *state.receivedBytes, 0);
     const auto seconds = qint64(std::ceil(double(missing) / *state.bytesPerSecond));
-    return u"%1 left"_s.arg(durationText(std::chrono::seconds(seconds)));
+    return Texts::tr("%1 left").arg(durationText(std::chrono::seconds(seconds)));
 }
 
 /// Everything behind the bar, in the order in which it is shown.
@@ -70,7 +76,7 @@ std::vector<Part> partsOf(const ProgressState &state)
     if (state.overallCount > 1)
         parts.push_back({ u"%1/%2"_s.arg(state.finishedCount).arg(state.overallCount), 5 });
     if (state.fetchingProcess)
-        parts.push_back({ u"fetched by process %1"_s.arg(*state.fetchingProcess), 4 });
+        parts.push_back({ Texts::tr("fetched by process %1").arg(*state.fetchingProcess), 4 });
     if (state.receivedBytes)
         parts.push_back({ bytesText(state), 3 });
     if (state.bytesPerSecond)

@@ -3,6 +3,7 @@
 #include "Format.h"
 #include "Json.h"
 
+#include <QCoreApplication>
 #include <QHash>
 #include <QJsonArray>
 
@@ -12,24 +13,28 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::RecountReport)
+};
+
 using Snapshot = ResourceCacheReader::Snapshot;
 
 QString changeText(qint64 before, qint64 after)
 {
-    const QString pattern = u"%1 -> %2"_s;
     const QString shortBefore = sizeText(before);
     const QString shortAfter = sizeText(after);
     if (shortBefore != shortAfter)
-        return pattern.arg(shortBefore, shortAfter);
+        return u"%1 -> %2"_s.arg(shortBefore, shortAfter);
     // A small change of something big.
-    return pattern.arg(QString::number(before), QString::number(after)) + u" bytes"_s;
+    return Texts::tr("%1 -> %2 bytes").arg(QString::number(before), QString::number(after));
 }
 
 QString totalLine(const RecountReport &report)
 {
     if (report.totalBefore == report.totalAfter)
-        return u"Whole cache: %1, as before"_s.arg(sizeText(report.totalAfter));
-    return u"Whole cache: "_s + changeText(report.totalBefore, report.totalAfter);
+        return Texts::tr("Whole cache: %1, as before").arg(sizeText(report.totalAfter));
+    return Texts::tr("Whole cache: %1").arg(changeText(report.totalBefore, report.totalAfter));
 }
 
 QJsonObject sizesJson(qint64 before, qint64 after)

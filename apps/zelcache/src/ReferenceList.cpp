@@ -2,6 +2,7 @@
 
 #include "errors/Propagate.h"
 
+#include <QCoreApplication>
 #include <QFile>
 
 #include <unistd.h>
@@ -9,6 +10,15 @@
 namespace zel::cli {
 
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::ReferenceList)
+};
+
+} // namespace
 
 QStringList referencesIn(const QString &text, ListForm form)
 {
@@ -30,8 +40,9 @@ Result<QStringList> readReferenceList(const QString &filePath, ListForm form)
                                            : file.open(QIODevice::ReadOnly);
     const QByteArray content = opened ? file.readAll() : QByteArray();
     if (!opened || file.error() != QFileDevice::NoError)
-        return ZEL_ERROR(ErrorCode::OperationFailed,
-                         u"The list %1 cannot be read: %2"_s.arg(filePath, file.errorString()));
+        return ZEL_ERROR(
+            ErrorCode::OperationFailed,
+            Texts::tr("The list %1 cannot be read: %2").arg(filePath, file.errorString()));
     return referencesIn(QString::fromUtf8(content), form);
 }
 

@@ -2,6 +2,7 @@
 
 #include "Format.h"
 
+#include <QCoreApplication>
 #include <QSet>
 
 #include <algorithm>
@@ -11,6 +12,11 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::RemovalReport)
+};
 
 using Resource = ResourceCacheReader::Resource;
 using Reason = Pin::Reason;
@@ -35,13 +41,13 @@ QString pinText(const Pin &pin)
     const QString subject = u"%1 (%2)"_s.arg(pin.resource.reference, sizeText(pin.resource.size));
     switch (pin.reason) {
     case Reason::InUse:
-        return subject + u" is in use by "_s + processesText(pin.processes);
+        return Texts::tr("%1 is in use by %2").arg(subject, processesText(pin.processes));
     case Reason::SizeUnknown:
-        return subject + u" has no known size, so that a purge leaves it alone"_s;
+        return Texts::tr("%1 has no known size, so that a purge leaves it alone").arg(subject);
     case Reason::NotRemoved:
-        return subject + u" could not be removed"_s;
+        return Texts::tr("%1 could not be removed").arg(subject);
     case Reason::Newer:
-        return subject + u" was accessed while the purge ran"_s;
+        return Texts::tr("%1 was accessed while the purge ran").arg(subject);
     }
     return subject;
 }
@@ -78,8 +84,8 @@ QJsonObject pinJson(const Pin &pin)
 
 QString summary(const PurgeReport &report)
 {
-    const QString text = report.isDryRun ? u"%1 would go, %2; %3 would be left"_s
-                                         : u"%1 removed, %2 freed; %3 left"_s;
+    const QString text = report.isDryRun ? Texts::tr("%1 would go, %2; %3 would be left")
+                                         : Texts::tr("%1 removed, %2 freed; %3 left");
     return text.arg(countText(report.removed.size()), sizeText(sizeOfAll(report.removed)),
                     sizeText(report.size));
 }
@@ -88,7 +94,8 @@ QString summary(const PurgeReport &report)
 
 QString countText(qsizetype resources)
 {
-    return resources == 1 ? u"1 resource"_s : u"%1 resources"_s.arg(resources);
+    return resources == 1 ? Texts::tr("1 resource")
+                          : Texts::tr("%n resources", nullptr, int(resources));
 }
 
 QList<Pin> pinsOf(const ResourceCacheReader::Snapshot &after, const ResourceUsers &users,
@@ -132,7 +139,7 @@ QStringList pinLines(const QList<Pin> &pins, qsizetype atMost)
     for (const Pin &pin : largestFirst.first(std::min(atMost, largestFirst.size())))
         lines.append(pinText(pin));
     if (const qsizetype more = pins.size() - lines.size(); more > 0)
-        lines.append(u"... and %1 more"_s.arg(countText(more)));
+        lines.append(Texts::tr("... and %1 more").arg(countText(more)));
     return lines;
 }
 

@@ -2,17 +2,31 @@
 
 #include "ResourceLookup.h"
 
-namespace zel::cli {
+#include <QCoreApplication>
 
-using namespace Qt::Literals::StringLiterals;
+namespace zel::cli {
 
 namespace {
 
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::RemovalVerdict)
+};
+
 using Resource = ResourceCacheReader::Resource;
 
-QString withProcesses(const QString &text, const QList<qint64> &processes)
+Refusal refusalOfWanted(const QList<qint64> &processes)
 {
-    return processes.isEmpty() ? text + u'.' : text + u" by "_s + processesText(processes) + u'.';
+    if (processes.isEmpty())
+        return { Texts::tr("It is wanted."), {} };
+    return { Texts::tr("It is wanted by %1.").arg(processesText(processes)), processes };
+}
+
+Refusal refusalOfFetched(const QList<qint64> &processes)
+{
+    if (processes.isEmpty())
+        return { Texts::tr("It is being fetched."), {} };
+    return { Texts::tr("It is being fetched by %1.").arg(processesText(processes)), processes };
 }
 
 /// The reason that lies in the status, if any.
@@ -24,24 +38,25 @@ std::optional<Refusal> refusalOfStatus(const ResourceCacheReader::Snapshot &snap
     case ResourceStatus::Ready:
         return {};
     case ResourceStatus::Missing:
-        return Refusal { u"Nothing is there to remove."_s, {} };
+        return Refusal { Texts::tr("Nothing is there to remove."), {} };
     case ResourceStatus::ScheduledForAcquire:
-        return Refusal { withProcesses(u"It is wanted"_s, fetchers), fetchers };
+        return refusalOfWanted(fetchers);
     case ResourceStatus::Acquiring:
-        return Refusal { withProcesses(u"It is being fetched"_s, fetchers), fetchers };
+        return refusalOfFetched(fetchers);
     case ResourceStatus::Invalid:
         break;
     }
-    return Refusal { u"Its status is none that this program knows."_s, {} };
+    return Refusal { Texts::tr("Its status is none that this program knows."), {} };
 }
 
 std::optional<Refusal> refusalOfPolicy(ResourceCleanupPolicy policy, bool force)
 {
     // It could not be stored again as it was.
     if (policy == ResourceCleanupPolicy::Invalid)
-        return Refusal { u"Its cleanup policy is none that this program knows."_s, {} };
+        return Refusal { Texts::tr("Its cleanup policy is none that this program knows."), {} };
     if (policy == ResourceCleanupPolicy::Never && !force)
-        return Refusal { u"Its cleanup policy is Never; --force removes it all the same."_s, {} };
+        return Refusal { Texts::tr("Its cleanup policy is Never; --force removes it all the same."),
+                         {} };
     return {};
 }
 
@@ -52,12 +67,13 @@ std::optional<Refusal> refusalOf(const ResourceCacheReader::Snapshot &snapshot,
 {
     const auto resource = resourceOf(snapshot, key);
     if (!resource)
-        return Refusal { u"The cache does not know it."_s, {} };
+        return Refusal { Texts::tr("The cache does not know it."), {} };
     if (const auto refusal = refusalOfStatus(snapshot, *resource))
         return refusal;
     const QList<qint64> processes = users.value(key);
     if (!processes.isEmpty())
-        return Refusal { withProcesses(u"It is in use"_s, processes), processes };
+        return Refusal { Texts::tr("It is in use by %1.").arg(processesText(processes)),
+                         processes };
     return refusalOfPolicy(resource->policy, force);
 }
 

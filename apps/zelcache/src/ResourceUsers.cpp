@@ -1,5 +1,6 @@
 #include "ResourceUsers.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QJsonObject>
 #include <QStringList>
@@ -9,6 +10,11 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::ResourceUsers)
+};
 
 /// After this long without a ping the others take a program for dead.
 constexpr qint64 silenceOfTheDead = 30'000;
@@ -72,7 +78,7 @@ QString processesText(const QList<qint64> &processIds)
     QStringList texts;
     for (const qint64 processId : processIds) {
         const QString program = programOf(processId);
-        const QString number = u"process %1"_s.arg(processId);
+        const QString number = Texts::tr("process %1").arg(processId);
         texts.append(program.isEmpty() ? number : number + u" ("_s + program + u')');
     }
     return texts.join(u", "_s);

@@ -3,6 +3,7 @@
 #include "Format.h"
 #include "errors/Propagate.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
 
@@ -11,6 +12,11 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::SettingValue)
+};
 
 /// Not QDir's idea of it: there, a path that starts with a colon is absolute as well.
 bool isAbsolute(const QString &directory)
@@ -27,11 +33,11 @@ QString textInFile(const QVariant &value)
 QString complaintAboutDirectory(const QVariant &value)
 {
     if (value.typeId() == QMetaType::QStringList)
-        return u"is a list, since a comma without quotes parts it; the default counts"_s;
+        return Texts::tr("is a list, since a comma without quotes parts it; the default counts");
     if (value.toString().isEmpty())
-        return u"is empty; the default counts"_s;
+        return Texts::tr("is empty; the default counts");
     if (!isAbsolute(value.toString()))
-        return u"is no absolute directory: \"%1\""_s.arg(value.toString());
+        return Texts::tr("is no absolute directory: \"%1\"").arg(value.toString());
     return {};
 }
 
@@ -40,21 +46,23 @@ QString complaintAboutSize(const QVariant &value)
     bool isNumber = false;
     const qint64 bytes = value.toString().toLongLong(&isNumber);
     if (!isNumber)
-        return u"is no whole number of bytes: \"%1\"; it counts as 0"_s.arg(textInFile(value));
+        return Texts::tr("is no whole number of bytes: \"%1\"; it counts as 0")
+            .arg(textInFile(value));
     if (bytes <= 0)
-        return u"is no size that a cache can have: %1"_s.arg(bytes);
+        return Texts::tr("is no size that a cache can have: %1").arg(bytes);
     return {};
 }
 
 Result<QVariant> directoryFromText(const QString &text)
 {
     if (text.isEmpty())
-        return ZEL_ERROR(ErrorCode::BadArgument, u"a directory must not be empty."_s);
+        return ZEL_ERROR(ErrorCode::BadArgument, Texts::tr("a directory must not be empty."));
     if (!isAbsolute(text))
-        return ZEL_ERROR(ErrorCode::BadArgument, u"\"%1\" is no absolute directory."_s.arg(text));
+        return ZEL_ERROR(ErrorCode::BadArgument,
+                         Texts::tr("\"%1\" is no absolute directory.").arg(text));
     const QFileInfo info(text);
     if (info.exists() && !info.isDir())
-        return ZEL_ERROR(ErrorCode::BadArgument, u"\"%1\" is not a directory."_s.arg(text));
+        return ZEL_ERROR(ErrorCode::BadArgument, Texts::tr("\"%1\" is not a directory.").arg(text));
     // Spelled in one way, since the spelling selects the lock.
     return QVariant(QDir::cleanPath(text));
 }
@@ -63,7 +71,7 @@ Error orderFailure(const ResourceCacheSizes &sizes)
 {
     if (sizes.optimalSize <= sizes.maximumSize)
         return {};
-    const QString text = u"the optimal size %1 would be above the maximum %2."_s;
+    const QString text = Texts::tr("the optimal size %1 would be above the maximum %2.");
     return ZEL_ERROR(
         ErrorCode::BadArgument,
         text.arg(sizeAndBytesText(sizes.optimalSize), sizeAndBytesText(sizes.maximumSize)));
@@ -84,8 +92,9 @@ Result<QVariant> settingFromText(SettingKey key, const QString &text,
         return ZEL_PASS(directoryFromText(text));
     const std::optional<qint64> bytes = sizeFromText(text);
     if (!bytes || *bytes <= 0)
-        return ZEL_ERROR(ErrorCode::BadArgument,
-                         u"\"%1\" is no size above 0; write bytes, or 500MiB, 1.5TiB."_s.arg(text));
+        return ZEL_ERROR(
+            ErrorCode::BadArgument,
+            Texts::tr("\"%1\" is no size above 0; write bytes, or 500MiB, 1.5TiB.").arg(text));
     ResourceCacheSizes changed = sizes;
     if (key == SettingKey::OptimalCacheSize)
         changed.optimalSize = *bytes;

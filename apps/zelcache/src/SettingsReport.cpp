@@ -2,6 +2,8 @@
 
 #include "SettingValue.h"
 
+#include <QCoreApplication>
+
 #include <algorithm>
 
 namespace zel::cli {
@@ -9,6 +11,11 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::SettingsReport)
+};
 
 QVariant valueOf(SettingKey key, const ResourceManagerSettings &settings)
 {
@@ -42,20 +49,21 @@ QString warningOf(SettingKey key, const SettingsFile &file)
 {
     const auto found = file.values.constFind(key);
     if (const QString name = file.misspelled.value(key); !name.isEmpty())
-        return u"%1 in %2 counts for nothing; letter case counts: %3"_s.arg(name, file.path,
-                                                                            iniKey(key));
+        return Texts::tr("%1 in %2 counts for nothing; letter case counts: %3")
+            .arg(name, file.path, iniKey(key));
     const QString complaint = found == file.values.cend() ? QString() : complaintAbout(key, *found);
     if (complaint.isEmpty())
         return {};
-    return u"%1 in %2 %3"_s.arg(settingName(key), file.path, complaint);
+    return Texts::tr("%1 in %2 %3").arg(settingName(key), file.path, complaint);
 }
 
 QString warningOf(const SettingsFile &file)
 {
     if (!file.isReadable)
-        return u"%1 cannot be read; the defaults count"_s.arg(file.path);
+        return Texts::tr("%1 cannot be read; the defaults count").arg(file.path);
     if (file.hasBadLines)
-        return u"%1 has lines that are no settings; they count for nothing"_s.arg(file.path);
+        return Texts::tr("%1 has lines that are no settings; they count for nothing")
+            .arg(file.path);
     return {};
 }
 
@@ -69,22 +77,22 @@ void judgeOrder(SettingsReport &report, const ResourceCacheSizes &sizes)
     QString &warning = report.settings[qsizetype(key)].warning;
     if (!warning.isEmpty())
         return;
-    warning = u"%1 in %2 puts the optimal size %3 above the maximum %4"_s.arg(
-        settingName(key), report.file.path, sizeAndBytesText(sizes.optimalSize),
-        sizeAndBytesText(sizes.maximumSize));
+    warning = Texts::tr("%1 in %2 puts the optimal size %3 above the maximum %4")
+                  .arg(settingName(key), report.file.path, sizeAndBytesText(sizes.optimalSize),
+                       sizeAndBytesText(sizes.maximumSize));
 }
 
 QString originText(SettingOrigin origin)
 {
     switch (origin) {
     case SettingOrigin::CommandLine:
-        return u"command line"_s;
+        return Texts::tr("command line");
     case SettingOrigin::IniFile:
-        return u"ini file"_s;
+        return Texts::tr("ini file");
     case SettingOrigin::Default:
         break;
     }
-    return u"default"_s;
+    return Texts::tr("default");
 }
 
 QString originName(SettingOrigin origin)

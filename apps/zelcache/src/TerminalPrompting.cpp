@@ -2,6 +2,7 @@
 
 #include "references/ResourceReferenceUtils.h"
 
+#include <QCoreApplication>
 #include <QFile>
 
 #include <algorithm>
@@ -10,19 +11,24 @@
 
 namespace zel::cli {
 
-using namespace Qt::Literals::StringLiterals;
-
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::TerminalPrompting)
+};
 
 bool isYes(const QByteArray &line)
 {
     const QByteArray answer = line.trimmed().toLower();
-    return answer == "y" || answer == "yes";
+    return answer == "y" || answer == "yes" || answer == Texts::tr("y").toLocal8Bit()
+        || answer == Texts::tr("yes").toLocal8Bit();
 }
 
 QString questionFor(qsizetype count)
 {
-    return count == 1 ? u"Fetch it? [y/N]"_s : u"Fetch these %1 resources? [y/N]"_s.arg(count);
+    return count == 1 ? Texts::tr("Fetch it? [y/N]")
+                      : Texts::tr("Fetch these %n resources? [y/N]", nullptr, int(count));
 }
 
 } // namespace
@@ -63,8 +69,8 @@ bool TerminalPrompting::isAnswered(const QSharedPointer<ResourceReference> &refe
 bool TerminalPrompting::ask(const QList<QSharedPointer<ResourceReference>> &references)
 {
     if (::isatty(STDIN_FILENO) == 0) {
-        output->warning(u"Nobody can be asked, since standard input is no terminal; "
-                        "--yes answers in advance."_s);
+        output->warning(Texts::tr("Nobody can be asked, since standard input is no terminal; "
+                                  "--yes answers in advance."));
         return false;
     }
     for (const auto &reference : references)

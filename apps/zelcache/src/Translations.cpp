@@ -42,6 +42,7 @@ void installTranslations()
     const QLocale language(QLocale::system().uiLanguages().value(0));
     install(language, u"zel_resource_manager"_s);
     install(language, u"zel_resource_schemes"_s);
+    install(language, u"zelcache"_s);
 }
 
 } // namespace zel::cli

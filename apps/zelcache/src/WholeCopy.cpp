@@ -6,6 +6,7 @@
 #include "platform/TreeCopy.h"
 #include "platform/TreeRemoval.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
 
@@ -14,6 +15,11 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::WholeCopy)
+};
 
 constexpr QLatin1StringView prefix(".adding-");
 
@@ -46,7 +52,7 @@ void removeRemains(const QDir &folder)
 Error publish(const QString &incoming, const QString &target)
 {
     if (QFileInfo::exists(target))
-        return ZEL_ERROR(ErrorCode::OperationFailed, u"%1 is there already."_s.arg(target));
+        return ZEL_ERROR(ErrorCode::OperationFailed, Texts::tr("%1 is there already.").arg(target));
     return ZEL_PASS(FileSync::renameDurably(incoming, target));
 }
 

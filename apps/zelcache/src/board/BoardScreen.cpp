@@ -3,6 +3,8 @@
 #include "Format.h"
 #include "Text.h"
 
+#include <QCoreApplication>
+
 #include <algorithm>
 #include <functional>
 
@@ -11,6 +13,11 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::BoardScreen)
+};
 
 using Life = BoardParty::Life;
 
@@ -54,30 +61,31 @@ QString durationSince(qint64 moment, qint64 now)
 
 QString referenceText(const QString &reference)
 {
-    return reference.isEmpty() ? u"a resource that the cache does not know"_s : escaped(reference);
+    return reference.isEmpty() ? Texts::tr("a resource that the cache does not know")
+                               : escaped(reference);
 }
 
 QString nameOf(const BoardParty &party)
 {
     if (party.life == Life::Unregistered)
-        return u"a program that is gone"_s;
-    const QString program = party.program.isEmpty() ? u"process"_s : escaped(party.program);
+        return Texts::tr("a program that is gone");
+    const QString program = party.program.isEmpty() ? Texts::tr("process") : escaped(party.program);
     return u"%1 %2"_s.arg(program, QString::number(party.processId));
 }
 
 QStringList partyTexts(const BoardParty &party, qint64 now)
 {
     const QString silence = durationSince(party.lastSign.value_or(now), now);
-    const QString seen = u"seen %1 ago"_s.arg(silence);
+    const QString seen = Texts::tr("seen %1 ago").arg(silence);
     switch (party.life) {
     case Life::Alive:
         return { nameOf(party), seen };
     case Life::Silent:
-        return { nameOf(party), u"silent for %1"_s.arg(silence) };
+        return { nameOf(party), Texts::tr("silent for %1").arg(silence) };
     case Life::Dead:
-        return { nameOf(party), u"dead"_s, seen };
+        return { nameOf(party), Texts::tr("dead"), seen };
     case Life::Reused:
-        return { nameOf(party), u"dead (number reused)"_s, seen };
+        return { nameOf(party), Texts::tr("dead (number reused)"), seen };
     case Life::Unregistered:
         break;
     }
@@ -95,20 +103,22 @@ QString fetcherText(const BoardParty &party, qint64 now)
 {
     if (party.life != Life::Alive)
         return partyText(party, now);
-    return u"%1, %2 ago"_s.arg(nameOf(party), durationSince(party.lastSign.value_or(now), now));
+    return Texts::tr("%1, %2 ago")
+        .arg(nameOf(party), durationSince(party.lastSign.value_or(now), now));
 }
 
 QStringList transferTexts(const Board::Fetch &fetch)
 {
     QStringList texts;
     if (fetch.bytes && fetch.totalBytes)
-        texts.append(u"%1 of %2"_s.arg(sizeText(*fetch.bytes), sizeText(*fetch.totalBytes)));
+        texts.append(
+            Texts::tr("%1 of %2").arg(sizeText(*fetch.bytes), sizeText(*fetch.totalBytes)));
     else if (fetch.bytes)
         texts.append(sizeText(*fetch.bytes));
     if (fetch.bytesPerSecond)
         texts.append(rateText(*fetch.bytesPerSecond));
     if (fetch.timeLeft)
-        texts.append(u"%1 left"_s.arg(durationText(*fetch.timeLeft)));
+        texts.append(Texts::tr("%1 left").arg(durationText(*fetch.timeLeft)));
     return texts;
 }
 
@@ -144,7 +154,7 @@ QStringList troubleLines(const Board &board, int columns)
 {
     return QStringList { QString() }
     + flowed(QString(), escaped(board.trouble).split(u' '), u" "_s, columns)
-        + QStringList { u"The board waits for it."_s };
+        + QStringList { Texts::tr("The board waits for it.") };
 }
 
 QStringList sizeLines(const Board &board, int columns)
@@ -154,14 +164,16 @@ QStringList sizeLines(const Board &board, int columns)
     };
     const int wanted
         = count(ResourceStatus::Acquiring) + count(ResourceStatus::ScheduledForAcquire);
-    const QString size
-        = u"Size: %1 of %2"_s.arg(sizeText(board.currentSize), sizeText(board.limits.optimalSize));
-    QStringList sizes { size, u"at most %1"_s.arg(sizeText(board.limits.maximumSize)) };
+    const QString size = Texts::tr("Size: %1 of %2")
+                             .arg(sizeText(board.currentSize), sizeText(board.limits.optimalSize));
+    QStringList sizes { size, Texts::tr("at most %1").arg(sizeText(board.limits.maximumSize)) };
     if (board.freeBytes)
-        sizes.append(u"%1 free on disk"_s.arg(sizeText(*board.freeBytes)));
-    const QStringList resources { u"Resources: %1 ready"_s.arg(count(ResourceStatus::Ready)),
-                                  u"%1 being fetched"_s.arg(wanted),
-                                  u"%1 missing"_s.arg(count(ResourceStatus::Missing)) };
+        sizes.append(Texts::tr("%1 free on disk").arg(sizeText(*board.freeBytes)));
+    const QStringList resources {
+        Texts::tr("Resources: %1 ready").arg(count(ResourceStatus::Ready)),
+        Texts::tr("%1 being fetched").arg(wanted),
+        Texts::tr("%1 missing").arg(count(ResourceStatus::Missing))
+    };
     return flowed(QString(), sizes, u", "_s, columns)
         + flowed(QString(), resources, u", "_s, columns);
 }
@@ -177,9 +189,9 @@ QList<Section> sectionsOf(const Board &board, int columns)
     const auto client = [&board, columns](qsizetype index) {
         return flowed(u"  "_s, partyTexts(board.clients.at(index), board.now), u", "_s, columns);
     };
-    return { { u"Fetches"_s, board.fetches.size(), fetch },
-             { u"Waiting"_s, board.waiters.size(), waiter },
-             { u"Programs"_s, board.clients.size(), client } };
+    return { { Texts::tr("Fetches"), board.fetches.size(), fetch },
+             { Texts::tr("Waiting"), board.waiters.size(), waiter },
+             { Texts::tr("Programs"), board.clients.size(), client } };
 }
 
 /// As many items as `rows` hold.
@@ -200,7 +212,7 @@ QStringList sectionLines(const Section &section, int rows)
     const QList<QStringList> items = fittingItems(section, rows);
     QString title = u"%1: %2"_s.arg(section.title, QString::number(section.count));
     if (items.size() < section.count)
-        title += u", %1 not shown"_s.arg(section.count - items.size());
+        title += u", "_s + Texts::tr("%1 not shown").arg(section.count - items.size());
     QStringList lines { QString(), title };
     for (const QStringList &item : items)
         lines += item;

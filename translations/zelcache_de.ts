@@ -1,0 +1,364 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="de" sourcelanguage="en">
+<context>
+    <name>zel::cli::BoardScreen</name>
+    <message>
+        <source>a resource that the cache does not know</source>
+        <translation>eine Ressource, die der Cache nicht kennt</translation>
+    </message>
+    <message>
+        <source>a program that is gone</source>
+        <translation>ein Programm, das es nicht mehr gibt</translation>
+    </message>
+    <message>
+        <source>process</source>
+        <translation>Prozess</translation>
+    </message>
+    <message>
+        <source>seen %1 ago</source>
+        <translation>gesehen vor %1</translation>
+    </message>
+    <message>
+        <source>silent for %1</source>
+        <translation>stumm seit %1</translation>
+    </message>
+    <message>
+        <source>dead</source>
+        <translation>tot</translation>
+    </message>
+    <message>
+        <source>dead (number reused)</source>
+        <translation>tot (Nummer neu vergeben)</translation>
+    </message>
+    <message>
+        <source>%1, %2 ago</source>
+        <translation>%1, vor %2</translation>
+    </message>
+    <message>
+        <source>%1 of %2</source>
+        <translation>%1 von %2</translation>
+    </message>
+    <message>
+        <source>%1 left</source>
+        <translation>noch %1</translation>
+    </message>
+    <message>
+        <source>The board waits for it.</source>
+        <translation>Die Tafel wartet darauf.</translation>
+    </message>
+    <message>
+        <source>Size: %1 of %2</source>
+        <translation>Größe: %1 von %2</translation>
+    </message>
+    <message>
+        <source>at most %1</source>
+        <translation>höchstens %1</translation>
+    </message>
+    <message>
+        <source>%1 free on disk</source>
+        <translation>%1 frei auf dem Datenträger</translation>
+    </message>
+    <message>
+        <source>Resources: %1 ready</source>
+        <translation>Ressourcen: %1 bereit</translation>
+    </message>
+    <message>
+        <source>%1 being fetched</source>
+        <translation>%1 im Abruf</translation>
+    </message>
+    <message>
+        <source>%1 missing</source>
+        <translation>%1 fehlen</translation>
+    </message>
+    <message>
+        <source>Fetches</source>
+        <translation>Abrufe</translation>
+    </message>
+    <message>
+        <source>Waiting</source>
+        <translation>Wartende</translation>
+    </message>
+    <message>
+        <source>Programs</source>
+        <translation>Programme</translation>
+    </message>
+    <message>
+        <source>%1 not shown</source>
+        <translation>%1 nicht gezeigt</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::Library</name>
+    <message>
+        <source>The cache in %1 cannot be read: %2</source>
+        <translation>Der Cache in %1 kann nicht gelesen werden: %2</translation>
+    </message>
+    <message>
+        <source>The trace cannot be written to %1.</source>
+        <translation>Die Ablaufverfolgung kann nicht nach %1 geschrieben werden.</translation>
+    </message>
+    <message>
+        <source>The cache in %1 cannot be opened: %2</source>
+        <translation>Der Cache in %1 kann nicht geöffnet werden: %2</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::Output</name>
+    <message>
+        <source>error: </source>
+        <translation>Fehler: </translation>
+    </message>
+    <message>
+        <source>warning: </source>
+        <translation>Warnung: </translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::OverallProgress</name>
+    <message>
+        <source>%1 and %2 more</source>
+        <translation>%1 und %2 weitere</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::ProgressBar</name>
+    <message>
+        <source>%1 of %2</source>
+        <translation>%1 von %2</translation>
+    </message>
+    <message>
+        <source>%1 left</source>
+        <translation>noch %1</translation>
+    </message>
+    <message>
+        <source>fetched by process %1</source>
+        <translation>abgerufen von Prozess %1</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::RecountReport</name>
+    <message>
+        <source>%1 -&gt; %2 bytes</source>
+        <translation>%1 -&gt; %2 Bytes</translation>
+    </message>
+    <message>
+        <source>Whole cache: %1, as before</source>
+        <translation>Ganzer Cache: %1, wie zuvor</translation>
+    </message>
+    <message>
+        <source>Whole cache: %1</source>
+        <translation>Ganzer Cache: %1</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::ReferenceList</name>
+    <message>
+        <source>The list %1 cannot be read: %2</source>
+        <translation>Die Liste %1 kann nicht gelesen werden: %2</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::RemovalReport</name>
+    <message>
+        <source>%1 is in use by %2</source>
+        <translation>%1 wird von %2 benutzt</translation>
+    </message>
+    <message>
+        <source>%1 has no known size, so that a purge leaves it alone</source>
+        <translation>%1 hat keine bekannte Größe, sodass kein Aufräumen sie anrührt</translation>
+    </message>
+    <message>
+        <source>%1 could not be removed</source>
+        <translation>%1 konnte nicht entfernt werden</translation>
+    </message>
+    <message>
+        <source>%1 was accessed while the purge ran</source>
+        <translation>%1 wurde während des Aufräumens benutzt</translation>
+    </message>
+    <message>
+        <source>%1 would go, %2; %3 would be left</source>
+        <translation>%1 zu entfernen, %2; %3 blieben übrig</translation>
+    </message>
+    <message>
+        <source>%1 removed, %2 freed; %3 left</source>
+        <translation>%1 entfernt, %2 freigegeben; %3 bleiben</translation>
+    </message>
+    <message>
+        <source>1 resource</source>
+        <translation>1 Ressource</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n resources</source>
+        <translation>
+            <numerusform>%n Ressource</numerusform>
+            <numerusform>%n Ressourcen</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>... and %1 more</source>
+        <translation>... und noch %1</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::RemovalVerdict</name>
+    <message>
+        <source>It is wanted.</source>
+        <translation>Sie wird gewünscht.</translation>
+    </message>
+    <message>
+        <source>It is wanted by %1.</source>
+        <translation>Sie wird von %1 gewünscht.</translation>
+    </message>
+    <message>
+        <source>It is being fetched.</source>
+        <translation>Sie wird gerade abgerufen.</translation>
+    </message>
+    <message>
+        <source>It is being fetched by %1.</source>
+        <translation>Sie wird gerade von %1 abgerufen.</translation>
+    </message>
+    <message>
+        <source>Nothing is there to remove.</source>
+        <translation>Es ist nichts da, was zu entfernen wäre.</translation>
+    </message>
+    <message>
+        <source>Its status is none that this program knows.</source>
+        <translation>Ihr Status ist keiner, den dieses Programm kennt.</translation>
+    </message>
+    <message>
+        <source>Its cleanup policy is none that this program knows.</source>
+        <translation>Ihre Aufräumregel ist keine, die dieses Programm kennt.</translation>
+    </message>
+    <message>
+        <source>Its cleanup policy is Never; --force removes it all the same.</source>
+        <translation>Ihre Aufräumregel ist Never; --force entfernt sie trotzdem.</translation>
+    </message>
+    <message>
+        <source>The cache does not know it.</source>
+        <translation>Der Cache kennt sie nicht.</translation>
+    </message>
+    <message>
+        <source>It is in use by %1.</source>
+        <translation>Sie wird von %1 benutzt.</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::ResourceUsers</name>
+    <message>
+        <source>process %1</source>
+        <translation>Prozess %1</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::SettingValue</name>
+    <message>
+        <source>is a list, since a comma without quotes parts it; the default counts</source>
+        <translation>ist eine Liste, da ein Komma ohne Anführungszeichen trennt; es gilt die Vorgabe</translation>
+    </message>
+    <message>
+        <source>is empty; the default counts</source>
+        <translation>ist leer; es gilt die Vorgabe</translation>
+    </message>
+    <message>
+        <source>is no absolute directory: &quot;%1&quot;</source>
+        <translation>ist kein absolutes Verzeichnis: „%1“</translation>
+    </message>
+    <message>
+        <source>is no whole number of bytes: &quot;%1&quot;; it counts as 0</source>
+        <translation>ist keine ganze Zahl von Bytes: „%1“; es gilt 0</translation>
+    </message>
+    <message>
+        <source>is no size that a cache can have: %1</source>
+        <translation>ist keine Größe, die ein Cache haben kann: %1</translation>
+    </message>
+    <message>
+        <source>a directory must not be empty.</source>
+        <translation>ein Verzeichnis darf nicht leer sein.</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is no absolute directory.</source>
+        <translation>„%1“ ist kein absolutes Verzeichnis.</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is not a directory.</source>
+        <translation>„%1“ ist kein Verzeichnis.</translation>
+    </message>
+    <message>
+        <source>the optimal size %1 would be above the maximum %2.</source>
+        <translation>die optimale Größe %1 läge über der höchsten %2.</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is no size above 0; write bytes, or 500MiB, 1.5TiB.</source>
+        <translation>„%1“ ist keine Größe über 0; anzugeben sind Bytes oder etwa 500MiB, 1.5TiB.</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::SettingsReport</name>
+    <message>
+        <source>%1 in %2 counts for nothing; letter case counts: %3</source>
+        <translation>%1 in %2 gilt nicht; Groß- und Kleinschreibung zählt: %3</translation>
+    </message>
+    <message>
+        <source>%1 in %2 %3</source>
+        <translation>%1 in „%2“ %3</translation>
+    </message>
+    <message>
+        <source>%1 cannot be read; the defaults count</source>
+        <translation>%1 kann nicht gelesen werden; es gelten die Vorgaben</translation>
+    </message>
+    <message>
+        <source>%1 has lines that are no settings; they count for nothing</source>
+        <translation>%1 hat Zeilen, die keine Einstellungen sind; sie gelten nicht</translation>
+    </message>
+    <message>
+        <source>%1 in %2 puts the optimal size %3 above the maximum %4</source>
+        <translation>%1 in %2 setzt die optimale Größe %3 über die höchste %4</translation>
+    </message>
+    <message>
+        <source>command line</source>
+        <translation>Befehlszeile</translation>
+    </message>
+    <message>
+        <source>ini file</source>
+        <translation>Ini-Datei</translation>
+    </message>
+    <message>
+        <source>default</source>
+        <translation>Vorgabe</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::TerminalPrompting</name>
+    <message>
+        <source>y</source>
+        <translation>j</translation>
+    </message>
+    <message>
+        <source>yes</source>
+        <translation>ja</translation>
+    </message>
+    <message>
+        <source>Fetch it? [y/N]</source>
+        <translation>Abrufen? [j/N]</translation>
+    </message>
+    <message numerus="yes">
+        <source>Fetch these %n resources? [y/N]</source>
+        <translation>
+            <numerusform>Diese %n Ressource abrufen? [j/N]</numerusform>
+            <numerusform>Diese %n Ressourcen abrufen? [j/N]</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Nobody can be asked, since standard input is no terminal; --yes answers in advance.</source>
+        <translation>Niemand kann gefragt werden, da die Standardeingabe kein Terminal ist; --yes antwortet im Voraus.</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::WholeCopy</name>
+    <message>
+        <source>%1 is there already.</source>
+        <translation>%1 ist schon da.</translation>
+    </message>
+</context>
+</TS>
