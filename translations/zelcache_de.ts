@@ -2,6 +2,21 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de" sourcelanguage="en">
 <context>
+    <name>zel::cli::AddCommand</name>
+    <message>
+        <source>%1 is never kept in the cache.</source>
+        <translation>%1 wird nie im Cache gehalten.</translation>
+    </message>
+    <message>
+        <source>%1 is in the cache already.</source>
+        <translation>%1 ist schon im Cache.</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; does not exist.</source>
+        <translation>„%1“ gibt es nicht.</translation>
+    </message>
+</context>
+<context>
     <name>zel::cli::BoardScreen</name>
     <message>
         <source>a resource that the cache does not know</source>
@@ -89,6 +104,129 @@
     </message>
 </context>
 <context>
+    <name>zel::cli::ConfigCommand</name>
+    <message>
+        <source>There is no setting &quot;%1&quot;, only %2.</source>
+        <translation>Es gibt keine Einstellung „%1“, nur %2.</translation>
+    </message>
+    <message>
+        <source>%1 is not set in %2: %3</source>
+        <translation>%1 wird in %2 nicht gesetzt: %3</translation>
+    </message>
+    <message>
+        <source>it has lines that are no settings; mend or remove them first.</source>
+        <translation>sie enthält Zeilen, die keine Einstellungen sind; erst sind diese zu berichtigen oder zu entfernen.</translation>
+    </message>
+    <message>
+        <source>The comments of %1 are gone.</source>
+        <translation>Die Kommentare von %1 sind weg.</translation>
+    </message>
+    <message>
+        <source>The file does not exist yet; the defaults count.</source>
+        <translation>Die Datei gibt es noch nicht; es gelten die Vorgaben.</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::FormatReport</name>
+    <message>
+        <source>file or folder</source>
+        <translation>Datei oder Ordner</translation>
+    </message>
+    <message>
+        <source>file</source>
+        <translation>Datei</translation>
+    </message>
+    <message>
+        <source>folder</source>
+        <translation>Ordner</translation>
+    </message>
+    <message>
+        <source>NAME</source>
+        <translation>NAME</translation>
+    </message>
+    <message>
+        <source>KIND</source>
+        <translation>ART</translation>
+    </message>
+    <message>
+        <source>EXTENSION</source>
+        <translation>ENDUNG</translation>
+    </message>
+    <message>
+        <source>DESCRIPTION</source>
+        <translation>BESCHREIBUNG</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::FormatsCommand</name>
+    <message>
+        <source>&quot;%1&quot; does not exist.</source>
+        <translation>„%1“ gibt es nicht.</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::HoldCommand</name>
+    <message>
+        <source>--json and a command exclude each other: standard output is the command&apos;s</source>
+        <translation>--json und ein Befehl schließen einander aus: die Standardausgabe gehört dem Befehl</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::InfoCommand</name>
+    <message>
+        <source>Name</source>
+        <translation>Name</translation>
+    </message>
+    <message>
+        <source>Source</source>
+        <translation>Quelle</translation>
+    </message>
+    <message>
+        <source>Kind</source>
+        <translation>Art</translation>
+    </message>
+    <message>
+        <source>Size</source>
+        <translation>Größe</translation>
+    </message>
+    <message>
+        <source>Modified</source>
+        <translation>Geändert</translation>
+    </message>
+    <message>
+        <source>Reference</source>
+        <translation>Referenz</translation>
+    </message>
+    <message>
+        <source>Local path</source>
+        <translation>Lokaler Pfad</translation>
+    </message>
+    <message>
+        <source>Is there</source>
+        <translation>Ist da</translation>
+    </message>
+    <message>
+        <source>yes</source>
+        <translation>ja</translation>
+    </message>
+    <message>
+        <source>no</source>
+        <translation>nein</translation>
+    </message>
+    <message>
+        <source>Status</source>
+        <translation>Status</translation>
+    </message>
+    <message>
+        <source>Local size</source>
+        <translation>Lokale Größe</translation>
+    </message>
+    <message>
+        <source>Last access</source>
+        <translation>Letzter Zugriff</translation>
+    </message>
+</context>
+<context>
     <name>zel::cli::Library</name>
     <message>
         <source>The cache in %1 cannot be read: %2</source>
@@ -101,6 +239,13 @@
     <message>
         <source>The cache in %1 cannot be opened: %2</source>
         <translation>Der Cache in %1 kann nicht geöffnet werden: %2</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::Main</name>
+    <message>
+        <source>The answer cannot be written: %1</source>
+        <translation>Die Antwort kann nicht geschrieben werden: %1</translation>
     </message>
 </context>
 <context>
@@ -122,6 +267,24 @@
     </message>
 </context>
 <context>
+    <name>zel::cli::PathCommand</name>
+    <message>
+        <source>The resource is not there yet.</source>
+        <translation>Die Ressource ist noch nicht da.</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::PolicyCommand</name>
+    <message>
+        <source>The cache does not know %1 any more.</source>
+        <translation>Der Cache kennt %1 nicht mehr.</translation>
+    </message>
+    <message>
+        <source>The cache does not know %1.</source>
+        <translation>Der Cache kennt %1 nicht.</translation>
+    </message>
+</context>
+<context>
     <name>zel::cli::ProgressBar</name>
     <message>
         <source>%1 of %2</source>
@@ -134,6 +297,40 @@
     <message>
         <source>fetched by process %1</source>
         <translation>abgerufen von Prozess %1</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::RecountCommand</name>
+    <message>
+        <source>its data is gone from the cache.</source>
+        <translation>ihre Daten sind aus dem Cache verschwunden.</translation>
+    </message>
+    <message numerus="yes">
+        <source>Counting %n resources</source>
+        <translation>
+            <numerusform>Zähle %n Ressource</numerusform>
+            <numerusform>Zähle %n Ressourcen</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>The count cannot be cut short: the program ends when it is done. Another signal ends it at once.</source>
+        <translation>Die Zählung kann nicht abgekürzt werden: das Programm endet, wenn sie fertig ist. Ein weiteres Signal beendet es sofort.</translation>
+    </message>
+    <message>
+        <source>its data lies outside of the cache.</source>
+        <translation>ihre Daten liegen außerhalb des Caches.</translation>
+    </message>
+    <message>
+        <source>it is not in the cache.</source>
+        <translation>sie ist nicht im Cache.</translation>
+    </message>
+    <message>
+        <source>canceled</source>
+        <translation>abgebrochen</translation>
+    </message>
+    <message>
+        <source>Counting %1</source>
+        <translation>Zähle %1</translation>
     </message>
 </context>
 <context>
@@ -241,6 +438,21 @@
     <message>
         <source>It is in use by %1.</source>
         <translation>Sie wird von %1 benutzt.</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::RemoveCommand</name>
+    <message>
+        <source>Its data could not be removed.</source>
+        <translation>Ihre Daten konnten nicht entfernt werden.</translation>
+    </message>
+    <message>
+        <source>Meanwhile it has come into use by %1.</source>
+        <translation>Inzwischen wird sie von %1 benutzt.</translation>
+    </message>
+    <message>
+        <source>Interrupted before it was removed.</source>
+        <translation>Unterbrochen, bevor sie entfernt wurde.</translation>
     </message>
 </context>
 <context>

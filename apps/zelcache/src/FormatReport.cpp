@@ -2,6 +2,7 @@
 
 #include "DataFormats.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
 #include <QJsonObject>
@@ -16,6 +17,11 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::FormatReport)
+};
+
 /// Absolute, since "." has no name that could tell a format, and since Qt takes a leading colon for
 /// something of its own; without the slash that the shell puts behind a folder.
 QString placeOf(const QString &path)
@@ -28,10 +34,10 @@ QString placeOf(const QString &path)
 QString kindText(const DataFormats::Format &format)
 {
     if (format.isFile && format.isFolder)
-        return u"file or folder"_s;
+        return Texts::tr("file or folder");
     if (format.isFile)
-        return u"file"_s;
-    return format.isFolder ? u"folder"_s : u"-"_s;
+        return Texts::tr("file");
+    return format.isFolder ? Texts::tr("folder") : u"-"_s;
 }
 
 QString findingText(const FormatFinding &finding)
@@ -100,8 +106,8 @@ QJsonArray findingsJson(const QList<FormatFinding> &findings)
 
 QStringList formatLines()
 {
-    QList<std::array<QString, 4>> rows { { u"NAME"_s, u"KIND"_s, u"EXTENSION"_s,
-                                           u"DESCRIPTION"_s } };
+    QList<std::array<QString, 4>> rows { { Texts::tr("NAME"), Texts::tr("KIND"),
+                                           Texts::tr("EXTENSION"), Texts::tr("DESCRIPTION") } };
     for (const DataFormats::Format &format : DataFormats::all())
         rows.append({ format.name, kindText(format),
                       format.extension.isEmpty() ? u"-"_s : format.extension, format.description });

@@ -20,6 +20,11 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::Main)
+};
+
 /// The code of an answer that could not be written. Whoever closed the pipe knows it.
 ExitCode codeOfAnswer(Output &output, ExitCode code)
 {
@@ -27,8 +32,8 @@ ExitCode codeOfAnswer(Output &output, ExitCode code)
     if (failure == 0)
         return code;
     if (failure != EPIPE)
-        output.error(u"The answer cannot be written: %1"_s.arg(
-            QString::fromLocal8Bit(std::strerror(failure))));
+        output.error(Texts::tr("The answer cannot be written: %1")
+                         .arg(QString::fromLocal8Bit(std::strerror(failure))));
     return code == ExitCode::Success ? ExitCode::Failed : code;
 }
 

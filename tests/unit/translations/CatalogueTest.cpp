@@ -73,7 +73,8 @@ TEST_P(CatalogueTest, messages_all_areTranslatedAndFinished)
     }
     forEach([](const QString &source, const QString &translation) {
         EXPECT_FALSE(translation.trimmed().isEmpty());
-        EXPECT_NE(translation, source);
+        // A single word may be the same in both languages.
+        EXPECT_TRUE(translation != source || !source.contains(u' '));
     });
 }
 

@@ -5,6 +5,7 @@
 #include "ResourceManager.h"
 #include "WholeCopy.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
 
@@ -13,6 +14,11 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::AddCommand)
+};
 
 constexpr auto helpDetails
     = R"(Copies a local file or folder into the cache as the resource of that reference
@@ -28,9 +34,11 @@ Error addTo(const QSharedPointer<ResourceHandler> &handler, const QString &sourc
     const QString name = handler->reference()->referenceText(true);
     const auto remote = handler.dynamicCast<RemoteResourceHandler>();
     if (!remote)
-        return ZEL_ERROR(ErrorCode::FeatureLacking, u"%1 is never kept in the cache."_s.arg(name));
+        return ZEL_ERROR(ErrorCode::FeatureLacking,
+                         Texts::tr("%1 is never kept in the cache.").arg(name));
     if (handler->isAvailableLocally())
-        return ZEL_ERROR(ErrorCode::OperationFailed, u"%1 is in the cache already."_s.arg(name));
+        return ZEL_ERROR(ErrorCode::OperationFailed,
+                         Texts::tr("%1 is in the cache already.").arg(name));
 
     // Making a retrieval clears away what an interrupted copy may have left. It is never started.
     const auto unused = ResourceManager::retrieveAsync(handler, ResourceHandler::Manual);
@@ -78,7 +86,7 @@ ExitCode AddCommand::run(const Context &context)
         return *code;
     // Asked first: a handler enters its resource into the cache.
     if (!QFileInfo::exists(source))
-        return context.fail(ExitCode::Failed, u"\"%1\" does not exist."_s.arg(source));
+        return context.fail(ExitCode::Failed, Texts::tr("\"%1\" does not exist.").arg(source));
     const auto handler = handlerOf(reference);
     if (!handler.hasValue())
         return context.fail(handler.error());

@@ -5,6 +5,7 @@
 #include "SettingsReport.h"
 #include "errors/Propagate.h"
 
+#include <QCoreApplication>
 #include <QJsonArray>
 
 namespace zel::cli {
@@ -12,6 +13,11 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::ConfigCommand)
+};
 
 constexpr auto helpDetails
     = R"(Settings are CacheLocationPath (an absolute directory), OptimalCacheSize and
@@ -78,7 +84,7 @@ ExitCode failUnknownKey(const Context &context, const Request &request)
         names.append(settingName(key));
     return context.fail(
         ExitCode::BadArgument,
-        u"There is no setting \"%1\", only %2."_s.arg(request.key, names.join(u", "_s)));
+        Texts::tr("There is no setting \"%1\", only %2.").arg(request.key, names.join(u", "_s)));
 }
 
 ExitCode get(const Context &context, SettingKey key)
@@ -104,8 +110,9 @@ ExitCode failToSet(const Context &context, SettingKey key, const SettingsFile &f
                    const Error &reason)
 {
     const QString name = settingName(key);
-    return context.fail(exitCodeOf(reason),
-                        u"%1 is not set in %2: %3"_s.arg(name, file.path, reason.errorMessage()));
+    return context.fail(
+        exitCodeOf(reason),
+        Texts::tr("%1 is not set in %2: %3").arg(name, file.path, reason.errorMessage()));
 }
 
 /// What is left out when the file is written again.
@@ -114,7 +121,7 @@ Error lossOf(const SettingsFile &file)
     if (!file.hasBadLines)
         return {};
     return ZEL_ERROR(ErrorCode::BadData,
-                     u"it has lines that are no settings; mend or remove them first."_s);
+                     Texts::tr("it has lines that are no settings; mend or remove them first."));
 }
 
 void answerSet(const Context &context, const SettingsFile &file, SettingKey key,
@@ -143,7 +150,7 @@ ExitCode set(const Context &context, SettingKey key, const QString &text)
         return failToSet(context, key, file, failure);
 
     if (file.hasComments)
-        context.output.warning(u"The comments of %1 are gone."_s.arg(file.path));
+        context.output.warning(Texts::tr("The comments of %1 are gone.").arg(file.path));
     file.exists = true;
     answerSet(context, file, key, value.value());
     return ExitCode::Success;
@@ -157,7 +164,7 @@ ExitCode path(const Context &context)
     else
         context.output.answer(file.path);
     if (!file.exists)
-        context.output.note(u"The file does not exist yet; the defaults count."_s);
+        context.output.note(Texts::tr("The file does not exist yet; the defaults count."));
     return ExitCode::Success;
 }
 

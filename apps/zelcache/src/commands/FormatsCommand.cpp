@@ -2,6 +2,8 @@
 #include "CommandOptions.h"
 #include "FormatReport.h"
 
+#include <QCoreApplication>
+
 #include <algorithm>
 
 namespace zel::cli {
@@ -9,6 +11,11 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::FormatsCommand)
+};
 
 constexpr auto helpDetails
     = R"(Without a path, the table of all data formats. With paths, the formats that each of
@@ -37,7 +44,7 @@ void writeFindings(const Context &context, const QList<FormatFinding> &findings)
 {
     for (const FormatFinding &finding : findings) {
         if (!finding.exists)
-            context.output.error(u"\"%1\" does not exist."_s.arg(finding.path));
+            context.output.error(Texts::tr("\"%1\" does not exist.").arg(finding.path));
     }
     if (context.options.json) {
         QJsonObject answer = context.emptyAnswer();

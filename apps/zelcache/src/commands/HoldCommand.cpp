@@ -6,11 +6,18 @@
 #include "holders/HeldProgram.h"
 #include "holders/ProgramLine.h"
 
+#include <QCoreApplication>
+
 namespace zel::cli {
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::HoldCommand)
+};
 
 constexpr auto helpDetails
     = R"(Fetches what is missing, then keeps all of it in use while COMMAND runs, so that no
@@ -74,9 +81,10 @@ private:
 ExitCode HoldCommand::run(const Context &context)
 {
     if (runsProgram && context.options.json)
-        return context.fail(ExitCode::BadArgument,
-                            u"--json and a command exclude each other: standard output is the "
-                            "command's"_s);
+        return context.fail(
+            ExitCode::BadArgument,
+            Texts::tr("--json and a command exclude each other: standard output is the "
+                      "command's"));
     if (const auto code = openCache(context))
         return *code;
     GetRequests::Manner manner;

@@ -2,12 +2,14 @@
 #include "Command.h"
 #include "CommandOptions.h"
 #include "Format.h"
+#include "LabeledLines.h"
 #include "Library.h"
 #include "ResourceLookup.h"
 #include "ResourceManager.h"
 #include "SchemeMetadata.h"
 #include "TaskWait.h"
 
+#include <QCoreApplication>
 #include <QMetaEnum>
 
 namespace zel::cli {
@@ -15,6 +17,11 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::InfoCommand)
+};
 
 constexpr auto helpDetails = R"(Tells what a reference leads to and what the cache holds of it.
 
@@ -91,33 +98,34 @@ QJsonObject jsonOf(const Context &context, const Description &description)
     return answer;
 }
 
-QStringList sourceLines(const QSharedPointer<ResourceMetadata> &metadata)
+QList<Labeled> sourceLines(const QSharedPointer<ResourceMetadata> &metadata)
 {
-    QStringList lines { u"Name:         "_s + metadata->metadataName(),
-                        u"Source:       "_s + metadata->metadataFullPath(),
-                        u"Kind:         "_s + itemTypeText(*metadata) };
+    QList<Labeled> lines { { Texts::tr("Name"), metadata->metadataName() },
+                           { Texts::tr("Source"), metadata->metadataFullPath() },
+                           { Texts::tr("Kind"), itemTypeText(*metadata) } };
     const auto known = metadata.dynamicCast<SchemeMetadata>();
     if (known && known->size())
-        lines.append(u"Size:         "_s + sizeText(*known->size()));
+        lines.append({ Texts::tr("Size"), sizeText(*known->size()) });
     if (known && known->modified().isValid())
-        lines.append(u"Modified:     "_s + timeText(known->modified().toMSecsSinceEpoch()));
+        lines.append({ Texts::tr("Modified"), timeText(known->modified().toMSecsSinceEpoch()) });
     return lines;
 }
 
 QStringList linesOf(const Description &description)
 {
-    QStringList lines { u"Reference:    "_s
-                        + description.handler->reference()->referenceText(true) };
+    QList<Labeled> lines { { Texts::tr("Reference"),
+                             description.handler->reference()->referenceText(true) } };
     if (description.metadata.hasValue())
         lines += sourceLines(description.metadata.value());
-    lines.append(u"Local path:   "_s + description.path);
-    lines.append(u"Is there:     "_s + (description.available ? u"yes"_s : u"no"_s));
+    lines.append({ Texts::tr("Local path"), description.path });
+    lines.append(
+        { Texts::tr("Is there"), description.available ? Texts::tr("yes") : Texts::tr("no") });
     if (description.cached) {
-        lines.append(u"Status:       "_s + toText(description.cached->status));
-        lines.append(u"Local size:   "_s + sizeText(description.cached->size));
-        lines.append(u"Last access:  "_s + timeText(description.cached->lastAccess));
+        lines.append({ Texts::tr("Status"), toText(description.cached->status) });
+        lines.append({ Texts::tr("Local size"), sizeText(description.cached->size) });
+        lines.append({ Texts::tr("Last access"), timeText(description.cached->lastAccess) });
     }
-    return lines;
+    return labeledLines(lines);
 }
 
 class InfoCommand : public Command

@@ -2,11 +2,18 @@
 #include "CommandOptions.h"
 #include "Library.h"
 
+#include <QCoreApplication>
+
 namespace zel::cli {
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::PathCommand)
+};
 
 constexpr auto helpDetails
     = R"(Prints where the resource lies or would lie, without fetching it. The exit code
@@ -55,7 +62,7 @@ ExitCode PathCommand::run(const Context &context)
     }
     if (available)
         return ExitCode::Success;
-    context.output.note(u"The resource is not there yet."_s);
+    context.output.note(Texts::tr("The resource is not there yet."));
     return ExitCode::AnswerIsNo;
 }
 

@@ -6,11 +6,18 @@
 #include "ResourceManager.h"
 #include "SchemesRegistration.h"
 
+#include <QCoreApplication>
+
 namespace zel::cli {
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::PolicyCommand)
+};
 
 constexpr auto helpDetails
     = R"(Prints the cleanup policy that the cache has stored for the resource, or stores
@@ -31,7 +38,7 @@ Result<Resource> resourceAfterwards(const Context &context, const QString &key)
     if (const auto resource = resourceOf(snapshot, key))
         return *resource;
     return ZEL_ERROR(ErrorCode::OperationFailed,
-                     u"The cache does not know %1 any more."_s.arg(key));
+                     Texts::tr("The cache does not know %1 any more.").arg(key));
 }
 
 ExitCode answer(const Context &context, const Resource &resource,
@@ -102,7 +109,7 @@ ExitCode PolicyCommand::run(const Context &context)
     const auto resource = resourceOf(snapshot.value(), key.value());
     if (!resource)
         return context.fail(ExitCode::AnswerIsNo,
-                            u"The cache does not know %1."_s.arg(key.value()));
+                            Texts::tr("The cache does not know %1.").arg(key.value()));
     return policy ? store(context, *resource, *policy) : answer(context, *resource, std::nullopt);
 }
 

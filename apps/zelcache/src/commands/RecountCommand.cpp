@@ -24,6 +24,11 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::RecountCommand)
+};
+
 constexpr auto helpDetails
     = R"(Counts on the disk how large cached data is, files beside it included, and tells what
 changed. Without a reference all of the cache is counted: all other programs wait for
@@ -58,7 +63,7 @@ void write(const Context &context, const RecountReport &report)
             context.output.error(result.reference + u": "_s + result.failure.errorMessage());
     }
     for (const QString &reference : report.gone)
-        context.output.warning(reference + u": its data is gone from the cache."_s);
+        context.output.warning(reference + u": "_s + Texts::tr("its data is gone from the cache."));
     if (!context.options.json) {
         for (const QString &line : recountLines(report))
             context.output.answer(line);
@@ -84,7 +89,7 @@ class CountingNotice
 public:
     CountingNotice(Output &output, qsizetype count)
         : output(output)
-        , text(u"Counting %1 resources"_s.arg(count))
+        , text(Texts::tr("Counting %n resources", nullptr, int(count)))
     {
         output.note(text + u'.');
         time.start();
@@ -93,8 +98,9 @@ public:
     void show(int signalNumber)
     {
         if (signalNumber != 0 && !signalIsAnswered) {
-            output.warning(u"The count cannot be cut short: the program ends when it is done. "
-                           "Another signal ends it at once."_s);
+            output.warning(
+                Texts::tr("The count cannot be cut short: the program ends when it is done. "
+                          "Another signal ends it at once."));
             signalIsAnswered = true;
         }
         ProgressState state;
@@ -169,11 +175,11 @@ void setNotHere(RecountResult &result, const QString &why)
 QString absenceOf(const QSharedPointer<ResourceHandler> &handler)
 {
     if (!handler->isAvailableLocally())
-        return u"its data is gone from the cache."_s;
+        return Texts::tr("its data is gone from the cache.");
     const auto path = handler->expectedPath();
     const QString dataDir = ResourceManager::cachePath().cacheDataDir();
     if (path.hasValue() && !FileUtils::isSubPath(path.value().toString(), dataDir))
-        return u"its data lies outside of the cache."_s;
+        return Texts::tr("its data lies outside of the cache.");
     return {};
 }
 
@@ -200,7 +206,7 @@ RecountResult recounted(const QString &argument, const QHash<QString, qint64> &s
     result.reference = reference.value()->referenceText(false);
     // Asked of the snapshot, as a handler would enter what the cache does not know.
     if (!sizesBefore.contains(result.reference)) {
-        setNotHere(result, u"it is not in the cache."_s);
+        setNotHere(result, Texts::tr("it is not in the cache."));
         return result;
     }
     result.before = sizesBefore.value(result.reference);
@@ -220,7 +226,7 @@ RecountResult canceled(const QString &argument)
 {
     RecountResult result;
     result.reference = withoutSecrets(argument);
-    result.failure = Error(ErrorCode::Canceled, u"canceled"_s);
+    result.failure = Error(ErrorCode::Canceled, Texts::tr("canceled"));
     return result;
 }
 
@@ -231,7 +237,7 @@ ExitCode recountEach(const Context &context, const QStringList &references, cons
     RecountReport report;
     for (const QString &argument : references) {
         QCoreApplication::processEvents();
-        context.output.note(u"Counting "_s + withoutSecrets(argument));
+        context.output.note(Texts::tr("Counting %1").arg(withoutSecrets(argument)));
         report.results.append(signalWatch.received() == 0 ? recounted(argument, sizesBefore)
                                                           : canceled(argument));
     }

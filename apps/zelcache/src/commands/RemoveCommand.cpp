@@ -25,6 +25,11 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::RemoveCommand)
+};
+
 constexpr auto helpDetails
     = R"(Removes the data of resources that nobody uses. One that is not there, is in use
 or has the policy Never is left alone; the others still go. The exit code is 3
@@ -123,8 +128,8 @@ Outcome seenAfterwards(const Context &context, const QString &key)
         return {};
     const QList<qint64> processes = usersNow(after.value()).value(key);
     if (processes.isEmpty())
-        return { ExitCode::Failed, u"Its data could not be removed."_s, {} };
-    const QString text = u"Meanwhile it has come into use by %1."_s;
+        return { ExitCode::Failed, Texts::tr("Its data could not be removed."), {} };
+    const QString text = Texts::tr("Meanwhile it has come into use by %1.");
     return { ExitCode::AnswerIsNo, text.arg(processesText(processes)), processes };
 }
 
@@ -169,7 +174,9 @@ int removeAccepted(const Context &context, std::vector<Request> &requests)
             const bool goesOn = signalWatch.received() == 0;
             outcomes[request.reference] = goesOn
                 ? removed(context, request)
-                : Outcome { ExitCode::Canceled, u"Interrupted before it was removed."_s, {} };
+                : Outcome { ExitCode::Canceled,
+                            Texts::tr("Interrupted before it was removed."),
+                            {} };
         }
         if (request.isAccepted())
             request.outcome = outcomes.value(request.reference);
