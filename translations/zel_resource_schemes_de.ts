@@ -119,13 +119,6 @@
     </message>
 </context>
 <context>
-    <name>zel::DavResourceHandler</name>
-    <message>
-        <source>Not a reference to a WebDAV server.</source>
-        <translation>Keine Referenz auf einen WebDAV-Server.</translation>
-    </message>
-</context>
-<context>
     <name>zel::DavTasks</name>
     <message>
         <source>A checksum is for files, but %1 is a folder.</source>
@@ -240,13 +233,6 @@
     </message>
 </context>
 <context>
-    <name>zel::HttpResourceHandler</name>
-    <message>
-        <source>Not a reference to a file of a web server.</source>
-        <translation>Keine Referenz auf eine Datei eines Webservers.</translation>
-    </message>
-</context>
-<context>
     <name>zel::HttpSession</name>
     <message>
         <source>the network library does not start</source>
@@ -296,13 +282,6 @@
     <message>
         <source>A checksum is for a list that is a file, not for a folder.</source>
         <translation>Eine Prüfsumme gilt für eine Liste, die eine Datei ist, nicht für einen Ordner.</translation>
-    </message>
-</context>
-<context>
-    <name>zel::ListResourceHandler</name>
-    <message>
-        <source>Not a reference to a list of files.</source>
-        <translation>Keine Referenz auf eine Liste von Dateien.</translation>
     </message>
 </context>
 <context>

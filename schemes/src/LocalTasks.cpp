@@ -1,7 +1,7 @@
 #include "LocalTasks.h"
 
 #include "SchemeMetadata.h"
-#include "Task.h"
+#include "WorkerTask.h"
 #include "errors/Propagate.h"
 #include "files/FileUtilsGeneric.h"
 
@@ -44,19 +44,11 @@ public:
     }
 };
 
-std::unique_ptr<Task> makeTask(const std::function<Error(Task *)> &work)
-{
-    auto task = std::make_unique<Task>(nullptr);
-    task->setFunction(work);
-    task->setExecutionMode(Task::ExecutionMode::Asynchronous);
-    return task;
-}
-
 } // namespace
 
 std::unique_ptr<Task> LocalTasks::exists(const QString &path)
 {
-    return makeTask([path](Task *task) {
+    return makeWorkerTask([path](Task *task) {
         task->setResult(isReadable(QFileInfo(path)));
         return Error();
     });
@@ -64,7 +56,7 @@ std::unique_ptr<Task> LocalTasks::exists(const QString &path)
 
 std::unique_ptr<Task> LocalTasks::metadata(const QString &path)
 {
-    return makeTask([path](Task *task) -> Error {
+    return makeWorkerTask([path](Task *task) -> Error {
         ZEL_TRY_LET(const QSharedPointer<ResourceMetadata> metadata, MetadataReader::read(path));
         task->setResult(metadata);
         return {};

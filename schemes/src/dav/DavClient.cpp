@@ -6,9 +6,6 @@
 
 #include <QSet>
 
-#include <algorithm>
-#include <array>
-
 namespace zel {
 
 using namespace Qt::Literals::StringLiterals;
@@ -62,19 +59,6 @@ private:
     qint64 bytes = 0;
 };
 
-bool meansAbsent(int status)
-{
-    constexpr std::array codes { 401, 403, 404, 410 };
-    return std::find(codes.begin(), codes.end(), status) != codes.end();
-}
-
-bool mayPass(const HttpOutcome &outcome)
-{
-    using End = HttpOutcome::End;
-    return outcome.end == End::Broken || outcome.end == End::CutShort
-        || (outcome.end == End::Answered && outcome.head.isPassingTrouble());
-}
-
 } // namespace
 
 DavClient::DavClient(const HttpSettings &settings, const QString &displayName,
@@ -96,8 +80,7 @@ Result<DavProbe> DavClient::describe(const HttpUrl &url)
         probe.exists = true;
         return probe;
     }
-    const bool isAnswered = answer.outcome.end == HttpOutcome::End::Answered;
-    if (isAnswered && meansAbsent(answer.outcome.head.status()))
+    if (answer.outcome.meansAbsent())
         return probe;
     return ZEL_PASS(Result<DavProbe>(probe.refusal));
 }
@@ -127,7 +110,7 @@ DavClient::Answer DavClient::ask(const HttpUrl &url, const QByteArray &depth)
                     watch.isCanceled);
     for (;;) {
         Answer answer = askOnce(query);
-        if (!mayPass(answer.outcome) || !retry.waitForNext(answer.outcome.head)) {
+        if (!answer.outcome.mayPass() || !retry.waitForNext(answer.outcome.head)) {
             if (watch.isCanceled())
                 answer.outcome.end = HttpOutcome::End::Canceled;
             return answer;
@@ -140,8 +123,7 @@ DavClient::Answer DavClient::askOnce(HttpQuery query)
     ListReceiver receiver;
     Answer answer;
     answer.outcome = session.exchange(std::move(query), &receiver, watch.isCanceled);
-    const bool isList
-        = answer.outcome.end == HttpOutcome::End::Answered && answer.outcome.head.status() == 207;
+    const bool isList = answer.outcome.isAnswered() && answer.outcome.head.status() == 207;
     if (isList || receiver.hasRefused())
         answer.fault = receiver.end();
     if (isList)
@@ -156,8 +138,7 @@ Error DavClient::refusalOf(const Answer &answer) const
         return HttpFailure::canceled(displayName);
     if (answer.fault.hasError())
         return failure(int(answer.fault.errorCode()), answer.fault.errorMessage());
-    const bool isAnswered = outcome.end == HttpOutcome::End::Answered;
-    if (!isAnswered)
+    if (!outcome.isAnswered())
         return HttpFailure::of(outcome, outcome.url, displayName);
 
     const QString status

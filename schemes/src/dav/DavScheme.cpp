@@ -1,11 +1,7 @@
 #include "dav/DavScheme.h"
 
-#include "ResourceHandlerFactory.h"
-#include "ResourceMetadataFactory.h"
-#include "SchemeMetadata.h"
-#include "dav/DavReference.h"
-#include "dav/DavResourceHandler.h"
-#include "errors/Propagate.h"
+#include "SchemeDefinition.h"
+#include "dav/DavTasks.h"
 
 namespace zel {
 
@@ -13,23 +9,31 @@ using namespace Qt::Literals::StringLiterals;
 
 Error registerDavScheme(const HttpSettings &settings)
 {
-    constexpr auto scheme = ResourceReference::WebDav;
-    ResourceReference::SchemeDescription description;
-    description.scheme = scheme;
-    description.prefixes = { u"dav"_s, u"davs"_s };
-    description.friendlyName = u"webdav"_s;
-    description.version = QVersionNumber(1, 0);
-    description.parser = &DavReference::parse;
+    ResourceReference::SchemeDescription dav;
+    dav.scheme = ResourceReference::WebDav;
+    dav.prefixes = { u"dav"_s, u"davs"_s };
+    dav.friendlyName = u"webdav"_s;
+    dav.version = QVersionNumber(1, 0);
+    dav.parser = &DavReference::parse;
 
-    Error error;
-    ZEL_TRY(error, ResourceReference::registerScheme(description));
-    ResourceHandlerFactory::registerResourceHandlerScheme(
-        scheme,
-        [settings](const QSharedPointer<ResourceReference> &reference, ResourceCache *cache) {
-            return DavResourceHandler::make(reference, cache, settings);
-        });
-    ResourceMetadataFactory::registerMetadataScheme(scheme, &SchemeMetadata::fromJson);
-    return error;
+    const auto describe = [settings](const QSharedPointer<DavReference> &source) {
+        CopiedResource resource;
+        resource.name = source->fileName();
+        resource.exists = [=] {
+            return DavTasks::exists(source, settings);
+        };
+        resource.metadata = [=] {
+            return DavTasks::metadata(source, settings);
+        };
+        resource.retrieve = [=](const FetchPlan &plan) {
+            return DavTasks::retrieve(source, plan, settings);
+        };
+        resource.siblings = [=] {
+            return DavTasks::siblings(source, settings);
+        };
+        return resource;
+    };
+    return ZEL_PASS(SchemeDefinition::add(dav, SchemeDefinition::copies<DavReference>(describe)));
 }
 
 } // namespace zel

@@ -1,6 +1,7 @@
 #include "dav/DavTasks.h"
 
 #include "SchemeMetadata.h"
+#include "WorkerTask.h"
 #include "dav/DavTree.h"
 #include "errors/Propagate.h"
 #include "folder/FolderRetrieval.h"
@@ -172,19 +173,11 @@ private:
     const HttpSettings settings;
 };
 
-std::unique_ptr<Task> onWorker(std::function<Error(Task *)> work)
-{
-    auto task = std::make_unique<Task>();
-    task->setFunction(std::move(work));
-    task->setExecutionMode(Task::ExecutionMode::Asynchronous);
-    return task;
-}
-
 } // namespace
 
 std::unique_ptr<Task> exists(const Reference &reference, const HttpSettings &settings)
 {
-    return onWorker([reference, settings](Task *task) -> Error {
+    return makeWorkerTask([reference, settings](Task *task) -> Error {
         ZEL_TRY_LET(const DavProbe found, Work(reference, settings, task).probe());
         task->setResult(found.exists);
         return {};
@@ -193,7 +186,7 @@ std::unique_ptr<Task> exists(const Reference &reference, const HttpSettings &set
 
 std::unique_ptr<Task> metadata(const Reference &reference, const HttpSettings &settings)
 {
-    return onWorker([reference, settings](Task *task) -> Error {
+    return makeWorkerTask([reference, settings](Task *task) -> Error {
         ZEL_TRY_LET(const auto metadata, Work(reference, settings, task).metadata());
         task->setResult(metadata);
         return {};
@@ -203,7 +196,7 @@ std::unique_ptr<Task> metadata(const Reference &reference, const HttpSettings &s
 std::unique_ptr<Task> retrieve(const Reference &reference, const FetchPlan &plan,
                                const HttpSettings &settings)
 {
-    return onWorker([reference, plan, settings](Task *task) {
+    return makeWorkerTask([reference, plan, settings](Task *task) {
         return ZEL_PASS(Work(reference, settings, task).retrieve(plan, task));
     });
 }

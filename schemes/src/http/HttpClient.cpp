@@ -28,19 +28,6 @@ bool refusesHead(int status)
     return std::find(codes.begin(), codes.end(), status) != codes.end();
 }
 
-bool meansAbsent(int status)
-{
-    constexpr std::array codes { 401, 403, 404, 410 };
-    return std::find(codes.begin(), codes.end(), status) != codes.end();
-}
-
-bool mayPass(const HttpOutcome &outcome)
-{
-    using End = HttpOutcome::End;
-    return outcome.end == End::Broken || outcome.end == End::CutShort
-        || (outcome.end == End::Answered && outcome.head.isPassingTrouble());
-}
-
 /// Of the request for one byte a file without any refuses the range and tells its size, 0.
 bool isPresent(const HttpOutcome &outcome)
 {
@@ -60,7 +47,7 @@ HttpOutcome ask(HttpSession &session, const HttpQuery &query, const HttpSettings
     HeadReader reader;
     for (;;) {
         HttpOutcome outcome = session.exchange(query, &reader, watch.isCanceled);
-        if (!mayPass(outcome))
+        if (!outcome.mayPass())
             return outcome;
         if (!retry.waitForNext(outcome.head)) {
             if (watch.isCanceled())
@@ -91,7 +78,7 @@ Result<HttpProbe> HttpClient::probe(const HttpTarget &target, const HttpWatch &w
     query.countsAsTransfer = false;
     query.method = HttpQuery::Method::Head;
     HttpOutcome outcome = ask(session, query, settings, watch);
-    if (outcome.end == HttpOutcome::End::Answered && refusesHead(outcome.head.status())) {
+    if (outcome.isAnswered() && refusesHead(outcome.head.status())) {
         query.method = HttpQuery::Method::Get;
         query.range = "bytes=0-0";
         outcome = ask(session, query, settings, watch);
@@ -104,8 +91,7 @@ Result<HttpProbe> HttpClient::probe(const HttpTarget &target, const HttpWatch &w
         return probe;
     }
     probe.refusal = HttpFailure::of(outcome, target.url, target.displayName);
-    const bool answered = outcome.end == HttpOutcome::End::Answered;
-    if (answered && meansAbsent(outcome.head.status()))
+    if (outcome.meansAbsent())
         return probe;
     return ZEL_PASS(Result<HttpProbe>(probe.refusal));
 }

@@ -1,11 +1,7 @@
 #include "http/HttpScheme.h"
 
-#include "ResourceHandlerFactory.h"
-#include "ResourceMetadataFactory.h"
-#include "SchemeMetadata.h"
-#include "errors/Propagate.h"
-#include "http/HttpResourceHandler.h"
-#include "references/UrlReference.h"
+#include "SchemeDefinition.h"
+#include "http/HttpTasks.h"
 
 namespace zel {
 
@@ -13,25 +9,30 @@ using namespace Qt::Literals::StringLiterals;
 
 Error registerHttpScheme(const HttpSettings &settings)
 {
-    constexpr auto scheme = ResourceReference::Http;
-    ResourceReference::SchemeDescription description;
-    description.scheme = scheme;
-    description.prefixes = { u"http"_s, u"https"_s };
-    description.friendlyName = u"http"_s;
-    description.version = QVersionNumber(1, 0);
-    description.parser = [](const QString &text) {
-        return UrlReference::parse(scheme, text);
+    ResourceReference::SchemeDescription http;
+    http.scheme = ResourceReference::Http;
+    http.prefixes = { u"http"_s, u"https"_s };
+    http.friendlyName = u"http"_s;
+    http.version = QVersionNumber(1, 0);
+    http.parser = [](const QString &text) {
+        return UrlReference::parse(ResourceReference::Http, text);
     };
 
-    Error error;
-    ZEL_TRY(error, ResourceReference::registerScheme(description));
-    ResourceHandlerFactory::registerResourceHandlerScheme(
-        scheme,
-        [settings](const QSharedPointer<ResourceReference> &reference, ResourceCache *cache) {
-            return HttpResourceHandler::make(reference, cache, settings);
-        });
-    ResourceMetadataFactory::registerMetadataScheme(scheme, &SchemeMetadata::fromJson);
-    return error;
+    const auto describe = [settings](const QSharedPointer<UrlReference> &url) {
+        CopiedResource file;
+        file.name = url->fileName();
+        file.exists = [=] {
+            return HttpTasks::exists(url, settings);
+        };
+        file.metadata = [=] {
+            return HttpTasks::metadata(url, settings);
+        };
+        file.retrieve = [=](const FetchPlan &plan) {
+            return HttpTasks::retrieve(url, plan, settings);
+        };
+        return file;
+    };
+    return ZEL_PASS(SchemeDefinition::add(http, SchemeDefinition::copies<UrlReference>(describe)));
 }
 
 } // namespace zel

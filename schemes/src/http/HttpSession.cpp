@@ -5,6 +5,9 @@
 
 #include <curl/curl.h>
 
+#include <algorithm>
+#include <array>
+
 namespace zel {
 
 namespace {
@@ -33,6 +36,17 @@ HttpOutcome ended(HttpOutcome::End end, const QString &reason = {})
 }
 
 } // namespace
+
+bool HttpOutcome::mayPass() const
+{
+    return end == End::Broken || end == End::CutShort || (isAnswered() && head.isPassingTrouble());
+}
+
+bool HttpOutcome::meansAbsent() const
+{
+    constexpr std::array codes { 401, 403, 404, 410 };
+    return isAnswered() && std::find(codes.begin(), codes.end(), head.status()) != codes.end();
+}
 
 class HttpSession::Private
 {

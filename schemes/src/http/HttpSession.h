@@ -56,6 +56,12 @@ struct HttpOutcome
     HttpUrl url; ///< who was asked last, after all redirects
     QByteArray said; ///< the beginning of a body that went to no receiver
     QString reason; ///< what went wrong, for people; empty for an answer
+
+    bool isAnswered() const { return end == End::Answered; }
+    /// Asking again a little later may bring a better one.
+    bool mayPass() const;
+    /// The server says that nothing lies there, or nothing that this user may see.
+    bool meansAbsent() const;
 };
 
 /// Asks servers, one question at a time, following redirects; connections are kept for the next

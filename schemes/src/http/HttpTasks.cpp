@@ -1,6 +1,7 @@
 #include "http/HttpTasks.h"
 
 #include "SchemeMetadata.h"
+#include "WorkerTask.h"
 #include "errors/Propagate.h"
 #include "http/HttpStagingSink.h"
 #include "staging/StagingCleaner.h"
@@ -61,19 +62,11 @@ Error fetch(const Reference &reference, const FetchPlan &plan, const HttpSetting
     return ZEL_PASS(fetchFile(target, plan, settings, task));
 }
 
-std::unique_ptr<Task> onWorker(std::function<Error(Task *)> work)
-{
-    auto task = std::make_unique<Task>();
-    task->setFunction(std::move(work));
-    task->setExecutionMode(Task::ExecutionMode::Asynchronous);
-    return task;
-}
-
 } // namespace
 
 std::unique_ptr<Task> exists(const Reference &reference, const HttpSettings &settings)
 {
-    return onWorker([reference, settings](Task *task) -> Error {
+    return makeWorkerTask([reference, settings](Task *task) -> Error {
         ZEL_TRY_LET(const HttpProbe found, probe(reference, settings, task));
         task->setResult(found.exists);
         return {};
@@ -82,7 +75,7 @@ std::unique_ptr<Task> exists(const Reference &reference, const HttpSettings &set
 
 std::unique_ptr<Task> metadata(const Reference &reference, const HttpSettings &settings)
 {
-    return onWorker([reference, settings](Task *task) -> Error {
+    return makeWorkerTask([reference, settings](Task *task) -> Error {
         ZEL_TRY_LET(const HttpProbe found, probe(reference, settings, task));
         if (!found.exists)
             return ZEL_PASS(found.refusal);
@@ -94,7 +87,7 @@ std::unique_ptr<Task> metadata(const Reference &reference, const HttpSettings &s
 std::unique_ptr<Task> retrieve(const Reference &reference, const FetchPlan &plan,
                                const HttpSettings &settings)
 {
-    return onWorker([reference, plan, settings](Task *task) {
+    return makeWorkerTask([reference, plan, settings](Task *task) {
         return ZEL_PASS(fetch(reference, plan, settings, task));
     });
 }

@@ -1,11 +1,7 @@
 #include "list/ListScheme.h"
 
-#include "ResourceHandlerFactory.h"
-#include "ResourceMetadataFactory.h"
-#include "SchemeMetadata.h"
-#include "errors/Propagate.h"
-#include "list/ListReference.h"
-#include "list/ListResourceHandler.h"
+#include "SchemeDefinition.h"
+#include "list/ListTasks.h"
 
 namespace zel {
 
@@ -13,23 +9,29 @@ using namespace Qt::Literals::StringLiterals;
 
 Error registerListScheme(const HttpSettings &settings)
 {
-    constexpr auto scheme = ResourceReference::Manifest;
-    ResourceReference::SchemeDescription description;
-    description.scheme = scheme;
-    description.prefixes = { u"list+http"_s, u"list+https"_s };
-    description.friendlyName = u"manifest"_s;
-    description.version = QVersionNumber(1, 0);
-    description.parser = &ListReference::parse;
+    ResourceReference::SchemeDescription lists;
+    lists.scheme = ResourceReference::Manifest;
+    lists.prefixes = { u"list+http"_s, u"list+https"_s };
+    lists.friendlyName = u"manifest"_s;
+    lists.version = QVersionNumber(1, 0);
+    lists.parser = &ListReference::parse;
 
-    Error error;
-    ZEL_TRY(error, ResourceReference::registerScheme(description));
-    ResourceHandlerFactory::registerResourceHandlerScheme(
-        scheme,
-        [settings](const QSharedPointer<ResourceReference> &reference, ResourceCache *cache) {
-            return ListResourceHandler::make(reference, cache, settings);
-        });
-    ResourceMetadataFactory::registerMetadataScheme(scheme, &SchemeMetadata::fromJson);
-    return error;
+    const auto describe = [settings](const QSharedPointer<ListReference> &list) {
+        CopiedResource folder;
+        folder.name = list->folderName();
+        folder.exists = [=] {
+            return ListTasks::exists(list, settings);
+        };
+        folder.metadata = [=] {
+            return ListTasks::metadata(list, settings);
+        };
+        folder.retrieve = [=](const FetchPlan &plan) {
+            return ListTasks::retrieve(list, plan, settings);
+        };
+        return folder;
+    };
+    return ZEL_PASS(
+        SchemeDefinition::add(lists, SchemeDefinition::copies<ListReference>(describe)));
 }
 
 } // namespace zel

@@ -1,6 +1,7 @@
 #include "list/ListTasks.h"
 
 #include "SchemeMetadata.h"
+#include "WorkerTask.h"
 #include "errors/Propagate.h"
 #include "folder/FolderRetrieval.h"
 #include "folder/RemoteSizes.h"
@@ -68,19 +69,11 @@ Error fetch(const Reference &reference, const FetchPlan &plan, const HttpSetting
     return ZEL_PASS(FolderRetrieval(task, plan, lister, settings).run());
 }
 
-std::unique_ptr<Task> onWorker(std::function<Error(Task *)> work)
-{
-    auto task = std::make_unique<Task>();
-    task->setFunction(std::move(work));
-    task->setExecutionMode(Task::ExecutionMode::Asynchronous);
-    return task;
-}
-
 } // namespace
 
 std::unique_ptr<Task> exists(const Reference &reference, const HttpSettings &settings)
 {
-    return onWorker([reference, settings](Task *task) -> Error {
+    return makeWorkerTask([reference, settings](Task *task) -> Error {
         ZEL_TRY_LET(const HttpProbe found,
                     ListSource(reference, settings).probe(canceledWith(task)));
         task->setResult(found.exists);
@@ -90,7 +83,7 @@ std::unique_ptr<Task> exists(const Reference &reference, const HttpSettings &set
 
 std::unique_ptr<Task> metadata(const Reference &reference, const HttpSettings &settings)
 {
-    return onWorker([reference, settings](Task *task) -> Error {
+    return makeWorkerTask([reference, settings](Task *task) -> Error {
         ZEL_TRY_LET(const auto found, metadataOf(reference, settings, canceledWith(task)));
         task->setResult(found);
         return {};
@@ -100,7 +93,7 @@ std::unique_ptr<Task> metadata(const Reference &reference, const HttpSettings &s
 std::unique_ptr<Task> retrieve(const Reference &reference, const FetchPlan &plan,
                                const HttpSettings &settings)
 {
-    return onWorker([reference, plan, settings](Task *task) {
+    return makeWorkerTask([reference, plan, settings](Task *task) {
         return ZEL_PASS(fetch(reference, plan, settings, task));
     });
 }

@@ -92,14 +92,16 @@ TEST_F(SchemesRegistrationTest, create_referenceOfAnotherMaker_hasCode2)
     class Foreign : public ResourceReference
     {
     public:
-        Foreign()
-            : ResourceReference(Share)
+        explicit Foreign(Scheme scheme)
+            : ResourceReference(scheme)
         {
         }
-        QString referenceText(bool) const override { return u"share:/a"_s; }
+        QString referenceText(bool) const override { return u"foreign:/a"_s; }
     };
-    const QSharedPointer<ResourceReference> foreign(new Foreign);
-    const auto handler = ResourceHandlerFactory::create(foreign, nullptr);
-    ASSERT_FALSE(handler.hasValue());
-    EXPECT_EQ(handler.error().errorCode(), ErrorCode::BadArgument);
+    for (const Scheme scheme : schemes) {
+        const auto handler
+            = ResourceHandlerFactory::create(QSharedPointer<Foreign>::create(scheme), nullptr);
+        ASSERT_FALSE(handler.hasValue()) << scheme;
+        EXPECT_EQ(handler.error().errorCode(), ErrorCode::BadArgument) << scheme;
+    }
 }

@@ -2,7 +2,6 @@
 
 #include "DavSchemeFixture.h"
 #include "ResourceCache.h"
-#include "dav/DavResourceHandler.h"
 #include "dav/DavTasks.h"
 #include "tasks/GetSiblingsTask.h"
 
@@ -156,23 +155,6 @@ TEST_F(DavSchemeTest, retrieve_folderWithAChecksum_isBadArgument)
     const QString url = server.url(u"run.d#size=1"_s);
     EXPECT_EQ(handler(url)->retrieve().errorCode(), ErrorCode::BadArgument);
     expectNothingPublished(url);
-}
-
-TEST_F(DavSchemeTest, make_referenceOfAnotherMaker_isBadArgument)
-{
-    class ForeignReference : public ResourceReference
-    {
-    public:
-        ForeignReference()
-            : ResourceReference(WebDav)
-        {
-        }
-        QString referenceText(bool) const override { return u"dav://h/a"_s; }
-    };
-    const auto made = DavResourceHandler::make(QSharedPointer<ForeignReference>::create(),
-                                               ResourceManager::cache(), settings);
-    ASSERT_FALSE(made.hasValue());
-    EXPECT_EQ(made.error().errorCode(), ErrorCode::BadArgument);
 }
 
 TEST_F(DavSchemeTest, retrieve_overTls_checksTheCertificate)

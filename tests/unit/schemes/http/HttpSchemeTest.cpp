@@ -6,7 +6,6 @@
 #include "NginxServer.h"
 #include "ResourceCache.h"
 #include "ScriptedServer.h"
-#include "http/HttpResourceHandler.h"
 #include "integrity/ContentSum.h"
 #include "integrity/ManifestStore.h"
 #include "references/UrlReference.h"
@@ -176,24 +175,6 @@ TEST_F(HttpSchemeTest, retrieveMetadata_survivesItsJsonForm)
     const auto again = ResourceMetadata::fromJson(json, ResourceReference::Http);
     ASSERT_TRUE(again.hasValue());
     EXPECT_EQ(again.value()->toJson(), json);
-}
-
-class ForeignReference : public ResourceReference
-{
-public:
-    ForeignReference()
-        : ResourceReference(Http)
-    {
-    }
-    QString referenceText(bool) const override { return u"http://h/a"_s; }
-};
-
-TEST_F(HttpSchemeTest, make_referenceOfAnotherMaker_isBadArgument)
-{
-    const auto made = HttpResourceHandler::make(QSharedPointer<ForeignReference>::create(),
-                                                ResourceManager::cache(), settings);
-    ASSERT_FALSE(made.hasValue());
-    EXPECT_EQ(made.error().errorCode(), ErrorCode::BadArgument);
 }
 
 } // namespace

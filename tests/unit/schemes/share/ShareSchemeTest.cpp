@@ -11,7 +11,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-class ShareResourceHandlerTest : public SchemeManagerFixture
+class ShareSchemeTest : public SchemeManagerFixture
 {
 protected:
     QString path(const QString &name) const { return cache.outside(u"share/"_s + name); }
@@ -21,7 +21,7 @@ protected:
 
 } // namespace
 
-TEST_F(ShareResourceHandlerTest, retrieve_file_isCopiedIntoAFolderOfItsOwn)
+TEST_F(ShareSchemeTest, retrieve_file_isCopiedIntoAFolderOfItsOwn)
 {
     writeFile(path(u"My run.raw"_s), "content");
     const QString local = retrieve(text(u"My run.raw"_s));
@@ -36,7 +36,7 @@ TEST_F(ShareResourceHandlerTest, retrieve_file_isCopiedIntoAFolderOfItsOwn)
     EXPECT_EQ(database().status(key), u"Ready"_s);
 }
 
-TEST_F(ShareResourceHandlerTest, retrieve_sourceIsGoneAfterwards_theCopyServes)
+TEST_F(ShareSchemeTest, retrieve_sourceIsGoneAfterwards_theCopyServes)
 {
     writeFile(path(u"run.raw"_s), "content");
     retrieve(text(u"run.raw"_s));
@@ -44,7 +44,7 @@ TEST_F(ShareResourceHandlerTest, retrieve_sourceIsGoneAfterwards_theCopyServes)
     EXPECT_EQ(readFile(retrieve(text(u"run.raw"_s))), "content");
 }
 
-TEST_F(ShareResourceHandlerTest, retrieve_folderWithPercentInItsName_arrives)
+TEST_F(ShareSchemeTest, retrieve_folderWithPercentInItsName_arrives)
 {
     writeFile(path(u"100% run.d/a/b"_s), "deep");
     const QString encoded = u"share:"_s + path(u"100%25 run.d"_s);
@@ -53,7 +53,7 @@ TEST_F(ShareResourceHandlerTest, retrieve_folderWithPercentInItsName_arrives)
     EXPECT_EQ(readFile(local + u"/a/b"_s), "deep");
 }
 
-TEST_F(ShareResourceHandlerTest, retrieve_wiff_bringsItsScanIntoTheSameFolder)
+TEST_F(ShareSchemeTest, retrieve_wiff_bringsItsScanIntoTheSameFolder)
 {
     writeFile(path(u"x.wiff"_s), "wiff");
     writeFile(path(u"x.wiff.scan"_s), "scan");
@@ -62,7 +62,7 @@ TEST_F(ShareResourceHandlerTest, retrieve_wiff_bringsItsScanIntoTheSameFolder)
     EXPECT_EQ(readFile(local + u".scan"_s), "scan");
 }
 
-TEST_F(ShareResourceHandlerTest, retrieve_missing_failsAndNamesIt)
+TEST_F(ShareSchemeTest, retrieve_missing_failsAndNamesIt)
 {
     const auto missing = handler(text(u"missing.raw"_s));
     const Error error = missing->retrieve();
@@ -71,7 +71,7 @@ TEST_F(ShareResourceHandlerTest, retrieve_missing_failsAndNamesIt)
     EXPECT_FALSE(missing->isAvailableLocally());
 }
 
-TEST_F(ShareResourceHandlerTest, retrieve_wrongChecksum_hasCode6AndStaysMissing)
+TEST_F(ShareSchemeTest, retrieve_wrongChecksum_hasCode6AndStaysMissing)
 {
     writeFile(path(u"run.raw"_s), "content");
     const QString wrong = text(u"run.raw"_s) + u"#md5="_s + QString(32, u'0');
@@ -80,7 +80,7 @@ TEST_F(ShareResourceHandlerTest, retrieve_wrongChecksum_hasCode6AndStaysMissing)
     EXPECT_EQ(database().status(reference(wrong)->referenceText(false)), u"Missing"_s);
 }
 
-TEST_F(ShareResourceHandlerTest, twoReferences_neverShareAFolder)
+TEST_F(ShareSchemeTest, twoReferences_neverShareAFolder)
 {
     writeFile(path(u"a/run.raw"_s), "a");
     writeFile(path(u"b/run.raw"_s), "b");
@@ -91,20 +91,20 @@ TEST_F(ShareResourceHandlerTest, twoReferences_neverShareAFolder)
     EXPECT_EQ(readFile(b), "b");
 }
 
-TEST_F(ShareResourceHandlerTest, spellingsOfOneFile_shareOneHandler)
+TEST_F(ShareSchemeTest, spellingsOfOneFile_shareOneHandler)
 {
     writeFile(path(u"a b.raw"_s), "content");
     EXPECT_EQ(handler(text(u"a b.raw"_s)), handler(text(u"./a%20b.raw"_s)));
 }
 
-TEST_F(ShareResourceHandlerTest, exists_tellsOfTheSource)
+TEST_F(ShareSchemeTest, exists_tellsOfTheSource)
 {
     writeFile(path(u"run.raw"_s), "content");
     EXPECT_EQ(handler(text(u"run.raw"_s))->exists().value(), true);
     EXPECT_EQ(handler(text(u"missing.raw"_s))->exists().value(), false);
 }
 
-TEST_F(ShareResourceHandlerTest, metadata_isThatOfTheSource)
+TEST_F(ShareSchemeTest, metadata_isThatOfTheSource)
 {
     writeFile(path(u"run.raw"_s), "content");
     const auto metadata = handler(text(u"run.raw"_s))->retrieveMetadata();

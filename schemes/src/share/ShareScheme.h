@@ -1,0 +1,11 @@
+#pragma once
+
+#include "errors/Error.h"
+
+namespace zel {
+
+/// Makes "share:" known: references, handlers and metadata. Fails if the references cannot be
+/// registered; nothing else is then. Call it before other threads start.
+Error registerShareScheme();
+
+} // namespace zel
