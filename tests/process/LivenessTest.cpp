@@ -110,35 +110,46 @@ TEST_F(LivenessTest, ping_removesTheDead_leavesTheMerelySilent)
     silent.cont();
 }
 
-TEST_F(LivenessTest, ping_killedFetcherSilentFor29Seconds_keepsItsRows)
+namespace {
+
+struct Silence
 {
-    CacheProcess fetcher(cache.baseDir());
-    ASSERT_EQ(fetcher.ask(u"useResource test:a"_s), u"ok"_s);
-    ASSERT_EQ(fetcher.ask(u"tryStartRetrieve test:a"_s), u"true"_s);
-    keepSilent(fetcher.clientId(), 29s);
-    fetcher.kill();
-    EXPECT_EQ(resident.ask(u"ping"_s), u"ok"_s);
-    EXPECT_EQ(clientsOf(fetcher.pid()), 1);
-    EXPECT_EQ(resident.ask(u"readProgress test:a"_s), u"0 Acquiring"_s);
+    const char *name;
+    std::chrono::seconds length;
+    int rowsLeft; ///< of the clients and of the tasks
+    QString progress;
+};
+
+void PrintTo(const Silence &silence, std::ostream *out)
+{
+    *out << silence.name;
 }
 
-TEST_F(LivenessTest, ping_killedFetcherSilentFor31Seconds_takesItsRowsButTheUsage)
+class SilentFetcherTest : public LivenessTest, public testing::WithParamInterface<Silence>
+{
+};
+
+} // namespace
+
+TEST_P(SilentFetcherTest, ping_killedFetcher_losesItsRowsAfterHalfAMinuteButNotTheUsage)
 {
     CacheProcess fetcher(cache.baseDir());
     ASSERT_EQ(fetcher.ask(u"useResource test:a"_s), u"ok"_s);
     ASSERT_EQ(fetcher.ask(u"tryStartRetrieve test:a"_s), u"true"_s);
-    keepSilent(fetcher.clientId(), 31s);
+    keepSilent(fetcher.clientId(), GetParam().length);
     fetcher.kill();
     EXPECT_EQ(resident.ask(u"ping"_s), u"ok"_s);
-    EXPECT_EQ(clientsOf(fetcher.pid()), 0);
-    EXPECT_EQ(database.count(u"AcquiringTasks"_s), 0);
-    EXPECT_EQ(resident.ask(u"readProgress test:a"_s), u"- Missing"_s);
+    EXPECT_EQ(clientsOf(fetcher.pid()), GetParam().rowsLeft);
+    EXPECT_EQ(database.count(u"AcquiringTasks"_s), GetParam().rowsLeft);
+    EXPECT_EQ(resident.ask(u"readProgress test:a"_s), GetParam().progress);
     EXPECT_EQ(resident.ask(u"inUse test:a"_s), u"true"_s);
     expectConsistentRows();
-
-    const CacheProcess newcomer(cache.baseDir());
-    EXPECT_EQ(resident.ask(u"inUse test:a"_s), u"false"_s);
 }
+
+INSTANTIATE_TEST_SUITE_P(BeforeAndAfter30Seconds, SilentFetcherTest,
+                         testing::Values(Silence { "after29Seconds", 29s, 1, u"0 Acquiring"_s },
+                                         Silence { "after31Seconds", 31s, 0, u"- Missing"_s }),
+                         [](const auto &silence) { return std::string(silence.param.name); });
 
 TEST_F(LivenessTest, ping_deadUsersRow_usageStaysUntilAnyProcessCloses)
 {
@@ -151,6 +162,18 @@ TEST_F(LivenessTest, ping_deadUsersRow_usageStaysUntilAnyProcessCloses)
     EXPECT_EQ(clientsOf(user.pid()), 0);
     EXPECT_EQ(resident.ask(u"inUse test:a"_s), u"true"_s);
     EXPECT_EQ(closer.ask(u"close"_s), u"ok"_s);
+    EXPECT_EQ(resident.ask(u"inUse test:a"_s), u"false"_s);
+}
+
+TEST_F(LivenessTest, open_usageOfAClientThatIsGone_isTakenAlong)
+{
+    CacheProcess user(cache.baseDir());
+    ASSERT_EQ(user.ask(u"useResource test:a"_s), u"ok"_s);
+    keepSilent(user.clientId(), 31s);
+    user.kill();
+    EXPECT_EQ(resident.ask(u"ping"_s), u"ok"_s);
+    EXPECT_EQ(resident.ask(u"inUse test:a"_s), u"true"_s);
+    const CacheProcess newcomer(cache.baseDir());
     EXPECT_EQ(resident.ask(u"inUse test:a"_s), u"false"_s);
 }
 

@@ -54,42 +54,69 @@ protected:
 
 } // namespace
 
-TEST_F(ResourceCacheLivenessTest, ping_silentFor29Seconds_stays)
+namespace {
+
+struct Silence
 {
-    addClient(9, 29s - 10s); // the ping comes within the next five seconds
-    ping();
-    EXPECT_TRUE(hasClient(9));
+    const char *name;
+    std::chrono::seconds length; ///< when somebody looks
+    bool isByOpening; ///< else by a ping
+    bool isAlive;
+};
+
+void PrintTo(const Silence &silence, std::ostream *out)
+{
+    *out << silence.name;
 }
 
-TEST_F(ResourceCacheLivenessTest, ping_silentFor31Seconds_goesWithItsFetch)
+class SilenceTest : public ResourceCacheLivenessTest, public testing::WithParamInterface<Silence>
 {
-    addClient(9, 31s);
+protected:
+    /// Lets each look find the client silent for exactly so long.
+    void keepSilent(qint64 id, std::chrono::milliseconds length)
+    {
+        for (const QString &look : { u"INSERT"_s, u"UPDATE"_s }) {
+            database().run(
+                u"CREATE TRIGGER silence%1 AFTER %1 ON Clients WHEN NEW.id NOT IN (8, 9) "
+                "BEGIN UPDATE Clients SET lastPingTime = NEW.lastPingTime - %2 "
+                "WHERE id = %3; END"_s.arg(look, QString::number(length.count()),
+                                           QString::number(id)));
+        }
+    }
+    void look()
+    {
+        if (!GetParam().isByOpening)
+            return;
+        cache.close();
+        openCache();
+    }
+};
+
+} // namespace
+
+TEST_P(SilenceTest, look_clientWithAFetch_goesAfterHalfAMinuteWithItsTask)
+{
+    addClient(8, 60s);
+    addClient(9, GetParam().length);
     addFetch(u"test:a"_s, 9);
-    ping();
-    EXPECT_TRUE(QTest::qWaitFor([&] { return !hasClient(9); }, 15000));
-    EXPECT_EQ(database().count(u"AcquiringTasks"_s), 0);
-    EXPECT_EQ(database().status(u"test:a"_s), u"Missing"_s);
+    keepSilent(9, GetParam().length);
+    look();
+    // Both are judged at once.
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !hasClient(8); }, 15000));
+    const bool isAlive = GetParam().isAlive;
+    EXPECT_EQ(hasClient(9), isAlive);
+    EXPECT_EQ(database().count(u"AcquiringTasks"_s), isAlive ? 1 : 0);
+    EXPECT_EQ(database().status(u"test:a"_s), isAlive ? u"Acquiring"_s : u"Missing"_s);
     const ResourceRetrieveHandle watcher(u"test:a"_s, dataPath(u"x"_s), &cache, {});
-    EXPECT_FALSE(watcher.readProgress().value().progress.has_value());
+    EXPECT_EQ(watcher.readProgress().value().progress.has_value(), isAlive);
 }
 
-TEST_F(ResourceCacheLivenessTest, open_clientAlmostSilentTooLong_stays)
-{
-    addClient(9, 27s); // the opening takes less than the three seconds that are left
-    cache.close();
-    openCache();
-    EXPECT_TRUE(hasClient(9));
-}
-
-TEST_F(ResourceCacheLivenessTest, open_silentClient_isCleanedUpBeforeTheFirstPing)
-{
-    addClient(9, 31s);
-    addFetch(u"test:a"_s, 9);
-    cache.close();
-    openCache();
-    EXPECT_FALSE(hasClient(9));
-    EXPECT_EQ(database().status(u"test:a"_s), u"Missing"_s);
-}
+INSTANTIATE_TEST_SUITE_P(BeforeAndAfter30Seconds, SilenceTest,
+                         testing::Values(Silence { "pingAfter29Seconds", 29s, false, true },
+                                         Silence { "pingAfter31Seconds", 31s, false, false },
+                                         Silence { "openAfter29Seconds", 29s, true, true },
+                                         Silence { "openAfter31Seconds", 31s, true, false }),
+                         [](const auto &silence) { return std::string(silence.param.name); });
 
 TEST_F(ResourceCacheLivenessTest, open_deadClientWithUsage_usageGoesAtThatOpenOrTheNext)
 {
