@@ -11,6 +11,10 @@
         <source>The server&apos;s listing of the folder makes no sense.</source>
         <translation>Das Verzeichnis des Ordners, das der Server sendet, ergibt keinen Sinn.</translation>
     </message>
+    <message>
+        <source>The server&apos;s listing of the folder is too long.</source>
+        <translation>Das Verzeichnis des Ordners, das der Server sendet, ist zu lang.</translation>
+    </message>
 </context>
 <context>
     <name>zel::ChecksumLines</name>
@@ -21,6 +25,10 @@
     <message>
         <source>There are no checksums in the list.</source>
         <translation>Die Liste enthält keine Prüfsummen.</translation>
+    </message>
+    <message>
+        <source>There are more than %1 checksums in the list.</source>
+        <translation>Die Liste enthält mehr als %1 Prüfsummen.</translation>
     </message>
 </context>
 <context>
@@ -90,6 +98,10 @@
     <message>
         <source>the server does not tell of &quot;%1&quot;: %2</source>
         <translation>der Server gibt über „%1“ keine Auskunft: %2</translation>
+    </message>
+    <message>
+        <source>the server leads to an address without encryption</source>
+        <translation>der Server leitet auf eine Adresse ohne Verschlüsselung weiter</translation>
     </message>
 </context>
 <context>
@@ -285,6 +297,13 @@
     </message>
 </context>
 <context>
+    <name>zel::ListSource</name>
+    <message>
+        <source>The server&apos;s listings of the folders are too long.</source>
+        <translation>Die Verzeichnisse der Ordner, die der Server sendet, sind zu lang.</translation>
+    </message>
+</context>
+<context>
     <name>zel::LocalTasks</name>
     <message>
         <source>&quot;%1&quot; does not exist or cannot be read.</source>
@@ -434,6 +453,13 @@
     <message>
         <source>The listing cannot be used: &quot;%1&quot; %2.</source>
         <translation>Das Verzeichnis ist nicht verwendbar: „%1“ %2.</translation>
+    </message>
+</context>
+<context>
+    <name>zel::RemoteSizes</name>
+    <message>
+        <source>the server tells of impossible sizes of files</source>
+        <translation>der Server nennt unmögliche Dateigrößen</translation>
     </message>
 </context>
 <context>

@@ -131,7 +131,8 @@ void PropfindReader::startElement()
 {
     if (path.size() > mostLevels)
         return fail(tr("it is nested too deeply"));
-    if (xml.attributes().size() > mostAttributes)
+    // Each look for the meaning of a prefix passes all that are declared.
+    if (xml.attributes().size() + xml.namespaceDeclarations().size() > mostAttributes)
         return fail(tr("a part of it has too many attributes"));
     const bool isOurs = xml.namespaceUri() == davNamespace;
     const Element element = isOurs ? known(path.back(), xml.name()) : Element::Unknown;
@@ -151,7 +152,7 @@ void PropfindReader::endElement()
     path.pop_back();
     switch (element) {
     case Element::Href:
-        hrefs << text.trimmed();
+        addHref();
         break;
     case Element::ResponseStatus:
         status = text.simplified();
@@ -186,6 +187,13 @@ void PropfindReader::endElement()
     text.clear();
 }
 
+void PropfindReader::addHref()
+{
+    if (all.size() + size_t(hrefs.size()) == mostResources)
+        return fail(tr("it tells of more than %1 resources").arg(mostResources));
+    hrefs << text.trimmed();
+}
+
 void PropfindReader::endPropstat()
 {
     if (!isSuccess(offeredStatus))
@@ -209,8 +217,6 @@ void PropfindReader::endResponse()
         found.href = href;
         all.push_back(found);
     }
-    if (all.size() > mostResources)
-        return fail(tr("it tells of more than %1 resources").arg(mostResources));
     found = {};
     hrefs.clear();
     status.clear();

@@ -72,6 +72,7 @@ private:
     void take(QXmlStreamReader::TokenType token);
     void startElement();
     void endElement();
+    void addHref();
     void endPropstat();
     void endResponse();
     bool isValue() const;

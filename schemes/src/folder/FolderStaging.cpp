@@ -37,6 +37,19 @@ std::optional<qint64> fileSize(const fs::path &path)
     return failure ? std::nullopt : std::optional(qint64(size));
 }
 
+/// Empty for what the clock of files cannot tell: it counts nanoseconds, and a server may tell of
+/// any year.
+std::optional<fs::file_time_type> fileTime(const QDateTime &time)
+{
+    using namespace std::chrono;
+    const auto moment
+        = file_clock::from_sys(sys_seconds(seconds(time.toSecsSinceEpoch()))).time_since_epoch();
+    const auto latest = duration_cast<seconds>(fs::file_time_type::duration::max());
+    if (!time.isValid() || moment > latest || moment < -latest)
+        return std::nullopt;
+    return fs::file_time_type(moment);
+}
+
 } // namespace
 
 FolderStaging::FolderStaging(std::unique_ptr<StagingArea> area, const RemoteListing &listing)
@@ -124,11 +137,9 @@ Error FolderStaging::finish(const RemoteFile &file, const QString &state, const 
     const fs::path target = targetOf(file.path);
     const std::optional<qint64> size = fileSize(part);
     std::error_code code;
-    if (modified.isValid()) {
-        const std::chrono::sys_seconds time { std::chrono::seconds(modified.toSecsSinceEpoch()) };
-        // Not every volume keeps it, and nobody depends on it.
-        fs::last_write_time(part, std::chrono::file_clock::from_sys(time), code);
-    }
+    // Not every volume keeps it, and nobody depends on it.
+    if (const auto time = fileTime(modified))
+        fs::last_write_time(part, *time, code);
     fs::rename(part, target, code);
     if (code || !size) {
         return ZEL_ERROR(FreeSpace::codeOf(code),

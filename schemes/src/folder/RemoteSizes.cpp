@@ -3,7 +3,12 @@
 #include "errors/Propagate.h"
 #include "folder/FolderWorkers.h"
 #include "http/HttpClient.h"
+#include "http/HttpFailure.h"
 
+#include <QCoreApplication>
+
+#include <algorithm>
+#include <limits>
 #include <vector>
 
 namespace zel::RemoteSizes {
@@ -13,6 +18,29 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 using Sizes = std::map<QString, qint64>;
+
+class Failure
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::RemoteSizes)
+
+public:
+    static Error impossible(const QString &folderName)
+    {
+        return HttpFailure::make(int(ErrorCode::BadData), folderName,
+                                 tr("the server tells of impossible sizes of files"));
+    }
+};
+
+/// Whether the sum is a number of 63 bits.
+bool areSummable(const Sizes &sizes)
+{
+    qint64 left = std::numeric_limits<qint64>::max();
+    return std::all_of(sizes.begin(), sizes.end(), [&left](const auto &entry) {
+        const bool fits = entry.second <= left;
+        left -= fits ? entry.second : 0;
+        return fits;
+    });
+}
 
 Result<std::optional<qint64>> askedSize(const RemoteFile &file, const QString &folderName,
                                         const HttpSettings &settings, HttpSession &session,
@@ -53,7 +81,8 @@ Result<Sizes> of(const RemoteListing &listing, const QString &folderName,
         if (asked[i])
             sizes.emplace(unknown[i]->path, *asked[i]);
     }
-    return sizes;
+    return areSummable(sizes) ? Result<Sizes>(sizes)
+                              : ZEL_PASS(Result<Sizes>(Failure::impossible(folderName)));
 }
 
 } // namespace zel::RemoteSizes

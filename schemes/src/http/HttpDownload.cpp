@@ -200,8 +200,9 @@ bool HttpDownload::beginRest(const HttpHead &head)
 
 bool HttpDownload::receive(const char *data, qint64 size)
 {
-    const bool tooMany = state.size && have + buffer.size() + size > *state.size;
-    if (tooMany) {
+    // An answer that announces no size may have no end.
+    const std::optional<qint64> most = state.size ? state.size : target.expected.size;
+    if (most && have + buffer.size() + size > *most) {
         fault = failure(SchemeErrors::integrityFailure, tr("more bytes came than were announced"));
         return false;
     }

@@ -1,6 +1,7 @@
 #include "list/AutoindexPage.h"
 
 #include "errors/Propagate.h"
+#include "folder/RemoteListing.h"
 #include "http/HttpRepresentation.h"
 
 #include <QJsonArray>
@@ -23,6 +24,26 @@ QDateTime moment(const QString &text)
     return state.modified();
 }
 
+/// Five of an honest page are one entry.
+constexpr qsizetype mostValues = 10 * RemoteListing::mostEntries;
+
+/// Each value takes a hundred times as much memory as text: it is found out before they are read.
+bool hasTooManyValues(const QByteArray &json)
+{
+    qsizetype values = 0;
+    bool isText = false;
+    for (qsizetype i = 0; i < json.size() && values <= mostValues; ++i) {
+        const char c = json.at(i);
+        if (isText && c == '\\')
+            ++i;
+        else if (c == '"')
+            isText = !isText;
+        else if (!isText && (c == ',' || c == '[' || c == '{'))
+            ++values;
+    }
+    return values > mostValues;
+}
+
 /// Nothing for a size that is none.
 std::optional<Entry> entryOf(const QJsonObject &object, bool isFolder)
 {
@@ -43,6 +64,9 @@ std::optional<Entry> entryOf(const QJsonObject &object, bool isFolder)
 
 Result<QList<Entry>> AutoindexPage::parse(const QByteArray &json)
 {
+    if (hasTooManyValues(json)) {
+        return ZEL_ERROR(ErrorCode::BadData, tr("The server's listing of the folder is too long."));
+    }
     const QJsonDocument document = QJsonDocument::fromJson(json);
     if (!document.isArray()) {
         return ZEL_ERROR(ErrorCode::BadData,

@@ -1,6 +1,7 @@
 #include "list/ChecksumLines.h"
 
 #include "errors/Propagate.h"
+#include "folder/RemoteListing.h"
 
 #include <algorithm>
 #include <optional>
@@ -27,8 +28,21 @@ FileHash hashOf(const QByteArray &text)
     return hash;
 }
 
-QByteArray withoutBlanksInFront(const QByteArray &line)
+/// The line that begins there, without its end; the next one begins behind that.
+QByteArray takeLine(const QByteArray &text, qsizetype &start)
 {
+    const qsizetype end = text.indexOf('\n', start);
+    const QByteArray line = text.mid(start, end < 0 ? -1 : end - start);
+    start = end < 0 ? text.size() : end + 1;
+    return line.endsWith('\r') ? line.chopped(1) : line;
+}
+
+/// Empty for a line that is passed over.
+QByteArray meaningOf(const QByteArray &line)
+{
+    // A comment starts with the line, as for the program.
+    if (line.startsWith('#'))
+        return {};
     const auto first
         = std::find_if(line.begin(), line.end(), [](char c) { return c != ' ' && c != '\t'; });
     return line.mid(first - line.begin());
@@ -99,21 +113,20 @@ Result<QList<ChecksumLines::Line>> ChecksumLines::parse(const QByteArray &text)
 {
     QList<Line> lines;
     int number = 0;
-    const QList<QByteArray> all = text.split('\n');
-    for (QByteArray line : all) {
+    for (qsizetype start = 0; start < text.size();) {
         ++number;
-        if (line.endsWith('\r'))
-            line.chop(1);
-        // A comment starts with the line, as for the program.
-        const bool isComment = line.startsWith('#');
-        line = withoutBlanksInFront(line);
-        if (isComment || line.isEmpty())
+        const QByteArray line = meaningOf(takeLine(text, start));
+        if (line.isEmpty())
             continue;
         const std::optional<Line> parsed = parseLine(line);
         if (!parsed) {
             return ZEL_ERROR(
                 ErrorCode::BadData,
                 tr("Line %1 of the list is none of a checksum and a name.").arg(number));
+        }
+        if (lines.size() == RemoteListing::mostEntries) {
+            return ZEL_ERROR(ErrorCode::BadData,
+                             tr("There are more than %1 checksums in the list.").arg(lines.size()));
         }
         lines << *parsed;
     }

@@ -27,7 +27,8 @@ public:
         FileHash hash;
     };
 
-    /// Code 4 if there is any other line, which is named by its number, or no line at all.
+    /// Code 4 if there is any other line, which is named by its number, or no line at all, or more
+    /// than a folder may have entries.
     static Result<QList<Line>> parse(const QByteArray &text);
 };
 

@@ -74,6 +74,7 @@ Result<RemoteListing> ListSource::listFolders(const std::function<bool()> &isCan
     Error error;
     ZEL_TRY_LET(const HttpTarget top, target());
     RemoteListing listing;
+    bytesOfPages = 0;
     QStringList folders { QString() };
     while (!folders.isEmpty()) {
         const QString folder = folders.takeLast();
@@ -93,6 +94,11 @@ Error ListSource::addPage(const HttpUrl &top, const QString &folder, RemoteListi
         ZEL_TRY_LET(page.url, top.below(folder));
     }
     ZEL_TRY_LET(const QByteArray json, read(page, isCanceled));
+    bytesOfPages += json.size();
+    if (bytesOfPages > RemoteDocument::mostBytes) {
+        return ZEL_ERROR(ErrorCode::BadData,
+                         tr("The server's listings of the folders are too long."));
+    }
     ZEL_TRY_LET(const QList<AutoindexPage::Entry> entries, AutoindexPage::parse(json));
     for (const AutoindexPage::Entry &entry : entries) {
         const QString path = folder + entry.name;

@@ -21,9 +21,9 @@ class ListSource
 public:
     ListSource(const QSharedPointer<ListReference> &reference, const HttpSettings &settings);
 
-    /// Reads the whole list, of a server's listing level by level. Failures: those of a download of
-    /// the list, code 4 for one that cannot be used, 6 for one that is not the expected one, 20 if
-    /// canceled.
+    /// Reads the whole list, of a server's listing level by level, of which all pages together may
+    /// be as long as a list. Failures: those of a download of the list, code 4 for one that cannot
+    /// be used, 6 for one that is not the expected one, 20 if canceled.
     Result<RemoteListing> list(const std::function<bool()> &isCanceled);
     /// Asks for the list itself, without reading it.
     Result<HttpProbe> probe(const std::function<bool()> &isCanceled);
@@ -39,6 +39,7 @@ private:
     const QSharedPointer<ListReference> reference;
     const HttpSettings settings;
     HttpSession session;
+    qint64 bytesOfPages = 0; ///< of the listing that is being read
 };
 
 } // namespace zel

@@ -247,6 +247,31 @@ TEST_F(DavClientTest, describe_redirectElsewhere_isNotFollowed)
     }
 }
 
+TEST_F(DavClientTest, ask_redirectFromTlsToPlain_isRefused)
+{
+    ScriptedServer plain([](const auto &, auto &connection) {
+        connection.send(DavAnswers::whole(DavAnswers::folder("/d/")));
+    });
+    const QTemporaryDir folder;
+    const SelfSignedCertificate certificate(folder.path());
+    NginxServer::Options options;
+    options.certificate = certificate.certificate;
+    options.certificateKey = certificate.key;
+    options.directives = u"location /d/ { return 302 %1; }"_s.arg(plain.url(u"d/"_s));
+    const NginxServer encrypted(options);
+    settings.caFile = certificate.certificate;
+    DavClient trusting(settings, u"the folder"_s, {});
+
+    const HttpUrl start = url(encrypted.url(u"d/"_s));
+    const Error described = trusting.describe(start).error();
+    const Error listed = trusting.list(DavCollection::at(start).value()).error();
+    for (const Error &error : { described, listed }) {
+        EXPECT_EQ(error.errorCode(), ErrorCode::OperationFailed);
+        EXPECT_EQ(error.errorMessage(),
+                  begin + u"the server leads to an address without encryption"_s);
+    }
+}
+
 TEST_F(DavClientTest, list_passingTrouble_isAskedAgain)
 {
     settings.retries = 2;

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <atomic>
 #include <condition_variable>
+#include <cstdlib>
+#include <functional>
 #include <mutex>
 
 namespace zel {
@@ -14,6 +16,38 @@ using namespace zel::test;
 
 class DavFolderTest : public DavSchemeFixture
 {
+protected:
+    using Answer = std::function<void(ScriptedServer::Connection &)>;
+
+    /// Serves the folder "run.d" with one file, that this is told of.
+    static ScriptedServer::Script oneFile(const QByteArray &told, const Answer &answer)
+    {
+        return [told, answer](const auto &request, auto &connection) {
+            if (request.method == "GET")
+                return answer(connection);
+            connection.send(DavAnswers::whole(DavAnswers::folder("/run.d/")
+                                              + (request.header("depth") == "0" ? "" : told)));
+        };
+    }
+    static Answer whole(const QByteArray &headers, const QByteArray &body)
+    {
+        return [=](ScriptedServer::Connection &connection) {
+            connection.send(ScriptedServer::answer("200 OK", headers, body));
+        };
+    }
+    static Answer chunked(const QByteArray &body)
+    {
+        return [=](ScriptedServer::Connection &connection) {
+            connection.send("HTTP/1.1 200 OK\r\nConnection: close\r\n"
+                            "Transfer-Encoding: chunked\r\n\r\n"
+                            + QByteArray::number(body.size(), 16) + "\r\n" + body
+                            + "\r\n0\r\n\r\n");
+        };
+    }
+    static QString folderOn(const ScriptedServer &server)
+    {
+        return server.url(u"run.d"_s).replace(u"http"_s, u"dav"_s);
+    }
 };
 
 } // namespace
@@ -88,7 +122,7 @@ TEST_F(DavFolderTest, retrieve_neverMoreThanTwoAtATime)
         connection.send(DavAnswers::whole(
             request.header("depth") == "0" ? DavAnswers::folder("/run.d/") : all));
     });
-    const QString path = retrieve(server.url(u"run.d"_s).replace(u"http"_s, u"dav"_s));
+    const QString path = retrieve(folderOn(server));
     EXPECT_EQ(treeAt(path).size(), 30U);
     EXPECT_EQ(most, 2);
 }
@@ -107,7 +141,7 @@ TEST_F(DavFolderTest, retrieve_fileVanishesAfterTheListing_publishesNothing)
                                                   : DavAnswers::file("/run.d/a", 1, "\"e\"")
                            + DavAnswers::file("/run.d/b", 1, "\"e\""))));
     });
-    const QString url = server.url(u"run.d"_s).replace(u"http"_s, u"dav"_s);
+    const QString url = folderOn(server);
     const Error error = handler(url)->retrieve();
     EXPECT_TRUE(error.hasError());
     EXPECT_TRUE(error.errorMessage().contains(u"404"_s)) << qPrintable(error.errorMessage());
@@ -129,7 +163,7 @@ TEST_F(DavFolderTest, retrieve_fileComesAfterTheListing_publishesNothing)
         }
         connection.send(DavAnswers::whole(all));
     });
-    const QString url = server.url(u"run.d"_s).replace(u"http"_s, u"dav"_s);
+    const QString url = folderOn(server);
     EXPECT_EQ(int(handler(url)->retrieve().errorCode()), 6);
     expectNothingPublished(url);
 }
@@ -146,12 +180,93 @@ TEST_F(DavFolderTest, retrieve_hostileList_leavesNothingOutside)
                 DavAnswers::folder("/run.d/")
                 + (request.header("depth") == "0" ? QByteArray() : DavAnswers::file(href, 1))));
         });
-        const QString url = server.url(u"run.d"_s).replace(u"http"_s, u"dav"_s);
+        const QString url = folderOn(server);
         EXPECT_EQ(handler(url)->retrieve().errorCode(), ErrorCode::BadData) << href;
         expectNothingPublished(url);
         for (const auto &request : server.requests())
             EXPECT_EQ(request.method, "PROPFIND");
     }
+}
+
+TEST_F(DavFolderTest, retrieve_fileIsNotTheListedOne_isNeverPublished)
+{
+    const QByteArray listed = DavAnswers::file("/run.d/a", 3, "\"e\"");
+    for (const Answer &lie : { whole({}, "xx"), whole({}, "xxxx"), whole("ETag: \"f\"\r\n", "xxx"),
+                               chunked("xx"), chunked("xxxx") }) {
+        ScriptedServer server(oneFile(listed, lie));
+        const QString url = folderOn(server);
+        EXPECT_EQ(int(handler(url)->retrieve().errorCode()), 6);
+        expectNothingPublished(url);
+    }
+}
+
+TEST_F(DavFolderTest, retrieve_fileWithoutEnd_isBrokenOffAtItsListedSize)
+{
+    std::atomic<int> pieces = 0;
+    ScriptedServer server(oneFile(DavAnswers::file("/run.d/a", 3, "\"e\""), [&](auto &connection) {
+        connection.send("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n");
+        const QByteArray piece = "100000\r\n" + QByteArray(0x100000, 'x') + "\r\n";
+        while (pieces < 200 && connection.send(piece))
+            ++pieces;
+    }));
+    const QString url = folderOn(server);
+    EXPECT_EQ(int(handler(url)->retrieve().errorCode()), 6);
+    EXPECT_LT(pieces, 200);
+    expectNothingPublished(url);
+}
+
+TEST_F(DavFolderTest, retrieve_moreThanTheVolumeHolds_failsBeforeTheFirstByte)
+{
+    ScriptedServer server(
+        oneFile(DavAnswers::file("/run.d/a", 9'000'000'000'000'000'000), whole({}, "x")));
+    const QString url = folderOn(server);
+    EXPECT_EQ(int(handler(url)->retrieve().errorCode()), 7);
+    expectNothingPublished(url);
+    for (const auto &request : server.requests())
+        EXPECT_EQ(request.method, "PROPFIND");
+}
+
+TEST_F(DavFolderTest, retrieve_fileOfAnImpossibleYear_isThereWithAnotherTime)
+{
+    const QByteArray year = "Fri, 31 Dec 9999 23:59:59 GMT";
+    ScriptedServer server(oneFile(DavAnswers::file("/run.d/a", 1, "\"e\"", year),
+                                  whole("ETag: \"e\"\r\nLast-Modified: " + year + "\r\n", "x")));
+    const QFileInfo file(retrieve(folderOn(server)) + u"/a"_s);
+    const qint64 age = file.lastModified().secsTo(QDateTime::currentDateTime());
+    EXPECT_LT(std::abs(age), 3600) << age;
+}
+
+TEST_F(DavFolderTest, retrieve_fileStalls_isGivenUpAndPublishesNothing)
+{
+    ScriptedServer server(oneFile(DavAnswers::file("/run.d/a", 3, "\"e\""), [](auto &connection) {
+        connection.send("HTTP/1.1 200 OK\r\nContent-Length: 3\r\nETag: \"e\"\r\n\r\nx");
+        connection.stall();
+    }));
+    const QString url = folderOn(server);
+    const Error error = handler(url)->retrieve();
+    EXPECT_EQ(error.errorCode(), ErrorCode::OperationFailed);
+    EXPECT_TRUE(error.errorMessage().endsWith(u"the server has stopped sending"_s))
+        << qPrintable(error.errorMessage());
+    expectNothingPublished(url);
+}
+
+TEST_F(DavFolderTest, retrieve_fileLiesOnAnotherHost_passwordIsNotSentThere)
+{
+    ScriptedServer other([](const auto &, auto &connection) {
+        connection.send(ScriptedServer::answer("200 OK", {}, "x"));
+    });
+    const QByteArray there = "http://localhost:" + QByteArray::number(other.port()) + "/a";
+    ScriptedServer server(oneFile(DavAnswers::file("/run.d/a", 1), [there](auto &connection) {
+        connection.send(ScriptedServer::answer("302 Found", "Location: " + there + "\r\n", {}));
+    }));
+    settings.netrcFile = cache.outside(u"netrc"_s);
+    writeFile(settings.netrcFile, "machine 127.0.0.1 login lab password geheim\n");
+    ASSERT_EQ(registerDavScheme(settings), Error());
+
+    EXPECT_EQ(readFile(retrieve(folderOn(server)) + u"/a"_s), "x");
+    EXPECT_FALSE(server.requests().constFirst().header("authorization").isEmpty());
+    ASSERT_EQ(other.requests().size(), 1);
+    EXPECT_EQ(other.requests().constFirst().header("authorization"), QByteArray());
 }
 
 } // namespace zel

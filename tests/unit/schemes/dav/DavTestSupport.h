@@ -16,12 +16,15 @@ inline QByteArray folder(const QByteArray &href)
           "<D:status>HTTP/1.1 200 OK</D:status></D:propstat></D:response>";
 }
 
-inline QByteArray file(const QByteArray &href, qint64 size, const QByteArray &etag = {})
+inline QByteArray file(const QByteArray &href, qint64 size, const QByteArray &etag = {},
+                       const QByteArray &lastModified = {})
 {
     return "<D:response><D:href>" + href
         + "</D:href><D:propstat><D:prop><D:resourcetype/><D:getcontentlength>"
         + QByteArray::number(size) + "</D:getcontentlength><D:getetag>" + etag
-        + "</D:getetag></D:prop><D:status>HTTP/1.1 200 OK</D:status></D:propstat></D:response>";
+        + "</D:getetag><D:getlastmodified>" + lastModified
+        + "</D:getlastmodified></D:prop><D:status>HTTP/1.1 200 "
+          "OK</D:status></D:propstat></D:response>";
 }
 
 inline QByteArray whole(const QByteArray &responses)

@@ -229,6 +229,14 @@ TEST(PropfindReader, add_manyAttributes_areRefused)
     EXPECT_EQ(refusalOf(many + "/>"), u"a part of it has too many attributes"_s);
 }
 
+TEST(PropfindReader, add_manyDeclarations_areRefused)
+{
+    QByteArray many = "<D:multistatus xmlns:D=\"DAV:\" ";
+    for (int i = 0; i < 100; ++i)
+        many += "xmlns:a" + QByteArray::number(i) + "=\"u\" ";
+    EXPECT_EQ(refusalOf(many + "/>"), u"a part of it has too many attributes"_s);
+}
+
 TEST(PropfindReader, add_endlessText_isRefused)
 {
     EXPECT_EQ(refusalOf(multistatus(response(QByteArray(9000, 'x'), {}))),
@@ -248,6 +256,12 @@ TEST(PropfindReader, add_tooManyResources_isRefused)
 {
     const QByteArray one = "<D:response><D:href>/a</D:href></D:response>";
     EXPECT_EQ(refusalOf(multistatus(one.repeated(PropfindReader::mostResources + 1))),
+              u"it tells of more than %1 resources"_s.arg(PropfindReader::mostResources));
+
+    // One answer may be about many, so many that nobody waits for its end.
+    const QByteArray addresses
+        = QByteArray("<D:href>/a</D:href>").repeated(PropfindReader::mostResources + 1);
+    EXPECT_EQ(refusalOf("<D:multistatus xmlns:D=\"DAV:\"><D:response>" + addresses),
               u"it tells of more than %1 resources"_s.arg(PropfindReader::mostResources));
 }
 

@@ -45,4 +45,25 @@ TEST(AutoindexPageTest, parse_anythingElse_isRefused)
     }
 }
 
+TEST(AutoindexPageTest, parse_moreValuesThanAnyFolderHas_isRefusedBeforeTheyTakeMemory)
+{
+    for (const QByteArray &value :
+         { QByteArray("1"), QByteArray("[1]"), QByteArray("{\"a\":1}") }) {
+        const auto page
+            = AutoindexPage::parse('[' + (value + ',').repeated(1'000'001) + value + ']');
+        EXPECT_EQ(page.error().errorMessage(),
+                  u"The server's listing of the folder is too long."_s);
+    }
+}
+
+TEST(AutoindexPageTest, parse_namesThatLookLikeValues_areNames)
+{
+    const QByteArray name = QByteArray(R"({[,\"\\)").repeated(30);
+    const QByteArray entry = R"({"type":"file","name":")" + name + R"("},)";
+    const auto page = AutoindexPage::parse('[' + entry.repeated(20'000).chopped(1) + ']');
+    ASSERT_TRUE(page.hasValue()) << page.error().description().toStdString();
+    EXPECT_EQ(page.value().size(), 20'000);
+    EXPECT_EQ(page.value().constFirst().name, u"{[,\"\\"_s.repeated(30));
+}
+
 } // namespace zel::test

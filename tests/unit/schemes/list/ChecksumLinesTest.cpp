@@ -76,4 +76,12 @@ TEST(ChecksumLinesTest, parse_noLine_isRefused)
         EXPECT_EQ(int(ChecksumLines::parse(text).error().errorCode()), int(ErrorCode::BadData));
 }
 
+TEST(ChecksumLinesTest, parse_moreThanAFolderMayHold_isRefused)
+{
+    const QByteArray line = digits + "  a\n";
+    EXPECT_EQ(ChecksumLines::parse(line.repeated(100'000)).value().size(), 100'000);
+    EXPECT_EQ(ChecksumLines::parse(line.repeated(1'000'000)).error().errorMessage(),
+              u"There are more than 100000 checksums in the list."_s);
+}
+
 } // namespace zel::test

@@ -1,7 +1,5 @@
-#include "list/ListScheme.h"
+#include "ListSchemeFixture.h"
 
-#include "../SchemeManagerFixture.h"
-#include "../http/HttpTestSupport.h"
 #include "CacheDatabase.h"
 #include "NginxServer.h"
 #include "SchemeErrors.h"
@@ -59,32 +57,15 @@ NginxServer::Options listing()
     return options;
 }
 
-class ListSchemeTest : public SchemeManagerFixture
+class ListSchemeTest : public ListSchemeFixture
 {
 protected:
-    ListSchemeTest()
-    {
-        settings.retries = 0;
-        EXPECT_EQ(registerListScheme(settings), Error());
-    }
-
     /// Puts the files and their checksums on the server.
     static void add(const NginxServer &server, const QString &folder, const Content &content)
     {
         for (const auto &[path, bytes] : content)
             server.addFile(folder + u'/' + path, bytes);
         server.addFile(folder + u"/SHA256SUMS"_s, sums(content));
-    }
-
-    static QString listAt(const QString &url) { return u"list+"_s + url; }
-
-    static int failureOf(const QString &reference)
-    {
-        const auto folder = handler(reference);
-        const Error error = folder->retrieve();
-        EXPECT_FALSE(folder->isAvailableLocally());
-        EXPECT_FALSE(QFileInfo::exists(folder->expectedPath().value()));
-        return int(error.errorCode());
     }
 
     static qint64 bytesSent(const QList<LoggedRequest> &requests, qsizetype from = 0)
@@ -96,8 +77,6 @@ protected:
         }
         return bytes;
     }
-
-    QuickSettings settings;
 };
 
 const Content sample { { u"analysis.tdf"_s, "index" },
