@@ -104,6 +104,128 @@
     </message>
 </context>
 <context>
+    <name>zel::cli::CacheReasons</name>
+    <message>
+        <source>%1 in %2 held by %3</source>
+        <translation>%1 in %2, gehalten von %3</translation>
+    </message>
+    <message>
+        <source>A purge could free nothing now.</source>
+        <translation>Ein Aufräumen könnte jetzt nichts freigeben.</translation>
+    </message>
+    <message>
+        <source>A purge would take %1 now, %2, and leave %3; its target is %4.</source>
+        <translation>Ein Aufräumen nähme jetzt %1 heraus, %2, und ließe %3 übrig; sein Ziel ist %4.</translation>
+    </message>
+    <message>
+        <source>No program whose end would let the purge reach its target can be told.</source>
+        <translation>Es lässt sich kein Programm nennen, dessen Ende das Aufräumen sein Ziel erreichen ließe.</translation>
+    </message>
+    <message>
+        <source>process %1</source>
+        <translation>Prozess %1</translation>
+    </message>
+    <message>
+        <source>Closing %1 lets the purge reach its target.</source>
+        <translation>Das Ende von %1 lässt das Aufräumen sein Ziel erreichen.</translation>
+    </message>
+    <message>
+        <source> and </source>
+        <translation> und </translation>
+    </message>
+    <message>
+        <source>%1 of %2: the cache is within its sizes.</source>
+        <translation>%1 von %2: der Cache hält seine Größen ein.</translation>
+    </message>
+    <message>
+        <source>%1 over the optimal size of %2.</source>
+        <translation>%1 über der optimalen Größe von %2.</translation>
+    </message>
+    <message>
+        <source>The maximum of %1 is exceeded too.</source>
+        <translation>Auch die höchste von %1 ist überschritten.</translation>
+    </message>
+    <message>
+        <source>%1 is being fetched by %2</source>
+        <translation>%1 wird gerade abgerufen von %2</translation>
+    </message>
+    <message>
+        <source>%1 of unknown size, which no purge takes</source>
+        <translation>%1 von unbekannter Größe, was kein Aufräumen herausnimmt</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::CacheReport</name>
+    <message>
+        <source>%1 ready, %2 being fetched, %3 missing</source>
+        <translation>%1 bereit, %2 im Abruf, %3 fehlen</translation>
+    </message>
+    <message>
+        <source>process %1</source>
+        <translation>Prozess %1</translation>
+    </message>
+    <message>
+        <source>process %1 (silent for %2)</source>
+        <translation>Prozess %1 (stumm seit %2)</translation>
+    </message>
+    <message>
+        <source>none</source>
+        <translation>keine</translation>
+    </message>
+    <message>
+        <source>%1 of %2</source>
+        <translation>%1 von %2</translation>
+    </message>
+    <message>
+        <source>a process that is gone</source>
+        <translation>ein Prozess, den es nicht mehr gibt</translation>
+    </message>
+    <message>
+        <source>waiting</source>
+        <translation>wartet</translation>
+    </message>
+    <message>
+        <source>Cache</source>
+        <translation>Cache</translation>
+    </message>
+    <message>
+        <source>Size</source>
+        <translation>Größe</translation>
+    </message>
+    <message>
+        <source>%1 of %2, at most %3</source>
+        <translation>%1 von %2, höchstens %3</translation>
+    </message>
+    <message>
+        <source>Free on disk</source>
+        <translation>Frei auf dem Datenträger</translation>
+    </message>
+    <message>
+        <source>unknown</source>
+        <translation>unbekannt</translation>
+    </message>
+    <message>
+        <source>Resources</source>
+        <translation>Ressourcen</translation>
+    </message>
+    <message>
+        <source>Programs</source>
+        <translation>Programme</translation>
+    </message>
+    <message>
+        <source>Last count</source>
+        <translation>Letzte Zählung</translation>
+    </message>
+    <message>
+        <source>never</source>
+        <translation>nie</translation>
+    </message>
+    <message>
+        <source>Fetches:</source>
+        <translation>Abrufe:</translation>
+    </message>
+</context>
+<context>
     <name>zel::cli::ConfigCommand</name>
     <message>
         <source>There is no setting &quot;%1&quot;, only %2.</source>
@@ -165,10 +287,71 @@
     </message>
 </context>
 <context>
+    <name>zel::cli::HeldProgram</name>
+    <message>
+        <source>There is no program %1.</source>
+        <translation>Es gibt kein Programm %1.</translation>
+    </message>
+    <message>
+        <source>%1 cannot be started.</source>
+        <translation>%1 kann nicht gestartet werden.</translation>
+    </message>
+    <message>
+        <source>%1 cannot be started: %2</source>
+        <translation>%1 kann nicht gestartet werden: %2</translation>
+    </message>
+</context>
+<context>
     <name>zel::cli::HoldCommand</name>
     <message>
         <source>--json and a command exclude each other: standard output is the command&apos;s</source>
         <translation>--json und ein Befehl schließen einander aus: die Standardausgabe gehört dem Befehl</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::Holders</name>
+    <message>
+        <source>process %1</source>
+        <translation>Prozess %1</translation>
+    </message>
+    <message>
+        <source>fetches</source>
+        <translation>ruft ab</translation>
+    </message>
+    <message>
+        <source>waits</source>
+        <translation>wartet</translation>
+    </message>
+    <message>
+        <source>uses</source>
+        <translation>benutzt</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n times</source>
+        <translation>
+            <numerusform>%n-mal</numerusform>
+            <numerusform>%n-mal</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>a program that is gone</source>
+        <translation>ein Programm, das es nicht mehr gibt</translation>
+    </message>
+    <message>
+        <source>%1, last ping %2 ago</source>
+        <translation>%1, letztes Lebenszeichen vor %2</translation>
+    </message>
+    <message>
+        <source>%1, silent for %2: it holds nothing any more</source>
+        <translation>%1, stumm seit %2: hält nichts mehr</translation>
+    </message>
+    <message>
+        <source>%1, dead or not to be seen from here, last ping %2 ago</source>
+        <translation>%1, tot oder von hier nicht zu sehen, letztes Lebenszeichen vor %2</translation>
+    </message>
+    <message>
+        <source>%1, dead: the number belongs to another program now, last ping %2 ago</source>
+        <translation>%1, tot: die Nummer gehört jetzt einem anderen Programm, letztes Lebenszeichen vor %2</translation>
     </message>
 </context>
 <context>
@@ -242,10 +425,55 @@
     </message>
 </context>
 <context>
+    <name>zel::cli::ListSelection</name>
+    <message>
+        <source>There is no order &quot;%1&quot;, only %2.</source>
+        <translation>Es gibt keine Reihenfolge „%1“, nur %2.</translation>
+    </message>
+    <message>
+        <source>There is no status &quot;%1&quot;, only %2.</source>
+        <translation>Es gibt keinen Status „%1“, nur %2.</translation>
+    </message>
+    <message>
+        <source>There is no format &quot;%1&quot;, only %2.</source>
+        <translation>Es gibt kein Format „%1“, nur %2.</translation>
+    </message>
+</context>
+<context>
     <name>zel::cli::Main</name>
     <message>
         <source>The answer cannot be written: %1</source>
         <translation>Die Antwort kann nicht geschrieben werden: %1</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::OutdatedCommand</name>
+    <message>
+        <source>%1 is in use by %2</source>
+        <translation>%1 wird von %2 benutzt</translation>
+    </message>
+    <message>
+        <source>Removing</source>
+        <translation>Entfernen</translation>
+    </message>
+    <message>
+        <source>Still outdated: %1.</source>
+        <translation>Immer noch veraltet: %1.</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::OutdatedResources</name>
+    <message>
+        <source>none</source>
+        <translation>keine</translation>
+    </message>
+    <message>
+        <source>%1 would go, %2</source>
+        <translation>%1 zu entfernen, %2</translation>
+    </message>
+    <message>
+        <source>%1 removed, %2 freed</source>
+        <translation>%1 entfernt, %2 freigegeben</translation>
     </message>
 </context>
 <context>
@@ -456,6 +684,129 @@
     </message>
 </context>
 <context>
+    <name>zel::cli::ResourceReasons</name>
+    <message>
+        <source>It is not here. Whether it ever was, and why it went, the cache does not record.</source>
+        <translation>Sie ist nicht hier. Ob sie es je war und warum sie ging, hält der Cache nicht fest.</translation>
+    </message>
+    <message>
+        <source>Its policy removes it with the end of its last use.</source>
+        <translation>Ihre Regel entfernt sie mit dem Ende der letzten Benutzung.</translation>
+    </message>
+    <message>
+        <source>It is here and stays, since it is in use.</source>
+        <translation>Sie ist hier und bleibt, da sie benutzt wird.</translation>
+    </message>
+    <message>
+        <source>It is here, and the next purge takes it.</source>
+        <translation>Sie ist hier, und das nächste Aufräumen nimmt sie heraus.</translation>
+    </message>
+    <message>
+        <source>It is here. Nobody uses it, and a purge would leave it alone now.</source>
+        <translation>Sie ist hier. Niemand benutzt sie, und ein Aufräumen ließe sie jetzt in Ruhe.</translation>
+    </message>
+    <message>
+        <source>The cache has it as ready, but nothing lies at its path.</source>
+        <translation>Der Cache führt sie als bereit, aber unter ihrem Pfad liegt nichts.</translation>
+    </message>
+    <message>
+        <source>It is being fetched.</source>
+        <translation>Sie wird gerade abgerufen.</translation>
+    </message>
+    <message>
+        <source>Its fetch stands still: the program that fetched it is gone or silent.</source>
+        <translation>Ihr Abruf steht still: das Programm, das sie abrief, ist weg oder stumm.</translation>
+    </message>
+    <message>
+        <source>It is wanted, and no program has begun to fetch it.</source>
+        <translation>Sie wird gewünscht, und kein Programm hat mit dem Abruf begonnen.</translation>
+    </message>
+    <message>
+        <source>It was wanted, but the cache knows no program that still wants it.</source>
+        <translation>Sie wurde gewünscht, aber der Cache kennt kein Programm, das sie noch wünscht.</translation>
+    </message>
+    <message>
+        <source>Its status is none that this program knows.</source>
+        <translation>Ihr Status ist keiner, den dieses Programm kennt.</translation>
+    </message>
+    <message>
+        <source>none</source>
+        <translation>keine</translation>
+    </message>
+    <message>
+        <source>%1; whether it is outdated is unknown, since this program cannot read the reference</source>
+        <translation>%1; ob sie veraltet ist, ist unbekannt, da dieses Programm die Referenz nicht lesen kann</translation>
+    </message>
+    <message>
+        <source>%1, not outdated</source>
+        <translation>%1, nicht veraltet</translation>
+    </message>
+    <message>
+        <source>%1, outdated: the reference declares %2</source>
+        <translation>%1, veraltet: die Referenz nennt %2</translation>
+    </message>
+    <message>
+        <source>number %1 of %2 in line, behind %3</source>
+        <translation>Nummer %1 von %2 in der Reihe, hinter %3</translation>
+    </message>
+    <message>
+        <source>not in line, since it is in use</source>
+        <translation>nicht in der Reihe, da sie benutzt wird</translation>
+    </message>
+    <message>
+        <source>not in line, since nothing is here</source>
+        <translation>nicht in der Reihe, da nichts hier ist</translation>
+    </message>
+    <message>
+        <source>not in line, since its size is not known</source>
+        <translation>nicht in der Reihe, da ihre Größe nicht bekannt ist</translation>
+    </message>
+    <message>
+        <source>%1 (%2 ago); what was before is not recorded</source>
+        <translation>%1 (vor %2); was vorher war, ist nicht festgehalten</translation>
+    </message>
+    <message>
+        <source>Reference</source>
+        <translation>Referenz</translation>
+    </message>
+    <message>
+        <source>Status</source>
+        <translation>Status</translation>
+    </message>
+    <message>
+        <source>Last access</source>
+        <translation>Letzter Zugriff</translation>
+    </message>
+    <message>
+        <source>Written by</source>
+        <translation>Geschrieben von</translation>
+    </message>
+    <message>
+        <source>Policy</source>
+        <translation>Regel</translation>
+    </message>
+    <message>
+        <source>Size</source>
+        <translation>Größe</translation>
+    </message>
+    <message>
+        <source>unknown</source>
+        <translation>unbekannt</translation>
+    </message>
+    <message>
+        <source>Version</source>
+        <translation>Version</translation>
+    </message>
+    <message>
+        <source>Purge</source>
+        <translation>Aufräumen</translation>
+    </message>
+    <message>
+        <source>Program</source>
+        <translation>Programm</translation>
+    </message>
+</context>
+<context>
     <name>zel::cli::ResourceUsers</name>
     <message>
         <source>process %1</source>
@@ -567,10 +918,28 @@
     </message>
 </context>
 <context>
+    <name>zel::cli::WhoCommand</name>
+    <message>
+        <source>Nobody uses it, fetches it or waits for it.</source>
+        <translation>Niemand benutzt sie, ruft sie ab oder wartet auf sie.</translation>
+    </message>
+    <message>
+        <source>The cache does not know it.</source>
+        <translation>Der Cache kennt sie nicht.</translation>
+    </message>
+</context>
+<context>
     <name>zel::cli::WholeCopy</name>
     <message>
         <source>%1 is there already.</source>
         <translation>%1 ist schon da.</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::WhyCommand</name>
+    <message>
+        <source>The cache does not know it.</source>
+        <translation>Der Cache kennt sie nicht.</translation>
     </message>
 </context>
 </TS>

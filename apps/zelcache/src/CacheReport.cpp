@@ -2,8 +2,10 @@
 
 #include "Format.h"
 #include "Json.h"
+#include "LabeledLines.h"
 #include "ResourceUsers.h"
 
+#include <QCoreApplication>
 #include <QMetaEnum>
 
 #include <algorithm>
@@ -14,14 +16,12 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-using Reader = ResourceCacheReader;
-
-constexpr int labelColumns = 14;
-
-QString labeled(const QString &label, const QString &value)
+struct Texts
 {
-    return (label + u':').leftJustified(labelColumns) + value;
-}
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::CacheReport)
+};
+
+using Reader = ResourceCacheReader;
 
 /// How many objects hold each resource that is held, counted in one pass.
 QHash<QString, int> usagesByReference(const Reader::Snapshot &snapshot)
@@ -68,18 +68,19 @@ QString resourcesText(const QHash<ResourceStatus, int> &counts)
 {
     const int wanted = counts.value(ResourceStatus::Acquiring)
         + counts.value(ResourceStatus::ScheduledForAcquire);
-    return u"%1 ready, %2 being fetched, %3 missing"_s.arg(counts.value(ResourceStatus::Ready))
+    return Texts::tr("%1 ready, %2 being fetched, %3 missing")
+        .arg(counts.value(ResourceStatus::Ready))
         .arg(wanted)
         .arg(counts.value(ResourceStatus::Missing));
 }
 
 QString clientText(const Reader::Client &client, qint64 now)
 {
-    const QString process = u"process %1"_s.arg(client.processId);
+    const QString number = QString::number(client.processId);
     if (isAlive(client, now))
-        return process;
+        return Texts::tr("process %1").arg(number);
     const auto silence = std::chrono::seconds((now - client.lastPing) / 1000);
-    return process + u" (silent for %1)"_s.arg(durationText(silence));
+    return Texts::tr("process %1 (silent for %2)").arg(number, durationText(silence));
 }
 
 QString clientsText(const StatusReport &report)
@@ -87,15 +88,15 @@ QString clientsText(const StatusReport &report)
     QStringList texts;
     for (const Reader::Client &client : report.activity.clients)
         texts.append(clientText(client, report.now));
-    return texts.isEmpty() ? u"none"_s : texts.join(u", "_s);
+    return texts.isEmpty() ? Texts::tr("none") : texts.join(u", "_s);
 }
 
 QString transferText(const TransferReport &transfer)
 {
     QStringList parts;
     if (transfer.receivedBytes && transfer.totalBytes)
-        parts.append(
-            u"%1 of %2"_s.arg(sizeText(*transfer.receivedBytes), sizeText(*transfer.totalBytes)));
+        parts.append(Texts::tr("%1 of %2")
+                         .arg(sizeText(*transfer.receivedBytes), sizeText(*transfer.totalBytes)));
     else if (transfer.receivedBytes)
         parts.append(sizeText(*transfer.receivedBytes));
     if (transfer.bytesPerSecond)
@@ -105,15 +106,18 @@ QString transferText(const TransferReport &transfer)
 
 QString processText(const std::optional<qint64> &processId)
 {
-    return processId ? u"process %1"_s.arg(*processId) : u"a process that is gone"_s;
+    return processId ? Texts::tr("process %1").arg(*processId)
+                     : Texts::tr("a process that is gone");
 }
 
 QString taskLine(const StatusReport &report, const Reader::AcquiringTask &task)
 {
+    const QString waiting = Texts::tr("waiting");
+    const QString state = task.progress ? u"%1%"_s.arg(*task.progress, 3) : waiting;
+    QString line = u"  %1  %2  %3"_s.arg(state.leftJustified(waiting.size()),
+                                         processText(task.processId), task.reference);
     if (!task.progress)
-        return u"  waiting  %1  %2"_s.arg(processText(task.processId), task.reference);
-    QString line = u"  %1%     %2  %3"_s.arg(QString::number(*task.progress).rightJustified(3),
-                                             processText(task.processId), task.reference);
+        return line;
     if (const auto transfer = report.transfers.constFind(task.reference);
         transfer != report.transfers.cend())
         line += u"  "_s + transferText(*transfer);
@@ -220,21 +224,22 @@ QJsonObject resourceJson(const Reader::Snapshot &snapshot, const Reader::Resourc
 QStringList statusLines(const StatusReport &report)
 {
     const Reader::Activity &activity = report.activity;
-    QStringList lines {
-        labeled(u"Cache"_s, report.path.baseDirPath()),
-        labeled(u"Size"_s,
-                u"%1 of %2, at most %3"_s.arg(sizeText(activity.currentSize),
-                                              sizeText(report.limits.optimalSize),
-                                              sizeText(report.limits.maximumSize))),
-        labeled(u"Free on disk"_s, report.freeBytes ? sizeText(*report.freeBytes) : u"unknown"_s),
-        labeled(u"Resources"_s, resourcesText(activity.resourceCounts)),
-        labeled(u"Programs"_s, clientsText(report)),
-        labeled(u"Last count"_s,
-                activity.lastScanTimestamp == 0 ? u"never"_s
-                                                : timeText(activity.lastScanTimestamp * 1000)),
-    };
+    QStringList lines = labeledLines({
+        { Texts::tr("Cache"), report.path.baseDirPath() },
+        { Texts::tr("Size"),
+          Texts::tr("%1 of %2, at most %3")
+              .arg(sizeText(activity.currentSize), sizeText(report.limits.optimalSize),
+                   sizeText(report.limits.maximumSize)) },
+        { Texts::tr("Free on disk"),
+          report.freeBytes ? sizeText(*report.freeBytes) : Texts::tr("unknown") },
+        { Texts::tr("Resources"), resourcesText(activity.resourceCounts) },
+        { Texts::tr("Programs"), clientsText(report) },
+        { Texts::tr("Last count"),
+          activity.lastScanTimestamp == 0 ? Texts::tr("never")
+                                          : timeText(activity.lastScanTimestamp * 1000) },
+    });
     if (!activity.acquiringTasks.isEmpty())
-        lines.append(u"Fetches:"_s);
+        lines.append(Texts::tr("Fetches:"));
     for (const Reader::AcquiringTask &task : activity.acquiringTasks)
         lines.append(taskLine(report, task));
     return lines;

@@ -3,6 +3,7 @@
 #include "DataFormats.h"
 #include "errors/Propagate.h"
 
+#include <QCoreApplication>
 #include <QMetaEnum>
 
 #include <algorithm>
@@ -12,6 +13,11 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::ListSelection)
+};
 
 using Resource = ResourceCacheReader::Resource;
 
@@ -32,22 +38,22 @@ QStringList formatNames()
     return names;
 }
 
-/// The one of the words that is meant.
-Result<QString> chosen(const QString &what, const QString &text, const QStringList &words)
+/// The one of the words that is meant; `refusal` is the message if there is none.
+Result<QString> chosen(const QString &refusal, const QString &text, const QStringList &words)
 {
     const auto found = std::find_if(words.begin(), words.end(), [&text](const QString &word) {
         return word.compare(text, Qt::CaseInsensitive) == 0;
     });
     if (found != words.end())
         return *found;
-    return ZEL_ERROR(ErrorCode::BadArgument,
-                     u"There is no %1 \"%2\", only %3."_s.arg(what, text, words.join(u", "_s)));
+    return ZEL_ERROR(ErrorCode::BadArgument, refusal.arg(text, words.join(u", "_s)));
 }
 
 Result<ListSelection::Order> orderFrom(const QString &text)
 {
     const QStringList words { u"size"_s, u"age"_s, u"name"_s };
-    ZEL_TRY_LET(const QString word, chosen(u"order"_s, text, words));
+    ZEL_TRY_LET(const QString word,
+                chosen(Texts::tr("There is no order \"%1\", only %2."), text, words));
     return ListSelection::Order(words.indexOf(word) + 1);
 }
 
@@ -77,11 +83,15 @@ Result<ListSelection> ListSelection::fromTexts(const QString &order, const QStri
         selection.order = word;
     }
     if (!status.isEmpty()) {
-        ZEL_TRY_LET(const QString name, chosen(u"status"_s, status, statusNames()));
+        ZEL_TRY_LET(
+            const QString name,
+            chosen(Texts::tr("There is no status \"%1\", only %2."), status, statusNames()));
         selection.status = toResourceStatus(name, ResourceStatus::Invalid);
     }
     if (!format.isEmpty()) {
-        ZEL_TRY_LET(const QString name, chosen(u"format"_s, format, formatNames()));
+        ZEL_TRY_LET(
+            const QString name,
+            chosen(Texts::tr("There is no format \"%1\", only %2."), format, formatNames()));
         selection.format = name;
     }
     return selection;

@@ -5,6 +5,7 @@
 #include "errors/Propagate.h"
 #include "references/ResourceReference.h"
 
+#include <QCoreApplication>
 #include <QSet>
 
 #include <algorithm>
@@ -15,9 +16,14 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::OutdatedResources)
+};
+
 QString versionText(const QVersionNumber &version)
 {
-    return version.isNull() ? u"none"_s : version.toString();
+    return version.isNull() ? Texts::tr("none") : version.toString();
 }
 
 QJsonValue versionJson(const QVersionNumber &version)
@@ -91,7 +97,8 @@ QStringList outdatedLines(const OutdatedReport &report)
                                                versionText(each.resource.version),
                                                versionText(each.declared),
                                                each.resource.reference));
-    const QString all = report.isDryRun ? u"%1 would go, %2"_s : u"%1 removed, %2 freed"_s;
+    const QString all
+        = report.isDryRun ? Texts::tr("%1 would go, %2") : Texts::tr("%1 removed, %2 freed");
     lines.append(all.arg(countText(report.removed.size()), sizeText(sizeOfAll(report.removed))));
     return lines;
 }

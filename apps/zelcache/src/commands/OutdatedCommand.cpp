@@ -8,6 +8,7 @@
 #include "SchemesRegistration.h"
 #include "TaskWait.h"
 
+#include <QCoreApplication>
 #include <QDateTime>
 
 namespace zel::cli {
@@ -15,6 +16,11 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::OutdatedCommand)
+};
 
 constexpr auto helpDetails
     = R"(Lists and removes the resources whose reference stands for a newer major version
@@ -43,8 +49,9 @@ void warnOfUsers(const Context &context, const OutdatedResources &outdated)
 {
     for (const OutdatedResource &each : outdated) {
         if (!each.processes.isEmpty())
-            context.output.warning(each.resource.reference + u" is in use by "_s
-                                   + processesText(each.processes));
+            context.output.warning(
+                Texts::tr("%1 is in use by %2")
+                    .arg(each.resource.reference, processesText(each.processes)));
     }
 }
 
@@ -53,7 +60,7 @@ void showProgress(const Context &context, const Task &task)
     if (task.progressMaximum() <= 0)
         return;
     ProgressState state;
-    state.label = u"Removing"_s;
+    state.label = Texts::tr("Removing");
     state.fraction = double(task.progressValue()) / task.progressMaximum();
     state.finishedCount = task.progressValue();
     state.overallCount = task.progressMaximum();
@@ -125,7 +132,8 @@ ExitCode answer(const Context &context, const Outcome &outcome)
 {
     writeAnswer(context, outcome);
     if (!outcome.report.left.isEmpty())
-        context.output.warning(u"Still outdated: %1."_s.arg(countText(outcome.report.left.size())));
+        context.output.warning(
+            Texts::tr("Still outdated: %1.").arg(countText(outcome.report.left.size())));
     if (outcome.signalNumber != 0)
         return exitCodeOfSignal(outcome.signalNumber);
     if (!outcome.failure.hasError())

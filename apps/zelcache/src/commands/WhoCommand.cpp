@@ -5,6 +5,7 @@
 #include "SchemesRegistration.h"
 #include "holders/Holders.h"
 
+#include <QCoreApplication>
 #include <QDateTime>
 
 namespace zel::cli {
@@ -12,6 +13,11 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::WhoCommand)
+};
 
 constexpr auto helpDetails
     = R"(Prints who fetches a resource, who waits for that, and who uses it: a line for
@@ -51,7 +57,7 @@ void answer(const Context &context, const QString &key, const QList<Holder> &hol
     for (const QString &line : holderLines(holders, now))
         context.output.answer(line);
     if (holders.isEmpty())
-        context.output.note(u"Nobody uses it, fetches it or waits for it."_s);
+        context.output.note(Texts::tr("Nobody uses it, fetches it or waits for it."));
 }
 
 ExitCode WhoCommand::run(const Context &context)
@@ -64,7 +70,8 @@ ExitCode WhoCommand::run(const Context &context)
     if (!key.hasValue())
         return context.fail(key.error());
     if (!resourceOf(snapshot.value(), key.value()))
-        return context.fail(ExitCode::AnswerIsNo, key.value() + u": The cache does not know it."_s);
+        return context.fail(ExitCode::AnswerIsNo,
+                            key.value() + u": "_s + Texts::tr("The cache does not know it."));
     const qint64 now = QDateTime::currentMSecsSinceEpoch();
     answer(context, key.value(), holdersOf(snapshot.value(), key.value(), now, lookAtProcess), now);
     return ExitCode::Success;

@@ -6,6 +6,7 @@
 #include "holders/CacheReasons.h"
 #include "holders/ResourceReasons.h"
 
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QFileInfo>
 
@@ -14,6 +15,11 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::WhyCommand)
+};
 
 constexpr auto helpDetails
     = R"(Without REF: why the cache is as large as it is, what a purge could free at this
@@ -88,7 +94,8 @@ ExitCode WhyCommand::tellOfResource(const Context &context, const Snapshot &snap
         return context.fail(key.error());
     const auto resource = resourceOf(snapshot, key.value());
     if (!resource)
-        return context.fail(ExitCode::AnswerIsNo, key.value() + u": The cache does not know it."_s);
+        return context.fail(ExitCode::AnswerIsNo,
+                            key.value() + u": "_s + Texts::tr("The cache does not know it."));
     const bool isThere = !resource->path.isEmpty() && QFileInfo::exists(resource->path);
     const ResourceReasons reasons = resourceReasons(
         snapshot, *resource, isThere, limits, QDateTime::currentMSecsSinceEpoch(), lookAtProcess);

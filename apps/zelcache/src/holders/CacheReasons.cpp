@@ -3,6 +3,7 @@
 #include "Format.h"
 #include "RemovalReport.h"
 
+#include <QCoreApplication>
 #include <QSet>
 
 #include <algorithm>
@@ -12,6 +13,11 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::CacheReasons)
+};
 
 using Snapshot = ResourceCacheReader::Snapshot;
 using Pinning = CacheReasons::Pinning;
@@ -117,45 +123,48 @@ QList<qint64> toClose(const CacheReasons &reasons, const Usage &usage)
 
 QString pinningText(const Pinning &pinning, qint64 now)
 {
-    return u"%1 in %2 held by %3"_s.arg(sizeText(pinning.bytes), countText(pinning.resources),
-                                        programText(pinning.program, now));
+    return Texts::tr("%1 in %2 held by %3")
+        .arg(sizeText(pinning.bytes), countText(pinning.resources),
+             programText(pinning.program, now));
 }
 
 QString purgeText(const CacheReasons &reasons)
 {
     if (reasons.plan.resources.isEmpty())
-        return u"A purge could free nothing now."_s;
-    return u"A purge would take %1 now, %2, and leave %3; its target is %4."_s.arg(
-        countText(reasons.plan.resources.size()), sizeText(sizeOfAll(reasons.plan.resources)),
-        sizeText(reasons.sizeAfterPurge()), sizeText(reasons.plan.goal));
+        return Texts::tr("A purge could free nothing now.");
+    return Texts::tr("A purge would take %1 now, %2, and leave %3; its target is %4.")
+        .arg(countText(reasons.plan.resources.size()), sizeText(sizeOfAll(reasons.plan.resources)),
+             sizeText(reasons.sizeAfterPurge()), sizeText(reasons.plan.goal));
 }
 
 QString remedyText(const CacheReasons &reasons)
 {
     if (reasons.closing.isEmpty())
-        return u"No program whose end would let the purge reach its target can be told."_s;
+        return Texts::tr("No program whose end would let the purge reach its target can be told.");
     QStringList texts;
     for (const Pinning &pinning : reasons.pinning) {
         if (!reasons.closing.contains(*pinning.program.processId))
             continue;
-        const QString number = u"process %1"_s.arg(*pinning.program.processId);
+        const QString number = Texts::tr("process %1").arg(*pinning.program.processId);
         const QString name = pinning.program.name;
         texts.append(name.isEmpty() ? number : u"%1 (%2)"_s.arg(number, name));
     }
-    return u"Closing %1 lets the purge reach its target."_s.arg(texts.join(u" and "_s));
+    return Texts::tr("Closing %1 lets the purge reach its target.")
+        .arg(texts.join(Texts::tr(" and ")));
 }
 
 QString sizeLine(const CacheReasons &reasons)
 {
     const QString optimal = sizeText(reasons.limits.optimalSize);
     if (reasons.isWithin())
-        return u"%1 of %2: the cache is within its sizes."_s.arg(sizeText(reasons.size), optimal);
+        return Texts::tr("%1 of %2: the cache is within its sizes.")
+            .arg(sizeText(reasons.size), optimal);
     const QString over = sizeText(reasons.size - reasons.limits.optimalSize);
-    const QString text = u"%1 over the optimal size of %2."_s.arg(over, optimal);
+    const QString text = Texts::tr("%1 over the optimal size of %2.").arg(over, optimal);
     if (reasons.size <= reasons.limits.maximumSize)
         return text;
-    return text
-        + u" The maximum of %1 is exceeded too."_s.arg(sizeText(reasons.limits.maximumSize));
+    return text + u' '
+        + Texts::tr("The maximum of %1 is exceeded too.").arg(sizeText(reasons.limits.maximumSize));
 }
 
 QString verdictName(const CacheReasons &reasons)
@@ -223,11 +232,13 @@ QStringList cacheReasonLines(const CacheReasons &reasons)
     for (const Pinning &pinning : reasons.pinning)
         lines.append(u"  "_s + pinningText(pinning, reasons.now));
     for (const Fetching &fetching : reasons.fetching)
-        lines.append(u"  %1 is being fetched by %2"_s.arg(
-            fetching.reference, programText(fetching.program, reasons.now)));
+        lines.append(u"  "_s
+                     + Texts::tr("%1 is being fetched by %2")
+                           .arg(fetching.reference, programText(fetching.program, reasons.now)));
     if (reasons.withoutSize > 0)
-        lines.append(
-            u"  %1 of unknown size, which no purge takes"_s.arg(countText(reasons.withoutSize)));
+        lines.append(u"  "_s
+                     + Texts::tr("%1 of unknown size, which no purge takes")
+                           .arg(countText(reasons.withoutSize)));
     if (!reasons.purgeSuffices())
         lines.append(remedyText(reasons));
     return lines;

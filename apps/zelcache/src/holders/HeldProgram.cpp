@@ -3,6 +3,7 @@
 #include "SignalWatch.h"
 #include "holders/ProgramLine.h"
 
+#include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QEventLoop>
 #include <QFileInfo>
@@ -20,6 +21,11 @@ using namespace Qt::Literals::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::HeldProgram)
+};
 
 constexpr int cannotBeStarted = 126;
 constexpr int notFound = 127;
@@ -97,8 +103,8 @@ int runHeldProgram(Output &output, const QStringList &programLine, const QString
 {
     const QString program = programLine.first();
     if (const int obstacle = obstacleTo(program)) {
-        output.error(obstacle == notFound ? u"There is no program %1."_s.arg(program)
-                                          : u"%1 cannot be started."_s.arg(program));
+        output.error(obstacle == notFound ? Texts::tr("There is no program %1.").arg(program)
+                                          : Texts::tr("%1 cannot be started.").arg(program));
         return obstacle;
     }
     QEventLoop loop;
@@ -123,7 +129,7 @@ int runHeldProgram(Output &output, const QStringList &programLine, const QString
     if (process.state() != QProcess::NotRunning)
         loop.exec();
     if (process.error() == QProcess::FailedToStart)
-        output.error(u"%1 cannot be started: %2"_s.arg(program, process.errorString()));
+        output.error(Texts::tr("%1 cannot be started: %2").arg(program, process.errorString()));
     return codeOf(process);
 }
 

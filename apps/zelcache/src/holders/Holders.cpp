@@ -4,6 +4,7 @@
 #include "ResourceUsers.h"
 #include "platform/ProcessIdentity.h"
 
+#include <QCoreApplication>
 #include <QJsonObject>
 
 #include <algorithm>
@@ -14,6 +15,11 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::Holders)
+};
 
 using Snapshot = ResourceCacheReader::Snapshot;
 using Role = Holder::Role;
@@ -47,20 +53,10 @@ QString livenessName(Liveness liveness)
     return {};
 }
 
-QString fateText(const Program &program, const QString &silence)
+QString nameText(const Program &program)
 {
-    const QString lastPing = u", last ping %1 ago"_s.arg(silence);
-    switch (program.liveness) {
-    case Liveness::Alive:
-        return lastPing;
-    case Liveness::Silent:
-        return u", silent for %1: it holds nothing any more"_s.arg(silence);
-    case Liveness::Dead:
-        return u", dead or not to be seen from here"_s + lastPing;
-    case Liveness::Reused:
-        return u", dead: the number belongs to another program now"_s + lastPing;
-    }
-    return {};
+    const QString number = Texts::tr("process %1").arg(*program.processId);
+    return program.name.isEmpty() ? number : u"%1 (%2)"_s.arg(number, program.name);
 }
 
 QString roleName(Role role)
@@ -76,11 +72,32 @@ QString roleName(Role role)
     return {};
 }
 
+QString roleText(Role role)
+{
+    switch (role) {
+    case Role::Fetches:
+        return Texts::tr("fetches");
+    case Role::Waits:
+        return Texts::tr("waits");
+    case Role::Uses:
+        return Texts::tr("uses");
+    }
+    return {};
+}
+
+qsizetype roleColumns()
+{
+    qsizetype columns = 0;
+    for (const Role role : { Role::Fetches, Role::Waits, Role::Uses })
+        columns = std::max(columns, roleText(role).size());
+    return columns;
+}
+
 QString amountText(const Holder &holder)
 {
     if (holder.percent)
         return u"%1%"_s.arg(*holder.percent);
-    return holder.usages > 1 ? u"%1 times"_s.arg(holder.usages) : QString();
+    return holder.usages > 1 ? Texts::tr("%n times", nullptr, holder.usages) : QString();
 }
 
 /// How often each client uses the resource, in the order in which they began.
@@ -129,12 +146,23 @@ Program programOfClient(const Snapshot &snapshot, qint64 clientId, qint64 now,
 QString programText(const Program &program, qint64 now)
 {
     if (!program.processId)
-        return u"a program that is gone"_s;
-    QString text = u"process %1"_s.arg(*program.processId);
-    if (!program.name.isEmpty())
-        text += u" (%1)"_s.arg(program.name);
-    const std::chrono::seconds silence((now - program.lastPing.value_or(now)) / 1000);
-    return text + fateText(program, durationText(silence));
+        return Texts::tr("a program that is gone");
+    const QString name = nameText(program);
+    const QString silence
+        = durationText(std::chrono::seconds((now - program.lastPing.value_or(now)) / 1000));
+    switch (program.liveness) {
+    case Liveness::Alive:
+        return Texts::tr("%1, last ping %2 ago").arg(name, silence);
+    case Liveness::Silent:
+        return Texts::tr("%1, silent for %2: it holds nothing any more").arg(name, silence);
+    case Liveness::Dead:
+        return Texts::tr("%1, dead or not to be seen from here, last ping %2 ago")
+            .arg(name, silence);
+    case Liveness::Reused:
+        break;
+    }
+    return Texts::tr("%1, dead: the number belongs to another program now, last ping %2 ago")
+        .arg(name, silence);
 }
 
 QJsonObject programJson(const Program &program)
@@ -167,10 +195,11 @@ QList<Holder> holdersOf(const Snapshot &snapshot, const QString &reference, qint
 
 QStringList holderLines(const QList<Holder> &holders, qint64 now)
 {
+    const qsizetype columns = roleColumns();
     QStringList lines;
     for (const Holder &holder : holders) {
         const QString amount = amountText(holder);
-        lines.append(roleName(holder.role).leftJustified(roleName(Role::Fetches).size()) + u"  "_s
+        lines.append(roleText(holder.role).leftJustified(columns) + u"  "_s
                      + programText(holder.program, now)
                      + (amount.isEmpty() ? QString() : u", "_s + amount));
     }

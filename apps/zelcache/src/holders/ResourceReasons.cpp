@@ -1,8 +1,11 @@
 #include "holders/ResourceReasons.h"
 
 #include "Format.h"
+#include "LabeledLines.h"
 #include "PurgePlan.h"
 #include "references/ResourceReference.h"
+
+#include <QCoreApplication>
 
 #include <algorithm>
 #include <chrono>
@@ -13,17 +16,15 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::ResourceReasons)
+};
+
 using Snapshot = ResourceCacheReader::Snapshot;
 using Resource = ResourceCacheReader::Resource;
 using Verdict = ResourceReasons::Verdict;
 using Place = ResourceReasons::Place;
-
-constexpr int labelColumns = 14;
-
-QString labeled(const QString &label, const QString &value)
-{
-    return (label + u':').leftJustified(labelColumns) + value;
-}
 
 std::optional<QVersionNumber> declaredVersion(const QString &reference)
 {
@@ -108,10 +109,10 @@ QString verdictName(Verdict verdict)
 
 QString missingText(const ResourceReasons &reasons)
 {
-    const QString text
-        = u"It is not here. Whether it ever was, and why it went, the cache does not record."_s;
+    const QString text = Texts::tr(
+        "It is not here. Whether it ever was, and why it went, the cache does not record.");
     return reasons.resource.policy == ResourceCleanupPolicy::OnClose
-        ? text + u" Its policy removes it with the end of its last use."_s
+        ? text + u' ' + Texts::tr("Its policy removes it with the end of its last use.")
         : text;
 }
 
@@ -119,59 +120,61 @@ QString verdictText(const ResourceReasons &reasons)
 {
     switch (reasons.verdict) {
     case Verdict::InUse:
-        return u"It is here and stays, since it is in use."_s;
+        return Texts::tr("It is here and stays, since it is in use.");
     case Verdict::NextToGo:
-        return u"It is here, and the next purge takes it."_s;
+        return Texts::tr("It is here, and the next purge takes it.");
     case Verdict::Kept:
-        return u"It is here. Nobody uses it, and a purge would leave it alone now."_s;
+        return Texts::tr("It is here. Nobody uses it, and a purge would leave it alone now.");
     case Verdict::DataGone:
-        return u"The cache has it as ready, but nothing lies at its path."_s;
+        return Texts::tr("The cache has it as ready, but nothing lies at its path.");
     case Verdict::Missing:
         return missingText(reasons);
     case Verdict::Fetched:
-        return u"It is being fetched."_s;
+        return Texts::tr("It is being fetched.");
     case Verdict::FetcherGone:
-        return u"Its fetch stands still: the program that fetched it is gone or silent."_s;
+        return Texts::tr("Its fetch stands still: the program that fetched it is gone or silent.");
     case Verdict::Waiting:
-        return u"It is wanted, and no program has begun to fetch it."_s;
+        return Texts::tr("It is wanted, and no program has begun to fetch it.");
     case Verdict::Abandoned:
-        return u"It was wanted, but the cache knows no program that still wants it."_s;
+        return Texts::tr("It was wanted, but the cache knows no program that still wants it.");
     case Verdict::UnknownStatus:
         break;
     }
-    return u"Its status is none that this program knows."_s;
+    return Texts::tr("Its status is none that this program knows.");
 }
 
 QString versionText(const ResourceReasons &reasons)
 {
     const QVersionNumber &stored = reasons.resource.version;
-    const QString text = stored.isNull() ? u"none"_s : stored.toString();
+    const QString text = stored.isNull() ? Texts::tr("none") : stored.toString();
     if (!reasons.declared)
-        return text
-            + u"; whether it is outdated is unknown, since this program cannot read "
-              "the reference"_s;
+        return Texts::tr("%1; whether it is outdated is unknown, since this program cannot read "
+                         "the reference")
+            .arg(text);
     if (!reasons.isOutdated())
-        return text + u", not outdated"_s;
-    return text + u", outdated: the reference declares %1"_s.arg(reasons.declared->toString());
+        return Texts::tr("%1, not outdated").arg(text);
+    return Texts::tr("%1, outdated: the reference declares %2")
+        .arg(text, reasons.declared->toString());
 }
 
 QString placeText(const ResourceReasons &reasons)
 {
     if (const auto &place = reasons.place)
-        return u"number %1 of %2 in line, behind %3"_s.arg(QString::number(place->number),
-                                                           QString::number(place->of),
-                                                           sizeText(place->bytesBefore));
+        return Texts::tr("number %1 of %2 in line, behind %3")
+            .arg(QString::number(place->number), QString::number(place->of),
+                 sizeText(place->bytesBefore));
     if (reasons.resource.size > 0)
-        return u"not in line, since it is in use"_s;
-    return reasons.resource.path.isEmpty() ? u"not in line, since nothing is here"_s
-                                           : u"not in line, since its size is not known"_s;
+        return Texts::tr("not in line, since it is in use");
+    return reasons.resource.path.isEmpty() ? Texts::tr("not in line, since nothing is here")
+                                           : Texts::tr("not in line, since its size is not known");
 }
 
 QString timeLine(const ResourceReasons &reasons)
 {
     const qint64 last = reasons.resource.lastAccess;
     const std::chrono::seconds age((reasons.now - last) / 1000);
-    return u"%1 (%2 ago); what was before is not recorded"_s.arg(timeText(last), durationText(age));
+    return Texts::tr("%1 (%2 ago); what was before is not recorded")
+        .arg(timeText(last), durationText(age));
 }
 
 QJsonValue placeJson(const std::optional<Place> &place)
@@ -210,20 +213,19 @@ ResourceReasons resourceReasons(const Snapshot &snapshot, const Resource &resour
 QStringList resourceReasonLines(const ResourceReasons &reasons)
 {
     const Resource &resource = reasons.resource;
-    QStringList lines {
-        verdictText(reasons),
-        labeled(u"Reference"_s, resource.reference),
-        labeled(u"Status"_s, toText(resource.status)),
-        labeled(u"Last access"_s, timeLine(reasons)),
-        labeled(u"Written by"_s, programText(reasons.lastWriter, reasons.now)),
-        labeled(u"Policy"_s, toText(resource.policy)),
-        labeled(u"Size"_s, resource.size > 0 ? sizeText(resource.size) : u"unknown"_s),
-        labeled(u"Version"_s, versionText(reasons)),
-        labeled(u"Purge"_s, placeText(reasons)),
+    QList<Labeled> lines {
+        { Texts::tr("Reference"), resource.reference },
+        { Texts::tr("Status"), toText(resource.status) },
+        { Texts::tr("Last access"), timeLine(reasons) },
+        { Texts::tr("Written by"), programText(reasons.lastWriter, reasons.now) },
+        { Texts::tr("Policy"), toText(resource.policy) },
+        { Texts::tr("Size"), resource.size > 0 ? sizeText(resource.size) : Texts::tr("unknown") },
+        { Texts::tr("Version"), versionText(reasons) },
+        { Texts::tr("Purge"), placeText(reasons) },
     };
     for (const QString &line : holderLines(reasons.holders, reasons.now))
-        lines.append(labeled(u"Program"_s, line));
-    return lines;
+        lines.append({ Texts::tr("Program"), line });
+    return QStringList { verdictText(reasons) } + labeledLines(lines);
 }
 
 QJsonObject resourceReasonsJson(const ResourceReasons &reasons)
