@@ -146,6 +146,8 @@ TEST_F(ListSchemeTest, metadata_bothKindsOfLists_tellNumberAndSize)
 TEST_F(ListSchemeTest, retrieve_wrongChecksum_isNoFolderAndTheOthersNeedNotComeAgain)
 {
     NginxServer server;
+    settings.transfersPerHost = 1; // the good one is whole before the bad one fails
+    ASSERT_EQ(registerListScheme(settings), Error());
     Content content { { u"a"_s, QByteArray(100'000, 'a') }, { u"b"_s, QByteArray(1000, 'b') } };
     add(server, u"run.d"_s, content);
     server.addFile(u"run.d/b"_s, QByteArray(1000, 'x'));
@@ -165,7 +167,7 @@ TEST_F(ListSchemeTest, retrieve_wrongChecksum_isNoFolderAndTheOthersNeedNotComeA
     const qsizetype before = server.requests().size();
     server.addFile(u"run.d/b"_s, content[u"b"_s]);
     EXPECT_EQ(contentOf(retrieve(reference)), content);
-    EXPECT_LE(bytesSent(server.requests(), before), 101'000);
+    EXPECT_LE(bytesSent(server.requests(), before), 1'000);
 }
 
 TEST_F(ListSchemeTest, retrieve_fileIsMissing_isNoticedBeforeAnyBytesCome)
