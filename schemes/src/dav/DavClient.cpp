@@ -6,6 +6,8 @@
 
 #include <QSet>
 
+#include <algorithm>
+
 namespace zel {
 
 using namespace Qt::Literals::StringLiterals;
@@ -14,6 +16,9 @@ namespace {
 
 /// Some hundred bytes tell of a file; this is room for all that a folder may have.
 constexpr qint64 mostBytes = 256ll * 1024 * 1024;
+/// What tells of nothing ends sooner.
+constexpr qint64 mostBytesOfResource = 16ll * 1024;
+constexpr qint64 mostBytesOfNothing = 1024ll * 1024;
 
 constexpr auto question = R"(<?xml version="1.0" encoding="utf-8"?>
 <propfind xmlns="DAV:"><prop>)"
@@ -41,11 +46,12 @@ public:
     bool receive(const char *data, qint64 size) override
     {
         bytes += size;
-        if (bytes > mostBytes) {
-            fault = Error(ErrorCode::BadData, tr("the server's list is too long"));
+        if (!reader.add(data, size))
             return false;
-        }
-        return reader.add(data, size);
+        const auto count = static_cast<qint64>(resources().size());
+        if (bytes > std::min(mostBytes, mostBytesOfNothing + count * mostBytesOfResource))
+            fault = Error(ErrorCode::BadData, tr("the server's list is too long"));
+        return !fault.hasError();
     }
 
     Error end() { return fault.hasError() ? fault : reader.finish(); }

@@ -11,6 +11,8 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr qsizetype longestLine = 160;
+/// Leaving markup out takes time with the square of the length.
+constexpr qsizetype longestRead = 4096;
 
 QString withoutMarkup(QString text)
 {
@@ -63,7 +65,7 @@ Error HttpFailure::of(const HttpOutcome &outcome, const HttpUrl &url, const QStr
 
 QString HttpFailure::oneLine(const QByteArray &said, const QList<QByteArray> &secrets)
 {
-    QString text = withoutMarkup(QString::fromUtf8(said));
+    QString text = withoutMarkup(QString::fromUtf8(said.left(longestRead)));
     for (const QByteArray &secret : secrets)
         text.replace(QString::fromUtf8(secret), u"..."_s);
     text = withoutCredentials(text);

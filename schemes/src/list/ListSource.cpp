@@ -2,6 +2,7 @@
 
 #include "errors/Propagate.h"
 #include "folder/RemoteDocument.h"
+#include "http/HttpFailure.h"
 #include "list/AutoindexPage.h"
 #include "list/ChecksumLines.h"
 
@@ -27,8 +28,14 @@ ListSource::ListSource(const QSharedPointer<ListReference> &reference, const Htt
 
 Result<RemoteListing> ListSource::list(const std::function<bool()> &isCanceled)
 {
-    return reference->isServerListing() ? ZEL_PASS(listFolders(isCanceled))
-                                        : ZEL_PASS(listChecksums(isCanceled));
+    Result<RemoteListing> listing = reference->isServerListing()
+        ? ZEL_PASS(listFolders(isCanceled))
+        : ZEL_PASS(listChecksums(isCanceled));
+    if (listing.error().errorCode() != ErrorCode::BadData)
+        return listing;
+    // What is wrong with a list does not say with which one.
+    return ZEL_PASS(HttpFailure::make(int(ErrorCode::BadData), reference->referenceText(true),
+                                      listing.error().errorMessage()));
 }
 
 Result<HttpProbe> ListSource::probe(const std::function<bool()> &isCanceled)

@@ -336,6 +336,21 @@ TEST_F(DavClientTest, list_endlessAnswer_ends)
     EXPECT_EQ(error.errorCode(), ErrorCode::BadData);
 }
 
+TEST_F(DavClientTest, list_answerThatTellsOfNothing_endsSoon)
+{
+    std::atomic<int> pieces = 0;
+    ScriptedServer server([&](const auto &, auto &connection) {
+        connection.send("HTTP/1.1 207 Multi-Status\r\nContent-Type: text/xml\r\n\r\n"
+                        "<D:multistatus xmlns:D=\"DAV:\">");
+        const QByteArray words = QByteArray("<!-- nothing -->").repeated(65'536);
+        while (pieces < 200 && connection.send(words))
+            ++pieces;
+    });
+    EXPECT_EQ(listFailure(server.url(u"d"_s)).errorMessage(),
+              begin + u"the server's list is too long"_s);
+    EXPECT_LT(pieces, 50);
+}
+
 TEST_F(DavClientTest, list_silentServer_canBeCanceled)
 {
     ScriptedServer server([](const auto &, auto &connection) { connection.stall(); });

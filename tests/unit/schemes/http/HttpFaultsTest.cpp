@@ -402,6 +402,16 @@ TEST_F(HttpFaults, longRefusal_isCutShort)
     EXPECT_LT(download(server, &sink, settings).errorMessage().size(), 300);
 }
 
+TEST_F(HttpFaults, longReason_onlyItsBeginningIsRead)
+{
+    ScriptedServer server([](const auto &, auto &connection) {
+        const QByteArray reason = QByteArray("<head>").repeated(10'000) + "</head>words";
+        connection.send("HTTP/1.1 404 " + reason + "\r\n\r\n");
+    });
+    EXPECT_EQ(download(server, &sink, settings).errorMessage(),
+              u"Unable to fetch the file: the server answered 404"_s);
+}
+
 TEST_F(HttpFaults, manyTransfersOfOneHost_twoAtOnce)
 {
     std::mutex mutex;

@@ -38,6 +38,10 @@ protected:
             lines += QByteArray(64, '0') + "  " + name.toUtf8() + '\n';
         return lines;
     }
+    static QString failureText(const QString &url, const QString &what)
+    {
+        return u"Unable to fetch %1: %2"_s.arg(listAt(url), what);
+    }
     static QList<QByteArray> filesAskedFor(const ScriptedServer &server)
     {
         QList<QByteArray> targets;
@@ -65,6 +69,7 @@ TEST_F(ListFaultsTest, retrieve_namesThatNoFileMayHave_areRefused)
             ScriptedServer server(always(list));
             const Error error = errorOf(listAt(server.url(isPage ? u"d/"_s : u"d/SUMS"_s)));
             EXPECT_EQ(error.errorCode(), ErrorCode::BadData) << list.toStdString();
+            EXPECT_TRUE(error.errorMessage().startsWith(u"Unable to fetch list+http://"_s));
             EXPECT_FALSE(error.errorMessage().contains(u'\u001b'));
             EXPECT_EQ(filesAskedFor(server), QList<QByteArray>()) << list.toStdString();
         }
@@ -82,8 +87,9 @@ TEST_F(ListFaultsTest, retrieve_manyLongPages_areTooMuchTogether)
 {
     const QByteArray blanks(10'000'000, ' ');
     ScriptedServer server(always(pageOf({ u"again"_s }, u"directory"_s) + blanks));
-    EXPECT_EQ(errorOf(listAt(server.url(u"d/"_s))).errorMessage(),
-              u"The server's listings of the folders are too long."_s);
+    EXPECT_EQ(
+        errorOf(listAt(server.url(u"d/"_s))).errorMessage(),
+        failureText(server.url(u"d/"_s), u"The server's listings of the folders are too long."_s));
     EXPECT_EQ(server.requests().size(), 7);
 }
 
@@ -97,7 +103,9 @@ TEST_F(ListFaultsTest, retrieve_listWithoutEnd_isBrokenOff)
         });
         const Error error = errorOf(listAt(server.url(u"d/SUMS"_s)));
         EXPECT_EQ(error.errorCode(), ErrorCode::BadData);
-        EXPECT_EQ(error.errorMessage(), u"The listing of the folder is too large."_s);
+        EXPECT_EQ(
+            error.errorMessage(),
+            failureText(server.url(u"d/SUMS"_s), u"The listing of the folder is too large."_s));
     }
 }
 
@@ -108,7 +116,7 @@ TEST_F(ListFaultsTest, retrieve_listOfTooMuch_isRefusedBeforeItComes)
         connection.stall();
     });
     EXPECT_EQ(errorOf(listAt(server.url(u"d/"_s))).errorMessage(),
-              u"The listing of the folder is too large."_s);
+              failureText(server.url(u"d/"_s), u"The listing of the folder is too large."_s));
 }
 
 TEST_F(ListFaultsTest, retrieve_moreLinesThanAFolderMayHold_areRefused)
