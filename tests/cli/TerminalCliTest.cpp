@@ -107,6 +107,19 @@ TEST_F(TerminalCliTest, prompt_yes_fetches)
     EXPECT_TRUE(run->seen().contains("a.raw\r\n"));
 }
 
+TEST_F(TerminalCliTest, prompt_germanLocale_isAnsweredInEitherLanguage)
+{
+    PtyRun::Options options;
+    options.environment = QStringList { u"LC_ALL=de_DE.UTF-8"_s };
+    for (const char *answer : { "j\n", "Ja\n", "yes\n" }) {
+        const QString reference = sharedFile(u"%1.raw"_s.arg(QChar::fromLatin1(*answer)), "a");
+        const auto run = startAtTerminal({ u"get"_s, u"--prompt"_s, reference }, options);
+        EXPECT_TRUE(run->waitFor("Abrufen? [j/N]"));
+        run->type(answer);
+        EXPECT_EQ(run->exitCode(), 0) << run->seen().toStdString();
+    }
+}
+
 TEST_F(TerminalCliTest, prompt_anythingElse_isCode20)
 {
     for (const char *answer : { "n\n", "\n", "\x04" }) {
