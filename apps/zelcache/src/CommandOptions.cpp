@@ -124,6 +124,17 @@ std::optional<QString> readSize(const QString &name, const std::optional<QString
     return u"%1: \"%2\" is not a size; write bytes, or 500MiB, 1.5TiB"_s.arg(name, *text);
 }
 
+std::optional<QString> readDuration(const QString &name, const std::optional<QString> &text,
+                                    std::optional<std::chrono::milliseconds> &duration)
+{
+    if (!text)
+        return {};
+    duration = durationFromText(*text);
+    if (duration)
+        return {};
+    return u"%1: \"%2\" is not a time; write seconds, or 10m, 1.5h, 1h30m"_s.arg(name, *text);
+}
+
 std::optional<QString> readPolicy(const QString &name, const std::optional<QString> &text,
                                   std::optional<ResourceCleanupPolicy> &policy)
 {

@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <chrono>
 #include <functional>
 #include <optional>
 
@@ -52,6 +53,8 @@ CLI::App &addAction(CLI::App &app, const char *name, const char *description,
 /// what is wrong with it, in which its name is `name`.
 std::optional<QString> readSize(const QString &name, const std::optional<QString> &text,
                                 std::optional<qint64> &bytes);
+std::optional<QString> readDuration(const QString &name, const std::optional<QString> &text,
+                                    std::optional<std::chrono::milliseconds> &duration);
 std::optional<QString> readPolicy(const QString &name, const std::optional<QString> &text,
                                   std::optional<ResourceCleanupPolicy> &policy);
 

@@ -90,19 +90,23 @@ QString durationText(std::chrono::seconds duration)
     return u"%1:%2"_s.arg(QString::number(minutes), twoDigits(seconds));
 }
 
-std::optional<std::chrono::seconds> durationFromText(const QString &text)
+std::optional<std::chrono::milliseconds> durationFromText(const QString &text)
 {
+    // Behind a fraction there is nothing but its unit.
+    const QString number = u"([0-9]{1,10}(?:\\.[0-9]{1,9}(?= ?[dhms]\\z))?)"_s;
     const QRegularExpression pattern(
-        u"^(?:([0-9]{1,9})d)?(?:([0-9]{1,9})h)?(?:([0-9]{1,9})m)?(?:([0-9]{1,9})s?)?\\z"_s);
+        u"^(?:(?:%1 ?d)?(?:%1 ?h)?(?:%1 ?m)?(?:%1 ?s)?|([0-9]{1,10}))\\z"_s.arg(number),
+        QRegularExpression::CaseInsensitiveOption);
     const QRegularExpressionMatch match = pattern.match(text);
-    if (!match.hasMatch())
-        return {};
-    const auto part = [&match](int index) {
-        return match.captured(index).toLongLong();
-    };
-    constexpr std::chrono::hours most(24 * 365'000);
-    const std::chrono::seconds duration(((part(1) * 24 + part(2)) * 60 + part(3)) * 60 + part(4));
-    return duration.count() > 0 && duration <= most ? std::optional(duration) : std::nullopt;
+    static constexpr std::array<double, 5> secondsOfParts { 86400, 3600, 60, 1, 1 };
+    double seconds = 0;
+    for (std::size_t i = 0; i < secondsOfParts.size(); ++i)
+        seconds += match.captured(int(i) + 1).toDouble() * secondsOfParts.at(i);
+
+    const std::chrono::milliseconds duration(std::llround(seconds * 1000));
+    constexpr std::chrono::hours most(24 * 36'500);
+    const bool isMeant = duration > std::chrono::milliseconds(0) && duration <= most;
+    return isMeant ? std::optional(duration) : std::nullopt;
 }
 
 QString timeText(qint64 milliseconds)

@@ -123,14 +123,47 @@ TEST(Format, timeText_time_isLocalAndSortable)
 
 TEST(Format, durationFromText_times_areRead)
 {
-    using namespace std::chrono_literals;
-    EXPECT_EQ(durationFromText(u"90"_s), 90s);
-    EXPECT_EQ(durationFromText(u"90s"_s), 90s);
-    EXPECT_EQ(durationFromText(u"15m"_s), 15min);
-    EXPECT_EQ(durationFromText(u"1h30m"_s), 90min);
-    EXPECT_EQ(durationFromText(u"2d1s"_s), 48h + 1s);
-    for (const QString &text : { u""_s, u"0"_s, u"0h"_s, u"-1"_s, u"1.5h"_s, u"h"_s, u"2h3d"_s,
-                                 u"1 h"_s, u"999999999d"_s, u"99999999999"_s, u"5x"_s })
+    const std::pair<QString, std::chrono::milliseconds> table[] {
+        { u"90"_s, 90s },
+        { u"90s"_s, 90s },
+        { u"15m"_s, 15min },
+        { u"2h"_s, 2h },
+        { u"2d"_s, 48h },
+        { u"1h30m"_s, 90min },
+        { u"1H30M"_s, 90min },
+        { u"2d1s"_s, 48h + 1s },
+        { u"1d2h3m4s"_s, 26h + 3min + 4s },
+        { u"1.5h"_s, 90min },
+        { u"1.5 H"_s, 90min },
+        { u"1 h"_s, 1h },
+        { u"1h1.5m"_s, 61min + 30s },
+        { u"0.25s"_s, 250ms },
+        { u"0h1s"_s, 1s },
+        { u"36500d"_s, 24h * 36'500 },
+    };
+    for (const auto &[text, time] : table)
+        EXPECT_EQ(durationFromText(text), time) << qPrintable(text);
+}
+
+TEST(Format, durationFromText_anythingElse_isNone)
+{
+    for (const QString &text : { u""_s,           u" "_s,
+                                 u"0"_s,          u"0h"_s,
+                                 u"0.0001s"_s,    u"-1"_s,
+                                 u"-1s"_s,        u"+1"_s,
+                                 u"h"_s,          u"2h3d"_s,
+                                 u"1m1m"_s,       u"1.5"_s,
+                                 u"1."_s,         u".5h"_s,
+                                 u"1,5h"_s,       u"1.5h30m"_s,
+                                 u"1h30"_s,       u"5x"_s,
+                                 u"1hm"_s,        u"1  h"_s,
+                                 u" 1s"_s,        u"1s "_s,
+                                 u"1h 30m"_s,     u"1s\n"_s,
+                                 u"1e3s"_s,       u"0x10"_s,
+                                 u"nan"_s,        u"inf"_s,
+                                 u"٣s"_s,         u"soon"_s,
+                                 u"36501d"_s,     u"99999999999"_s,
+                                 u"9999999999"_s, QString(400, u'9') + u's' })
         EXPECT_FALSE(durationFromText(text)) << qPrintable(text);
 }
 

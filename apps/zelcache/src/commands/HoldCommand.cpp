@@ -1,6 +1,5 @@
 #include "Command.h"
 #include "CommandOptions.h"
-#include "Format.h"
 #include "GetRequests.h"
 #include "Library.h"
 #include "holders/HeldProgram.h"
@@ -28,7 +27,7 @@ if there is no such program, 126 if it cannot be started, 128 and the number of 
 signal that ended it. If a resource cannot be had, the command is not started, and
 the exit code is that of get.
 
-After TIME (such as 90s, 15m, 2h, 1h30m) the command is sent SIGTERM and waited for.
+After TIME (such as 90s, 15m, 1.5h, 1h30m) the command is sent SIGTERM and waited for.
 Without a command the paths are printed and held for TIME, or until a signal comes.
 
 Examples:
@@ -59,10 +58,8 @@ public:
 
     std::optional<QString> check() override
     {
-        if (timeText)
-            time = durationFromText(*timeText);
-        if (timeText && !time)
-            return u"--for: \"%1\" is not a time"_s.arg(*timeText);
+        if (const auto wrong = options::readDuration(u"--for"_s, timeText, time))
+            return wrong;
         if (runsProgram && program.value(0).isEmpty())
             return u"hold needs a command behind --"_s;
         return {};

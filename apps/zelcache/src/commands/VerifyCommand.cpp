@@ -6,7 +6,6 @@
 #include "SchemesRegistration.h"
 #include "Text.h"
 #include "errors/Propagate.h"
-#include "verify/TimeBudget.h"
 #include "verify/VerifyReport.h"
 #include "verify/VerifyRun.h"
 
@@ -173,12 +172,7 @@ public:
 
     std::optional<QString> check() override
     {
-        if (!budgetText)
-            return {};
-        budget = timeBudgetFromText(*budgetText);
-        if (budget)
-            return {};
-        return u"--budget: \"%1\" is not a time as in 30s, 10m or 1h"_s.arg(*budgetText);
+        return options::readDuration(u"--budget"_s, budgetText, budget);
     }
 
     ExitCode run(const Context &context) override;

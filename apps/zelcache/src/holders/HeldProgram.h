@@ -9,7 +9,7 @@
 
 namespace zel::cli {
 
-using HoldTime = std::optional<std::chrono::seconds>;
+using HoldTime = std::optional<std::chrono::milliseconds>;
 
 /// Runs a program whose standard streams are those of this one, while this thread's event loop goes
 /// on. SIGINT and SIGTERM are handed to the program, but for those that the terminal has given it
