@@ -96,13 +96,34 @@ TEST_F(FullDiskCliTest, get_afterRoomWasMade_goesOnAndIsWhole)
 TEST_F(FullDiskCliTest, get_fileLargerThanTheVolume_isCode7WithNothingAtItsPlace)
 {
     const QString big = sharedFile(u"big.raw"_s, QByteArray(9'000'000, 'b'));
-    const auto run = runOnVolume(u"size=6m"_s,
-                                 u"$zelcache get %1; code=$?; find %2 -name big.raw -size +0; "
-                                 "$zelcache list; exit $code"_s.arg(big, cache.baseDir()));
+    const auto run
+        = runOnVolume(u"size=6m"_s,
+                      u"$zelcache get --force %1; code=$?; find %2 -name big.raw -size +0; "
+                      "$zelcache list; exit $code"_s.arg(big, cache.baseDir()));
     EXPECT_EQ(run->exitCode(), 7) << run->errors().toStdString();
     const QStringList lines = linesOf(run->output());
     ASSERT_EQ(lines.size(), 1) << run->output().toStdString();
     EXPECT_TRUE(lines.at(0).startsWith(u"Missing"_s));
+}
+
+TEST_F(FullDiskCliTest, get_fileThatFitsAfterAnEvictionOnly_makesRoomFarBelowTheOptimum)
+{
+    const QString old = sharedFile(u"old.raw"_s, QByteArray(9'000'000, 'o'));
+    const QString big = sharedFile(u"big.raw"_s, QByteArray(10'000'000, 'b'));
+    const auto run = runOnVolume(
+        u"size=20m"_s,
+        u"$zelcache get %1 && $zelcache get -v %2 && $zelcache list --references"_s.arg(old, big));
+    EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
+    EXPECT_TRUE(run->errors().contains("Made room: 1 resource")) << run->errors().toStdString();
+    const auto refused = runOnVolume(
+        u"size=20m"_s,
+        u"$zelcache get %1 && $zelcache get %1 %2; echo code $?; $zelcache path %1"_s.arg(old,
+                                                                                          big));
+    const QStringList lines = linesOf(refused->output());
+    ASSERT_EQ(lines.size(), 3) << refused->errors().toStdString();
+    EXPECT_EQ(lines.at(1), u"code 7"_s);
+    EXPECT_TRUE(refused->errors().contains("Does not fit the disk"))
+        << refused->errors().toStdString();
 }
 
 TEST_F(FullDiskCliTest, get_moreFilesThanTheVolumeTakes_isCode7AndMissing)
@@ -126,7 +147,7 @@ TEST_F(FullDiskCliTest, get_fileThatLeavesTheDatabaseNoRoom_isCode7BeforeTheFirs
     const QString tight = sharedFile(u"tight.raw"_s, QByteArray(9'000'000, 't'));
     const auto run = runOnVolume(
         u"size=11m"_s,
-        u"$zelcache get %1; echo code $?; find %2/Staging -size +1M; $zelcache list"_s.arg(
+        u"$zelcache get --force %1; echo code $?; find %2/Staging -size +1M; $zelcache list"_s.arg(
             tight, cache.baseDir()));
     EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
     const QStringList lines = linesOf(run->output());

@@ -5,6 +5,7 @@
 #include "TaskWait.h"
 #include "Text.h"
 #include "files/FileUtils.h"
+#include "plan/FetchPlanning.h"
 #include "verify/VerifyReport.h"
 
 #include <QCoreApplication>
@@ -86,8 +87,11 @@ GetRequests::~GetRequests() = default;
 
 ExitCode GetRequests::run()
 {
-    if (context.options.prompt)
-        confirm();
+    const Handlers missing = findMissing();
+    if (confirm(missing) && manner.makesRoom && !missing.isEmpty()) {
+        if (const auto code = makeRoomFor(context, missing))
+            return *code;
+    }
     TaskWait wait;
     if (manner.verifies)
         verifyAll(wait);
@@ -127,18 +131,29 @@ GetRequests::Fetch *GetRequests::fetchOf(const QSharedPointer<ResourceHandler> &
     return known;
 }
 
-/// Asks once for everything that is missing; each retrieval then has its answer already.
-void GetRequests::confirm()
+GetRequests::Handlers GetRequests::findMissing()
 {
-    ResourceManager::setRetrieveMode(ResourceHandler::Prompt);
-    QList<QSharedPointer<ResourceReference>> missing;
+    Handlers missing;
     for (const auto &fetch : fetches) {
-        if (!fetch->handler->isAvailableLocally())
-            missing.append(fetch->handler->reference());
+        fetch->isHere = fetch->handler->isAvailableLocally();
+        if (!fetch->isHere)
+            missing.append(fetch->handler);
     }
+    return missing;
+}
+
+/// Asks once for everything that is missing; each retrieval then has its answer already. False if
+/// nothing may be fetched.
+bool GetRequests::confirm(const Handlers &missing)
+{
+    if (!context.options.prompt)
+        return true;
+    ResourceManager::setRetrieveMode(ResourceHandler::Prompt);
+    QList<QSharedPointer<ResourceReference>> references;
+    for (const auto &handler : missing)
+        references.append(handler->reference());
     // The answer is kept, whatever it is.
-    if (!missing.isEmpty())
-        static_cast<void>(prompting.confirmRetrieve(missing));
+    return references.isEmpty() || prompting.confirmRetrieve(references);
 }
 
 /// Before anything is fetched: what is read then is what other programs have been working with.
@@ -149,7 +164,7 @@ void GetRequests::verifyAll(TaskWait &wait)
         const auto path = fetch->handler->expectedPath();
         // What is used where it lies is nobody's copy.
         if (!path.hasValue() || !FileUtils::isSubPath(path.value().toString(), dataDir)
-            || !fetch->handler->isAvailableLocally())
+            || !fetch->isHere)
             continue;
         fetch->path = path.value();
         verify(*fetch, wait);
@@ -208,6 +223,8 @@ void GetRequests::start(Fetch &fetch)
         return;
     }
     fetch.path = path.value();
+    if (fetch.isHere)
+        return;
     auto task = ResourceManager::retrieveAsync(fetch.handler, ResourceHandler::Queued, &prompting);
     if (task.hasValue())
         fetch.task = std::move(task).value();

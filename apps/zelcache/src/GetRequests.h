@@ -29,6 +29,8 @@ public:
         /// failure.
         bool verifies = false;
         bool printsPaths = true; ///< or the answer with JSON
+        /// What cannot fit is not begun, and what has to go for the rest goes before.
+        bool makesRoom = false;
     };
 
     GetRequests(const Context &context, const QStringList &arguments, const Manner &manner);
@@ -49,6 +51,7 @@ private:
         QString path;
         std::unique_ptr<Task> task; ///< null if there is nothing to do, or nothing can be done
         Error failure; ///< why there is no task
+        bool isHere = false; ///< when it was first looked at; in use since then
         bool isRefused = false; ///< it is here, but not as it was fetched
 
         bool isSettled() const;
@@ -65,9 +68,12 @@ private:
         Error failure;
     };
 
+    using Handlers = QList<QSharedPointer<ResourceHandler>>;
+
     void addRequest(const QString &argument);
     Fetch *fetchOf(const QSharedPointer<ResourceHandler> &handler);
-    void confirm();
+    Handlers findMissing();
+    bool confirm(const Handlers &missing);
     void verifyAll(TaskWait &wait);
     void verify(Fetch &fetch, TaskWait &wait);
     void startAll(TaskWait &wait);

@@ -101,6 +101,15 @@ std::optional<ExitCode> openCache(const Context &context)
         text.arg(settings.cachePath.baseDirPath().toString(), failure.errorMessage()));
 }
 
+void registerSourcesOnly(const Context &context)
+{
+    registerResourceSchemes();
+    ResourceManagerSettings settings = settingsOf(context.options);
+    // A manager whose cache cannot be made lives on, and nowhere there can be none.
+    settings.cachePath.setBaseDirPath({});
+    ResourceManager::overrideDefaultSettings(settings);
+}
+
 std::optional<ExitCode> openExistingCache(const Context &context)
 {
     const ResourceManagerSettings settings = settingsOf(context.options);

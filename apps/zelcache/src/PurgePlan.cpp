@@ -60,6 +60,11 @@ PurgeLimits purgeLimits(const ResourceCacheSizes &sizes, std::optional<qint64> t
     return { { 0, sizes.maximumSize }, -*target };
 }
 
+qint64 purgeGoal(const ResourceCacheSizes &sizes)
+{
+    return static_cast<qint64>(static_cast<double>(sizes.optimalSize) * shareOfOptimalSize);
+}
+
 PurgePlan planPurge(const ResourceCacheReader::Snapshot &snapshot, const PurgeLimits &limits,
                     const ResourceUsers &users)
 {

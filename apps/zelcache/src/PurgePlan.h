@@ -30,6 +30,9 @@ struct PurgeLimits
 };
 PurgeLimits purgeLimits(const ResourceCacheSizes &sizes, std::optional<qint64> target);
 
+/// What a purge without a target goes down to, in bytes.
+qint64 purgeGoal(const ResourceCacheSizes &sizes);
+
 PurgePlan planPurge(const ResourceCacheReader::Snapshot &snapshot, const PurgeLimits &limits,
                     const ResourceUsers &users);
 

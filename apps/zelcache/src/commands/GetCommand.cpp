@@ -15,9 +15,13 @@ constexpr auto helpDetails
     = R"(Prints one local path a line, in the order of the references. A reference that
 cannot be had prints nothing; the others are still fetched.
 
-With --plan it fetches nothing, but tells what is missing, how much that is, what
-would go for it in which order, and whether it fits; the exit code is 7 if not. All
-numbers are of one moment.
+First it asks how big everything is that is missing. If that does not fit the cache or
+the disk, even after all has gone that can, it ends with code 7 and the numbers before
+the first byte; --force fetches nevertheless. Otherwise what has to go goes first.
+
+With --plan it fetches nothing, but tells what is missing, what would go for it in
+which order, whether it fits (the exit code is 7 if not), and how long it takes, if
+earlier fetches from the same hosts tell. All numbers are of one moment.
 
 Examples:
   zelcache get https://data.example.org/runs/run1.raw
@@ -25,7 +29,8 @@ Examples:
   zelcache get --verify share:/mnt/lab/run1.d
   zelcache get --json share:/mnt/lab/run1.d | jq -r '.results[].path'
   grep 2024 references.txt | zelcache get -f -
-  zelcache get --plan -f references.txt && zelcache get -f references.txt
+  zelcache get --plan -f references.txt
+  zelcache get --force -f references.txt
   zelcache get -0 -f list.bin | xargs -0 ls -l)";
 
 class GetCommand : public Command
@@ -45,12 +50,15 @@ public:
         options::addSwitch(app, "--verify",
                            "Verify what is here already; what is damaged is not printed", verifies);
         options::addSwitch(app, "--plan", "Only tell what would be fetched and evicted", plans);
+        options::addSwitch(app, "--force", "Fetch without asking first whether it fits", forces);
     }
 
     std::optional<QString> check() override
     {
         if (references.isEmpty() && listFile.isEmpty())
             return u"get needs a reference or a list of them"_s;
+        if (plans && forces)
+            return u"--plan and --force exclude each other"_s;
         return {};
     }
 
@@ -59,6 +67,7 @@ public:
 private:
     QStringList references;
     bool plans = false; ///< instead of fetching
+    bool forces = false; ///< whether it fits or not
     bool verifies = false; ///< what is here already
     QString listFile; ///< a file with further references, "-" for standard input
 };
@@ -80,6 +89,7 @@ ExitCode GetCommand::run(const Context &context)
         return *code;
     GetRequests::Manner manner;
     manner.verifies = verifies;
+    manner.makesRoom = !forces;
     GetRequests requests(context, all, manner);
     return requests.run();
 }

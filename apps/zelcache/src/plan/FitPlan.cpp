@@ -5,8 +5,11 @@
 
 #include <QCoreApplication>
 #include <QJsonArray>
+#include <QtNumeric>
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
 namespace zel::cli {
 
@@ -14,7 +17,25 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-QString sumLine(const FitPlan &plan)
+using Missing = FitPlan::Missing;
+
+/// Sources may tell any size; a sum stays a number.
+qint64 sumOf(qint64 left, qint64 right)
+{
+    qint64 sum = 0;
+    return qAddOverflow(left, right, &sum) ? std::numeric_limits<qint64>::max() : sum;
+}
+
+template<typename Bytes>
+qint64 sumOver(const QList<Missing> &missing, const Bytes &bytes)
+{
+    qint64 sum = 0;
+    for (const Missing &each : missing)
+        sum = sumOf(sum, bytes(each));
+    return sum;
+}
+
+QString sumText(const FitPlan &plan)
 {
     const QString sum
         = u"%1 to fetch, %2"_s.arg(countText(plan.missing.size()), sizeText(plan.missingBytes()));
@@ -23,32 +44,87 @@ QString sumLine(const FitPlan &plan)
         : sum + u" and %1 of unknown size"_s.arg(countText(plan.unknownSizes()));
 }
 
-QString verdictLine(const FitPlan &plan)
+QString verdictText(const FitPlan &plan)
 {
     const QString afterwards = u"%1 afterwards, at most %2"_s.arg(
         sizeText(plan.sizeAfterwards()), sizeText(plan.limits.maximumSize));
     if (!plan.fitsMaximum())
         return u"Does not fit the cache: "_s + afterwards;
     if (!plan.fitsDisk())
-        return u"Does not fit the disk: %1 free"_s.arg(sizeText(*plan.freeBytes));
+        return u"Does not fit the disk: %1 to come, %2 free, %3 can go, %4 stay free"_s.arg(
+            sizeText(plan.openBytes()), sizeText(*plan.freeBytes),
+            sizeText(sizeOfAll(plan.evicted)), sizeText(FitPlan::reserveBytes));
     return (plan.unknownSizes() == 0 ? u"Fits: "_s : u"Fits as far as sizes are known: "_s)
         + afterwards;
+}
+
+QString timeLine(const FitPlan &plan)
+{
+    const auto time = plan.time();
+    return u"Time: "_s + (time ? u"about "_s + durationText(*time) : u"unknown"_s);
+}
+
+template<typename Number>
+QJsonValue orNull(const std::optional<Number> &number)
+{
+    return number ? QJsonValue(qint64(*number)) : QJsonValue();
 }
 
 } // namespace
 
 qint64 FitPlan::missingBytes() const
 {
-    qint64 bytes = 0;
-    for (const Missing &each : missing)
-        bytes += each.size.value_or(0);
-    return bytes;
+    return sumOver(missing, [](const Missing &each) { return each.size.value_or(0); });
+}
+
+qint64 FitPlan::openBytes() const
+{
+    return sumOver(missing, [](const Missing &each) { return each.openBytes(); });
+}
+
+std::optional<std::chrono::seconds> FitPlan::time() const
+{
+    double seconds = 0;
+    for (const Missing &each : missing) {
+        if (!each.size || !each.bytesPerSecond)
+            return {};
+        seconds += double(each.openBytes()) / double(*each.bytesPerSecond);
+    }
+    return std::chrono::seconds(std::llround(std::ceil(seconds)));
 }
 
 qsizetype FitPlan::unknownSizes() const
 {
     return std::count_if(missing.begin(), missing.end(),
                          [](const Missing &each) { return !each.size; });
+}
+
+qint64 FitPlan::sizeAfterwards() const
+{
+    return sumOf(size - sizeOfAll(evicted), missingBytes());
+}
+
+qint64 FitPlan::bytesShortOnDisk() const
+{
+    if (!freeBytes || openBytes() == 0)
+        return 0;
+    return std::max(sumOf(openBytes(), reserveBytes) - *freeBytes, qint64(0));
+}
+
+qint64 FitPlan::purgeBytes() const
+{
+    const qint64 forDisk = bytesShortOnDisk();
+    if (forDisk == 0)
+        return missingBytes();
+    // A purge begins above the optimal size, and then goes down to its goal.
+    const qint64 optimal = limits.optimalSize;
+    const qint64 beyond = std::max(sumOf(purgeGoal(limits), sumOf(forDisk, 1)), sumOf(optimal, 1));
+    return std::max(missingBytes(), beyond - size);
+}
+
+bool FitPlan::needsPurge() const
+{
+    return sumOf(size, purgeBytes()) > limits.optimalSize;
 }
 
 FitPlan fitPlan(const ResourceCacheReader::Snapshot &snapshot, const ResourceCacheSizes &limits,
@@ -63,44 +139,54 @@ FitPlan fitPlan(const ResourceCacheReader::Snapshot &snapshot, const ResourceCac
     ResourceUsers users = usersByReference(snapshot, now);
     for (const QString &key : wanted)
         users[key].append(QCoreApplication::applicationPid());
-    plan.evicted = planPurge(snapshot, { limits, plan.missingBytes() }, users).resources;
+    plan.evicted = planPurge(snapshot, { limits, plan.purgeBytes() }, users).resources;
     return plan;
 }
 
 QStringList fitPlanLines(const FitPlan &plan)
 {
     QStringList lines;
-    for (const FitPlan::Missing &each : plan.missing) {
+    for (const Missing &each : plan.missing) {
         const QString size = each.size ? sizeText(*each.size) : u"unknown"_s;
         lines.append(u"fetch  %1  %2"_s.arg(size.rightJustified(10), each.reference));
     }
     for (const ResourceCacheReader::Resource &resource : plan.evicted)
         lines.append(
             u"evict  %1  %2"_s.arg(sizeText(resource.size).rightJustified(10), resource.reference));
-    lines.append(sumLine(plan));
-    lines.append(verdictLine(plan));
+    lines.append(sumText(plan));
+    if (!plan.missing.isEmpty())
+        lines.append(timeLine(plan));
+    lines.append(verdictText(plan));
     return lines;
+}
+
+QString fitPlanSummary(const FitPlan &plan)
+{
+    return sumText(plan) + u". "_s + verdictText(plan);
 }
 
 QJsonObject fitPlanJson(const FitPlan &plan)
 {
     QJsonArray missing;
-    for (const FitPlan::Missing &each : plan.missing)
-        missing.append(
-            QJsonObject { { u"reference"_s, each.reference },
-                          { u"size"_s, each.size ? QJsonValue(*each.size) : QJsonValue() } });
+    for (const Missing &each : plan.missing)
+        missing.append(QJsonObject { { u"reference"_s, each.reference },
+                                     { u"size"_s, orNull(each.size) },
+                                     { u"stagedBytes"_s, each.stagedBytes },
+                                     { u"bytesPerSecond"_s, orNull(each.bytesPerSecond) } });
     QJsonArray evicted;
     for (const ResourceCacheReader::Resource &resource : plan.evicted)
         evicted.append(
             QJsonObject { { u"reference"_s, resource.reference }, { u"size"_s, resource.size } });
+    const auto time = plan.time();
     return { { u"missing"_s, missing },
              { u"missingBytes"_s, plan.missingBytes() },
              { u"unknownSizes"_s, plan.unknownSizes() },
+             { u"seconds"_s, time ? QJsonValue(qint64(time->count())) : QJsonValue() },
              { u"evicted"_s, evicted },
              { u"size"_s, plan.size },
              { u"sizeAfterwards"_s, plan.sizeAfterwards() },
              { u"maximum"_s, plan.limits.maximumSize },
-             { u"free"_s, plan.freeBytes ? QJsonValue(*plan.freeBytes) : QJsonValue() },
+             { u"free"_s, orNull(plan.freeBytes) },
              { u"fits"_s, plan.fits() } };
 }
 

@@ -1,17 +1,12 @@
 #include "plan/PlanRequests.h"
 
 #include "Library.h"
-#include "ResourceCache.h"
-#include "ResourceLookup.h"
-#include "ResourceManager.h"
-#include "SchemeMetadata.h"
-#include "SchemesRegistration.h"
-#include "TaskWait.h"
 #include "errors/Propagate.h"
-#include "plan/FitPlan.h"
-#include "platform/FreeSpace.h"
+#include "plan/FetchPlanning.h"
+#include "plan/RecordedRates.h"
+#include "plan/SourceSizes.h"
 
-#include <QDateTime>
+#include <QSet>
 
 namespace zel::cli {
 
@@ -22,59 +17,50 @@ namespace {
 using Snapshot = ResourceCacheReader::Snapshot;
 using Missing = FitPlan::Missing;
 
-/// What is to be planned for.
+/// What is to be planned for, each once.
 struct Wanted
 {
     QStringList keys;
-    QList<Missing> missing;
-    int signalNumber = 0;
+    QList<QSharedPointer<ResourceHandler>> missing;
 };
-
-Result<qint64> askForSize(const QSharedPointer<ResourceHandler> &handler, int &signalNumber)
-{
-    TaskWait wait;
-    ZEL_TRY_LET(const auto task,
-                ResourceManager::retrieveMetadataAsync(handler, ResourceHandler::Queued));
-    wait.add(task.get());
-    signalNumber = wait.run([] {});
-    ZEL_TRY_LET(const auto metadata, task->result<QSharedPointer<ResourceMetadata>>());
-    const auto known = metadata.dynamicCast<SchemeMetadata>();
-    if (!known || !known->size())
-        return ZEL_ERROR(ErrorCode::OperationFailed, u"Its source tells no size."_s);
-    return *known->size();
-}
-
-Missing missingOf(const QSharedPointer<ResourceHandler> &handler, int &signalNumber)
-{
-    Missing missing { handler->reference()->referenceText(false), {}, {} };
-    const auto size = askForSize(handler, signalNumber);
-    if (size.hasValue())
-        missing.size = size.value();
-    else
-        missing.reason = size.error().errorMessage();
-    return missing;
-}
 
 Result<Wanted> wantedOf(const Snapshot &snapshot, const QStringList &arguments)
 {
+    QHash<QString, bool> isReady;
+    for (const ResourceCacheReader::Resource &resource : snapshot.resources)
+        isReady.insert(resource.reference, resource.status == ResourceStatus::Ready);
+
     Wanted wanted;
+    QSet<QString> seen;
     for (const QString &argument : arguments) {
-        ZEL_TRY_LET(const QString key, keyOf(snapshot, argument));
-        if (wanted.keys.contains(key))
+        QString key = argument;
+        if (!isReady.contains(argument)) {
+            ZEL_TRY_LET(const auto reference, ResourceReference::fromString(argument));
+            key = reference->referenceText(false);
+        }
+        if (seen.contains(key))
             continue;
+        seen.insert(key);
         wanted.keys.append(key);
-        const auto resource = resourceOf(snapshot, key);
-        if (resource && resource->status == ResourceStatus::Ready)
+        if (isReady.value(key))
             continue;
         ZEL_TRY_LET(const auto handler, handlerOf(argument));
-        // What is used where it lies takes no room.
-        if (handler->reference()->scheme() == ResourceReference::File)
-            continue;
-        wanted.missing.append(missingOf(handler, wanted.signalNumber));
-        if (wanted.signalNumber != 0)
-            break;
+        if (takesRoom(*handler))
+            wanted.missing.append(handler);
     }
     return wanted;
+}
+
+void addRates(QList<Missing> &missing, const ManifestStore &store)
+{
+    QSet<QString> hosts;
+    for (const Missing &each : missing)
+        hosts.insert(hostOf(each.reference));
+    const QHash<QString, qint64> rates = recordedRates(store, hosts);
+    for (Missing &each : missing) {
+        if (const auto rate = rates.constFind(hostOf(each.reference)); rate != rates.cend())
+            each.bytesPerSecond = *rate;
+    }
 }
 
 ExitCode answer(const Context &context, const FitPlan &plan)
@@ -84,11 +70,7 @@ ExitCode answer(const Context &context, const FitPlan &plan)
             context.output.warning(each.reference + u": "_s + each.reason);
     }
     if (context.options.json) {
-        QJsonObject answer = context.emptyAnswer();
-        const QJsonObject members = fitPlanJson(plan);
-        for (auto member = members.begin(); member != members.end(); ++member)
-            answer.insert(member.key(), member.value());
-        context.output.answer(answer);
+        context.output.answer(context.answerWith(fitPlanJson(plan)));
     } else {
         for (const QString &line : fitPlanLines(plan))
             context.output.answer(line);
@@ -101,24 +83,20 @@ ExitCode answer(const Context &context, const FitPlan &plan)
 ExitCode planRequests(const Context &context, const QStringList &arguments)
 {
     const ResourceManagerSettings settings = settingsOf(context.options);
-    const auto snapshot = readCache(settings);
+    registerSourcesOnly(context);
+    const auto snapshot = readCacheFor(arguments, settings);
     if (!snapshot.hasValue())
         return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
-    if (const auto code = openCache(context))
-        return *code;
-    // With an open cache each handler would enter its resource, and make room for it.
-    ResourceManager::cache()->close();
     const auto wanted = wantedOf(snapshot.value(), arguments);
     if (!wanted.hasValue())
         return context.fail(wanted.error());
-    if (wanted.value().signalNumber != 0)
-        return exitCodeOfSignal(wanted.value().signalNumber);
-    const auto free = FreeSpace::availableBytes(settings.cachePath.cacheDataDir());
-    return answer(context,
-                  fitPlan(snapshot.value(), settings.sizes, wanted.value().missing,
-                          wanted.value().keys,
-                          free.hasValue() ? std::optional(free.value()) : std::nullopt,
-                          QDateTime::currentMSecsSinceEpoch()));
+    SourceSizes sizes = askForSizes(wanted.value().missing);
+    if (sizes.signalNumber != 0)
+        return exitCodeOfSignal(sizes.signalNumber);
+    addRates(sizes.missing, ManifestStore::forCache(settings.cachePath.cacheDataDir()));
+    const auto plan = planFetch(settings, sizes.missing, wanted.value().keys);
+    return plan.hasValue() ? answer(context, plan.value())
+                           : context.fail(ExitCode::CacheUnavailable, plan.error().errorMessage());
 }
 
 } // namespace zel::cli

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 namespace zel::cli {
 
 using namespace Qt::Literals::StringLiterals;
@@ -27,10 +29,29 @@ ResourceCacheReader::Snapshot filled()
     return snapshot;
 }
 
+/// Free is what the plan may use, beside what it leaves free.
 FitPlan planFor(std::optional<qint64> size, const QStringList &wanted = {},
                 std::optional<qint64> freeBytes = {})
 {
-    return fitPlan(filled(), { 800, 1000 }, { { u"a"_s, size, {} } }, wanted, freeBytes, 0);
+    FitPlan::Missing missing;
+    missing.reference = u"a"_s;
+    missing.size = size;
+    if (freeBytes)
+        *freeBytes += FitPlan::reserveBytes;
+    return fitPlan(filled(), { 800, 1000 }, { missing }, wanted, freeBytes, 0);
+}
+
+FitPlan::Missing missingAt(std::optional<qint64> size, std::optional<qint64> bytesPerSecond)
+{
+    FitPlan::Missing missing;
+    missing.size = size;
+    missing.bytesPerSecond = bytesPerSecond;
+    return missing;
+}
+
+std::optional<std::chrono::seconds> timeOf(const QList<FitPlan::Missing> &missing)
+{
+    return fitPlan(filled(), { 800, 1000 }, missing, {}, {}, 0).time();
 }
 
 } // namespace
@@ -39,10 +60,11 @@ TEST(FitPlan, fitPlan_enoughRoom_evictsNothing)
 {
     const FitPlan plan = planFor(100);
     EXPECT_TRUE(plan.evicted.isEmpty());
+    EXPECT_FALSE(plan.needsPurge());
     EXPECT_TRUE(plan.fits());
     EXPECT_EQ(fitPlanLines(plan),
               (QStringList { u"fetch       100 B  a"_s, u"1 resource to fetch, 100 B"_s,
-                             u"Fits: 800 B afterwards, at most 1000 B"_s }));
+                             u"Time: unknown"_s, u"Fits: 800 B afterwards, at most 1000 B"_s }));
 }
 
 TEST(FitPlan, fitPlan_aboveTheOptimum_evictsTheOldest)
@@ -50,6 +72,8 @@ TEST(FitPlan, fitPlan_aboveTheOptimum_evictsTheOldest)
     const FitPlan plan = planFor(300);
     ASSERT_EQ(plan.evicted.size(), 1);
     EXPECT_EQ(plan.evicted.at(0).reference, u"old"_s);
+    EXPECT_TRUE(plan.needsPurge());
+    EXPECT_EQ(plan.purgeBytes(), 300);
     EXPECT_EQ(plan.sizeAfterwards(), 600);
     EXPECT_TRUE(plan.fits());
 }
@@ -67,27 +91,99 @@ TEST(FitPlan, fitPlan_moreThanTheMaximum_doesNotFit)
     EXPECT_FALSE(plan.fits());
     EXPECT_EQ(fitPlanLines(plan).last(),
               u"Does not fit the cache: 1001 B afterwards, at most 1000 B"_s);
+    EXPECT_EQ(fitPlanSummary(plan),
+              u"1 resource to fetch, 1001 B. "
+              "Does not fit the cache: 1001 B afterwards, at most 1000 B"_s);
+}
+
+TEST(FitPlan, fitPlan_noEndOfBytes_doesNotFit)
+{
+    constexpr qint64 most = std::numeric_limits<qint64>::max();
+    EXPECT_FALSE(planFor(most).fits());
+    const FitPlan plan
+        = fitPlan(filled(), { 800, 1000 }, { missingAt(most, {}), missingAt(most, {}) }, {}, 0, 0);
+    EXPECT_EQ(plan.missingBytes(), most);
+    EXPECT_FALSE(plan.fits());
+}
+
+TEST(FitPlan, fitPlan_diskIsShort_evictsAsMuchAsThatTakes)
+{
+    EXPECT_TRUE(planFor(100, {}, 100).evicted.isEmpty());
+    const FitPlan plan = planFor(100, {}, 99);
+    ASSERT_EQ(plan.evicted.size(), 1) << "far below the optimum";
+    EXPECT_EQ(plan.evicted.at(0).reference, u"old"_s);
+    EXPECT_TRUE(plan.fits());
+    EXPECT_TRUE(planFor(90, {}, 50).fits());
+    EXPECT_EQ(planFor(800, {}, 100).evicted.size(), 2);
+    EXPECT_TRUE(planFor(800, {}, 100).fits());
 }
 
 TEST(FitPlan, fitPlan_diskIsTooSmall_doesNotFitEvenAfterTheEviction)
 {
-    EXPECT_TRUE(planFor(100, {}, 100).fits());
-    const FitPlan plan = planFor(100, {}, 99);
+    EXPECT_FALSE(planFor(800, {}, 99).fits());
+    const FitPlan plan = planFor(100, { u"old"_s, u"new"_s }, 99);
     EXPECT_FALSE(plan.fits());
-    EXPECT_EQ(fitPlanLines(plan).last(), u"Does not fit the disk: 99 B free"_s);
-    EXPECT_TRUE(planFor(450, {}, 50).fits()); // 400 bytes go first
+    EXPECT_EQ(fitPlanLines(plan).last(),
+              u"Does not fit the disk: 100 B to come, 4.0 MiB free, 0 B can go, "
+              "4.0 MiB stay free"_s);
+}
+
+TEST(FitPlan, fitPlan_partOnTheDiskAlready_takesNoFurtherRoomThere)
+{
+    FitPlan::Missing missing = missingAt(100, 10);
+    missing.stagedBytes = 60;
+    const QStringList wanted { u"old"_s, u"new"_s };
+    const auto fits = [&](qint64 freeBytes) {
+        return fitPlan(filled(), { 800, 1000 }, { missing }, wanted,
+                       FitPlan::reserveBytes + freeBytes, 0)
+            .fits();
+    };
+    EXPECT_TRUE(fits(40));
+    EXPECT_FALSE(fits(39));
+    EXPECT_EQ(timeOf({ missing }), std::chrono::seconds(4));
+    missing.stagedBytes = 100; // has to be put to its place only
+    EXPECT_TRUE(fits(-FitPlan::reserveBytes));
 }
 
 TEST(FitPlan, fitPlan_unknownSize_isSaid)
 {
     const FitPlan plan = planFor({});
-    EXPECT_EQ(
-        fitPlanLines(plan),
-        (QStringList { u"fetch     unknown  a"_s,
-                       u"1 resource to fetch, 0 B and 1 resource of unknown size"_s,
-                       u"Fits as far as sizes are known: 700 B afterwards, at most 1000 B"_s }));
+    EXPECT_EQ(fitPlanLines(plan),
+              (QStringList {
+                  u"fetch     unknown  a"_s,
+                  u"1 resource to fetch, 0 B and 1 resource of unknown size"_s, u"Time: unknown"_s,
+                  u"Fits as far as sizes are known: 700 B afterwards, at most 1000 B"_s }));
     EXPECT_TRUE(fitPlanJson(plan).value(u"missing"_s)[0][u"size"_s].isNull());
     EXPECT_EQ(fitPlanJson(plan).value(u"unknownSizes"_s).toInt(), 1);
+}
+
+TEST(FitPlan, fitPlan_unknownSizeAndATooFullCache_fits)
+{
+    const QStringList wanted { u"old"_s, u"new"_s };
+    EXPECT_TRUE(fitPlan(filled(), { 100, 200 }, { missingAt({}, {}) }, wanted, 0, 0).fits());
+}
+
+TEST(FitPlan, time_ratesOfAll_addUp)
+{
+    using namespace std::chrono_literals;
+    EXPECT_EQ(timeOf({}), 0s);
+    EXPECT_EQ(timeOf({ missingAt(100, 50), missingAt(30, 10) }), 5s);
+    EXPECT_EQ(timeOf({ missingAt(1, 1000) }), 1s);
+    EXPECT_EQ(timeOf({ missingAt(100, 50), missingAt(30, {}) }), std::nullopt);
+    EXPECT_EQ(timeOf({ missingAt({}, 50) }), std::nullopt);
+}
+
+TEST(FitPlan, fitPlanJson_time_isSecondsOrNull)
+{
+    const auto jsonFor = [](const FitPlan::Missing &missing) {
+        return fitPlanJson(fitPlan(filled(), { 800, 1000 }, { missing }, {}, {}, 0));
+    };
+    const QJsonObject known = jsonFor(missingAt(100, 50));
+    EXPECT_EQ(known.value(u"seconds"_s).toInt(), 2);
+    EXPECT_EQ(known.value(u"missing"_s)[0][u"bytesPerSecond"_s].toInt(), 50);
+    const QJsonObject unknown = jsonFor(missingAt(100, {}));
+    EXPECT_TRUE(unknown.value(u"seconds"_s).isNull());
+    EXPECT_TRUE(unknown.value(u"missing"_s)[0][u"bytesPerSecond"_s].isNull());
 }
 
 } // namespace zel::cli

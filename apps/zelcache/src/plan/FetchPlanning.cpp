@@ -1,0 +1,117 @@
+#include "plan/FetchPlanning.h"
+
+#include "Format.h"
+#include "Library.h"
+#include "RemovalReport.h"
+#include "ResourceCache.h"
+#include "ResourceManager.h"
+#include "errors/Propagate.h"
+#include "plan/SourceSizes.h"
+#include "staging/StagingRecord.h"
+
+#include <QDateTime>
+#include <QSet>
+
+#include <algorithm>
+#include <iterator>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+using Handlers = QList<QSharedPointer<ResourceHandler>>;
+
+/// A source that is silent for so long may still be fetched from.
+constexpr auto patience = 10s;
+
+void addStagedBytes(QList<FitPlan::Missing> &missing, const ResourceCachePath &path)
+{
+    QHash<QString, qint64> staged;
+    // Also of former states of a source: a fetch of the present one removes them first.
+    for (const StagingRecord &record : StagingRecord::readAll(path.cacheDataDir()))
+        staged[record.referenceKey] += record.bytes;
+    for (FitPlan::Missing &each : missing)
+        each.stagedBytes = staged.value(each.reference);
+}
+
+/// Without what has come while the sources were asked: the cache's size has it already.
+QList<FitPlan::Missing> stillMissing(QList<FitPlan::Missing> missing,
+                                     const ResourceCacheReader::Snapshot &snapshot)
+{
+    QSet<QString> ready;
+    for (const ResourceCacheReader::Resource &resource : snapshot.resources) {
+        if (resource.status == ResourceStatus::Ready)
+            ready.insert(resource.reference);
+    }
+    missing.removeIf([&ready](const auto &each) { return ready.contains(each.reference); });
+    return missing;
+}
+
+ExitCode refuse(const Context &context, const QString &why)
+{
+    return context.fail(ExitCode::NoSpace, why + u"; --force fetches nevertheless"_s);
+}
+
+std::optional<ExitCode> purgeFor(const Context &context, const FitPlan &plan)
+{
+    const Error error = ZEL_PASS(ResourceManager::cache()->purgeCacheIfNeeded(plan.purgeBytes()));
+    if (error.hasError())
+        return refuse(context,
+                      fitPlanSummary(plan) + u". Room for it cannot be made: "_s
+                          + error.errorMessage());
+    context.output.note(u"Made room: %1, %2"_s.arg(countText(plan.evicted.size()),
+                                                   sizeText(sizeOfAll(plan.evicted))));
+    return {};
+}
+
+} // namespace
+
+bool takesRoom(const ResourceHandler &handler)
+{
+    return handler.reference()->scheme() != ResourceReference::File;
+}
+
+Result<FitPlan> planFetch(const ResourceManagerSettings &settings, QList<FitPlan::Missing> missing,
+                          const QStringList &wanted)
+{
+    addStagedBytes(missing, settings.cachePath);
+    const auto plannedFor = [&](const ResourceCacheReader::Snapshot &snapshot) {
+        return fitPlan(snapshot, settings.sizes, stillMissing(missing, snapshot), wanted,
+                       freeBytesOf(settings), QDateTime::currentMSecsSinceEpoch());
+    };
+    QStringList keys;
+    for (const FitPlan::Missing &each : missing)
+        keys.append(each.reference);
+    ZEL_TRY_LET(const auto theirRows, readCacheFor(keys, settings));
+    const FitPlan plan = plannedFor(theirRows);
+    if (!plan.needsPurge())
+        return plan;
+    ZEL_TRY_LET(const auto allRows, readCache(settings));
+    return plannedFor(allRows);
+}
+
+std::optional<ExitCode> makeRoomFor(const Context &context, const Handlers &missing)
+{
+    Handlers asked;
+    std::copy_if(missing.begin(), missing.end(), std::back_inserter(asked),
+                 [](const auto &handler) { return takesRoom(*handler); });
+    if (asked.isEmpty())
+        return {};
+    const SourceSizes sizes = askForSizes(asked, patience);
+    if (sizes.signalNumber != 0)
+        return context.fail(exitCodeOfSignal(sizes.signalNumber), u"canceled"_s);
+    // What is asked for and here already is in use by this process, as everybody can see.
+    const auto plan = planFetch(settingsOf(context.options), sizes.missing, {});
+    if (!plan.hasValue())
+        return context.fail(ExitCode::CacheUnavailable, plan.error().errorMessage());
+    if (plan.value().missingBytes() == 0)
+        return {};
+    if (!plan.value().fits())
+        return refuse(context, fitPlanSummary(plan.value()));
+    return plan.value().evicted.isEmpty() ? std::nullopt : purgeFor(context, plan.value());
+}
+
+} // namespace zel::cli

@@ -1,0 +1,72 @@
+#include "plan/SourceSizes.h"
+
+#include "ResourceManager.h"
+#include "SchemeMetadata.h"
+#include "TaskWait.h"
+#include "errors/Propagate.h"
+
+#include <QElapsedTimer>
+
+#include <vector>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+using AskTask = Result<std::unique_ptr<Task>>;
+
+Result<qint64> answerOf(const AskTask &task)
+{
+    if (!task.hasValue())
+        return ZEL_PASS(task.error());
+    ZEL_TRY_LET(const auto metadata, task.value()->result<QSharedPointer<ResourceMetadata>>());
+    const auto known = metadata.dynamicCast<SchemeMetadata>();
+    if (!known || !known->size() || *known->size() < 0)
+        return ZEL_ERROR(ErrorCode::OperationFailed, u"Its source tells no size."_s);
+    return *known->size();
+}
+
+FitPlan::Missing missingOf(const ResourceHandler &handler, const AskTask &task)
+{
+    FitPlan::Missing missing;
+    missing.reference = handler.reference()->referenceText(false);
+    const auto size = answerOf(task);
+    if (size.hasValue())
+        missing.size = size.value();
+    else if (size.error().errorCode() == ErrorCode::Canceled)
+        missing.reason = u"Its source has not answered in time."_s;
+    else
+        missing.reason = size.error().errorMessage();
+    return missing;
+}
+
+} // namespace
+
+SourceSizes askForSizes(const QList<QSharedPointer<ResourceHandler>> &handlers,
+                        std::optional<std::chrono::milliseconds> patience)
+{
+    TaskWait wait;
+    QElapsedTimer silence;
+    silence.start();
+    std::vector<AskTask> tasks;
+    for (const auto &handler : handlers) {
+        tasks.push_back(ResourceManager::retrieveMetadataAsync(handler, ResourceHandler::Queued));
+        if (!tasks.back().hasValue())
+            continue;
+        Task *task = tasks.back().value().get();
+        wait.add(task);
+        QObject::connect(task, &Task::finished, task, [&silence] { silence.restart(); });
+    }
+    SourceSizes sizes;
+    sizes.signalNumber = wait.run([&] {
+        if (patience && silence.hasExpired(patience->count()))
+            wait.cancelAll();
+    });
+    for (qsizetype i = 0; i < handlers.size(); ++i)
+        sizes.missing.append(missingOf(*handlers.at(i), tasks.at(std::size_t(i))));
+    return sizes;
+}
+
+} // namespace zel::cli

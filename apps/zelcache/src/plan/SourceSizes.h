@@ -1,0 +1,21 @@
+#pragma once
+
+#include "ResourceHandler.h"
+#include "plan/FitPlan.h"
+
+namespace zel::cli {
+
+/// How big resources are, as their sources tell.
+struct SourceSizes
+{
+    QList<FitPlan::Missing> missing; ///< in the order of the handlers
+    int signalNumber = 0; ///< of the signal that ended it before its time, else 0
+};
+
+/// Asks the sources, as many at a time as the manager's queue has it. Nobody is waited for any more
+/// once `patience` has passed without an answer; what was not answered then is of unknown size. No
+/// other TaskWait may live meanwhile. Main thread only.
+SourceSizes askForSizes(const QList<QSharedPointer<ResourceHandler>> &handlers,
+                        std::optional<std::chrono::milliseconds> patience = std::nullopt);
+
+} // namespace zel::cli
