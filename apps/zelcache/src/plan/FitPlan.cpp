@@ -104,6 +104,11 @@ qint64 FitPlan::sizeAfterwards() const
     return sumOf(size - sizeOfAll(evicted), missingBytes());
 }
 
+bool FitPlan::fitsMaximum() const
+{
+    return missingBytes() == 0 || limits.maximumSize <= 0 || sizeAfterwards() <= limits.maximumSize;
+}
+
 qint64 FitPlan::bytesShortOnDisk() const
 {
     if (!freeBytes || openBytes() == 0)

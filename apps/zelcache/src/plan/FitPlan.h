@@ -54,10 +54,8 @@ struct FitPlan
 
     /// As far as the sizes are known.
     bool fits() const { return fitsMaximum() && fitsDisk(); }
-    bool fitsMaximum() const
-    {
-        return missingBytes() == 0 || sizeAfterwards() <= limits.maximumSize;
-    }
+    /// A maximum that is no size is nobody's limit.
+    bool fitsMaximum() const;
     bool fitsDisk() const { return bytesShortOnDisk() <= sizeOfAll(evicted); }
     /// How much has to go for the disk, whatever the cache's limits are; 0 for nothing.
     qint64 bytesShortOnDisk() const;

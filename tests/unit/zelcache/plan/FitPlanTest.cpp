@@ -96,6 +96,12 @@ TEST(FitPlan, fitPlan_moreThanTheMaximum_doesNotFit)
               "Does not fit the cache: 1001 B afterwards, at most 1000 B"_s);
 }
 
+TEST(FitPlan, fitPlan_maximumThatIsNoSize_stopsNothing)
+{
+    for (const qint64 maximum : { 0, -5 })
+        EXPECT_TRUE(fitPlan(filled(), { 800, maximum }, { missingAt(5000, {}) }, {}, {}, 0).fits());
+}
+
 TEST(FitPlan, fitPlan_noEndOfBytes_doesNotFit)
 {
     constexpr qint64 most = std::numeric_limits<qint64>::max();
