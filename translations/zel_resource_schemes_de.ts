@@ -317,20 +317,27 @@
         <translation>„%1“ ist das Manifest einer anderen Ressource.</translation>
     </message>
     <message>
-        <source>The manifest &quot;%1&quot; cannot be read.</source>
-        <translation>Das Manifest „%1“ kann nicht gelesen werden.</translation>
-    </message>
-    <message>
-        <source>The manifest &quot;%1&quot; is too big.</source>
-        <translation>Das Manifest „%1“ ist zu groß.</translation>
-    </message>
-    <message>
         <source>&quot;%1&quot; is no manifest.</source>
         <translation>„%1“ ist kein Manifest.</translation>
     </message>
     <message>
         <source>Removing &quot;%1&quot; failed: %2</source>
         <translation>„%1“ konnte nicht entfernt werden: %2</translation>
+    </message>
+</context>
+<context>
+    <name>zel::OwnFile</name>
+    <message>
+        <source>&quot;%1&quot; is no plain file.</source>
+        <translation>„%1“ ist keine gewöhnliche Datei.</translation>
+    </message>
+    <message>
+        <source>Reading &quot;%1&quot; failed: %2</source>
+        <translation>„%1“ konnte nicht gelesen werden: %2</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is too big.</source>
+        <translation>„%1“ ist zu groß.</translation>
     </message>
 </context>
 <context>
@@ -543,10 +550,6 @@
 </context>
 <context>
     <name>zel::StagingRecord</name>
-    <message>
-        <source>Reading &quot;%1&quot; failed: %2</source>
-        <translation>„%1“ konnte nicht gelesen werden: %2</translation>
-    </message>
     <message>
         <source>&quot;%1&quot; is not the record of a transfer.</source>
         <translation>„%1“ ist keine Aufzeichnung einer Übertragung.</translation>

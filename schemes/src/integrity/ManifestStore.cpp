@@ -1,6 +1,7 @@
 #include "integrity/ManifestStore.h"
 
 #include "NativePath.h"
+#include "OwnFile.h"
 #include "errors/Propagate.h"
 #include "files/FileUtilsGeneric.h"
 #include "platform/FileSync.h"
@@ -64,16 +65,7 @@ Result<std::optional<ContentManifest>> ManifestStore::read(const QString &refere
 
 Result<ContentManifest> ManifestStore::readPath(const QString &path) const
 {
-    const QFileInfo info(path);
-    // Opening what is no file may wait for ever.
-    QFile file(path);
-    if (!info.isFile() || info.isSymLink() || !file.open(QIODevice::ReadOnly)) {
-        return ZEL_ERROR(ErrorCode::OperationFailed,
-                         tr("The manifest \"%1\" cannot be read.").arg(path));
-    }
-    const QByteArray content = file.read(mostBytes + 1);
-    if (content.size() > mostBytes)
-        return ZEL_ERROR(ErrorCode::BadData, tr("The manifest \"%1\" is too big.").arg(path));
+    ZEL_TRY_LET(const QByteArray content, OwnFile::read(path, mostBytes));
     auto manifest = ContentManifest::fromJson(content);
     if (!manifest.hasValue() || pathFor(manifest.value().referenceKey) != path)
         return ZEL_ERROR(ErrorCode::BadData, tr("\"%1\" is no manifest.").arg(path));

@@ -1,12 +1,12 @@
 #include "staging/StagingRecord.h"
 
 #include "NativePath.h"
+#include "OwnFile.h"
 #include "errors/Propagate.h"
 #include "platform/NativeFile.h"
 #include "platform/VolumeMove.h"
 #include "staging/StagingFolder.h"
 
-#include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -17,6 +17,9 @@ namespace zel {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+constexpr qint64 mostBytes = 1024ll * 1024; // of the file
+constexpr qint64 mostBytesOfATransfer = 1ll << 57; // a screen full of them can be added up
 
 /// A text, since numbers of JSON are not exact beyond 2^53.
 QJsonValue number(qint64 value)
@@ -59,7 +62,16 @@ QJsonObject toJson(const StagingRecord &record)
     return object;
 }
 
-StagingRecord fromJson(const QJsonObject &object)
+/// Whether the numbers can be those of a transfer: whoever adds them up or divides by them relies
+/// on it.
+bool isPlausible(const StagingRecord &record)
+{
+    return record.bytes >= 0 && record.bytes <= mostBytesOfATransfer && record.bytesPerSecond >= 0
+        && record.durableBytes >= 0 && record.totalBytes.value_or(0) >= 0
+        && record.totalBytes.value_or(0) <= mostBytesOfATransfer;
+}
+
+std::optional<StagingRecord> fromJson(const QJsonObject &object)
 {
     StagingRecord record;
     record.displayText = object.value(u"reference"_s).toString();
@@ -74,7 +86,8 @@ StagingRecord fromJson(const QJsonObject &object)
     record.durableBytes = number(object.value(u"durable"_s));
     record.started = moment(object.value(u"started"_s));
     record.updated = moment(object.value(u"updated"_s));
-    return record;
+    const bool isRecord = object.contains(u"key"_s) && isPlausible(record);
+    return isRecord ? std::optional(record) : std::nullopt;
 }
 
 } // namespace
@@ -97,17 +110,14 @@ QList<StagingRecord> StagingRecord::readAll(const QString &cacheDataDirectory)
 
 Result<StagingRecord> StagingRecord::read(const QString &path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return ZEL_ERROR(ErrorCode::OperationFailed,
-                         tr("Reading \"%1\" failed: %2").arg(path, file.errorString()));
-    }
-    const QJsonDocument document = QJsonDocument::fromJson(file.readAll());
-    if (!document.isObject() || !document.object().contains(u"key"_s)) {
+    ZEL_TRY_LET(const QByteArray content, OwnFile::read(path, mostBytes));
+    const QJsonDocument document = QJsonDocument::fromJson(content);
+    const auto record = document.isObject() ? fromJson(document.object()) : std::nullopt;
+    if (!record) {
         return ZEL_ERROR(ErrorCode::BadData,
                          tr("\"%1\" is not the record of a transfer.").arg(path));
     }
-    return fromJson(document.object());
+    return *record;
 }
 
 Error StagingRecord::write(const QString &path) const

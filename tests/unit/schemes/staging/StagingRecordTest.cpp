@@ -3,6 +3,8 @@
 #include "TemporaryCache.h"
 #include "staging/StagingFolder.h"
 
+#include <sys/stat.h>
+
 using namespace zel;
 using namespace zel::test;
 using namespace Qt::Literals::StringLiterals;
@@ -79,6 +81,36 @@ TEST_F(StagingRecordTest, read_noRecord_hasCode4)
         writeFile(path(), content);
         EXPECT_EQ(StagingRecord::read(path()).error().errorCode(), ErrorCode::BadData) << content;
     }
+}
+
+TEST_F(StagingRecordTest, read_numberThatNoTransferHas_hasCode4)
+{
+    for (const char *member : { "bytes", "total", "rate", "durable" }) {
+        for (const char *value : { "-1", "-9223372036854775808" }) {
+            writeFile(path(), QByteArray("{\"key\":\"a:b\",\"") + member + "\":\"" + value + "\"}");
+            EXPECT_EQ(StagingRecord::read(path()).error().errorCode(), ErrorCode::BadData)
+                << member << ' ' << value;
+        }
+    }
+}
+
+// Whoever waits for one hangs.
+TEST_F(StagingRecordTest, read_pipe_hasCode1AtOnce)
+{
+    ASSERT_EQ(::mkfifo(QFile::encodeName(path()).constData(), 0600), 0);
+    EXPECT_EQ(StagingRecord::read(path()).error().errorCode(), ErrorCode::OperationFailed);
+}
+
+TEST_F(StagingRecordTest, read_linkToAnEndlessFile_hasCode1)
+{
+    ASSERT_TRUE(QFile::link(u"/dev/zero"_s, path()));
+    EXPECT_EQ(StagingRecord::read(path()).error().errorCode(), ErrorCode::OperationFailed);
+}
+
+TEST_F(StagingRecordTest, read_tooBig_hasCode4)
+{
+    writeFile(path(), "{\"key\":\"a:b\"}" + QByteArray(1024 * 1024, ' '));
+    EXPECT_EQ(StagingRecord::read(path()).error().errorCode(), ErrorCode::BadData);
 }
 
 TEST_F(StagingRecordTest, isBeingWritten_byAProcessThatIsGone_isFalse)
