@@ -74,6 +74,8 @@ Error RemoteListing::addFolder(const QString &path)
 
 Error RemoteListing::checkPath(const QString &path) const
 {
+    if (path.size() > mostPathBytes) // so that nothing below takes long
+        return ZEL_PASS(refusal(path, tr("is no path of a file in the folder")));
     if (path.startsWith(u'/') || startsWithDrive(path))
         return ZEL_PASS(refusal(path, tr("does not lie in the folder")));
     if (!isText(path) || std::any_of(path.begin(), path.end(), isSeparatorOrControl))
@@ -85,14 +87,26 @@ Error RemoteListing::checkPath(const QString &path) const
     return isUsable ? Error() : ZEL_PASS(refusal(path, tr("is no path of a file in the folder")));
 }
 
-/// Folders first, from the top down, so that a file in the way of any of them is noticed.
+/// The length of the deepest folder in the path that is known, with its slash.
+qsizetype RemoteListing::knownPart(const QString &path) const
+{
+    qsizetype slash = path.lastIndexOf(u'/');
+    while (slash > 0 && allFolders.count(path.left(slash)) == 0)
+        slash = path.lastIndexOf(u'/', slash - 1);
+    return slash + 1;
+}
+
+/// Folders first, from the top down, so that a file in the way of any of them is noticed. What lies
+/// above a known folder was looked at when that was taken in.
 Error RemoteListing::enter(const QString &path, bool isFolder)
 {
     const qsizetype end = path.size();
-    for (qsizetype slash = path.indexOf(u'/');; slash = path.indexOf(u'/', slash + 1)) {
+    for (qsizetype slash = path.indexOf(u'/', knownPart(path));;
+         slash = path.indexOf(u'/', slash + 1)) {
         const bool isItself = slash < 0;
         const QString level = path.left(isItself ? end : slash);
-        const QString spelling = spellings.value(folded(level));
+        const QString key = folded(level);
+        const QString spelling = spellings.value(key);
         const bool isNew = spelling.isEmpty();
         const bool isKnownFolder = spelling == level && allFolders.count(level) > 0;
         if (!isNew && !(isKnownFolder && (!isItself || isFolder)))
@@ -101,7 +115,7 @@ Error RemoteListing::enter(const QString &path, bool isFolder)
                                         .arg(ResourceReferenceUtils::printable(spelling))));
         if (isNew && spellings.size() == mostEntries)
             return ZEL_PASS(refusal(path, tr("is one entry too many")));
-        spellings.insert(folded(level), level);
+        spellings.insert(key, level);
         if (!isItself || isFolder)
             allFolders.insert(level);
         if (isItself)

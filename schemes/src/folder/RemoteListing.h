@@ -72,6 +72,7 @@ public:
 
 private:
     Error checkPath(const QString &path) const;
+    qsizetype knownPart(const QString &path) const;
     Error enter(const QString &path, bool isFolder);
     Error refusal(const QString &path, const QString &what) const;
 

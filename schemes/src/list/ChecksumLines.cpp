@@ -67,10 +67,11 @@ std::optional<QByteArray> unescaped(const QByteArray &name)
 
 std::optional<Line> lineOf(const QByteArray &name, bool isEscaped, const FileHash &hash)
 {
-    const std::optional<QByteArray> plain = isEscaped ? unescaped(name) : name;
-    QByteArray path = plain.value_or(QByteArray());
-    while (path.startsWith("./"))
-        path = path.mid(2);
+    const QByteArray plain = (isEscaped ? unescaped(name) : name).value_or(QByteArray());
+    qsizetype start = 0;
+    while (plain.mid(start, 2) == "./")
+        start += 2;
+    const QByteArray path = plain.mid(start);
     if (path.isEmpty() || hash.isEmpty())
         return std::nullopt;
     return Line { QString::fromUtf8(path), hash };

@@ -79,6 +79,19 @@ TEST(RemoteListingTest, addFolder_besideFiles_onlyOneMayHaveTheName)
     EXPECT_EQ(listing.folders(), (std::set<QString> { u"empty"_s, u"empty/inner"_s }));
 }
 
+TEST(RemoteListingTest, addFile_belowAKnownFolder_isStillLookedAt)
+{
+    RemoteListing listing;
+    ASSERT_FALSE(listing.addFile(file(u"a/b/c/d"_s)).hasError());
+    EXPECT_FALSE(listing.addFile(file(u"a/b/e"_s)).hasError());
+    EXPECT_FALSE(listing.addFile(file(u"a/b/f/g/h"_s)).hasError());
+    for (const QString &path : { u"a/b/C/x"_s, u"a/b/c/d/x"_s, u"a/b/c/D"_s, u"a/b/c"_s, u"A/x"_s })
+        EXPECT_EQ(int(listing.addFile(file(path)).errorCode()), badData) << path.toStdString();
+    EXPECT_EQ(listing.files().size(), 3u);
+    EXPECT_EQ(listing.folders(),
+              (std::set<QString> { u"a"_s, u"a/b"_s, u"a/b/c"_s, u"a/b/f"_s, u"a/b/f/g"_s }));
+}
+
 TEST(RemoteListingTest, addFile_tooManyEntries_areRefused)
 {
     RemoteListing listing;

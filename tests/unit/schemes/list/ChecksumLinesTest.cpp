@@ -50,6 +50,13 @@ TEST(ChecksumLinesTest, parse_dotSlashInFront_isLeftOut)
               (QStringList { u"a/./b"_s, u"c"_s }));
 }
 
+TEST(ChecksumLinesTest, parse_millionsOfDotSlashes_takeNoLongerThanOtherText)
+{
+    // With a copy for each of them it takes hours.
+    EXPECT_EQ(pathsOf(digits + "  " + QByteArray("./").repeated(5'000'000) + "a"),
+              QStringList { u"a"_s });
+}
+
 TEST(ChecksumLinesTest, parse_escapedNames_areUnescaped)
 {
     EXPECT_EQ(pathsOf('\\' + digits + R"(  a\\b\nc\rd)" + '\n'), QStringList { u"a\\b\nc\rd"_s });
