@@ -814,6 +814,37 @@
     </message>
 </context>
 <context>
+    <name>zel::cli::ResourceVerification</name>
+    <message>
+        <source>Its data is gone.</source>
+        <translation>Ihre Daten sind weg.</translation>
+    </message>
+    <message>
+        <source>There is no manifest of its fetch.</source>
+        <translation>Es gibt kein Manifest ihres Abrufs.</translation>
+    </message>
+    <message>
+        <source>It was put here after the fetch that its manifest tells of.</source>
+        <translation>Sie wurde nach dem Abruf hierher gebracht, von dem ihr Manifest berichtet.</translation>
+    </message>
+    <message>
+        <source>By its name it is a folder acquisition (%1), but it lacks its index.</source>
+        <translation>Dem Namen nach ist sie eine Messung in einem Ordner (%1), aber ihr Verzeichnis fehlt.</translation>
+    </message>
+    <message>
+        <source>By its name it is a file of a known format (%1), but its data does not show that.</source>
+        <translation>Dem Namen nach ist sie eine Datei eines bekannten Formats (%1), aber ihre Daten zeigen das nicht.</translation>
+    </message>
+    <message>
+        <source>%1 or the like</source>
+        <translation>%1 oder Ähnliches</translation>
+    </message>
+    <message>
+        <source>What was found cannot be kept: %1</source>
+        <translation>Was gefunden wurde, kann nicht festgehalten werden: %1</translation>
+    </message>
+</context>
+<context>
     <name>zel::cli::SettingValue</name>
     <message>
         <source>is a list, since a comma without quotes parts it; the default counts</source>
@@ -915,6 +946,110 @@
     <message>
         <source>Nobody can be asked, since standard input is no terminal; --yes answers in advance.</source>
         <translation>Niemand kann gefragt werden, da die Standardeingabe kein Terminal ist; --yes antwortet im Voraus.</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::VerifyCommand</name>
+    <message>
+        <source>It is not in the cache.</source>
+        <translation>Sie ist nicht im Cache.</translation>
+    </message>
+    <message>
+        <source>It has left the cache meanwhile.</source>
+        <translation>Sie hat den Cache inzwischen verlassen.</translation>
+    </message>
+    <message>
+        <source>Manifests of what has left the cache: %1, removed.</source>
+        <translation>Manifeste von dem, was den Cache verlassen hat: %1, entfernt.</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::VerifyReport</name>
+    <message>
+        <source>intact</source>
+        <translation>unversehrt</translation>
+    </message>
+    <message>
+        <source>not reached</source>
+        <translation>nicht erreicht</translation>
+    </message>
+    <message>
+        <source>no manifest</source>
+        <translation>kein Manifest</translation>
+    </message>
+    <message>
+        <source>unreadable</source>
+        <translation>unlesbar</translation>
+    </message>
+    <message>
+        <source>changed</source>
+        <translation>verändert</translation>
+    </message>
+    <message>
+        <source>truncated</source>
+        <translation>abgeschnitten</translation>
+    </message>
+    <message>
+        <source>incomplete</source>
+        <translation>unvollständig</translation>
+    </message>
+    <message>
+        <source>%1 has %2 bytes instead of %3.</source>
+        <translation>%1 hat %2 statt %3 Bytes.</translation>
+    </message>
+    <message>
+        <source>%1 differs from what was fetched.</source>
+        <translation>%1 weicht von dem ab, was abgerufen wurde.</translation>
+    </message>
+    <message>
+        <source>%1 differs from what was fetched, somewhere behind byte %2.</source>
+        <translation>%1 weicht von dem ab, was abgerufen wurde, irgendwo hinter Byte %2.</translation>
+    </message>
+    <message>
+        <source>%1 is cut off: %2 of %3 bytes.</source>
+        <translation>%1 ist abgeschnitten: %2 von %3 Bytes.</translation>
+    </message>
+    <message>
+        <source>%1 is missing.</source>
+        <translation>%1 fehlt.</translation>
+    </message>
+    <message>
+        <source>%1 cannot be read: %2.</source>
+        <translation>%1 kann nicht gelesen werden: %2.</translation>
+    </message>
+    <message>
+        <source>%1 came in after the fetch.</source>
+        <translation>%1 kam nach dem Abruf hinzu.</translation>
+    </message>
+    <message>
+        <source>Last accessed %1; nobody uses it.</source>
+        <translation>Letzter Zugriff %1; niemand benutzt sie.</translation>
+    </message>
+    <message>
+        <source>Last accessed %1; in use by %2.</source>
+        <translation>Letzter Zugriff %1; benutzt von %2.</translation>
+    </message>
+    <message numerus="yes">
+        <source>And %n more files.</source>
+        <translation>
+            <numerusform>Und noch %n Datei.</numerusform>
+            <numerusform>Und noch %n Dateien.</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Read %1: %2</source>
+        <translation>%1 gelesen: %2</translation>
+    </message>
+    <message>
+        <source>nothing to verify</source>
+        <translation>nichts zu prüfen</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::VerifyRun</name>
+    <message>
+        <source>Reading %1</source>
+        <translation>Lese %1</translation>
     </message>
 </context>
 <context>

@@ -3,6 +3,7 @@
 #include "CacheProcess.h"
 #include "Printers.h"
 
+#include <QFile>
 #include <QRegularExpression>
 
 #include <csignal>
@@ -54,7 +55,7 @@ QJsonValue withoutTexts(const QJsonValue &value)
     static const QStringList texts { u"message"_s, u"warnings"_s, u"explanation"_s, u"remedy"_s,
                                      u"notes"_s,   u"reason"_s,   u"text"_s };
     // What changes from one run to the next.
-    static const QStringList moments { u"free"_s, u"lastPing"_s, u"time"_s };
+    static const QStringList moments { u"free"_s, u"lastPing"_s, u"time"_s, u"verified"_s };
     if (value.isArray()) {
         QJsonArray array;
         for (const auto &element : value.toArray())
@@ -183,6 +184,18 @@ TEST_F(TextsCliTest, failures_areAllTexts)
     expectAllInBrackets({ u"add"_s, reference, cache.outside(u"run0.raw"_s) }, 1);
     expectAllInBrackets({ u"list"_s, u"--sort"_s, u"color"_s }, 2);
     expectAllInBrackets({ u"hold"_s, reference, u"--"_s, u"/nothing"_s }, 127);
+}
+
+TEST_F(TextsCliTest, verification_isAllTexts)
+{
+    const QStringList references = fill({ 500, 1000, 1500 });
+    expectAllInBrackets({ u"verify"_s, u"-v"_s }, 0);
+    writeFile(pathOf(references.at(0)), QByteArray(500, 'b'));
+    writeFile(pathOf(references.at(1)), "short");
+    ASSERT_TRUE(QFile::remove(pathOf(references.at(2))));
+    expectAllInBrackets({ u"verify"_s }, 6);
+    expectAllInBrackets({ u"verify"_s, u"share:/nothing"_s }, 3);
+    expectSameJson({ u"verify"_s });
 }
 
 TEST_F(TextsCliTest, board_isAllTexts)

@@ -9,6 +9,7 @@
 #include "verify/VerifyReport.h"
 #include "verify/VerifyRun.h"
 
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QFileInfo>
 #include <QSet>
@@ -18,6 +19,11 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::VerifyCommand)
+};
 
 constexpr auto helpDetails
     = R"(Compares cached data with what was written down when it was fetched: first names and
@@ -85,7 +91,7 @@ VerifyResult resultFor(const QString &argument, const Snapshot &snapshot,
     const auto resource = resources.constFind(key.value());
     if (resource != resources.cend() && resource->status == ResourceStatus::Ready)
         return resultFor(*resource);
-    setNotHere(result, u"It is not in the cache."_s);
+    setNotHere(result, Texts::tr("It is not in the cache."));
     return result;
 }
 
@@ -149,7 +155,7 @@ void complete(VerifyReport &report, const Snapshot &after, const ManifestStore &
             continue;
         const bool isSuspect = isViolation(result.verdict) || result.verdict == Verdict::Unreadable;
         if (isSuspect && !isStillHere(result, resources, store))
-            setNotHere(result, u"It has left the cache meanwhile."_s);
+            setNotHere(result, Texts::tr("It has left the cache meanwhile."));
         result.lastAccess = resources.value(result.reference).lastAccess;
         result.holders = users.value(result.reference);
     }
@@ -220,8 +226,8 @@ ExitCode VerifyCommand::answer(const Context &context, VerifyReport &report, int
             context.output.error(result.reference + u": "_s + result.failure.errorMessage());
     }
     if (report.staleManifests > 0)
-        context.output.note(
-            u"Manifests of what has left the cache: %1, removed."_s.arg(report.staleManifests));
+        context.output.note(Texts::tr("Manifests of what has left the cache: %1, removed.")
+                                .arg(report.staleManifests));
     if (context.options.json) {
         QJsonObject answer = context.emptyAnswer();
         const QJsonObject members = verifyJson(report);

@@ -3,6 +3,7 @@
 #include "DataFormats.h"
 #include "errors/Propagate.h"
 
+#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
@@ -12,9 +13,12 @@
 
 namespace zel::cli {
 
-using namespace Qt::Literals::StringLiterals;
-
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::ResourceVerification)
+};
 
 using Kind = ContentVerifier::Kind;
 
@@ -76,7 +80,7 @@ void ResourceVerification::compare()
 {
     isGone = path.isEmpty() || dataIsGone();
     if (isGone) {
-        remarks.append(u"Its data is gone."_s);
+        remarks.append(Texts::tr("Its data is gone."));
         return;
     }
     findManifest();
@@ -99,7 +103,7 @@ void ResourceVerification::findManifest()
     // What was brought elsewhere after its fetch is not what the manifest tells of.
     const QByteArray name = QFile::encodeName(QFileInfo(path).fileName());
     if (!found.value() || found.value()->name != name) {
-        remarks.append(u"There is no manifest of its fetch."_s);
+        remarks.append(Texts::tr("There is no manifest of its fetch."));
         return;
     }
     verifier.emplace(*found.value(), QFileInfo(path).path());
@@ -107,7 +111,7 @@ void ResourceVerification::findManifest()
     if (!verifier->isOfSomethingElse())
         return;
     verifier.reset();
-    remarks.append(u"It was put here after the fetch that its manifest tells of."_s);
+    remarks.append(Texts::tr("It was put here after the fetch that its manifest tells of."));
     ZEL_DROP(store.remove(reference)); // of no use to anybody; the next one finds it again
 }
 
@@ -123,11 +127,12 @@ void ResourceVerification::compareFormat()
     if (!lacksItsFormat)
         return;
     const QString text = info.isDir()
-        ? u"By its name it is a folder acquisition (%1), but it lacks its index."_s
-        : u"By its name it is a file of a known format (%1), but its data does not show that."_s;
+        ? Texts::tr("By its name it is a folder acquisition (%1), but it lacks its index.")
+        : Texts::tr(
+            "By its name it is a file of a known format (%1), but its data does not show that.");
     // Many makers end the names of their folders alike.
-    const QString more = promised.size() > 1 ? u" or the like"_s : QString();
-    remarks.append(text.arg(promised.constFirst() + more));
+    const QString first = promised.constFirst();
+    remarks.append(text.arg(promised.size() > 1 ? Texts::tr("%1 or the like").arg(first) : first));
 }
 
 bool ResourceVerification::needsReading() const
@@ -169,7 +174,8 @@ void ResourceVerification::save()
 {
     const auto stored = store.writeIfSameFetch(verifier->manifest());
     if (!stored.hasValue())
-        remarks.append(u"What was found cannot be kept: "_s + stored.error().errorMessage());
+        remarks.append(
+            Texts::tr("What was found cannot be kept: %1").arg(stored.error().errorMessage()));
 }
 
 Verdict ResourceVerification::verdict() const

@@ -4,6 +4,7 @@
 #include "Json.h"
 #include "ResourceUsers.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QJsonArray>
 
@@ -15,22 +16,43 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::VerifyReport)
+};
+
 using Finding = ContentVerifier::Finding;
 using Kind = ContentVerifier::Kind;
 
 constexpr qsizetype mostFindings = 10;
-constexpr int verdictColumns = 14;
 
 QString verdictText(Verdict verdict)
 {
     switch (verdict) {
+    case Verdict::Intact:
+        return Texts::tr("intact");
     case Verdict::NotReached:
-        return u"not reached"_s;
+        return Texts::tr("not reached");
     case Verdict::NoManifest:
-        return u"no manifest"_s;
-    default:
-        return verdictName(verdict);
+        return Texts::tr("no manifest");
+    case Verdict::Unreadable:
+        return Texts::tr("unreadable");
+    case Verdict::Changed:
+        return Texts::tr("changed");
+    case Verdict::Truncated:
+        return Texts::tr("truncated");
+    case Verdict::Incomplete:
+        break;
     }
+    return Texts::tr("incomplete");
+}
+
+int verdictColumns()
+{
+    qsizetype columns = 14; // as wide as the English ones take
+    for (int i = 0; i <= int(Verdict::Incomplete); ++i)
+        columns = std::max(columns, verdictText(Verdict(i)).size() + 2);
+    return int(columns);
 }
 
 QString kindName(Kind kind)
@@ -50,45 +72,42 @@ QString kindName(Kind kind)
     return u"extra"_s;
 }
 
-QString changeText(const Finding &finding)
+QString changeSentence(const QString &file, const Finding &finding)
 {
     if (finding.foundSize != finding.expectedSize)
-        return u"has %1 bytes instead of %2"_s.arg(QString::number(finding.foundSize),
-                                                   QString::number(finding.expectedSize));
+        return Texts::tr("%1 has %2 bytes instead of %3.")
+            .arg(file, QString::number(finding.foundSize), QString::number(finding.expectedSize));
     if (finding.offset < 0)
-        return u"differs from what was fetched"_s;
-    return u"differs from what was fetched, somewhere behind byte %1"_s.arg(finding.offset);
-}
-
-QString whatOf(const Finding &finding)
-{
-    switch (finding.kind) {
-    case Kind::Changed:
-        return changeText(finding);
-    case Kind::Truncated:
-        return u"is cut off: %1 of %2 bytes"_s.arg(QString::number(finding.foundSize),
-                                                   QString::number(finding.expectedSize));
-    case Kind::Missing:
-        return u"is missing"_s;
-    case Kind::Unreadable:
-        return u"cannot be read: "_s + finding.reason;
-    case Kind::Extra:
-        break;
-    }
-    return u"came in after the fetch"_s;
+        return Texts::tr("%1 differs from what was fetched.").arg(file);
+    return Texts::tr("%1 differs from what was fetched, somewhere behind byte %2.")
+        .arg(file, QString::number(finding.offset));
 }
 
 QString sentenceOf(const Finding &finding)
 {
-    return QFile::decodeName(finding.path) + u' ' + whatOf(finding) + u'.';
+    const QString file = QFile::decodeName(finding.path);
+    switch (finding.kind) {
+    case Kind::Changed:
+        return changeSentence(file, finding);
+    case Kind::Truncated:
+        return Texts::tr("%1 is cut off: %2 of %3 bytes.")
+            .arg(file, QString::number(finding.foundSize), QString::number(finding.expectedSize));
+    case Kind::Missing:
+        return Texts::tr("%1 is missing.").arg(file);
+    case Kind::Unreadable:
+        return Texts::tr("%1 cannot be read: %2.").arg(file, finding.reason);
+    case Kind::Extra:
+        break;
+    }
+    return Texts::tr("%1 came in after the fetch.").arg(file);
 }
 
 QString useText(const VerifyResult &result)
 {
-    const QString holders = result.holders.isEmpty()
-        ? u"nobody uses it"_s
-        : u"in use by "_s + processesText(result.holders);
-    return u"Last accessed %1; %2."_s.arg(timeText(result.lastAccess), holders);
+    const QString time = timeText(result.lastAccess);
+    if (result.holders.isEmpty())
+        return Texts::tr("Last accessed %1; nobody uses it.").arg(time);
+    return Texts::tr("Last accessed %1; in use by %2.").arg(time, processesText(result.holders));
 }
 
 QStringList detailLines(const VerifyResult &result)
@@ -98,7 +117,8 @@ QStringList detailLines(const VerifyResult &result)
          result.findings.first(std::min(mostFindings, result.findings.size())))
         lines.append(sentenceOf(finding));
     if (result.findings.size() > mostFindings)
-        lines.append(u"And %1 more files."_s.arg(result.findings.size() - mostFindings));
+        lines.append(
+            Texts::tr("And %n more files.", nullptr, int(result.findings.size() - mostFindings)));
     if (isViolation(result.verdict) || result.verdict == Verdict::Unreadable)
         lines.append(useText(result));
     return lines;
@@ -117,8 +137,9 @@ QString totalLine(const VerifyReport &report)
         if (const int count = report.count(Verdict(i)); count > 0)
             counts.append(u"%1 %2"_s.arg(QString::number(count), verdictText(Verdict(i))));
     }
-    const QString text = u"Read %1: "_s.arg(sizeText(report.readBytes));
-    return text + (counts.isEmpty() ? u"nothing to verify"_s : counts.join(u", "_s));
+    return Texts::tr("Read %1: %2")
+        .arg(sizeText(report.readBytes),
+             counts.isEmpty() ? Texts::tr("nothing to verify") : counts.join(u", "_s));
 }
 
 QJsonValue momentJson(const QDateTime &moment)
@@ -182,14 +203,15 @@ int VerifyReport::count(Verdict verdict) const
 
 QStringList verifyLines(const VerifyReport &report, bool tellsAll)
 {
+    const int columns = verdictColumns();
     QStringList lines;
     for (const VerifyResult &result : report.results) {
         if (!isWorthALine(result, tellsAll))
             continue;
-        lines.append(verdictText(result.verdict).leftJustified(verdictColumns) + result.reference);
+        lines.append(verdictText(result.verdict).leftJustified(columns) + result.reference);
         const QStringList details = detailLines(result);
         for (const QString &detail : details)
-            lines.append(QString(verdictColumns, u' ') + detail);
+            lines.append(QString(columns, u' ') + detail);
     }
     lines.append(totalLine(report));
     return lines;

@@ -8,9 +8,12 @@
 
 namespace zel::cli {
 
-using namespace Qt::Literals::StringLiterals;
-
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::VerifyRun)
+};
 
 constexpr int showIntervalMs = 100;
 
@@ -80,7 +83,7 @@ QList<VerifyRun::Due> VerifyRun::compare(VerifyReport &report)
 void VerifyRun::read(VerifyReport &report, const Due &due)
 {
     VerifyResult &result = report.results[due.index];
-    context.output.note(u"Reading "_s + result.reference);
+    context.output.note(Texts::tr("Reading %1").arg(result.reference));
     const QString label = QFileInfo(result.path).fileName();
     ResourceVerification verification(result.reference, result.path, store);
     verification.compare();
