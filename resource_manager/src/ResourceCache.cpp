@@ -429,6 +429,12 @@ Error ResourceCache::updateFileSizes()
     return ZEL_PASS(d->updateFileSizes());
 }
 
+Error ResourceCache::rebuildMetadata()
+{
+    const SemaphoreLocker lock(&d->semaphore, 1);
+    return ZEL_PASS(d->rebuildMetadata());
+}
+
 Result<qint64> ResourceCache::readCurrentCacheSize()
 {
     const SemaphoreLocker lock(&d->semaphore, 1);

@@ -156,6 +156,9 @@ public:
     /// Counts the sizes of all Ready resources anew. All or nothing: the first failure leaves every
     /// size as it was.
     Error updateFileSizes();
+    /// Makes readCurrentCacheSize() right again after something else has written to the database:
+    /// leaves exactly one row of sums and sums up in it what is stored. Looks at no file.
+    Error rebuildMetadata();
     /// If the current size and `extraSize` bytes exceed the optimal size, removes the resources
     /// accessed longest ago that nobody uses until nine tenths of it are reached. A removal that
     /// fails is an error only above the maximum size.

@@ -168,6 +168,8 @@ public:
     Error updateLastScanTimestamp(TransactionContext *context, qint64 timestamp);
     /// Bytes: the sum of all known sizes, kept by the database itself.
     Result<qint64> selectCurrentSize();
+    /// Leaves one row of metadata, the first, and sums up in it all sizes that are stored.
+    Error rebuildMetadata(TransactionContext *context);
 
     /// Records that the context's client uses the resource; gives the usage's id. Fails on an
     /// unknown reference.

@@ -355,6 +355,20 @@ Result<qint64> ResourceCacheDao::selectCurrentSize()
     return ZEL_PASS(selectSizeFromMetadataTable(ResourceCacheSchema::kCurrentSize));
 }
 
+Error ResourceCacheDao::rebuildMetadata(TransactionContext *context)
+{
+    using namespace ResourceCacheSchema;
+
+    Error error;
+    ZEL_TRY_LET(auto *const transaction, TransactionRaiiImpl::of(context));
+    QSqlQuery &query = transaction->query;
+    for (const QString &sql : { kDeleteOtherMetadata, kInsertMissingMetadata, kSumUpSizes }) {
+        ZEL_TRY(error, db::qPrepare(query, sql));
+        ZEL_TRY(error, db::qExec(query));
+    }
+    return error;
+}
+
 Result<qint64> ResourceCacheDao::selectSizeFromMetadataTable(const QString &column) const
 {
     const auto sql = u"SELECT %1 FROM CacheMetadata cp "_s;

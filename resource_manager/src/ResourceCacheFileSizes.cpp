@@ -68,4 +68,13 @@ Error ResourceCache::Private::updateFileSizes()
     return error;
 }
 
+Error ResourceCache::Private::rebuildMetadata()
+{
+    Error error;
+    ZEL_TRY_LET(const auto context, dao->createTransaction());
+    ZEL_TRY(error, dao->rebuildMetadata(context.get()));
+    ZEL_TRY(error, context->commit());
+    return error;
+}
+
 } // namespace zel

@@ -55,6 +55,18 @@ inline const QString kCreateClients = u"CREATE TABLE IF NOT EXISTS Clients ("
 inline const QString kInsertDefaultValues
     = u"INSERT INTO CacheMetadata ( currentSize ) VALUES (?)"_s;
 
+// ---- What leaves one row with the sum of all sizes, whatever was there.
+
+inline const QString kDeleteOtherMetadata
+    = u"DELETE FROM CacheMetadata WHERE rowid > (SELECT MIN(rowid) FROM CacheMetadata)"_s;
+
+inline const QString kInsertMissingMetadata
+    = u"INSERT INTO CacheMetadata ( currentSize ) "
+      "SELECT 0 WHERE NOT EXISTS (SELECT 1 FROM CacheMetadata)"_s;
+
+inline const QString kSumUpSizes = u"UPDATE CacheMetadata SET currentSize = "
+                                   "(SELECT COALESCE(SUM(fileSize), 0) FROM CachedResources)"_s;
+
 // ---- Index: every look-up of a resource is by its reference.
 
 inline const QString kCreateReferenceIndex

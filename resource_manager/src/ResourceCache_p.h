@@ -108,6 +108,7 @@ public:
     /// Without a context in a transaction of its own. Writes nothing if the size has not changed.
     Error updateFileSize(const ResourceCacheDao::Resource &resource, TransactionContext *context);
     Error updateFileSizes();
+    Error rebuildMetadata();
 
     // Retrieval; see ResourceRetrieveHandle
     Result<bool> tryStartRetrieve(const QString &reference);

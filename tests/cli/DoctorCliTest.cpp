@@ -177,11 +177,11 @@ const Damage damages[] {
       [](const DoctorCliTest &test) {
           test.setOfFirst(u"fileSize"_s, 5);
       } },
-    { "sum-differs", false,
+    { "sum-differs", true,
       [](const DoctorCliTest &test) {
           test.sql(u"UPDATE CacheMetadata SET currentSize = currentSize + 7"_s);
       } },
-    { "metadata-rows", false,
+    { "metadata-rows", true,
       [](const DoctorCliTest &test) {
           test.sql(u"INSERT INTO CacheMetadata SELECT * FROM CacheMetadata"_s);
       } },
@@ -211,6 +211,12 @@ const Damage damages[] {
     { "stray-rows", true,
       [](const DoctorCliTest &test) {
           test.sql(u"INSERT INTO ResourceUsages(resourceId, clientId) VALUES (1, 4711)"_s);
+      } },
+    { "path-moved", true,
+      [](const DoctorCliTest &test) {
+          const QString former = test.place().outside(u"former/Cache"_s);
+          test.setOfFirst(u"cachedPath"_s,
+                          test.firstPath().replace(test.place().dataDir(), former));
       } },
     { "path-outside", false,
       [](const DoctorCliTest &test) {
@@ -275,7 +281,7 @@ TEST_F(DoctorCliTest, doctor_allRepairableDamagesAtOnce_areRepairedAtOnce)
         const QString id = QString::fromLatin1(damage.id);
         // Two things cannot be wrong with one status at a time.
         if (!damage.isRepaired || id == u"data-of-missing-row" || id == u"fetch-without-task"
-            || id == u"size-differs" || id == u"row-without-path")
+            || id == u"size-differs" || id == u"row-without-path" || id == u"path-moved")
             continue;
         damage.make(*this);
         made.insert(id);
@@ -334,6 +340,95 @@ TEST_F(DoctorCliTest, repair_resourceInUse_keepsItsUserAndItsData)
     EXPECT_GT(user.clientId(), 0);
     expectUntouched(references.last());
 }
+
+TEST_F(DoctorCliTest, repair_missingRowWithThePathOfAnother_leavesItsData)
+{
+    QFile::remove(firstPath());
+    setOfFirst(u"cachedPath"_s, lastPath());
+    setOfFirst(u"status"_s, u"Missing"_s);
+    EXPECT_EQ(doctor({ u"--repair"_s }, 0), QStringList());
+    expectUntouched(references.last());
+}
+
+TEST_F(DoctorCliTest, repair_cacheThatWasMovedAsAWhole_followsAndKeepsAllData)
+{
+    const QString former = cache.outside(u"former/Cache"_s);
+    sql(u"UPDATE CachedResources SET cachedPath = replace(cachedPath, ?, ?)"_s,
+        { cache.dataDir(), former });
+    const QStringList found = doctor({ u"--repair"_s }, 1);
+    EXPECT_EQ(found, (QStringList { u"path-moved"_s, u"path-moved"_s }));
+    EXPECT_EQ(doctor({}, 0), QStringList());
+    for (const QString &reference : references) {
+        EXPECT_TRUE(pathOf(reference).startsWith(cache.dataDir()));
+        expectUntouched(reference);
+    }
+}
+
+TEST_F(DoctorCliTest, repair_cacheThatWasCopiedAsAWhole_keepsTheCopy)
+{
+    const QString former = cache.outside(u"former/Cache"_s);
+    const QString path = firstPath().replace(cache.dataDir(), former);
+    writeFile(path, "data");
+    const QString copy = firstPath();
+    setOfFirst(u"cachedPath"_s, path);
+    EXPECT_EQ(doctor({ u"--repair"_s }, 4), QStringList { u"path-outside"_s });
+    EXPECT_TRUE(QFileInfo::exists(copy));
+}
+
+TEST_F(DoctorCliTest, repair_damagedPages_areNamedAndNothingIsTouched)
+{
+    // More than the pages that a look at the rows reads.
+    sql(u"CREATE TABLE Big(t TEXT)"_s);
+    sql(u"WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i < 400) "
+        "INSERT INTO Big SELECT hex(zeroblob(500)) FROM n"_s);
+    CacheDatabase(cache.databasePath()).value(u"PRAGMA wal_checkpoint(TRUNCATE)"_s);
+    QFile file(cache.databasePath());
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    constexpr qint64 pageBytes = 4096;
+    ASSERT_GT(file.size(), 80 * pageBytes);
+    ASSERT_TRUE(file.seek(file.size() - 50 * pageBytes)); // in the midst of that table
+    file.write(QByteArray(pageBytes, 'x'));
+    file.close();
+    QFile::remove(firstPath());
+
+    const QString stray = cache.dataDir() + u"/share/nobodys/run.raw"_s;
+    writeFile(stray, "data");
+    const QStringList found = doctor({ u"--repair"_s }, 4);
+    EXPECT_TRUE(found.value(0).startsWith(u"database-"_s)) << found.join(u' ').toStdString();
+    EXPECT_TRUE(QFileInfo::exists(stray));
+    EXPECT_EQ(CacheDatabase(cache.databasePath()).status(references.first()), u"Ready"_s);
+}
+
+/// What is told and not repaired, with a remedy that has to help.
+class DoctorRemedyTest : public DoctorCliTest, public testing::WithParamInterface<const char *>
+{
+};
+
+TEST_P(DoctorRemedyTest, remedy_movingItOutOfTheWay_endsTheDamageAndHarmsNothing)
+{
+    const QString id = QString::fromLatin1(GetParam());
+    const auto *damage
+        = std::find_if(std::begin(damages), std::end(damages),
+                       [&id](const auto &one) { return id == QLatin1StringView(one.id); });
+    damage->make(*this);
+    EXPECT_TRUE(doctor({}, 4).contains(id));
+
+    const QString kept = cache.outside(u"kept"_s);
+    QDir().mkpath(kept);
+    ASSERT_TRUE(QFile::rename(firstPath(), kept + u"/run.raw"_s));
+    EXPECT_TRUE(doctor({ u"--repair"_s }, 1).contains(u"row-without-data"_s));
+    EXPECT_EQ(doctor({}, 0), QStringList());
+    EXPECT_EQ(start({ u"get"_s, references.first() })->exitCode(), 0);
+    EXPECT_EQ(doctor({}, 0), QStringList());
+    EXPECT_EQ(QFileInfo(firstPath()).dir().path().count(u'/'),
+              QFileInfo(lastPath()).dir().path().count(u'/'));
+    expectUntouched(references.last());
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, DoctorRemedyTest, testing::Values("path-outside", "path-in-root"),
+                         [](const auto &id) {
+                             return QString::fromLatin1(id.param).remove(u'-').toStdString();
+                         });
 
 // The lock.
 

@@ -13,6 +13,16 @@
 
 namespace zel::posix {
 
+namespace {
+
+/// "." or "..".
+bool isOfEachFolder(const char *name)
+{
+    return name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'));
+}
+
+} // namespace
+
 int Descriptor::close()
 {
     // Not repeated after an interruption: the number is free by then and may be another file's.
@@ -62,9 +72,9 @@ int readEntries(int folder, std::vector<Entry> *entries)
         const dirent *entry = ::readdir(stream.get());
         if (!entry)
             return errno;
-        const QByteArray name(entry->d_name);
-        if (name == "." || name == "..")
+        if (isOfEachFolder(entry->d_name))
             continue;
+        const QByteArray name(entry->d_name);
         const bool isTold = entry->d_type != DT_UNKNOWN;
         entries->push_back({ name, isTold ? entry->d_type : typeByLook(folder, name) });
     }
@@ -93,7 +103,12 @@ int syncFolder(int folder)
 
 QByteArray joined(const QByteArray &folder, const QByteArray &name)
 {
-    return folder.endsWith('/') ? folder + name : folder + '/' + name;
+    QByteArray path;
+    path.reserve(folder.size() + 1 + name.size());
+    path.append(folder);
+    if (!folder.endsWith('/'))
+        path.append('/');
+    return path.append(name);
 }
 
 std::pair<QByteArray, QByteArray> splitPath(QByteArray path)

@@ -91,7 +91,8 @@ void Surveyor::measureFolder(const Descriptor &folder, TreeSurvey::Entry *sum)
     std::vector<posix::Entry> entries;
     if (!folder.isOpen() || ::fstat(folder.get(), &status) != 0
         || readEntries(folder.get(), &entries) != 0) {
-        if (!outcome.unreadable.contains(sum->path))
+        // One for all folders in it, which come one after the other.
+        if (outcome.unreadable.isEmpty() || outcome.unreadable.constLast() != sum->path)
             outcome.unreadable.append(sum->path);
         return;
     }

@@ -72,6 +72,42 @@ TEST_F(ResourceCacheFileSizesTest, updateFileSizes_nothingChanged_writesNoRow)
     EXPECT_EQ(database().column(u"SELECT reference FROM WrittenSizes"_s), QStringList(u"b"_s));
 }
 
+TEST_F(ResourceCacheFileSizesTest, rebuildMetadata_wrongSum_isThatOfTheRowsAgain)
+{
+    openQuietly();
+    addReady(u"a"_s, u"s/a/a.txt"_s, 3);
+    addReady(u"b"_s, u"s/b/b.txt"_s, 5);
+    const qint64 scanned = lastScan();
+    database().run(u"UPDATE CacheMetadata SET currentSize = 4711"_s);
+    ASSERT_FALSE(cache.rebuildMetadata().hasError());
+    EXPECT_EQ(cache.readCurrentCacheSize().value(), 8);
+    EXPECT_EQ(lastScan(), scanned);
+    // The triggers go on from there.
+    database().run(u"UPDATE CachedResources SET fileSize = NULL WHERE reference = 'b'"_s);
+    EXPECT_EQ(cache.readCurrentCacheSize().value(), 3);
+    database().run(u"DELETE FROM CachedResources"_s);
+    ASSERT_FALSE(cache.rebuildMetadata().hasError());
+    EXPECT_EQ(cache.readCurrentCacheSize().value(), 0);
+}
+
+TEST_F(ResourceCacheFileSizesTest, rebuildMetadata_anyNumberOfRows_leavesOne)
+{
+    openQuietly();
+    addReady(u"a"_s, u"s/a/a.txt"_s, 3);
+    const qint64 scanned = lastScan();
+    database().run(u"INSERT INTO CacheMetadata VALUES (1, 2), (3, 4)"_s);
+    ASSERT_FALSE(cache.rebuildMetadata().hasError());
+    EXPECT_EQ(database().count(u"CacheMetadata"_s), 1);
+    EXPECT_EQ(cache.readCurrentCacheSize().value(), 3);
+    EXPECT_EQ(lastScan(), scanned);
+
+    database().run(u"DELETE FROM CacheMetadata"_s);
+    EXPECT_FALSE(cache.readCurrentCacheSize().hasValue());
+    ASSERT_FALSE(cache.rebuildMetadata().hasError());
+    EXPECT_EQ(database().count(u"CacheMetadata"_s), 1);
+    EXPECT_EQ(cache.readCurrentCacheSize().value(), 3);
+}
+
 TEST_F(ResourceCacheFileSizesTest, updateFileSizes_anyResource_isNoAccessToIt)
 {
     openQuietly();

@@ -45,7 +45,7 @@ public:
     void addOptions(CLI::App &app) override
     {
         options::addSwitch(app, "--repair", "Repair what can be repaired", request.repair);
-        options::addDryRun(app, request.dryRun);
+        options::addSwitch(app, "-n,--dry-run", "Only tell what a repair would do", request.dryRun);
         options::addValue(app, "--min-age", "SECONDS",
                           "Leave data alone that changed within this time (3600)", ageText);
     }

@@ -116,6 +116,8 @@ VerifyReport theseOnly(const QStringList &arguments, const Snapshot &snapshot)
 int removeStale(const ManifestStore &store, const QStringList &paths, const QDateTime &listed,
                 const Snapshot &snapshot)
 {
+    if (paths.isEmpty())
+        return 0; // the places of manifests are not told by their resources for nothing
     QSet<QString> ofSomething;
     for (const Resource &resource : snapshot.resources) {
         if (resource.status != ResourceStatus::Missing)

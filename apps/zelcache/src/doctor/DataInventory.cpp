@@ -2,24 +2,15 @@
 
 #include <QCryptographicHash>
 #include <QDir>
-#include <QFile>
-#include <QFileInfo>
+
+#include <algorithm>
+#include <array>
 
 namespace zel::cli {
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-QByteArray folderAround(const QByteArray &path)
-{
-    return path.left(qMax(path.lastIndexOf('/'), qsizetype(0)));
-}
-
-QByteArray nameOf(const QByteArray &path)
-{
-    return path.mid(path.lastIndexOf('/') + 1);
-}
 
 /// Where the data of containers with long paths lies, each under a name made of its reference.
 constexpr auto containerFolder = "zacq";
@@ -33,6 +24,15 @@ QByteArray containerNameFor(const QString &reference)
         + ".zacq";
 }
 
+/// What analysis programs leave beside data, by the end of its name.
+constexpr std::array countedEnds { ".ms1.cache", ".data.cache" };
+
+bool isCounted(const QByteArray &name)
+{
+    return std::any_of(countedEnds.begin(), countedEnds.end(),
+                       [&name](const char *end) { return name.endsWith(end); });
+}
+
 bool isRemains(const QByteArray &name)
 {
     return name.startsWith(".leftover-") || (name.startsWith(".zel-") && name.endsWith(".partial"));
@@ -43,9 +43,7 @@ bool isRemains(const QByteArray &name)
 DataInventory DataInventory::of(const QString &dataDirectory, const Resources &resources)
 {
     DataInventory inventory;
-    inventory.prefix = QDir::cleanPath(dataDirectory) + u'/';
-    if (const QString resolved = QFileInfo(dataDirectory).canonicalFilePath(); !resolved.isEmpty())
-        inventory.resolvedPrefix = resolved + u'/';
+    inventory.dataPlaces = DataPlaces(dataDirectory);
     inventory.claim(resources);
     inventory.outcome
         = TreeSurvey::make(dataDirectory, [&inventory](const QByteArray &path, bool isFolder) {
@@ -57,34 +55,32 @@ DataInventory DataInventory::of(const QString &dataDirectory, const Resources &r
 
 void DataInventory::claim(const Resources &resources)
 {
-    claimed.reserve(resources.size());
-    ownFolders.reserve(resources.size());
-    const bool hasContainers = QDir(prefix + QLatin1StringView(containerFolder)).exists();
+    claims.reserve(resources.size());
+    folders.reserve(resources.size());
+    const bool hasContainers = QDir(dataPlaces.pathTo(containerFolder)).exists();
     for (const ResourceCacheReader::Resource &resource : resources) {
         if (hasContainers)
             shortNames.insert(containerNameFor(resource.reference));
-        const QByteArray path = claimedBy(resource.path);
-        if (path.isEmpty())
-            continue;
-        claimed.insert(path);
-        QByteArray folder = folderAround(path);
-        ownFolders.insert(folder);
-        for (folder = folderAround(folder); !folder.isEmpty() && !around.contains(folder);
-             folder = folderAround(folder))
-            around.insert(folder);
+        // Another program may have written the path, and have known the directory by another name.
+        if (const QByteArray place = dataPlaces.of(resource.path); !place.isEmpty())
+            claimPlace(place);
     }
 }
 
-/// Another program may have written the path, and have reached the data directory by another name.
-QByteArray DataInventory::claimedBy(const QString &path) const
+void DataInventory::claimPlace(const QByteArray &place)
 {
-    const QByteArray claim = relative(path);
-    if (!claim.isEmpty() || path.isEmpty())
-        return claim;
-    const QString resolved = QFileInfo(path).canonicalFilePath();
-    return resolvedPrefix.isEmpty() || !resolved.startsWith(resolvedPrefix)
-        ? QByteArray()
-        : QFile::encodeName(resolved.mid(resolvedPrefix.size()));
+    ++claims[place].rows;
+    QByteArray folder = folderAround(place);
+    folders.insert(folder, Around::Near);
+    for (folder = folderAround(folder); !folder.isEmpty() && !folders.contains(folder);
+         folder = folderAround(folder))
+        folders.insert(folder, Around::Far);
+}
+
+bool DataInventory::isNear(const QByteArray &folder) const
+{
+    const auto found = folders.constFind(folder);
+    return found != folders.cend() && *found == Around::Near;
 }
 
 bool DataInventory::isClaimedByName(const QByteArray &path) const
@@ -94,76 +90,83 @@ bool DataInventory::isClaimedByName(const QByteArray &path) const
 
 TreeSurvey::Step DataInventory::stepFor(const QByteArray &path, bool isFolder) const
 {
-    if (claimed.contains(path))
-        return TreeSurvey::Step::Measure;
     const bool isAtTop = !path.contains('/');
     // Of the file system, not of the cache.
     if (isAtTop && path == "lost+found")
         return TreeSurvey::Step::Skip;
+    if (!isFolder || claims.contains(path))
+        return TreeSurvey::Step::Measure;
     // The folders of the schemes stay, even empty ones, so that it is known what is in them.
     const bool isOfScheme = isAtTop && !path.startsWith('.');
-    const bool isEntered
-        = isFolder && (isOfScheme || ownFolders.contains(path) || around.contains(path));
-    return isEntered ? TreeSurvey::Step::Enter : TreeSurvey::Step::Measure;
+    return isOfScheme || folders.contains(path) ? TreeSurvey::Step::Enter
+                                                : TreeSurvey::Step::Measure;
 }
 
 void DataInventory::sortOut()
 {
-    sizes.reserve(claimed.size());
-    for (const TreeSurvey::Entry &entry : outcome.entries) {
-        if (claimed.contains(entry.path))
-            sizes.insert(entry.path, entry.bytes);
+    for (const TreeSurvey::Entry &entry : std::as_const(outcome.entries)) {
+        if (const auto claim = claims.find(entry.path); claim != claims.end())
+            claim->bytes = entry.bytes;
         else
             sortOutUnclaimed(entry);
     }
     outcome.entries.clear();
+    hidden = QSet<QByteArray>(outcome.unreadable.cbegin(), outcome.unreadable.cend());
 }
 
 void DataInventory::sortOutUnclaimed(const TreeSurvey::Entry &entry)
 {
     const QByteArray folder = folderAround(entry.path);
-    const bool isBesideData = ownFolders.contains(folder) && folder.contains('/');
-    if (isBesideData && !isRemains(nameOf(entry.path)))
-        sizes.insert(entry.path, entry.bytes);
-    else if (isBesideData)
+    const bool isBesideData = folder.contains('/') && isNear(folder);
+    if (isBesideData && isRemains(nameOf(entry.path)))
         remains.append(entry);
-    else if (entry.files > 0 && !isClaimedByName(entry.path))
+    else if (isBesideData && isCounted(entry.path))
+        sizesBeside.insert(entry.path, entry.bytes);
+    else if (!isBesideData && entry.files > 0 && !isClaimedByName(entry.path))
         nobodys.append(entry); // empty folders are all that is left of a resource, and no harm
 }
 
-QByteArray DataInventory::relative(const QString &path) const
+std::optional<qint64> DataInventory::sizeAt(const QByteArray &place) const
 {
-    if (path.isEmpty())
-        return {};
-    // Cleaning costs more than all else that is done for a row.
-    const bool isClean = !path.contains(u"//"_s) && !path.contains(u"/."_s) && !path.endsWith(u'/');
-    const QString clean = isClean ? path : QDir::cleanPath(path);
-    return clean.startsWith(prefix) ? QFile::encodeName(clean.mid(prefix.size())) : QByteArray();
+    return claims.value(place).bytes;
 }
 
-QString DataInventory::absolute(const QByteArray &relativePath) const
+qint64 DataInventory::sizeBeside(const QByteArray &place) const
 {
-    return prefix + QFile::decodeName(relativePath);
+    if (sizesBeside.isEmpty())
+        return 0;
+    qint64 bytes = 0;
+    for (const char *end : countedEnds)
+        bytes += sizesBeside.value(place + end);
+    return bytes;
 }
 
-std::optional<qint64> DataInventory::sizeAt(const QByteArray &relativePath) const
+bool DataInventory::isShared(const QByteArray &place) const
 {
-    const auto found = sizes.constFind(relativePath);
-    return found == sizes.cend() ? std::nullopt : std::optional(*found);
+    return claims.value(place).rows > 1;
 }
 
-qint64 DataInventory::sizeBeside(const QByteArray &relativePath) const
+bool DataInventory::isOfSeveral(const QByteArray &place) const
 {
-    return sizes.value(relativePath + ".ms1.cache") + sizes.value(relativePath + ".data.cache");
-}
-
-bool DataInventory::isHidden(const QByteArray &relativePath) const
-{
-    for (const QByteArray &folder : outcome.unreadable) {
-        if (relativePath == folder || relativePath.startsWith(folder + '/'))
+    if (isShared(place) || folders.contains(place))
+        return true;
+    for (QByteArray folder = folderAround(place); !folder.isEmpty();
+         folder = folderAround(folder)) {
+        if (claims.contains(folder))
             return true;
     }
     return false;
+}
+
+bool DataInventory::isHidden(const QByteArray &place) const
+{
+    if (hidden.isEmpty())
+        return false;
+    // The data directory itself has no name.
+    QByteArray folder = place;
+    while (!folder.isEmpty() && !hidden.contains(folder))
+        folder = folderAround(folder);
+    return hidden.contains(folder);
 }
 
 } // namespace zel::cli

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ResourceCacheReader.h"
+#include "doctor/DataPlaces.h"
 #include "platform/TreeSurvey.h"
 
 #include <QHash>
@@ -25,32 +26,43 @@ public:
     /// Remains of removals and copies, beside the data of a resource.
     const QList<TreeSurvey::Entry> &leftovers() const { return remains; }
 
-    /// The path of a row as it is below the data directory; empty for any other.
-    QByteArray relative(const QString &path) const;
-    QString absolute(const QByteArray &relativePath) const;
+    const DataPlaces &places() const { return dataPlaces; }
     /// Of what was found there; empty if there is nothing. Without the files beside it.
-    std::optional<qint64> sizeAt(const QByteArray &relativePath) const;
+    std::optional<qint64> sizeAt(const QByteArray &place) const;
     /// Of the files that analysis programs have left beside it.
-    qint64 sizeBeside(const QByteArray &relativePath) const;
+    qint64 sizeBeside(const QByteArray &place) const;
     /// Whether it lies in a folder that could not be looked into.
-    bool isHidden(const QByteArray &relativePath) const;
+    bool isHidden(const QByteArray &place) const;
+    /// Whether more than one row claims it.
+    bool isShared(const QByteArray &place) const;
+    /// The same for what is in it or around it, too.
+    bool isOfSeveral(const QByteArray &place) const;
 
 private:
     void claim(const Resources &resources);
-    QByteArray claimedBy(const QString &path) const;
+    void claimPlace(const QByteArray &place);
     TreeSurvey::Step stepFor(const QByteArray &path, bool isFolder) const;
     void sortOut();
     void sortOutUnclaimed(const TreeSurvey::Entry &entry);
     bool isClaimedByName(const QByteArray &path) const;
+    bool isNear(const QByteArray &folder) const;
 
-    QString prefix; ///< the data directory and a slash
-    QString resolvedPrefix; ///< the same without links; empty if there is no such directory
-    QSet<QByteArray> claimed;
-    QSet<QByteArray> ownFolders; ///< the folders right around what is claimed
-    QSet<QByteArray> around; ///< and all folders around those
+    /// Of a place that rows claim.
+    struct Claim
+    {
+        int rows = 0;
+        std::optional<qint64> bytes; ///< empty if nothing is there
+    };
+    enum class Around { Near, Far }; ///< the folder that it lies in, and all folders around that
+
+    DataPlaces dataPlaces;
+    // One look-up for each question: there can be many rows and many files.
+    QHash<QByteArray, Claim> claims;
+    QHash<QByteArray, Around> folders; ///< around claimed places
     QSet<QByteArray> shortNames; ///< of containers that lie elsewhere because of their long paths
     TreeSurvey::Outcome outcome;
-    QHash<QByteArray, qint64> sizes;
+    QSet<QByteArray> hidden; ///< the folders that cannot be read
+    QHash<QByteArray, qint64> sizesBeside;
     QList<TreeSurvey::Entry> nobodys;
     QList<TreeSurvey::Entry> remains;
 };

@@ -21,7 +21,7 @@ void checkSum(const Examination &all, Findings &findings)
           u"The cache counts %1 bytes, its resources have %2 in all. It removes too much "
           "or too little."_s.arg(all.snapshot.currentSize)
               .arg(sum),
-          {} });
+          RepairStep { RepairStep::Kind::SumUp, {}, {} } });
 }
 
 void checkMetadataRows(const Examination &all, Findings &findings)
@@ -34,7 +34,7 @@ void checkMetadataRows(const Examination &all, Findings &findings)
     findings.append({ FindingKind::MetadataRows,
                       {},
                       u"CacheMetadata has %1 rows instead of one."_s.arg(rows),
-                      {} });
+                      RepairStep { RepairStep::Kind::SumUp, {}, {} } });
 }
 
 } // namespace

@@ -22,7 +22,7 @@ qsizetype readyCount(const Reader::Snapshot &snapshot)
 void addData(const Examination &all, FindingKind kind, const TreeSurvey::Entry &entry,
              Findings &findings)
 {
-    const QString path = all.data.absolute(entry.path);
+    const QString path = all.data.places().pathTo(entry.path);
     if (all.mayBeClaimed(entry)) {
         findings.append({ FindingKind::DataYoung,
                           path,
@@ -42,6 +42,8 @@ void addData(const Examination &all, FindingKind kind, const TreeSurvey::Entry &
 
 void checkStaging(const Examination &all, Findings &findings)
 {
+    if (all.staging.isEmpty())
+        return;
     QSet<QString> ready;
     for (const Reader::Resource &resource : all.snapshot.resources) {
         if (resource.status == ResourceStatus::Ready)
@@ -75,7 +77,7 @@ void disk(const Examination &all, Findings &findings)
     }
     for (const QByteArray &folder : all.data.unreadable()) {
         findings.append({ FindingKind::FolderUnreadable,
-                          all.data.absolute(folder),
+                          all.data.places().pathTo(folder),
                           u"The folder cannot be read, so what is in it was not looked at."_s,
                           {} });
     }

@@ -6,6 +6,7 @@
 #include <QMap>
 
 #include <algorithm>
+#include <array>
 
 namespace zel::cli {
 
@@ -25,26 +26,11 @@ qsizetype damagesIn(const Findings &findings)
 
 QString stepName(RepairStep::Kind kind)
 {
-    using Kind = RepairStep::Kind;
-    switch (kind) {
-    case Kind::OpenCache:
-        return u"open-cache"_s;
-    case Kind::EndFetch:
-        return u"end-fetch"_s;
-    case Kind::ForgetData:
-        return u"forget-data"_s;
-    case Kind::ClearMissing:
-        return u"clear-missing"_s;
-    case Kind::CountSize:
-        return u"count-size"_s;
-    case Kind::CountAll:
-        return u"count-all"_s;
-    case Kind::CleanStaging:
-        return u"clean-staging"_s;
-    case Kind::RemoveData:
-        break;
-    }
-    return u"remove-data"_s;
+    static constexpr std::array<QStringView, 10> names {
+        u"open-cache", u"end-fetch", u"follow-move", u"forget-data",   u"clear-missing",
+        u"count-size", u"count-all", u"sum-up",      u"clean-staging", u"remove-data"
+    };
+    return names.at(std::size_t(kind)).toString();
 }
 
 QJsonValue orNull(const QString &text)
@@ -65,11 +51,11 @@ QJsonArray findingsJson(const Findings &findings)
     QJsonArray array;
     for (const Finding &finding : findings) {
         const FindingDescription &description = descriptionOf(finding.kind);
-        array.append(QJsonObject { { u"id"_s, description.id },
+        array.append(QJsonObject { { u"id"_s, description.id.toString() },
                                    { u"severity"_s, severityText(description.severity) },
                                    { u"subject"_s, orNull(finding.subject) },
                                    { u"explanation"_s, finding.explanation },
-                                   { u"remedy"_s, description.remedy },
+                                   { u"remedy"_s, description.remedy.toString() },
                                    { u"repairable"_s, finding.repair.has_value() } });
     }
     return array;
@@ -123,7 +109,7 @@ QStringList findingLines(const Findings &findings)
             u"%1: %2%3"_s.arg(severityText(description.severity), description.id,
                               finding.subject.isEmpty() ? QString() : u": "_s + finding.subject));
         lines.append(u"  "_s + finding.explanation);
-        lines.append(u"  "_s + description.remedy);
+        lines.append(u"  "_s + description.remedy.toString());
     }
     for (auto kind = counts.cbegin(); kind != counts.cend(); ++kind) {
         if (*kind > shownOfAKind)

@@ -93,14 +93,6 @@ bool Examination::isAlive(qint64 clientId) const
                        });
 }
 
-bool Examination::isWanted(const QString &reference) const
-{
-    return std::any_of(snapshot.acquiringTasks.begin(), snapshot.acquiringTasks.end(),
-                       [this, &reference](const Reader::AcquiringTask &task) {
-                           return task.reference == reference && isAlive(task.clientId);
-                       });
-}
-
 bool Examination::mayBeClaimed(const TreeSurvey::Entry &entry) const
 {
     if (now - entry.newestChange < minimumAge.count())

@@ -49,8 +49,6 @@ struct Examination
 
     /// Whether the client has pinged lately.
     bool isAlive(qint64 clientId) const;
-    /// Whether one who wants the resource is alive.
-    bool isWanted(const QString &reference) const;
     /// Whether it may belong to a fetch that runs, or is too new to tell: then it is to be left
     /// alone.
     bool mayBeClaimed(const TreeSurvey::Entry &entry) const;

@@ -2,8 +2,10 @@
 
 #include <QList>
 #include <QString>
+#include <QStringView>
 
 #include <optional>
+#include <span>
 
 namespace zel::cli {
 
@@ -22,6 +24,7 @@ enum class FindingKind {
     RowWithoutPath,
     StatusUnknown,
     SizeDiffers,
+    PathMoved,
     PathOutside,
     PathInRoot,
     PathOtherSpelling,
@@ -57,12 +60,12 @@ enum class FindingKind {
 struct FindingDescription
 {
     FindingKind kind;
-    QString id; ///< as in "row-without-data"
+    QStringView id; ///< as in "row-without-data"
     Severity severity;
-    QString remedy; ///< what helps, in words
+    QStringView remedy; ///< what helps, in words
 };
 
-const QList<FindingDescription> &allFindingDescriptions();
+std::span<const FindingDescription> allFindingDescriptions();
 const FindingDescription &descriptionOf(FindingKind kind);
 /// "note", "warning" or "error".
 QString severityText(Severity severity);
@@ -74,10 +77,12 @@ struct RepairStep
     enum class Kind {
         OpenCache, ///< and close it, which takes the dead out; needs nothing of the rest
         EndFetch, ///< of `reference`
+        FollowMove, ///< of `reference`, whose data has come to lie at `path`
         ForgetData, ///< of `reference`, which should be at `path`
         ClearMissing, ///< the data at `path`, which `reference` does not know any more
         CountSize, ///< of `reference`
         CountAll,
+        SumUp, ///< the sizes that are stored, in the one row of sums
         CleanStaging,
         RemoveData, ///< at `path`, which nobody claims
     };

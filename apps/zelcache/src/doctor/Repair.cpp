@@ -4,6 +4,7 @@
 #include "ResourceRetrieveHandle.h"
 #include "doctor/UnclaimedData.h"
 #include "errors/Propagate.h"
+#include "files/FileUtilsGeneric.h"
 #include "platform/TreeRemoval.h"
 
 #include <QFileInfo>
@@ -60,6 +61,9 @@ QString stepText(const RepairStep &step)
         return u"Open the cache, which takes out the dead and what they left."_s;
     case Kind::EndFetch:
         return u"Set \"%1\" to Missing: nobody fetches it."_s.arg(step.reference);
+    case Kind::FollowMove:
+        return u"Set the path of \"%1\" to \"%2\": its data lies there."_s.arg(step.reference,
+                                                                               step.path);
     case Kind::ForgetData:
         return u"Set \"%1\" to Missing: its data is gone."_s.arg(step.reference);
     case Kind::ClearMissing:
@@ -68,6 +72,8 @@ QString stepText(const RepairStep &step)
         return u"Count the size of \"%1\" anew."_s.arg(step.reference);
     case Kind::CountAll:
         return u"Count all sizes anew."_s;
+    case Kind::SumUp:
+        return u"Sum up the sizes of all resources anew, in the one row of sums."_s;
     case Kind::CleanStaging:
         return u"Remove what fetches have left and nobody will go on with."_s;
     case Kind::RemoveData:
@@ -111,6 +117,8 @@ Error Repair::run(const RepairStep &step)
         break;
     case Kind::EndFetch:
         return ZEL_PASS(endFetch(step));
+    case Kind::FollowMove:
+        return ZEL_PASS(followMove(step));
     case Kind::ForgetData:
         return ZEL_PASS(forgetData(step));
     case Kind::ClearMissing:
@@ -119,6 +127,8 @@ Error Repair::run(const RepairStep &step)
         return ZEL_PASS(cache->updateFileSize(step.reference));
     case Kind::CountAll:
         return ZEL_PASS(cache->updateFileSizes());
+    case Kind::SumUp:
+        return ZEL_PASS(cache->rebuildMetadata());
     case Kind::CleanStaging:
         cleanStaging();
         break;
@@ -139,6 +149,22 @@ Error Repair::endFetch(const RepairStep &step)
     if (!isFetcher)
         return {};
     return ZEL_PASS(fetch.finalizeRetrieve(Error(ErrorCode::Canceled, u"nobody fetches it"_s)));
+}
+
+/// Only for a resource that leads to nothing still; the lock is not held in between, but whoever
+/// fetches it meanwhile puts it at this very path.
+Error Repair::followMove(const RepairStep &step)
+{
+    ZEL_TRY_LET(const ResourceStatus status, cache->readStatus(step.reference));
+    if (status != ResourceStatus::Ready)
+        return {};
+    ZEL_TRY_LET(const auto former, cache->readLocalPath(step.reference));
+    if (QFileInfo::exists(former.toString()))
+        return {};
+    if (!QFileInfo::exists(step.path))
+        return failed(u"\"%1\" is gone."_s.arg(step.path));
+    return ZEL_PASS(cache->saveLocalPath(step.reference, PathImpl<PathType::Unknown>(step.path),
+                                         FileUtilsGeneric::contentSize(step.path)));
 }
 
 /// The library's own clean-up before a fetch, which makes a Ready resource without data Missing.

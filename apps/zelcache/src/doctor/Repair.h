@@ -45,6 +45,7 @@ public:
 private:
     Error run(const RepairStep &step);
     Error endFetch(const RepairStep &step);
+    Error followMove(const RepairStep &step);
     Error forgetData(const RepairStep &step);
     Error clearMissing(const RepairStep &step);
     void cleanStaging();

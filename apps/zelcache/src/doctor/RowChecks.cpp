@@ -28,11 +28,13 @@ private:
     void checkMissing(const Resource &resource);
     void checkPlace(const Resource &resource, const QByteArray &path);
     void checkSize(const Resource &resource, const QByteArray &path);
+    bool wasMoved(const Resource &resource);
     bool isThere(const Resource &resource, const QByteArray &path) const;
 
     const Examination &all;
     Findings &findings;
     QString resolvedDataDirectory;
+    QSet<QString> wanted; ///< by somebody who is alive
     QHash<QByteArray, QString> ownersOfPaths;
 };
 
@@ -42,7 +44,10 @@ RowChecks::RowChecks(const Examination &all, Findings &findings)
     , resolvedDataDirectory(
           QFileInfo(all.settings.cachePath.cacheDataDir().toString()).canonicalFilePath())
 {
-    ownersOfPaths.reserve(all.snapshot.resources.size());
+    for (const ResourceCacheReader::AcquiringTask &task : all.snapshot.acquiringTasks) {
+        if (!wanted.contains(task.reference) && all.isAlive(task.clientId))
+            wanted.insert(task.reference);
+    }
 }
 
 void RowChecks::add(FindingKind kind, const Resource &resource, const QString &explanation,
@@ -65,7 +70,7 @@ void RowChecks::check(const Resource &resource)
         break;
     case ResourceStatus::ScheduledForAcquire:
     case ResourceStatus::Acquiring:
-        if (!all.isWanted(resource.reference)) {
+        if (!wanted.contains(resource.reference)) {
             add(FindingKind::FetchWithoutTask, resource,
                 u"It is said to be fetched, but no living process fetches it."_s,
                 RepairStep::Kind::EndFetch);
@@ -90,8 +95,10 @@ void RowChecks::checkReady(const Resource &resource)
             RepairStep::Kind::ForgetData);
         return;
     }
-    const QByteArray path = all.data.relative(resource.path);
+    const QByteArray path = all.data.places().named(resource.path);
     if (!path.isEmpty() && (all.data.isHidden(path) || !all.data.exists()))
+        return;
+    if (path.isEmpty() && wasMoved(resource))
         return;
     checkPlace(resource, path);
     if (!isThere(resource, path)) {
@@ -104,23 +111,40 @@ void RowChecks::checkReady(const Resource &resource)
         checkSize(resource, path);
 }
 
+/// Somebody has moved the base directory: the row leads to nothing, but its data came along.
+bool RowChecks::wasMoved(const Resource &resource)
+{
+    const QByteArray place = all.data.places().afterMove(resource.path);
+    if (!all.data.sizeAt(place) || all.data.isOfSeveral(place) || isThere(resource, {}))
+        return false;
+    const QString path = all.data.places().pathTo(place);
+    findings.append(
+        { FindingKind::PathMoved, resource.reference,
+          u"There is nothing at \"%1\", but its data lies at \"%2\"."_s.arg(resource.path, path),
+          RepairStep { RepairStep::Kind::FollowMove, resource.reference, path } });
+    return true;
+}
+
 /// `path` is that below the data directory, empty for one that does not lie there.
 void RowChecks::checkPlace(const Resource &resource, const QByteArray &path)
 {
     if (!path.isEmpty() && !path.contains('/')) {
         add(FindingKind::PathInRoot, resource,
-            u"\"%1\" lies in the data directory itself, without a folder of its own."_s.arg(
-                resource.path));
+            u"\"%1\" lies in the data directory itself, without a folder of its own: what removes "
+            u"it "
+            "removes all data."_s.arg(resource.path));
     } else if (path.isEmpty()) {
         const QString resolved = QFileInfo(resource.path).canonicalFilePath();
         const bool isInside
             = !resolvedDataDirectory.isEmpty() && resolved.startsWith(resolvedDataDirectory + u'/');
         const QString text = isInside
             ? u"\"%1\" lies in the data directory, which other programs spell in another way."_s
-            : u"\"%1\" lies outside of the data directory, where the cache removes nothing."_s;
+            : u"\"%1\" lies outside of the data directory: what removes it removes the folder around it."_s;
         add(isInside ? FindingKind::PathOtherSpelling : FindingKind::PathOutside, resource,
             text.arg(resource.path));
     }
+    if (!path.isEmpty() && !all.data.isShared(path))
+        return;
     QString &owner
         = ownersOfPaths[path.isEmpty() ? QFile::encodeName(QDir::cleanPath(resource.path)) : path];
     if (!owner.isEmpty()) {
@@ -148,9 +172,10 @@ void RowChecks::checkSize(const Resource &resource, const QByteArray &path)
 
 void RowChecks::checkMissing(const Resource &resource)
 {
-    const QByteArray path = all.data.relative(resource.path);
-    // What lies elsewhere is none of the cache's.
-    if (!path.contains('/') || !all.data.sizeAt(path) || all.isWanted(resource.reference))
+    const QByteArray path = all.data.places().named(resource.path);
+    // What lies elsewhere is none of the cache's, and what is another row's stays.
+    if (!path.contains('/') || !all.data.sizeAt(path) || wanted.contains(resource.reference)
+        || all.data.isOfSeveral(path))
         return;
     add(FindingKind::DataOfMissingRow, resource,
         u"It is Missing, but something lies at \"%1\"."_s.arg(resource.path),

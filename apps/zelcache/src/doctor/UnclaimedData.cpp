@@ -10,6 +10,7 @@
 #include <QUuid>
 
 #include <algorithm>
+#include <vector>
 
 namespace zel::cli {
 
@@ -58,29 +59,43 @@ std::optional<TreeSurvey::Entry> entryAt(const QString &path)
     return entry;
 }
 
-/// By whatever name a row's path leads there.
-bool isInRow(const Examination &all, const QString &path)
+/// The places that rows lead to at one moment, by whatever name.
+class Claims
 {
-    const QString resolved = QFileInfo(path).canonicalFilePath();
-    const auto isIn = [](const QString &inner, const QString &outer) {
-        return !outer.isEmpty() && (inner == outer || inner.startsWith(outer + u'/'));
-    };
-    const QString dataDirectory = all.settings.cachePath.cacheDataDir();
-    return std::any_of(all.snapshot.resources.begin(), all.snapshot.resources.end(),
-                       [&](const auto &resource) {
-                           const QString claimed = QDir::cleanPath(resource.path);
-                           return isIn(claimed, path)
-                               || (!isIn(claimed, dataDirectory)
-                                   && isIn(QFileInfo(claimed).canonicalFilePath(), resolved));
-                       });
-}
+public:
+    explicit Claims(const Examination &all)
+        : places(all.settings.cachePath.cacheDataDir())
+    {
+        claimed.reserve(std::size_t(all.snapshot.resources.size()));
+        for (const ResourceCacheReader::Resource &resource : all.snapshot.resources) {
+            if (QByteArray place = places.of(resource.path); !place.isEmpty())
+                claimed.push_back(std::move(place));
+        }
+        std::sort(claimed.begin(), claimed.end());
+    }
 
-void moveAside(const Examination &before, Candidate &candidate)
+    /// Whether a row has the path, or one in it or around it.
+    bool include(const QString &path) const
+    {
+        const QByteArray place = places.named(path);
+        const auto inside = std::lower_bound(claimed.begin(), claimed.end(), place + '/');
+        bool isIncluded = inside != claimed.end() && inside->startsWith(place + '/');
+        for (QByteArray around = place; !around.isEmpty(); around = folderAround(around))
+            isIncluded |= std::binary_search(claimed.begin(), claimed.end(), around);
+        return isIncluded;
+    }
+
+private:
+    DataPlaces places;
+    std::vector<QByteArray> claimed; ///< sorted
+};
+
+void moveAside(const Examination &before, const Claims &claims, Candidate &candidate)
 {
     const auto entry = entryAt(candidate.path);
     if (!entry)
         return; // somebody else has removed it
-    if (isInRow(before, candidate.path) || before.mayBeClaimed(*entry)) {
+    if (claims.include(candidate.path) || before.mayBeClaimed(*entry)) {
         candidate.failure = stays(candidate.path);
         return;
     }
@@ -94,19 +109,44 @@ void moveAside(const Examination &before, Candidate &candidate)
         = Error(ErrorCode::OperationFailed, u"\"%1\" cannot be removed."_s.arg(candidate.path));
 }
 
-void removeOrRestore(const Examination &after, Candidate &candidate)
+void restore(Candidate &candidate)
+{
+    if (!QDir().rename(candidate.aside, candidate.path))
+        candidate.failure = stays(candidate.aside);
+}
+
+void removeOrRestore(const Claims &claims, Candidate &candidate)
 {
     if (candidate.aside.isEmpty())
         return;
-    const bool isClaimed = isInRow(after, candidate.path)
+    const bool isClaimed = claims.include(candidate.path)
         || newestChangeIn(candidate.aside) > candidate.newestChange;
     if (!isClaimed) {
         candidate.failure = ZEL_PASS(TreeRemoval::remove(candidate.aside));
         return;
     }
     candidate.failure = stays(candidate.path);
-    if (!QDir().rename(candidate.aside, candidate.path))
-        candidate.failure = stays(candidate.aside);
+    restore(candidate);
+}
+
+/// Who claims it cannot be told.
+void restoreWith(const Error &failure, Candidate &candidate)
+{
+    if (candidate.aside.isEmpty())
+        return;
+    candidate.failure = failure;
+    restore(candidate);
+}
+
+QList<Candidate> movedAside(const QStringList &paths, const Examination &before)
+{
+    const Claims claims(before);
+    QList<Candidate> candidates;
+    for (const QString &path : paths) {
+        candidates.append({ path, {}, 0, {} });
+        moveAside(before, claims, candidates.last());
+    }
+    return candidates;
 }
 
 } // namespace
@@ -117,18 +157,15 @@ QList<Error> removeUnclaimed(const QStringList &paths, const ResourceManagerSett
     const auto before = examineRows(settings, minimumAge);
     if (!before.hasValue())
         return QList<Error>(paths.size(), before.error());
-    QList<Candidate> candidates;
-    for (const QString &path : paths) {
-        candidates.append({ path, {}, 0, {} });
-        moveAside(before.value(), candidates.last());
-    }
+    QList<Candidate> candidates = movedAside(paths, before.value());
     const auto after = examineRows(settings, minimumAge);
+    const Claims claims(after.hasValue() ? after.value() : before.value());
     QList<Error> outcomes;
     for (Candidate &candidate : candidates) {
         if (after.hasValue())
-            removeOrRestore(after.value(), candidate);
+            removeOrRestore(claims, candidate);
         else
-            candidate.failure = after.error();
+            restoreWith(after.error(), candidate);
         outcomes.append(candidate.failure);
     }
     return outcomes;

@@ -9,6 +9,7 @@
 #include <QJsonArray>
 
 #include <algorithm>
+#include <array>
 
 namespace zel::cli {
 
@@ -57,19 +58,9 @@ int verdictColumns()
 
 QString kindName(Kind kind)
 {
-    switch (kind) {
-    case Kind::Changed:
-        return u"changed"_s;
-    case Kind::Truncated:
-        return u"truncated"_s;
-    case Kind::Missing:
-        return u"missing"_s;
-    case Kind::Unreadable:
-        return u"unreadable"_s;
-    case Kind::Extra:
-        break;
-    }
-    return u"extra"_s;
+    static constexpr std::array<QStringView, 5> names { u"changed", u"truncated", u"missing",
+                                                        u"unreadable", u"extra" };
+    return names.at(std::size_t(kind)).toString();
 }
 
 QString changeSentence(const QString &file, const Finding &finding)

@@ -100,6 +100,20 @@ ZEL_VISIBLE int statx(int folder, const char *path, int flags, unsigned mask, st
     return next(folder, path, flags, mask, info);
 }
 
+ZEL_VISIBLE int fstatat(int folder, const char *path, struct stat *info, int flags) noexcept
+{
+    static const auto next = original<int (*)(int, const char *, struct stat *, int)>("fstatat");
+    countState();
+    return next(folder, path, info, flags);
+}
+
+ZEL_VISIBLE int lstat(const char *path, struct stat *info) noexcept
+{
+    static const auto next = original<int (*)(const char *, struct stat *)>("lstat");
+    countState();
+    return next(path, info);
+}
+
 ZEL_VISIBLE char *realpath(const char *path, char *resolved) noexcept
 {
     static const auto next = original<char *(*)(const char *, char *)>("realpath");

@@ -1,13 +1,22 @@
 #include "doctor/Checks.h"
 #include "doctor/DoctorReport.h"
 
+#include "AsAnybody.h"
+#include "TemporaryCache.h"
+
 #include <QFile>
+#include <QTemporaryDir>
 
 using namespace zel;
 using namespace zel::cli;
+using namespace zel::test;
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+constexpr QFileDevice::Permissions open = QFileDevice::ReadOwner | QFileDevice::WriteOwner
+    | QFileDevice::ExeOwner | QFileDevice::ReadGroup | QFileDevice::ExeGroup
+    | QFileDevice::ReadOther | QFileDevice::ExeOther;
 
 using Kinds = QList<FindingKind>;
 
@@ -123,6 +132,63 @@ TEST_F(DoctorChecksTest, lock_heldByAProcessThatIsGone_isStuckAndForbidsRepairs)
     EXPECT_EQ(found(checks::lock), Kinds { FindingKind::LockHeld });
 }
 
+TEST_F(DoctorChecksTest, lock_ofAnotherUserForHimself_isNamedWithItsOwner)
+{
+    all.lock.after.access = SystemSemaphoreState::Access::Refused;
+    all.lock.after.keyFile = u"/tmp/key"_s;
+    all.lock.after.owner = u"another"_s;
+    Findings findings;
+    checks::lock(all, findings);
+    ASSERT_EQ(kindsOf(findings), Kinds { FindingKind::LockRefused });
+    EXPECT_EQ(findings.first().subject, u"/tmp/key"_s);
+    EXPECT_TRUE(findings.first().explanation.contains(u"\"another\""_s));
+    EXPECT_FALSE(findings.first().repair);
+    all.lock.after.access = SystemSemaphoreState::Access::Absent; // nobody has had it yet
+    EXPECT_EQ(found(checks::lock), Kinds());
+}
+
+TEST_F(DoctorChecksTest, place_linkedBase_isADamageOnceItsOtherNameHasALock)
+{
+    all.lock.otherSpelling = u"/real"_s;
+    Findings findings;
+    checks::place(all, findings);
+    ASSERT_EQ(kindsOf(findings), Kinds { FindingKind::BaseIsLinked });
+    EXPECT_FALSE(findings.first().isDamage());
+    EXPECT_TRUE(findings.first().explanation.contains(u"\"/real\""_s));
+    for (const auto access :
+         { SystemSemaphoreState::Access::Seen, SystemSemaphoreState::Access::Refused }) {
+        all.lock.otherSemaphore.access = access;
+        EXPECT_EQ(found(checks::place), Kinds { FindingKind::TwoSpellings });
+    }
+}
+
+TEST_F(DoctorChecksTest, disk_folderThatCannotBeRead_isNamedAndNotJudged)
+{
+    QTemporaryDir directory;
+    ASSERT_TRUE(QFile::setPermissions(directory.path(), open));
+    const auto at = [&directory](const QString &name) {
+        return directory.filePath(name);
+    };
+    writeFile(at(u"share/closed/run.raw"_s), "data");
+    writeFile(at(u"share/nobodys/closed/run.raw"_s), "data");
+    ResourceCacheReader::Resource row;
+    row.reference = u"a"_s;
+    row.path = at(u"share/closed/run.raw"_s);
+    row.status = ResourceStatus::Ready;
+    all.snapshot.resources.append(row);
+    all.condition.metadataRows = 1;
+    for (const QString &folder : { at(u"share/closed"_s), at(u"share/nobodys/closed"_s) })
+        ASSERT_TRUE(QFile::setPermissions(folder, {}));
+    const AsAnybody anybody;
+    if (!anybody.canReach(at(u"share"_s)))
+        GTEST_SKIP() << "the folders above are closed to anybody";
+
+    all.data = DataInventory::of(directory.path(), all.snapshot.resources);
+    EXPECT_EQ(found(checks::rows), Kinds());
+    EXPECT_EQ(found(checks::disk),
+              (Kinds { FindingKind::FolderUnreadable, FindingKind::FolderUnreadable }));
+}
+
 TEST_F(DoctorChecksTest, lock_clientsOfOthers_areNamedAsLongAsTheyLive)
 {
     addClient(1, 1000);
@@ -189,7 +255,7 @@ TEST(FindingTest, allFindingDescriptions_everyId_standsOnceInTheDocument)
         EXPECT_EQ(text.count("| `" + description.id.toLatin1() + "` | "
                              + severityText(description.severity).toLatin1() + " |"),
                   1)
-            << description.id.toStdString();
+            << description.id.toString().toStdString();
         EXPECT_EQ(descriptionOf(description.kind).id, description.id);
         EXPECT_FALSE(description.remedy.isEmpty());
     }
