@@ -49,7 +49,7 @@ RepairPlan planOf(const Findings &findings)
         return left.kind < right.kind;
     });
     // Equal ones stand together: those without a subject of their own.
-    plan.erase(std::unique(plan.begin(), plan.end()), plan.end());
+    plan.resize(std::unique(plan.begin(), plan.end()) - plan.begin());
     return plan;
 }
 
