@@ -118,7 +118,7 @@ std::optional<ContentManifest::File> fileOf(const QJsonObject &object, qint64 bl
         return file;
     }
     const QJsonArray sums = object.value(u"xxh3"_s).toArray();
-    for (const QJsonValue &sum : sums)
+    for (const auto &sum : sums)
         file.sums.append(sum.toString().toLatin1());
     file.isSummedLater = object.value(u"summedLater"_s).toBool();
     file.verified = moment(object.value(u"verified"_s));
@@ -225,7 +225,7 @@ Result<ContentManifest> ContentManifest::fromJson(const QByteArray &json)
         return ZEL_PASS(badManifest());
     QSet<QByteArray> paths;
     const QJsonArray list = object.value(u"files"_s).toArray();
-    for (const QJsonValue &value : list) {
+    for (const auto &value : list) {
         const auto file = fileOf(value.toObject(), manifest.blockBytes);
         if (!file || paths.contains(file->path))
             return ZEL_PASS(badManifest());

@@ -75,7 +75,7 @@ Result<QList<Entry>> AutoindexPage::parse(const QByteArray &json)
     }
     QList<Entry> entries;
     const QJsonArray array = document.array();
-    for (const QJsonValue &value : array) {
+    for (const auto &value : array) {
         const QString type = value.toObject().value(u"type"_s).toString();
         const bool isFolder = type == u"directory"_s;
         if (!isFolder && type == u"other"_s)
