@@ -7,6 +7,7 @@
 
 #include <QElapsedTimer>
 
+#include <memory>
 #include <vector>
 
 namespace zel::cli {
@@ -48,8 +49,9 @@ SourceSizes askForSizes(const QList<QSharedPointer<ResourceHandler>> &handlers,
                         std::optional<std::chrono::milliseconds> patience)
 {
     TaskWait wait;
-    QElapsedTimer silence;
-    silence.start();
+    // Shared with the tasks, so that it does not matter which of them ends last.
+    const auto silence = std::make_shared<QElapsedTimer>();
+    silence->start();
     std::vector<AskTask> tasks;
     for (const auto &handler : handlers) {
         tasks.push_back(ResourceManager::retrieveMetadataAsync(handler, ResourceHandler::Queued));
@@ -57,11 +59,11 @@ SourceSizes askForSizes(const QList<QSharedPointer<ResourceHandler>> &handlers,
             continue;
         Task *task = tasks.back().value().get();
         wait.add(task);
-        QObject::connect(task, &Task::finished, task, [&silence] { silence.restart(); });
+        QObject::connect(task, &Task::finished, task, [silence] { silence->restart(); });
     }
     SourceSizes sizes;
     sizes.signalNumber = wait.run([&] {
-        if (patience && silence.hasExpired(patience->count()))
+        if (patience && silence->hasExpired(patience->count()))
             wait.cancelAll();
     });
     for (qsizetype i = 0; i < handlers.size(); ++i)
