@@ -2,6 +2,7 @@
 
 #include "errors/Propagate.h"
 #include "integrity/ContentSum.h"
+#include "integrity/ManifestText.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -25,17 +26,22 @@ QJsonValue number(qint64 value)
 }
 
 /// Empty for what is no number.
-std::optional<qint64> number(const QJsonValue &value)
+std::optional<qint64> number(const QByteArray &text)
 {
     bool isGood = false;
-    const qint64 found = value.toString().toLongLong(&isGood);
+    const qint64 found = text.toLongLong(&isGood);
     return isGood ? std::optional(found) : std::nullopt;
+}
+
+std::optional<qint64> count(const QByteArray &text)
+{
+    const auto found = number(text);
+    return found && *found >= 0 ? found : std::nullopt;
 }
 
 std::optional<qint64> count(const QJsonValue &value)
 {
-    const auto found = number(value);
-    return found && *found >= 0 ? found : std::nullopt;
+    return count(value.toString().toLatin1());
 }
 
 void insertMoment(QJsonObject &object, const QString &name, const QDateTime &value)
@@ -44,9 +50,19 @@ void insertMoment(QJsonObject &object, const QString &name, const QDateTime &val
         object.insert(name, value.toUTC().toString(Qt::ISODateWithMs));
 }
 
+QDateTime moment(const QString &text)
+{
+    return text.isEmpty() ? QDateTime() : QDateTime::fromString(text, Qt::ISODateWithMs);
+}
+
 QDateTime moment(const QJsonValue &value)
 {
-    return QDateTime::fromString(value.toString(), Qt::ISODateWithMs);
+    return moment(value.toString());
+}
+
+QDateTime moment(const QByteArray &text)
+{
+    return moment(QString::fromLatin1(text));
 }
 
 /// Bytes that need not be text, in letters that every program reads alike.
@@ -102,29 +118,58 @@ QJsonObject toObject(const ContentManifest::File &file)
     return object;
 }
 
-/// Empty if it makes no sense.
-std::optional<ContentManifest::File> fileOf(const QJsonObject &object, qint64 blockBytes)
+/// The same as read from a manifest's text, for all else that JSON allows.
+ManifestText::File textOf(const QJsonObject &object)
 {
-    const auto size = count(object.value(u"size"_s));
-    const auto modified = number(object.value(u"modified"_s));
+    const auto text = [&object](const QString &name) {
+        return object.value(name).toString().toLatin1();
+    };
+    ManifestText::File file;
+    file.path = text(u"path"_s);
+    file.size = text(u"size"_s);
+    file.modified = text(u"modified"_s);
+    if (object.contains(u"link"_s))
+        file.link = text(u"link"_s);
+    const QJsonArray sums = object.value(u"xxh3"_s).toArray();
+    for (const auto &sum : sums)
+        file.sums.append(sum.toString().toLatin1());
+    file.verified = text(u"verified"_s);
+    file.changed = text(u"changed"_s);
+    file.checkedBlocks = text(u"checkedBlocks"_s);
+    file.isSummedLater = object.value(u"summedLater"_s).toBool();
+    file.isChecked = object.value(u"checked"_s).toBool();
+    return file;
+}
+
+QList<ManifestText::File> textsOf(const QJsonArray &array)
+{
+    QList<ManifestText::File> files;
+    for (const auto &value : array)
+        files.append(textOf(value.toObject()));
+    return files;
+}
+
+/// Empty if it makes no sense.
+std::optional<ContentManifest::File> fileOf(const ManifestText::File &text, qint64 blockBytes)
+{
+    const auto size = count(text.size);
+    const auto modified = number(text.modified);
     ContentManifest::File file;
-    file.path = decoded(object.value(u"path"_s));
+    file.path = QByteArray::fromPercentEncoding(text.path);
     if (!size || !modified || !staysBelow(file.path))
         return std::nullopt;
     file.size = *size;
     file.modified = *modified;
-    if (object.contains(u"link"_s)) {
-        file.linkTarget = decoded(object.value(u"link"_s));
+    if (text.link) {
+        file.linkTarget = QByteArray::fromPercentEncoding(*text.link);
         return file;
     }
-    const QJsonArray sums = object.value(u"xxh3"_s).toArray();
-    for (const auto &sum : sums)
-        file.sums.append(sum.toString().toLatin1());
-    file.isSummedLater = object.value(u"summedLater"_s).toBool();
-    file.verified = moment(object.value(u"verified"_s));
-    file.foundChanged = moment(object.value(u"changed"_s));
-    file.isChecked = object.value(u"checked"_s).toBool();
-    file.checkedBlocks = count(object.value(u"checkedBlocks"_s)).value_or(0);
+    file.sums = text.sums;
+    file.isSummedLater = text.isSummedLater;
+    file.verified = moment(text.verified);
+    file.foundChanged = moment(text.changed);
+    file.isChecked = text.isChecked;
+    file.checkedBlocks = count(text.checkedBlocks).value_or(0);
     const bool isGood = file.sums.size() == BlockSums::blockCount(file.size, blockBytes)
         && file.checkedBlocks <= file.sums.size()
         && std::all_of(file.sums.begin(), file.sums.end(), isSum);
@@ -219,18 +264,20 @@ QByteArray ContentManifest::toJson() const
 
 Result<ContentManifest> ContentManifest::fromJson(const QByteArray &json)
 {
-    const QJsonObject object = QJsonDocument::fromJson(json).object();
+    const auto text = ManifestText::takenApart(json);
+    const QJsonObject object = QJsonDocument::fromJson(text ? text->head : json).object();
     ContentManifest manifest = headOf(object);
     if (object.value(u"format"_s).toInt() != formatVersion || !makesSense(manifest))
         return ZEL_PASS(badManifest());
     QSet<QByteArray> paths;
-    const QJsonArray list = object.value(u"files"_s).toArray();
-    for (const auto &value : list) {
-        const auto file = fileOf(value.toObject(), manifest.blockBytes);
+    const auto list = text ? text->files : textsOf(object.value(u"files"_s).toArray());
+    manifest.files.reserve(list.size());
+    for (const ManifestText::File &one : list) {
+        auto file = fileOf(one, manifest.blockBytes);
         if (!file || paths.contains(file->path))
             return ZEL_PASS(badManifest());
         paths.insert(file->path);
-        manifest.files.append(*file);
+        manifest.files.append(std::move(*file));
     }
     if (manifest.files.isEmpty() && !object.contains(u"files"_s))
         return ZEL_PASS(badManifest());

@@ -1,5 +1,7 @@
 #include "ManifestSample.h"
 
+#include "integrity/ManifestText.h"
+
 #include <gtest/gtest.h>
 
 #include <QJsonArray>
@@ -21,6 +23,13 @@ bool isRead(const QJsonObject &object)
 {
     const auto read = ContentManifest::fromJson(QJsonDocument(object).toJson());
     EXPECT_TRUE(read.hasValue() || read.error().errorCode() == ErrorCode::BadData);
+    // As it is written, it is taken apart as a text.
+    const auto quick
+        = ContentManifest::fromJson(QJsonDocument(object).toJson(QJsonDocument::Compact));
+    EXPECT_EQ(quick.hasValue(), read.hasValue());
+    if (quick.hasValue() && read.hasValue()) {
+        EXPECT_EQ(quick.value(), read.value());
+    }
     return read.hasValue();
 }
 
@@ -52,6 +61,33 @@ TEST(ContentManifestTest, fromJson_whatWasWritten_isTheSame)
     const auto read = ContentManifest::fromJson(manifest.toJson());
     ASSERT_TRUE(read.hasValue()) << read.error().description().toStdString();
     EXPECT_EQ(read.value(), manifest);
+}
+
+TEST(ContentManifestTest, takenApart_whatIsWritten_isUnderstood)
+{
+    ContentManifest manifest = sampleManifest();
+    manifest.files.first().path = "run.d/\"files\":[{\\";
+    const QByteArray json = manifest.toJson();
+    const auto text = ManifestText::takenApart(json);
+    ASSERT_TRUE(text);
+    EXPECT_EQ(text->files.size(), manifest.files.size());
+    EXPECT_LT(text->head.size(), json.size());
+    EXPECT_EQ(ContentManifest::fromJson(json).value(), manifest);
+}
+
+TEST(ContentManifestTest, takenApart_anythingElse_isForAReaderOfJson)
+{
+    for (const QByteArray &text :
+         { QByteArray(), QByteArray("\"files\":["), QByteArray("{\"files\":["),
+           QByteArray("{\"files\":[{\"path\""), QByteArray("{\"files\":[{\"path\":\"a"),
+           QByteArray("{\"files\":[{\"other\":\"a\"}]}"),
+           QByteArray("{\"files\":[{\"path\":\"\\u0061\"}]}"),
+           QByteArray("{\"files\":[{\"path\":\"\xc3\xa4\"}]}"),
+           QByteArray("{\"files\":[{\"checked\":false}]}"),
+           QByteArray("{\"files\":[],\"files\":[]}"), QByteArray("{\"a\":{\"files\":[]}}"),
+           QByteArray("[{\"files\":[]}]") })
+        EXPECT_FALSE(ManifestText::takenApart(text)) << text.toStdString();
+    EXPECT_TRUE(ManifestText::takenApart("{\"files\":[]}"));
 }
 
 TEST(ContentManifestTest, fromJson_noManifest_isCode4)
