@@ -226,6 +226,25 @@
     </message>
 </context>
 <context>
+    <name>zel::cli::ClientChecks</name>
+    <message>
+        <source>Its number now belongs to another process (%1), which cannot open the cache. The client is gone and was last heard of %2 ago.</source>
+        <translation>Seine Nummer gehört jetzt einem anderen Prozess (%1), der den Cache nicht öffnen kann. Das Programm ist weg und gab vor %2 das letzte Lebenszeichen.</translation>
+    </message>
+    <message>
+        <source>It lives, but was last heard of %1 ago; the others take it for dead.</source>
+        <translation>Er lebt, gab aber vor %1 das letzte Lebenszeichen; die anderen halten ihn für tot.</translation>
+    </message>
+    <message>
+        <source>The process is gone and was last heard of %1 ago; what it used and fetched is still entered.</source>
+        <translation>Der Prozess ist weg und gab vor %1 das letzte Lebenszeichen; was er benutzte und abrief, ist noch eingetragen.</translation>
+    </message>
+    <message>
+        <source>%1 usages and %2 fetches belong to clients that are gone.</source>
+        <translation>Zu Programmen, die es nicht mehr gibt, gehören Benutzungen (%1) und Abrufe (%2).</translation>
+    </message>
+</context>
+<context>
     <name>zel::cli::ConfigCommand</name>
     <message>
         <source>There is no setting &quot;%1&quot;, only %2.</source>
@@ -246,6 +265,217 @@
     <message>
         <source>The file does not exist yet; the defaults count.</source>
         <translation>Die Datei gibt es noch nicht; es gelten die Vorgaben.</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::DatabaseChecks</name>
+    <message>
+        <source>The cache counts %1 bytes, its resources have %2 in all. It removes too much or too little.</source>
+        <translation>Der Cache zählt %1 Bytes, seine Ressourcen haben zusammen %2. Er entfernt zu viel oder zu wenig.</translation>
+    </message>
+    <message>
+        <source>CacheMetadata has %1 rows instead of one.</source>
+        <translation>CacheMetadata hat %1 Zeilen statt einer.</translation>
+    </message>
+    <message>
+        <source>Its journal mode is &quot;%1&quot; instead of &quot;wal&quot;; each write waits for the disk.</source>
+        <translation>Ihr Journalmodus ist „%1“ statt „wal“; jedes Schreiben wartet auf den Datenträger.</translation>
+    </message>
+    <message>
+        <source>The sizes were last counted in the future, at %1; until then they are not counted again.</source>
+        <translation>Die Größen wurden zuletzt in der Zukunft gezählt, am %1; bis dahin werden sie nicht wieder gezählt.</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::DiskChecks</name>
+    <message>
+        <source>No row claims it, but it is so new that a program may be about to.</source>
+        <translation>Keine Zeile beansprucht es, aber es ist so neu, dass ein Programm gerade dabei sein mag.</translation>
+    </message>
+    <message>
+        <source>A removal or a copy that was interrupted has left it: %1.</source>
+        <translation>Ein unterbrochenes Entfernen oder Kopieren hat es hinterlassen: %1.</translation>
+    </message>
+    <message>
+        <source>No row claims it: %1.</source>
+        <translation>Keine Zeile beansprucht es: %1.</translation>
+    </message>
+    <message>
+        <source>a fetch</source>
+        <translation>einen Abruf</translation>
+    </message>
+    <message>
+        <source>It was collected for %1, and nobody will go on with it.</source>
+        <translation>Es wurde für %1 gesammelt, und niemand wird damit fortfahren.</translation>
+    </message>
+    <message numerus="yes">
+        <source>The data directory cannot be read, but %n resources are Ready.</source>
+        <translation>
+            <numerusform>Das Datenverzeichnis kann nicht gelesen werden, aber %n Ressource ist Ready.</numerusform>
+            <numerusform>Das Datenverzeichnis kann nicht gelesen werden, aber %n Ressourcen sind Ready.</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>The folder cannot be read, so what is in it was not looked at.</source>
+        <translation>Der Ordner kann nicht gelesen werden; was darin ist, wurde nicht betrachtet.</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::DoctorCommand</name>
+    <message>
+        <source>Left:</source>
+        <translation>Übrig:</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::DoctorReport</name>
+    <message>
+        <source>note</source>
+        <translation>Hinweis</translation>
+    </message>
+    <message>
+        <source>warning</source>
+        <translation>Warnung</translation>
+    </message>
+    <message>
+        <source>error</source>
+        <translation>Fehler</translation>
+    </message>
+    <message>
+        <source>and %1 more of %2</source>
+        <translation>und %1 weitere von %2</translation>
+    </message>
+    <message>
+        <source>Plan:</source>
+        <translation>Plan:</translation>
+    </message>
+    <message>
+        <source>and %1 more</source>
+        <translation>und %1 weitere</translation>
+    </message>
+    <message>
+        <source>The cache is in good order.</source>
+        <translation>Der Cache ist in guter Ordnung.</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n damages</source>
+        <translation>
+            <numerusform>%n Schaden</numerusform>
+            <numerusform>%n Schäden</numerusform>
+        </translation>
+    </message>
+    <message numerus="yes">
+        <source>%n repairs</source>
+        <translation>
+            <numerusform>%n Reparatur</numerusform>
+            <numerusform>%n Reparaturen</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>all repaired</source>
+        <translation>alles repariert</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n left</source>
+        <translation>
+            <numerusform>%n bleibt</numerusform>
+            <numerusform>%n bleiben</numerusform>
+        </translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::Finding</name>
+    <message>
+        <source>&quot;zelcache doctor --repair&quot; mends it.</source>
+        <translation>„zelcache doctor --repair“ behebt es.</translation>
+    </message>
+    <message>
+        <source>Move what lies there out of the way. Then &quot;zelcache doctor --repair&quot; forgets it, and &quot;zelcache get&quot; fetches the resource to its place. Do not remove the resource before.</source>
+        <translation>Was dort liegt, aus dem Weg räumen. Dann vergisst „zelcache doctor --repair“ es, und „zelcache get“ ruft die Ressource an ihren Platz ab. Die Ressource nicht vorher entfernen.</translation>
+    </message>
+    <message>
+        <source>Close all programs, move the file aside and fetch anew what is needed.</source>
+        <translation>Alle Programme schließen, die Datei beiseitelegen und neu abrufen, was gebraucht wird.</translation>
+    </message>
+    <message>
+        <source>Close all programs and let &quot;sqlite3 ResourceCache.db .recover&quot; make a new file.</source>
+        <translation>Alle Programme schließen und mit „sqlite3 ResourceCache.db .recover“ eine neue Datei machen.</translation>
+    </message>
+    <message>
+        <source>A newer program may know it. Otherwise &quot;zelcache get&quot; fetches the resource anew.</source>
+        <translation>Ein neueres Programm kennt ihn vielleicht. Sonst ruft „zelcache get“ die Ressource neu ab.</translation>
+    </message>
+    <message>
+        <source>Let all programs use one spelling of the base directory, and fetch the resource anew.</source>
+        <translation>Alle Programme das Basisverzeichnis auf eine Art schreiben lassen und die Ressource neu abrufen.</translation>
+    </message>
+    <message>
+        <source>What removes the one takes the other&apos;s data along: &quot;zelcache doctor --repair&quot; mends its row then, and &quot;zelcache get&quot; fetches both anew.</source>
+        <translation>Was die eine entfernt, nimmt die Daten der anderen mit: „zelcache doctor --repair“ behebt dann deren Zeile, und „zelcache get“ ruft beide neu ab.</translation>
+    </message>
+    <message>
+        <source>If its volume is not mounted, mount it. If the data is gone for good, make the directory: then &quot;zelcache doctor --repair&quot; mends the rows.</source>
+        <translation>Ist sein Datenträger nicht eingehängt, ihn einhängen. Sind die Daten endgültig weg, das Verzeichnis anlegen: dann behebt „zelcache doctor --repair“ die Zeilen.</translation>
+    </message>
+    <message>
+        <source>If nobody fetches it, it can be removed once it is older.</source>
+        <translation>Ruft es niemand ab, kann es entfernt werden, sobald es älter ist.</translation>
+    </message>
+    <message>
+        <source>Give yourself the right to read it, or run the program as its owner.</source>
+        <translation>Sich das Leserecht geben oder das Programm als sein Eigentümer ausführen.</translation>
+    </message>
+    <message>
+        <source>&quot;zelcache doctor --repair&quot; mends it once the client has been silent for 30 s.</source>
+        <translation>„zelcache doctor --repair“ behebt es, sobald das Programm 30 s stumm ist.</translation>
+    </message>
+    <message>
+        <source>Let the process go on if it is stopped, or end it.</source>
+        <translation>Den Prozess fortsetzen, falls er angehalten ist, oder beenden.</translation>
+    </message>
+    <message>
+        <source>Put the cache on a local disk: &quot;zelcache config set CacheLocationPath DIR&quot;.</source>
+        <translation>Den Cache auf einen lokalen Datenträger legen: „zelcache config set CacheLocationPath DIR“.</translation>
+    </message>
+    <message>
+        <source>Set a smaller one: &quot;zelcache config set MaximumCacheSize SIZE&quot;.</source>
+        <translation>Eine kleinere setzen: „zelcache config set MaximumCacheSize SIZE“.</translation>
+    </message>
+    <message>
+        <source>Set one of them: &quot;zelcache config set OptimalCacheSize SIZE&quot;.</source>
+        <translation>Eine von beiden setzen: „zelcache config set OptimalCacheSize SIZE“.</translation>
+    </message>
+    <message>
+        <source>Let all programs use one spelling of the base directory. When none of the others runs, the other lock&apos;s file can be removed.</source>
+        <translation>Alle Programme das Basisverzeichnis auf eine Art schreiben lassen. Läuft keins der anderen, kann die Datei der anderen Sperre entfernt werden.</translation>
+    </message>
+    <message>
+        <source>Let all programs name the base directory in this way.</source>
+        <translation>Alle Programme das Basisverzeichnis so nennen lassen.</translation>
+    </message>
+    <message>
+        <source>It is given back when the operation is done, or when its process ends.</source>
+        <translation>Sie wird zurückgegeben, wenn der Vorgang fertig ist oder sein Prozess endet.</translation>
+    </message>
+    <message>
+        <source>Close all programs and remove the semaphore: &quot;ipcs -s&quot; shows it, &quot;ipcrm -s&quot; removes it.</source>
+        <translation>Alle Programme schließen und den Semaphor entfernen: „ipcs -s“ zeigt ihn, „ipcrm -s“ entfernt ihn.</translation>
+    </message>
+    <message>
+        <source>Let one user own the cache, or let each have a temporary folder of his own.</source>
+        <translation>Den Cache einem Benutzer geben oder jedem einen eigenen Ordner für Temporäres.</translation>
+    </message>
+    <message>
+        <source>Let all programs have the same temporary folder (TMPDIR) and the same owner.</source>
+        <translation>Allen Programmen denselben Ordner für Temporäres (TMPDIR) und denselben Eigentümer geben.</translation>
+    </message>
+    <message>
+        <source>Start all programs with the same temporary folder (TMPDIR).</source>
+        <translation>Alle Programme mit demselben Ordner für Temporäres (TMPDIR) starten.</translation>
+    </message>
+    <message>
+        <source>Give each user a cache of his own.</source>
+        <translation>Jedem Benutzer einen eigenen Cache geben.</translation>
     </message>
 </context>
 <context>
@@ -440,6 +670,37 @@
     </message>
 </context>
 <context>
+    <name>zel::cli::LockChecks</name>
+    <message>
+        <source>%1 processes can hold the lock at the same time.</source>
+        <translation>%1 Prozesse können die Sperre zugleich halten.</translation>
+    </message>
+    <message>
+        <source>The process that holds the lock is gone; %1 wait for it.</source>
+        <translation>Der Prozess, der die Sperre hält, ist weg; Wartende: %1.</translation>
+    </message>
+    <message>
+        <source>The lock is held by %1; %2 wait for it.</source>
+        <translation>Die Sperre wird von %1 gehalten; Wartende: %2.</translation>
+    </message>
+    <message>
+        <source>The base directory is locked by %1, but not through the lock &quot;%2&quot; of this program.</source>
+        <translation>Das Basisverzeichnis ist von %1 gesperrt, aber nicht durch die Sperre „%2“ dieses Programms.</translation>
+    </message>
+    <message>
+        <source>It runs as &quot;%1&quot;, who cannot have the lock of &quot;%2&quot;.</source>
+        <translation>Er läuft als „%1“, der die Sperre von „%2“ nicht haben kann.</translation>
+    </message>
+    <message>
+        <source>Its temporary folder is &quot;%1&quot; and not &quot;%2&quot;: it has another lock.</source>
+        <translation>Sein Ordner für Temporäres ist „%1“ und nicht „%2“: er hat eine andere Sperre.</translation>
+    </message>
+    <message>
+        <source>The lock belongs to &quot;%1&quot;, and this user may not take it.</source>
+        <translation>Die Sperre gehört „%1“, und dieser Benutzer darf sie nicht nehmen.</translation>
+    </message>
+</context>
+<context>
     <name>zel::cli::Main</name>
     <message>
         <source>The answer cannot be written: %1</source>
@@ -499,6 +760,29 @@
     <message>
         <source>The resource is not there yet.</source>
         <translation>Die Ressource ist noch nicht da.</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::PlaceChecks</name>
+    <message>
+        <source>The cache may have %1, its volume has %2 in all; it is full before the cache is.</source>
+        <translation>Der Cache darf %1 haben, sein Datenträger hat insgesamt %2; er ist voll, bevor der Cache es ist.</translation>
+    </message>
+    <message>
+        <source>The optimal size, %1, is above the maximum, %2.</source>
+        <translation>Die optimale Größe, %1, liegt über der höchsten, %2.</translation>
+    </message>
+    <message>
+        <source>It leads to &quot;%1&quot;. A program that names it so has another lock.</source>
+        <translation>Es führt zu „%1“. Ein Programm, das es so nennt, hat eine andere Sperre.</translation>
+    </message>
+    <message>
+        <source>Programs have used it as &quot;%1&quot; too, with another lock: &quot;%2&quot;.</source>
+        <translation>Programme haben es auch als „%1“ benutzt, mit einer anderen Sperre: „%2“.</translation>
+    </message>
+    <message>
+        <source>It lies on a network file system (%1), where the lock does not keep other machines out and the database may be damaged.</source>
+        <translation>Es liegt auf einem Netzlaufwerk (%1), wo die Sperre andere Rechner nicht fernhält und die Datenbank beschädigt werden kann.</translation>
     </message>
 </context>
 <context>
@@ -684,6 +968,61 @@
     </message>
 </context>
 <context>
+    <name>zel::cli::Repair</name>
+    <message>
+        <source>Open the cache, which takes out the dead and what they left.</source>
+        <translation>Den Cache öffnen, was die Toten und ihre Hinterlassenschaften austrägt.</translation>
+    </message>
+    <message>
+        <source>Set &quot;%1&quot; to Missing: nobody fetches it.</source>
+        <translation>„%1“ auf Missing setzen: niemand ruft sie ab.</translation>
+    </message>
+    <message>
+        <source>Set the path of &quot;%1&quot; to &quot;%2&quot;: its data lies there.</source>
+        <translation>Den Pfad von „%1“ auf „%2“ setzen: dort liegen ihre Daten.</translation>
+    </message>
+    <message>
+        <source>Set &quot;%1&quot; to Missing: its data is gone.</source>
+        <translation>„%1“ auf Missing setzen: ihre Daten sind weg.</translation>
+    </message>
+    <message>
+        <source>Remove &quot;%1&quot;: its resource is Missing.</source>
+        <translation>„%1“ entfernen: die Ressource ist Missing.</translation>
+    </message>
+    <message>
+        <source>Count the size of &quot;%1&quot; anew.</source>
+        <translation>Die Größe von „%1“ neu zählen.</translation>
+    </message>
+    <message>
+        <source>Count all sizes anew.</source>
+        <translation>Alle Größen neu zählen.</translation>
+    </message>
+    <message>
+        <source>Sum up the sizes of all resources anew, in the one row of sums.</source>
+        <translation>Die Größen aller Ressourcen neu summieren, in der einen Zeile der Summen.</translation>
+    </message>
+    <message>
+        <source>Remove what fetches have left and nobody will go on with.</source>
+        <translation>Entfernen, was Abrufe hinterlassen haben und niemand fortsetzen wird.</translation>
+    </message>
+    <message>
+        <source>Remove &quot;%1&quot;: nobody claims it.</source>
+        <translation>„%1“ entfernen: niemand beansprucht es.</translation>
+    </message>
+    <message>
+        <source>nobody fetches it</source>
+        <translation>niemand ruft sie ab</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is gone.</source>
+        <translation>„%1“ ist weg.</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is there again.</source>
+        <translation>„%1“ ist wieder da.</translation>
+    </message>
+</context>
+<context>
     <name>zel::cli::ResourceReasons</name>
     <message>
         <source>It is not here. Whether it ever was, and why it went, the cache does not record.</source>
@@ -845,6 +1184,53 @@
     </message>
 </context>
 <context>
+    <name>zel::cli::RowChecks</name>
+    <message>
+        <source>It is said to be fetched, but no living process fetches it.</source>
+        <translation>Sie wird angeblich abgerufen, aber kein lebender Prozess ruft sie ab.</translation>
+    </message>
+    <message>
+        <source>Its status is none that this program knows.</source>
+        <translation>Ihr Status ist keiner, den dieses Programm kennt.</translation>
+    </message>
+    <message>
+        <source>It is Ready, but has no path.</source>
+        <translation>Sie ist Ready, hat aber keinen Pfad.</translation>
+    </message>
+    <message>
+        <source>It is Ready, but there is nothing at &quot;%1&quot;.</source>
+        <translation>Sie ist Ready, aber unter „%1“ liegt nichts.</translation>
+    </message>
+    <message>
+        <source>There is nothing at &quot;%1&quot;, but its data lies at &quot;%2&quot;.</source>
+        <translation>Unter „%1“ liegt nichts, aber ihre Daten liegen unter „%2“.</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; lies in the data directory itself, without a folder of its own: what removes it removes all data.</source>
+        <translation>„%1“ liegt im Datenverzeichnis selbst, ohne eigenen Ordner: was es entfernt, entfernt alle Daten.</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; lies in the data directory, which other programs spell in another way.</source>
+        <translation>„%1“ liegt im Datenverzeichnis, das andere Programme anders schreiben.</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; lies outside of the data directory: what removes it removes the folder around it.</source>
+        <translation>„%1“ liegt außerhalb des Datenverzeichnisses: was es entfernt, entfernt den Ordner darum.</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; is also the path of %2.</source>
+        <translation>„%1“ ist auch der Pfad von %2.</translation>
+    </message>
+    <message>
+        <source>The cache counts %1 bytes, on the disk it has %2.</source>
+        <translation>Der Cache zählt %1 Bytes, auf dem Datenträger sind es %2.</translation>
+    </message>
+    <message>
+        <source>It is Missing, but something lies at &quot;%1&quot;.</source>
+        <translation>Sie ist Missing, aber unter „%1“ liegt etwas.</translation>
+    </message>
+</context>
+<context>
     <name>zel::cli::SettingValue</name>
     <message>
         <source>is a list, since a comma without quotes parts it; the default counts</source>
@@ -946,6 +1332,17 @@
     <message>
         <source>Nobody can be asked, since standard input is no terminal; --yes answers in advance.</source>
         <translation>Niemand kann gefragt werden, da die Standardeingabe kein Terminal ist; --yes antwortet im Voraus.</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::UnclaimedData</name>
+    <message>
+        <source>&quot;%1&quot; is claimed by now and stays.</source>
+        <translation>„%1“ wird inzwischen beansprucht und bleibt.</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; cannot be removed.</source>
+        <translation>„%1“ kann nicht entfernt werden.</translation>
     </message>
 </context>
 <context>

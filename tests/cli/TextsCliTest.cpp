@@ -198,6 +198,21 @@ TEST_F(TextsCliTest, verification_isAllTexts)
     expectSameJson({ u"verify"_s });
 }
 
+TEST_F(TextsCliTest, doctor_isAllTexts)
+{
+    const QStringList references = fill({ 500, 1000 });
+    expectAllInBrackets({ u"doctor"_s }, 0);
+    ASSERT_TRUE(QFile::remove(pathOf(references.at(0))));
+    writeFile(pathOf(references.at(1)), "short");
+    CacheDatabase(cache.databasePath())
+        .run(u"UPDATE CacheMetadata SET currentSize = 1, lastScanTimestamp = 99999999999"_s);
+    const QStringList ids { u"row"_s, u"without"_s, u"data"_s, u"size"_s,  u"differs"_s,
+                            u"sum"_s, u"scan"_s,    u"in"_s,   u"future"_s };
+    expectSameJson({ u"doctor"_s });
+    expectAllInBrackets({ u"doctor"_s, u"--dry-run"_s }, 4, ids);
+    expectAllInBrackets({ u"doctor"_s, u"--repair"_s }, 1, ids);
+}
+
 TEST_F(TextsCliTest, board_isAllTexts)
 {
     fill({ 500 });

@@ -7,11 +7,18 @@
 
 #include "ResourceCache.h"
 
+#include <QCoreApplication>
+
 namespace zel::cli {
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::DoctorCommand)
+};
 
 constexpr auto helpDetails
     = R"(Examines a cache: its database, its data and its lock. Tells what is wrong, each
@@ -149,7 +156,7 @@ ExitCode DoctorCommand::run(const Context &context)
         if (const auto code = repair(context, request, report))
             return *code;
         if (!report.left.isEmpty())
-            write(context, QStringList { u"Left:"_s } + findingLines(report.left));
+            write(context, QStringList { Texts::tr("Left:") } + findingLines(report.left));
     }
     if (context.options.json) {
         QJsonObject answer = context.emptyAnswer();

@@ -3,6 +3,8 @@
 #include "Format.h"
 #include "ResourceUsers.h"
 
+#include <QCoreApplication>
+
 #include <algorithm>
 
 namespace zel::cli::checks {
@@ -10,6 +12,11 @@ namespace zel::cli::checks {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::ClientChecks)
+};
 
 using Reader = ResourceCacheReader;
 
@@ -34,15 +41,18 @@ QString explanationOf(FindingKind kind, const Reader::Client &client, const QStr
         = durationText(std::chrono::seconds(std::max(now - client.lastPing, qint64(0)) / 1000));
     switch (kind) {
     case FindingKind::ClientReused:
-        return u"Its number now belongs to another process (%1), which cannot open the cache. The "
-               "client is gone and was last heard of %2 ago."_s.arg(program, silence);
+        return Texts::
+            tr("Its number now belongs to another process (%1), which cannot open the cache. The "
+               "client is gone and was last heard of %2 ago.")
+                .arg(program, silence);
     case FindingKind::ClientSilent:
-        return u"It lives, but was last heard of %1 ago; the others take it for dead."_s.arg(
-            silence);
+        return Texts::tr("It lives, but was last heard of %1 ago; the others take it for dead.")
+            .arg(silence);
     default:
-        return u"The process is gone and was last heard of %1 ago; what it used and fetched is "
-               u"still "
-               "entered."_s.arg(silence);
+        return Texts::tr(
+                   "The process is gone and was last heard of %1 ago; what it used and fetched is "
+                   "still entered.")
+            .arg(silence);
     }
 }
 
@@ -78,11 +88,12 @@ void clients(const Examination &all, Findings &findings)
     const qsizetype tasks = countOfGone(all.snapshot.acquiringTasks);
     if (usages + tasks == 0)
         return;
-    findings.append(
-        { FindingKind::StrayRows,
-          {},
-          u"%1 usages and %2 fetches belong to clients that are gone."_s.arg(usages).arg(tasks),
-          RepairStep { RepairStep::Kind::OpenCache, {}, {} } });
+    findings.append({ FindingKind::StrayRows,
+                      {},
+                      Texts::tr("%1 usages and %2 fetches belong to clients that are gone.")
+                          .arg(usages)
+                          .arg(tasks),
+                      RepairStep { RepairStep::Kind::OpenCache, {}, {} } });
 }
 
 } // namespace zel::cli::checks

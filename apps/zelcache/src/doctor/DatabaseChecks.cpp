@@ -2,11 +2,16 @@
 
 #include "Format.h"
 
+#include <QCoreApplication>
+
 namespace zel::cli::checks {
 
-using namespace Qt::Literals::StringLiterals;
-
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::DatabaseChecks)
+};
 
 void checkSum(const Examination &all, Findings &findings)
 {
@@ -18,8 +23,9 @@ void checkSum(const Examination &all, Findings &findings)
     findings.append(
         { FindingKind::SumDiffers,
           {},
-          u"The cache counts %1 bytes, its resources have %2 in all. It removes too much "
-          "or too little."_s.arg(all.snapshot.currentSize)
+          Texts::tr("The cache counts %1 bytes, its resources have %2 in all. It removes too much "
+                    "or too little.")
+              .arg(all.snapshot.currentSize)
               .arg(sum),
           RepairStep { RepairStep::Kind::SumUp, {}, {} } });
 }
@@ -33,7 +39,7 @@ void checkMetadataRows(const Examination &all, Findings &findings)
         return;
     findings.append({ FindingKind::MetadataRows,
                       {},
-                      u"CacheMetadata has %1 rows instead of one."_s.arg(rows),
+                      Texts::tr("CacheMetadata has %1 rows instead of one.").arg(rows),
                       RepairStep { RepairStep::Kind::SumUp, {}, {} } });
 }
 
@@ -54,8 +60,9 @@ void database(const Examination &all, Findings &findings)
     if (all.condition.journalMode != u"wal" && all.condition.metadataRows > 0) {
         findings.append(
             { FindingKind::JournalMode, file,
-              u"Its journal mode is \"%1\" instead of \"wal\"; each write waits for the "
-              "disk."_s.arg(all.condition.journalMode),
+              Texts::tr("Its journal mode is \"%1\" instead of \"wal\"; each write waits for the "
+                        "disk.")
+                  .arg(all.condition.journalMode),
               RepairStep { RepairStep::Kind::OpenCache, {}, {} } });
     }
     constexpr qint64 clockTolerance = 60; // seconds
@@ -63,8 +70,9 @@ void database(const Examination &all, Findings &findings)
         findings.append(
             { FindingKind::ScanInFuture,
               {},
-              u"The sizes were last counted in the future, at %1; until then they are not "
-              "counted again."_s.arg(timeText(all.snapshot.lastScanTimestamp * 1000)),
+              Texts::tr("The sizes were last counted in the future, at %1; until then they are not "
+                        "counted again.")
+                  .arg(timeText(all.snapshot.lastScanTimestamp * 1000)),
               RepairStep { RepairStep::Kind::CountAll, {}, {} } });
     }
 }

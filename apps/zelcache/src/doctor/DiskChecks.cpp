@@ -2,6 +2,8 @@
 
 #include "Format.h"
 
+#include <QCoreApplication>
+
 #include <algorithm>
 
 namespace zel::cli::checks {
@@ -9,6 +11,11 @@ namespace zel::cli::checks {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::DiskChecks)
+};
 
 using Reader = ResourceCacheReader;
 
@@ -24,15 +31,16 @@ void addData(const Examination &all, FindingKind kind, const TreeSurvey::Entry &
 {
     const QString path = all.data.places().pathTo(entry.path);
     if (all.mayBeClaimed(entry)) {
-        findings.append({ FindingKind::DataYoung,
-                          path,
-                          u"No row claims it, but it is so new that a program may be about to."_s,
-                          {} });
+        findings.append(
+            { FindingKind::DataYoung,
+              path,
+              Texts::tr("No row claims it, but it is so new that a program may be about to."),
+              {} });
         return;
     }
     const QString text = kind == FindingKind::Leftover
-        ? u"A removal or a copy that was interrupted has left it: %1."_s
-        : u"No row claims it: %1."_s;
+        ? Texts::tr("A removal or a copy that was interrupted has left it: %1.")
+        : Texts::tr("No row claims it: %1.");
     Finding finding { kind, path, text.arg(sizeText(entry.bytes)), {} };
     // A file without tables is none that could claim anything: the former one may come back.
     if (all.condition.metadataRows > 0)
@@ -56,10 +64,11 @@ void checkStaging(const Examination &all, Findings &findings)
         const bool isInUse = place.record && place.record->isBeingWritten();
         if (isInUse || !place.isStale(isReady, QDateTime::fromMSecsSinceEpoch(all.now)))
             continue;
-        const QString what = place.record ? place.record->displayText : u"a fetch"_s;
-        findings.append({ FindingKind::StagingStale, place.folder,
-                          u"It was collected for %1, and nobody will go on with it."_s.arg(what),
-                          RepairStep { RepairStep::Kind::CleanStaging, {}, {} } });
+        const QString what = place.record ? place.record->displayText : Texts::tr("a fetch");
+        findings.append(
+            { FindingKind::StagingStale, place.folder,
+              Texts::tr("It was collected for %1, and nobody will go on with it.").arg(what),
+              RepairStep { RepairStep::Kind::CleanStaging, {}, {} } });
     }
 }
 
@@ -72,14 +81,16 @@ void disk(const Examination &all, Findings &findings)
         findings.append(
             { FindingKind::DataDirectoryMissing,
               all.settings.cachePath.cacheDataDir(),
-              u"The data directory cannot be read, but %1 resources are Ready."_s.arg(ready),
+              Texts::tr("The data directory cannot be read, but %n resources are Ready.", nullptr,
+                        int(ready)),
               {} });
     }
     for (const QByteArray &folder : all.data.unreadable()) {
-        findings.append({ FindingKind::FolderUnreadable,
-                          all.data.places().pathTo(folder),
-                          u"The folder cannot be read, so what is in it was not looked at."_s,
-                          {} });
+        findings.append(
+            { FindingKind::FolderUnreadable,
+              all.data.places().pathTo(folder),
+              Texts::tr("The folder cannot be read, so what is in it was not looked at."),
+              {} });
     }
     for (const TreeSurvey::Entry &entry : all.data.unclaimed())
         addData(all, FindingKind::DataWithoutRow, entry, findings);

@@ -2,6 +2,7 @@
 
 #include "Json.h"
 
+#include <QCoreApplication>
 #include <QJsonArray>
 #include <QMap>
 
@@ -14,6 +15,11 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::DoctorReport)
+};
+
 /// So many of a kind are shown; a volume that is gone has as many as there are resources.
 constexpr qsizetype shownOfAKind = 20;
 constexpr qsizetype shownSteps = 50;
@@ -22,6 +28,19 @@ qsizetype damagesIn(const Findings &findings)
 {
     return std::count_if(findings.begin(), findings.end(),
                          [](const Finding &finding) { return finding.isDamage(); });
+}
+
+QString severityWord(Severity severity)
+{
+    switch (severity) {
+    case Severity::Note:
+        return Texts::tr("note");
+    case Severity::Warning:
+        return Texts::tr("warning");
+    case Severity::Error:
+        break;
+    }
+    return Texts::tr("error");
 }
 
 QString stepName(RepairStep::Kind kind)
@@ -55,7 +74,7 @@ QJsonArray findingsJson(const Findings &findings)
                                    { u"severity"_s, severityText(description.severity) },
                                    { u"subject"_s, orNull(finding.subject) },
                                    { u"explanation"_s, finding.explanation },
-                                   { u"remedy"_s, description.remedy.toString() },
+                                   { u"remedy"_s, remedyText(finding.kind) },
                                    { u"repairable"_s, finding.repair.has_value() } });
     }
     return array;
@@ -106,15 +125,16 @@ QStringList findingLines(const Findings &findings)
             continue;
         const FindingDescription &description = descriptionOf(finding.kind);
         lines.append(
-            u"%1: %2%3"_s.arg(severityText(description.severity), description.id,
+            u"%1: %2%3"_s.arg(severityWord(description.severity), description.id,
                               finding.subject.isEmpty() ? QString() : u": "_s + finding.subject));
         lines.append(u"  "_s + finding.explanation);
-        lines.append(u"  "_s + description.remedy.toString());
+        lines.append(u"  "_s + remedyText(finding.kind));
     }
     for (auto kind = counts.cbegin(); kind != counts.cend(); ++kind) {
         if (*kind > shownOfAKind)
-            lines.append(
-                u"and %1 more of %2"_s.arg(*kind - shownOfAKind).arg(descriptionOf(kind.key()).id));
+            lines.append(Texts::tr("and %1 more of %2")
+                             .arg(*kind - shownOfAKind)
+                             .arg(descriptionOf(kind.key()).id));
     }
     return lines;
 }
@@ -123,11 +143,11 @@ QStringList planLines(const RepairPlan &plan)
 {
     if (plan.isEmpty())
         return {};
-    QStringList lines { u"Plan:"_s };
+    QStringList lines { Texts::tr("Plan:") };
     for (const RepairStep &step : plan.first(std::min(plan.size(), shownSteps)))
         lines.append(u"  "_s + stepText(step));
     if (plan.size() > shownSteps)
-        lines.append(u"  and %1 more"_s.arg(plan.size() - shownSteps));
+        lines.append(u"  "_s + Texts::tr("and %1 more").arg(plan.size() - shownSteps));
     return lines;
 }
 
@@ -135,12 +155,13 @@ QString verdictText(const DoctorReport &report)
 {
     const qsizetype damages = damagesIn(report.findings);
     if (damages == 0)
-        return u"The cache is in good order."_s;
+        return Texts::tr("The cache is in good order.");
+    const QString all = Texts::tr("%n damages", nullptr, int(damages));
     if (!report.repairs)
-        return u"%1 damages, %2 repairs."_s.arg(damages).arg(report.plan.size());
+        return u"%1, %2."_s.arg(all, Texts::tr("%n repairs", nullptr, int(report.plan.size())));
     const qsizetype left = damagesIn(report.left);
-    return left == 0 ? u"%1 damages, all repaired."_s.arg(damages)
-                     : u"%1 damages, %2 left."_s.arg(damages).arg(left);
+    return u"%1, %2."_s.arg(
+        all, left == 0 ? Texts::tr("all repaired") : Texts::tr("%n left", nullptr, int(left)));
 }
 
 QJsonObject doctorJson(const DoctorReport &report)

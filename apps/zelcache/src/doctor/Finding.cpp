@@ -1,5 +1,7 @@
 #include "doctor/Finding.h"
 
+#include <QCoreApplication>
+
 #include <algorithm>
 #include <array>
 
@@ -7,26 +9,38 @@ namespace zel::cli {
 
 namespace {
 
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::Finding)
+};
+
 using Kind = FindingKind;
 
 constexpr auto note = Severity::Note;
 constexpr auto warning = Severity::Warning;
 constexpr auto error = Severity::Error;
 
-constexpr QStringView byRepair = u"\"zelcache doctor --repair\" mends it.";
+// Marked here, and translated where they are told: there is no language yet.
+constexpr auto byRepair
+    = QT_TRANSLATE_NOOP("zel::cli::Finding", "\"zelcache doctor --repair\" mends it.");
 
 // Not "zelcache remove": the cache removes the folder around a resource.
-constexpr QStringView moveIt
-    = u"Move what lies there out of the way. Then \"zelcache doctor --repair\" forgets it, and "
-      u"\"zelcache get\" fetches the resource to its place. Do not remove the resource before.";
+constexpr auto moveIt = QT_TRANSLATE_NOOP(
+    "zel::cli::Finding",
+    "Move what lies there out of the way. Then \"zelcache doctor --repair\" forgets it, and "
+    "\"zelcache get\" fetches the resource to its place. Do not remove the resource before.");
 
 constexpr std::array descriptions {
     FindingDescription {
         Kind::DatabaseUnreadable, u"database-unreadable", error,
-        u"Close all programs, move the file aside and fetch anew what is needed." },
+        QT_TRANSLATE_NOOP(
+            "zel::cli::Finding",
+            "Close all programs, move the file aside and fetch anew what is needed.") },
     FindingDescription {
         Kind::DatabaseDamaged, u"database-damaged", error,
-        u"Close all programs and let \"sqlite3 ResourceCache.db .recover\" make a new file." },
+        QT_TRANSLATE_NOOP(
+            "zel::cli::Finding",
+            "Close all programs and let \"sqlite3 ResourceCache.db .recover\" make a new file.") },
     FindingDescription { Kind::MetadataRows, u"metadata-rows", error, byRepair },
     FindingDescription { Kind::SumDiffers, u"sum-differs", error, byRepair },
     FindingDescription { Kind::ScanInFuture, u"scan-in-future", warning, byRepair },
@@ -36,67 +50,105 @@ constexpr std::array descriptions {
     FindingDescription { Kind::RowWithoutPath, u"row-without-path", error, byRepair },
     FindingDescription {
         Kind::StatusUnknown, u"status-unknown", warning,
-        u"A newer program may know it. Otherwise \"zelcache get\" fetches the resource anew." },
+        QT_TRANSLATE_NOOP(
+            "zel::cli::Finding",
+            "A newer program may know it. Otherwise \"zelcache get\" fetches the resource anew.") },
     FindingDescription { Kind::SizeDiffers, u"size-differs", warning, byRepair },
     FindingDescription { Kind::PathMoved, u"path-moved", error, byRepair },
     FindingDescription { Kind::PathOutside, u"path-outside", error, moveIt },
     FindingDescription { Kind::PathInRoot, u"path-in-root", error, moveIt },
-    FindingDescription {
-        Kind::PathOtherSpelling, u"path-other-spelling", warning,
-        u"Let all programs use one spelling of the base directory, and fetch the resource anew." },
+    FindingDescription { Kind::PathOtherSpelling, u"path-other-spelling", warning,
+                         QT_TRANSLATE_NOOP("zel::cli::Finding",
+                                           "Let all programs use one spelling of the base "
+                                           "directory, and fetch the resource anew.") },
     FindingDescription {
         Kind::PathShared, u"path-shared", warning,
-        u"What removes the one takes the other's data along: \"zelcache doctor --repair\" mends "
-        u"its row then, and \"zelcache get\" fetches both anew." },
+        QT_TRANSLATE_NOOP(
+            "zel::cli::Finding",
+            "What removes the one takes the other's data along: \"zelcache doctor --repair\" mends "
+            "its row then, and \"zelcache get\" fetches both anew.") },
     FindingDescription { Kind::FetchWithoutTask, u"fetch-without-task", warning, byRepair },
-    FindingDescription { Kind::DataDirectoryMissing, u"data-directory-missing", error,
-                         u"If its volume is not mounted, mount it. If the data is gone for good, "
-                         u"make the directory: then \"zelcache doctor --repair\" mends the rows." },
+    FindingDescription {
+        Kind::DataDirectoryMissing, u"data-directory-missing", error,
+        QT_TRANSLATE_NOOP(
+            "zel::cli::Finding",
+            "If its volume is not mounted, mount it. If the data is gone for good, "
+            "make the directory: then \"zelcache doctor --repair\" mends the rows.") },
     FindingDescription { Kind::DataOfMissingRow, u"data-of-missing-row", warning, byRepair },
     FindingDescription { Kind::DataWithoutRow, u"data-without-row", warning, byRepair },
-    FindingDescription { Kind::DataYoung, u"data-young", note,
-                         u"If nobody fetches it, it can be removed once it is older." },
+    FindingDescription {
+        Kind::DataYoung, u"data-young", note,
+        QT_TRANSLATE_NOOP("zel::cli::Finding",
+                          "If nobody fetches it, it can be removed once it is older.") },
     FindingDescription { Kind::Leftover, u"leftover", warning, byRepair },
-    FindingDescription { Kind::FolderUnreadable, u"folder-unreadable", warning,
-                         u"Give yourself the right to read it, or run the program as its owner." },
+    FindingDescription {
+        Kind::FolderUnreadable, u"folder-unreadable", warning,
+        QT_TRANSLATE_NOOP("zel::cli::Finding",
+                          "Give yourself the right to read it, or run the program as its owner.") },
     FindingDescription { Kind::StagingStale, u"staging-stale", warning, byRepair },
     FindingDescription { Kind::ClientDead, u"client-dead", warning, byRepair },
     FindingDescription {
         Kind::ClientReused, u"client-reused", warning,
-        u"\"zelcache doctor --repair\" mends it once the client has been silent for 30 s." },
+        QT_TRANSLATE_NOOP(
+            "zel::cli::Finding",
+            "\"zelcache doctor --repair\" mends it once the client has been silent for 30 s.") },
     FindingDescription { Kind::ClientSilent, u"client-silent", warning,
-                         u"Let the process go on if it is stopped, or end it." },
+                         QT_TRANSLATE_NOOP("zel::cli::Finding",
+                                           "Let the process go on if it is stopped, or end it.") },
     FindingDescription {
         Kind::NetworkFileSystem, u"network-file-system", warning,
-        u"Put the cache on a local disk: \"zelcache config set CacheLocationPath DIR\"." },
-    FindingDescription { Kind::MaximumAbovePartition, u"maximum-above-partition", warning,
-                         u"Set a smaller one: \"zelcache config set MaximumCacheSize SIZE\"." },
-    FindingDescription { Kind::SizesReversed, u"sizes-reversed", warning,
-                         u"Set one of them: \"zelcache config set OptimalCacheSize SIZE\"." },
-    FindingDescription { Kind::TwoSpellings, u"two-spellings", warning,
-                         u"Let all programs use one spelling of the base directory. When none of "
-                         u"the others runs, the other lock's file can be removed." },
-    FindingDescription { Kind::BaseIsLinked, u"base-is-linked", note,
-                         u"Let all programs name the base directory in this way." },
+        QT_TRANSLATE_NOOP(
+            "zel::cli::Finding",
+            "Put the cache on a local disk: \"zelcache config set CacheLocationPath DIR\".") },
+    FindingDescription {
+        Kind::MaximumAbovePartition, u"maximum-above-partition", warning,
+        QT_TRANSLATE_NOOP("zel::cli::Finding",
+                          "Set a smaller one: \"zelcache config set MaximumCacheSize SIZE\".") },
+    FindingDescription {
+        Kind::SizesReversed, u"sizes-reversed", warning,
+        QT_TRANSLATE_NOOP("zel::cli::Finding",
+                          "Set one of them: \"zelcache config set OptimalCacheSize SIZE\".") },
+    FindingDescription {
+        Kind::TwoSpellings, u"two-spellings", warning,
+        QT_TRANSLATE_NOOP("zel::cli::Finding",
+                          "Let all programs use one spelling of the base directory. When none of "
+                          "the others runs, the other lock's file can be removed.") },
+    FindingDescription {
+        Kind::BaseIsLinked, u"base-is-linked", note,
+        QT_TRANSLATE_NOOP("zel::cli::Finding",
+                          "Let all programs name the base directory in this way.") },
     FindingDescription {
         Kind::LockHeld, u"lock-held", note,
-        u"It is given back when the operation is done, or when its process ends." },
-    FindingDescription { Kind::LockStuck, u"lock-stuck", error,
-                         u"Close all programs and remove the semaphore: \"ipcs -s\" shows it, "
-                         u"\"ipcrm -s\" removes it." },
-    FindingDescription { Kind::LockValue, u"lock-value", error,
-                         u"Close all programs and remove the semaphore: \"ipcs -s\" shows it, "
-                         u"\"ipcrm -s\" removes it." },
+        QT_TRANSLATE_NOOP(
+            "zel::cli::Finding",
+            "It is given back when the operation is done, or when its process ends.") },
+    FindingDescription {
+        Kind::LockStuck, u"lock-stuck", error,
+        QT_TRANSLATE_NOOP("zel::cli::Finding",
+                          "Close all programs and remove the semaphore: \"ipcs -s\" shows it, "
+                          "\"ipcrm -s\" removes it.") },
+    FindingDescription {
+        Kind::LockValue, u"lock-value", error,
+        QT_TRANSLATE_NOOP("zel::cli::Finding",
+                          "Close all programs and remove the semaphore: \"ipcs -s\" shows it, "
+                          "\"ipcrm -s\" removes it.") },
     FindingDescription {
         Kind::LockRefused, u"lock-refused", warning,
-        u"Let one user own the cache, or let each have a temporary folder of his own." },
+        QT_TRANSLATE_NOOP(
+            "zel::cli::Finding",
+            "Let one user own the cache, or let each have a temporary folder of his own.") },
     FindingDescription {
         Kind::LockBeside, u"lock-beside", warning,
-        u"Let all programs have the same temporary folder (TMPDIR) and the same owner." },
-    FindingDescription { Kind::LockOtherTemp, u"lock-other-temp", warning,
-                         u"Start all programs with the same temporary folder (TMPDIR)." },
-    FindingDescription { Kind::LockOtherUser, u"lock-other-user", warning,
-                         u"Give each user a cache of his own." },
+        QT_TRANSLATE_NOOP(
+            "zel::cli::Finding",
+            "Let all programs have the same temporary folder (TMPDIR) and the same owner.") },
+    FindingDescription {
+        Kind::LockOtherTemp, u"lock-other-temp", warning,
+        QT_TRANSLATE_NOOP("zel::cli::Finding",
+                          "Start all programs with the same temporary folder (TMPDIR).") },
+    FindingDescription {
+        Kind::LockOtherUser, u"lock-other-user", warning,
+        QT_TRANSLATE_NOOP("zel::cli::Finding", "Give each user a cache of his own.") },
 };
 
 } // namespace
@@ -112,6 +164,11 @@ const FindingDescription &descriptionOf(FindingKind kind)
         descriptions.begin(), descriptions.end() - 1,
         [kind](const FindingDescription &description) { return description.kind == kind; });
     return *found;
+}
+
+QString remedyText(FindingKind kind)
+{
+    return Texts::tr(descriptionOf(kind).remedy);
 }
 
 QString severityText(Severity severity)

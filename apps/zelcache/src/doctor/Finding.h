@@ -62,12 +62,14 @@ struct FindingDescription
     FindingKind kind;
     QStringView id; ///< as in "row-without-data"
     Severity severity;
-    QStringView remedy; ///< what helps, in words
+    const char *remedy; ///< what helps, in English; see remedyText()
 };
 
 std::span<const FindingDescription> allFindingDescriptions();
 const FindingDescription &descriptionOf(FindingKind kind);
-/// "note", "warning" or "error".
+/// What helps, in words.
+QString remedyText(FindingKind kind);
+/// "note", "warning" or "error", in every language.
 QString severityText(Severity severity);
 
 /// One operation of the library that mends a finding. In the order in which they are done: a later

@@ -2,11 +2,18 @@
 
 #include "ResourceUsers.h"
 
+#include <QCoreApplication>
+
 namespace zel::cli::checks {
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::LockChecks)
+};
 
 using Access = SystemSemaphoreState::Access;
 
@@ -27,13 +34,14 @@ void checkValue(const Examination &all, Findings &findings)
     const QString subject = u"process %1"_s.arg(semaphore.lastProcess);
     if (semaphore.value > 1) {
         add(findings, FindingKind::LockValue, semaphore.keyFile,
-            u"%1 processes can hold the lock at the same time."_s.arg(semaphore.value));
+            Texts::tr("%1 processes can hold the lock at the same time.").arg(semaphore.value));
     } else if (isHeld && isGone(all, semaphore.lastProcess) && !all.lock.directory.isHeld) {
         add(findings, FindingKind::LockStuck, subject,
-            u"The process that holds the lock is gone; %1 wait for it."_s.arg(semaphore.waiting));
+            Texts::tr("The process that holds the lock is gone; %1 wait for it.")
+                .arg(semaphore.waiting));
     } else if (isHeld) {
         add(findings, FindingKind::LockHeld, subject,
-            u"The lock is held by %1; %2 wait for it."_s
+            Texts::tr("The lock is held by %1; %2 wait for it.")
                 .arg(processesText({ semaphore.lastProcess }))
                 .arg(semaphore.waiting));
     }
@@ -51,7 +59,8 @@ void checkBeside(const Examination &all, Findings &findings)
         || lock.before.lastProcess != lock.after.lastProcess || lock.after.lastProcess == *holder)
         return;
     add(findings, FindingKind::LockBeside, u"process %1"_s.arg(*holder),
-        u"The base directory is locked by %1, but not through the lock \"%2\" of this program."_s
+        Texts::tr(
+            "The base directory is locked by %1, but not through the lock \"%2\" of this program.")
             .arg(processesText({ *holder }), lock.after.keyFile));
 }
 
@@ -64,13 +73,13 @@ void checkClients(const Examination &all, Findings &findings)
             continue;
         if (process.user != all.lock.user) {
             add(findings, FindingKind::LockOtherUser, subject,
-                u"It runs as \"%1\", who cannot have the lock of \"%2\"."_s.arg(process.user,
-                                                                                all.lock.user));
+                Texts::tr("It runs as \"%1\", who cannot have the lock of \"%2\".")
+                    .arg(process.user, all.lock.user));
         } else if (process.temporaryFolder
                    && *process.temporaryFolder != all.lock.temporaryFolder) {
             add(findings, FindingKind::LockOtherTemp, subject,
-                u"Its temporary folder is \"%1\" and not \"%2\": it has another lock."_s.arg(
-                    *process.temporaryFolder, all.lock.temporaryFolder));
+                Texts::tr("Its temporary folder is \"%1\" and not \"%2\": it has another lock.")
+                    .arg(*process.temporaryFolder, all.lock.temporaryFolder));
         }
     }
 }
@@ -82,7 +91,8 @@ void lock(const Examination &all, Findings &findings)
     const SystemSemaphoreState &semaphore = all.lock.after;
     if (semaphore.access == Access::Refused) {
         add(findings, FindingKind::LockRefused, semaphore.keyFile,
-            u"The lock belongs to \"%1\", and this user may not take it."_s.arg(semaphore.owner));
+            Texts::tr("The lock belongs to \"%1\", and this user may not take it.")
+                .arg(semaphore.owner));
     }
     if (semaphore.access == Access::Seen)
         checkValue(all, findings);

@@ -2,14 +2,19 @@
 
 #include "Format.h"
 
+#include <QCoreApplication>
+
 #include <algorithm>
 #include <array>
 
 namespace zel::cli::checks {
 
-using namespace Qt::Literals::StringLiterals;
-
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::PlaceChecks)
+};
 
 /// Where locks and shared memory do not reach the other machines that see the same files.
 bool isOfNetwork(const QString &fileSystem)
@@ -39,15 +44,16 @@ void checkSizes(const Examination &all, Findings &findings)
         findings.append(
             { FindingKind::MaximumAbovePartition,
               {},
-              u"The cache may have %1, its volume has %2 in all; it is full before the "
-              "cache is."_s.arg(sizeText(sizes.maximumSize), sizeText(all.partitionSize)),
+              Texts::tr("The cache may have %1, its volume has %2 in all; it is full before the "
+                        "cache is.")
+                  .arg(sizeText(sizes.maximumSize), sizeText(all.partitionSize)),
               {} });
     }
     if (sizes.optimalSize > sizes.maximumSize) {
         findings.append({ FindingKind::SizesReversed,
                           {},
-                          u"The optimal size, %1, is above the maximum, %2."_s.arg(
-                              sizeText(sizes.optimalSize), sizeText(sizes.maximumSize)),
+                          Texts::tr("The optimal size, %1, is above the maximum, %2.")
+                              .arg(sizeText(sizes.optimalSize), sizeText(sizes.maximumSize)),
                           {} });
     }
 }
@@ -59,17 +65,18 @@ void checkSpelling(const Examination &all, Findings &findings)
         return;
     const QString base = all.settings.cachePath.baseDirPath();
     if (lock.otherSemaphore.access == SystemSemaphoreState::Access::Absent) {
-        findings.append({ FindingKind::BaseIsLinked,
-                          base,
-                          u"It leads to \"%1\". A program that names it so has another lock."_s.arg(
-                              lock.otherSpelling),
-                          {} });
+        findings.append(
+            { FindingKind::BaseIsLinked,
+              base,
+              Texts::tr("It leads to \"%1\". A program that names it so has another lock.")
+                  .arg(lock.otherSpelling),
+              {} });
         return;
     }
     findings.append({ FindingKind::TwoSpellings,
                       base,
-                      u"Programs have used it as \"%1\" too, with another lock: \"%2\"."_s.arg(
-                          lock.otherSpelling, lock.otherSemaphore.keyFile),
+                      Texts::tr("Programs have used it as \"%1\" too, with another lock: \"%2\".")
+                          .arg(lock.otherSpelling, lock.otherSemaphore.keyFile),
                       {} });
 }
 
@@ -81,8 +88,9 @@ void place(const Examination &all, Findings &findings)
         findings.append(
             { FindingKind::NetworkFileSystem,
               all.settings.cachePath.baseDirPath(),
-              u"It lies on a network file system (%1), where the lock does not keep other "
-              "machines out and the database may be damaged."_s.arg(all.fileSystem),
+              Texts::tr("It lies on a network file system (%1), where the lock does not keep other "
+                        "machines out and the database may be damaged.")
+                  .arg(all.fileSystem),
               {} });
     }
     checkSizes(all, findings);

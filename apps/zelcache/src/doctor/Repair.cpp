@@ -7,15 +7,19 @@
 #include "files/FileUtilsGeneric.h"
 #include "platform/TreeRemoval.h"
 
+#include <QCoreApplication>
 #include <QFileInfo>
 
 #include <algorithm>
 
 namespace zel::cli {
 
-using namespace Qt::Literals::StringLiterals;
-
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::Repair)
+};
 
 bool forbidsRepair(const Finding &finding)
 {
@@ -58,28 +62,28 @@ QString stepText(const RepairStep &step)
     using Kind = RepairStep::Kind;
     switch (step.kind) {
     case Kind::OpenCache:
-        return u"Open the cache, which takes out the dead and what they left."_s;
+        return Texts::tr("Open the cache, which takes out the dead and what they left.");
     case Kind::EndFetch:
-        return u"Set \"%1\" to Missing: nobody fetches it."_s.arg(step.reference);
+        return Texts::tr("Set \"%1\" to Missing: nobody fetches it.").arg(step.reference);
     case Kind::FollowMove:
-        return u"Set the path of \"%1\" to \"%2\": its data lies there."_s.arg(step.reference,
-                                                                               step.path);
+        return Texts::tr("Set the path of \"%1\" to \"%2\": its data lies there.")
+            .arg(step.reference, step.path);
     case Kind::ForgetData:
-        return u"Set \"%1\" to Missing: its data is gone."_s.arg(step.reference);
+        return Texts::tr("Set \"%1\" to Missing: its data is gone.").arg(step.reference);
     case Kind::ClearMissing:
-        return u"Remove \"%1\": its resource is Missing."_s.arg(step.path);
+        return Texts::tr("Remove \"%1\": its resource is Missing.").arg(step.path);
     case Kind::CountSize:
-        return u"Count the size of \"%1\" anew."_s.arg(step.reference);
+        return Texts::tr("Count the size of \"%1\" anew.").arg(step.reference);
     case Kind::CountAll:
-        return u"Count all sizes anew."_s;
+        return Texts::tr("Count all sizes anew.");
     case Kind::SumUp:
-        return u"Sum up the sizes of all resources anew, in the one row of sums."_s;
+        return Texts::tr("Sum up the sizes of all resources anew, in the one row of sums.");
     case Kind::CleanStaging:
-        return u"Remove what fetches have left and nobody will go on with."_s;
+        return Texts::tr("Remove what fetches have left and nobody will go on with.");
     case Kind::RemoveData:
         break;
     }
-    return u"Remove \"%1\": nobody claims it."_s.arg(step.path);
+    return Texts::tr("Remove \"%1\": nobody claims it.").arg(step.path);
 }
 
 Repair::Repair(ResourceCache *cache, const ResourceManagerSettings &settings,
@@ -148,7 +152,8 @@ Error Repair::endFetch(const RepairStep &step)
     ZEL_TRY_LET(const bool isFetcher, fetch.tryStartRetrieve());
     if (!isFetcher)
         return {};
-    return ZEL_PASS(fetch.finalizeRetrieve(Error(ErrorCode::Canceled, u"nobody fetches it"_s)));
+    return ZEL_PASS(
+        fetch.finalizeRetrieve(Error(ErrorCode::Canceled, Texts::tr("nobody fetches it"))));
 }
 
 /// Only for a resource that leads to nothing still; the lock is not held in between, but whoever
@@ -162,7 +167,7 @@ Error Repair::followMove(const RepairStep &step)
     if (QFileInfo::exists(former.toString()))
         return {};
     if (!QFileInfo::exists(step.path))
-        return failed(u"\"%1\" is gone."_s.arg(step.path));
+        return failed(Texts::tr("\"%1\" is gone.").arg(step.path));
     return ZEL_PASS(cache->saveLocalPath(step.reference, PathImpl<PathType::Unknown>(step.path),
                                          FileUtilsGeneric::contentSize(step.path)));
 }
@@ -171,7 +176,7 @@ Error Repair::followMove(const RepairStep &step)
 Error Repair::forgetData(const RepairStep &step)
 {
     if (QFileInfo::exists(step.path))
-        return failed(u"\"%1\" is there again."_s.arg(step.path));
+        return failed(Texts::tr("\"%1\" is there again.").arg(step.path));
     ZEL_TRY_LET([[maybe_unused]] const auto leftovers,
                 cache->moveLeftoversAside(step.reference, step.path));
     return {};

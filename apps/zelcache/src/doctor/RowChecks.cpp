@@ -2,15 +2,19 @@
 
 #include "files/FileUtilsGeneric.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
 namespace zel::cli::checks {
 
-using namespace Qt::Literals::StringLiterals;
-
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::RowChecks)
+};
 
 using Resource = ResourceCacheReader::Resource;
 
@@ -72,12 +76,13 @@ void RowChecks::check(const Resource &resource)
     case ResourceStatus::Acquiring:
         if (!wanted.contains(resource.reference)) {
             add(FindingKind::FetchWithoutTask, resource,
-                u"It is said to be fetched, but no living process fetches it."_s,
+                Texts::tr("It is said to be fetched, but no living process fetches it."),
                 RepairStep::Kind::EndFetch);
         }
         break;
     case ResourceStatus::Invalid:
-        add(FindingKind::StatusUnknown, resource, u"Its status is none that this program knows."_s);
+        add(FindingKind::StatusUnknown, resource,
+            Texts::tr("Its status is none that this program knows."));
         break;
     }
 }
@@ -91,7 +96,7 @@ bool RowChecks::isThere(const Resource &resource, const QByteArray &path) const
 void RowChecks::checkReady(const Resource &resource)
 {
     if (resource.path.isEmpty()) {
-        add(FindingKind::RowWithoutPath, resource, u"It is Ready, but has no path."_s,
+        add(FindingKind::RowWithoutPath, resource, Texts::tr("It is Ready, but has no path."),
             RepairStep::Kind::ForgetData);
         return;
     }
@@ -103,7 +108,7 @@ void RowChecks::checkReady(const Resource &resource)
     checkPlace(resource, path);
     if (!isThere(resource, path)) {
         add(FindingKind::RowWithoutData, resource,
-            u"It is Ready, but there is nothing at \"%1\"."_s.arg(resource.path),
+            Texts::tr("It is Ready, but there is nothing at \"%1\".").arg(resource.path),
             RepairStep::Kind::ForgetData);
         return;
     }
@@ -118,10 +123,10 @@ bool RowChecks::wasMoved(const Resource &resource)
     if (!all.data.sizeAt(place) || all.data.isOfSeveral(place) || isThere(resource, {}))
         return false;
     const QString path = all.data.places().pathTo(place);
-    findings.append(
-        { FindingKind::PathMoved, resource.reference,
-          u"There is nothing at \"%1\", but its data lies at \"%2\"."_s.arg(resource.path, path),
-          RepairStep { RepairStep::Kind::FollowMove, resource.reference, path } });
+    findings.append({ FindingKind::PathMoved, resource.reference,
+                      Texts::tr("There is nothing at \"%1\", but its data lies at \"%2\".")
+                          .arg(resource.path, path),
+                      RepairStep { RepairStep::Kind::FollowMove, resource.reference, path } });
     return true;
 }
 
@@ -130,16 +135,18 @@ void RowChecks::checkPlace(const Resource &resource, const QByteArray &path)
 {
     if (!path.isEmpty() && !path.contains('/')) {
         add(FindingKind::PathInRoot, resource,
-            u"\"%1\" lies in the data directory itself, without a folder of its own: what removes "
-            u"it "
-            "removes all data."_s.arg(resource.path));
+            Texts::tr("\"%1\" lies in the data directory itself, without a folder of its own: what "
+                      "removes it removes all data.")
+                .arg(resource.path));
     } else if (path.isEmpty()) {
         const QString resolved = QFileInfo(resource.path).canonicalFilePath();
         const bool isInside
             = !resolvedDataDirectory.isEmpty() && resolved.startsWith(resolvedDataDirectory + u'/');
         const QString text = isInside
-            ? u"\"%1\" lies in the data directory, which other programs spell in another way."_s
-            : u"\"%1\" lies outside of the data directory: what removes it removes the folder around it."_s;
+            ? Texts::tr(
+                "\"%1\" lies in the data directory, which other programs spell in another way.")
+            : Texts::tr("\"%1\" lies outside of the data directory: what removes it removes the "
+                        "folder around it.");
         add(isInside ? FindingKind::PathOtherSpelling : FindingKind::PathOutside, resource,
             text.arg(resource.path));
     }
@@ -149,7 +156,7 @@ void RowChecks::checkPlace(const Resource &resource, const QByteArray &path)
         = ownersOfPaths[path.isEmpty() ? QFile::encodeName(QDir::cleanPath(resource.path)) : path];
     if (!owner.isEmpty()) {
         add(FindingKind::PathShared, resource,
-            u"\"%1\" is also the path of %2."_s.arg(resource.path, owner));
+            Texts::tr("\"%1\" is also the path of %2.").arg(resource.path, owner));
     }
     owner = resource.reference;
 }
@@ -166,7 +173,9 @@ void RowChecks::checkSize(const Resource &resource, const QByteArray &path)
     if (resource.size == counted || resource.size == counted + beside)
         return;
     add(FindingKind::SizeDiffers, resource,
-        u"The cache counts %1 bytes, on the disk it has %2."_s.arg(resource.size).arg(counted),
+        Texts::tr("The cache counts %1 bytes, on the disk it has %2.")
+            .arg(resource.size)
+            .arg(counted),
         RepairStep::Kind::CountSize);
 }
 
@@ -178,7 +187,7 @@ void RowChecks::checkMissing(const Resource &resource)
         || all.data.isOfSeveral(path))
         return;
     add(FindingKind::DataOfMissingRow, resource,
-        u"It is Missing, but something lies at \"%1\"."_s.arg(resource.path),
+        Texts::tr("It is Missing, but something lies at \"%1\".").arg(resource.path),
         RepairStep::Kind::ClearMissing);
 }
 

@@ -4,6 +4,7 @@
 #include "errors/Propagate.h"
 #include "platform/TreeRemoval.h"
 
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
@@ -22,6 +23,11 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::UnclaimedData)
+};
+
 struct Candidate
 {
     QString path;
@@ -32,7 +38,8 @@ struct Candidate
 
 Error stays(const QString &path)
 {
-    return Error(ErrorCode::OperationFailed, u"\"%1\" is claimed by now and stays."_s.arg(path));
+    return Error(ErrorCode::OperationFailed,
+                 Texts::tr("\"%1\" is claimed by now and stays.").arg(path));
 }
 
 /// What is in the folder, without the folder itself, which a rename changes.
@@ -105,8 +112,8 @@ void moveAside(const Examination &before, const Claims &claims, Candidate &candi
     if (QDir().rename(candidate.path, candidate.aside))
         return;
     candidate.aside.clear();
-    candidate.failure
-        = Error(ErrorCode::OperationFailed, u"\"%1\" cannot be removed."_s.arg(candidate.path));
+    candidate.failure = Error(ErrorCode::OperationFailed,
+                              Texts::tr("\"%1\" cannot be removed.").arg(candidate.path));
 }
 
 void restore(Candidate &candidate)

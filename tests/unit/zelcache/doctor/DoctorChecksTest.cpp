@@ -257,6 +257,6 @@ TEST(FindingTest, allFindingDescriptions_everyId_standsOnceInTheDocument)
                   1)
             << description.id.toString().toStdString();
         EXPECT_EQ(descriptionOf(description.kind).id, description.id);
-        EXPECT_FALSE(description.remedy.isEmpty());
+        EXPECT_FALSE(remedyText(description.kind).isEmpty());
     }
 }
