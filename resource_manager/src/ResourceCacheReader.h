@@ -80,6 +80,7 @@ public:
         QList<AcquiringTask> acquiringTasks;
         QList<Client> clients;
         QHash<ResourceStatus, int> resourceCounts; ///< of a status that is not here: none
+        int strayUsages = 0; ///< usages whose client is gone
         qint64 currentSize = 0; ///< bytes, as the database keeps it
         qint64 lastScanTimestamp = 0; ///< seconds since the epoch; 0 before the first scan
     };
