@@ -32,6 +32,11 @@ Result<Columns> readColumnsOfCache(const ReadingConnection &connection, const QS
     return columns;
 }
 
+void logResources(const Snapshot &snapshot)
+{
+    qCDebug(lcResourceManager) << "Resources read:" << snapshot.resources.size();
+}
+
 Error readInto(Snapshot &snapshot, const ReadingConnection &connection, const Columns &columns)
 {
     Error error;
@@ -44,6 +49,7 @@ Error readInto(Snapshot &snapshot, const ReadingConnection &connection, const Co
     ZEL_TRY(error,
             CacheRows::readMetadata(connection, columns, snapshot.currentSize,
                                     snapshot.lastScanTimestamp));
+    logResources(snapshot);
     return error;
 }
 
@@ -67,6 +73,7 @@ Error readRowsInto(Snapshot &snapshot, const ReadingConnection &connection, cons
     ZEL_TRY(error,
             CacheRows::readMetadata(connection, columns, snapshot.currentSize,
                                     snapshot.lastScanTimestamp));
+    logResources(snapshot);
     return error;
 }
 

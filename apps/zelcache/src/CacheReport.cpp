@@ -7,6 +7,7 @@
 
 #include <QCoreApplication>
 #include <QMetaEnum>
+#include <QStringBuilder>
 
 #include <algorithm>
 
@@ -56,12 +57,13 @@ QString quotedOrNull(const QString &text)
 /// would take most of the time of a list.
 QString resourceJsonText(const Reader::Resource &resource, int usages)
 {
-    return u"{\"cleanupPolicy\":\""_s + toText(resource.policy) + u"\",\"lastAccess\":"_s
-        + QString::number(resource.lastAccess) + u",\"path\":"_s + quotedOrNull(resource.path)
-        + u",\"reference\":"_s + json::quoted(resource.reference) + u",\"size\":"_s
-        + QString::number(resource.size) + u",\"status\":\""_s + toText(resource.status)
-        + u"\",\"usages\":"_s + QString::number(usages) + u",\"version\":"_s
-        + quotedOrNull(resource.version.isNull() ? QString() : resource.version.toString()) + u'}';
+    const QString version = resource.version.isNull() ? QString() : resource.version.toString();
+    return u"{\"cleanupPolicy\":\"" % toText(resource.policy) % u"\",\"lastAccess\":"
+        % QString::number(resource.lastAccess) % u",\"path\":" % quotedOrNull(resource.path)
+        % u",\"reference\":" % json::quoted(resource.reference) % u",\"size\":"
+        % QString::number(resource.size) % u",\"status\":\"" % toText(resource.status)
+        % u"\",\"usages\":" % QString::number(usages) % u",\"version\":" % quotedOrNull(version)
+        % u'}';
 }
 
 QString resourcesText(const QHash<ResourceStatus, int> &counts)
@@ -193,11 +195,11 @@ TextAt listLines(const Reader::Snapshot &snapshot)
         statusColumns = std::max(statusColumns, toText(resource.status).size());
         sizeColumns = std::max(sizeColumns, sizes.last().size());
     }
-    return [=, &snapshot](qsizetype index) {
+    return [=, &snapshot](qsizetype index) -> QString {
         const Reader::Resource &resource = snapshot.resources.at(index);
-        return toText(resource.status).leftJustified(statusColumns) + u"  "_s
-            + sizes.at(index).rightJustified(sizeColumns) + u"  "_s + timeText(resource.lastAccess)
-            + u"  "_s + resource.reference;
+        return toText(resource.status).leftJustified(statusColumns) % u"  "
+            % sizes.at(index).rightJustified(sizeColumns) % u"  " % timeText(resource.lastAccess)
+            % u"  " % resource.reference;
     };
 }
 

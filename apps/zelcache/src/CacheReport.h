@@ -3,13 +3,13 @@
 #include "ResourceCachePath.h"
 #include "ResourceCacheReader.h"
 #include "ResourceCacheSizes.h"
+#include "TextAt.h"
 #include "TransferReport.h"
 
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QStringList>
 
-#include <functional>
 #include <optional>
 
 namespace zel::cli {
@@ -25,11 +25,9 @@ struct StatusReport
     qint64 now = 0; ///< milliseconds since the epoch
 };
 
-/// What stands at an index of the snapshot that it was made from, which must outlive it.
-using TextAt = std::function<QString(qsizetype index)>;
-
 /// `list` for people, a line for each resource, and for programs, JSON of each: the same as
-/// resourceJson() gives. Made one by one, since a cache may have a great many.
+/// resourceJson() gives. Made one by one, since a cache may have a great many, from the snapshot,
+/// which must outlive it.
 TextAt listLines(const ResourceCacheReader::Snapshot &snapshot);
 TextAt listJson(const ResourceCacheReader::Snapshot &snapshot);
 /// The references alone, as `get` takes them.

@@ -4,6 +4,7 @@
 
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QStringBuilder>
 
 #include <algorithm>
 
@@ -49,7 +50,7 @@ QString quoted(const QString &text)
         return unit >= u' ' && unit <= u'~' && unit != u'"' && unit != u'\\';
     };
     if (std::all_of(text.begin(), text.end(), isPlain))
-        return u'"' + text + u'"';
+        return u'"' % text % u'"';
     const QByteArray array = QJsonDocument(QJsonArray { text }).toJson(QJsonDocument::Compact);
     return escapedInJson(QString::fromUtf8(array.mid(1, array.size() - 2)));
 }

@@ -13,8 +13,6 @@
 #include <QDir>
 #include <QFileInfo>
 
-#include <algorithm>
-
 namespace zel::cli {
 
 namespace {
@@ -58,10 +56,8 @@ Result<Value> orWhichCache(const ResourceManagerSettings &settings, Result<Value
 
 bool hasUsagesOfTheDead(const ResourceManagerSettings &settings)
 {
-    const auto snapshot = readCache(settings);
-    return snapshot.hasValue()
-        && std::any_of(snapshot.value().usages.begin(), snapshot.value().usages.end(),
-                       [](const auto &usage) { return !usage.processId; });
+    const auto activity = readActivity(settings);
+    return activity.hasValue() && activity.value().strayUsages > 0;
 }
 
 } // namespace

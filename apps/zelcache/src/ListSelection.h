@@ -28,7 +28,7 @@ struct ListSelection
     /// What is selected, in the order; equals stay in the order in which they were added. A format
     /// is told by the name of the local copy alone.
     QList<ResourceCacheReader::Resource> applied(
-        const QList<ResourceCacheReader::Resource> &resources) const;
+        QList<ResourceCacheReader::Resource> resources) const;
 };
 
 } // namespace zel::cli

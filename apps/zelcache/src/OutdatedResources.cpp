@@ -51,6 +51,13 @@ QJsonArray rowsJson(const OutdatedResources &outdated)
     return rows;
 }
 
+QString summary(const OutdatedReport &report)
+{
+    const QString text
+        = report.isDryRun ? Texts::tr("%1 would go, %2") : Texts::tr("%1 removed, %2 freed");
+    return text.arg(countText(report.removed.size()), sizeText(sizeOfAll(report.removed)));
+}
+
 } // namespace
 
 Result<OutdatedResources> outdatedOf(const ResourceCacheReader::Snapshot &snapshot,
@@ -86,21 +93,19 @@ OutdatedReport reportOf(const OutdatedResources &before, const OutdatedResources
     return report;
 }
 
-QStringList outdatedLines(const OutdatedReport &report)
+TextAt outdatedLines(const OutdatedReport &report)
 {
     qsizetype columns = 0;
     for (const OutdatedResource &each : report.removed)
         columns = std::max(columns, sizeText(each.resource.size).size());
-    QStringList lines;
-    for (const OutdatedResource &each : report.removed)
-        lines.append(u"%1  %2 -> %3  %4"_s.arg(sizeText(each.resource.size).rightJustified(columns),
-                                               versionText(each.resource.version),
-                                               versionText(each.declared),
-                                               each.resource.reference));
-    const QString all
-        = report.isDryRun ? Texts::tr("%1 would go, %2") : Texts::tr("%1 removed, %2 freed");
-    lines.append(all.arg(countText(report.removed.size()), sizeText(sizeOfAll(report.removed))));
-    return lines;
+    return [&report, columns](qsizetype index) {
+        if (index == report.removed.size())
+            return summary(report);
+        const OutdatedResource &each = report.removed.at(index);
+        return u"%1  %2 -> %3  %4"_s.arg(sizeText(each.resource.size).rightJustified(columns),
+                                         versionText(each.resource.version),
+                                         versionText(each.declared), each.resource.reference);
+    };
 }
 
 QJsonObject outdatedJson(const OutdatedReport &report)

@@ -2,6 +2,7 @@
 
 #include "ResourceCacheReader.h"
 #include "ResourceUsers.h"
+#include "TextAt.h"
 
 #include <QJsonObject>
 #include <QStringList>
@@ -35,8 +36,9 @@ struct OutdatedReport
 /// Tells those that went from those that are outdated still.
 OutdatedReport reportOf(const OutdatedResources &before, const OutdatedResources &after);
 
-/// For people: a line for each resource and one for all.
-QStringList outdatedLines(const OutdatedReport &report);
+/// For people: a line for each resource that goes, and behind them one for all. Made one by one, as
+/// there may be a great many, from the report, which must outlive it.
+TextAt outdatedLines(const OutdatedReport &report);
 /// For programs: the members that the answer gets.
 QJsonObject outdatedJson(const OutdatedReport &report);
 

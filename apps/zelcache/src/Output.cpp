@@ -84,7 +84,7 @@ void Output::answer(const QJsonObject &object)
     answer(json::text(object));
 }
 
-void Output::answerLines(qsizetype count, const std::function<QString(qsizetype)> &lineAt)
+void Output::answerLines(qsizetype count, const TextAt &lineAt)
 {
     clearProgress();
     QByteArray bytes;
@@ -95,22 +95,30 @@ void Output::answerLines(qsizetype count, const std::function<QString(qsizetype)
     writePart(bytes, 1);
 }
 
-void Output::answer(const QJsonObject &frame, const QString &array, qsizetype count,
-                    const std::function<QString(qsizetype)> &elementAt)
+void Output::answer(const QJsonObject &frame, const QList<LongArray> &arrays)
 {
     clearProgress();
-    const QString whole = json::text(frame);
-    // Quotes in a text are escaped, so that only the member can look like this.
-    const qsizetype gap = whole.indexOf(u'"' + array + u"\":[]"_s) + array.size() + 4;
-    QByteArray bytes = bytesOf(whole.left(gap));
-    for (qsizetype i = 0; i < count && answerErrno == 0; ++i) {
+    QString rest = json::text(frame);
+    QByteArray bytes;
+    for (const LongArray &array : arrays) {
+        // Quotes in a text are escaped, so that only the member can look like this.
+        const qsizetype gap = rest.indexOf(u'"' + array.name + u"\":[]"_s) + array.name.size() + 4;
+        bytes += bytesOf(rest.left(gap));
+        writeElements(bytes, array);
+        rest = rest.mid(gap);
+    }
+    bytes += bytesOf(rest) + manner.lineEnd;
+    writePart(bytes, 1);
+}
+
+void Output::writeElements(QByteArray &bytes, const LongArray &array)
+{
+    for (qsizetype i = 0; i < array.count && answerErrno == 0; ++i) {
         if (i > 0)
             bytes += ',';
-        bytes += bytesOf(elementAt(i));
+        bytes += bytesOf(array.elementAt(i));
         writePart(bytes, partSize);
     }
-    bytes += bytesOf(whole.mid(gap)) + manner.lineEnd;
-    writePart(bytes, 1);
 }
 
 /// Writes what has come together, once it is so much.

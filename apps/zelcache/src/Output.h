@@ -1,11 +1,10 @@
 #pragma once
 
 #include "ProgressBar.h"
+#include "TextAt.h"
 
 #include <QJsonObject>
 #include <QString>
-
-#include <functional>
 
 namespace zel::cli {
 
@@ -38,11 +37,16 @@ public:
     void answer(const QJsonObject &object);
     /// So many lines, which are made one after the other while they are written: never all of them
     /// are in memory. Ends early once nobody reads any more.
-    void answerLines(qsizetype count, const std::function<QString(qsizetype index)> &lineAt);
-    /// An object whose empty array of that name gets so many elements, each made when it is
-    /// written.
-    void answer(const QJsonObject &frame, const QString &array, qsizetype count,
-                const std::function<QString(qsizetype index)> &elementAt);
+    void answerLines(qsizetype count, const TextAt &lineAt);
+    /// An array of so many elements, each made when it is written.
+    struct LongArray
+    {
+        QString name;
+        qsizetype count = 0;
+        TextAt elementAt; ///< JSON
+    };
+    /// An object whose empty arrays of these names get these elements; in the order of the names.
+    void answer(const QJsonObject &frame, const QList<LongArray> &arrays);
 
     void error(const QString &message);
     void warning(const QString &message); ///< not shown if quiet
@@ -66,6 +70,7 @@ public:
     int answerFailure() const { return answerErrno; }
 
 private:
+    void writeElements(QByteArray &bytes, const LongArray &array);
     void writePart(QByteArray &bytes, qsizetype atLeast);
     QByteArray bytesOf(const QString &line) const;
     void message(const QString &kind, const char *color, const QString &text);

@@ -15,40 +15,58 @@ using Resource = ResourceCacheReader::Resource;
 /// A purge goes down to this share of the optimal size.
 constexpr double shareOfOptimalSize = 0.9;
 
-/// Of two that were accessed at the same time, the one that came first stays first.
-void sortByLastAccess(ResourceRows &resources)
+/// A row of a snapshot, with what it is sorted by beside it: to sort the rows themselves takes
+/// longer, and a copy of them all.
+struct InLine
 {
-    std::stable_sort(resources.begin(), resources.end(),
-                     [](const Resource &left, const Resource &right) {
-                         return left.lastAccess < right.lastAccess;
-                     });
+    qint64 lastAccess = 0;
+    const Resource *resource = nullptr;
+};
+using Line = QList<InLine>;
+
+/// Of two that were accessed at the same time, the one that came first stays first.
+void sortByLastAccess(Line &line)
+{
+    std::stable_sort(line.begin(), line.end(), [](const InLine &left, const InLine &right) {
+        return left.lastAccess < right.lastAccess;
+    });
+}
+
+/// All that a purge may take, in the order in which it takes it.
+Line purgeLine(const ResourceCacheReader::Snapshot &snapshot, const ResourceUsers &users)
+{
+    Line line;
+    for (const Resource &resource : snapshot.resources) {
+        if (mayBePurged(resource, users))
+            line.append({ resource.lastAccess, &resource });
+    }
+    sortByLastAccess(line);
+    return line;
 }
 
 /// As many from the start as it takes to free more than that.
-ResourceRows exceeding(qint64 bytes, const ResourceRows &resources)
+Line exceeding(qint64 bytes, const Line &line)
 {
-    ResourceRows chosen;
-    qint64 remaining = bytes;
-    for (const Resource &resource : resources) {
-        chosen.append(resource);
-        remaining -= resource.size;
-        if (remaining < 0)
-            break;
-    }
-    return chosen;
+    qsizetype count = 0;
+    for (qint64 remaining = bytes; count < line.size() && remaining >= 0; ++count)
+        remaining -= line.at(count).resource->size;
+    return line.first(count);
+}
+
+ResourceRows rowsOf(const Line &line)
+{
+    ResourceRows rows;
+    rows.reserve(line.size());
+    for (const InLine &each : line)
+        rows.append(*each.resource);
+    return rows;
 }
 
 } // namespace
 
-ResourceRows purgeLine(const ResourceCacheReader::Snapshot &snapshot, const ResourceUsers &users)
+bool mayBePurged(const Resource &resource, const ResourceUsers &users)
 {
-    ResourceRows resources;
-    for (const Resource &resource : snapshot.resources) {
-        if (resource.size > 0 && !users.contains(resource.reference))
-            resources.append(resource);
-    }
-    sortByLastAccess(resources);
-    return resources;
+    return resource.size > 0 && !users.contains(resource.reference);
 }
 
 PurgeLimits purgeLimits(const ResourceCacheSizes &sizes, std::optional<qint64> target)
@@ -65,19 +83,26 @@ qint64 purgeGoal(const ResourceCacheSizes &sizes)
     return static_cast<qint64>(static_cast<double>(sizes.optimalSize) * shareOfOptimalSize);
 }
 
-PurgePlan planPurge(const ResourceCacheReader::Snapshot &snapshot, const PurgeLimits &limits,
-                    const ResourceUsers &users)
+std::optional<qint64> bytesToFree(qint64 currentSize, const PurgeLimits &limits)
 {
     const qint64 optimal = limits.sizes.optimalSize;
     qint64 total = 0;
-    if (qAddOverflow(snapshot.currentSize, limits.extraSize, &total))
+    if (qAddOverflow(currentSize, limits.extraSize, &total))
         total = std::numeric_limits<qint64>::min();
     if (total <= optimal)
-        return { optimal - limits.extraSize, {} };
+        return {};
+    return static_cast<qint64>(static_cast<double>(total)
+                               - static_cast<double>(optimal) * shareOfOptimalSize);
+}
 
-    const auto toFree = static_cast<qint64>(static_cast<double>(total)
-                                            - static_cast<double>(optimal) * shareOfOptimalSize);
-    return { snapshot.currentSize - toFree, exceeding(toFree, purgeLine(snapshot, users)) };
+PurgePlan planPurge(const ResourceCacheReader::Snapshot &snapshot, const PurgeLimits &limits,
+                    const ResourceUsers &users)
+{
+    const auto toFree = bytesToFree(snapshot.currentSize, limits);
+    if (!toFree)
+        return { limits.sizes.optimalSize - limits.extraSize, {} };
+    return { snapshot.currentSize - *toFree,
+             rowsOf(exceeding(*toFree, purgeLine(snapshot, users))) };
 }
 
 ResourceRows removedBetween(const ResourceCacheReader::Snapshot &before,
@@ -88,13 +113,13 @@ ResourceRows removedBetween(const ResourceCacheReader::Snapshot &before,
         if (resource.size == 0 && resource.path.isEmpty())
             empty.insert(resource.reference);
     }
-    ResourceRows removed;
+    Line removed;
     for (const Resource &resource : before.resources) {
         if (resource.size > 0 && empty.contains(resource.reference))
-            removed.append(resource);
+            removed.append({ resource.lastAccess, &resource });
     }
     sortByLastAccess(removed);
-    return removed;
+    return rowsOf(removed);
 }
 
 qint64 sizeOfAll(const ResourceRows &resources)

@@ -18,8 +18,9 @@ struct PurgePlan
     ResourceRows resources; ///< what goes, in this order
 };
 
-/// All that a purge may take, in the order in which it takes it: what has a size and no user.
-ResourceRows purgeLine(const ResourceCacheReader::Snapshot &snapshot, const ResourceUsers &users);
+/// Whether a purge may take it at all: what has a size and no user. Of those it takes the one first
+/// that was accessed longest ago, and of the same age the one whose row comes first.
+bool mayBePurged(const ResourceCacheReader::Resource &resource, const ResourceUsers &users);
 
 /// The limits that a purge works with. With a target it is to go down to that many bytes, without
 /// one to nine tenths of the optimal size, and only if that is exceeded.
@@ -32,6 +33,10 @@ PurgeLimits purgeLimits(const ResourceCacheSizes &sizes, std::optional<qint64> t
 
 /// What a purge without a target goes down to, in bytes.
 qint64 purgeGoal(const ResourceCacheSizes &sizes);
+
+/// A purge takes one after the other until it has freed more than that many bytes; empty if there
+/// is no need for one.
+std::optional<qint64> bytesToFree(qint64 currentSize, const PurgeLimits &limits);
 
 PurgePlan planPurge(const ResourceCacheReader::Snapshot &snapshot, const PurgeLimits &limits,
                     const ResourceUsers &users);

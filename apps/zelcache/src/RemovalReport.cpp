@@ -1,9 +1,11 @@
 #include "RemovalReport.h"
 
 #include "Format.h"
+#include "Json.h"
 
 #include <QCoreApplication>
 #include <QSet>
+#include <QStringBuilder>
 
 #include <algorithm>
 
@@ -67,19 +69,13 @@ QString reasonName(Reason reason)
     return {};
 }
 
-QJsonObject rowJson(const Resource &resource)
-{
-    return { { u"reference"_s, resource.reference },
-             { u"size"_s, resource.size },
-             { u"lastAccess"_s, resource.lastAccess } };
-}
-
 QJsonObject pinJson(const Pin &pin)
 {
-    QJsonObject object = rowJson(pin.resource);
-    object.insert(u"reason"_s, reasonName(pin.reason));
-    object.insert(u"processes"_s, processesJson(pin.processes));
-    return object;
+    return { { u"reference"_s, pin.resource.reference },
+             { u"size"_s, pin.resource.size },
+             { u"lastAccess"_s, pin.resource.lastAccess },
+             { u"reason"_s, reasonName(pin.reason) },
+             { u"processes"_s, processesJson(pin.processes) } };
 }
 
 QString summary(const PurgeReport &report)
@@ -116,17 +112,18 @@ QList<Pin> pinsOf(const ResourceCacheReader::Snapshot &after, const ResourceUser
     return pins;
 }
 
-QStringList purgeLines(const PurgeReport &report)
+TextAt purgeLines(const PurgeReport &report)
 {
     qsizetype sizeColumns = 0;
     for (const Resource &resource : report.removed)
         sizeColumns = std::max(sizeColumns, sizeText(resource.size).size());
-    QStringList lines;
-    for (const Resource &resource : report.removed)
-        lines.append(u"%1  %2  %3"_s.arg(sizeText(resource.size).rightJustified(sizeColumns),
-                                         timeText(resource.lastAccess), resource.reference));
-    lines.append(summary(report));
-    return lines;
+    return [&report, sizeColumns](qsizetype index) -> QString {
+        if (index == report.removed.size())
+            return summary(report);
+        const Resource &resource = report.removed.at(index);
+        return sizeText(resource.size).rightJustified(sizeColumns) % u"  "
+            % timeText(resource.lastAccess) % u"  " % resource.reference;
+    };
 }
 
 QStringList pinLines(const QList<Pin> &pins, qsizetype atMost)
@@ -143,21 +140,33 @@ QStringList pinLines(const QList<Pin> &pins, qsizetype atMost)
     return lines;
 }
 
-QJsonObject purgeJson(const PurgeReport &report, const QList<Pin> &pins)
+QJsonObject purgeJson(const PurgeReport &report)
 {
-    QJsonArray removed;
-    for (const Resource &resource : report.removed)
-        removed.append(rowJson(resource));
-    QJsonArray pinned;
-    for (const Pin &pin : pins)
-        pinned.append(pinJson(pin));
     return { { u"dryRun"_s, report.isDryRun },
-             { u"removed"_s, removed },
+             { u"removed"_s, QJsonArray() },
              { u"freed"_s, sizeOfAll(report.removed) },
              { u"size"_s, report.size },
              { u"goal"_s, report.goal },
              { u"goalReached"_s, report.isGoalReached() },
-             { u"pinned"_s, pinned } };
+             { u"pinned"_s, QJsonArray() } };
+}
+
+TextAt removedJson(const PurgeReport &report)
+{
+    // By hand: an object of each of many resources would take most of the time.
+    return [&report](qsizetype index) -> QString {
+        const Resource &resource = report.removed.at(index);
+        return u"{\"lastAccess\":" % QString::number(resource.lastAccess) % u",\"reference\":"
+            % json::quoted(resource.reference) % u",\"size\":" % QString::number(resource.size)
+            % u'}';
+    };
+}
+
+TextAt pinnedJson(const QList<Pin> &pins)
+{
+    return [&pins](qsizetype index) {
+        return json::text(pinJson(pins.at(index)));
+    };
 }
 
 } // namespace zel::cli

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "PurgePlan.h"
+#include "TextAt.h"
 
 #include <QJsonObject>
 #include <QStringList>
@@ -40,12 +41,16 @@ struct Pin
 QList<Pin> pinsOf(const ResourceCacheReader::Snapshot &after, const ResourceUsers &users,
                   const ResourceRows &planned);
 
-/// For people: a line for each resource and one for all.
-QStringList purgeLines(const PurgeReport &report);
+/// For people: a line for each resource that goes, and behind them one for all. Made one by one, as
+/// there may be a great many, from the report, which must outlive it.
+TextAt purgeLines(const PurgeReport &report);
 /// Why the goal was not reached: at most so many resources, the largest first, then how many more.
 QStringList pinLines(const QList<Pin> &pins, qsizetype atMost);
 
-/// For programs: the members that the answer gets.
-QJsonObject purgeJson(const PurgeReport &report, const QList<Pin> &pins);
+/// For programs: the members that the answer gets, of which "removed" and "pinned" are empty, and
+/// the elements of those, made one by one in the same way.
+QJsonObject purgeJson(const PurgeReport &report);
+TextAt removedJson(const PurgeReport &report);
+TextAt pinnedJson(const QList<Pin> &pins);
 
 } // namespace zel::cli

@@ -5,6 +5,7 @@
 
 #include <QStringDecoder>
 
+#include <algorithm>
 #include <optional>
 
 namespace zel {
@@ -17,6 +18,19 @@ bool isUnreserved(char byte)
 {
     return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z')
         || (byte >= '0' && byte <= '9') || QByteArrayView("-._~").contains(byte);
+}
+
+bool standsForItself(char byte, QLatin1StringView kept)
+{
+    return isUnreserved(byte) || kept.contains(QLatin1Char(byte));
+}
+
+/// As good as always, since keys are: making those of a large cache anew would take long.
+bool isNormalised(const QString &text, QLatin1StringView kept)
+{
+    return std::all_of(text.begin(), text.end(), [kept](QChar character) {
+        return character.unicode() < 0x80 && standsForItself(character.toLatin1(), kept);
+    });
 }
 
 std::optional<int> hexDigit(char byte)
@@ -58,13 +72,15 @@ std::optional<QString> printableText(const QByteArray &bytes)
 
 Result<QString> PercentEncoding::normalised(const QString &text, QLatin1StringView kept)
 {
+    if (isNormalised(text, kept))
+        return text;
     const QByteArray bytes = text.toUtf8();
     QString result;
     result.reserve(bytes.size());
     for (qsizetype i = 0; i < bytes.size(); ++i) {
         const char byte = bytes.at(i);
         if (byte != '%') {
-            if (isUnreserved(byte) || kept.contains(QLatin1Char(byte)))
+            if (standsForItself(byte, kept))
                 result += QLatin1Char(byte);
             else
                 result += encodedText(byte);
@@ -108,7 +124,7 @@ QString PercentEncoding::encoded(const QByteArray &bytes, QLatin1StringView kept
 {
     QString result;
     for (const char byte : bytes) {
-        if (isUnreserved(byte) || kept.contains(QLatin1Char(byte)))
+        if (standsForItself(byte, kept))
             result += QLatin1Char(byte);
         else
             result += encodedText(byte);

@@ -70,7 +70,7 @@ Result<QSharedPointer<ResourceReference>> UrlReference::parse(Scheme scheme, con
 
 Result<UrlReference::Parts> UrlReference::split(const QString &text)
 {
-    const QString protocol = text.section(u':', 0, 0).toLower();
+    const QString protocol = text.left(text.indexOf(u':')).toLower();
     const QString rest = text.mid(protocol.size() + 1);
     if (!rest.startsWith(u"//"_s)) {
         return ZEL_ERROR(ErrorCode::BadArgument,
@@ -78,7 +78,7 @@ Result<UrlReference::Parts> UrlReference::split(const QString &text)
     }
     const qsizetype question = rest.indexOf(u'?');
     const QString place = question < 0 ? rest.mid(2) : rest.mid(2, question - 2);
-    const QString authority = place.section(u'/', 0, 0);
+    const QString authority = place.left(place.indexOf(u'/'));
 
     Parts parts;
     ZEL_TRY_LET(parts.server, normalisedServer(protocol, authority));

@@ -363,6 +363,8 @@ TEST_F(ResourceCacheReaderTest, readActivity_openCache_givesWhatComesAndGoes)
     const qint64 other = addClient(1'000'001, 20s);
     addTask(u"test:c"_s, ownClientId(), 42);
     addTask(u"test:c"_s, other);
+    for (const qint64 client : { other, qint64(4711), qint64(4712) })
+        addUsage(u"test:a"_s, client);
     database().run(u"UPDATE CacheMetadata SET lastScanTimestamp = 1700000000"_s);
 
     const auto found = activity();
@@ -379,6 +381,7 @@ TEST_F(ResourceCacheReaderTest, readActivity_openCache_givesWhatComesAndGoes)
                                             { ResourceStatus::Missing, 1 },
                                             { ResourceStatus::ScheduledForAcquire, 0 },
                                             { ResourceStatus::Acquiring, 1 } }));
+    EXPECT_EQ(found.strayUsages, 2);
     EXPECT_EQ(found.currentSize, 6'000'000'000);
     EXPECT_EQ(found.lastScanTimestamp, 1'700'000'000);
 }

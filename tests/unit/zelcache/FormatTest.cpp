@@ -22,6 +22,15 @@ TEST(Format, sizeText_sizes_takeTheUnitThatSuits)
     EXPECT_EQ(sizeText(-2048), u"-2.0 KiB"_s);
 }
 
+TEST(Format, sizeText_halves_areRoundedUp)
+{
+    EXPECT_EQ(sizeText(1280), u"1.3 KiB"_s);
+    EXPECT_EQ(sizeText(1279), u"1.2 KiB"_s);
+    EXPECT_EQ(sizeText(1408), u"1.4 KiB"_s);
+    EXPECT_EQ(sizeText(1536 * 1024 + 52429), u"1.6 MiB"_s);
+    EXPECT_EQ(sizeText(1536 * 1024 + 52428), u"1.5 MiB"_s);
+}
+
 TEST(Format, sizeText_justBelowAUnit_isNeverRoundedTo1024)
 {
     EXPECT_EQ(sizeText(1024 * 1024 - 1), u"1.0 MiB"_s);
@@ -119,6 +128,9 @@ TEST(Format, timeText_time_isLocalAndSortable)
 {
     const QDateTime time(QDate(2024, 5, 31), QTime(7, 2, 11));
     EXPECT_EQ(timeText(time.toMSecsSinceEpoch()), u"2024-05-31 07:02:11"_s);
+    const QDateTime last(QDate(9999, 12, 31), QTime(23, 59, 59));
+    EXPECT_EQ(timeText(last.toMSecsSinceEpoch()), u"9999-12-31 23:59:59"_s);
+    EXPECT_EQ(timeText(last.addSecs(1).toMSecsSinceEpoch()), u"10000-01-01 00:00:00"_s);
 }
 
 TEST(Format, durationFromText_times_areRead)

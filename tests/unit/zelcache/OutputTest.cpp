@@ -78,11 +78,28 @@ TEST_F(OutputTest, answerLines_moreThanOnePart_areAllWrittenInTheirOrder)
 TEST_F(OutputTest, answer_arrayOfMany_isOneObjectInOneLine)
 {
     const QJsonObject frame { { u"a"_s, u"\"list\":[]"_s }, { u"list"_s, QJsonArray() } };
-    Output(manner()).answer(frame, u"list"_s, 3, [](qsizetype i) { return QString::number(i); });
-    Output(manner()).answer(frame, u"list"_s, 0, [](qsizetype) { return QString(); });
+    const auto number = [](qsizetype i) {
+        return QString::number(i);
+    };
+    Output(manner()).answer(frame, { { u"list"_s, 3, number } });
+    Output(manner()).answer(frame, { { u"list"_s, 0, number } });
     EXPECT_EQ(contentOf(answers),
               "{\"a\":\"\\\"list\\\":[]\",\"list\":[0,1,2]}\n"
               "{\"a\":\"\\\"list\\\":[]\",\"list\":[]}\n");
+}
+
+TEST_F(OutputTest, answer_severalArrays_eachGetsItsElements)
+{
+    const QJsonObject frame { { u"a"_s, QJsonArray() }, { u"b"_s, 1 }, { u"c"_s, QJsonArray() } };
+    Output(manner()).answer(frame,
+                            { { u"a"_s, 1,
+                                [](qsizetype) {
+                                    return u"\"c\""_s;
+                                } },
+                              { u"c"_s, 2, [](qsizetype i) {
+                                   return QString::number(i);
+                               } } });
+    EXPECT_EQ(contentOf(answers), "{\"a\":[\"c\"],\"b\":1,\"c\":[0,1]}\n");
 }
 
 TEST_F(OutputTest, messages_always_goToTheOtherStreamWithoutColors)

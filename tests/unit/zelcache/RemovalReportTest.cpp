@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <QJsonArray>
+#include <QJsonDocument>
 
 namespace zel::cli {
 
@@ -28,6 +29,11 @@ QList<Pin::Reason> reasonsOf(const QList<Pin> &pins)
     for (const Pin &pin : pins)
         reasons.append(pin.reason);
     return reasons;
+}
+
+QJsonObject objectOf(const QString &json)
+{
+    return QJsonDocument::fromJson(json.toUtf8()).object();
 }
 
 } // namespace
@@ -74,18 +80,47 @@ TEST(RemovalReport, purgeJson_report_hasTheDocumentedMembers)
     report.removed = { resource(u"a"_s, 10, 1), resource(u"b"_s, 20, 2) };
     report.goal = 50;
     report.size = 60;
-    const QJsonObject json
-        = purgeJson(report, { { resource(u"c"_s, 60, 3), Pin::Reason::InUse, {} } });
+    const QJsonObject json = purgeJson(report);
     EXPECT_EQ(json.keys(),
               (QStringList { u"dryRun"_s, u"freed"_s, u"goal"_s, u"goalReached"_s, u"pinned"_s,
                              u"removed"_s, u"size"_s }));
     EXPECT_EQ(json.value(u"freed"_s).toInt(), 30);
     EXPECT_FALSE(json.value(u"goalReached"_s).toBool());
+    EXPECT_EQ(json.value(u"removed"_s), QJsonArray());
+    EXPECT_EQ(json.value(u"pinned"_s), QJsonArray());
+}
+
+TEST(RemovalReport, removedJson_oddReference_isJson)
+{
+    PurgeReport report;
+    report.removed = { resource(u"a"_s, 10, 1), resource(u"b\"\x1b"_s, 20, 2) };
     EXPECT_EQ(
-        json.value(u"removed"_s).toArray().at(0).toObject(),
+        objectOf(removedJson(report)(0)),
         (QJsonObject { { u"reference"_s, u"a"_s }, { u"size"_s, 10 }, { u"lastAccess"_s, 1 } }));
-    EXPECT_EQ(json.value(u"pinned"_s).toArray().at(0).toObject().value(u"reason"_s).toString(),
-              u"inUse"_s);
+    EXPECT_FALSE(removedJson(report)(1).contains(u'\x1b'));
+    EXPECT_EQ(objectOf(removedJson(report)(1)).value(u"reference"_s).toString(), u"b\"\x1b"_s);
+}
+
+TEST(RemovalReport, pinnedJson_pins_haveTheirReason)
+{
+    const QList<Pin> pins { { resource(u"c"_s, 60, 3), Pin::Reason::InUse, {} } };
+    const QJsonObject json = objectOf(pinnedJson(pins)(0));
+    EXPECT_EQ(
+        json.keys(),
+        (QStringList { u"lastAccess"_s, u"processes"_s, u"reason"_s, u"reference"_s, u"size"_s }));
+    EXPECT_EQ(json.value(u"reason"_s).toString(), u"inUse"_s);
+}
+
+TEST(RemovalReport, purgeLines_resources_areAlignedAndSummedUp)
+{
+    PurgeReport report;
+    report.removed = { resource(u"a"_s, 10, 1), resource(u"b"_s, 2048, 2) };
+    report.size = 5;
+    const TextAt lines = purgeLines(report);
+    EXPECT_TRUE(lines(0).startsWith(u"   10 B  "_s)) << lines(0).toStdString();
+    EXPECT_TRUE(lines(1).startsWith(u"2.0 KiB  "_s)) << lines(1).toStdString();
+    EXPECT_TRUE(lines(1).endsWith(u"  b"_s));
+    EXPECT_EQ(lines(2), u"2 resources removed, 2.0 KiB freed; 5 B left"_s);
 }
 
 } // namespace zel::cli

@@ -59,12 +59,12 @@ ExitCode ListCommand::run(const Context &context)
     auto snapshot = readCache(settingsOf(context.options));
     if (!snapshot.hasValue())
         return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
-    snapshot.value().resources = selection.value().applied(snapshot.value().resources);
+    snapshot.value().resources = selection.value().applied(std::move(snapshot.value().resources));
     const qsizetype count = snapshot.value().resources.size();
     if (context.options.json) {
         QJsonObject answer = context.emptyAnswer();
         answer.insert(u"resources"_s, QJsonArray());
-        context.output.answer(answer, u"resources"_s, count, listJson(snapshot.value()));
+        context.output.answer(answer, { { u"resources"_s, count, listJson(snapshot.value()) } });
         return ExitCode::Success;
     }
     context.output.answerLines(

@@ -115,8 +115,8 @@ Result<Outcome> rehearse(const Context &context)
 void writeAnswer(const Context &context, const Outcome &outcome)
 {
     if (!context.options.json) {
-        for (const QString &line : outdatedLines(outcome.report))
-            context.output.answer(line);
+        context.output.answerLines(outcome.report.removed.size() + 1,
+                                   outdatedLines(outcome.report));
         return;
     }
     QJsonObject answer = context.emptyAnswer();
@@ -161,8 +161,8 @@ private:
 ExitCode OutdatedCommand::run(const Context &context)
 {
     registerResourceSchemes();
-    if (const auto snapshot = readCache(settingsOf(context.options)); !snapshot.hasValue())
-        return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
+    if (const auto nothing = readCacheFor({}, settingsOf(context.options)); !nothing.hasValue())
+        return context.fail(ExitCode::CacheUnavailable, nothing.error().errorMessage());
     if (!dryRun) {
         if (const auto code = openExistingCache(context))
             return *code;

@@ -58,26 +58,22 @@ PurgePlan planned(const Context &context, const Request &request, const Snapshot
     return planPurge(snapshot, purgeLimits(sizes, request.target), usersNow(snapshot));
 }
 
-/// The state after a purge that keeps to the plan.
-Snapshot without(const ResourceRows &removed, Snapshot snapshot)
+/// Leaves the state after a purge that keeps to the plan.
+void remove(const ResourceRows &removed, Snapshot &snapshot)
 {
     QSet<QString> references;
     for (const ResourceCacheReader::Resource &resource : removed)
         references.insert(resource.reference);
     snapshot.resources.removeIf(
         [&references](const auto &resource) { return references.contains(resource.reference); });
-    snapshot.currentSize -= sizeOfAll(removed);
-    return snapshot;
 }
 
-Outcome outcomeOf(const PurgePlan &plan, const ResourceRows &removed, const Snapshot &after)
+Outcome outcomeOf(const PurgePlan &plan, const ResourceRows &removed, qint64 size)
 {
     Outcome outcome;
     outcome.report.removed = removed;
     outcome.report.goal = plan.goal;
-    outcome.report.size = after.currentSize;
-    if (!outcome.report.isGoalReached())
-        outcome.pins = pinsOf(after, usersNow(after), plan.resources);
+    outcome.report.size = size;
     return outcome;
 }
 
@@ -103,7 +99,9 @@ Result<Outcome> purged(const Context &context, const Request &request)
     const Error failure = purge(purgeLimits(settings.sizes, request.target));
     ZEL_TRY_LET(const Snapshot after, readCache(settings));
 
-    Outcome outcome = outcomeOf(plan, removedBetween(before, after), after);
+    Outcome outcome = outcomeOf(plan, removedBetween(before, after), after.currentSize);
+    if (!outcome.report.isGoalReached())
+        outcome.pins = pinsOf(after, usersNow(after), plan.resources);
     outcome.failure = failure;
     QCoreApplication::processEvents();
     outcome.signalNumber = signalWatch.received();
@@ -112,9 +110,14 @@ Result<Outcome> purged(const Context &context, const Request &request)
 
 Result<Outcome> rehearse(const Context &context, const Request &request)
 {
-    ZEL_TRY_LET(const Snapshot before, readCache(settingsOf(context.options)));
-    const PurgePlan plan = planned(context, request, before);
-    Outcome outcome = outcomeOf(plan, plan.resources, without(plan.resources, before));
+    ZEL_TRY_LET(Snapshot snapshot, readCache(settingsOf(context.options)));
+    const PurgePlan plan = planned(context, request, snapshot);
+    Outcome outcome
+        = outcomeOf(plan, plan.resources, snapshot.currentSize - sizeOfAll(plan.resources));
+    if (!outcome.report.isGoalReached()) {
+        remove(plan.resources, snapshot);
+        outcome.pins = pinsOf(snapshot, usersNow(snapshot), plan.resources);
+    }
     outcome.report.isDryRun = true;
     return outcome;
 }
@@ -123,15 +126,17 @@ ExitCode answer(const Context &context, const Outcome &outcome)
 {
     if (context.options.json) {
         QJsonObject answer = context.emptyAnswer();
-        const QJsonObject members = purgeJson(outcome.report, outcome.pins);
+        const QJsonObject members = purgeJson(outcome.report);
         for (auto member = members.begin(); member != members.end(); ++member)
             answer.insert(member.key(), member.value());
         if (outcome.failure.hasError())
             answer.insert(u"error"_s, json::error(outcome.failure));
-        context.output.answer(answer);
+        const qsizetype removed = outcome.report.removed.size();
+        context.output.answer(answer,
+                              { { u"pinned"_s, outcome.pins.size(), pinnedJson(outcome.pins) },
+                                { u"removed"_s, removed, removedJson(outcome.report) } });
     } else {
-        for (const QString &line : purgeLines(outcome.report))
-            context.output.answer(line);
+        context.output.answerLines(outcome.report.removed.size() + 1, purgeLines(outcome.report));
     }
     for (const QString &line : pinLines(outcome.pins, shownPins))
         context.output.warning(line);

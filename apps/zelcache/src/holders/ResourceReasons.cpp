@@ -32,16 +32,26 @@ std::optional<QVersionNumber> declaredVersion(const QString &reference)
     return read.hasValue() ? std::optional(read.value()->referenceVersion()) : std::nullopt;
 }
 
-std::optional<Place> placeOf(const QString &reference, const ResourceRows &line)
+/// Counted, not looked up in the order of the purge, which would have to be made first.
+std::optional<Place> placeOf(const Resource &resource, const Snapshot &snapshot,
+                             const ResourceUsers &users)
 {
-    Place place { 1, line.size(), 0 };
-    for (const Resource &resource : line) {
-        if (resource.reference == reference)
-            return place;
+    if (!mayBePurged(resource, users))
+        return {};
+    Place place { 1, 0, 0 };
+    bool cameFirst = true;
+    for (const Resource &each : snapshot.resources) {
+        cameFirst = cameFirst && each.reference != resource.reference;
+        if (!mayBePurged(each, users))
+            continue;
+        ++place.of;
+        if (each.lastAccess > resource.lastAccess
+            || (each.lastAccess == resource.lastAccess && !cameFirst))
+            continue;
         ++place.number;
-        place.bytesBefore += resource.size;
+        place.bytesBefore += each.size;
     }
-    return {};
+    return place;
 }
 
 bool any(const QList<Holder> &holders, Holder::Role role, bool counting)
@@ -60,7 +70,8 @@ Verdict verdictOnItsWay(const QList<Holder> &holders)
     return any(holders, Holder::Role::Waits, false) ? Verdict::Waiting : Verdict::Abandoned;
 }
 
-Verdict verdictOf(const ResourceReasons &reasons, bool isThere, const PurgePlan &plan)
+/// `toFree`: bytes, if a purge is due.
+Verdict verdictOf(const ResourceReasons &reasons, bool isThere, std::optional<qint64> toFree)
 {
     switch (reasons.resource.status) {
     case ResourceStatus::Ready:
@@ -77,7 +88,8 @@ Verdict verdictOf(const ResourceReasons &reasons, bool isThere, const PurgePlan 
         return Verdict::DataGone;
     if (any(reasons.holders, Holder::Role::Uses, true))
         return Verdict::InUse;
-    return placeOf(reasons.resource.reference, plan.resources) ? Verdict::NextToGo : Verdict::Kept;
+    const bool isNext = toFree && reasons.place && reasons.place->bytesBefore <= *toFree;
+    return isNext ? Verdict::NextToGo : Verdict::Kept;
 }
 
 QString verdictName(Verdict verdict)
@@ -203,10 +215,10 @@ ResourceReasons resourceReasons(const Snapshot &snapshot, const Resource &resour
     reasons.holders = holdersOf(snapshot, resource.reference, now, look);
     reasons.lastWriter = programOfClient(snapshot, resource.lastWriterClientId, now, look);
     reasons.declared = declaredVersion(resource.reference);
-    reasons.place = placeOf(resource.reference, purgeLine(snapshot, users));
+    reasons.place = placeOf(resource, snapshot, users);
     reasons.now = now;
     reasons.verdict
-        = verdictOf(reasons, isThere, planPurge(snapshot, purgeLimits(limits, {}), users));
+        = verdictOf(reasons, isThere, bytesToFree(snapshot.currentSize, purgeLimits(limits, {})));
     return reasons;
 }
 

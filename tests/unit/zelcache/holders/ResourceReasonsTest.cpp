@@ -86,6 +86,21 @@ TEST_F(ResourceReasonsTest, ready_aboveTheOptimum_onlyWhatAPurgeTakesIsNext)
     EXPECT_EQ(verdict(2, 200), Verdict::Kept);
 }
 
+TEST_F(ResourceReasonsTest, ready_ofTheSameAge_keepsTheOrderOfTheRows)
+{
+    for (auto &resource : snapshot.resources)
+        resource.lastAccess = now - 60'000;
+    EXPECT_EQ(line(0, u"Purge"_s), u"number 1 of 3 in line, behind 0 B"_s);
+    EXPECT_EQ(line(2, u"Purge"_s), u"number 3 of 3 in line, behind 200 B"_s);
+    EXPECT_EQ(verdict(1, 200), Verdict::NextToGo);
+    EXPECT_EQ(verdict(2, 200), Verdict::Kept);
+    // 100 bytes are to go, 280 less nine tenths of 200, and 100 are not yet more than that.
+    snapshot.currentSize = 280;
+    EXPECT_EQ(verdict(1, 200), Verdict::NextToGo);
+    snapshot.currentSize = 279;
+    EXPECT_EQ(verdict(1, 200), Verdict::Kept);
+}
+
 TEST_F(ResourceReasonsTest, ready_inUse_staysAndIsNotInLine)
 {
     snapshot.usages.append({ u"share:/a"_s, 1, 101 });
