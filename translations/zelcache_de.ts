@@ -384,6 +384,25 @@
     </message>
 </context>
 <context>
+    <name>zel::cli::FetchPlanning</name>
+    <message>
+        <source>%1; --force fetches nevertheless</source>
+        <translation>%1; --force ruft trotzdem ab</translation>
+    </message>
+    <message>
+        <source>%1. Room for it cannot be made: %2</source>
+        <translation>%1. Der Platz dafür kann nicht geschaffen werden: %2</translation>
+    </message>
+    <message>
+        <source>Made room: %1, %2</source>
+        <translation>Platz geschaffen: %1, %2</translation>
+    </message>
+    <message>
+        <source>canceled</source>
+        <translation>abgebrochen</translation>
+    </message>
+</context>
+<context>
     <name>zel::cli::Finding</name>
     <message>
         <source>&quot;zelcache doctor --repair&quot; mends it.</source>
@@ -479,6 +498,53 @@
     </message>
 </context>
 <context>
+    <name>zel::cli::FitPlan</name>
+    <message>
+        <source>%1 to fetch, %2</source>
+        <translation>%1 abzurufen, %2</translation>
+    </message>
+    <message>
+        <source>%1 to fetch, %2 and %3 of unknown size</source>
+        <translation>%1 abzurufen, %2 und %3 unbekannter Größe</translation>
+    </message>
+    <message>
+        <source>Does not fit the cache: %1 afterwards, at most %2</source>
+        <translation>Passt nicht in den Cache: danach %1, höchstens %2</translation>
+    </message>
+    <message>
+        <source>Does not fit the disk: %1 to come, %2 free, %3 can go, %4 stay free</source>
+        <translation>Passt nicht auf den Datenträger: %1 kommen, %2 sind frei, %3 können weichen, %4 bleiben frei</translation>
+    </message>
+    <message>
+        <source>Fits: %1 afterwards, at most %2</source>
+        <translation>Passt: danach %1, höchstens %2</translation>
+    </message>
+    <message>
+        <source>Fits as far as sizes are known: %1 afterwards, at most %2</source>
+        <translation>Passt, soweit Größen bekannt sind: danach %1, höchstens %2</translation>
+    </message>
+    <message>
+        <source>Time: about %1</source>
+        <translation>Dauer: etwa %1</translation>
+    </message>
+    <message>
+        <source>Time: unknown</source>
+        <translation>Dauer: unbekannt</translation>
+    </message>
+    <message>
+        <source>fetch</source>
+        <translation>abrufen</translation>
+    </message>
+    <message>
+        <source>evict</source>
+        <translation>entfernen</translation>
+    </message>
+    <message>
+        <source>unknown</source>
+        <translation>unbekannt</translation>
+    </message>
+</context>
+<context>
     <name>zel::cli::FormatReport</name>
     <message>
         <source>file or folder</source>
@@ -514,6 +580,33 @@
     <message>
         <source>&quot;%1&quot; does not exist.</source>
         <translation>„%1“ gibt es nicht.</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::GetRequests</name>
+    <message>
+        <source>canceled</source>
+        <translation>abgebrochen</translation>
+    </message>
+    <message>
+        <source>The copy in the cache is not what was fetched. %1 &quot;zelcache remove %2&quot; lets it be fetched anew.</source>
+        <translation>Die Kopie im Cache ist nicht das, was abgerufen wurde. %1 Nach &quot;zelcache remove %2&quot; kann sie neu abgerufen werden.</translation>
+    </message>
+    <message>
+        <source>It cannot be read.</source>
+        <translation>Sie kann nicht gelesen werden.</translation>
+    </message>
+    <message>
+        <source>The data is gone again.</source>
+        <translation>Die Daten sind schon wieder weg.</translation>
+    </message>
+    <message>
+        <source>Verifying %1</source>
+        <translation>Prüfe %1</translation>
+    </message>
+    <message>
+        <source>%1: It cannot be verified. %2</source>
+        <translation>%1: Kann nicht geprüft werden. %2</translation>
     </message>
 </context>
 <context>
@@ -1306,6 +1399,17 @@
     <message>
         <source>default</source>
         <translation>Vorgabe</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::SourceSizes</name>
+    <message>
+        <source>Its source tells no size.</source>
+        <translation>Die Quelle nennt keine Größe.</translation>
+    </message>
+    <message>
+        <source>Its source has not answered in time.</source>
+        <translation>Die Quelle hat nicht rechtzeitig geantwortet.</translation>
     </message>
 </context>
 <context>

@@ -172,6 +172,20 @@ TEST_F(TextsCliTest, settingsAndFormats_areAllTexts)
     expectAllInBrackets({ u"formats"_s, cache.outside(u"nothing"_s) }, 3, { u"unknown"_s });
 }
 
+TEST_F(TextsCliTest, plan_isAllTexts)
+{
+    fill({ 500 });
+    const QString known = sharedFile(u"known.raw"_s, "known");
+    const QString missing = u"share:"_s + cache.outside(u"missing.raw"_s);
+    expectAllInBrackets({ u"get"_s, u"--plan"_s, known }, 0);
+    expectAllInBrackets({ u"get"_s, u"--plan"_s, known, missing }, 0);
+    const QString endless = sharedFile(u"endless.raw"_s, "");
+    ASSERT_TRUE(QFile::resize(cache.outside(u"endless.raw"_s), qint64(4) << 40));
+    expectAllInBrackets({ u"get"_s, u"--plan"_s, endless }, 7);
+    expectAllInBrackets({ u"get"_s, endless }, 7);
+    expectSameJson({ u"get"_s, u"--plan"_s, known, missing });
+}
+
 TEST_F(TextsCliTest, failures_areAllTexts)
 {
     const QString reference = fill({ 500 }).at(0);

@@ -19,14 +19,19 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::GetRequests)
+};
+
 Error refusalOf(const VerifyResult &result)
 {
     if (result.verdict == Verdict::NotReached)
-        return Error(ErrorCode::Canceled, u"canceled"_s);
-    const QString text = u"The copy in the cache is not what was fetched. %1 "
-                         "\"zelcache remove %2\" lets it be fetched anew."_s;
+        return Error(ErrorCode::Canceled, Texts::tr("canceled"));
+    const QString text = Texts::tr("The copy in the cache is not what was fetched. %1 "
+                                   "\"zelcache remove %2\" lets it be fetched anew.");
     const QString reason
-        = isViolation(result.verdict) ? worstSentence(result) : u"It cannot be read."_s;
+        = isViolation(result.verdict) ? worstSentence(result) : Texts::tr("It cannot be read.");
     return Error(int(ExitCode::IntegrityViolated), text.arg(reason, result.reference));
 }
 
@@ -52,7 +57,7 @@ Result<QString> GetRequests::Fetch::outcome() const
     const Error reason = error();
     if (reason.hasError())
         return ZEL_PASS(reason);
-    return ZEL_ERROR(ErrorCode::OperationFailed, u"The data is gone again."_s);
+    return ZEL_ERROR(ErrorCode::OperationFailed, Texts::tr("The data is gone again."));
 }
 
 Transfer GetRequests::Fetch::transfer(const TransferReports &reports) const
@@ -178,7 +183,7 @@ void GetRequests::verify(Fetch &fetch, TaskWait &wait)
     ResourceVerification verification(fetch.key, fetch.path, ManifestStore::forCache(dataDir));
     verification.compare();
     ProgressState state;
-    state.label = u"Verifying "_s + QFileInfo(fetch.path).fileName();
+    state.label = Texts::tr("Verifying %1").arg(QFileInfo(fetch.path).fileName());
     state.totalBytes = verification.bytesToRead(false);
     qint64 readBytes = 0;
     verification.read(false, [&](qint64 bytes) {
@@ -194,7 +199,8 @@ void GetRequests::verify(Fetch &fetch, TaskWait &wait)
     result.take(verification);
     fetch.isRefused = result.verdict != Verdict::Intact && result.verdict != Verdict::NoManifest;
     if (result.verdict == Verdict::NoManifest)
-        context.output.warning(fetch.key + u": It cannot be verified. "_s + result.notes.value(0));
+        context.output.warning(
+            Texts::tr("%1: It cannot be verified. %2").arg(fetch.key, result.notes.value(0)));
     else if (fetch.isRefused)
         fetch.failure = refusalOf(result);
 }

@@ -9,6 +9,7 @@
 #include "plan/SourceSizes.h"
 #include "staging/StagingRecord.h"
 
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QSet>
 
@@ -17,10 +18,14 @@
 
 namespace zel::cli {
 
-using namespace Qt::Literals::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::FetchPlanning)
+};
 
 using Handlers = QList<QSharedPointer<ResourceHandler>>;
 
@@ -52,7 +57,7 @@ QList<FitPlan::Missing> stillMissing(QList<FitPlan::Missing> missing,
 
 ExitCode refuse(const Context &context, const QString &why)
 {
-    return context.fail(ExitCode::NoSpace, why + u"; --force fetches nevertheless"_s);
+    return context.fail(ExitCode::NoSpace, Texts::tr("%1; --force fetches nevertheless").arg(why));
 }
 
 std::optional<ExitCode> purgeFor(const Context &context, const FitPlan &plan)
@@ -60,10 +65,11 @@ std::optional<ExitCode> purgeFor(const Context &context, const FitPlan &plan)
     const Error error = ZEL_PASS(ResourceManager::cache()->purgeCacheIfNeeded(plan.purgeBytes()));
     if (error.hasError())
         return refuse(context,
-                      fitPlanSummary(plan) + u". Room for it cannot be made: "_s
-                          + error.errorMessage());
-    context.output.note(u"Made room: %1, %2"_s.arg(countText(plan.evicted.size()),
-                                                   sizeText(sizeOfAll(plan.evicted))));
+                      Texts::tr("%1. Room for it cannot be made: %2")
+                          .arg(fitPlanSummary(plan), error.errorMessage()));
+    context.output.note(
+        Texts::tr("Made room: %1, %2")
+            .arg(countText(plan.evicted.size()), sizeText(sizeOfAll(plan.evicted))));
     return {};
 }
 
@@ -102,7 +108,7 @@ std::optional<ExitCode> makeRoomFor(const Context &context, const Handlers &miss
         return {};
     const SourceSizes sizes = askForSizes(asked, patience);
     if (sizes.signalNumber != 0)
-        return context.fail(exitCodeOfSignal(sizes.signalNumber), u"canceled"_s);
+        return context.fail(exitCodeOfSignal(sizes.signalNumber), Texts::tr("canceled"));
     // What is asked for and here already is in use by this process, as everybody can see.
     const auto plan = planFetch(settingsOf(context.options), sizes.missing, {});
     if (!plan.hasValue())

@@ -17,6 +17,11 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::FitPlan)
+};
+
 using Missing = FitPlan::Missing;
 
 /// Sources may tell any size; a sum stays a number.
@@ -37,31 +42,35 @@ qint64 sumOver(const QList<Missing> &missing, const Bytes &bytes)
 
 QString sumText(const FitPlan &plan)
 {
-    const QString sum
-        = u"%1 to fetch, %2"_s.arg(countText(plan.missing.size()), sizeText(plan.missingBytes()));
-    return plan.unknownSizes() == 0
-        ? sum
-        : sum + u" and %1 of unknown size"_s.arg(countText(plan.unknownSizes()));
+    const QString count = countText(plan.missing.size());
+    const QString size = sizeText(plan.missingBytes());
+    if (plan.unknownSizes() == 0)
+        return Texts::tr("%1 to fetch, %2").arg(count, size);
+    return Texts::tr("%1 to fetch, %2 and %3 of unknown size")
+        .arg(count, size, countText(plan.unknownSizes()));
 }
 
 QString verdictText(const FitPlan &plan)
 {
-    const QString afterwards = u"%1 afterwards, at most %2"_s.arg(
-        sizeText(plan.sizeAfterwards()), sizeText(plan.limits.maximumSize));
+    const QString afterwards = sizeText(plan.sizeAfterwards());
+    const QString maximum = sizeText(plan.limits.maximumSize);
     if (!plan.fitsMaximum())
-        return u"Does not fit the cache: "_s + afterwards;
+        return Texts::tr("Does not fit the cache: %1 afterwards, at most %2")
+            .arg(afterwards, maximum);
     if (!plan.fitsDisk())
-        return u"Does not fit the disk: %1 to come, %2 free, %3 can go, %4 stay free"_s.arg(
-            sizeText(plan.openBytes()), sizeText(*plan.freeBytes),
-            sizeText(sizeOfAll(plan.evicted)), sizeText(FitPlan::reserveBytes));
-    return (plan.unknownSizes() == 0 ? u"Fits: "_s : u"Fits as far as sizes are known: "_s)
-        + afterwards;
+        return Texts::tr("Does not fit the disk: %1 to come, %2 free, %3 can go, %4 stay free")
+            .arg(sizeText(plan.openBytes()), sizeText(*plan.freeBytes),
+                 sizeText(sizeOfAll(plan.evicted)), sizeText(FitPlan::reserveBytes));
+    if (plan.unknownSizes() == 0)
+        return Texts::tr("Fits: %1 afterwards, at most %2").arg(afterwards, maximum);
+    return Texts::tr("Fits as far as sizes are known: %1 afterwards, at most %2")
+        .arg(afterwards, maximum);
 }
 
-QString timeLine(const FitPlan &plan)
+QString timeText(const FitPlan &plan)
 {
     const auto time = plan.time();
-    return u"Time: "_s + (time ? u"about "_s + durationText(*time) : u"unknown"_s);
+    return time ? Texts::tr("Time: about %1").arg(durationText(*time)) : Texts::tr("Time: unknown");
 }
 
 template<typename Number>
@@ -150,17 +159,21 @@ FitPlan fitPlan(const ResourceCacheReader::Snapshot &snapshot, const ResourceCac
 
 QStringList fitPlanLines(const FitPlan &plan)
 {
+    const QString comes = Texts::tr("fetch");
+    const QString goes = Texts::tr("evict");
+    const auto line = [width = std::max(comes.size(), goes.size())](
+                          const QString &what, const QString &size, const QString &reference) {
+        return u"%1  %2  %3"_s.arg(what.leftJustified(width), size.rightJustified(10), reference);
+    };
     QStringList lines;
-    for (const Missing &each : plan.missing) {
-        const QString size = each.size ? sizeText(*each.size) : u"unknown"_s;
-        lines.append(u"fetch  %1  %2"_s.arg(size.rightJustified(10), each.reference));
-    }
-    for (const ResourceCacheReader::Resource &resource : plan.evicted)
+    for (const Missing &each : plan.missing)
         lines.append(
-            u"evict  %1  %2"_s.arg(sizeText(resource.size).rightJustified(10), resource.reference));
+            line(comes, each.size ? sizeText(*each.size) : Texts::tr("unknown"), each.reference));
+    for (const ResourceCacheReader::Resource &resource : plan.evicted)
+        lines.append(line(goes, sizeText(resource.size), resource.reference));
     lines.append(sumText(plan));
     if (!plan.missing.isEmpty())
-        lines.append(timeLine(plan));
+        lines.append(timeText(plan));
     lines.append(verdictText(plan));
     return lines;
 }

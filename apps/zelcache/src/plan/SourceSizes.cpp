@@ -5,6 +5,7 @@
 #include "TaskWait.h"
 #include "errors/Propagate.h"
 
+#include <QCoreApplication>
 #include <QElapsedTimer>
 
 #include <memory>
@@ -12,9 +13,12 @@
 
 namespace zel::cli {
 
-using namespace Qt::Literals::StringLiterals;
-
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::SourceSizes)
+};
 
 using AskTask = Result<std::unique_ptr<Task>>;
 
@@ -25,7 +29,7 @@ Result<qint64> answerOf(const AskTask &task)
     ZEL_TRY_LET(const auto metadata, task.value()->result<QSharedPointer<ResourceMetadata>>());
     const auto known = metadata.dynamicCast<SchemeMetadata>();
     if (!known || !known->size() || *known->size() < 0)
-        return ZEL_ERROR(ErrorCode::OperationFailed, u"Its source tells no size."_s);
+        return ZEL_ERROR(ErrorCode::OperationFailed, Texts::tr("Its source tells no size."));
     return *known->size();
 }
 
@@ -37,7 +41,7 @@ FitPlan::Missing missingOf(const ResourceHandler &handler, const AskTask &task)
     if (size.hasValue())
         missing.size = size.value();
     else if (size.error().errorCode() == ErrorCode::Canceled)
-        missing.reason = u"Its source has not answered in time."_s;
+        missing.reason = Texts::tr("Its source has not answered in time.");
     else
         missing.reason = size.error().errorMessage();
     return missing;
