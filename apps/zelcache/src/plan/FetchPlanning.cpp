@@ -111,8 +111,10 @@ std::optional<ExitCode> makeRoomFor(const Context &context, const Handlers &miss
         return context.fail(exitCodeOfSignal(sizes.signalNumber), Texts::tr("canceled"));
     // What is asked for and here already is in use by this process, as everybody can see.
     const auto plan = planFetch(settingsOf(context.options), sizes.missing, {});
-    if (!plan.hasValue())
-        return context.fail(ExitCode::CacheUnavailable, plan.error().errorMessage());
+    if (!plan.hasValue()) {
+        context.output.warning(plan.error().errorMessage());
+        return {};
+    }
     if (plan.value().missingBytes() == 0)
         return {};
     if (!plan.value().fits())

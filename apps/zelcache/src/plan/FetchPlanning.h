@@ -16,7 +16,7 @@ Result<FitPlan> planFetch(const ResourceManagerSettings &settings, QList<FitPlan
 
 /// Asks the sources of what a fetch is about to bring. If it cannot fit, even after what can go has
 /// gone, that is said and the code to end with returned; if something has to go for it, that goes.
-/// What is of unknown size stops nothing. The manager's cache must be open. Main thread only.
+/// What cannot be told stops nothing. The manager's cache must be open. Main thread only.
 std::optional<ExitCode> makeRoomFor(const Context &context,
                                     const QList<QSharedPointer<ResourceHandler>> &missing);
 

@@ -138,7 +138,7 @@ qint64 FitPlan::purgeBytes() const
 
 bool FitPlan::needsPurge() const
 {
-    return sumOf(size, purgeBytes()) > limits.optimalSize;
+    return !missing.isEmpty() && sumOf(size, purgeBytes()) > limits.optimalSize;
 }
 
 FitPlan fitPlan(const ResourceCacheReader::Snapshot &snapshot, const ResourceCacheSizes &limits,
@@ -153,7 +153,8 @@ FitPlan fitPlan(const ResourceCacheReader::Snapshot &snapshot, const ResourceCac
     ResourceUsers users = usersByReference(snapshot, now);
     for (const QString &key : wanted)
         users[key].append(QCoreApplication::applicationPid());
-    plan.evicted = planPurge(snapshot, { limits, plan.purgeBytes() }, users).resources;
+    if (plan.needsPurge())
+        plan.evicted = planPurge(snapshot, { limits, plan.purgeBytes() }, users).resources;
     return plan;
 }
 

@@ -96,6 +96,11 @@ TEST(FitPlan, fitPlan_moreThanTheMaximum_doesNotFit)
               "Does not fit the cache: 1001 B afterwards, at most 1000 B"_s);
 }
 
+TEST(FitPlan, fitPlan_nothingMissing_evictsNothingOfATooFullCache)
+{
+    EXPECT_TRUE(fitPlan(filled(), { 100, 200 }, {}, {}, 0, 0).evicted.isEmpty());
+}
+
 TEST(FitPlan, fitPlan_maximumThatIsNoSize_stopsNothing)
 {
     for (const qint64 maximum : { 0, -5 })
