@@ -83,7 +83,7 @@ protected:
     std::unique_ptr<ProgramRun> startBracketed(const QStringList &arguments) const
     {
         ProgramRun::Options options;
-        options.environment = environment() + QStringList { u"LC_ALL=C.UTF-8"_s };
+        options.environment = environment();
         return std::make_unique<ProgramRun>(QStringLiteral(BRACKETED_ZELCACHE), inCache(arguments),
                                             options);
     }
