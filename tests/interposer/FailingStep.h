@@ -1,0 +1,40 @@
+#pragma once
+
+#include "FileSteps.h"
+
+#include <atomic>
+#include <string>
+
+namespace zel::test {
+
+/// Lets one step on files below a folder fail, the folder itself included, and counts them all.
+/// Only one such object, or another watcher, may live at a time.
+class FailingStep final : public FileStepWatcher
+{
+public:
+    enum class Lasting {
+        Once,
+        FromThereOn, ///< like a disk that has died
+    };
+
+    /// The step of that number, beginning with 0, fails with `error`, a number of <cerrno>.
+    FailingStep(std::string folder, int number, int error, Lasting lasting = Lasting::Once);
+    FailingStep(const FailingStep &) = delete;
+    FailingStep &operator=(const FailingStep &) = delete;
+    ~FailingStep() override;
+
+    /// Whether there was a step of that number.
+    bool hasFailed() const { return m_seen > m_number; }
+    int seen() const { return m_seen; }
+
+private:
+    int before(const FileStep &step) override;
+
+    const std::string m_folder;
+    const int m_number;
+    const int m_error;
+    const Lasting m_lasting;
+    std::atomic<int> m_seen = 0;
+};
+
+} // namespace zel::test

@@ -1,0 +1,12 @@
+#pragma once
+
+namespace zel::test {
+
+/// From now on the process counts what it changes in files and folders: each write, each flush,
+/// each file that it makes, renames or removes. It kills itself with SIGKILL right before number
+/// `step`, beginning with 0. Works once in a process.
+///
+/// So every state in which a process can leave its files to others is reached by some number.
+void dieAtFileStep(int step);
+
+} // namespace zel::test

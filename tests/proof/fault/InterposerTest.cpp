@@ -1,0 +1,76 @@
+#include "FailingStatement.h"
+#include "FailingStep.h"
+#include "TemporaryCache.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
+
+#include <cerrno>
+
+using namespace zel::test;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// The proofs are worth nothing if what they let fail does not.
+class InterposerTest : public testing::Test
+{
+protected:
+    const TemporaryCache m_cache;
+    const QString m_path = m_cache.outside(u"file"_s);
+    const std::string m_folder = QFileInfo(m_path).path().toStdString();
+};
+
+} // namespace
+
+TEST_F(InterposerTest, failingStep_writeOfAFile_givesItsError)
+{
+    QFile file(m_path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+    const FailingStep failing(m_folder, 0, ENOSPC);
+    EXPECT_EQ(file.write("data"), -1);
+    EXPECT_TRUE(failing.hasFailed());
+    EXPECT_EQ(file.error(), QFileDevice::ResourceError);
+}
+
+TEST_F(InterposerTest, failingStep_once_nextStepSucceeds)
+{
+    const FailingStep failing(m_folder, 0, EACCES);
+    EXPECT_FALSE(QFile(m_path).open(QIODevice::WriteOnly));
+    EXPECT_TRUE(QFile(m_path).open(QIODevice::WriteOnly));
+}
+
+TEST_F(InterposerTest, failingStep_fromThereOn_nothingSucceedsAnyMore)
+{
+    const FailingStep failing(m_folder, 1, EIO, FailingStep::Lasting::FromThereOn);
+    EXPECT_TRUE(QFile(m_path).open(QIODevice::WriteOnly));
+    EXPECT_FALSE(QFile(m_path).open(QIODevice::WriteOnly));
+    EXPECT_FALSE(QFile::rename(m_path, m_path + u"2"_s));
+    EXPECT_GE(failing.seen(), 3);
+}
+
+TEST_F(InterposerTest, failingStep_elsewhere_isNotCounted)
+{
+    const FailingStep failing(m_folder + "/other", 0, EIO);
+    EXPECT_TRUE(QFile(m_path).open(QIODevice::WriteOnly));
+    EXPECT_EQ(failing.seen(), 0);
+}
+
+TEST_F(InterposerTest, failingStatement_secondOfThree_onlyThatFails)
+{
+    QSqlDatabase database = QSqlDatabase::addDatabase(u"QSQLITE"_s);
+    database.setDatabaseName(m_path);
+    ASSERT_TRUE(database.open());
+    QSqlQuery query(database);
+    ASSERT_TRUE(query.exec(u"CREATE TABLE a (b)"_s));
+    const FailingStatement failing(1, FailingStatement::Result::Full);
+    EXPECT_TRUE(query.exec(u"INSERT INTO a VALUES (1)"_s));
+    EXPECT_FALSE(query.exec(u"INSERT INTO a VALUES (1)"_s));
+    EXPECT_EQ(query.lastError().nativeErrorCode(), u"13"_s);
+    EXPECT_TRUE(query.exec(u"INSERT INTO a VALUES (1)"_s));
+    EXPECT_TRUE(failing.hasFailed());
+    EXPECT_EQ(failing.seen(), 3);
+}
