@@ -34,8 +34,9 @@ private:
 
 void dieAtFileStep(int step)
 {
-    static SuddenDeath death(step);
-    watchFileSteps(&death);
+    // Never destroyed: threads still write while the process ends.
+    static auto *const death = new SuddenDeath(step);
+    watchFileSteps(death);
 }
 
 } // namespace zel::test

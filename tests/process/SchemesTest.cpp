@@ -120,7 +120,7 @@ TEST_F(SchemesTest, retrieve_fetcherStopsAndWakesUpLate_bothCopiesAreOneInTheEnd
 
 TEST_F(SchemesTest, retrieve_killedAtAnyFileStep_theNextProcessEndsWithTheWhole)
 {
-    const int stride = forProof(8, 1); // as close as the time allows
+    const int stride = forProof(3, 1); // as close as the time allows
     writeFile(share(u"x.wiff"_s), content(1));
     writeFile(share(u"x.wiff.scan"_s), content(1));
     bool isKilled = true;
