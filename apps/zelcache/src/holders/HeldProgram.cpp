@@ -101,7 +101,7 @@ int codeOf(const QProcess &process)
 int runHeldProgram(Output &output, const QStringList &programLine, const QStringList &paths,
                    const HoldTime &time)
 {
-    const QString program = programLine.first();
+    const QString &program = programLine.first();
     if (const int obstacle = obstacleTo(program)) {
         output.error(obstacle == notFound ? Texts::tr("There is no program %1.").arg(program)
                                           : Texts::tr("%1 cannot be started.").arg(program));

@@ -131,7 +131,7 @@ void ResourceVerification::compareFormat()
         : Texts::tr(
             "By its name it is a file of a known format (%1), but its data does not show that.");
     // Many makers end the names of their folders alike.
-    const QString first = promised.constFirst();
+    const QString &first = promised.constFirst();
     remarks.append(text.arg(promised.size() > 1 ? Texts::tr("%1 or the like").arg(first) : first));
 }
 
