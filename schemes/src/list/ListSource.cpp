@@ -31,7 +31,7 @@ Result<RemoteListing> ListSource::list(const std::function<bool()> &isCanceled)
     Result<RemoteListing> listing = reference->isServerListing()
         ? ZEL_PASS(listFolders(isCanceled))
         : ZEL_PASS(listChecksums(isCanceled));
-    if (listing.error().errorCode() != ErrorCode::BadData)
+    if (listing.hasValue() || listing.error().errorCode() != ErrorCode::BadData)
         return listing;
     // What is wrong with a list does not say with which one.
     return ZEL_PASS(HttpFailure::make(int(ErrorCode::BadData), reference->referenceText(true),
