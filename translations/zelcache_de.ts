@@ -153,6 +153,18 @@
         <source>%1 of unknown size, which no purge takes</source>
         <translation>%1 von unbekannter Größe, was kein Aufräumen herausnimmt</translation>
     </message>
+    <message>
+        <source>without a ping it stops counting in %1 s</source>
+        <translation>ohne Lebenszeichen zählt es in %1 s nicht mehr</translation>
+    </message>
+    <message>
+        <source>Once what is not alive has stopped counting, closing %1 lets the purge reach its target.</source>
+        <translation>Sobald nicht mehr zählt, was nicht lebt, lässt das Ende von %1 das Aufräumen sein Ziel erreichen.</translation>
+    </message>
+    <message>
+        <source>The purge reaches its target once what is not alive has stopped counting.</source>
+        <translation>Das Aufräumen erreicht sein Ziel, sobald nicht mehr zählt, was nicht lebt.</translation>
+    </message>
 </context>
 <context>
     <name>zel::cli::CacheReport</name>
@@ -163,10 +175,6 @@
     <message>
         <source>process %1</source>
         <translation>Prozess %1</translation>
-    </message>
-    <message>
-        <source>process %1 (silent for %2)</source>
-        <translation>Prozess %1 (stumm seit %2)</translation>
     </message>
     <message>
         <source>none</source>
@@ -223,6 +231,18 @@
     <message>
         <source>Fetches:</source>
         <translation>Abrufe:</translation>
+    </message>
+    <message>
+        <source>silent for %1</source>
+        <translation>stumm seit %1</translation>
+    </message>
+    <message>
+        <source>dead or not to be seen from here, last seen %1 ago</source>
+        <translation>tot oder von hier nicht zu sehen, letztes Lebenszeichen vor %1</translation>
+    </message>
+    <message>
+        <source>dead, its number is another program&apos;s now, last seen %1 ago</source>
+        <translation>tot, die Nummer gehört jetzt einem anderen Programm, letztes Lebenszeichen vor %1</translation>
     </message>
 </context>
 <context>

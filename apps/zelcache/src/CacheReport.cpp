@@ -3,7 +3,7 @@
 #include "Format.h"
 #include "Json.h"
 #include "LabeledLines.h"
-#include "ResourceUsers.h"
+#include "board/BoardJson.h"
 
 #include <QCoreApplication>
 #include <QMetaEnum>
@@ -76,110 +76,76 @@ QString resourcesText(const QHash<ResourceStatus, int> &counts)
         .arg(counts.value(ResourceStatus::Missing));
 }
 
-QString clientText(const Reader::Client &client, qint64 now)
+/// What became of it, if not all is well.
+QString fateText(const BoardParty &party, qint64 now)
 {
-    const QString number = QString::number(client.processId);
-    if (isAlive(client, now))
-        return Texts::tr("process %1").arg(number);
-    const auto silence = std::chrono::seconds((now - client.lastPing) / 1000);
-    return Texts::tr("process %1 (silent for %2)").arg(number, durationText(silence));
+    const auto milliseconds = std::max<qint64>(now - party.lastSign.value_or(now), 0);
+    const QString silence = durationText(std::chrono::seconds(milliseconds / 1000));
+    switch (party.life) {
+    case BoardParty::Life::Silent:
+        return Texts::tr("silent for %1").arg(silence);
+    case BoardParty::Life::Dead:
+        return Texts::tr("dead or not to be seen from here, last seen %1 ago").arg(silence);
+    case BoardParty::Life::Reused:
+        return Texts::tr("dead, its number is another program's now, last seen %1 ago")
+            .arg(silence);
+    case BoardParty::Life::Alive:
+    case BoardParty::Life::Unregistered:
+        break;
+    }
+    return {};
 }
 
-QString clientsText(const StatusReport &report)
+QString partyText(const BoardParty &party, qint64 now)
+{
+    if (party.life == BoardParty::Life::Unregistered)
+        return Texts::tr("a process that is gone");
+    const QString process = Texts::tr("process %1").arg(party.processId);
+    QStringList details { party.program, fateText(party, now) };
+    details.removeAll(QString());
+    return details.isEmpty() ? process : u"%1 (%2)"_s.arg(process, details.join(u", "_s));
+}
+
+QString clientsText(const Board &board)
 {
     QStringList texts;
-    for (const Reader::Client &client : report.activity.clients)
-        texts.append(clientText(client, report.now));
+    for (const BoardParty &client : board.clients)
+        texts.append(partyText(client, board.now));
     return texts.isEmpty() ? Texts::tr("none") : texts.join(u", "_s);
 }
 
-QString transferText(const TransferReport &transfer)
+QString transferText(const Board::Fetch &fetch)
 {
     QStringList parts;
-    if (transfer.receivedBytes && transfer.totalBytes)
-        parts.append(Texts::tr("%1 of %2")
-                         .arg(sizeText(*transfer.receivedBytes), sizeText(*transfer.totalBytes)));
-    else if (transfer.receivedBytes)
-        parts.append(sizeText(*transfer.receivedBytes));
-    if (transfer.bytesPerSecond)
-        parts.append(rateText(*transfer.bytesPerSecond));
+    if (fetch.bytes && fetch.totalBytes)
+        parts.append(
+            Texts::tr("%1 of %2").arg(sizeText(*fetch.bytes), sizeText(*fetch.totalBytes)));
+    else if (fetch.bytes)
+        parts.append(sizeText(*fetch.bytes));
+    if (fetch.bytesPerSecond)
+        parts.append(rateText(*fetch.bytesPerSecond));
     return parts.join(u"  "_s);
 }
 
-QString processText(const std::optional<qint64> &processId)
+QString taskLine(const QString &state, const BoardParty &party, const QString &reference,
+                 const Board &board)
 {
-    return processId ? Texts::tr("process %1").arg(*processId)
-                     : Texts::tr("a process that is gone");
+    return u"  %1  %2  %3"_s.arg(state, partyText(party, board.now), reference);
 }
 
-QString taskLine(const StatusReport &report, const Reader::AcquiringTask &task)
+QStringList taskLines(const Board &board)
 {
     const QString waiting = Texts::tr("waiting");
-    const QString state = task.progress ? u"%1%"_s.arg(*task.progress, 3) : waiting;
-    QString line = u"  %1  %2  %3"_s.arg(state.leftJustified(waiting.size()),
-                                         processText(task.processId), task.reference);
-    if (!task.progress)
-        return line;
-    if (const auto transfer = report.transfers.constFind(task.reference);
-        transfer != report.transfers.cend())
-        line += u"  "_s + transferText(*transfer);
-    return line;
-}
-
-QJsonValue optionalJson(const std::optional<qint64> &number)
-{
-    return number ? QJsonValue(*number) : QJsonValue();
-}
-
-QJsonArray clientsJson(const StatusReport &report)
-{
-    QJsonArray clients;
-    for (const Reader::Client &client : report.activity.clients)
-        clients.append(QJsonObject { { u"process"_s, client.processId },
-                                     { u"lastPing"_s, client.lastPing },
-                                     { u"alive"_s, isAlive(client, report.now) } });
-    return clients;
-}
-
-QJsonObject taskJson(const StatusReport &report, const Reader::AcquiringTask &task)
-{
-    QJsonObject object { { u"reference"_s, task.reference },
-                         { u"process"_s, optionalJson(task.processId) },
-                         { u"fetching"_s, task.progress.has_value() } };
-    if (!task.progress)
-        return object;
-    object.insert(u"percent"_s, *task.progress);
-    const TransferReport transfer = report.transfers.value(task.reference);
-    object.insert(u"receivedBytes"_s, optionalJson(transfer.receivedBytes));
-    object.insert(u"totalBytes"_s, optionalJson(transfer.totalBytes));
-    if (transfer.bytesPerSecond)
-        object.insert(u"bytesPerSecond"_s, *transfer.bytesPerSecond);
-    return object;
-}
-
-QJsonArray tasksJson(const StatusReport &report)
-{
-    QJsonArray tasks;
-    for (const Reader::AcquiringTask &task : report.activity.acquiringTasks)
-        tasks.append(taskJson(report, task));
-    return tasks;
-}
-
-QJsonObject countsJson(const QHash<ResourceStatus, int> &counts)
-{
-    QJsonObject object;
-    for (const auto status : { ResourceStatus::Ready, ResourceStatus::Missing,
-                               ResourceStatus::ScheduledForAcquire, ResourceStatus::Acquiring })
-        object.insert(toText(status), counts.value(status));
-    return object;
-}
-
-QJsonObject sizesJson(const StatusReport &report)
-{
-    return { { u"current"_s, report.activity.currentSize },
-             { u"optimal"_s, report.limits.optimalSize },
-             { u"maximum"_s, report.limits.maximumSize },
-             { u"free"_s, optionalJson(report.freeBytes) } };
+    QStringList lines;
+    for (const Board::Fetch &fetch : board.fetches) {
+        const QString percent = u"%1%"_s.arg(fetch.percent, 3).leftJustified(waiting.size());
+        const QString transfer = transferText(fetch);
+        lines.append(taskLine(percent, fetch.fetcher, fetch.reference, board)
+                     + (transfer.isEmpty() ? QString() : u"  "_s + transfer));
+    }
+    for (const Board::Waiter &waiter : board.waiters)
+        lines.append(taskLine(waiting, waiter.program, waiter.reference, board));
+    return lines;
 }
 
 } // namespace
@@ -225,38 +191,33 @@ QJsonObject resourceJson(const Reader::Snapshot &snapshot, const Reader::Resourc
 
 QStringList statusLines(const StatusReport &report)
 {
-    const Reader::Activity &activity = report.activity;
+    const Board &board = report.board;
+    const qint64 lastScan = report.lastScanTimestamp;
     QStringList lines = labeledLines({
         { Texts::tr("Cache"), report.path.baseDirPath() },
         { Texts::tr("Size"),
           Texts::tr("%1 of %2, at most %3")
-              .arg(sizeText(activity.currentSize), sizeText(report.limits.optimalSize),
-                   sizeText(report.limits.maximumSize)) },
+              .arg(sizeText(board.currentSize), sizeText(board.limits.optimalSize),
+                   sizeText(board.limits.maximumSize)) },
         { Texts::tr("Free on disk"),
-          report.freeBytes ? sizeText(*report.freeBytes) : Texts::tr("unknown") },
-        { Texts::tr("Resources"), resourcesText(activity.resourceCounts) },
-        { Texts::tr("Programs"), clientsText(report) },
-        { Texts::tr("Last count"),
-          activity.lastScanTimestamp == 0 ? Texts::tr("never")
-                                          : timeText(activity.lastScanTimestamp * 1000) },
+          board.freeBytes ? sizeText(*board.freeBytes) : Texts::tr("unknown") },
+        { Texts::tr("Resources"), resourcesText(board.resourceCounts) },
+        { Texts::tr("Programs"), clientsText(board) },
+        { Texts::tr("Last count"), lastScan == 0 ? Texts::tr("never") : timeText(lastScan * 1000) },
     });
-    if (!activity.acquiringTasks.isEmpty())
+    const QStringList tasks = taskLines(board);
+    if (!tasks.isEmpty())
         lines.append(Texts::tr("Fetches:"));
-    for (const Reader::AcquiringTask &task : activity.acquiringTasks)
-        lines.append(taskLine(report, task));
-    return lines;
+    return lines + tasks;
 }
 
 QJsonObject statusJson(const StatusReport &report)
 {
-    return { { u"baseDirectory"_s, report.path.baseDirPath().toString() },
-             { u"dataDirectory"_s, report.path.cacheDataDir().toString() },
-             { u"database"_s, report.path.databasePath().toString() },
-             { u"sizes"_s, sizesJson(report) },
-             { u"resources"_s, countsJson(report.activity.resourceCounts) },
-             { u"clients"_s, clientsJson(report) },
-             { u"fetches"_s, tasksJson(report) },
-             { u"lastScan"_s, report.activity.lastScanTimestamp } };
+    QJsonObject object = boardJson(report.board);
+    object.insert(u"dataDirectory"_s, report.path.cacheDataDir().toString());
+    object.insert(u"database"_s, report.path.databasePath().toString());
+    object.insert(u"lastScan"_s, report.lastScanTimestamp);
+    return object;
 }
 
 } // namespace zel::cli

@@ -2,15 +2,12 @@
 
 #include "ResourceCachePath.h"
 #include "ResourceCacheReader.h"
-#include "ResourceCacheSizes.h"
 #include "TextAt.h"
-#include "TransferReport.h"
+#include "board/BoardModel.h"
 
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QStringList>
-
-#include <optional>
 
 namespace zel::cli {
 
@@ -18,11 +15,8 @@ namespace zel::cli {
 struct StatusReport
 {
     ResourceCachePath path;
-    ResourceCacheSizes limits;
-    ResourceCacheReader::Activity activity;
-    TransferReports transfers;
-    std::optional<qint64> freeBytes; ///< on the volume of the data
-    qint64 now = 0; ///< milliseconds since the epoch
+    Board board;
+    qint64 lastScanTimestamp = 0; ///< seconds since the epoch; 0 before the first scan
 };
 
 /// `list` for people, a line for each resource, and for programs, JSON of each: the same as
@@ -37,7 +31,7 @@ TextAt referenceLines(const ResourceCacheReader::Snapshot &snapshot);
 QJsonObject resourceJson(const ResourceCacheReader::Snapshot &snapshot,
                          const ResourceCacheReader::Resource &resource);
 
-/// `status` for people and for programs.
+/// `status` for people and for programs: what the board tells them, and where the cache lies.
 QStringList statusLines(const StatusReport &report);
 QJsonObject statusJson(const StatusReport &report);
 

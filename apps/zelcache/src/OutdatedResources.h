@@ -15,7 +15,7 @@ struct OutdatedResource
 {
     ResourceCacheReader::Resource resource;
     QVersionNumber declared;
-    QList<qint64> processes; ///< who uses the copy
+    UserProcesses processes; ///< who uses the copy
 };
 using OutdatedResources = QList<OutdatedResource>;
 

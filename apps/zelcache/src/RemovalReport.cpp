@@ -104,7 +104,7 @@ QList<Pin> pinsOf(const ResourceCacheReader::Snapshot &after, const ResourceUser
     for (const Resource &resource : after.resources) {
         if (!holdsData(resource))
             continue;
-        const QList<qint64> processes = users.value(resource.reference);
+        const UserProcesses processes = users.value(resource.reference);
         pins.append({ resource,
                       processes.isEmpty() ? reasonOf(resource, lastAccess) : Reason::InUse,
                       processes });

@@ -34,7 +34,7 @@ struct Pin
 
     ResourceCacheReader::Resource resource;
     Reason reason = Reason::InUse;
-    QList<qint64> processes;
+    UserProcesses processes;
 };
 
 /// Everything that holds data after a purge that took or was to take these resources.

@@ -15,14 +15,14 @@ struct Texts
 
 using Resource = ResourceCacheReader::Resource;
 
-Refusal refusalOfWanted(const QList<qint64> &processes)
+Refusal refusalOfWanted(const UserProcesses &processes)
 {
     if (processes.isEmpty())
         return { Texts::tr("It is wanted."), {} };
     return { Texts::tr("It is wanted by %1.").arg(processesText(processes)), processes };
 }
 
-Refusal refusalOfFetched(const QList<qint64> &processes)
+Refusal refusalOfFetched(const UserProcesses &processes)
 {
     if (processes.isEmpty())
         return { Texts::tr("It is being fetched."), {} };
@@ -31,9 +31,9 @@ Refusal refusalOfFetched(const QList<qint64> &processes)
 
 /// The reason that lies in the status, if any.
 std::optional<Refusal> refusalOfStatus(const ResourceCacheReader::Snapshot &snapshot,
-                                       const Resource &resource)
+                                       const Resource &resource, const ProcessLookup &look)
 {
-    const QList<qint64> fetchers = fetchersOf(snapshot, resource.reference);
+    const UserProcesses fetchers = fetchersOf(snapshot, resource.reference, look);
     switch (resource.status) {
     case ResourceStatus::Ready:
         return {};
@@ -63,14 +63,15 @@ std::optional<Refusal> refusalOfPolicy(ResourceCleanupPolicy policy, bool force)
 } // namespace
 
 std::optional<Refusal> refusalOf(const ResourceCacheReader::Snapshot &snapshot,
-                                 const ResourceUsers &users, const QString &key, bool force)
+                                 const ResourceUsers &users, const QString &key, bool force,
+                                 const ProcessLookup &look)
 {
     const auto resource = resourceOf(snapshot, key);
     if (!resource)
         return Refusal { Texts::tr("The cache does not know it."), {} };
-    if (const auto refusal = refusalOfStatus(snapshot, *resource))
+    if (const auto refusal = refusalOfStatus(snapshot, *resource, look))
         return refusal;
-    const QList<qint64> processes = users.value(key);
+    const UserProcesses processes = users.value(key);
     if (!processes.isEmpty())
         return Refusal { Texts::tr("It is in use by %1.").arg(processesText(processes)),
                          processes };

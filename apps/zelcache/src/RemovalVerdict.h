@@ -11,12 +11,14 @@ namespace zel::cli {
 struct Refusal
 {
     QString reason;
-    QList<qint64> processes;
+    UserProcesses processes;
 };
 
 /// Whether the resource may be removed as the cache stands; empty if it may. `key`: also of one
-/// that the cache does not know. `force`: the policy Never is no reason.
+/// that the cache does not know. `force`: the policy Never is no reason. Without `look` the reason
+/// names no programs but those of the users.
 std::optional<Refusal> refusalOf(const ResourceCacheReader::Snapshot &snapshot,
-                                 const ResourceUsers &users, const QString &key, bool force);
+                                 const ResourceUsers &users, const QString &key, bool force,
+                                 const ProcessLookup &look = {});
 
 } // namespace zel::cli

@@ -1,9 +1,10 @@
 #include "ResourceUsers.h"
 
 #include <QCoreApplication>
-#include <QFile>
 #include <QJsonObject>
 #include <QStringList>
+
+#include <algorithm>
 
 namespace zel::cli {
 
@@ -16,84 +17,94 @@ struct Texts
     Q_DECLARE_TR_FUNCTIONS(zel::cli::ResourceUsers)
 };
 
-/// After this long without a ping the others take a program for dead.
-constexpr qint64 silenceOfTheDead = 30'000;
+using Snapshot = ResourceCacheReader::Snapshot;
 
-void addOnce(QList<qint64> &processIds, qint64 processId)
+void addOnce(UserProcesses &processes, const UserProcess &process)
 {
-    if (!processIds.contains(processId))
-        processIds.append(processId);
+    if (!processes.contains(process))
+        processes.append(process);
 }
 
-QSet<qint64> livingClients(const ResourceCacheReader::Snapshot &snapshot, qint64 now)
+UserProcess processOf(const ResourceCacheReader::Client &client, const ProcessLookup &look)
+{
+    if (!look)
+        return client.processId;
+    return { client.processId, ClientLife(client, look(client.processId)).program() };
+}
+
+QSet<qint64> usingClients(const Snapshot &snapshot)
 {
     QSet<qint64> ids;
-    for (const ResourceCacheReader::Client &client : snapshot.clients) {
-        if (isAlive(client, now))
-            ids.insert(client.id);
-    }
+    for (const ResourceCacheReader::Usage &usage : snapshot.usages)
+        ids.insert(usage.clientId);
     return ids;
+}
+
+/// By client, each looked at once.
+QHash<qint64, UserProcess> countingUsers(const Snapshot &snapshot, qint64 now,
+                                         const ProcessLookup &look)
+{
+    const QSet<qint64> ids = usingClients(snapshot);
+    QHash<qint64, UserProcess> processes;
+    for (const ResourceCacheReader::Client &client : snapshot.clients) {
+        if (ids.contains(client.id) && ClientLife::counts(client, now))
+            processes.insert(client.id, processOf(client, look));
+    }
+    return processes;
 }
 
 } // namespace
 
-bool isAlive(const ResourceCacheReader::Client &client, qint64 now)
+ResourceUsers usersByReference(const Snapshot &snapshot, qint64 now, const ProcessLookup &look)
 {
-    return now - client.lastPing <= silenceOfTheDead;
-}
-
-ResourceUsers usersByReference(const ResourceCacheReader::Snapshot &snapshot, qint64 now)
-{
-    const QSet<qint64> living = livingClients(snapshot, now);
+    const QHash<qint64, UserProcess> counting = countingUsers(snapshot, now, look);
     ResourceUsers users;
     for (const ResourceCacheReader::Usage &usage : snapshot.usages) {
-        if (usage.processId && living.contains(usage.clientId))
-            addOnce(users[usage.reference], *usage.processId);
+        const auto process = counting.constFind(usage.clientId);
+        if (process != counting.cend())
+            addOnce(users[usage.reference], *process);
     }
     return users;
 }
 
-QList<qint64> fetchersOf(const ResourceCacheReader::Snapshot &snapshot, const QString &reference)
+UserProcesses fetchersOf(const Snapshot &snapshot, const QString &reference,
+                         const ProcessLookup &look)
 {
-    QList<qint64> fetchers;
+    UserProcesses fetchers;
     for (const bool fetching : { true, false }) {
         for (const ResourceCacheReader::AcquiringTask &task : snapshot.acquiringTasks) {
-            if (task.reference == reference && task.processId
-                && task.progress.has_value() == fetching)
-                addOnce(fetchers, *task.processId);
+            if (task.reference != reference || task.progress.has_value() != fetching)
+                continue;
+            for (const ResourceCacheReader::Client &client : snapshot.clients) {
+                if (client.id == task.clientId)
+                    addOnce(fetchers, processOf(client, look));
+            }
         }
     }
     return fetchers;
 }
 
-QString programOf(qint64 processId)
-{
-    QFile name(u"/proc/%1/comm"_s.arg(processId));
-    return name.open(QIODevice::ReadOnly) ? QString::fromLocal8Bit(name.readAll().trimmed())
-                                          : QString();
-}
-
-QString processesText(const QList<qint64> &processIds)
+QString processesText(const UserProcesses &processes)
 {
     QStringList texts;
-    for (const qint64 processId : processIds) {
-        const QString program = programOf(processId);
-        const QString number = Texts::tr("process %1").arg(processId);
-        texts.append(program.isEmpty() ? number : number + u" ("_s + program + u')');
+    for (const UserProcess &process : processes) {
+        const QString number = Texts::tr("process %1").arg(process.id);
+        texts.append(process.program.isEmpty() ? number
+                                               : number + u" ("_s + process.program + u')');
     }
     return texts.join(u", "_s);
 }
 
-QJsonArray processesJson(const QList<qint64> &processIds)
+QJsonArray processesJson(const UserProcesses &processes)
 {
-    QJsonArray processes;
-    for (const qint64 processId : processIds) {
-        const QString program = programOf(processId);
-        processes.append(QJsonObject {
-            { u"process"_s, processId },
-            { u"program"_s, program.isEmpty() ? QJsonValue() : QJsonValue(program) } });
+    QJsonArray array;
+    for (const UserProcess &process : processes) {
+        array.append(QJsonObject {
+            { u"process"_s, process.id },
+            { u"program"_s,
+              process.program.isEmpty() ? QJsonValue() : QJsonValue(process.program) } });
     }
-    return processes;
+    return array;
 }
 
 } // namespace zel::cli

@@ -1,31 +1,46 @@
 #pragma once
 
-#include "ResourceCacheReader.h"
+#include "ClientLife.h"
 
 #include <QHash>
 #include <QJsonArray>
 
 namespace zel::cli {
 
-/// Whether the other programs take the client for alive at this moment; milliseconds since the
-/// epoch.
-bool isAlive(const ResourceCacheReader::Client &client, qint64 now);
+/// A process as the rows of the cache name it.
+struct UserProcess
+{
+    UserProcess(qint64 id, const QString &program = {})
+        : id(id)
+        , program(program)
+    {
+    }
 
-/// The numbers of the living processes that use a resource, each once, by its reference. The usage
-/// of one that is gone or silent for too long holds nothing: it goes when the cache is next tidied.
-using ResourceUsers = QHash<QString, QList<qint64>>;
-ResourceUsers usersByReference(const ResourceCacheReader::Snapshot &snapshot, qint64 now);
+    qint64 id = 0;
+    QString program; ///< empty if it cannot be seen
 
-/// The processes that fetch the resource or wait for that, the fetching one first.
-QList<qint64> fetchersOf(const ResourceCacheReader::Snapshot &snapshot, const QString &reference);
+    friend bool operator==(const UserProcess &left, const UserProcess &right)
+    {
+        return left.id == right.id;
+    }
+};
+using UserProcesses = QList<UserProcess>;
 
-/// The name of the program; empty for a process that is gone, or that another user or container
-/// hides.
-QString programOf(qint64 processId);
+/// The processes that use a resource and count, each once, by its reference. The usage of one that
+/// is gone or silent for too long holds nothing: it goes when the cache is next tidied.
+using ResourceUsers = QHash<QString, UserProcesses>;
+/// `now`: milliseconds since the epoch. Without `look` no programs are named.
+ResourceUsers usersByReference(const ResourceCacheReader::Snapshot &snapshot, qint64 now,
+                               const ProcessLookup &look = {});
+
+/// The processes that fetch the resource or wait for that, the fetching one first. Without `look`
+/// no programs are named.
+UserProcesses fetchersOf(const ResourceCacheReader::Snapshot &snapshot, const QString &reference,
+                         const ProcessLookup &look = {});
 
 /// "process 12 (program), process 13"; without the name of one that cannot be seen from here.
-QString processesText(const QList<qint64> &processIds);
+QString processesText(const UserProcesses &processes);
 /// Of each "process" and "program", which is null if it cannot be seen.
-QJsonArray processesJson(const QList<qint64> &processIds);
+QJsonArray processesJson(const UserProcesses &processes);
 
 } // namespace zel::cli

@@ -1,10 +1,13 @@
 #include "platform/ProcessFacts.h"
 
+#include "platform/ProcessIdentity.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
-#include <unistd.h>
+#include <filesystem>
+#include <string>
 
 namespace zel {
 
@@ -16,32 +19,6 @@ std::optional<QByteArray> contentOf(const QString &path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? std::optional(file.readAll()) : std::nullopt;
-}
-
-/// When the machine started, in milliseconds since the epoch.
-std::optional<qint64> startOfMachine()
-{
-    const QList<QByteArray> lines = contentOf(u"/proc/stat"_s).value_or(QByteArray()).split('\n');
-    for (const QByteArray &line : lines) {
-        if (line.startsWith("btime "))
-            return line.mid(6).toLongLong() * 1000;
-    }
-    return {};
-}
-
-/// The 22nd field, in ticks since the machine started. The second one is the program's name, which
-/// may hold blanks and parentheses.
-std::optional<qint64> startOf(const QByteArray &status)
-{
-    const QList<QByteArray> fields = status.mid(status.lastIndexOf(')') + 2).split(' ');
-    constexpr qsizetype startField = 22 - 3;
-    bool isNumber = false;
-    const qint64 ticks = fields.value(startField).toLongLong(&isNumber);
-    const qint64 ticksPerSecond = ::sysconf(_SC_CLK_TCK);
-    const auto machine = startOfMachine();
-    if (!isNumber || !machine || ticksPerSecond <= 0)
-        return {};
-    return *machine + ticks * 1000 / ticksPerSecond;
 }
 
 /// As QDir::tempPath() gives it there. What the process has set since its start is not seen.
@@ -63,18 +40,43 @@ std::optional<QString> temporaryFolderOf(const QString &folder)
 ProcessFacts ProcessFacts::of(qint64 processId)
 {
     const QString folder = u"/proc/%1"_s.arg(processId);
-    const auto status = contentOf(folder + u"/stat"_s);
-    if (processId <= 0 || !status)
-        return {};
     ProcessFacts facts;
-    facts.exists = true;
-    const qsizetype name = status->indexOf('(') + 1;
-    facts.program = QString::fromLocal8Bit(status->mid(name, status->lastIndexOf(')') - name));
-    facts.started = startOf(*status);
+    facts.started = ProcessIdentity::startOf(processId);
+    facts.exists = facts.started.has_value();
+    if (!facts.exists)
+        return facts;
+    facts.program = programOf(processId);
     const QFileInfo info(folder);
     facts.user = info.owner().isEmpty() ? QString::number(info.ownerId()) : info.owner();
     facts.temporaryFolder = temporaryFolderOf(folder);
     return facts;
+}
+
+QString ProcessFacts::programOf(qint64 processId)
+{
+    const auto name = contentOf(u"/proc/%1/comm"_s.arg(processId));
+    return QString::fromLocal8Bit(name.value_or(QByteArray()).trimmed());
+}
+
+std::optional<bool> ProcessFacts::hasOpen(qint64 processId, const QString &path)
+{
+    namespace fs = std::filesystem;
+    const fs::path file = QFile::encodeName(path).toStdString();
+    std::error_code failure;
+    if (!fs::exists(file, failure))
+        return {};
+    fs::directory_iterator opened("/proc/" + std::to_string(processId) + "/fd", failure);
+    if (failure)
+        return {};
+    while (opened != fs::directory_iterator()) {
+        std::error_code notComparable;
+        if (fs::equivalent(opened->path(), file, notComparable))
+            return true;
+        opened.increment(failure);
+        if (failure)
+            return {};
+    }
+    return false;
 }
 
 } // namespace zel

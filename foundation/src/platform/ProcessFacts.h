@@ -14,13 +14,18 @@ struct ZEL_RESOURCE_MANAGER_EXPORT ProcessFacts
     /// False for one that is gone or that lives in a container with numbers of its own.
     bool exists = false;
     QString program; ///< its name, the first letters of it at least
-    /// Milliseconds since the epoch, to about a second. Empty if it cannot be found out.
-    std::optional<qint64> started;
+    std::optional<qint64> started; ///< as ProcessIdentity::startOf() tells it
     QString user; ///< as a name or a number
     /// Where it has its temporary files. Empty for processes of others.
     std::optional<QString> temporaryFolder;
 
     static ProcessFacts of(qint64 processId);
+
+    /// Its name alone; empty if it cannot be seen.
+    static QString programOf(qint64 processId);
+    /// Whether the process has the file open, under whatever path. Empty for one that is gone, and
+    /// for processes of others.
+    static std::optional<bool> hasOpen(qint64 processId, const QString &path);
 };
 
 } // namespace zel

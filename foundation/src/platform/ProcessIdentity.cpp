@@ -19,15 +19,30 @@ QByteArray contentOf(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// The 22nd field. The second one is the program's name, which may hold blanks and parentheses.
+/// Of a process's status behind its second field, the program's name, which may hold blanks and
+/// parentheses. The numbers of fields begin with 1.
+QByteArray fieldOf(const QList<QByteArray> &fieldsFromThird, qsizetype number)
+{
+    return fieldsFromThird.value(number - 3);
+}
+
+/// Whether it has ended and is only not reaped yet. Where its first thread alone has ended, the
+/// others live on.
+bool isOver(const QList<QByteArray> &fieldsFromThird)
+{
+    const QByteArray state = fieldOf(fieldsFromThird, 3);
+    const int threads = fieldOf(fieldsFromThird, 20).toInt();
+    return (state == "Z" || state == "X") && threads <= 1;
+}
+
+/// In ticks; empty without a process.
 std::optional<qint64> startTimeOf(qint64 pid)
 {
     const QByteArray status = contentOf(u"/proc/%1/stat"_s.arg(pid));
     const QList<QByteArray> fields = status.mid(status.lastIndexOf(')') + 2).split(' ');
-    constexpr qsizetype startTimeField = 22 - 3;
     bool isNumber = false;
-    const qint64 time = fields.value(startTimeField).toLongLong(&isNumber);
-    return isNumber ? std::optional(time) : std::nullopt;
+    const qint64 time = fieldOf(fields, 22).toLongLong(&isNumber);
+    return isNumber && !isOver(fields) ? std::optional(time) : std::nullopt;
 }
 
 /// Milliseconds since the machine started, those in which it slept included.
@@ -61,7 +76,10 @@ std::optional<qint64> ProcessIdentity::startOf(qint64 pid)
     const auto ticks = startTimeOf(pid);
     if (!ticks)
         return {};
-    const qint64 machineStarted = QDateTime::currentMSecsSinceEpoch() - upTime();
+    // The clock first: should something come between, the process seems older than it is, never
+    // younger than what it has done.
+    const qint64 now = QDateTime::currentMSecsSinceEpoch();
+    const qint64 machineStarted = now - upTime();
     return machineStarted + *ticks * 1000 / ::sysconf(_SC_CLK_TCK);
 }
 

@@ -15,6 +15,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+using Life = BoardParty::Life;
+
 ResourceCacheReader::Resource resource(const QString &reference, ResourceStatus status, qint64 size)
 {
     ResourceCacheReader::Resource made;
@@ -43,23 +45,32 @@ ResourceCacheReader::Snapshot busyCache()
     return snapshot;
 }
 
+Board busyBoard()
+{
+    Board board;
+    board.baseDirectory = u"/c"_s;
+    board.now = 1'700'000'000'000;
+    board.limits = { 10'737'418'240, 21'474'836'480 };
+    board.currentSize = 1536;
+    board.freeBytes = 2048;
+    board.resourceCounts = { { ResourceStatus::Ready, 1 }, { ResourceStatus::Acquiring, 1 } };
+    const BoardParty viewer { 100, u"viewer"_s, Life::Alive, board.now, board.now, true };
+    const qint64 before = board.now - 45'000;
+    const BoardParty silent { 200, {}, Life::Silent, before, before, false };
+    const BoardParty reused { 300, {}, Life::Reused, before, before, false };
+    const BoardParty dead { 400, {}, Life::Dead, before, before, false };
+    board.clients = { viewer, silent, reused, dead };
+    board.fetches.append({ u"http://a/c.raw"_s, viewer, 45, 450, 1000, 10.0, {} });
+    board.fetches.append({ u"http://a/d.raw"_s, dead, 1, {}, {}, {}, {} });
+    board.waiters.append({ u"http://a/c.raw"_s, silent, board.now });
+    return board;
+}
+
 StatusReport busyReport()
 {
     StatusReport report;
     report.path.setBaseDirPath(u"/c"_s);
-    const ResourceCacheReader::Snapshot cache = busyCache();
-    report.activity.acquiringTasks = cache.acquiringTasks;
-    report.activity.clients = cache.clients;
-    report.activity.resourceCounts
-        = { { ResourceStatus::Ready, 1 }, { ResourceStatus::Acquiring, 1 } };
-    report.activity.currentSize = cache.currentSize;
-    report.freeBytes = 2048;
-    report.now = 1'700'000'000'000;
-    TransferReport transfer;
-    transfer.receivedBytes = 450;
-    transfer.totalBytes = 1000;
-    transfer.bytesPerSecond = 10;
-    report.transfers.insert(u"http://a/c.raw"_s, transfer);
+    report.board = busyBoard();
     return report;
 }
 
@@ -132,10 +143,19 @@ TEST(CacheReport, statusLines_busyCache_tellsWhoFetchesAndHowFar)
     EXPECT_TRUE(text.contains(u"Cache:        /c\n"_s)) << qPrintable(text);
     EXPECT_TRUE(text.contains(u"1.5 KiB of 10.0 GiB, at most 20.0 GiB"_s)) << qPrintable(text);
     EXPECT_TRUE(text.contains(u"1 ready, 1 being fetched, 0 missing"_s)) << qPrintable(text);
-    EXPECT_TRUE(text.contains(u"process 100, process 200 (silent for 0:45)"_s)) << qPrintable(text);
-    EXPECT_TRUE(text.contains(u"45%     process 100  http://a/c.raw  450 B of 1000 B  10 B/s"_s))
+    EXPECT_TRUE(text.contains(
+        u"process 100 (viewer), process 200 (silent for 0:45), "
+        "process 300 (dead, its number is another program's now, last seen 0:45 ago), "
+        "process 400 (dead or not to be seen from here, last seen 0:45 ago)\n"_s))
         << qPrintable(text);
-    EXPECT_TRUE(text.contains(u"waiting  process 200  http://a/c.raw"_s)) << qPrintable(text);
+    EXPECT_TRUE(text.contains(
+        u" 45%     process 100 (viewer)  http://a/c.raw  450 B of 1000 B  10 B/s\n"_s))
+        << qPrintable(text);
+    EXPECT_TRUE(text.contains(u"  1%     process 400 (dead or not to be seen from here, "
+                              "last seen 0:45 ago)  http://a/d.raw\n"_s))
+        << qPrintable(text);
+    EXPECT_TRUE(text.contains(u"waiting  process 200 (silent for 0:45)  http://a/c.raw"_s))
+        << qPrintable(text);
     EXPECT_TRUE(text.contains(u"Last count:   never"_s)) << qPrintable(text);
 }
 
@@ -152,13 +172,14 @@ TEST(CacheReport, statusJson_busyCache_hasAllParts)
     const QJsonArray fetches = status.value(u"fetches"_s).toArray();
     EXPECT_EQ(fetches.at(0).toObject().value(u"process"_s).toInt(), 100);
     EXPECT_EQ(fetches.at(0).toObject().value(u"receivedBytes"_s).toInt(), 450);
-    EXPECT_FALSE(fetches.at(1).toObject().value(u"fetching"_s).toBool(true));
+    EXPECT_EQ(fetches.at(1).toObject().value(u"state"_s).toString(), u"dead"_s);
+    EXPECT_FALSE(fetches.at(2).toObject().value(u"fetching"_s).toBool(true));
 }
 
 TEST(CacheReport, statusJson_volumeUnknown_isNull)
 {
     StatusReport report = busyReport();
-    report.freeBytes.reset();
+    report.board.freeBytes.reset();
     EXPECT_TRUE(statusJson(report).value(u"sizes"_s).toObject().value(u"free"_s).isNull());
 }
 

@@ -52,7 +52,7 @@ TEST_F(OutdatedResourcesTest, outdatedOf_resources_areThoseOfAnOlderMajorVersion
     EXPECT_EQ(outdated.value().at(0).resource.reference, u"share:/older"_s);
     EXPECT_EQ(outdated.value().at(0).declared, QVersionNumber(1, 0));
     EXPECT_TRUE(outdated.value().at(0).processes.isEmpty());
-    EXPECT_EQ(outdated.value().at(1).processes, QList<qint64> { 12 });
+    EXPECT_EQ(outdated.value().at(1).processes, UserProcesses { 12 });
 }
 
 TEST_F(OutdatedResourcesTest, outdatedOf_readyReferenceThatCannotBeRead_failsAndNamesIt)

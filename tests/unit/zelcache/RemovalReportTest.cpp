@@ -57,7 +57,7 @@ TEST(RemovalReport, pinsOf_everythingWithData_hasItsReason)
     EXPECT_EQ(reasonsOf(pins),
               (QList<Reason> { Reason::InUse, Reason::SizeUnknown, Reason::NotRemoved,
                                Reason::Newer, Reason::Newer }));
-    EXPECT_EQ(pins.at(0).processes, QList<qint64> { 12 });
+    EXPECT_EQ(pins.at(0).processes, UserProcesses { 12 });
 }
 
 TEST(RemovalReport, pinLines_many_nameTheLargestAndCountTheRest)

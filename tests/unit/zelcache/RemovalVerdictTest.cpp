@@ -74,12 +74,13 @@ TEST(RemovalVerdict, refusalOf_inUse_namesTheProcesses)
     const auto refusal = refusalOf(snapshot, { { u"a"_s, { someProcess } } }, u"a"_s, true);
     ASSERT_TRUE(refusal);
     EXPECT_EQ(refusal->reason, u"It is in use by process 4999999."_s);
-    EXPECT_EQ(refusal->processes, QList<qint64> { someProcess });
+    EXPECT_EQ(refusal->processes, UserProcesses { someProcess });
 }
 
 TEST(RemovalVerdict, refusalOf_beingFetched_namesTheFetcherThoughItUsesItToo)
 {
     auto snapshot = snapshotWith(ResourceStatus::Acquiring, ResourceCleanupPolicy::OnDemand);
+    snapshot.clients.append({ 1, someProcess, 0 });
     snapshot.acquiringTasks.append({ u"a"_s, 1, someProcess, 40 });
     const auto refusal = refusalOf(snapshot, { { u"a"_s, { someProcess } } }, u"a"_s, false);
     ASSERT_TRUE(refusal);

@@ -43,6 +43,8 @@ QJsonObject partyJson(const BoardParty &party)
              { u"program"_s, party.program.isEmpty() ? QJsonValue() : QJsonValue(party.program) },
              { u"state"_s, stateText(party.life) },
              { u"alive"_s, party.life == Life::Alive },
+             { u"counts"_s, party.counts },
+             { u"lastPing"_s, optionalJson(party.lastPing) },
              { u"lastSign"_s, optionalJson(party.lastSign) } };
 }
 

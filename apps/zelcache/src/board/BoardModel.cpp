@@ -1,7 +1,5 @@
 #include "board/BoardModel.h"
 
-#include "ResourceUsers.h"
-
 #include <QSet>
 
 #include <algorithm>
@@ -16,9 +14,6 @@ using Reader = ResourceCacheReader;
 
 /// A rate is that of about this long, in milliseconds: shorter, and the time left jumps about.
 constexpr double rateSpan = 5'000;
-
-/// How far two moments that different clocks and records tell may be apart and yet be the same.
-constexpr qint64 roughly = 1'000;
 
 const BoardTransfer *transferBy(const BoardLook &look, qint64 processId)
 {
@@ -43,29 +38,30 @@ const BoardTransfer *transferOf(const BoardLook &look, const Reader::AcquiringTa
     return newest;
 }
 
-/// Whether the client's process is gone, as far as can be seen from here.
-bool seemsDead(const Reader::Client &client, const BoardLook &look)
-{
-    const auto process = look.processes.constFind(client.processId);
-    if (process == look.processes.cend() || process->started > client.lastPing + roughly)
-        return true;
-    // A new process may have the number so soon after the last ping that the times do not tell.
-    const BoardTransfer *transfer = transferBy(look, client.processId);
-    return transfer != nullptr && !transfer->isBeingWritten
-        && transfer->updated + roughly >= client.lastPing;
-}
-
 qint64 lastSignOf(const Reader::Client &client, const BoardLook &look)
 {
     const BoardTransfer *transfer = transferBy(look, client.processId);
     return std::max(client.lastPing, transfer == nullptr ? 0 : transfer->updated);
 }
 
-Life lifeOf(const Reader::Client &client, const BoardLook &look, bool isDead)
+Life lifeOf(Liveness liveness)
 {
-    if (isDead)
-        return look.processes.contains(client.processId) ? Life::Reused : Life::Dead;
-    return isAlive(client, look.now) ? Life::Alive : Life::Silent;
+    switch (liveness) {
+    case Liveness::Alive:
+        return Life::Alive;
+    case Liveness::Silent:
+        return Life::Silent;
+    case Liveness::Dead:
+        return Life::Dead;
+    case Liveness::Reused:
+        break;
+    }
+    return Life::Reused;
+}
+
+Liveness livenessElsewhere(const Reader::Client &client, qint64 now)
+{
+    return ClientLife::counts(client, now) ? Liveness::Alive : Liveness::Silent;
 }
 
 template<typename Key, typename Value>
@@ -134,22 +130,25 @@ Board BoardModel::boardAt(qint64 now) const
 
 BoardParty BoardModel::partyOf(const Reader::Client &client, const BoardLook &look)
 {
+    const ClientLife judged(client, look.processes.value(client.processId));
+    const Liveness liveness = judged.at(look.now);
     Signs &signs = signsByClient[client.id];
     const qint64 lastSign = lastSignOf(client, look);
     // What cannot be seen from here may live in another container: a sign of life that comes
     // after it seemed dead was not left behind by it.
     if (signs.seemedDead && lastSign > signs.last)
         signs.livesElsewhere = true;
-    signs.seemedDead = seemsDead(client, look);
+    signs.seemedDead = liveness == Liveness::Dead || liveness == Liveness::Reused;
     signs.last = lastSign;
 
     BoardParty party;
     party.processId = client.processId;
-    party.life = lifeOf(client, look, signs.seemedDead && !signs.livesElsewhere);
+    party.program = judged.program();
+    party.life = lifeOf(
+        signs.seemedDead && signs.livesElsewhere ? livenessElsewhere(client, look.now) : liveness);
     party.lastSign = lastSign;
-    // The name of the process that has the number now would be a lie.
-    if (!signs.seemedDead)
-        party.program = look.processes.value(client.processId).program;
+    party.lastPing = client.lastPing;
+    party.counts = ClientLife::counts(client, look.now);
     return party;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ResourceCacheReader.h"
+#include "ClientLife.h"
 #include "ResourceCacheSizes.h"
 
 #include <QHash>
@@ -12,13 +12,6 @@
 #include <utility>
 
 namespace zel::cli {
-
-/// A process that has the number of a client at this moment, seen from here.
-struct BoardProcess
-{
-    QString program;
-    qint64 started = 0; ///< milliseconds since the epoch
-};
 
 /// What a fetch told of itself last.
 struct BoardTransfer
@@ -39,7 +32,7 @@ struct BoardLook
     qint64 now = 0; ///< milliseconds since the epoch
     ResourceCacheReader::Activity activity;
     QList<BoardTransfer> transfers; ///< newest first
-    QHash<qint64, BoardProcess> processes; ///< by number; those that cannot be seen are left out
+    QHash<qint64, ProcessSight> processes; ///< by number
     std::optional<qint64> freeBytes; ///< on the volume of the data
 };
 
@@ -58,6 +51,8 @@ struct BoardParty
     QString program; ///< empty if it is not known
     Life life = Life::Alive;
     std::optional<qint64> lastSign; ///< of life, in milliseconds since the epoch
+    std::optional<qint64> lastPing; ///< the same of the row alone
+    bool counts = false; ///< the others take it for alive
 };
 
 /// All that the board shows, without a thought of how.

@@ -1,9 +1,7 @@
 #include "board/BoardSource.h"
 
 #include "Library.h"
-#include "ResourceUsers.h"
 #include "errors/Propagate.h"
-#include "platform/ProcessIdentity.h"
 #include "staging/StagingRecord.h"
 
 #include <QDateTime>
@@ -22,13 +20,12 @@ QList<BoardTransfer> transfersInto(const QString &dataDirectory)
     return transfers;
 }
 
-QHash<qint64, BoardProcess> processesOf(const QList<ResourceCacheReader::Client> &clients)
+QHash<qint64, ProcessSight> processesOf(const QList<ResourceCacheReader::Client> &clients,
+                                        const ProcessLookup &look)
 {
-    QHash<qint64, BoardProcess> processes;
-    for (const ResourceCacheReader::Client &client : clients) {
-        if (const auto started = ProcessIdentity::startOf(client.processId))
-            processes.insert(client.processId, { programOf(client.processId), *started });
-    }
+    QHash<qint64, ProcessSight> processes;
+    for (const ResourceCacheReader::Client &client : clients)
+        processes.insert(client.processId, look(client.processId));
     return processes;
 }
 
@@ -37,10 +34,18 @@ QHash<qint64, BoardProcess> processesOf(const QList<ResourceCacheReader::Client>
 Result<BoardLook> lookAt(const ResourceManagerSettings &settings)
 {
     const ResourceCacheReader reader(settings.cachePath.databasePath());
+    ZEL_TRY_LET(const auto activity, reader.readActivity());
+    return lookAt(settings, activity);
+}
+
+BoardLook lookAt(const ResourceManagerSettings &settings,
+                 const ResourceCacheReader::Activity &activity)
+{
     BoardLook look;
-    ZEL_TRY_LET(look.activity, reader.readActivity());
+    look.activity = activity;
     look.transfers = transfersInto(settings.cachePath.cacheDataDir());
-    look.processes = processesOf(look.activity.clients);
+    look.processes
+        = processesOf(activity.clients, cli::processesOf(settings.cachePath.databasePath()));
     look.freeBytes = freeBytesOf(settings);
     // Last, or a sign of life might come from the future.
     look.now = QDateTime::currentMSecsSinceEpoch();

@@ -9,5 +9,8 @@ namespace zel::cli {
 /// themselves and at the processes. Waits for nobody and changes nothing. Fails if the database
 /// cannot be read or is not there yet.
 Result<BoardLook> lookAt(const ResourceManagerSettings &settings);
+/// The same with what the database has told already.
+BoardLook lookAt(const ResourceManagerSettings &settings,
+                 const ResourceCacheReader::Activity &activity);
 
 } // namespace zel::cli

@@ -40,9 +40,11 @@ struct Outcome
 
 Result<OutdatedResources> outdatedNow(const Context &context)
 {
-    ZEL_TRY_LET(const auto snapshot, readCache(settingsOf(context.options)));
-    return ZEL_PASS(
-        outdatedOf(snapshot, usersByReference(snapshot, QDateTime::currentMSecsSinceEpoch())));
+    const ResourceManagerSettings settings = settingsOf(context.options);
+    ZEL_TRY_LET(const auto snapshot, readCache(settings));
+    const ResourceUsers users = usersByReference(snapshot, QDateTime::currentMSecsSinceEpoch(),
+                                                 processesOf(settings.cachePath.databasePath()));
+    return ZEL_PASS(outdatedOf(snapshot, users));
 }
 
 void warnOfUsers(const Context &context, const OutdatedResources &outdated)

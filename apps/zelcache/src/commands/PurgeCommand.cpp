@@ -47,15 +47,17 @@ struct Outcome
     int signalNumber = 0;
 };
 
-ResourceUsers usersNow(const Snapshot &snapshot)
+ResourceUsers usersNow(const ResourceManagerSettings &settings, const Snapshot &snapshot)
 {
-    return usersByReference(snapshot, QDateTime::currentMSecsSinceEpoch());
+    return usersByReference(snapshot, QDateTime::currentMSecsSinceEpoch(),
+                            processesOf(settings.cachePath.databasePath()));
 }
 
-PurgePlan planned(const Context &context, const Request &request, const Snapshot &snapshot)
+PurgePlan planned(const ResourceManagerSettings &settings, const Request &request,
+                  const Snapshot &snapshot)
 {
-    const ResourceCacheSizes sizes = settingsOf(context.options).sizes;
-    return planPurge(snapshot, purgeLimits(sizes, request.target), usersNow(snapshot));
+    return planPurge(snapshot, purgeLimits(settings.sizes, request.target),
+                     usersNow(settings, snapshot));
 }
 
 /// Leaves the state after a purge that keeps to the plan.
@@ -95,13 +97,13 @@ Result<Outcome> purged(const Context &context, const Request &request)
     const ResourceManagerSettings settings = settingsOf(context.options);
     const SignalWatch signalWatch([](int) {});
     ZEL_TRY_LET(const Snapshot before, readCache(settings));
-    const PurgePlan plan = planned(context, request, before);
+    const PurgePlan plan = planned(settings, request, before);
     const Error failure = purge(purgeLimits(settings.sizes, request.target));
     ZEL_TRY_LET(const Snapshot after, readCache(settings));
 
     Outcome outcome = outcomeOf(plan, removedBetween(before, after), after.currentSize);
     if (!outcome.report.isGoalReached())
-        outcome.pins = pinsOf(after, usersNow(after), plan.resources);
+        outcome.pins = pinsOf(after, usersNow(settings, after), plan.resources);
     outcome.failure = failure;
     QCoreApplication::processEvents();
     outcome.signalNumber = signalWatch.received();
@@ -110,13 +112,14 @@ Result<Outcome> purged(const Context &context, const Request &request)
 
 Result<Outcome> rehearse(const Context &context, const Request &request)
 {
-    ZEL_TRY_LET(Snapshot snapshot, readCache(settingsOf(context.options)));
-    const PurgePlan plan = planned(context, request, snapshot);
+    const ResourceManagerSettings settings = settingsOf(context.options);
+    ZEL_TRY_LET(Snapshot snapshot, readCache(settings));
+    const PurgePlan plan = planned(settings, request, snapshot);
     Outcome outcome
         = outcomeOf(plan, plan.resources, snapshot.currentSize - sizeOfAll(plan.resources));
     if (!outcome.report.isGoalReached()) {
         remove(plan.resources, snapshot);
-        outcome.pins = pinsOf(snapshot, usersNow(snapshot), plan.resources);
+        outcome.pins = pinsOf(snapshot, usersNow(settings, snapshot), plan.resources);
     }
     outcome.report.isDryRun = true;
     return outcome;

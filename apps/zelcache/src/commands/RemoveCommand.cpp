@@ -42,9 +42,9 @@ Examples:
 
 using Snapshot = ResourceCacheReader::Snapshot;
 
-ResourceUsers usersNow(const Snapshot &snapshot)
+ResourceUsers usersNow(const Snapshot &snapshot, const ProcessLookup &look)
 {
-    return usersByReference(snapshot, QDateTime::currentMSecsSinceEpoch());
+    return usersByReference(snapshot, QDateTime::currentMSecsSinceEpoch(), look);
 }
 
 /// What became of one resource.
@@ -52,7 +52,7 @@ struct Outcome
 {
     ExitCode code = ExitCode::Success;
     QString reason; ///< why it was not removed
-    QList<qint64> processes; ///< who is the reason
+    UserProcesses processes; ///< who is the reason
 };
 
 /// One argument; several may mean the same resource.
@@ -67,7 +67,7 @@ struct Request
 };
 
 Request judged(const Snapshot &snapshot, const ResourceUsers &users, const QString &argument,
-               bool force)
+               bool force, const ProcessLookup &look)
 {
     Request request;
     const auto key = keyOf(snapshot, argument);
@@ -77,7 +77,7 @@ Request judged(const Snapshot &snapshot, const ResourceUsers &users, const QStri
         return request;
     }
     request.reference = key.value();
-    if (const auto refusal = refusalOf(snapshot, users, key.value(), force)) {
+    if (const auto refusal = refusalOf(snapshot, users, key.value(), force, look)) {
         request.outcome = { ExitCode::AnswerIsNo, refusal->reason, refusal->processes };
     } else {
         const auto resource = resourceOf(snapshot, key.value());
@@ -120,13 +120,15 @@ Error removeData(const Request &request)
 /// A release has nobody to report to: what it did is seen in the cache.
 Outcome seenAfterwards(const Context &context, const QString &key)
 {
-    const auto after = readCacheFor({ key }, settingsOf(context.options));
+    const ResourceManagerSettings settings = settingsOf(context.options);
+    const auto after = readCacheFor({ key }, settings);
     if (!after.hasValue())
         return { ExitCode::CacheUnavailable, after.error().errorMessage(), {} };
     const auto resource = resourceOf(after.value(), key);
     if (!resource || resource->status != ResourceStatus::Ready)
         return {};
-    const QList<qint64> processes = usersNow(after.value()).value(key);
+    const ProcessLookup look = processesOf(settings.cachePath.databasePath());
+    const UserProcesses processes = usersNow(after.value(), look).value(key);
     if (processes.isEmpty())
         return { ExitCode::Failed, Texts::tr("Its data could not be removed."), {} };
     const QString text = Texts::tr("Meanwhile it has come into use by %1.");
@@ -248,13 +250,15 @@ private:
 ExitCode RemoveCommand::run(const Context &context)
 {
     registerResourceSchemes();
-    const auto snapshot = readCacheFor(references, settingsOf(context.options));
+    const ResourceManagerSettings settings = settingsOf(context.options);
+    const auto snapshot = readCacheFor(references, settings);
     if (!snapshot.hasValue())
         return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
-    const ResourceUsers users = usersNow(snapshot.value());
+    const ProcessLookup look = processesOf(settings.cachePath.databasePath());
+    const ResourceUsers users = usersNow(snapshot.value(), look);
     std::vector<Request> requests;
     for (const QString &argument : references)
-        requests.push_back(judged(snapshot.value(), users, argument, force));
+        requests.push_back(judged(snapshot.value(), users, argument, force, look));
 
     if (dryRun || !isAnyAccepted(requests)) {
         for (const Request &request : requests)

@@ -2,9 +2,8 @@
 #include "Command.h"
 #include "CommandOptions.h"
 #include "Library.h"
+#include "board/BoardSource.h"
 #include "board/BoardWatch.h"
-
-#include <QDateTime>
 
 namespace zel::cli {
 
@@ -27,16 +26,12 @@ Examples:
   zelcache status --watch --interval 5 --json | jq '.fetches[].percent'
   zelcache --cache /data/cache status --json)";
 
-StatusReport reportOf(const ResourceManagerSettings &settings,
-                      const ResourceCacheReader::Activity &activity)
+StatusReport reportOf(const ResourceManagerSettings &settings, const BoardLook &look)
 {
     StatusReport report;
     report.path = settings.cachePath;
-    report.limits = settings.sizes;
-    report.activity = activity;
-    report.transfers = readTransfers(settings.cachePath);
-    report.freeBytes = freeBytesOf(settings);
-    report.now = QDateTime::currentMSecsSinceEpoch();
+    report.board = BoardModel(settings.cachePath.baseDirPath(), settings.sizes).update(look);
+    report.lastScanTimestamp = look.activity.lastScanTimestamp;
     return report;
 }
 
@@ -46,7 +41,7 @@ ExitCode showOnce(const Context &context)
     const auto activity = readActivity(settings);
     if (!activity.hasValue())
         return context.fail(ExitCode::CacheUnavailable, activity.error().errorMessage());
-    const StatusReport report = reportOf(settings, activity.value());
+    const StatusReport report = reportOf(settings, lookAt(settings, activity.value()));
 
     if (context.options.json) {
         context.output.answer(context.answerWith(statusJson(report)));

@@ -148,10 +148,11 @@ bool isStillHere(const VerifyResult &result, const ResourcesByKey &resources,
 }
 
 /// What was removed or fetched anew while it was verified is not damaged.
-void complete(VerifyReport &report, const Snapshot &after, const ManifestStore &store)
+void complete(VerifyReport &report, const Snapshot &after, const ManifestStore &store,
+              const ProcessLookup &look)
 {
     const ResourcesByKey resources = byKey(after);
-    const ResourceUsers users = usersByReference(after, QDateTime::currentMSecsSinceEpoch());
+    const ResourceUsers users = usersByReference(after, QDateTime::currentMSecsSinceEpoch(), look);
     for (VerifyResult &result : report.results) {
         if (result.failure.hasError())
             continue;
@@ -214,7 +215,7 @@ ExitCode VerifyCommand::run(const Context &context)
     const auto after = readCache(settings);
     if (!after.hasValue())
         return context.fail(ExitCode::CacheUnavailable, after.error().errorMessage());
-    complete(report, after.value(), store);
+    complete(report, after.value(), store, processesOf(settings.cachePath.databasePath()));
     return answer(context, report, verification.receivedSignal());
 }
 

@@ -63,7 +63,8 @@ void answer(const Context &context, const QString &key, const QList<Holder> &hol
 ExitCode WhoCommand::run(const Context &context)
 {
     registerResourceSchemes();
-    const auto snapshot = readCacheFor({ reference }, settingsOf(context.options));
+    const ResourceManagerSettings settings = settingsOf(context.options);
+    const auto snapshot = readCacheFor({ reference }, settings);
     if (!snapshot.hasValue())
         return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
     const auto key = keyOf(snapshot.value(), reference);
@@ -73,7 +74,8 @@ ExitCode WhoCommand::run(const Context &context)
         return context.fail(ExitCode::AnswerIsNo,
                             key.value() + u": "_s + Texts::tr("The cache does not know it."));
     const qint64 now = QDateTime::currentMSecsSinceEpoch();
-    answer(context, key.value(), holdersOf(snapshot.value(), key.value(), now, lookAtProcess), now);
+    const ProcessLookup look = processesOf(settings.cachePath.databasePath());
+    answer(context, key.value(), holdersOf(snapshot.value(), key.value(), now, look), now);
     return ExitCode::Success;
 }
 

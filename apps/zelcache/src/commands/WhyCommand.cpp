@@ -66,7 +66,7 @@ public:
 
 private:
     ExitCode tellOfResource(const Context &context, const Snapshot &snapshot,
-                            const ResourceCacheSizes &limits) const;
+                            const ResourceManagerSettings &settings) const;
 
     std::optional<QString> reference;
 };
@@ -79,15 +79,16 @@ ExitCode WhyCommand::run(const Context &context)
     if (!snapshot.hasValue())
         return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
     if (reference)
-        return tellOfResource(context, snapshot.value(), settings.sizes);
-    const CacheReasons reasons = cacheReasons(snapshot.value(), settings.sizes,
-                                              QDateTime::currentMSecsSinceEpoch(), lookAtProcess);
+        return tellOfResource(context, snapshot.value(), settings);
+    const CacheReasons reasons
+        = cacheReasons(snapshot.value(), settings.sizes, QDateTime::currentMSecsSinceEpoch(),
+                       processesOf(settings.cachePath.databasePath()));
     answer(context, cacheReasonsJson(reasons), cacheReasonLines(reasons));
     return ExitCode::Success;
 }
 
 ExitCode WhyCommand::tellOfResource(const Context &context, const Snapshot &snapshot,
-                                    const ResourceCacheSizes &limits) const
+                                    const ResourceManagerSettings &settings) const
 {
     const auto key = keyOf(snapshot, *reference);
     if (!key.hasValue())
@@ -97,8 +98,9 @@ ExitCode WhyCommand::tellOfResource(const Context &context, const Snapshot &snap
         return context.fail(ExitCode::AnswerIsNo,
                             key.value() + u": "_s + Texts::tr("The cache does not know it."));
     const bool isThere = !resource->path.isEmpty() && QFileInfo::exists(resource->path);
-    const ResourceReasons reasons = resourceReasons(
-        snapshot, *resource, isThere, limits, QDateTime::currentMSecsSinceEpoch(), lookAtProcess);
+    const ResourceReasons reasons = resourceReasons(snapshot, *resource, isThere, settings.sizes,
+                                                    QDateTime::currentMSecsSinceEpoch(),
+                                                    processesOf(settings.cachePath.databasePath()));
     answer(context, resourceReasonsJson(reasons), resourceReasonLines(reasons));
     return ExitCode::Success;
 }

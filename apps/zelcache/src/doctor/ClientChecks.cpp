@@ -1,7 +1,6 @@
 #include "doctor/Checks.h"
 
 #include "Format.h"
-#include "ResourceUsers.h"
 
 #include <QCoreApplication>
 
@@ -20,18 +19,22 @@ struct Texts
 
 using Reader = ResourceCacheReader;
 
-/// When a process was started is known to a second.
-constexpr qint64 startTolerance = 2000;
-
-std::optional<FindingKind> kindOf(const Reader::Client &client, const ProcessFacts &process,
-                                  qint64 now)
+std::optional<FindingKind> kindOf(const Examination &all, const Reader::Client &client)
 {
-    const bool isSilent = !cli::isAlive(client, now);
-    if (process.exists && process.started && *process.started > client.lastPing + startTolerance)
+    switch (all.livenessOf(client)) {
+    case Liveness::Alive:
+        break;
+    case Liveness::Silent:
+        return FindingKind::ClientSilent;
+    case Liveness::Dead:
+        // As long as it pings, it may live where it cannot be seen from here.
+        if (ClientLife::counts(client, all.now))
+            break;
+        return FindingKind::ClientDead;
+    case Liveness::Reused:
         return FindingKind::ClientReused;
-    if (!isSilent)
-        return {};
-    return process.exists ? FindingKind::ClientSilent : FindingKind::ClientDead;
+    }
+    return {};
 }
 
 QString explanationOf(FindingKind kind, const Reader::Client &client, const QString &program,
@@ -58,16 +61,16 @@ QString explanationOf(FindingKind kind, const Reader::Client &client, const QStr
 
 void checkClient(const Examination &all, const Reader::Client &client, Findings &findings)
 {
-    const ProcessFacts process = all.processes.value(client.processId);
-    const auto kind = kindOf(client, process, all.now);
+    const auto kind = kindOf(all, client);
     if (!kind)
         return;
+    const ProcessFacts process = all.processes.value(client.processId);
     Finding finding { *kind,
                       u"process %1"_s.arg(client.processId),
                       explanationOf(*kind, client, process.program, all.now),
                       {} };
     // Opening takes out those alone that have been silent for long enough.
-    if (*kind != FindingKind::ClientSilent && !cli::isAlive(client, all.now))
+    if (*kind != FindingKind::ClientSilent && !ClientLife::counts(client, all.now))
         finding.repair = RepairStep { RepairStep::Kind::OpenCache, {}, {} };
     findings.append(finding);
 }

@@ -1,6 +1,5 @@
 #include "doctor/Examination.h"
 
-#include "ResourceUsers.h"
 #include "doctor/Checks.h"
 #include "errors/Propagate.h"
 
@@ -43,8 +42,12 @@ LockFacts lockFactsOf(const ResourceCachePath &path)
 
 void addProcesses(Examination &all)
 {
-    for (const Reader::Client &client : all.snapshot.clients)
+    const QString database = all.settings.cachePath.databasePath();
+    for (const Reader::Client &client : all.snapshot.clients) {
         all.processes.insert(client.processId, ProcessFacts::of(client.processId));
+        if (const auto hasCacheOpen = ProcessFacts::hasOpen(client.processId, database))
+            all.hasCacheOpen.insert(client.processId, *hasCacheOpen);
+    }
     const qint64 last = all.lock.after.lastProcess;
     all.processes.insert(last, ProcessFacts::of(last));
     if (const auto holder = all.lock.directory.holder)
@@ -85,11 +88,20 @@ QHash<QString, Reader::Resource> byReference(const Reader::Snapshot &snapshot,
 
 } // namespace
 
+Liveness Examination::livenessOf(const Reader::Client &client) const
+{
+    const ProcessFacts process = processes.value(client.processId);
+    ProcessSight sight { process.started, process.program, {} };
+    if (const auto open = hasCacheOpen.constFind(client.processId); open != hasCacheOpen.cend())
+        sight.hasCacheOpen = *open;
+    return ClientLife(client, sight).at(now);
+}
+
 bool Examination::isAlive(qint64 clientId) const
 {
     return std::any_of(snapshot.clients.begin(), snapshot.clients.end(),
                        [this, clientId](const Reader::Client &client) {
-                           return client.id == clientId && cli::isAlive(client, now);
+                           return client.id == clientId && ClientLife::counts(client, now);
                        });
 }
 

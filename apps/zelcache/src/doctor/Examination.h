@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ClientLife.h"
 #include "ResourceCacheReader.h"
 #include "ResourceManagerSettings.h"
 #include "doctor/DataInventory.h"
@@ -42,11 +43,14 @@ struct Examination
     DataInventory data;
     QList<StagingPlace> staging;
     QHash<qint64, ProcessFacts> processes; ///< of the clients and of the lock, by number
+    QHash<qint64, bool> hasCacheOpen; ///< of the clients, by number, as far as that can be seen
 
     QString fileSystem; ///< its type, such as "ext4"
     qint64 partitionSize = -1; ///< bytes; negative if it is not known
     LockFacts lock;
 
+    /// What became of a client of the snapshot.
+    Liveness livenessOf(const ResourceCacheReader::Client &client) const;
     /// Whether the client has pinged lately.
     bool isAlive(qint64 clientId) const;
     /// Whether it may belong to a fetch that runs, or is too new to tell: then it is to be left

@@ -27,6 +27,11 @@ bool isGone(const Examination &all, qint64 process)
     return process > 0 && !all.processes.value(process).exists;
 }
 
+QString processText(const Examination &all, qint64 process)
+{
+    return processesText({ { process, all.processes.value(process).program } });
+}
+
 void checkValue(const Examination &all, Findings &findings)
 {
     const SystemSemaphoreState &semaphore = all.lock.after;
@@ -42,7 +47,7 @@ void checkValue(const Examination &all, Findings &findings)
     } else if (isHeld) {
         add(findings, FindingKind::LockHeld, subject,
             Texts::tr("The lock is held by %1; %2 wait for it.")
-                .arg(processesText({ semaphore.lastProcess }))
+                .arg(processText(all, semaphore.lastProcess))
                 .arg(semaphore.waiting));
     }
 }
@@ -61,7 +66,7 @@ void checkBeside(const Examination &all, Findings &findings)
     add(findings, FindingKind::LockBeside, u"process %1"_s.arg(*holder),
         Texts::tr(
             "The base directory is locked by %1, but not through the lock \"%2\" of this program.")
-            .arg(processesText({ *holder }), lock.after.keyFile));
+            .arg(processText(all, *holder), lock.after.keyFile));
 }
 
 void checkClients(const Examination &all, Findings &findings)
@@ -69,7 +74,7 @@ void checkClients(const Examination &all, Findings &findings)
     for (const ResourceCacheReader::Client &client : all.snapshot.clients) {
         const ProcessFacts process = all.processes.value(client.processId);
         const QString subject = u"process %1"_s.arg(client.processId);
-        if (!process.exists || !cli::isAlive(client, all.now))
+        if (all.livenessOf(client) != Liveness::Alive)
             continue;
         if (process.user != all.lock.user) {
             add(findings, FindingKind::LockOtherUser, subject,

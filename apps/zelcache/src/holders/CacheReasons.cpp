@@ -28,9 +28,9 @@ QList<Pinning> pinningOf(const Snapshot &snapshot, const ResourceUsers &users, q
 {
     QHash<qint64, Pinning> byProcess;
     for (const ResourceCacheReader::Resource &resource : snapshot.resources) {
-        for (const qint64 process : users.value(resource.reference)) {
-            byProcess[process].bytes += resource.size;
-            ++byProcess[process].resources;
+        for (const UserProcess &process : users.value(resource.reference)) {
+            byProcess[process.id].bytes += resource.size;
+            ++byProcess[process.id].resources;
         }
     }
     QList<Pinning> pinning;
@@ -70,7 +70,7 @@ struct Usage
     struct Used
     {
         qint64 bytes = 0;
-        QList<qint64> processes;
+        UserProcesses processes;
     };
 
     qint64 unusedBytes = 0;
@@ -83,7 +83,7 @@ struct Usage
         for (const Used &each : used) {
             const bool isUnused
                 = std::all_of(each.processes.begin(), each.processes.end(),
-                              [&ended](qint64 process) { return ended.contains(process); });
+                              [&ended](const auto &process) { return ended.contains(process.id); });
             bytes += isUnused ? each.bytes : 0;
         }
         return bytes;
@@ -103,29 +103,69 @@ Usage usageOf(const Snapshot &snapshot, const ResourceUsers &users)
     return usage;
 }
 
-/// One that is enough, or as many of those that hold the most as it takes.
-QList<qint64> toClose(const CacheReasons &reasons, const Usage &usage)
+bool isAlive(const Pinning &pinning)
+{
+    return pinning.program.liveness == Liveness::Alive;
+}
+
+QList<qint64> processesThatLive(const CacheReasons &reasons, bool living)
+{
+    QList<qint64> processes;
+    for (const Pinning &pinning : reasons.pinning) {
+        if (isAlive(pinning) == living)
+            processes.append(*pinning.program.processId);
+    }
+    return processes;
+}
+
+/// One that is enough once the others have ended, or as many of those that hold the most as it
+/// takes.
+std::optional<QList<qint64>> toClose(const CacheReasons &reasons, const Usage &usage,
+                                     const QList<qint64> &ended)
 {
     const qint64 needed = reasons.size - reasons.plan.goal;
-    QList<qint64> all;
-    for (const Pinning &pinning : reasons.pinning) {
-        const qint64 process = *pinning.program.processId;
-        if (usage.unusedWithout({ process }) >= needed)
-            return { process };
-        all.append(process);
+    const auto isEnough = [&](const QList<qint64> &processes) {
+        return usage.unusedWithout(ended + processes) >= needed;
+    };
+    const QList<qint64> living = processesThatLive(reasons, true);
+    if (isEnough({}))
+        return QList<qint64>();
+    for (const qint64 process : living) {
+        if (isEnough({ process }))
+            return QList<qint64> { process };
     }
-    for (qsizetype count = 2; count <= all.size(); ++count) {
-        if (usage.unusedWithout(all.first(count)) >= needed)
-            return all.first(count);
+    for (qsizetype count = 2; count <= living.size(); ++count) {
+        if (isEnough(living.first(count)))
+            return living.first(count);
     }
     return {};
 }
 
+/// What is dead counts no more in half a minute at most: nobody is closed for what that brings.
+void addRemedy(CacheReasons &reasons, const Usage &usage)
+{
+    const QList<qint64> dead = processesThatLive(reasons, false);
+    const auto afterThem = toClose(reasons, usage, dead);
+    if (!afterThem)
+        return;
+    reasons.closing = *afterThem;
+    reasons.waitsForTheDead = toClose(reasons, usage, {}) != afterThem;
+}
+
+qint64 countsUntil(const Pinning &pinning)
+{
+    return ClientLife::countsUntil(pinning.program.lastPing.value_or(0));
+}
+
 QString pinningText(const Pinning &pinning, qint64 now)
 {
-    return Texts::tr("%1 in %2 held by %3")
-        .arg(sizeText(pinning.bytes), countText(pinning.resources),
-             programText(pinning.program, now));
+    const QString text = Texts::tr("%1 in %2 held by %3")
+                             .arg(sizeText(pinning.bytes), countText(pinning.resources),
+                                  programText(pinning.program, now));
+    if (isAlive(pinning))
+        return text;
+    const qint64 seconds = std::max<qint64>(countsUntil(pinning) - now, 0) / 1000 + 1;
+    return text + u"; "_s + Texts::tr("without a ping it stops counting in %1 s").arg(seconds);
 }
 
 QString purgeText(const CacheReasons &reasons)
@@ -137,10 +177,8 @@ QString purgeText(const CacheReasons &reasons)
              sizeText(reasons.sizeAfterPurge()), sizeText(reasons.plan.goal));
 }
 
-QString remedyText(const CacheReasons &reasons)
+QString closingText(const CacheReasons &reasons)
 {
-    if (reasons.closing.isEmpty())
-        return Texts::tr("No program whose end would let the purge reach its target can be told.");
     QStringList texts;
     for (const Pinning &pinning : reasons.pinning) {
         if (!reasons.closing.contains(*pinning.program.processId))
@@ -149,8 +187,21 @@ QString remedyText(const CacheReasons &reasons)
         const QString name = pinning.program.name;
         texts.append(name.isEmpty() ? number : u"%1 (%2)"_s.arg(number, name));
     }
-    return Texts::tr("Closing %1 lets the purge reach its target.")
-        .arg(texts.join(Texts::tr(" and ")));
+    return texts.join(Texts::tr(" and "));
+}
+
+QString remedyText(const CacheReasons &reasons)
+{
+    if (!reasons.closing.isEmpty()) {
+        const QString text = reasons.waitsForTheDead
+            ? Texts::tr("Once what is not alive has stopped counting, closing %1 lets the purge "
+                        "reach its target.")
+            : Texts::tr("Closing %1 lets the purge reach its target.");
+        return text.arg(closingText(reasons));
+    }
+    return reasons.waitsForTheDead
+        ? Texts::tr("The purge reaches its target once what is not alive has stopped counting.")
+        : Texts::tr("No program whose end would let the purge reach its target can be told.");
 }
 
 QString sizeLine(const CacheReasons &reasons)
@@ -190,7 +241,9 @@ QJsonArray pinningJson(const CacheReasons &reasons)
             with(pinning.program,
                  { { u"bytes"_s, pinning.bytes },
                    { u"resources"_s, pinning.resources },
-                   { u"closing"_s, reasons.closing.contains(*pinning.program.processId) } }));
+                   { u"closing"_s, reasons.closing.contains(*pinning.program.processId) },
+                   { u"countsUntil"_s,
+                     isAlive(pinning) ? QJsonValue() : QJsonValue(countsUntil(pinning)) } }));
     return array;
 }
 
@@ -219,7 +272,7 @@ CacheReasons cacheReasons(const Snapshot &snapshot, const ResourceCacheSizes &li
     reasons.withoutSize = countWithoutSize(snapshot);
     reasons.now = now;
     if (!reasons.purgeSuffices())
-        reasons.closing = toClose(reasons, usageOf(snapshot, users));
+        addRemedy(reasons, usageOf(snapshot, users));
     return reasons;
 }
 

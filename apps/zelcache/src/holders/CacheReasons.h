@@ -33,9 +33,11 @@ struct CacheReasons
     QList<Pinning> pinning; ///< who keeps data from the purge, the most first
     QList<Fetching> fetching;
     qsizetype withoutSize = 0; ///< resources with data whose size is not known: no purge takes them
-    /// The processes that have to end so that a purge reaches its goal: one if that is enough.
-    /// Empty if it reaches it anyway, or would not even then.
+    /// The living processes that have to end so that a purge reaches its goal: one if that is
+    /// enough. Empty if it reaches it anyway, or would not even then.
     QList<qint64> closing;
+    /// A purge reaches its goal only when those that are not alive count no more, too.
+    bool waitsForTheDead = false;
     qint64 now = 0; ///< milliseconds since the epoch
 
     bool isWithin() const { return size <= limits.optimalSize; }

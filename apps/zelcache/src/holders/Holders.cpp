@@ -1,8 +1,6 @@
 #include "holders/Holders.h"
 
 #include "Format.h"
-#include "ResourceUsers.h"
-#include "platform/ProcessIdentity.h"
 
 #include <QCoreApplication>
 #include <QJsonObject>
@@ -23,35 +21,6 @@ struct Texts
 
 using Snapshot = ResourceCacheReader::Snapshot;
 using Role = Holder::Role;
-
-/// The start of a process is known to a fraction of a second only.
-constexpr qint64 uncertaintyOfStart = 2000;
-
-Liveness livenessOf(const ProcessSight &sight, const ResourceCacheReader::Client &client,
-                    qint64 now)
-{
-    if (!sight.startedAt)
-        return Liveness::Dead;
-    // Who pinged cannot have been started after that.
-    if (*sight.startedAt > client.lastPing + uncertaintyOfStart)
-        return Liveness::Reused;
-    return isAlive(client, now) ? Liveness::Alive : Liveness::Silent;
-}
-
-QString livenessName(Liveness liveness)
-{
-    switch (liveness) {
-    case Liveness::Alive:
-        return u"alive"_s;
-    case Liveness::Silent:
-        return u"silent"_s;
-    case Liveness::Dead:
-        return u"dead"_s;
-    case Liveness::Reused:
-        return u"reused"_s;
-    }
-    return {};
-}
 
 QString nameText(const Program &program)
 {
@@ -120,11 +89,6 @@ QList<std::pair<qint64, int>> usagesByClient(const Snapshot &snapshot, const QSt
 
 } // namespace
 
-ProcessSight lookAtProcess(qint64 processId)
-{
-    return { ProcessIdentity::startOf(processId), programOf(processId) };
-}
-
 Program programOfClient(const Snapshot &snapshot, qint64 clientId, qint64 now,
                         const ProcessLookup &look)
 {
@@ -132,14 +96,13 @@ Program programOfClient(const Snapshot &snapshot, qint64 clientId, qint64 now,
                                      [clientId](const auto &each) { return each.id == clientId; });
     if (client == snapshot.clients.end())
         return {};
-    const ProcessSight sight = look(client->processId);
+    const ClientLife life(*client, look(client->processId));
     Program program;
     program.processId = client->processId;
     program.lastPing = client->lastPing;
-    program.liveness = livenessOf(sight, *client, now);
-    program.counts = isAlive(*client, now);
-    if (program.liveness != Liveness::Reused)
-        program.name = sight.program;
+    program.name = life.program();
+    program.liveness = life.at(now);
+    program.counts = ClientLife::counts(*client, now);
     return program;
 }
 

@@ -1,31 +1,11 @@
 #pragma once
 
-#include "ResourceCacheReader.h"
+#include "ClientLife.h"
 
 #include <QJsonArray>
 #include <QStringList>
 
-#include <functional>
-#include <optional>
-
 namespace zel::cli {
-
-/// What can be seen of a process at this moment.
-struct ProcessSight
-{
-    std::optional<qint64> startedAt; ///< milliseconds since the epoch; empty without a process
-    QString program; ///< empty if it cannot be seen
-};
-using ProcessLookup = std::function<ProcessSight(qint64 processId)>;
-ProcessSight lookAtProcess(qint64 processId);
-
-/// What became of a program that takes, or took, part in the cache.
-enum class Liveness {
-    Alive, ///< its process is there, and it pings
-    Silent, ///< its process is there, but the others take it for dead by now
-    Dead, ///< there is no such process, or it lives where it cannot be seen from here
-    Reused, ///< its number belongs to another process by now
-};
 
 /// One program as the cache knows it.
 struct Program

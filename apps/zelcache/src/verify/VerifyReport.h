@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ExitCode.h"
+#include "ResourceUsers.h"
 #include "verify/ResourceVerification.h"
 
 #include <QJsonObject>
@@ -20,7 +21,7 @@ struct VerifyResult
     std::optional<QDateTime> fetched; ///< empty without a manifest
     QDateTime verified; ///< when all of it was last read; null if never
     qint64 lastAccess = 0; ///< milliseconds since the epoch
-    QList<qint64> holders; ///< processes that use it
+    UserProcesses holders; ///< processes that use it
 
     /// Takes over what the verification found.
     void take(const ResourceVerification &verification);

@@ -8,6 +8,7 @@
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
+#include <QFile>
 #include <QSystemSemaphore>
 #include <QTemporaryDir>
 
@@ -85,10 +86,25 @@ TEST(ProcessFactsTest, of_thisProcess_isWhatItKnowsOfItself)
     EXPECT_TRUE(facts.exists);
     ASSERT_TRUE(facts.started);
     const qint64 now = QDateTime::currentMSecsSinceEpoch();
-    EXPECT_LE(*facts.started, now + 2000);
+    EXPECT_LE(*facts.started, now);
     EXPECT_GT(*facts.started, now - 3'600'000);
     EXPECT_EQ(facts.temporaryFolder, QDir::tempPath());
     EXPECT_TRUE(QCoreApplication::applicationFilePath().contains(facts.program));
+}
+
+TEST(ProcessFactsTest, hasOpen_fileOfThisProcess_isFoundUnderAnyPath)
+{
+    QTemporaryDir folder;
+    const QString path = folder.filePath(u"data"_s);
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    ASSERT_TRUE(QFile::link(path, folder.filePath(u"link"_s)));
+    EXPECT_EQ(ProcessFacts::hasOpen(::getpid(), path), true);
+    EXPECT_EQ(ProcessFacts::hasOpen(::getpid(), folder.filePath(u"link"_s)), true);
+    file.close();
+    EXPECT_EQ(ProcessFacts::hasOpen(::getpid(), path), false);
+    EXPECT_EQ(ProcessFacts::hasOpen(::getpid(), folder.filePath(u"none"_s)), std::nullopt);
+    EXPECT_EQ(ProcessFacts::hasOpen(2'147'483'000, path), std::nullopt);
 }
 
 TEST(ProcessFactsTest, of_processThatIsNotThere_doesNotExist)

@@ -3,6 +3,11 @@
 #include <QDateTime>
 #include <QProcess>
 
+#include <csignal>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
 using namespace zel;
 using namespace Qt::Literals::StringLiterals;
 
@@ -48,6 +53,17 @@ TEST(ProcessIdentityTest, startOf_processStartedNow_isThisMoment)
     EXPECT_LE(*start, QDateTime::currentMSecsSinceEpoch() + rounding);
     process.closeWriteChannel();
     EXPECT_TRUE(process.waitForFinished());
+}
+
+TEST(ProcessIdentityTest, startOf_endedProcessThatNobodyReaped_isEmpty)
+{
+    const pid_t child = ::fork();
+    if (child == 0)
+        ::_exit(0);
+    siginfo_t ended {};
+    ASSERT_EQ(::waitid(P_PID, id_t(child), &ended, WEXITED | WNOWAIT), 0);
+    EXPECT_EQ(ProcessIdentity::startOf(child), std::nullopt);
+    EXPECT_EQ(::waitpid(child, nullptr, 0), child);
 }
 
 TEST(ProcessIdentityTest, startOf_noSuchProcess_isEmpty)

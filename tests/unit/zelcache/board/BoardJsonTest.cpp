@@ -24,13 +24,15 @@ Board busyBoard()
     board.limits = { 1000, 2000 };
     board.freeBytes = 3000;
     board.resourceCounts = { { ResourceStatus::Ready, 3 } };
-    const BoardParty viewer { 100, u"viewer"_s, Life::Alive, 1'699'999'999'000 };
+    const BoardParty viewer { 100, u"viewer"_s, Life::Alive, 1'699'999'999'000, 1'699'999'998'000,
+                              true };
     board.fetches.append({ u"a"_s, viewer, 25, 25, 100, 5.0, 15s });
     Board::Fetch ofNobody;
     ofNobody.reference = u"b"_s;
     ofNobody.fetcher.life = Life::Unregistered;
     board.fetches.append(ofNobody);
-    board.waiters.append({ u"a"_s, { 200, {}, Life::Reused, 1'699'999'000'000 }, 42 });
+    board.waiters.append(
+        { u"a"_s, { 200, {}, Life::Reused, 1'699'999'000'000, 1'699'999'000'000, false }, 42 });
     board.clients.append(viewer);
     return board;
 }
@@ -57,6 +59,8 @@ TEST(BoardJson, boardJson_busyBoard_tellsTheWhole)
                                           { u"program"_s, u"viewer"_s },
                                           { u"state"_s, u"alive"_s },
                                           { u"alive"_s, true },
+                                          { u"counts"_s, true },
+                                          { u"lastPing"_s, qint64(1'699'999'998'000) },
                                           { u"lastSign"_s, qint64(1'699'999'999'000) } } }));
     EXPECT_FALSE(object.contains(u"error"_s));
 }
@@ -71,6 +75,8 @@ TEST(BoardJson, boardJson_fetches_tellWhatIsKnown)
                              { u"program"_s, u"viewer"_s },
                              { u"state"_s, u"alive"_s },
                              { u"alive"_s, true },
+                             { u"counts"_s, true },
+                             { u"lastPing"_s, qint64(1'699'999'998'000) },
                              { u"lastSign"_s, qint64(1'699'999'999'000) },
                              { u"fetching"_s, true },
                              { u"percent"_s, 25 },
@@ -80,8 +86,9 @@ TEST(BoardJson, boardJson_fetches_tellWhatIsKnown)
                              { u"secondsLeft"_s, 15 } }));
     const QJsonObject unregistered = fetches.at(1).toObject();
     EXPECT_EQ(unregistered.value(u"state"_s).toString(), u"unregistered"_s);
-    for (const QString &member : { u"process"_s, u"program"_s, u"lastSign"_s, u"receivedBytes"_s,
-                                   u"totalBytes"_s, u"bytesPerSecond"_s, u"secondsLeft"_s })
+    for (const QString &member :
+         { u"process"_s, u"program"_s, u"lastSign"_s, u"lastPing"_s, u"receivedBytes"_s,
+           u"totalBytes"_s, u"bytesPerSecond"_s, u"secondsLeft"_s })
         EXPECT_TRUE(unregistered.value(member).isNull()) << qPrintable(member);
 }
 

@@ -28,7 +28,7 @@ BoardLook quietLook(qint64 now = start)
     look.now = now;
     look.activity.clients.append({ 1, 100, now - 2'000 });
     look.activity.acquiringTasks.append({ u"a"_s, 1, 100, 25 });
-    look.processes.insert(100, { u"viewer"_s, start - 60'000 });
+    look.processes.insert(100, { start - 60'000, u"viewer"_s, {} });
     return look;
 }
 
@@ -56,7 +56,7 @@ BoardLook waitingLook(qint64 now)
 {
     BoardLook look = quietLook(now);
     look.activity.clients.append({ 2, 200, now - 1'000 });
-    look.processes.insert(200, { u"plot"_s, start - 60'000 });
+    look.processes.insert(200, { start - 60'000, u"plot"_s, {} });
     look.activity.acquiringTasks.append({ u"a"_s, 2, 200, std::nullopt });
     return look;
 }
@@ -268,10 +268,12 @@ TEST_P(BoardModelLife, update_client_hasItsLife)
     look.now = start;
     look.activity.clients.append({ 1, 100, start - given.pingAge });
     if (given.processAge)
-        look.processes.insert(100, { u"viewer"_s, start - *given.processAge });
+        look.processes.insert(100, { start - *given.processAge, u"viewer"_s, {} });
     const BoardParty party = model().update(look).clients.value(0);
     EXPECT_EQ(party.life, given.life);
     EXPECT_EQ(party.lastSign, start - given.pingAge);
+    EXPECT_EQ(party.lastPing, start - given.pingAge);
+    EXPECT_EQ(party.counts, given.pingAge <= 30'000);
     const bool isItself = given.life == Life::Alive || given.life == Life::Silent;
     EXPECT_EQ(party.program, isItself ? u"viewer"_s : QString());
 }
@@ -288,14 +290,13 @@ INSTANTIATE_TEST_SUITE_P(
                     LifeCase { "numberReusedForLong", 400'000, 300'000, Life::Reused }),
     [](const auto &tested) { return tested.param.name; });
 
-TEST(BoardModel, update_recordOfAnEarlierProcessOfTheNumber_tellsTheClientDead)
+TEST(BoardModel, update_fetcherWhoseNumberIsAnothersNow_isDeadAndHasNoRate)
 {
-    // The new process is too young for the times to tell: only the record knows the old one.
     BoardLook look = transferringLook(start, mebibyte);
     look.activity.clients.first().lastPing = start - 500;
     look.transfers.first().isBeingWritten = false;
     look.transfers.first().updated = start - 300;
-    look.processes[100].started = start - 100;
+    look.processes[100].startedAt = start - 100;
     const Board board = model().update(look);
     EXPECT_EQ(board.clients.value(0).life, Life::Reused);
     EXPECT_EQ(board.fetches.value(0).fetcher.life, Life::Reused);

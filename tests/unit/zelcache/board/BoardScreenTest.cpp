@@ -24,7 +24,7 @@ constexpr qint64 gibibyte = qint64(1024) * 1024 * 1024;
 BoardParty party(qint64 processId, const QString &program, Life life = Life::Alive,
                  qint64 silence = 1'000)
 {
-    return { processId, program, life, now - silence };
+    return { processId, program, life, now - silence, now - silence, life == Life::Alive };
 }
 
 Board emptyBoard()
@@ -219,7 +219,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(BoardScreen, boardLines_fetcherWithoutARow_isGone)
 {
     Board board = emptyBoard();
-    board.fetches.append(bareFetch(QString(), { 0, {}, Life::Unregistered, {} }, 100));
+    board.fetches.append(bareFetch(QString(), { 0, {}, Life::Unregistered, {}, {}, false }, 100));
     EXPECT_EQ(listsOf(board).mid(1, 2),
               (QStringList { u"100%  a resource that the cache does not know"_s,
                              u"      a program that is gone"_s }));

@@ -100,6 +100,9 @@ TEST_F(DoctorChecksTest, clients_livingSilentDeadAndReused_areToldApart)
     addClient(4, 40'000);
     addProcess(4, 10'000);
     addClient(5, 1000); // of another container, perhaps
+    addClient(6, 1000); // of another one, surely
+    addProcess(6, 60'000);
+    all.hasCacheOpen.insert(6, false);
     EXPECT_EQ(
         found(checks::clients),
         (Kinds { FindingKind::ClientSilent, FindingKind::ClientDead, FindingKind::ClientReused }));

@@ -12,9 +12,12 @@ namespace {
 
 constexpr qint64 now = 1'700'000'000'000;
 
-ProcessSight sightOf(qint64)
+/// Process 109 was started just now; there is no process from 110 on.
+ProcessSight sightOf(qint64 processId)
 {
-    return { now - 3'600'000, u"viewer"_s };
+    if (processId >= 109)
+        return { processId == 109 ? std::optional(now - 100) : std::nullopt, {}, {} };
+    return { now - 3'600'000, u"viewer"_s, {} };
 }
 
 void add(ResourceCacheReader::Snapshot &snapshot, const QString &reference, qint64 size)
@@ -117,6 +120,42 @@ TEST(CacheReasons, cacheReasons_noSingleOneIsEnough_thoseThatHoldTheMostAreNamed
     EXPECT_EQ(cacheReasonLines(reasons).last(),
               u"Closing process 101 (viewer) and process 102 (viewer) lets the purge reach its "
               "target."_s);
+}
+
+TEST(CacheReasons, cacheReasons_deadHolder_isWaitedForAndNotClosed)
+{
+    auto snapshot = filled();
+    snapshot.clients.append({ 10, 110, now - 5000 });
+    use(snapshot, u"a"_s, 10);
+    const CacheReasons reasons = reasonsFor(snapshot, 400);
+    EXPECT_TRUE(reasons.closing.isEmpty());
+    const QStringList lines = cacheReasonLines(reasons);
+    EXPECT_EQ(lines.at(2),
+              u"  400 B in 1 resource held by process 110, dead or not to be seen from here, last "
+              "ping 0:05 ago; without a ping it stops counting in 26 s"_s);
+    EXPECT_EQ(lines.last(),
+              u"The purge reaches its target once what is not alive has stopped counting."_s);
+    const QJsonObject holder = cacheReasonsJson(reasons).value(u"holders"_s)[0].toObject();
+    EXPECT_FALSE(holder.value(u"closing"_s).toBool(true));
+    EXPECT_EQ(holder.value(u"countsUntil"_s).toInteger(), now + 25'000);
+}
+
+TEST(CacheReasons, cacheReasons_livingAndReusedHolders_theLivingOneAloneIsClosed)
+{
+    auto snapshot = filled();
+    snapshot.clients.append({ 9, 109, now - 5000 });
+    use(snapshot, u"a"_s, 9);
+    use(snapshot, u"b"_s, 1);
+    const CacheReasons reasons = reasonsFor(snapshot, 300);
+    EXPECT_EQ(reasons.closing, QList<qint64> { 101 });
+    EXPECT_EQ(cacheReasonLines(reasons).last(),
+              u"Once what is not alive has stopped counting, closing process 101 (viewer) lets the "
+              "purge reach its target."_s);
+    EXPECT_TRUE(cacheReasonsJson(reasons).value(u"holders"_s)[1][u"countsUntil"_s].isNull());
+
+    // Here nobody has to wait.
+    EXPECT_EQ(cacheReasonLines(reasonsFor(snapshot, 620)).last(),
+              u"The purge reaches its target once what is not alive has stopped counting."_s);
 }
 
 TEST(CacheReasons, cacheReasons_userSilentForLong_holdsNothing)

@@ -16,7 +16,7 @@ using Verdict = ResourceReasons::Verdict;
 
 ProcessSight sightOf(qint64)
 {
-    return { now - 3'600'000, u"viewer"_s };
+    return { now - 3'600'000, u"viewer"_s, {} };
 }
 
 class ResourceReasonsTest : public testing::Test
