@@ -288,6 +288,13 @@
     </message>
 </context>
 <context>
+    <name>zel::cli::Context</name>
+    <message>
+        <source>canceled</source>
+        <translation>abgebrochen</translation>
+    </message>
+</context>
+<context>
     <name>zel::cli::DatabaseChecks</name>
     <message>
         <source>The cache counts %1 bytes, its resources have %2 in all. It removes too much or too little.</source>
@@ -978,6 +985,10 @@
     <message>
         <source>The list %1 cannot be read: %2</source>
         <translation>Die Liste %1 kann nicht gelesen werden: %2</translation>
+    </message>
+    <message>
+        <source>The list %1 is longer than 64 MiB.</source>
+        <translation>Die Liste %1 ist länger als 64 MiB.</translation>
     </message>
 </context>
 <context>

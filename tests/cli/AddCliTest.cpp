@@ -2,6 +2,10 @@
 
 #include "Printers.h"
 
+#include <QDirIterator>
+
+#include <csignal>
+
 namespace zel::test {
 
 using namespace Qt::Literals::StringLiterals;
@@ -10,6 +14,17 @@ class AddCliTest : public ZelcacheCli
 {
 protected:
     /// Nobody answers there: what can be had was added.
+    QStringList incoming() const
+    {
+        QStringList paths;
+        QDirIterator entries(cache.dataDir(), { u".adding-*"_s },
+                             QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot,
+                             QDirIterator::Subdirectories);
+        while (entries.hasNext())
+            paths.append(entries.next());
+        return paths;
+    }
+
     const QString reference = u"http://127.0.0.1:9/runs/run1.raw"_s;
 };
 
@@ -80,6 +95,25 @@ TEST_F(AddCliTest, add_emptySource_isCode2AndEntersNothing)
     EXPECT_EQ(run->exitCode(), 2);
     EXPECT_TRUE(run->errors().contains("SOURCE must not be empty")) << run->errors().toStdString();
     EXPECT_FALSE(QFile::exists(cache.databasePath()));
+}
+
+TEST_F(AddCliTest, add_signalDuringTheCopy_leavesTheCacheInOrder)
+{
+    for (int i = 0; i < 5'000; ++i)
+        writeFile(cache.outside(u"run.d/%1.txt"_s.arg(i)), "content");
+    CacheDatabase database(cache.databasePath());
+    for (const int signalNumber : { SIGINT, SIGTERM, SIGHUP }) {
+        const auto run = start({ u"add"_s, reference, cache.outside(u"run.d"_s) });
+        waitUntil([this] { return !incoming().isEmpty(); });
+        run->sendSignal(signalNumber);
+        EXPECT_EQ(run->exitCode(), 128 + signalNumber);
+        EXPECT_EQ(run->output(), "");
+        EXPECT_EQ(run->errors(), "zelcache: error: canceled\n");
+        EXPECT_EQ(incoming(), QStringList());
+        EXPECT_EQ(database.count(u"Clients"_s), 0);
+        EXPECT_EQ(database.count(u"ResourceUsages"_s), 0);
+        EXPECT_EQ(database.status(reference), u"Missing"_s);
+    }
 }
 
 TEST_F(AddCliTest, add_localFileAsReference_isCode21)

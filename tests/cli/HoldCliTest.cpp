@@ -147,11 +147,78 @@ TEST_F(HoldCliTest, hold_resourceThatCannotBeHad_startsNothing)
     EXPECT_NE(run->errors(), "");
 }
 
-TEST_F(HoldCliTest, hold_timeIsOver_theCommandIsTerminatedAndWaitedFor)
+TEST_F(HoldCliTest, hold_timeIsOver_theCommandIsTerminatedAndItsCodePassedOn)
 {
     const auto run = hold({ u"--for"_s, u"1s"_s, reference }, waitingScript);
     EXPECT_EQ(run->exitCode(), 42);
     EXPECT_EQ(run->output(), "up\n");
+}
+
+TEST_F(HoldCliTest, hold_commandTakesItsTimeAfterTheTerm_isStillHeldAndWaitedFor)
+{
+    const QString permission = cache.outside(u"go"_s);
+    const auto run = hold({ u"--for"_s, u"1s"_s, reference },
+                          u"trap 'echo term' TERM; echo up; until [ -e '%1' ]; do sleep 0.05; "
+                          "done; cat \"$ZELCACHE_PATHS\"; exit 9"_s.arg(permission));
+    waitUntil([&run] { return run->output().contains("term\n"); });
+    EXPECT_EQ(holders(reference).size(), 1);
+    writeFile(permission, "");
+    EXPECT_EQ(run->exitCode(), 9);
+    EXPECT_EQ(run->output(), "up\nterm\ncontent of the run");
+    EXPECT_EQ(CacheDatabase(cache.databasePath()).count(u"ResourceUsages"_s), 0);
+}
+
+TEST_F(HoldCliTest, hold_hangup_isHandedOnAndTheCommandWaitedFor)
+{
+    auto run = held({ reference },
+                    u"trap 'echo hup' HUP; trap 'exit 42' TERM; echo up; "
+                    "while :; do sleep 0.05; done"_s);
+    for (int count = 1; count <= 2; ++count) {
+        run->sendSignal(SIGHUP);
+        waitUntil([&run, count] { return run->output().count("hup\n") == count; });
+    }
+    EXPECT_EQ(holders(reference).size(), 1);
+    run->sendSignal(SIGTERM);
+    EXPECT_EQ(run->exitCode(), 42);
+    EXPECT_EQ(CacheDatabase(cache.databasePath()).count(u"Clients"_s), 0);
+}
+
+TEST_F(HoldCliTest, hold_terminalIsGone_theCommandIsToldAndWaitedFor)
+{
+    const QString told = cache.outside(u"told"_s);
+    auto run = startAtTerminal({ u"hold"_s, reference, u"--"_s, u"bash"_s, u"-c"_s,
+                                 u"trap 'touch \"%1\"; exit 0' HUP; echo up; "
+                                 "while :; do sleep 0.05; done"_s.arg(told) });
+    ASSERT_TRUE(run->waitFor("up"));
+    run->hangUp();
+    CacheDatabase database(cache.databasePath());
+    waitUntil([&] {
+        return QFile::exists(told) && database.count(u"ResourceUsages"_s) == 0
+            && database.count(u"Clients"_s) == 0;
+    });
+}
+
+TEST_F(HoldCliTest, hold_signalBeforeTheCommand_endsWithoutItAndWithoutRows)
+{
+    // At every moment of the way: none of them leaves rows behind.
+    CacheDatabase database(cache.databasePath());
+    ASSERT_EQ(start({ u"get"_s, reference })->exitCode(), 0);
+    for (int moment = 0; moment < 12; ++moment) {
+        QSystemSemaphore semaphore(TemporaryCache::semaphoreKey(cache.baseDir()), 1,
+                                   QSystemSemaphore::Open);
+        const auto run
+            = hold({ reference }, u"trap 'exit 143' TERM; while :; do sleep 0.02; done"_s);
+        waitUntil([&database] { return database.count(u"Clients"_s) == 1; });
+        for (int hold = 0; hold < moment; ++hold) {
+            ASSERT_TRUE(semaphore.acquire());
+            ASSERT_TRUE(semaphore.release());
+        }
+        waitUntil([&database] { return database.count(u"ResourceUsages"_s) == 1; });
+        run->sendSignal(SIGTERM);
+        EXPECT_EQ(run->exitCode(), 143) << moment;
+        EXPECT_EQ(database.count(u"ResourceUsages"_s), 0) << moment;
+        EXPECT_EQ(database.count(u"Clients"_s), 0) << moment;
+    }
 }
 
 TEST_F(HoldCliTest, hold_withoutACommand_printsThePathAndEndsWithTheTime)

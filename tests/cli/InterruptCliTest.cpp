@@ -85,6 +85,28 @@ TEST_F(InterruptCliTest, terminate_duringAFetch_isCode143)
     EXPECT_EQ(CacheDatabase(cache.databasePath()).status(reference), u"Missing"_s);
 }
 
+TEST_F(InterruptCliTest, hangup_duringAFetch_isCode129AndLeavesTheRowsInOrder)
+{
+    const auto run = startedFetch();
+    // The shell sends one where a connection drops, and the system does.
+    run->sendSignal(SIGHUP);
+    run->sendSignal(SIGHUP);
+    EXPECT_EQ(run->exitCode(), 129) << run->errors().toStdString();
+    CacheDatabase database(cache.databasePath());
+    EXPECT_EQ(database.status(reference), u"Missing"_s);
+    EXPECT_EQ(database.count(u"AcquiringTasks"_s), 0);
+    EXPECT_EQ(database.count(u"Clients"_s), 0);
+}
+
+TEST_F(InterruptCliTest, hangup_thatTheCallerIgnores_isIgnored)
+{
+    server.addFile(u"big.raw"_s, QByteArray(2'000'000, 'b'));
+    const auto run = startInShell(u"trap '' HUP; exec $zelcache get "_s + reference);
+    waitUntil([this] { return stagedBytes() > 300'000; });
+    run->sendSignal(SIGHUP);
+    EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
+}
+
 TEST_F(InterruptCliTest, interrupt_json_stillAnswers)
 {
     server.addFile(u"big.raw"_s, QByteArray(2'000'000, 'b'));

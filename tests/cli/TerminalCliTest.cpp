@@ -130,6 +130,18 @@ TEST_F(TerminalCliTest, prompt_anythingElse_isCode20)
     }
 }
 
+TEST_F(TerminalCliTest, prompt_controlC_isCode130AndLeavesNoRows)
+{
+    const QString shared = sharedFile(u"a.raw"_s, "a");
+    const auto run = startAtTerminal({ u"get"_s, u"--prompt"_s, shared });
+    EXPECT_TRUE(run->waitFor("[y/N]"));
+    run->type("\x03");
+    EXPECT_EQ(run->exitCode(), 130) << run->seen().toStdString();
+    CacheDatabase database(cache.databasePath());
+    EXPECT_EQ(database.count(u"ResourceUsages"_s), 0);
+    EXPECT_EQ(database.count(u"Clients"_s), 0);
+}
+
 TEST_F(TerminalCliTest, prompt_severalResources_asksOnce)
 {
     const auto run = startAtTerminal(

@@ -72,8 +72,12 @@ void PtyRun::becomeProgram(const QString &program, const QStringList &arguments,
 {
     for (const QString &setting : options.environment)
         ::setenv(qPrintable(setting.section(u'=', 0, 0)), qPrintable(setting.section(u'=', 1)), 1);
+    if (!options.inputIsTerminal)
+        ::dup2(::open("/dev/null", O_RDONLY), STDIN_FILENO);
     if (!options.outputIsTerminal)
         ::dup2(::open("/dev/null", O_WRONLY), STDOUT_FILENO);
+    if (options.outputIsNonBlocking)
+        ::fcntl(STDOUT_FILENO, F_SETFL, O_RDWR | O_NONBLOCK);
     std::vector<QByteArray> texts { QFile::encodeName(program) };
     for (const QString &argument : arguments)
         texts.push_back(argument.toUtf8());
@@ -90,6 +94,13 @@ void PtyRun::resize(int columns, int rows) const
 {
     const winsize size = sizeOf(columns, rows);
     EXPECT_EQ(::ioctl(terminal, TIOCSWINSZ, &size), 0);
+}
+
+void PtyRun::hangUp()
+{
+    ::close(terminal);
+    terminal = -1;
+    atEnd = true;
 }
 
 bool PtyRun::isUsual() const

@@ -21,7 +21,9 @@ public:
         int columns = 100;
         int rows = 25;
         QStringList environment; ///< "NAME=value", beside what this process has
+        bool inputIsTerminal = true; ///< false: standard input is empty
         bool outputIsTerminal = true; ///< false: standard output goes to nowhere
+        bool outputIsNonBlocking = false; ///< as some programs leave it behind
     };
 
     PtyRun(const QString &program, const QStringList &arguments);
@@ -37,6 +39,8 @@ public:
     void resize(int columns, int rows) const;
     /// Whether the terminal shows what is typed and hands it on line by line, as it does at first.
     bool isUsual() const;
+    /// Takes the terminal away, as a connection that drops does. Nothing is seen any more.
+    void hangUp();
     /// Everything that the terminal got until now, control sequences included.
     QByteArray seen();
     /// Waits until the terminal got this text.

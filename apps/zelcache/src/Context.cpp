@@ -1,8 +1,19 @@
 #include "Context.h"
 
+#include <QCoreApplication>
+
 namespace zel::cli {
 
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::Context)
+};
+
+} // namespace
 
 QJsonObject Context::answerWith(const QJsonObject &members) const
 {
@@ -21,6 +32,11 @@ ExitCode Context::fail(ExitCode code, const QString &message) const
         output.answer(answer);
     }
     return code;
+}
+
+ExitCode Context::cancel(int signalNumber) const
+{
+    return fail(exitCodeOfSignal(signalNumber), Texts::tr("canceled"));
 }
 
 } // namespace zel::cli

@@ -21,6 +21,8 @@ struct Context
     /// Ends the command without an answer: says why on standard error and, with JSON, as the
     /// answer. Returns the code it was given.
     ExitCode fail(ExitCode code, const QString &message) const;
+    /// Ends it because of a signal.
+    ExitCode cancel(int signalNumber) const;
     ExitCode fail(const Error &error) const
     {
         return fail(exitCodeOf(error), error.errorMessage());

@@ -18,8 +18,9 @@ ExitCode exitCodeOf(const Error &error)
     case ExitCode::FeatureLacking:
         return code;
     case ExitCode::Failed:
-    case ExitCode::AnswerIsNo: // these three are said by the program itself, never by an error
+    case ExitCode::AnswerIsNo: // these are said by the program itself, never by an error
     case ExitCode::CacheUnavailable:
+    case ExitCode::HungUp:
     case ExitCode::Interrupted:
     case ExitCode::Terminated:
         break;
@@ -35,6 +36,11 @@ ExitCode exitCodeOf(const QList<Error> &failures)
 ExitCode exitCodeOfSignal(int signalNumber)
 {
     return ExitCode(128 + signalNumber);
+}
+
+ExitCode exitCodeAfter(int signalNumber, ExitCode code)
+{
+    return signalNumber == 0 ? code : exitCodeOfSignal(signalNumber);
 }
 
 } // namespace zel::cli

@@ -19,6 +19,7 @@ enum class ExitCode : int {
     CacheUnavailable = 8, ///< the cache cannot be opened
     Canceled = 20, ///< refused at the prompt, or canceled
     FeatureLacking = 21,
+    HungUp = 129, ///< SIGHUP
     Interrupted = 130, ///< SIGINT
     Terminated = 143, ///< SIGTERM
 };
@@ -31,5 +32,9 @@ ExitCode exitCodeOf(const QList<Error> &failures);
 
 /// The exit code after a signal: 128 and its number, as shells have it.
 ExitCode exitCodeOfSignal(int signalNumber);
+
+/// The exit code of a command that has done its work, and maybe heard a signal meanwhile; 0 is
+/// none.
+ExitCode exitCodeAfter(int signalNumber, ExitCode code);
 
 } // namespace zel::cli

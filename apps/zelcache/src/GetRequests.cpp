@@ -81,19 +81,28 @@ Transfer GetRequests::Fetch::transfer(const TransferReports &reports) const
 
 GetRequests::GetRequests(const Context &context, const QStringList &arguments, const Manner &manner)
     : context(context)
+    , signalWatch([](int) {})
     , manner(manner)
     , prompting(&this->context.output, context.options.yes)
 {
-    for (const QString &argument : arguments)
+    for (const QString &argument : arguments) {
+        if (receivedSignal() != 0)
+            break; // run() ends at once
         addRequest(argument);
+    }
 }
 
 GetRequests::~GetRequests() = default;
 
 ExitCode GetRequests::run()
 {
+    if (const int signalNumber = receivedSignal())
+        return context.cancel(signalNumber);
     const Handlers missing = findMissing();
-    if (confirm(missing) && manner.makesRoom && !missing.isEmpty()) {
+    const bool isConfirmed = confirm(missing);
+    if (const int signalNumber = receivedSignal())
+        return context.cancel(signalNumber);
+    if (isConfirmed && manner.makesRoom && !missing.isEmpty()) {
         if (const auto code = makeRoomFor(context, missing))
             return *code;
     }

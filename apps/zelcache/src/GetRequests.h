@@ -2,6 +2,7 @@
 
 #include "Context.h"
 #include "OverallProgress.h"
+#include "SignalWatch.h"
 #include "TransferReport.h"
 
 #include "ResourceHandler.h"
@@ -18,8 +19,8 @@ class TaskWait;
 
 /// Brings resources here and, unless told otherwise, prints their paths, in the order of the
 /// arguments and each as soon as all before it are settled. One that cannot be had does not keep
-/// the others from being fetched. What is here stays in use as long as this object lives. The
-/// manager's cache must be open. Main thread only.
+/// the others from being fetched. What is here stays in use as long as this object lives, and so
+/// long no first signal ends the program. The manager's cache must be open. Main thread only.
 class GetRequests
 {
 public:
@@ -41,6 +42,8 @@ public:
     ExitCode run();
     /// Of all that is here after run(), in the order of the arguments.
     QStringList paths() const { return pathsHere; }
+    /// The number of the signal that came until now, else 0.
+    int receivedSignal() { return signalWatch.receivedNow(); }
 
 private:
     /// One resource to bring here.
@@ -87,6 +90,7 @@ private:
     ExitCode finish(int signalNumber);
 
     Context context;
+    SignalWatch signalWatch; ///< outlives what is in use
     const Manner manner;
     TerminalPrompting prompting;
     std::vector<Request> requests;

@@ -1,20 +1,27 @@
 #include "SignalWatch.h"
 
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 namespace zel::cli {
 
 namespace {
 
-/// Where the handler tells of a signal; -1 while nobody watches or after the last one that is told.
+/// Where the handler tells of a signal; -1 while nobody watches.
 std::atomic<int> wakeUpDescriptor = -1;
 std::atomic<bool> tellsAll = false;
+/// Of the signals after which the next one ends the program.
+std::atomic<bool> firstWasTold = false;
 static_assert(std::atomic<int>::is_always_lock_free, "a signal handler must not wait");
+static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler must not wait");
+
+SignalWatch *innermost = nullptr;
 
 /// Null while there is nothing to be done.
 std::atomic<void (*)()> lastAction = nullptr;
@@ -23,13 +30,27 @@ static_assert(std::atomic<void (*)()>::is_always_lock_free, "a signal handler mu
 /// Added to the number of a signal that the terminal has sent.
 constexpr unsigned terminalMark = 0x80;
 
+/// A hangup is no sign of impatience: where a connection drops, the shell sends one and so does the
+/// system, and some send it right behind SIGTERM.
+bool isStillTold(int number)
+{
+    return tellsAll || number == SIGHUP || !firstWasTold.exchange(true);
+}
+
+bool tell(int descriptor, unsigned char told)
+{
+    // A pipe that is full tells of signals already.
+    return ::write(descriptor, &told, 1) == 1 || errno == EAGAIN;
+}
+
 extern "C" void onTerminatingSignal(int number, siginfo_t *details, void *)
 {
     const int errnoBefore = errno;
-    const int descriptor = tellsAll ? wakeUpDescriptor.load() : wakeUpDescriptor.exchange(-1);
+    const int descriptor = wakeUpDescriptor;
     const bool isFromTerminal = details && details->si_code == SI_KERNEL;
-    const char byte = char(unsigned(number) | (isFromTerminal ? terminalMark : 0));
-    if (descriptor < 0 || ::write(descriptor, &byte, 1) != 1) {
+    const auto told
+        = static_cast<unsigned char>(unsigned(number) | (isFromTerminal ? terminalMark : 0));
+    if (descriptor < 0 || !isStillTold(number) || !tell(descriptor, told)) {
         if (const auto action = lastAction.load())
             action();
         ::_exit(128 + number);
@@ -70,10 +91,37 @@ void ignore(int number)
 
 } // namespace
 
+/// Shared by the watches that are nested.
+class SignalWatch::Pipe
+{
+public:
+    Pipe()
+    {
+        if (::pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0)
+            ends = { -1, -1 };
+    }
+    ~Pipe()
+    {
+        for (const int end : ends) {
+            if (end >= 0)
+                ::close(end);
+        }
+    }
+    Pipe(const Pipe &) = delete;
+    Pipe &operator=(const Pipe &) = delete;
+
+    int readingEnd() const { return ends[0]; }
+    int writingEnd() const { return ends[1]; }
+
+private:
+    std::array<int, 2> ends {};
+};
+
 void SignalWatch::install()
 {
     handle(SIGINT);
     handle(SIGTERM);
+    handle(SIGHUP);
     ignore(SIGPIPE);
 }
 
@@ -82,38 +130,84 @@ void SignalWatch::beforeSuddenEnd(void (*action)())
     lastAction = action;
 }
 
+bool SignalWatch::waitForInput(int descriptor)
+{
+    std::array<pollfd, 2> sources { pollfd { descriptor, POLLIN, 0 },
+                                    pollfd { innermost ? innermost->pipe->readingEnd() : -1, POLLIN,
+                                             0 } };
+    while (::poll(sources.data(), sources.size(), -1) < 0) {
+        if (errno != EINTR)
+            return true; // reading will tell
+    }
+    return sources[1].revents == 0;
+}
+
 SignalWatch::SignalWatch(std::function<void(int)> onSignal, Signals signals)
     : onSignal(std::move(onSignal))
+    , signals(signals)
+    , outer(innermost)
+    , pipe(outer ? outer->pipe : std::make_shared<Pipe>())
 {
+    innermost = this;
+    if (!outer)
+        firstWasTold = false;
+    else if (outer->notifier)
+        outer->notifier->setEnabled(false);
     // Without a pipe the signals go on ending the program at once.
-    if (::pipe2(pipe.data(), O_CLOEXEC | O_NONBLOCK) != 0)
+    if (pipe->readingEnd() < 0)
         return;
-    notifier = std::make_unique<QSocketNotifier>(pipe[0], QSocketNotifier::Read);
+    notifier = std::make_unique<QSocketNotifier>(pipe->readingEnd(), QSocketNotifier::Read);
     QObject::connect(notifier.get(), &QSocketNotifier::activated, notifier.get(),
                      [this] { readNumbers(); });
-    tellsAll = signals == Signals::All;
-    wakeUpDescriptor = pipe[1];
+    if (outer && outer->receivedNumber != 0)
+        static_cast<void>(tell(pipe->writingEnd(), outer->lastTold()));
+    listen();
 }
 
 SignalWatch::~SignalWatch()
 {
-    wakeUpDescriptor = -1;
+    // What nobody has read yet stays in the pipe for the outer one.
     notifier.reset();
-    for (const int descriptor : pipe) {
-        if (descriptor >= 0)
-            ::close(descriptor);
+    innermost = outer;
+    if (!outer) {
+        wakeUpDescriptor = -1;
+        return;
     }
+    if (receivedNumber != 0) {
+        outer->receivedNumber = receivedNumber;
+        outer->fromTerminal = fromTerminal;
+    }
+    outer->listen();
+}
+
+int SignalWatch::receivedNow()
+{
+    if (notifier)
+        readNumbers();
+    return receivedNumber;
+}
+
+void SignalWatch::listen()
+{
+    if (notifier)
+        notifier->setEnabled(true);
+    tellsAll = signals == Signals::All;
+    wakeUpDescriptor = pipe->writingEnd();
 }
 
 void SignalWatch::readNumbers()
 {
-    char byte = 0;
-    while (::read(pipe[0], &byte, 1) == 1) {
-        const auto told = static_cast<unsigned char>(byte);
+    unsigned char told = 0;
+    while (::read(pipe->readingEnd(), &told, 1) == 1) {
         receivedNumber = int(told & ~terminalMark);
         fromTerminal = (told & terminalMark) != 0;
         onSignal(receivedNumber);
     }
+}
+
+unsigned char SignalWatch::lastTold() const
+{
+    return static_cast<unsigned char>(unsigned(receivedNumber) | (fromTerminal ? terminalMark : 0));
 }
 
 } // namespace zel::cli

@@ -2,19 +2,21 @@
 
 #include <QSocketNotifier>
 
-#include <array>
 #include <functional>
 #include <memory>
 
 namespace zel::cli {
 
-/// Turns SIGINT and SIGTERM into calls on this thread's event loop, so that work can be canceled
-/// properly. One watch at a time, on the main thread; while none lives, each of these signals ends
-/// the program at once.
+/// Turns SIGINT, SIGTERM and SIGHUP into calls on this thread's event loop, so that work can be
+/// canceled properly. While no watch lives, each of these signals ends the program at once.
+///
+/// Watches nest: the innermost one hears the signals, and what an outer one has heard is told to
+/// it too. A command that has entered rows into the cache keeps one for all of its time, so that no
+/// moment is left in which a signal leaves them behind. Main thread only.
 class SignalWatch
 {
 public:
-    /// Called once, first of all: from here on the two signals end the program with 128 and their
+    /// Called once, first of all: from here on these signals end the program with 128 and their
     /// number, and writing into a closed pipe fails instead of killing. A signal that the caller of
     /// the program ignores stays ignored.
     static void install();
@@ -23,8 +25,12 @@ public:
     /// the signal's handler, so it may do only what is allowed there.
     static void beforeSuddenEnd(void (*action)());
 
+    /// Waits until something can be read there. False if a signal came first: the watch that lives
+    /// has yet to be told of it.
+    static bool waitForInput(int descriptor);
+
     enum class Signals {
-        First, ///< the second one ends the program at once
+        First, ///< the second SIGINT or SIGTERM ends the program at once
         All,
     };
 
@@ -35,14 +41,22 @@ public:
 
     /// The number of the signal that came last, else 0.
     int received() const { return receivedNumber; }
+    /// The same for work without an event loop: hears of what came until now.
+    int receivedNow();
     /// Whether it was typed at the terminal, which then sent it to all programs that run there.
     bool isFromTerminal() const { return fromTerminal; }
 
 private:
+    class Pipe;
+
+    void listen();
     void readNumbers();
+    unsigned char lastTold() const;
 
     std::function<void(int)> onSignal;
-    std::array<int, 2> pipe { -1, -1 };
+    const Signals signals;
+    SignalWatch *const outer;
+    const std::shared_ptr<Pipe> pipe;
     std::unique_ptr<QSocketNotifier> notifier;
     int receivedNumber = 0;
     bool fromTerminal = false;

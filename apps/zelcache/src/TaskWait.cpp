@@ -47,7 +47,7 @@ int TaskWait::run(const std::function<void()> &onTick)
     onTick();
     if (!allFinished())
         loop.exec();
-    return signalWatch.received();
+    return signalWatch.receivedNow();
 }
 
 void TaskWait::cancelAll()

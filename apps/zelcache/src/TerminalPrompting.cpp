@@ -1,5 +1,6 @@
 #include "TerminalPrompting.h"
 
+#include "SignalWatch.h"
 #include "references/ResourceReferenceUtils.h"
 
 #include <QCoreApplication>
@@ -76,6 +77,10 @@ bool TerminalPrompting::ask(const QList<QSharedPointer<ResourceReference>> &refe
     for (const auto &reference : references)
         output->line(reference->referenceText(true));
     output->question(questionFor(references.size()));
+    if (!SignalWatch::waitForInput(STDIN_FILENO)) {
+        output->line({}); // ends the line of the question
+        return false;
+    }
     QFile input;
     return input.open(STDIN_FILENO, QIODevice::ReadOnly) && isYes(input.readLine());
 }

@@ -3,7 +3,6 @@
 #include "errors/Propagate.h"
 #include "platform/FileSync.h"
 #include "platform/ProcessIdentity.h"
-#include "platform/TreeCopy.h"
 #include "platform/TreeRemoval.h"
 
 #include <QCoreApplication>
@@ -58,12 +57,12 @@ Error publish(const QString &incoming, const QString &target)
 
 } // namespace
 
-Error copyWhole(const QString &source, const QString &target)
+Error copyWhole(const QString &source, const QString &target, const TreeCopy::Progress &progress)
 {
     const QString incoming = incomingFor(target);
     removeRemains(QFileInfo(target).dir());
     const auto copier = QFileInfo(source).isDir() ? &TreeCopy::copyTree : &TreeCopy::copyFile;
-    const Error copied = ZEL_PASS(copier(source, incoming, {}, {}));
+    const Error copied = ZEL_PASS(copier(source, incoming, {}, progress));
     const Error failure = copied.hasError() ? copied : publish(incoming, target);
     if (!failure.hasError())
         return copied; // with its warnings

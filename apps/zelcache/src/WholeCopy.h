@@ -1,6 +1,7 @@
 #pragma once
 
 #include "errors/Error.h"
+#include "platform/TreeCopy.h"
 
 #include <QString>
 
@@ -10,8 +11,10 @@ namespace zel::cli {
 /// of it on the disk, or not at all: a failure leaves nothing behind, and what a copy leaves that
 /// was killed goes with the next one to that place.
 ///
-/// The failure names what could not be read or written; code 7 for want of space. A success has
+/// The failure names what could not be read or written; code 7 for want of space, code 20 without a
+/// message if the progress was refused. A success has
 /// warnings if links that lead out of the folder were left out.
-Error copyWhole(const QString &source, const QString &target);
+Error copyWhole(const QString &source, const QString &target,
+                const TreeCopy::Progress &progress = {});
 
 } // namespace zel::cli

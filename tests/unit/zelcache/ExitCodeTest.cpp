@@ -50,10 +50,17 @@ TEST(ExitCode, exitCodeOf_failuresOfSeveralCodes_isPlainFailure)
     EXPECT_EQ(exitCodeOf({ Error(6, u"a"_s), Error(2, u"b"_s) }), ExitCode::Failed);
 }
 
-TEST(ExitCode, exitCodeOfSignal_interruptAndTerminate_areThoseOfShells)
+TEST(ExitCode, exitCodeOfSignal_thoseThatEnd_areThoseOfShells)
 {
     EXPECT_EQ(exitCodeOfSignal(2), ExitCode::Interrupted);
     EXPECT_EQ(exitCodeOfSignal(15), ExitCode::Terminated);
+    EXPECT_EQ(exitCodeOfSignal(1), ExitCode::HungUp);
+}
+
+TEST(ExitCode, exitCodeAfter_signalOrNone_isItsCodeOrThatOfTheCommand)
+{
+    EXPECT_EQ(exitCodeAfter(15, ExitCode::Success), ExitCode::Terminated);
+    EXPECT_EQ(exitCodeAfter(0, ExitCode::AnswerIsNo), ExitCode::AnswerIsNo);
 }
 
 } // namespace zel::cli

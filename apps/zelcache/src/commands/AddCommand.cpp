@@ -3,6 +3,7 @@
 #include "Library.h"
 #include "RemoteResourceHandler.h"
 #include "ResourceManager.h"
+#include "SignalWatch.h"
 #include "WholeCopy.h"
 
 #include <QCoreApplication>
@@ -27,9 +28,9 @@ and prints where it lies now.
 Examples:
   zelcache add https://data.example.org/runs/run1.raw ./run1.raw)";
 
-/// Copies the source to where the resource of the handler belongs.
+/// Copies the source to where the resource of the handler belongs, unless a signal comes first.
 Error addTo(const QSharedPointer<ResourceHandler> &handler, const QString &source,
-            const Context &context)
+            SignalWatch &signalWatch, const Context &context)
 {
     const QString name = handler->reference()->referenceText(true);
     const auto remote = handler.dynamicCast<RemoteResourceHandler>();
@@ -47,7 +48,10 @@ Error addTo(const QSharedPointer<ResourceHandler> &handler, const QString &sourc
     ZEL_TRY_LET(const auto target, handler->expectedPath());
     const QString path = QDir::cleanPath(QFileInfo(source).absoluteFilePath());
     return ZEL_PASS(remote->addToCache([&]() -> Error {
-        const Error outcome = ZEL_PASS(copyWhole(path, target));
+        const auto goesOn = [&signalWatch](qint64) {
+            return signalWatch.receivedNow() == 0;
+        };
+        const Error outcome = ZEL_PASS(copyWhole(path, target, goesOn));
         for (const QString &warning : outcome.warnings())
             context.output.warning(warning);
         return outcome;
@@ -84,15 +88,17 @@ ExitCode AddCommand::run(const Context &context)
 {
     if (const auto code = openCache(context))
         return *code;
+    SignalWatch signalWatch([](int) {});
     // Asked first: a handler enters its resource into the cache.
     if (!QFileInfo::exists(source))
         return context.fail(ExitCode::Failed, Texts::tr("\"%1\" does not exist.").arg(source));
     const auto handler = handlerOf(reference);
     if (!handler.hasValue())
         return context.fail(handler.error());
-    const Error failure = addTo(handler.value(), source, context);
+    const Error failure = addTo(handler.value(), source, signalWatch, context);
     if (failure.hasError())
-        return context.fail(failure);
+        return signalWatch.received() != 0 ? context.cancel(signalWatch.received())
+                                           : context.fail(failure);
     const auto path = handler.value()->expectedPath();
     if (!path.hasValue())
         return context.fail(path.error());
@@ -105,7 +111,7 @@ ExitCode AddCommand::run(const Context &context)
     } else {
         context.output.answer(path.value().toString());
     }
-    return ExitCode::Success;
+    return exitCodeAfter(signalWatch.receivedNow(), ExitCode::Success);
 }
 
 } // namespace

@@ -89,11 +89,13 @@ ExitCode HoldCommand::run(const Context &context)
     GetRequests requests(context, references, manner);
     if (const ExitCode code = requests.run(); code != ExitCode::Success)
         return code;
+    if (const int signalNumber = requests.receivedSignal())
+        return exitCodeOfSignal(signalNumber);
     if (runsProgram)
         return ExitCode(runHeldProgram(context.output, withPaths(program, requests.paths()),
                                        requests.paths(), time));
     const int signalNumber = holdStill(time);
-    return signalNumber == 0 ? ExitCode::Success : exitCodeOfSignal(signalNumber);
+    return exitCodeAfter(signalNumber, ExitCode::Success);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "Command.h"
 #include "CommandOptions.h"
 #include "Library.h"
+#include "SignalWatch.h"
 
 #include <QCoreApplication>
 
@@ -42,6 +43,7 @@ ExitCode PathCommand::run(const Context &context)
 {
     if (const auto code = openCache(context))
         return *code;
+    SignalWatch signalWatch([](int) {});
     const auto handler = handlerOf(reference);
     if (!handler.hasValue())
         return context.fail(handler.error());
@@ -60,10 +62,10 @@ ExitCode PathCommand::run(const Context &context)
     } else {
         context.output.answer(path.value().toString());
     }
-    if (available)
-        return ExitCode::Success;
-    context.output.note(Texts::tr("The resource is not there yet."));
-    return ExitCode::AnswerIsNo;
+    if (!available)
+        context.output.note(Texts::tr("The resource is not there yet."));
+    return exitCodeAfter(signalWatch.receivedNow(),
+                         available ? ExitCode::Success : ExitCode::AnswerIsNo);
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include "ResourceLookup.h"
 #include "ResourceManager.h"
 #include "SchemesRegistration.h"
+#include "SignalWatch.h"
 
 #include <QCoreApplication>
 
@@ -61,13 +62,15 @@ ExitCode store(const Context &context, const Resource &before, ResourceCleanupPo
 {
     if (const auto code = openExistingCache(context))
         return *code;
+    SignalWatch signalWatch([](int) {});
     const QString key = before.reference;
     const Error failure = ResourceManager::cache()->saveCleanupPolicy(key, policy);
     if (failure.hasError())
         return context.fail(failure);
     const auto after = resourceAfterwards(context, key);
-    return after.hasValue() ? answer(context, after.value(), before.policy)
-                            : context.fail(after.error());
+    if (!after.hasValue())
+        return context.fail(after.error());
+    return exitCodeAfter(signalWatch.receivedNow(), answer(context, after.value(), before.policy));
 }
 
 class PolicyCommand : public Command

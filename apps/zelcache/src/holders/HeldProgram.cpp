@@ -118,7 +118,8 @@ int runHeldProgram(Output &output, const QStringList &programLine, const QString
     const SignalWatch *watch = nullptr;
     const SignalWatch signalWatch(
         [&process, &watch](int number) {
-            if (!watch->isFromTerminal())
+            // Whether a terminal that is gone tells all its programs depends on who leads them.
+            if (!watch->isFromTerminal() || number == SIGHUP)
                 send(process, number);
         },
         SignalWatch::Signals::All);

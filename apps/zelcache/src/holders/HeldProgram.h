@@ -21,8 +21,8 @@ using HoldTime = std::optional<std::chrono::milliseconds>;
 int runHeldProgram(Output &output, const QStringList &programLine, const QStringList &paths,
                    const HoldTime &time);
 
-/// Lets the event loop run for this time, without one for ever, or until SIGINT or SIGTERM. Gives
-/// the number of that signal, else 0. Main thread only.
+/// Lets the event loop run for this time, without one for ever, or until a signal that
+/// ends. Gives the number of that signal, else 0. Main thread only.
 int holdStill(const HoldTime &time);
 
 } // namespace zel::cli
