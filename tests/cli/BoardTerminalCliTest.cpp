@@ -50,6 +50,9 @@ TEST_F(BoardTerminalCliTest, watch_end_givesTheTerminalBack)
         { [](PtyRun &run) { run.type("\x03"); }, 130 },
         { signaled(SIGINT), 130 },
         { signaled(SIGTERM), 143 },
+        { signaled(SIGHUP), 129 },
+        { signaled(SIGQUIT), -SIGQUIT },
+        { [](PtyRun &run) { run.type("\x1c"); }, -SIGQUIT },
     };
     for (const Ending &ending : endings) {
         const auto board = startBoard();
@@ -80,21 +83,85 @@ TEST_F(BoardTerminalCliTest, watch_otherKeys_neitherEndItNorAreShown)
     EXPECT_EQ(board->exitCode(), 0);
 }
 
-TEST_F(BoardTerminalCliTest, watch_secondSignalDuringALongLook_givesTheTerminalBack)
+TEST_F(BoardTerminalCliTest, watch_endDuringALongLook_doesNotWaitForIt)
 {
     makeCache();
     CacheDatabase database(cache.databasePath());
     database.run(u"PRAGMA journal_mode = DELETE"_s);
     database.run(u"BEGIN EXCLUSIVE"_s); // the look waits for its end
+    struct Ending
+    {
+        std::function<void(PtyRun &)> end;
+        int exitCode;
+    };
+    const QList<Ending> endings {
+        { [](PtyRun &run) { run.type("q"); }, 0 },
+        { [](PtyRun &run) { ::kill(pid_t(run.processId()), SIGINT); }, 130 },
+        { [](PtyRun &run) { ::kill(pid_t(run.processId()), SIGTERM); }, 143 },
+    };
+    for (const Ending &ending : endings) {
+        const auto board = startBoard();
+        EXPECT_TRUE(board->waitFor("\x1b[2J"));
+        ending.end(*board);
+        EXPECT_EQ(board->exitCode(), ending.exitCode);
+        // What the look would have seen was never drawn.
+        EXPECT_EQ(board->seen(), entering() + "\x1b[H\x1b[2J" + leaving());
+        EXPECT_TRUE(board->isUsual());
+    }
+    database.run(u"ROLLBACK"_s);
+}
+
+TEST_F(BoardTerminalCliTest, watch_stopped_givesTheTerminalBackUntilItGoesOn)
+{
+    makeCache();
+    PtyRun::Options options;
+    options.environment = environment();
+    const QString line = u"set -m; '%1' --cache '%2' %3; echo stopped $?; read; fg"_s.arg(
+        program(), cache.baseDir(), watching().join(u' '));
+    PtyRun shell(u"/bin/bash"_s, { u"-c"_s, line }, options);
+    EXPECT_TRUE(waitForRow(shell, u"^Programs: 0$"_s));
+    EXPECT_FALSE(shell.isUsual());
+    shell.type("\x1a");
+    EXPECT_TRUE(shell.waitFor("stopped 148"));
+    EXPECT_TRUE(shell.isUsual());
+    EXPECT_EQ(shell.seen().count(leaving()), 1);
+    EXPECT_LT(shell.seen().indexOf(leaving()), shell.seen().indexOf("stopped 148"));
+    shell.type("\n");
+    EXPECT_TRUE(shell.waitForSeen(
+        u"second start"_s, [](const QByteArray &seen) { return seen.count(entering()) == 2; }));
+    EXPECT_TRUE(waitForRow(shell, u"^Programs: 0$"_s));
+    EXPECT_FALSE(shell.isUsual());
+    shell.type("q");
+    EXPECT_EQ(shell.exitCode(), 0);
+    EXPECT_TRUE(shell.isUsual());
+}
+
+TEST_F(BoardTerminalCliTest, watch_stopWithoutAShellThatWaits_goesOn)
+{
+    makeCache();
     const auto board = startBoard();
-    EXPECT_TRUE(board->waitFor(entering()));
-    // Two of a kind might become one on their way.
-    ::kill(pid_t(board->processId()), SIGINT);
+    EXPECT_TRUE(waitForRow(*board, u"^Programs: 0$"_s));
+    ::kill(pid_t(board->processId()), SIGTSTP);
+    EXPECT_TRUE(board->waitForSeen(
+        u"second start"_s, [](const QByteArray &seen) { return seen.count(entering()) == 2; }));
+    EXPECT_TRUE(waitForRow(*board, u"^Programs: 0$"_s));
+    board->type("q");
+    EXPECT_EQ(board->exitCode(), 0);
+    EXPECT_TRUE(board->isUsual());
+}
+
+TEST_F(BoardTerminalCliTest, watch_inputIsNoTerminal_isDrawnAndEndedByASignal)
+{
+    makeCache();
+    PtyRun::Options options;
+    options.inputIsTerminal = false;
+    const auto board = startBoard(options);
+    EXPECT_TRUE(waitForRow(*board, u"^Programs: 0$"_s));
+    EXPECT_TRUE(board->isUsual());
     ::kill(pid_t(board->processId()), SIGTERM);
-    EXPECT_THAT(board->exitCode(), testing::AnyOf(130, 143));
+    EXPECT_EQ(board->exitCode(), 143);
     EXPECT_TRUE(board->seen().endsWith(leaving())) << board->seen().toStdString();
     EXPECT_TRUE(board->isUsual());
-    database.run(u"ROLLBACK"_s);
 }
 
 TEST_F(BoardTerminalCliTest, watch_quietMoments_sendAlmostNothing)
@@ -113,18 +180,20 @@ TEST_F(BoardTerminalCliTest, watch_quietMoments_sendAlmostNothing)
 TEST_F(BoardTerminalCliTest, watch_dumbTerminal_appendsBlocks)
 {
     makeCache();
-    PtyRun::Options options;
-    options.columns = 40;
-    options.environment = QStringList { u"TERM=dumb"_s };
-    const auto board = startBoard(options);
-    EXPECT_TRUE(board->waitForSeen(u"two blocks"_s, [](const QByteArray &seen) {
-        return seen.count("Programs: 0\r\n\r\n/") >= 2;
-    }));
-    EXPECT_FALSE(board->seen().contains('\x1b')) << board->seen().toStdString();
-    for (const QByteArray &line : board->seen().split('\n'))
-        EXPECT_LE(line.size(), 40) << line.toStdString();
-    board->type("\x03");
-    EXPECT_EQ(board->exitCode(), 130);
+    for (const QString &kind : { u"TERM=dumb"_s, u"TERM="_s }) {
+        PtyRun::Options options;
+        options.columns = 40;
+        options.environment = QStringList { kind };
+        const auto board = startBoard(options);
+        EXPECT_TRUE(board->waitForSeen(u"two blocks"_s, [](const QByteArray &seen) {
+            return seen.count("Programs: 0\r\n\r\n/") >= 2;
+        }));
+        EXPECT_FALSE(board->seen().contains('\x1b')) << board->seen().toStdString();
+        for (const QByteArray &line : board->seen().split('\n'))
+            EXPECT_LE(line.size(), 40) << line.toStdString();
+        board->type("\x03");
+        EXPECT_EQ(board->exitCode(), 130);
+    }
 }
 
 TEST_F(BoardTerminalCliTest, watch_withALogBesideIt_appendsBlocks)
@@ -137,19 +206,25 @@ TEST_F(BoardTerminalCliTest, watch_withALogBesideIt_appendsBlocks)
     EXPECT_FALSE(board->seen().contains('\x1b')) << board->seen().toStdString();
 }
 
-TEST_F(BoardTerminalCliTest, watch_always_hasNoColors)
+TEST_F(BoardTerminalCliTest, watch_whereErrorsHaveColors_hasNone)
 {
+    const QRegularExpression color(u"\x1b\\[[\\d;]*m"_s);
+    PtyRun::Options options;
+    options.environment = QStringList { u"COLORTERM=truecolor"_s };
+    const auto failing = startAtTerminal({ u"status"_s }, options);
+    EXPECT_EQ(failing->exitCode(), 8);
+    EXPECT_TRUE(QString::fromUtf8(failing->seen()).contains(color));
+
+    // First a trouble, then a program that is dead.
+    const auto board = startBoard(options);
+    EXPECT_TRUE(waitForRow(*board, u"^The board waits for it\\.$"_s));
     makeCache();
-    for (const QString &setting : { u"NO_COLOR=1"_s, u"COLORTERM=truecolor"_s }) {
-        PtyRun::Options options;
-        options.environment = QStringList { setting };
-        const auto board = startBoard(options);
-        EXPECT_TRUE(waitForRow(*board, u"^Programs: 0$"_s));
-        board->type("q");
-        EXPECT_EQ(board->exitCode(), 0);
-        const QRegularExpression color(u"\x1b\\[[\\d;]*m"_s);
-        EXPECT_FALSE(QString::fromUtf8(board->seen()).contains(color));
-    }
+    CacheDatabase(cache.databasePath())
+        .run(u"INSERT INTO Clients (id, lastPingTime, processId) VALUES (99, 1, 2147483647)"_s);
+    EXPECT_TRUE(waitForRow(*board, u"2147483647, dead"_s));
+    board->type("q");
+    EXPECT_EQ(board->exitCode(), 0);
+    EXPECT_FALSE(QString::fromUtf8(board->seen()).contains(color)) << board->seen().toStdString();
 }
 
 } // namespace zel::test

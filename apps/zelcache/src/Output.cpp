@@ -1,6 +1,7 @@
 #include "Output.h"
 
 #include "Json.h"
+#include "Terminal.h"
 #include "Text.h"
 
 #include <QCoreApplication>
@@ -8,7 +9,6 @@
 #include <cerrno>
 
 #include <poll.h>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace zel::cli {
@@ -29,24 +29,20 @@ constexpr auto red = "\x1b[31m";
 constexpr auto yellow = "\x1b[33m";
 constexpr auto plain = "\x1b[0m";
 
-/// Writes everything; 0 or the errno that stopped it.
-int writeAll(int descriptor, QByteArrayView bytes)
-{
-    while (!bytes.isEmpty()) {
-        const ssize_t written = ::write(descriptor, bytes.data(), std::size_t(bytes.size()));
-        if (written < 0 && errno != EINTR)
-            return errno;
-        if (written > 0)
-            bytes = bytes.sliced(written);
-    }
-    return 0;
-}
+/// A message is read by somebody, so it repeats a long name in part only.
+constexpr int longestWord = 1'000;
+constexpr int longestLine = 4'000;
 
-int terminalColumns(int descriptor)
+QString shortened(const QString &line)
 {
-    winsize size {};
-    constexpr int usual = 80;
-    return ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : usual;
+    if (line.size() <= longestWord)
+        return line;
+    QStringList words = line.split(u' ');
+    for (QString &word : words) {
+        if (word.size() > longestWord)
+            word = elided(word, longestWord);
+    }
+    return elided(words.join(u' '), longestLine);
 }
 
 } // namespace
@@ -54,9 +50,8 @@ int terminalColumns(int descriptor)
 Output::Output(const Manner &manner)
     : manner(manner)
     , answerToTerminal(::isatty(manner.answerDescriptor) != 0)
-    , messagesToTerminal(::isatty(manner.messageDescriptor) != 0)
 {
-    const bool canDraw = messagesToTerminal && qgetenv("TERM") != "dumb";
+    const bool canDraw = terminal::canBeDrawnOn(manner.messageDescriptor);
     colors = canDraw && qEnvironmentVariableIsEmpty("NO_COLOR");
     progress = canDraw && manner.showProgress && !manner.quiet;
 }
@@ -71,12 +66,12 @@ void Output::answer(const QString &line)
     clearProgress();
     if (answerErrno != 0)
         return;
-    answerErrno = writeAll(manner.answerDescriptor, bytesOf(line) + manner.lineEnd);
+    answerErrno = terminal::writeAll(manner.answerDescriptor, bytesOf(line) + manner.lineEnd);
 }
 
 int Output::answerColumns() const
 {
-    return terminalColumns(manner.answerDescriptor);
+    return terminal::sizeOf(manner.answerDescriptor).columns;
 }
 
 void Output::answer(const QJsonObject &object)
@@ -126,7 +121,7 @@ void Output::writePart(QByteArray &bytes, qsizetype atLeast)
 {
     if (answerErrno != 0 || bytes.size() < atLeast)
         return;
-    answerErrno = writeAll(manner.answerDescriptor, bytes);
+    answerErrno = terminal::writeAll(manner.answerDescriptor, bytes);
     bytes.clear();
 }
 
@@ -180,20 +175,20 @@ void Output::message(const QString &kind, const char *color, const QString &text
         shownKind = QLatin1StringView(color) + shownKind + QLatin1StringView(plain);
     // A message of several failures has a line for each.
     for (const QString &line : text.split(u'\n'))
-        writeMessage(u"zelcache: "_s + shownKind + escaped(line) + u'\n');
+        writeMessage(u"zelcache: "_s + shownKind + shortened(escaped(line)) + u'\n');
 }
 
 void Output::writeMessage(const QString &text)
 {
     // Nobody is left to be told if this does not work out.
-    static_cast<void>(writeAll(manner.messageDescriptor, text.toLocal8Bit()));
+    static_cast<void>(terminal::writeAll(manner.messageDescriptor, text.toLocal8Bit()));
 }
 
 void Output::showProgress(const ProgressState &state)
 {
     if (!progress)
         return;
-    const QString line = progressLine(state, terminalColumns(manner.messageDescriptor));
+    const QString line = progressLine(state, terminal::sizeOf(manner.messageDescriptor).columns);
     if (line == shownLine)
         return;
     writeMessage(u"\r"_s + line + u"\x1b[K"_s);

@@ -78,7 +78,6 @@ private:
 
     Manner manner;
     bool answerToTerminal = false;
-    bool messagesToTerminal = false;
     bool colors = false;
     bool progress = false;
     QString shownLine;

@@ -18,6 +18,22 @@ struct Texts
     Q_DECLARE_TR_FUNCTIONS(zel::cli::ReferenceList)
 };
 
+/// Many times what anybody lists; a device may have no end.
+constexpr qint64 longestList = 64 * 1024 * 1024;
+
+/// As much as there is, or one byte more than there may be.
+QByteArray readBounded(QFile &file)
+{
+    QByteArray content;
+    while (content.size() <= longestList) {
+        const QByteArray part = file.read(longestList + 1 - content.size());
+        if (part.isEmpty())
+            break;
+        content += part;
+    }
+    return content;
+}
+
 } // namespace
 
 QStringList referencesIn(const QString &text, ListForm form)
@@ -38,11 +54,14 @@ Result<QStringList> readReferenceList(const QString &filePath, ListForm form)
     QFile file(filePath);
     const bool opened = filePath == u"-"_s ? file.open(STDIN_FILENO, QIODevice::ReadOnly)
                                            : file.open(QIODevice::ReadOnly);
-    const QByteArray content = opened ? file.readAll() : QByteArray();
+    const QByteArray content = opened ? readBounded(file) : QByteArray();
     if (!opened || file.error() != QFileDevice::NoError)
         return ZEL_ERROR(
             ErrorCode::OperationFailed,
             Texts::tr("The list %1 cannot be read: %2").arg(filePath, file.errorString()));
+    if (content.size() > longestList)
+        return ZEL_ERROR(ErrorCode::OperationFailed,
+                         Texts::tr("The list %1 is longer than 64 MiB.").arg(filePath));
     return referencesIn(QString::fromUtf8(content), form);
 }
 

@@ -16,7 +16,7 @@ enum class ListForm {
 QStringList referencesIn(const QString &text, ListForm form);
 
 /// The same for a file, "-" being standard input. Fails with code 1 if it cannot be read to its
-/// end.
+/// end, or is longer than 64 MiB.
 Result<QStringList> readReferenceList(const QString &filePath, ListForm form);
 
 } // namespace zel::cli

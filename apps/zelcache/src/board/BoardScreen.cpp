@@ -32,7 +32,17 @@ struct Section
     std::function<QStringList(qsizetype)> item;
 };
 
-/// The pieces in as few lines as hold them, the first one behind `start`.
+/// The first of them that fits; empty if none does.
+QString fitting(const QStringList &forms, int columns)
+{
+    const auto form = std::find_if(forms.begin(), forms.end(), [columns](const QString &text) {
+        return columnsOf(text) <= columns;
+    });
+    return form == forms.end() ? QString() : *form;
+}
+
+/// The pieces in as few lines as hold them, the first one behind `start`. A piece that fits no line
+/// is left out: a figure without its middle would be another one.
 QStringList flowed(const QString &start, const QStringList &pieces, const QString &separator,
                    int columns)
 {
@@ -42,16 +52,26 @@ QStringList flowed(const QString &start, const QStringList &pieces, const QStrin
     for (const QString &piece : pieces) {
         const QString joint = isFresh ? QString() : separator;
         const int room = columns - columnsOf(lines.constLast() + joint) - int(end.size());
-        if (!isFresh && columnsOf(piece) > room) {
+        if (columnsOf(piece) <= room) {
+            lines.last() += joint + piece;
+        } else if (!isFresh && columnsOf(piece) <= columns - indent - int(end.size())) {
             lines.last() += end;
-            lines.append(QString(indent, u' '));
-            lines.last() += elided(piece, columns - indent);
+            lines.append(QString(indent, u' ') + piece);
         } else {
-            lines.last() += joint + elided(piece, std::max(room, 0));
+            continue;
         }
         isFresh = false;
     }
-    return lines;
+    return isFresh ? QStringList() : lines;
+}
+
+/// What is said in words may be cut.
+QStringList flowedWords(const QString &text, int columns)
+{
+    QStringList words = text.split(u' ');
+    for (QString &word : words)
+        word = elided(word, columns - indent);
+    return flowed(QString(), words, u" "_s, columns);
 }
 
 QString durationSince(qint64 moment, qint64 now)
@@ -69,7 +89,10 @@ QString nameOf(const BoardParty &party)
 {
     if (party.life == Life::Unregistered)
         return Texts::tr("a program that is gone");
-    const QString program = party.program.isEmpty() ? Texts::tr("process") : escaped(party.program);
+    // Short enough to stand in a line with its number: without the number it is nobody.
+    constexpr int longest = 24;
+    const QString program
+        = party.program.isEmpty() ? Texts::tr("process") : elided(escaped(party.program), longest);
     return u"%1 %2"_s.arg(program, QString::number(party.processId));
 }
 
@@ -124,19 +147,20 @@ QStringList transferTexts(const Board::Fetch &fetch)
 
 QStringList fetchLines(const Board &board, const Board::Fetch &fetch, int columns)
 {
-    const QString percent = u"%1%  "_s.arg(fetch.percent, indent - 3);
+    const QString percent = u"%1%"_s.arg(fetch.percent, indent - 3);
     const QString reference = elided(referenceText(fetch.reference), columns - indent);
+    const QString title = fitting({ percent + u"  "_s + reference, percent }, columns);
     const QStringList details
         = transferTexts(fetch) + QStringList { fetcherText(fetch.fetcher, board.now) };
-    return QStringList { percent + reference }
-    + flowed(QString(indent, u' '), details, u"  "_s, columns);
+    return QStringList { title } + flowed(QString(indent, u' '), details, u"  "_s, columns);
 }
 
 QStringList waiterLines(const Board &board, const Board::Waiter &waiter, int columns)
 {
     const QString time = durationSince(waiter.since, board.now).rightJustified(indent);
-    const QString start
-        = elided(u"%1+  %2"_s.arg(time, partyText(waiter.program, board.now)), columns);
+    const QString start = fitting({ u"%1+  %2"_s.arg(time, partyText(waiter.program, board.now)),
+                                    u"%1+  %2"_s.arg(time, nameOf(waiter.program)), time + u'+' },
+                                  columns);
     const QString reference = referenceText(waiter.reference);
     const int room = columns - columnsOf(start) - 2;
     if (room >= std::min(columnsOf(reference), shortestReference))
@@ -146,15 +170,17 @@ QStringList waiterLines(const Board &board, const Board::Waiter &waiter, int col
 
 QString headLine(const Board &board, int columns)
 {
-    const QString time = u"  "_s + timeText(board.now);
-    return elided(escaped(board.baseDirectory), std::max(columns - int(time.size()), 0)) + time;
+    const QString time = timeText(board.now);
+    const int room = columns - int(time.size()) - 2;
+    if (room <= 0)
+        return fitting({ time }, columns);
+    return elided(escaped(board.baseDirectory), room) + u"  "_s + time;
 }
 
 QStringList troubleLines(const Board &board, int columns)
 {
-    return QStringList { QString() }
-    + flowed(QString(), escaped(board.trouble).split(u' '), u" "_s, columns)
-        + QStringList { Texts::tr("The board waits for it.") };
+    return QStringList { QString() } + flowedWords(escaped(board.trouble), columns)
+        + flowedWords(Texts::tr("The board waits for it."), columns);
 }
 
 QStringList sizeLines(const Board &board, int columns)
@@ -164,8 +190,11 @@ QStringList sizeLines(const Board &board, int columns)
     };
     const int wanted
         = count(ResourceStatus::Acquiring) + count(ResourceStatus::ScheduledForAcquire);
-    const QString size = Texts::tr("Size: %1 of %2")
-                             .arg(sizeText(board.currentSize), sizeText(board.limits.optimalSize));
+    const QString current = sizeText(board.currentSize);
+    const QString optimal = sizeText(board.limits.optimalSize);
+    const QString size = fitting({ Texts::tr("Size: %1 of %2").arg(current, optimal),
+                                   u"%1 / %2"_s.arg(current, optimal), current },
+                                 columns - 1);
     QStringList sizes { size, Texts::tr("at most %1").arg(sizeText(board.limits.maximumSize)) };
     if (board.freeBytes)
         sizes.append(Texts::tr("%1 free on disk").arg(sizeText(*board.freeBytes)));
@@ -207,13 +236,14 @@ QList<QStringList> fittingItems(const Section &section, int rows)
     return items;
 }
 
-QStringList sectionLines(const Section &section, int rows)
+QStringList sectionLines(const Section &section, int rows, int columns)
 {
     const QList<QStringList> items = fittingItems(section, rows);
-    QString title = u"%1: %2"_s.arg(section.title, QString::number(section.count));
+    const QString title = u"%1: %2"_s.arg(section.title, QString::number(section.count));
+    QStringList titles { title };
     if (items.size() < section.count)
-        title += u", "_s + Texts::tr("%1 not shown").arg(section.count - items.size());
-    QStringList lines { QString(), title };
+        titles.append(Texts::tr("%1 not shown").arg(section.count - items.size()));
+    QStringList lines { QString(), fitting({ titles.join(u", "_s), title }, columns) };
     for (const QStringList &item : items)
         lines += item;
     return lines;
@@ -229,7 +259,7 @@ QStringList listLines(const Board &board, int rows, int columns)
         int kept = titleRows;
         for (auto later = section + 1; later != sections.end(); ++later)
             kept += titleRows + int(std::min<qsizetype>(later->count, keptRows));
-        lines += sectionLines(*section, rows - int(lines.size()) - kept);
+        lines += sectionLines(*section, rows - int(lines.size()) - kept, columns);
     }
     return lines;
 }
@@ -244,9 +274,9 @@ QStringList boardLines(const Board &board, const BoardRoom &room)
     if (board.trouble.isEmpty())
         lines += listLines(board, room.rows - int(lines.size()), columns);
     lines = lines.mid(0, room.rows);
-    // The last resort, for terminals so narrow that not even a number fits.
+    // For terminals so narrow that not even a number fits.
     for (QString &line : lines)
-        line = elided(line, columns);
+        line = fitting({ line }, columns);
     return lines;
 }
 

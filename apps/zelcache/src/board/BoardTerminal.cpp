@@ -1,6 +1,7 @@
 #include "board/BoardTerminal.h"
 
 #include "SignalWatch.h"
+#include "Terminal.h"
 #include "board/BoardDrawing.h"
 
 #include <atomic>
@@ -8,7 +9,6 @@
 #include <csignal>
 
 #include <fcntl.h>
-#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -18,61 +18,41 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// Where the handler tells of a new size; -1 while nobody wants to know.
+/// Where the handlers tell that all has to be drawn anew; -1 while nobody wants to know.
 std::atomic<int> sizeDescriptor = -1;
 static_assert(std::atomic<int>::is_always_lock_free, "a signal handler must not wait");
 
 // As a signal handler needs them: made before the board takes the terminal, and never destroyed.
-QByteArray *leavingBytes = nullptr;
+const QByteArray *enteringBytes = nullptr;
+const QByteArray *leavingBytes = nullptr;
 termios formerKeys {};
+termios boardKeys {};
 bool keysAreChanged = false;
 
-int writeAll(QByteArrayView bytes)
+void askForRedrawing()
 {
-    while (!bytes.isEmpty()) {
-        const ssize_t written = ::write(STDOUT_FILENO, bytes.data(), std::size_t(bytes.size()));
-        if (written < 0 && errno != EINTR)
-            return errno;
-        if (written > 0)
-            bytes = bytes.sliced(written);
-    }
-    return 0;
-}
-
-extern "C" void onNewSize(int)
-{
-    const int errnoBefore = errno;
     const char byte = 0;
-    // A pipe that is full tells of a new size already.
+    // A pipe that is full asks for it already.
     if (const int descriptor = sizeDescriptor; descriptor >= 0)
         static_cast<void>(::write(descriptor, &byte, 1) < 0);
-    errno = errnoBefore;
 }
 
-/// Only what may be called from a signal handler.
-extern "C" void giveTerminalBack()
+void takeTerminal()
 {
-    static_cast<void>(
-        ::write(STDOUT_FILENO, leavingBytes->constData(), std::size_t(leavingBytes->size())) < 0);
+    // First, since a program in the background is stopped here, before it draws anything.
+    if (keysAreChanged)
+        ::tcsetattr(STDIN_FILENO, TCSANOW, &boardKeys);
+    static_cast<void>(terminal::writeAll(STDOUT_FILENO, *enteringBytes));
+}
+
+void giveTerminalBack()
+{
+    static_cast<void>(terminal::writeAll(STDOUT_FILENO, *leavingBytes));
     if (keysAreChanged)
         ::tcsetattr(STDIN_FILENO, TCSANOW, &formerKeys);
 }
 
-void takeKeys()
-{
-    keysAreChanged = ::isatty(STDIN_FILENO) != 0 && ::tcgetattr(STDIN_FILENO, &formerKeys) == 0;
-    if (!keysAreChanged)
-        return;
-    termios keys = formerKeys;
-    keys.c_lflag &= ~tcflag_t(ICANON | ECHO);
-    keys.c_cc[VMIN] = 1;
-    keys.c_cc[VTIME] = 0;
-    // A program that stands still would keep the terminal.
-    keys.c_cc[VSUSP] = _POSIX_VDISABLE;
-    ::tcsetattr(STDIN_FILENO, TCSANOW, &keys);
-}
-
-void setHandlerForNewSizes(void (*handler)(int))
+void setHandler(int number, void (*handler)(int))
 {
     struct sigaction action
     {
@@ -80,22 +60,76 @@ void setHandlerForNewSizes(void (*handler)(int))
     action.sa_handler = handler;
     action.sa_flags = SA_RESTART;
     sigemptyset(&action.sa_mask);
-    ::sigaction(SIGWINCH, &action, nullptr);
+    ::sigaction(number, &action, nullptr);
 }
 
-winsize sizeOfTerminal()
+/// What the system does with the signal by itself, now: it returns if the program goes on.
+void letHappen(int number)
 {
-    winsize size {};
-    if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0)
-        return {};
-    return size;
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, number);
+    setHandler(number, SIG_DFL);
+    ::raise(number);
+    ::pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+}
+
+// The handlers do only what is allowed in one.
+
+extern "C" void onNewSize(int)
+{
+    const int errnoBefore = errno;
+    askForRedrawing();
+    errno = errnoBefore;
+}
+
+extern "C" void onQuitKey(int number)
+{
+    giveTerminalBack();
+    letHappen(number);
+}
+
+extern "C" void onStop(int number)
+{
+    const int errnoBefore = errno;
+    giveTerminalBack();
+    letHappen(number);
+    setHandler(number, onStop);
+    takeTerminal();
+    askForRedrawing();
+    errno = errnoBefore;
+}
+
+void prepareKeys()
+{
+    keysAreChanged = ::isatty(STDIN_FILENO) != 0 && ::tcgetattr(STDIN_FILENO, &formerKeys) == 0;
+    boardKeys = formerKeys;
+    boardKeys.c_lflag &= ~tcflag_t(ICANON | ECHO);
+    boardKeys.c_cc[VMIN] = 1;
+    boardKeys.c_cc[VTIME] = 0;
+}
+
+/// But not for those that the caller of the program ignores.
+void handle(int number, void (*handler)(int))
+{
+    struct sigaction before
+    {
+    };
+    if (::sigaction(number, nullptr, &before) == 0 && before.sa_handler != SIG_IGN)
+        setHandler(number, handler);
+}
+
+void handleSignals(void (*quit)(int), void (*stop)(int))
+{
+    handle(SIGQUIT, quit);
+    handle(SIGTSTP, stop);
 }
 
 } // namespace
 
 bool BoardTerminal::canBeDrawnOn()
 {
-    return ::isatty(STDOUT_FILENO) != 0 && qgetenv("TERM") != "dumb";
+    return terminal::canBeDrawnOn(STDOUT_FILENO);
 }
 
 BoardRoom BoardTerminal::roomToAppend()
@@ -104,7 +138,7 @@ BoardRoom BoardTerminal::roomToAppend()
     constexpr int asWideAsItTakes = 10'000;
     room.columns = asWideAsItTakes;
     if (::isatty(STDOUT_FILENO) != 0)
-        room.columns = sizeOfTerminal().ws_col > 0 ? sizeOfTerminal().ws_col : BoardRoom().columns;
+        room.columns = terminal::sizeOf(STDOUT_FILENO).columns;
     return room;
 }
 
@@ -112,10 +146,12 @@ BoardTerminal::BoardTerminal(std::function<void()> onResize, std::function<void(
     : onResize(std::move(onResize))
     , onQuit(std::move(onQuit))
 {
+    enteringBytes = new QByteArray(drawing::entering());
     leavingBytes = new QByteArray(drawing::leaving());
-    takeKeys();
+    prepareKeys();
     SignalWatch::beforeSuddenEnd(giveTerminalBack);
-    static_cast<void>(writeAll(drawing::entering()));
+    handleSignals(onQuitKey, onStop);
+    takeTerminal();
     watchSize();
     if (keysAreChanged) {
         keyNotifier = std::make_unique<QSocketNotifier>(STDIN_FILENO, QSocketNotifier::Read);
@@ -126,7 +162,7 @@ BoardTerminal::BoardTerminal(std::function<void()> onResize, std::function<void(
 
 BoardTerminal::~BoardTerminal()
 {
-    setHandlerForNewSizes(SIG_DFL);
+    setHandler(SIGWINCH, SIG_DFL);
     sizeDescriptor = -1;
     sizeNotifier.reset();
     for (const int descriptor : sizePipe) {
@@ -134,17 +170,16 @@ BoardTerminal::~BoardTerminal()
             ::close(descriptor);
     }
     SignalWatch::beforeSuddenEnd(nullptr);
+    handleSignals(SIG_DFL, SIG_DFL);
     giveTerminalBack();
 }
 
 BoardRoom BoardTerminal::room() const
 {
-    const winsize size = sizeOfTerminal();
-    constexpr int usualRows = 24;
+    const terminal::Size size = terminal::sizeOf(STDOUT_FILENO);
     BoardRoom room;
-    if (size.ws_col > 0)
-        room.columns = size.ws_col;
-    room.rows = size.ws_row > 0 ? size.ws_row : usualRows;
+    room.columns = size.columns;
+    room.rows = size.rows;
     return room;
 }
 
@@ -152,7 +187,7 @@ int BoardTerminal::show(const QStringList &lines)
 {
     const QByteArray bytes = drawing::change(shown, lines);
     shown = lines;
-    return writeAll(bytes);
+    return terminal::writeAll(STDOUT_FILENO, bytes);
 }
 
 void BoardTerminal::readKeys()
@@ -177,14 +212,14 @@ void BoardTerminal::watchSize()
     QObject::connect(sizeNotifier.get(), &QSocketNotifier::activated, sizeNotifier.get(),
                      [this] { onSizeChanged(); });
     sizeDescriptor = sizePipe[1];
-    setHandlerForNewSizes(onNewSize);
+    setHandler(SIGWINCH, onNewSize);
 }
 
 void BoardTerminal::onSizeChanged()
 {
     std::array<char, 64> bytes {};
     static_cast<void>(::read(sizePipe[0], bytes.data(), bytes.size()) < 0);
-    static_cast<void>(writeAll(drawing::emptying()));
+    static_cast<void>(terminal::writeAll(STDOUT_FILENO, drawing::emptying()));
     shown.clear();
     onResize();
 }

@@ -12,7 +12,8 @@ namespace zel::cli {
 
 /// The terminal of standard output for as long as the board has it: the board stands alone on it,
 /// keys are read one by one and not shown, and a new size is heard of. The destructor gives it back
-/// as it was; so does a signal that ends the program at once. One at a time, on the main thread.
+/// as it was; so does a signal that ends the program at once, or stops it until it goes on. One at
+/// a time, on the main thread.
 class BoardTerminal
 {
 public:

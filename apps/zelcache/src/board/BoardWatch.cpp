@@ -3,7 +3,7 @@
 #include "Library.h"
 #include "SignalWatch.h"
 #include "board/BoardJson.h"
-#include "board/BoardSource.h"
+#include "board/BoardLooker.h"
 #include "board/BoardTerminal.h"
 
 #include <QDateTime>
@@ -11,6 +11,8 @@
 #include <QTimer>
 
 #include <cmath>
+#include <cstdlib>
+#include <optional>
 
 namespace zel::cli {
 
@@ -24,6 +26,7 @@ public:
     explicit BoardWatch(const Context &context)
         : context(context)
         , settings(settingsOf(context.options))
+        , looker(settings, [this](const Result<BoardLook> &seen) { take(seen); })
         , model(settings.cachePath.baseDirPath(), settings.sizes)
     {
     }
@@ -32,14 +35,15 @@ public:
     int run(std::chrono::milliseconds interval);
 
 private:
-    void look();
+    void take(const Result<BoardLook> &seen);
     void show();
     void append(const QStringList &lines);
 
     const Context &context;
     const ResourceManagerSettings settings;
+    BoardLooker looker;
     BoardModel model;
-    Board board;
+    std::optional<Board> board; ///< empty before the first look
     bool isFirstBlock = true;
     QEventLoop loop;
     std::unique_ptr<BoardTerminal> terminal;
@@ -49,9 +53,8 @@ int BoardWatch::run(std::chrono::milliseconds interval)
 {
     const SignalWatch signalWatch([this](int) { loop.quit(); });
     QTimer ticks;
-    QObject::connect(&ticks, &QTimer::timeout, &loop, [this] { look(); });
-    // The first look comes from the loop too: whatever ends the board ends a running loop.
-    QTimer::singleShot(0, &loop, [this] { look(); });
+    QObject::connect(&ticks, &QTimer::timeout, &loop, [this] { looker.look(); });
+    looker.look();
     ticks.start(interval);
     // The lines of a log would stand in those of the board.
     const bool isAlone = !context.options.json && context.options.verbosity == 0;
@@ -59,12 +62,15 @@ int BoardWatch::run(std::chrono::milliseconds interval)
         terminal = std::make_unique<BoardTerminal>([this] { show(); }, [this] { loop.quit(); });
     loop.exec();
     terminal.reset();
-    return signalWatch.received();
+    const int signalNumber = signalWatch.received();
+    // A file system that does not answer is not waited for, and nothing is left to be done.
+    if (!looker.isOver())
+        std::_Exit(int(exitCodeAfter(signalNumber, ExitCode::Success)));
+    return signalNumber;
 }
 
-void BoardWatch::look()
+void BoardWatch::take(const Result<BoardLook> &seen)
 {
-    const auto seen = lookAt(settings);
     board = seen.hasValue()
         ? model.update(seen.value())
         : model.unreadable(QDateTime::currentMSecsSinceEpoch(), seen.error().errorMessage());
@@ -73,15 +79,17 @@ void BoardWatch::look()
 
 void BoardWatch::show()
 {
+    if (!board)
+        return;
     if (terminal) {
-        if (terminal->show(boardLines(board, terminal->room())) != 0)
+        if (terminal->show(boardLines(*board, terminal->room())) != 0)
             loop.quit();
         return;
     }
     if (context.options.json) {
-        context.output.answer(context.answerWith(boardJson(board)));
+        context.output.answer(context.answerWith(boardJson(*board)));
     } else {
-        append(boardLines(board, BoardTerminal::roomToAppend()));
+        append(boardLines(*board, BoardTerminal::roomToAppend()));
     }
     if (!context.output.isAnswerWanted())
         loop.quit();
@@ -100,8 +108,7 @@ void BoardWatch::append(const QStringList &lines)
 
 ExitCode watchBoard(const Context &context, std::chrono::milliseconds interval)
 {
-    const int signalNumber = BoardWatch(context).run(interval);
-    return signalNumber == 0 ? ExitCode::Success : exitCodeOfSignal(signalNumber);
+    return exitCodeAfter(BoardWatch(context).run(interval), ExitCode::Success);
 }
 
 std::optional<std::chrono::milliseconds> intervalFromText(const QString &text)

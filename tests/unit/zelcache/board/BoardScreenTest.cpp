@@ -158,6 +158,26 @@ TEST(BoardScreen, boardLines_nothingGoesOn_keepsItsShape)
         (QStringList { u"Fetches: 0"_s, QString(), u"Waiting: 0"_s, QString(), u"Programs: 0"_s }));
 }
 
+TEST(BoardScreen, boardLines_narrowTerminal_leavesFiguresOutRatherThanCutThem)
+{
+    const QString whole = boardLines(busyBoard(), { 200, 60 }).join(u", "_s);
+    for (int columns = 2; columns < 80; ++columns) {
+        for (const QString &line : boardLines(busyBoard(), { columns, 60 }).mid(1)) {
+            EXPECT_LT(line.size(), columns);
+            // The middle of a reference may be left out.
+            if (line.contains(u".."_s) && !line.contains(u"GiB"_s) && !line.contains(u"ago"_s))
+                continue;
+            for (QString piece : line.split(QRegularExpression(u"  +|, "_s), Qt::SkipEmptyParts)) {
+                if (piece.endsWith(u','))
+                    piece.chop(1);
+                piece.replace(u" / "_s, u" of "_s);
+                EXPECT_TRUE(whole.contains(piece)) << columns << ": " << qPrintable(line);
+            }
+        }
+    }
+    EXPECT_EQ(boardLines(busyBoard(), { 10, 60 }).value(1), u"12.0 GiB"_s);
+}
+
 TEST(BoardScreen, boardLines_freeSpaceUnknown_leavesItOut)
 {
     Board board = emptyBoard();
