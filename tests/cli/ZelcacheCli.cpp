@@ -26,8 +26,12 @@ QStringList ZelcacheCli::inCache(const QStringList &arguments) const
 
 QStringList ZelcacheCli::environment() const
 {
-    return { u"HOME="_s + home.path(), u"XDG_CONFIG_HOME="_s + home.path(),
-             u"XDG_DATA_HOME="_s + home.path(), u"TERM=xterm"_s, u"LC_ALL=C.UTF-8"_s };
+    return { u"HOME="_s + home.path(),
+             u"XDG_CONFIG_HOME="_s + home.path(),
+             u"XDG_DATA_HOME="_s + home.path(),
+             u"TERM=xterm"_s,
+             u"LC_ALL=C.UTF-8"_s,
+             u"LANGUAGE="_s };
 }
 
 std::unique_ptr<ProgramRun> ZelcacheCli::start(const QStringList &arguments) const
