@@ -4,7 +4,10 @@
 #include "NginxServer.h"
 #include "Printers.h"
 
-#include <QFileInfo>
+#include <QDir>
+#include <QFile>
+
+#include <sys/stat.h>
 
 namespace zel::test {
 
@@ -25,6 +28,37 @@ protected:
         EXPECT_EQ(database.count(u"AcquiringTasks"_s), 0);
         return jsonOf(run->output());
     }
+    /// The first of these places was accessed longest ago.
+    void lastAccessedInThisOrder(const QStringList &references, const QList<int> &places) const
+    {
+        CacheDatabase database(cache.databasePath());
+        for (qsizetype i = 0; i < places.size(); ++i)
+            database.run(u"UPDATE CachedResources SET lastAccessDateTime = ? WHERE reference = ?"_s,
+                         { 1'700'000'000'000 + i, references.at(places.at(i)) });
+    }
+    /// From now on the test's database keeps in which order resources go.
+    void writeDownWhatGoes() const
+    {
+        CacheDatabase database(cache.databasePath());
+        database.run(u"CREATE TABLE Went(id INTEGER PRIMARY KEY, reference TEXT)"_s);
+        database.run(u"CREATE TRIGGER goes AFTER UPDATE OF status ON CachedResources "
+                     "WHEN OLD.status = 'Ready' AND NEW.status = 'Missing' "
+                     "BEGIN INSERT INTO Went(reference) VALUES (NEW.reference); END"_s);
+    }
+    QStringList whatWent() const
+    {
+        return CacheDatabase(cache.databasePath())
+            .column(u"SELECT reference FROM Went ORDER BY id"_s);
+    }
+    /// Only the administrator can.
+    std::unique_ptr<ProgramRun> startAsNobody(const QStringList &arguments) const
+    {
+        ProgramRun::Options options;
+        options.environment = environment();
+        const QStringList nobody { u"--reuid=65534"_s, u"--regid=65534"_s, u"--clear-groups"_s };
+        return std::make_unique<ProgramRun>(
+            u"setpriv"_s, nobody + QStringList { program() } + inCache(arguments), options);
+    }
     QByteArray planned(const QStringList &arguments) const
     {
         const auto run = start(QStringList { u"get"_s, u"--plan"_s } + arguments);
@@ -33,19 +67,44 @@ protected:
     }
 };
 
-TEST_F(PlanCliTest, plan_whatWouldGo_isWhatThenGoes)
+TEST_F(PlanCliTest, plan_whatWouldGo_isWhatThenGoesInThatOrder)
 {
-    const QStringList references = fill({ 600, 600, 600 });
+    const QStringList references = fill({ 600, 500, 400, 300, 700, 800 });
+    lastAccessedInThisOrder(references, { 3, 0, 4, 1, 2, 5 });
     const QString wanted = sharedFile(u"new.raw"_s, QByteArray(500, 'n'));
     CacheProcess user(cache.baseDir());
     ASSERT_EQ(user.ask(u"useResource "_s + references.at(0)), u"ok"_s);
 
-    const QJsonObject answer = plan(2000, 4000, { wanted, references.at(1) }, 0);
+    const QStringList asked { wanted, references.at(1) };
+    const QJsonObject answer = plan(2700, 4000, asked, 0);
     EXPECT_EQ(textsOf(answer.value(u"missing"_s), u"reference"_s), QStringList { wanted });
     EXPECT_EQ(answer.value(u"missingBytes"_s).toInt(), 500);
-    // One is used by another program, one is asked for.
-    EXPECT_EQ(textsOf(answer.value(u"evicted"_s), u"reference"_s), references.last(1));
     EXPECT_TRUE(answer.value(u"fits"_s).toBool());
+    // One is used by another program, one is asked for, and the last one need not go.
+    const QStringList evicted = textsOf(answer.value(u"evicted"_s), u"reference"_s);
+    EXPECT_EQ(evicted, (QStringList { references.at(3), references.at(4), references.at(2) }));
+
+    writeDownWhatGoes();
+    const auto run = startWithSettings(settingsWith(2700, 4000), QStringList { u"get"_s } + asked);
+    EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
+    EXPECT_EQ(whatWent(), evicted);
+    EXPECT_EQ(currentSize(), answer.value(u"sizeAfterwards"_s).toInteger());
+}
+
+TEST_F(PlanCliTest, plan_rowWithoutData_isFetchedAndNotCountedTwice)
+{
+    const QStringList references = fill({ 600, 600 });
+    ASSERT_TRUE(QFile::remove(pathOf(references.at(0))));
+    const QJsonObject answer = plan(1250, 1300, references, 0);
+    EXPECT_EQ(textsOf(answer.value(u"missing"_s), u"reference"_s), references.first(1));
+    EXPECT_EQ(answer.value(u"evicted"_s).toArray().size(), 0);
+    EXPECT_EQ(answer.value(u"sizeAfterwards"_s).toInt(), 1200);
+
+    const auto run
+        = startWithSettings(settingsWith(1250, 1300), QStringList { u"get"_s } + references);
+    EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
+    EXPECT_EQ(readyReferences(), references);
+    EXPECT_EQ(currentSize(), 1200);
 }
 
 TEST_F(PlanCliTest, plan_whatCannotFit_isCode7)
@@ -122,10 +181,47 @@ TEST_F(PlanCliTest, plan_noFetchFromTheHost_timeIsUnknown)
     EXPECT_TRUE(answer.value(u"seconds"_s).isNull());
 }
 
-TEST_F(PlanCliTest, plan_noCache_isCode8AndMakesNone)
+TEST_F(PlanCliTest, plan_noCacheYet_isEmptyAndNoneIsMade)
 {
-    EXPECT_EQ(start({ u"get"_s, u"--plan"_s, u"share:/a"_s })->exitCode(), 8);
-    EXPECT_FALSE(QFileInfo::exists(cache.databasePath()));
+    const QString wanted = sharedFile(u"new.raw"_s, QByteArray(500, 'n'));
+    const QStringList before = QDir(cache.baseDir()).entryList(QDir::AllEntries | QDir::Hidden);
+    for (const auto &[maximum, code] : { std::pair { 4000, 0 }, std::pair { 400, 7 } }) {
+        const auto run = startWithSettings(settingsWith(100, maximum),
+                                           { u"get"_s, u"--plan"_s, u"--json"_s, wanted });
+        EXPECT_EQ(run->exitCode(), code) << run->errors().toStdString();
+        const QJsonObject answer = jsonOf(run->output());
+        EXPECT_EQ(answer.value(u"missingBytes"_s).toInt(), 500);
+        EXPECT_EQ(answer.value(u"size"_s).toInt(-1), 0);
+        EXPECT_EQ(answer.value(u"sizeAfterwards"_s).toInt(), 500);
+        EXPECT_GT(answer.value(u"free"_s).toInteger(), 0);
+    }
+    EXPECT_EQ(QDir(cache.baseDir()).entryList(QDir::AllEntries | QDir::Hidden), before);
+}
+
+TEST_F(PlanCliTest, plan_noCacheCanBeThere_isCode8)
+{
+    writeFile(cache.outside(u"file"_s), "no folder");
+    const QByteArray settings
+        = settingsWith(2000, 4000)
+              .replace(cache.baseDir().toUtf8(), cache.outside(u"file"_s).toUtf8());
+    const auto run = startWithSettings(settings, { u"get"_s, u"--plan"_s, u"share:/a"_s });
+    EXPECT_EQ(run->exitCode(), 8) << run->errors().toStdString();
+}
+
+TEST_F(PlanCliTest, plan_cacheThatMayNotBeWritten_isRead)
+{
+    const QString here = fill({ 600 }).constFirst();
+    const QString wanted = sharedFile(u"new.raw"_s, "new");
+    for (const QString &path : { cache.outside(QString()), home.path() })
+        ASSERT_EQ(::chmod(QFile::encodeName(path).constData(), 0755), 0);
+    ASSERT_EQ(::chmod(QFile::encodeName(cache.baseDir()).constData(), 0555), 0);
+    const QByteArray before = readFile(cache.databasePath());
+    const auto run = startAsNobody({ u"get"_s, u"--plan"_s, u"--json"_s, here, wanted });
+    EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
+    EXPECT_EQ(textsOf(jsonOf(run->output()).value(u"missing"_s), u"reference"_s),
+              QStringList { wanted });
+    EXPECT_EQ(readFile(cache.databasePath()), before);
+    ASSERT_EQ(::chmod(QFile::encodeName(cache.baseDir()).constData(), 0755), 0);
 }
 
 } // namespace zel::test

@@ -11,6 +11,7 @@
 
 #include <QCoreApplication>
 #include <QDateTime>
+#include <QFileInfo>
 #include <QSet>
 
 #include <algorithm>
@@ -27,6 +28,8 @@ struct Texts
     Q_DECLARE_TR_FUNCTIONS(zel::cli::FetchPlanning)
 };
 
+using Resource = ResourceCacheReader::Resource;
+using Snapshot = ResourceCacheReader::Snapshot;
 using Handlers = QList<QSharedPointer<ResourceHandler>>;
 
 /// A source that is silent for so long may still be fetched from.
@@ -43,16 +46,29 @@ void addStagedBytes(QList<FitPlan::Missing> &missing, const ResourceCachePath &p
 }
 
 /// Without what has come while the sources were asked: the cache's size has it already.
-QList<FitPlan::Missing> stillMissing(QList<FitPlan::Missing> missing,
-                                     const ResourceCacheReader::Snapshot &snapshot)
+QList<FitPlan::Missing> stillMissing(QList<FitPlan::Missing> missing, const Snapshot &snapshot)
 {
-    QSet<QString> ready;
-    for (const ResourceCacheReader::Resource &resource : snapshot.resources) {
-        if (resource.status == ResourceStatus::Ready)
-            ready.insert(resource.reference);
+    QSet<QString> wanted;
+    for (const FitPlan::Missing &each : missing)
+        wanted.insert(each.reference);
+    QSet<QString> here;
+    for (const Resource &resource : snapshot.resources) {
+        if (wanted.contains(resource.reference) && isHere(resource))
+            here.insert(resource.reference);
     }
-    missing.removeIf([&ready](const auto &each) { return ready.contains(each.reference); });
+    missing.removeIf([&here](const auto &each) { return here.contains(each.reference); });
     return missing;
+}
+
+/// Whether there is nothing where the cache would be made. What cannot be looked into may be there.
+bool isNotMadeYet(const ResourceManagerSettings &settings)
+{
+    QFileInfo place(settings.cachePath.databasePath());
+    if (place.exists() || place.isSymLink())
+        return false;
+    while (!place.exists() && !place.isRoot())
+        place = QFileInfo(place.absolutePath());
+    return place.isDir() && place.isExecutable();
 }
 
 ExitCode refuse(const Context &context, const QString &why)
@@ -80,20 +96,30 @@ bool takesRoom(const ResourceHandler &handler)
     return handler.reference()->scheme() != ResourceReference::File;
 }
 
+Result<Snapshot> rowsToPlanWith(const ResourceManagerSettings &settings,
+                                const QStringList &references)
+{
+    if (isNotMadeYet(settings))
+        return Snapshot();
+    return ZEL_PASS(readCacheFor(references, settings));
+}
+
 Result<FitPlan> planFetch(const ResourceManagerSettings &settings, QList<FitPlan::Missing> missing,
                           const QStringList &wanted)
 {
     addStagedBytes(missing, settings.cachePath);
-    const auto plannedFor = [&](const ResourceCacheReader::Snapshot &snapshot) {
+    const auto plannedFor = [&](const Snapshot &snapshot) {
         return fitPlan(snapshot, settings.sizes, stillMissing(missing, snapshot), wanted,
                        freeBytesOf(settings), QDateTime::currentMSecsSinceEpoch());
     };
     QStringList keys;
     for (const FitPlan::Missing &each : missing)
         keys.append(each.reference);
-    ZEL_TRY_LET(const auto theirRows, readCacheFor(keys, settings));
+    ZEL_TRY_LET(const auto theirRows, rowsToPlanWith(settings, keys));
     const FitPlan plan = plannedFor(theirRows);
     if (!plan.needsPurge())
+        return plan;
+    if (isNotMadeYet(settings))
         return plan;
     ZEL_TRY_LET(const auto allRows, readCache(settings));
     return plannedFor(allRows);

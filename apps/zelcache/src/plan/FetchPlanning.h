@@ -8,6 +8,10 @@
 
 namespace zel::cli {
 
+/// The rows of what the references may mean. A cache that was never made has none.
+Result<ResourceCacheReader::Snapshot> rowsToPlanWith(const ResourceManagerSettings &settings,
+                                                     const QStringList &references);
+
 /// The plan for a cache as it is at this moment. Adds to `missing` what is on the disk of it
 /// already, and leaves out what has come meanwhile. Takes no lock, and of a large cache reads all
 /// rows only if something has to go.

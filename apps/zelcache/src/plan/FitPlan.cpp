@@ -4,7 +4,9 @@
 #include "RemovalReport.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QJsonArray>
+#include <QSet>
 #include <QtNumeric>
 
 #include <algorithm>
@@ -110,7 +112,7 @@ qsizetype FitPlan::unknownSizes() const
 
 qint64 FitPlan::sizeAfterwards() const
 {
-    return sumOf(size - sizeOfAll(evicted), missingBytes());
+    return sumOf(size - staleBytes - sizeOfAll(evicted), missingBytes());
 }
 
 bool FitPlan::fitsMaximum() const
@@ -128,17 +130,27 @@ qint64 FitPlan::bytesShortOnDisk() const
 qint64 FitPlan::purgeBytes() const
 {
     const qint64 forDisk = bytesShortOnDisk();
+    // What is counted of it already is not counted twice.
+    const qint64 added = std::max(missingBytes() - staleBytes, qint64(0));
     if (forDisk == 0)
-        return missingBytes();
+        return added;
     // A purge begins above the optimal size, and then goes down to its goal.
     const qint64 optimal = limits.optimalSize;
     const qint64 beyond = std::max(sumOf(purgeGoal(limits), sumOf(forDisk, 1)), sumOf(optimal, 1));
-    return std::max(missingBytes(), beyond - size);
+    return std::max(added, beyond - size);
 }
 
 bool FitPlan::needsPurge() const
 {
     return !missing.isEmpty() && sumOf(size, purgeBytes()) > limits.optimalSize;
+}
+
+bool isHere(const ResourceCacheReader::Resource &resource)
+{
+    if (resource.status != ResourceStatus::Ready || resource.path.isEmpty())
+        return false;
+    const QFileInfo data(resource.path);
+    return data.exists() && data.isReadable();
 }
 
 FitPlan fitPlan(const ResourceCacheReader::Snapshot &snapshot, const ResourceCacheSizes &limits,
@@ -153,6 +165,15 @@ FitPlan fitPlan(const ResourceCacheReader::Snapshot &snapshot, const ResourceCac
     ResourceUsers users = usersByReference(snapshot, now);
     for (const QString &key : wanted)
         users[key].append(QCoreApplication::applicationPid());
+    QSet<QString> missingKeys;
+    for (const FitPlan::Missing &each : missing)
+        missingKeys.insert(each.reference);
+    for (const ResourceCacheReader::Resource &resource : snapshot.resources) {
+        if (missingKeys.contains(resource.reference)) {
+            plan.staleBytes = sumOf(plan.staleBytes, resource.size);
+            users[resource.reference].append(QCoreApplication::applicationPid());
+        }
+    }
     if (plan.needsPurge())
         plan.evicted = planPurge(snapshot, { limits, plan.purgeBytes() }, users).resources;
     return plan;

@@ -35,6 +35,7 @@ struct FitPlan
     ResourceRows evicted; ///< what would go, in this order
     ResourceCacheSizes limits;
     qint64 size = 0; ///< of the cache now, in bytes
+    qint64 staleBytes = 0; ///< of them those that the cache still counts of what is missing
     std::optional<qint64> freeBytes; ///< on the volume of the data; empty if unknown
 
     /// These three are without those whose size is unknown.
@@ -60,6 +61,9 @@ struct FitPlan
     /// How much has to go for the disk, whatever the cache's limits are; 0 for nothing.
     qint64 bytesShortOnDisk() const;
 };
+
+/// Whether a fetch finds the resource here: a row alone is no data.
+bool isHere(const ResourceCacheReader::Resource &resource);
 
 /// What a fetch of these would evict. `wanted`: keys of all that is asked for; what of it is here
 /// already stays.

@@ -26,15 +26,15 @@ struct Wanted
 
 Result<Wanted> wantedOf(const Snapshot &snapshot, const QStringList &arguments)
 {
-    QHash<QString, bool> isReady;
+    QHash<QString, bool> known;
     for (const ResourceCacheReader::Resource &resource : snapshot.resources)
-        isReady.insert(resource.reference, resource.status == ResourceStatus::Ready);
+        known.insert(resource.reference, isHere(resource));
 
     Wanted wanted;
     QSet<QString> seen;
     for (const QString &argument : arguments) {
         QString key = argument;
-        if (!isReady.contains(argument)) {
+        if (!known.contains(argument)) {
             ZEL_TRY_LET(const auto reference, ResourceReference::fromString(argument));
             key = reference->referenceText(false);
         }
@@ -42,7 +42,7 @@ Result<Wanted> wantedOf(const Snapshot &snapshot, const QStringList &arguments)
             continue;
         seen.insert(key);
         wanted.keys.append(key);
-        if (isReady.value(key))
+        if (known.value(key))
             continue;
         ZEL_TRY_LET(const auto handler, handlerOf(argument));
         if (takesRoom(*handler))
@@ -84,7 +84,7 @@ ExitCode planRequests(const Context &context, const QStringList &arguments)
 {
     const ResourceManagerSettings settings = settingsOf(context.options);
     registerSourcesOnly(context);
-    const auto snapshot = readCacheFor(arguments, settings);
+    const auto snapshot = rowsToPlanWith(settings, arguments);
     if (!snapshot.hasValue())
         return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
     const auto wanted = wantedOf(snapshot.value(), arguments);
