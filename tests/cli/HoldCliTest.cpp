@@ -240,6 +240,31 @@ TEST_F(HoldCliTest, hold_withoutACommand_holdsUntilASignal)
     EXPECT_EQ(CacheDatabase(cache.databasePath()).count(u"ResourceUsages"_s), 0);
 }
 
+TEST_F(HoldCliTest, hold_whatCannotFit_isCode7AndStartsNothing)
+{
+    const QByteArray settings = settingsWith(10, 15); // of 18 bytes
+    const QStringList command { u"--"_s, u"echo"_s, u"started"_s };
+    const auto run = startWithSettings(settings, QStringList { u"hold"_s, reference } + command);
+    EXPECT_EQ(run->exitCode(), 7) << run->errors().toStdString();
+    EXPECT_EQ(run->output(), "");
+    EXPECT_TRUE(readyReferences().isEmpty());
+
+    const auto forced
+        = startWithSettings(settings, QStringList { u"hold"_s, u"--force"_s, reference } + command);
+    EXPECT_EQ(forced->exitCode(), 0) << forced->errors().toStdString();
+    EXPECT_EQ(forced->output(), "started\n");
+}
+
+TEST_F(HoldCliTest, hold_fitsOnlyAfterEviction_makesRoomFirst)
+{
+    const QStringList here = fill({ 600, 600 });
+    const auto run = startWithSettings(settingsWith(1200, 1210),
+                                       { u"hold"_s, reference, u"--"_s, u"echo"_s, u"started"_s });
+    EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
+    EXPECT_EQ(run->output(), "started\n");
+    EXPECT_EQ(readyReferences(), (QStringList { here.at(1), reference }));
+}
+
 TEST_F(HoldCliTest, hold_badUsage_isCode2AndFetchesNothing)
 {
     for (const QStringList &arguments :

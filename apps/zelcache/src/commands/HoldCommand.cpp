@@ -47,6 +47,7 @@ public:
     void addOptions(CLI::App &app) override
     {
         options::addReferences(app, references, true);
+        options::addSwitch(app, "--force", "Fetch without asking first whether it fits", forces);
         options::addValue(app, "--for", "TIME", "Hold no longer than this", timeText);
     }
 
@@ -71,6 +72,7 @@ private:
     QStringList references;
     QStringList program; ///< with its arguments
     bool runsProgram = false;
+    bool forces = false; ///< the fetch, whether it fits or not
     std::optional<QString> timeText;
     HoldTime time;
 };
@@ -86,6 +88,7 @@ ExitCode HoldCommand::run(const Context &context)
         return *code;
     GetRequests::Manner manner;
     manner.printsPaths = !runsProgram;
+    manner.makesRoom = !forces;
     GetRequests requests(context, references, manner);
     if (const ExitCode code = requests.run(); code != ExitCode::Success)
         return code;
