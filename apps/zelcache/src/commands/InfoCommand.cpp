@@ -7,6 +7,7 @@
 #include "ResourceLookup.h"
 #include "ResourceManager.h"
 #include "SchemeMetadata.h"
+#include "SignalWatch.h"
 #include "TaskWait.h"
 
 #include <QCoreApplication>
@@ -148,6 +149,7 @@ ExitCode InfoCommand::run(const Context &context)
 {
     if (const auto code = openCache(context))
         return *code;
+    SignalWatch signalWatch([](int) {});
     const auto handler = handlerOf(reference);
     if (!handler.hasValue())
         return context.fail(handler.error());
@@ -173,11 +175,11 @@ ExitCode InfoCommand::run(const Context &context)
 
     if (context.options.json) {
         context.output.answer(jsonOf(context, description));
-        return ExitCode::Success;
+    } else {
+        for (const QString &line : linesOf(description))
+            context.output.answer(line);
     }
-    for (const QString &line : linesOf(description))
-        context.output.answer(line);
-    return ExitCode::Success;
+    return exitCodeAfter(signalWatch.receivedNow(), ExitCode::Success);
 }
 
 } // namespace
