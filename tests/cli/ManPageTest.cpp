@@ -39,6 +39,24 @@ protected:
     {
         return longOptionsIn(text, u"^\\t?(?:\\*-\\w\\*, )?\\*--([a-z-]+)\\*"_s);
     }
+    static QString chapterOfPage(const QString &name)
+    {
+        const QString page = QString::fromUtf8(readFile(QStringLiteral(MAN_PAGE_SOURCE)));
+        return page.section(u"\n# "_s + name, 1).section(u"\n# "_s, 0, 0);
+    }
+    /// The first cells of all rows of the table in a chapter of the document.
+    static QString firstCells(const QString &chapter)
+    {
+        const QString document = QString::fromUtf8(readFile(QStringLiteral(ZELCACHE_DOCUMENT)));
+        const QString text
+            = document.section(u"\n## "_s + chapter + u'\n', 1).section(u"\n## "_s, 0, 0);
+        QString cells;
+        for (const QString &line : text.split(u'\n')) {
+            if (line.startsWith(u'|'))
+                cells += line.section(u'|', 1, 1) + u'\n';
+        }
+        return cells;
+    }
     QStringList commandsOfHelp() const
     {
         const QString text = help({}).section(u"Subcommands:"_s, 1).section(u"\n\n"_s, 0, 0);
@@ -88,6 +106,32 @@ TEST_F(ManPageTest, commonOptions_areThoseOfTheHelp)
     const QString page = QString::fromUtf8(readFile(QStringLiteral(MAN_PAGE_SOURCE)));
     const QString common = page.section(u"# OPTIONS"_s, 1).section(u"\n# "_s, 0, 0);
     EXPECT_EQ(optionsOfPage(common), optionsOfHelp(help({})));
+}
+
+TEST_F(ManPageTest, exitCodes_areThoseOfTheHelpAndOfTheDocument)
+{
+    Options ofHelp;
+    for (const QString &command : commandsOfHelp())
+        ofHelp += longOptionsIn(help({ command }).section(u"Exit codes:"_s, 1),
+                                u"\\b(\\d+(?:\\+n)?)(?: [A-Za-z]|,)"_s);
+    const QString code = u"(\\d+(?:\\+n)?)"_s;
+    const Options ofDocument = longOptionsIn(firstCells(u"Exit codes"_s), code);
+    EXPECT_TRUE(ofDocument.contains(u"128+n"_s));
+    EXPECT_EQ(ofDocument, ofHelp);
+    EXPECT_EQ(longOptionsIn(chapterOfPage(u"EXIT STATUS"_s), u"\\*"_s + code + u"\\*"_s),
+              ofDocument);
+}
+
+TEST_F(ManPageTest, environment_isThatOfTheDocument)
+{
+    const Options ofDocument = longOptionsIn(firstCells(u"Environment"_s), u"`([A-Z_]+)`"_s);
+    EXPECT_TRUE(ofDocument.contains(u"ZELCACHE_PATHS"_s));
+    QString headings;
+    for (const QString &line : chapterOfPage(u"ENVIRONMENT"_s).split(u'\n')) {
+        if (line.startsWith(u'*'))
+            headings += line;
+    }
+    EXPECT_EQ(longOptionsIn(headings, u"\\*([A-Z_]+)\\*"_s), ofDocument);
 }
 
 TEST_F(ManPageTest, page_isBuilt)

@@ -36,6 +36,13 @@ public:
     const char *description() const { return commandDescription; }
     const char *details() const { return commandDetails; }
 
+    /// What the usage shows behind the arguments, if it is none of them.
+    virtual const char *usageTail() const { return ""; }
+
+    /// The list of exit codes in the help, for a command that gives them a meaning of its own; null
+    /// for those of the program.
+    virtual const char *exitCodes() const { return nullptr; }
+
     /// Binds the options and arguments, best with what CommandOptions.h offers.
     virtual void addOptions(CLI::App &) { }
 

@@ -23,7 +23,7 @@ constexpr auto exitCodes = R"(Exit codes:
   0 success            6 integrity violated            20 refused or canceled
   1 failed             7 no space left                 21 feature lacking
   2 usage, reference   8 the cache cannot be opened   130 interrupted
-  3 the answer is no   4, 5 data, container           143 terminated)";
+  3 the answer is no   4, 5 data, container           143 terminated, 129 hung up)";
 
 using Commands = std::vector<std::unique_ptr<Command>>;
 
@@ -52,10 +52,30 @@ private:
     Options options;
 };
 
-std::string footerWith(const char *details)
+std::string footerWith(const char *details, const char *ownExitCodes = nullptr)
 {
-    return std::string(details) + "\n\n" + exitCodes;
+    return std::string(details) + "\n\n" + (ownExitCodes ? ownExitCodes : exitCodes);
 }
+
+/// Shows in the usage what no option and no argument of the parser stands for.
+class TailedFormatter : public CLI::Formatter
+{
+public:
+    TailedFormatter(const CLI::Formatter &formatter, std::string tail)
+        : CLI::Formatter(formatter)
+        , tail(std::move(tail))
+    {
+    }
+    std::string make_usage(const CLI::App *app, std::string name) const override
+    {
+        std::string usage = CLI::Formatter::make_usage(app, name);
+        usage.insert(usage.find_last_not_of('\n') + 1, tail);
+        return usage;
+    }
+
+private:
+    const std::string tail;
+};
 
 Parser::Parser(Commands commands)
     : commands(std::move(commands))
@@ -93,7 +113,9 @@ void Parser::addCommand(std::unique_ptr<Command> &command)
 {
     auto *subcommand = app.add_subcommand(command->name(), command->description());
     // Before the options, since the actions of a command take it over.
-    subcommand->footer(footerWith(command->details()));
+    subcommand->footer(footerWith(command->details(), command->exitCodes()));
+    const auto formatter = std::dynamic_pointer_cast<CLI::Formatter>(app.get_formatter());
+    subcommand->formatter(std::make_shared<TailedFormatter>(*formatter, command->usageTail()));
     subcommand->final_callback([this, &command] { chosen = std::move(command); });
     command->addOptions(*subcommand);
     // The parser takes "-0" behind a command for a number unless it is the command's own.

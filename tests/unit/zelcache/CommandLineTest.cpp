@@ -190,4 +190,26 @@ TEST(CommandLine, parse_helpOfEachCommand_showsAnExample)
     }
 }
 
+TEST(CommandLine, help_commandWithExitCodesOfItsOwn_hasNoOthers)
+{
+    for (const QString &command : { u"doctor"_s, u"hold"_s }) {
+        const QString help = parsed({ command, u"--help"_s }).text;
+        EXPECT_EQ(help.count(u"Exit codes:"_s), 1) << qPrintable(help);
+        EXPECT_FALSE(help.contains(u"the answer is no"_s)) << qPrintable(help);
+    }
+    const QString doctor = parsed({ u"doctor"_s, u"--help"_s }).text;
+    EXPECT_TRUE(doctor.contains(u"1 all is repaired"_s)) << qPrintable(doctor);
+    EXPECT_FALSE(doctor.contains(u"1 failed"_s)) << qPrintable(doctor);
+    const QString hold = parsed({ u"hold"_s, u"--help"_s }).text;
+    for (const QString &code : { u"126 "_s, u"127 "_s, u"128+n "_s })
+        EXPECT_TRUE(hold.contains(code)) << qPrintable(hold);
+}
+
+TEST(CommandLine, help_commandThatRunsAProgram_showsItInTheUsage)
+{
+    EXPECT_TRUE(parsed({ u"hold"_s, u"--help"_s })
+                    .text.contains(u" hold [OPTIONS] REF... [-- COMMAND [ARG...]]\n"_s));
+    EXPECT_TRUE(parsed({ u"exists"_s, u"--help"_s }).text.contains(u" REF...\n"_s));
+}
+
 } // namespace zel::cli

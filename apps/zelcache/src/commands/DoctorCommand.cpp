@@ -26,13 +26,14 @@ with an id, and what helps. Without --repair it waits for nobody and changes
 nothing. --repair shows its plan first and then lets the library do it; what a row
 or a process claims is never removed.
 
-The exit code is 0 if nothing is wrong, 1 if everything was repaired, 4 if something
-is left, 8 if there is no cache.
-
 Examples:
   zelcache doctor
   zelcache doctor --repair --dry-run
   zelcache doctor --json | jq -r '.findings[] | .id + " " + .subject')";
+
+constexpr auto ownExitCodes = R"(Exit codes:
+  0 nothing is wrong   2 usage                  8 there is no cache, or it cannot be opened
+  1 all is repaired    4 something is left    129, 130, 143 ended by a signal)";
 
 struct Request
 {
@@ -48,6 +49,8 @@ public:
         : Command("doctor", "Find and repair damages of the cache", helpDetails)
     {
     }
+
+    const char *exitCodes() const override { return ownExitCodes; }
 
     void addOptions(CLI::App &app) override
     {

@@ -22,10 +22,8 @@ constexpr auto helpDetails
     = R"(Fetches what is missing, then keeps all of it in use while COMMAND runs, so that no
 purge takes it. Behind "--" stands the command with its arguments. An argument with
 {} in it is repeated for each path, which takes the place of {}; the variable
-ZELCACHE_PATHS holds the paths, one a line. The exit code is that of the command: 127
-if there is no such program, 126 if it cannot be started, 128 and the number of the
-signal that ended it. If a resource cannot be had, the command is not started, and
-the exit code is that of get.
+ZELCACHE_PATHS holds the paths, one a line. If a resource cannot be had, the command
+is not started, and the exit code is that of get.
 
 After TIME (such as 90s, 15m, 1.5h, 1h30m) the command is sent SIGTERM and waited for.
 Without a command the paths are printed and held for TIME, or until a signal comes.
@@ -36,6 +34,14 @@ Examples:
   zelcache hold share:/mnt/lab/run1.d -- sh -c 'echo "$ZELCACHE_PATHS"'
   zelcache hold --for 30m share:/mnt/lab/run1.d)";
 
+constexpr auto ownExitCodes
+    = R"(Exit codes: that of COMMAND; if it is not started, or there is none:
+  0 the time is over   6 integrity violated            20 refused or canceled
+  1 failed             7 no space left                 21 feature lacking
+  2 usage, reference   8 the cache cannot be opened   126 COMMAND cannot be started
+  4, 5 data, container                                127 there is no such program
+  129, 130, 143 ended by SIGHUP, SIGINT, SIGTERM    128+n signal n ended COMMAND)";
+
 class HoldCommand : public Command
 {
 public:
@@ -43,6 +49,9 @@ public:
         : Command("hold", "Keep resources in use while a command runs, or for a time", helpDetails)
     {
     }
+
+    const char *usageTail() const override { return " [-- COMMAND [ARG...]]"; }
+    const char *exitCodes() const override { return ownExitCodes; }
 
     void addOptions(CLI::App &app) override
     {
