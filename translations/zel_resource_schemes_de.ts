@@ -324,6 +324,10 @@
         <source>Removing &quot;%1&quot; failed: %2</source>
         <translation>„%1“ konnte nicht entfernt werden: %2</translation>
     </message>
+    <message>
+        <source>Writing &quot;%1&quot; failed: %2</source>
+        <translation>„%1“ konnte nicht geschrieben werden: %2</translation>
+    </message>
 </context>
 <context>
     <name>zel::OwnFile</name>

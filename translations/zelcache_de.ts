@@ -1576,6 +1576,10 @@
         <source>nothing to verify</source>
         <translation>nichts zu prüfen</translation>
     </message>
+    <message>
+        <source>bad manifest</source>
+        <translation>defektes Manifest</translation>
+    </message>
 </context>
 <context>
     <name>zel::cli::VerifyRun</name>

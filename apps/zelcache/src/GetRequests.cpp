@@ -206,8 +206,10 @@ void GetRequests::verify(Fetch &fetch, TaskWait &wait)
     VerifyResult result;
     result.reference = fetch.key;
     result.take(verification);
-    fetch.isRefused = result.verdict != Verdict::Intact && result.verdict != Verdict::NoManifest;
-    if (result.verdict == Verdict::NoManifest)
+    const bool isUnknown
+        = result.verdict == Verdict::NoManifest || result.verdict == Verdict::BadManifest;
+    fetch.isRefused = result.verdict != Verdict::Intact && !isUnknown;
+    if (isUnknown)
         context.output.warning(
             Texts::tr("%1: It cannot be verified. %2").arg(fetch.key, result.notes.value(0)));
     else if (fetch.isRefused)

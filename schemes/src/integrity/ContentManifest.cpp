@@ -8,8 +8,10 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSet>
+#include <QtNumeric>
 
 #include <algorithm>
+#include <limits>
 
 namespace zel {
 
@@ -223,8 +225,11 @@ qint64 ContentManifest::bytesPerSecond() const
 qint64 ContentManifest::totalBytes() const
 {
     qint64 total = 0;
-    for (const File &file : files)
-        total += file.size;
+    for (const File &file : files) {
+        // The sizes are what a file says, and need not be true.
+        if (qAddOverflow(total, file.size, &total))
+            return std::numeric_limits<qint64>::max();
+    }
     return total;
 }
 

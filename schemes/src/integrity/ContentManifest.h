@@ -69,6 +69,7 @@ public:
 
     /// Of that fetch; 0 if it was too short to tell.
     qint64 bytesPerSecond() const;
+    /// The largest number for what is more than that.
     qint64 totalBytes() const;
     bool hasAllSums() const;
     /// Whether the last verification was cut short; the next one may go on from there.

@@ -8,8 +8,10 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QSet>
+#include <QtNumeric>
 
 #include <algorithm>
+#include <limits>
 #include <vector>
 
 namespace zel {
@@ -99,15 +101,22 @@ bool ContentVerifier::isOfSomethingElse() const
            });
 }
 
+/// Of the file, by the verification that was cut short.
+qint64 ContentVerifier::readBefore(const File &file) const
+{
+    // In blocks: their bytes may be more than a number holds.
+    const bool isWhole = file.isChecked || file.checkedBlocks >= file.sums.size();
+    return isWhole ? file.size : file.checkedBlocks * current.blockBytes;
+}
+
 qint64 ContentVerifier::bytesToRead(bool goesOnFromBefore) const
 {
     qint64 bytes = 0;
     for (const Due &one : due) {
         const File &file = current.files.at(one.index);
-        if (!goesOnFromBefore)
-            bytes += file.size;
-        else if (!file.isChecked)
-            bytes += file.size - std::min(file.size, file.checkedBlocks * current.blockBytes);
+        const qint64 before = goesOnFromBefore ? readBefore(file) : 0;
+        if (qAddOverflow(bytes, file.size - before, &bytes))
+            return std::numeric_limits<qint64>::max();
     }
     return bytes;
 }
@@ -167,7 +176,7 @@ ContentVerifier::End ContentVerifier::readBlocks(const Due &due, NativeFile &nat
         else if (!isRead.value())
             return End::CutShort;
         else
-            checkBlock(due, block, sum);
+            checkBlock(file, block, sum);
         if (found.size() != findingsBefore)
             return End::Done;
         file.checkedBlocks = block + 1;
@@ -198,15 +207,14 @@ Result<bool> ContentVerifier::readBlock(NativeFile &file, qint64 offset, qint64 
     return true;
 }
 
-void ContentVerifier::checkBlock(const Due &due, qint64 block, const QByteArray &sum)
+void ContentVerifier::checkBlock(File &file, qint64 block, const QByteArray &sum)
 {
-    File &file = current.files[due.index];
     QByteArray &known = file.sums[block];
     const qint64 offset = block * current.blockBytes;
-    const bool isSameTime = file.modified == due.modified;
     if (sum.isEmpty()) {
         note(Kind::Truncated, file, offset); // it became shorter meanwhile
-    } else if (known.isEmpty() && isSameTime) {
+    } else if (known.isEmpty()) {
+        // Also with another time: nobody knows better, and from now on a change shows.
         known = sum;
         file.isSummedLater = true;
     } else if (known != sum) {

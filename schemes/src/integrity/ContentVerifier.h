@@ -50,8 +50,8 @@ public:
     /// How many bytes read() would read; those of one cut short before go on from there.
     qint64 bytesToRead(bool goesOnFromBefore) const;
     /// Reads what compare() found to be of the right size. Sums that are not known yet are taken
-    /// down; those of a file whose time is another one are not: it may have changed before. False:
-    /// it was cut short, and the manifest tells where.
+    /// down and marked, whatever the file's time: what has no sum cannot be said to have changed.
+    /// False: it was cut short, and the manifest tells where.
     bool read(bool goesOnFromBefore, const GoesOn &goesOn);
 
     /// All of this run and, of files that were not read in this one, what is known to be changed.
@@ -69,12 +69,13 @@ private:
 
     QList<QByteArray> topNames() const;
     void compareFile(qsizetype index, const ContentManifest::File *found);
+    qint64 readBefore(const ContentManifest::File &file) const;
     void forgetProgress();
     End readFile(const Due &due, const GoesOn &goesOn);
     End readBlocks(const Due &due, NativeFile &file, const GoesOn &goesOn);
     static Result<bool> readBlock(NativeFile &file, qint64 offset, qint64 length, QByteArray &sum,
                                   const GoesOn &goesOn);
-    void checkBlock(const Due &due, qint64 block, const QByteArray &sum);
+    void checkBlock(ContentManifest::File &file, qint64 block, const QByteArray &sum);
     void note(Kind kind, const ContentManifest::File &file, qint64 foundSize, qint64 offset = -1,
               const QString &reason = {});
 

@@ -4,13 +4,17 @@
 #include "OwnFile.h"
 #include "errors/Propagate.h"
 #include "files/FileUtilsGeneric.h"
+#include "platform/FileLock.h"
 #include "platform/FileSync.h"
 #include "platform/NativeFile.h"
 #include "references/CacheFileName.h"
 
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QSaveFile>
+#include <QThread>
 #include <QUuid>
 
 namespace zel {
@@ -22,6 +26,26 @@ namespace {
 constexpr QLatin1StringView suffix(".json");
 constexpr QLatin1StringView freshSuffix(".new");
 constexpr qint64 daySeconds = 24ll * 60 * 60;
+
+constexpr QLatin1StringView turnFile("/.lock");
+constexpr QLatin1StringView comparedFile("/.compared");
+constexpr qint64 mostKeyBytes = 64ll * 1024;
+constexpr int mostTurnMs = 2000;
+constexpr int turnPauseMs = 5;
+
+/// Waits for the others, who take a moment each. Whoever has to wait for longer goes without: a
+/// program may have been stopped in the midst, and no fetch waits for that. So does one that may
+/// not have the lock, or of a folder that is not there.
+FileLock turnIn(const QString &folder)
+{
+    const QDeadlineTimer limit(mostTurnMs);
+    FileLock lock(folder + turnFile);
+    while (lock.state() == FileLock::State::Busy && !limit.hasExpired()) {
+        QThread::msleep(turnPauseMs);
+        lock = FileLock(folder + turnFile);
+    }
+    return lock;
+}
 
 /// All of the bytes are on the disk afterwards.
 Error writeNew(const std::filesystem::path &path, const QByteArray &content)
@@ -76,9 +100,15 @@ Error ManifestStore::write(const ContentManifest &manifest) const
 {
     Error error;
     ZEL_TRY(error, FileUtilsGeneric::mkPath(folder));
+    const FileLock turn = turnIn(folder);
+    return ZEL_PASS(writeNow(manifest));
+}
+
+Error ManifestStore::writeNow(const ContentManifest &manifest) const
+{
     const QString path = pathFor(manifest.referenceKey);
     const QString fresh = path + u'.' + QUuid::createUuid().toString(QUuid::Id128) + freshSuffix;
-    error = writeNew(nativePath(fresh), manifest.toJson());
+    Error error = writeNew(nativePath(fresh), manifest.toJson());
     if (!error.hasError())
         error = FileSync::renameDurably(fresh, path);
     if (error.hasError())
@@ -86,22 +116,50 @@ Error ManifestStore::write(const ContentManifest &manifest) const
     return ZEL_PASS(error);
 }
 
+Result<bool> ManifestStore::isSameFetch(const ContentManifest &manifest) const
+{
+    ZEL_TRY_LET(const auto stored, read(manifest.referenceKey));
+    return stored && stored->id == manifest.id;
+}
+
 Result<bool> ManifestStore::writeIfSameFetch(const ContentManifest &manifest) const
 {
     Error error;
-    ZEL_TRY_LET(const auto stored, read(manifest.referenceKey));
-    if (!stored || stored->id != manifest.id)
-        return false;
-    ZEL_TRY(error, write(manifest));
-    return true;
+    const FileLock turn = turnIn(folder);
+    ZEL_TRY_LET(const bool isSame, isSameFetch(manifest));
+    if (isSame)
+        ZEL_TRY(error, writeNow(manifest));
+    return isSame;
 }
 
 Error ManifestStore::remove(const QString &referenceKey) const
 {
-    return ZEL_PASS(removePath(pathFor(referenceKey)));
+    const FileLock turn = turnIn(folder);
+    return ZEL_PASS(removeNow(pathFor(referenceKey)));
 }
 
-Error ManifestStore::removePath(const QString &path) const
+Result<bool> ManifestStore::removeIfSameFetch(const ContentManifest &manifest) const
+{
+    Error error;
+    const FileLock turn = turnIn(folder);
+    ZEL_TRY_LET(const bool isSame, isSameFetch(manifest));
+    if (isSame)
+        ZEL_TRY(error, removeNow(pathFor(manifest.referenceKey)));
+    return isSame;
+}
+
+Result<bool> ManifestStore::removeIfOlder(const QString &path, const QDateTime &moment) const
+{
+    Error error;
+    const FileLock turn = turnIn(folder);
+    const QFileInfo info(path);
+    const bool isOlder = info.exists() && info.lastModified() < moment;
+    if (isOlder)
+        ZEL_TRY(error, removeNow(path));
+    return isOlder;
+}
+
+Error ManifestStore::removeNow(const QString &path)
 {
     QFile file(path);
     if (file.remove() || !QFileInfo::exists(path))
@@ -120,6 +178,25 @@ QStringList ManifestStore::paths() const
     return found;
 }
 
+QString ManifestStore::comparedLast() const
+{
+    const auto content = OwnFile::read(folder + comparedFile, mostKeyBytes);
+    return content.hasValue() ? QString::fromUtf8(content.value()) : QString();
+}
+
+Error ManifestStore::setComparedLast(const QString &referenceKey) const
+{
+    if (!QFileInfo::exists(folder))
+        return {}; // nothing has a manifest, so nothing has bytes to be read
+    QSaveFile file(folder + comparedFile);
+    if (file.open(QIODevice::WriteOnly))
+        file.write(referenceKey.toUtf8());
+    if (file.commit())
+        return {};
+    return ZEL_ERROR(ErrorCode::OperationFailed,
+                     tr("Writing \"%1\" failed: %2").arg(file.fileName(), file.errorString()));
+}
+
 void ManifestStore::removeRemains() const
 {
     const QDateTime now = QDateTime::currentDateTimeUtc();
@@ -127,7 +204,7 @@ void ManifestStore::removeRemains() const
         = QDir(folder).entryInfoList({ u'*' + freshSuffix }, QDir::Files, QDir::NoSort);
     for (const QFileInfo &info : remains) {
         if (info.lastModified().secsTo(now) > daySeconds)
-            ZEL_DROP(removePath(info.filePath())); // the next one tries again
+            ZEL_DROP(removeNow(info.filePath())); // the next one tries again
     }
 }
 

@@ -7,8 +7,10 @@ namespace zel {
 /// The manifests of a cache: a file for each resource in the folder "Manifests" beside the cache's
 /// data, its name told by the resource's key. The database knows nothing of them.
 ///
-/// A file is always whole: it is written beside its place, brought to the disk and renamed. What is
-/// read is not trusted: whoever may write to the cache may have written it. A value; any thread.
+/// A file is always whole: it is written beside its place, brought to the disk and renamed. Those
+/// who write or remove one take turns, so that nobody replaces what he has not seen; who finds the
+/// others stuck does not wait for them. What is read is not trusted: whoever may write to the cache
+/// may have written it. A value; any thread.
 class ZEL_RESOURCE_SCHEMES_EXPORT ManifestStore
 {
     Q_DECLARE_TR_FUNCTIONS(zel::ManifestStore)
@@ -30,21 +32,30 @@ public:
     /// Replaces the one of the same resource. Makes the folder.
     Error write(const ContentManifest &manifest) const;
     /// The same, but only while the stored one is still of this fetch. False: it is not, and
-    /// nothing was done. A fetch that ends in this very moment may be overwritten; what it brought
-    /// then shows in the times of its files.
+    /// nothing was done.
     Result<bool> writeIfSameFetch(const ContentManifest &manifest) const;
     /// A success also if there is none.
     Error remove(const QString &referenceKey) const;
-    Error removePath(const QString &path) const;
+    /// Only while the stored one is still of this fetch. False: it is not, and nothing was done.
+    Result<bool> removeIfSameFetch(const ContentManifest &manifest) const;
+    /// Only while it was written before that moment. False: it was not, or it is gone.
+    Result<bool> removeIfOlder(const QString &path, const QDateTime &moment) const;
 
     /// The paths of all files of manifests, in no order.
     QStringList paths() const;
     /// Removes what killed programs have left half written, if it is a day old.
     void removeRemains() const;
+    /// Up to which resource names and sizes were last compared; empty if that is not known.
+    QString comparedLast() const;
+    Error setComparedLast(const QString &referenceKey) const;
     /// As read(), of whatever resource; its key must fit the file's name.
     Result<ContentManifest> readPath(const QString &path) const;
 
 private:
+    Error writeNow(const ContentManifest &manifest) const;
+    static Error removeNow(const QString &path);
+    Result<bool> isSameFetch(const ContentManifest &manifest) const;
+
     QString folder;
 };
 

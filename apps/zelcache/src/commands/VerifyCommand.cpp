@@ -11,7 +11,6 @@
 
 #include <QCoreApplication>
 #include <QDateTime>
-#include <QFileInfo>
 #include <QSet>
 
 namespace zel::cli {
@@ -111,6 +110,15 @@ VerifyReport theseOnly(const QStringList &arguments, const Snapshot &snapshot)
     return report;
 }
 
+/// Whether the database may be one that was lost and may come back: then nothing has left.
+bool hasNoTables(const ResourceManagerSettings &settings, const Snapshot &snapshot)
+{
+    if (!snapshot.resources.isEmpty())
+        return false;
+    const auto condition = ResourceCacheReader(settings.cachePath.databasePath()).readCondition();
+    return !condition.hasValue() || condition.value().metadataRows == 0;
+}
+
 /// Removes manifests of what has left the cache. `paths` were listed before the snapshot was taken,
 /// at that time: what was written since belongs to a fetch that the snapshot may know nothing of.
 int removeStale(const ManifestStore &store, const QStringList &paths, const QDateTime &listed,
@@ -125,10 +133,10 @@ int removeStale(const ManifestStore &store, const QStringList &paths, const QDat
     }
     int removed = 0;
     for (const QString &path : paths) {
-        if (ofSomething.contains(path) || QFileInfo(path).lastModified() >= listed)
+        if (ofSomething.contains(path))
             continue;
-        const Error error = ZEL_PASS(store.removePath(path));
-        removed += error.hasError() ? 0 : 1; // of no harm where it stays
+        const auto isRemoved = ZEL_PASS(store.removeIfOlder(path, listed));
+        removed += isRemoved.hasValue() && isRemoved.value() ? 1 : 0; // of no harm where it stays
     }
     return removed;
 }
@@ -156,7 +164,7 @@ void complete(VerifyReport &report, const Snapshot &after, const ManifestStore &
     for (VerifyResult &result : report.results) {
         if (result.failure.hasError())
             continue;
-        const bool isSuspect = isViolation(result.verdict) || result.verdict == Verdict::Unreadable;
+        const bool isSuspect = result.verdict >= Verdict::BadManifest;
         if (isSuspect && !isStillHere(result, resources, store))
             setNotHere(result, Texts::tr("It has left the cache meanwhile."));
         result.lastAccess = resources.value(result.reference).lastAccess;
@@ -209,7 +217,8 @@ ExitCode VerifyCommand::run(const Context &context)
 
     VerifyReport report
         = references.isEmpty() ? allReady(before.value()) : theseOnly(references, before.value());
-    report.staleManifests = removeStale(store, manifests, listed, before.value());
+    if (!hasNoTables(settings, before.value()))
+        report.staleManifests = removeStale(store, manifests, listed, before.value());
     verification.verify(report);
 
     const auto after = readCache(settings);

@@ -55,9 +55,10 @@ QStringList ofForm(const QFileInfo &info, const QStringList &names)
 
 QString verdictName(Verdict verdict)
 {
-    static constexpr std::array<QStringView, 7> names { u"intact",     u"notReached", u"noManifest",
-                                                        u"unreadable", u"changed",    u"truncated",
-                                                        u"incomplete" };
+    static constexpr std::array<QStringView, 8> names { u"intact",     u"notReached",
+                                                        u"noManifest", u"badManifest",
+                                                        u"unreadable", u"changed",
+                                                        u"truncated",  u"incomplete" };
     return names.at(std::size_t(verdict)).toString();
 }
 
@@ -96,7 +97,8 @@ bool ResourceVerification::dataIsGone() const
 void ResourceVerification::findManifest()
 {
     const auto found = store.read(reference);
-    if (!found.hasValue()) {
+    hasBadManifest = !found.hasValue();
+    if (hasBadManifest) {
         remarks.append(found.error().errorMessage());
         return;
     }
@@ -110,9 +112,10 @@ void ResourceVerification::findManifest()
     verifier->compare();
     if (!verifier->isOfSomethingElse())
         return;
+    // Of no use to anybody; the next one finds it again. That of a newer fetch stays.
+    ZEL_DROP(store.removeIfSameFetch(verifier->manifest()));
     verifier.reset();
     remarks.append(Texts::tr("It was put here after the fetch that its manifest tells of."));
-    ZEL_DROP(store.remove(reference)); // of no use to anybody; the next one finds it again
 }
 
 /// Detectors look for the inner files that make a format, names do not.
@@ -183,7 +186,7 @@ Verdict ResourceVerification::verdict() const
     if (isGone || lacksItsFormat)
         return Verdict::Incomplete;
     if (!verifier)
-        return Verdict::NoManifest;
+        return hasBadManifest ? Verdict::BadManifest : Verdict::NoManifest;
     Verdict worst = wasRead ? Verdict::Intact : Verdict::NotReached;
     const auto all = verifier->findings();
     for (const ContentVerifier::Finding &finding : all)

@@ -17,6 +17,7 @@ enum class Verdict {
     Intact, ///< every byte is as it was fetched
     NotReached, ///< names and sizes are right; its bytes were not all read in this run
     NoManifest, ///< nobody wrote down what was fetched
+    BadManifest, ///< what was written down cannot be read
     Unreadable,
     Changed,
     Truncated,
@@ -70,6 +71,7 @@ private:
     QStringList remarks;
     bool isGone = false;
     bool lacksItsFormat = false;
+    bool hasBadManifest = false;
     bool wasRead = false;
 };
 

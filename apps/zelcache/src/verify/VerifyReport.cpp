@@ -36,6 +36,8 @@ QString verdictText(Verdict verdict)
         return Texts::tr("not reached");
     case Verdict::NoManifest:
         return Texts::tr("no manifest");
+    case Verdict::BadManifest:
+        return Texts::tr("bad manifest");
     case Verdict::Unreadable:
         return Texts::tr("unreadable");
     case Verdict::Changed:
@@ -250,7 +252,7 @@ ExitCode verifyCode(const VerifyReport &report)
         return ExitCode::IntegrityViolated;
     if (!failures.isEmpty())
         return exitCodeOf(failures);
-    if (report.count(Verdict::Unreadable) > 0)
+    if (report.count(Verdict::Unreadable) + report.count(Verdict::BadManifest) > 0)
         return ExitCode::Failed;
     return allHere ? ExitCode::Success : ExitCode::AnswerIsNo;
 }

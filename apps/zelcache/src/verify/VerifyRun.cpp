@@ -1,9 +1,13 @@
 #include "verify/VerifyRun.h"
 
+#include "errors/Propagate.h"
+
 #include <QCoreApplication>
 #include <QFileInfo>
+#include <QtNumeric>
 
 #include <algorithm>
+#include <limits>
 #include <tuple>
 
 namespace zel::cli {
@@ -16,6 +20,25 @@ struct Texts
 };
 
 constexpr int showIntervalMs = 100;
+
+// What each run does though its time is over, so that many short ones get on.
+constexpr qsizetype leastCompared = 100;
+/// One block: of less nothing would be kept.
+constexpr qint64 leastRead = ContentManifest::defaultBlockBytes;
+
+QDeadlineTimer halfOf(const QDeadlineTimer &deadline)
+{
+    return deadline.isForever() ? deadline : QDeadlineTimer(deadline.remainingTime() / 2);
+}
+
+/// -1 for what is not there.
+qsizetype indexOf(const QString &reference, const VerifyReport &report)
+{
+    const auto found = std::find_if(
+        report.results.begin(), report.results.end(),
+        [&reference](const VerifyResult &result) { return result.reference == reference; });
+    return found == report.results.end() ? -1 : found - report.results.begin();
+}
 
 QDeadlineTimer deadlineOf(const std::optional<std::chrono::milliseconds> &budget)
 {
@@ -40,7 +63,7 @@ void VerifyRun::verify(VerifyReport &report)
     const QList<Due> dues = compare(report);
     readTime.start();
     for (const Due &due : dues) {
-        if (isOver())
+        if (endsReading())
             break;
         read(report, due);
         ++finishedCount;
@@ -56,27 +79,50 @@ void VerifyRun::verify(VerifyReport &report)
 QList<VerifyRun::Due> VerifyRun::compare(VerifyReport &report)
 {
     QList<Due> dues;
-    for (qsizetype i = 0; i < report.results.size() && !isOver(); ++i) {
-        VerifyResult &result = report.results[i];
-        if (result.failure.hasError())
-            continue;
-        ResourceVerification verification(result.reference, result.path, store);
-        verification.compare();
-        result.take(verification);
-        if (!verification.needsReading())
-            continue;
-        const auto manifest = verification.manifest();
-        dues.append({ i, goesOnFromBefore && manifest->isCutShort(), verification.hasOtherTimes(),
-                      manifest->verified, verification.bytesToRead(goesOnFromBefore) });
-        totalBytes += dues.last().bytes;
+    const qsizetype count = report.results.size();
+    const QString end = goesOnFromBefore ? store.comparedLast() : QString();
+    const qsizetype first = indexOf(end, report) + 1;
+    const QDeadlineTimer half = halfOf(deadline);
+    qsizetype done = 0;
+    for (; done < count && !isSignaled(); ++done) {
+        if (done >= leastCompared && half.hasExpired())
+            break;
+        compareOne(report, (first + done) % count, dues);
     }
+    if (goesOnFromBefore && done > 0 && done < count) {
+        const QString &last = report.results.at((first + done - 1) % count).reference;
+        ZEL_DROP(store.setComparedLast(last)); // else the next run begins with the same ones
+    }
+    sort(dues);
+    overallCount = int(dues.size());
+    return dues;
+}
+
+void VerifyRun::compareOne(VerifyReport &report, qsizetype index, QList<Due> &dues)
+{
+    VerifyResult &result = report.results[index];
+    if (result.failure.hasError())
+        return;
+    ResourceVerification verification(result.reference, result.path, store);
+    verification.compare();
+    result.take(verification);
+    if (!verification.needsReading())
+        return;
+    const auto manifest = verification.manifest();
+    const qint64 bytes = verification.bytesToRead(goesOnFromBefore);
+    dues.append({ index, goesOnFromBefore && manifest->isCutShort(), verification.hasOtherTimes(),
+                  manifest->verified, bytes });
+    if (qAddOverflow(totalBytes, bytes, &totalBytes))
+        totalBytes = std::numeric_limits<qint64>::max();
+}
+
+void VerifyRun::sort(QList<Due> &dues)
+{
     std::stable_sort(dues.begin(), dues.end(), [](const Due &left, const Due &right) {
         // What was never verified has no time, which comes before all others.
         return std::tuple(!left.isCutShort, !left.hasOtherTimes, left.verified)
             < std::tuple(!right.isCutShort, !right.hasOtherTimes, right.verified);
     });
-    overallCount = int(dues.size());
-    return dues;
 }
 
 /// Compares again: of a big cache nothing is kept in memory, and it is as it is now.
@@ -90,15 +136,20 @@ void VerifyRun::read(VerifyReport &report, const Due &due)
     verification.read(goesOnFromBefore, [this, &label](qint64 bytes) {
         readBytes += bytes;
         showProgress(label);
-        return !isOver();
+        return !endsReading();
     });
     result.take(verification);
 }
 
-bool VerifyRun::isOver()
+bool VerifyRun::isSignaled()
 {
     QCoreApplication::processEvents(); // lets a signal come in
-    return signalWatch.received() != 0 || deadline.hasExpired();
+    return signalWatch.received() != 0;
+}
+
+bool VerifyRun::endsReading()
+{
+    return isSignaled() || (deadline.hasExpired() && readBytes > leastRead);
 }
 
 void VerifyRun::showProgress(const QString &label)

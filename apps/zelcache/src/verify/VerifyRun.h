@@ -17,6 +17,10 @@ namespace zel::cli {
 /// Verifies resources until all are, or until its time is over or a signal comes. Names and sizes
 /// of all come first. Bytes are then read where another run was cut short, of what has other times
 /// than it had, and of what was not read for the longest time, in this order. Main thread only.
+///
+/// With a budget names and sizes have half of it at most, and the next run goes on with them where
+/// this one ended. Each run looks at some resources and reads some bytes, however little time it
+/// has: so many runs get round the whole cache.
 class VerifyRun
 {
 public:
@@ -41,8 +45,11 @@ private:
     };
 
     QList<Due> compare(VerifyReport &report);
+    void compareOne(VerifyReport &report, qsizetype index, QList<Due> &dues);
+    static void sort(QList<Due> &dues);
     void read(VerifyReport &report, const Due &due);
-    bool isOver();
+    bool isSignaled();
+    bool endsReading();
     void showProgress(const QString &label);
 
     Context context;

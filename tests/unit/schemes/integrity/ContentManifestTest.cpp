@@ -8,6 +8,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <limits>
+
 using namespace zel;
 using namespace zel::test;
 using namespace Qt::Literals::StringLiterals;
@@ -147,4 +149,14 @@ TEST(ContentManifestTest, hasAllSums_oneUnknown_isFalse)
     manifest.files.first().sums = { {} };
     EXPECT_FALSE(manifest.hasAllSums());
     EXPECT_EQ(ContentManifest::fromJson(manifest.toJson()).value(), manifest);
+}
+
+TEST(ContentManifestTest, totalBytes_moreThanANumberHolds_isTheLargest)
+{
+    ContentManifest manifest = sampleManifest();
+    manifest.files.last().size = 7;
+    EXPECT_EQ(manifest.totalBytes(), 12);
+    for (ContentManifest::File &file : manifest.files)
+        file.size = std::numeric_limits<qint64>::max() - 1;
+    EXPECT_EQ(manifest.totalBytes(), std::numeric_limits<qint64>::max());
 }

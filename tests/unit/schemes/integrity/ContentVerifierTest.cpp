@@ -187,14 +187,37 @@ TEST_F(ContentVerifierTest, read_unknownSums_areTakenDownAndMarked)
     EXPECT_FALSE(verifier.manifest().files.last().isSummedLater);
 }
 
-TEST_F(ContentVerifierTest, read_unknownSumsOfATouchedFile_areNotTrusted)
+TEST_F(ContentVerifierTest, read_unknownSumsOfATouchedFile_areNoChangeAndTakenDown)
+{
+    ContentManifest manifest = manifestOfRun();
+    const QList<QByteArray> sums = manifest.files.first().sums;
+    manifest.files.first().sums = { sums.at(0), {}, {} };
+    touch(u"run.d/a"_s);
+    ContentVerifier verifier(manifest, folder);
+    EXPECT_TRUE(verify(verifier).isEmpty());
+    EXPECT_EQ(verifier.manifest().files.first().sums, sums);
+    EXPECT_TRUE(verifier.manifest().files.first().isSummedLater);
+}
+
+TEST_F(ContentVerifierTest, read_knownSumsOfAFileThatLacksOthers_showAChange)
+{
+    ContentManifest manifest = manifestOfRun();
+    manifest.files.first().sums = { {}, manifest.files.first().sums.at(1), {} };
+    touch(u"run.d/a"_s);
+    change(u"run.d/a"_s, "aaaaXbbbcc");
+    ContentVerifier verifier(manifest, folder);
+    EXPECT_EQ(kindsOf(verify(verifier)), QList { Kind::Changed });
+}
+
+TEST_F(ContentVerifierTest, read_calledChangedForWantOfASum_isIntactAgain)
 {
     ContentManifest manifest = manifestOfRun();
     manifest.files.first().sums = { {}, {}, {} };
+    manifest.files.first().foundChanged = QDateTime::currentDateTimeUtc();
     touch(u"run.d/a"_s);
     ContentVerifier verifier(manifest, folder);
-    EXPECT_EQ(kindsOf(verify(verifier)), QList { Kind::Changed });
-    EXPECT_FALSE(verifier.manifest().files.first().hasAllSums());
+    EXPECT_TRUE(verify(verifier).isEmpty());
+    EXPECT_TRUE(verifier.manifest().files.first().hasAllSums());
 }
 
 TEST_F(ContentVerifierTest, read_cutShort_goesOnWhereItEnded)

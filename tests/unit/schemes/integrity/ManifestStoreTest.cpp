@@ -1,8 +1,11 @@
 #include "integrity/ManifestStore.h"
 #include "ManifestSample.h"
 #include "TemporaryCache.h"
+#include "platform/FileLock.h"
 
 #include <QDir>
+
+#include <future>
 
 #include <sys/stat.h>
 
@@ -118,6 +121,65 @@ TEST_F(ManifestStoreTest, writeIfSameFetch_manifestIsGone_makesNone)
 {
     EXPECT_FALSE(store.writeIfSameFetch(sample).value());
     EXPECT_TRUE(files().isEmpty());
+}
+
+TEST_F(ManifestStoreTest, writeIfSameFetch_fetchIsJustWriting_waitsForItsTurnAndLooksThen)
+{
+    ASSERT_FALSE(store.write(sample).hasError());
+    ContentManifest newer = sample;
+    newer.id = u"4567"_s;
+    std::optional<FileLock> fetch(store.directory() + u"/.lock"_s);
+    auto verification
+        = std::async(std::launch::async, [this] { return store.writeIfSameFetch(sample); });
+    EXPECT_EQ(verification.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout);
+    writeFile(store.pathFor(sample.referenceKey), newer.toJson());
+    fetch.reset();
+    EXPECT_FALSE(verification.get().value());
+    EXPECT_EQ(*store.read(sample.referenceKey).value(), newer);
+}
+
+TEST_F(ManifestStoreTest, write_othersAreStuck_goesOnWithoutThem)
+{
+    ASSERT_FALSE(store.write(sample).hasError());
+    const FileLock stuck(store.directory() + u"/.lock"_s);
+    ASSERT_TRUE(stuck.isHeld()) << "the store must use this lock";
+    ContentManifest newer = sample;
+    newer.id = u"4567"_s;
+    EXPECT_FALSE(store.write(newer).hasError());
+    EXPECT_EQ(*store.read(sample.referenceKey).value(), newer);
+}
+
+TEST_F(ManifestStoreTest, removeIfSameFetch_otherFetchMeanwhile_leavesIt)
+{
+    ContentManifest newer = sample;
+    newer.id = u"4567"_s;
+    ASSERT_FALSE(store.write(newer).hasError());
+    EXPECT_FALSE(store.removeIfSameFetch(sample).value());
+    EXPECT_EQ(files().size(), 1);
+    EXPECT_TRUE(store.removeIfSameFetch(newer).value());
+    EXPECT_TRUE(files().isEmpty());
+}
+
+TEST_F(ManifestStoreTest, removeIfOlder_writtenSince_leavesIt)
+{
+    const QDateTime before = QDateTime::currentDateTimeUtc().addSecs(-60);
+    ASSERT_FALSE(store.write(sample).hasError());
+    const QString path = store.pathFor(sample.referenceKey);
+    EXPECT_FALSE(store.removeIfOlder(path, before).value());
+    EXPECT_EQ(files().size(), 1);
+    EXPECT_TRUE(store.removeIfOlder(path, before.addSecs(120)).value());
+    EXPECT_TRUE(files().isEmpty());
+}
+
+TEST_F(ManifestStoreTest, setComparedLast_isKeptAndIsNoManifest)
+{
+    EXPECT_EQ(store.comparedLast(), QString());
+    ASSERT_FALSE(store.setComparedLast(u"share:/a"_s).hasError());
+    EXPECT_FALSE(QFile::exists(store.directory())) << "there is nothing to go on with";
+    ASSERT_FALSE(store.write(sample).hasError());
+    ASSERT_FALSE(store.setComparedLast(u"share:/ä"_s).hasError());
+    EXPECT_EQ(store.comparedLast(), u"share:/ä"_s);
+    EXPECT_EQ(store.paths().size(), 1);
 }
 
 TEST_F(ManifestStoreTest, remove_twice_isASuccess)

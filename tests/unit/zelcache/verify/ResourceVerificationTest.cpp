@@ -118,6 +118,13 @@ TEST_F(ResourceVerificationTest, verdict_putThereAfterTheFetch_hasNoManifestAndT
     EXPECT_FALSE(store.read(key).value());
 }
 
+TEST_F(ResourceVerificationTest, verdict_manifestThatIsNone_isOfItsOwnAndLeavesIt)
+{
+    writeFile(store.pathFor(key), "nonsense");
+    EXPECT_EQ(verdictAfterReading(), Verdict::BadManifest);
+    EXPECT_EQ(readFile(store.pathFor(key)), "nonsense");
+}
+
 TEST_F(ResourceVerificationTest, verdict_noPath_isIncomplete)
 {
     ResourceVerification verification(key, {}, store);
