@@ -1,5 +1,9 @@
 #include "ZelcacheCli.h"
 
+#include "Printers.h"
+
+#include <QFile>
+
 namespace zel::test {
 
 using namespace Qt::Literals::StringLiterals;
@@ -11,7 +15,8 @@ class CompletionCliTest : public ZelcacheCli
 {
 protected:
     /// `words` as bash splits the line, the one at the cursor last.
-    QStringList offered(const QStringList &words) const
+    QStringList offered(const QStringList &words,
+                        const QString &program = ZelcacheCli::program()) const
     {
         QString line = words.join(u' ');
         line.replace(u" : "_s, u":"_s); // where bash splits, there need not be a blank
@@ -25,7 +30,7 @@ protected:
         options.environment = environment();
         ProgramRun bash(u"bash"_s,
                         { u"--norc"_s, u"-c"_s,
-                          script.arg(QStringLiteral(ZELCACHE_COMPLETION), program(),
+                          script.arg(QStringLiteral(ZELCACHE_COMPLETION), program,
                                      quoted.join(u' '), QString::number(words.size()), line) },
                         options);
         EXPECT_EQ(bash.exitCode(), 0) << bash.errors().toStdString();
@@ -69,6 +74,75 @@ TEST_F(CompletionCliTest, reference_beginning_isCompletedFromTheCache)
               QStringList((folder + u"run%202.raw"_s).section(u':', 1)));
     EXPECT_EQ(offered(named + QStringList { u"get"_s, u"share"_s }).size(), 2);
     EXPECT_EQ(offered(named + QStringList { u"get"_s, u"nothing"_s }), QStringList());
+}
+
+TEST_F(CompletionCliTest, references_ofALargeCache_areFilteredByTheProgram)
+{
+    const QString reference = sharedFile(u"run1.raw"_s, "one");
+    ASSERT_EQ(start({ u"get"_s, reference })->exitCode(), 0);
+    // The one that is asked writes down what for.
+    const QString spy = cache.outside(u"spy"_s);
+    const QString asked = cache.outside(u"asked"_s);
+    writeFile(
+        spy,
+        u"#!/bin/sh\necho \"$@\" >> '%1'\nexec '%2' \"$@\"\n"_s.arg(asked, program()).toUtf8());
+    ASSERT_TRUE(QFile::setPermissions(spy, QFile::Permissions(0x7755)));
+    EXPECT_EQ(offered({ u"--cache"_s, cache.baseDir(), u"get"_s, reference.chopped(5) }, spy),
+              QStringList(reference.section(u':', 1)));
+    const QString expected = u"--cache %1 list --references --prefix %2\n"_s.arg(
+        cache.baseDir(), reference.chopped(5));
+    EXPECT_TRUE(readFile(asked).endsWith(expected.toUtf8())) << readFile(asked).toStdString();
+    EXPECT_LE(readFile(asked).count('\n'), 3);
+}
+
+TEST_F(CompletionCliTest, cache_inEachOfItsForms_isTheOneThatIsAsked)
+{
+    const QString reference = sharedFile(u"run1.raw"_s, "one");
+    ASSERT_EQ(start({ u"get"_s, reference })->exitCode(), 0);
+    ASSERT_TRUE(QFile::link(cache.baseDir(), home.filePath(u"mine"_s)));
+    const QStringList found(reference.section(u':', 1));
+    EXPECT_EQ(offered({ u"--cache="_s + cache.baseDir(), u"get"_s, u"share:"_s }), found);
+    EXPECT_EQ(offered({ u"--cache=~/mine"_s, u"get"_s, u"share:"_s }), found);
+    EXPECT_EQ(offered({ u"get"_s, u"--cache"_s, u"~/mine"_s, u"share:"_s }), found);
+    EXPECT_EQ(offered({ u"--cache"_s, u"~/mi"_s }), QStringList(home.filePath(u"mine"_s)));
+    EXPECT_EQ(offered({ u"--cache=~/mi"_s }), QStringList(home.filePath(u"mine"_s)));
+}
+
+TEST_F(CompletionCliTest, references_whereNoneMayStand_areNotOffered)
+{
+    const QString reference = sharedFile(u"run1.raw"_s, "one");
+    ASSERT_EQ(start({ u"get"_s, reference })->exitCode(), 0);
+    const QStringList found(reference.section(u':', 1));
+    const auto inCache = [this](const QStringList &words) {
+        return offered(QStringList { u"--cache"_s, cache.baseDir() } + words);
+    };
+    const QString begun = u"share:"_s;
+    EXPECT_EQ(inCache({ u"who"_s, begun }), found);
+    EXPECT_EQ(inCache({ u"who"_s, reference, begun }), QStringList());
+    EXPECT_EQ(inCache({ u"hold"_s, u"--for"_s, u"1h"_s, reference, begun }), found);
+    EXPECT_EQ(inCache({ u"hold"_s, reference, u"--"_s, u"cat"_s, begun }), QStringList());
+    EXPECT_EQ(inCache({ u"hold"_s, u"--for"_s, begun }), QStringList());
+    EXPECT_EQ(inCache({ u"purge"_s, begun }), QStringList());
+    EXPECT_EQ(inCache({ u"list"_s, u"--prefix"_s, begun }), found);
+    EXPECT_EQ(inCache({ u"add"_s, reference, cache.outside(u"run"_s) }),
+              QStringList(cache.outside(u"run1.raw"_s)));
+}
+
+TEST_F(CompletionCliTest, values_areThoseThatTheProgramTakes)
+{
+    EXPECT_EQ(offered({ u"policy"_s, u"share:/a"_s, QString() }),
+              (QStringList { u"Never"_s, u"OnClose"_s, u"OnDemand"_s }));
+    EXPECT_EQ(offered({ u"config"_s, QString() }),
+              (QStringList { u"get"_s, u"path"_s, u"set"_s, u"show"_s }));
+    EXPECT_EQ(offered({ u"config"_s, u"get"_s, u"Max"_s }), QStringList(u"MaximumCacheSize"_s));
+    EXPECT_EQ(offered({ u"list"_s, u"--sort=s"_s }), QStringList(u"size"_s));
+    ASSERT_EQ(start({ u"get"_s, sharedFile(u"run1.raw"_s, "one") })->exitCode(), 0);
+    for (const QString &option : { u"--sort"_s, u"--status"_s, u"--format"_s }) {
+        const QStringList values = offered({ u"list"_s, option, QString() });
+        EXPECT_GT(values.size(), 2) << qPrintable(option);
+        for (const QString &value : values)
+            EXPECT_EQ(start({ u"list"_s, option, value })->exitCode(), 0) << qPrintable(value);
+    }
 }
 
 } // namespace zel::test

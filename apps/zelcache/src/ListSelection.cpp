@@ -100,6 +100,9 @@ Result<ListSelection> ListSelection::fromTexts(const QString &order, const QStri
 QList<Resource> ListSelection::applied(QList<Resource> resources) const
 {
     // In place, as copies of many rows take longer than anything that is done with them here.
+    if (!prefix.isEmpty())
+        resources.removeIf(
+            [this](const Resource &resource) { return !resource.reference.startsWith(prefix); });
     if (status || !format.isEmpty()) {
         resources.removeIf([this](const Resource &resource) {
             return (status && resource.status != *status)

@@ -19,6 +19,7 @@ struct ListSelection
     Order order = Order::AsAdded;
     std::optional<ResourceStatus> status; ///< empty for all
     QString format; ///< as DataFormats names it; empty for all
+    QString prefix; ///< of references; empty for all
 
     /// From what the user wrote, in any case; an empty text chooses nothing. Fails with code 2 and
     /// the possible words.

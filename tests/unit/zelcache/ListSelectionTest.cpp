@@ -78,6 +78,18 @@ TEST(ListSelection, applied_allTogether_combine)
     EXPECT_EQ(selected(u"name"_s, u"ready"_s, u"mzml"_s), u"a"_s);
 }
 
+TEST(ListSelection, applied_prefix_isThatOfReferencesInTheirOwnCase)
+{
+    ListSelection selection;
+    selection.prefix = u"share:/A"_s;
+    const auto left
+        = selection.applied({ resource(u"share:/Ab"_s, 1, 1, {}, ResourceStatus::Missing),
+                              resource(u"share:/ab"_s, 1, 1, {}, ResourceStatus::Missing),
+                              resource(u"file:share:/A"_s, 1, 1, {}, ResourceStatus::Missing) });
+    ASSERT_EQ(left.size(), 1);
+    EXPECT_EQ(left.constFirst().reference, u"share:/Ab"_s);
+}
+
 TEST(ListSelection, fromTexts_unknownWords_areCode2AndNameTheKnownOnes)
 {
     EXPECT_EQ(selected(u"colour"_s, {}, {}),

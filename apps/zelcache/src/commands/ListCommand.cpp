@@ -21,6 +21,7 @@ Examples:
   zelcache list
   zelcache list --sort size --status ready
   zelcache list --sort age --format mzml
+  zelcache list --prefix https://data.example.org/runs/
   zelcache list -0 --references --status ready | xargs -0 -n1 zelcache path
   zelcache list --json | jq '.resources[] | select(.status == "Ready")')";
 
@@ -39,6 +40,7 @@ public:
                          status);
         options::addText(app, "--format", "FORMAT", "Only what has this data format by name",
                          format);
+        options::addValue(app, "--prefix", "TEXT", "Only references that begin like this", prefix);
         options::addSwitch(app, "--references", "Print nothing but references", referencesOnly);
     }
 
@@ -48,14 +50,16 @@ private:
     QString order; ///< as given, as the next two; empty for none
     QString status;
     QString format;
+    std::optional<QString> prefix; ///< as given; an empty one is that of all
     bool referencesOnly = false;
 };
 
 ExitCode ListCommand::run(const Context &context)
 {
-    const auto selection = ListSelection::fromTexts(order, status, format);
+    auto selection = ListSelection::fromTexts(order, status, format);
     if (!selection.hasValue())
         return context.fail(selection.error());
+    selection.value().prefix = prefix.value_or(QString());
     auto snapshot = readCache(settingsOf(context.options));
     if (!snapshot.hasValue())
         return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
