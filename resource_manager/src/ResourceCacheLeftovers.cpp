@@ -3,12 +3,25 @@
 #include "zacq/Zacq.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QUuid>
 
 namespace zel {
 
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// Beside the resource, in the folder that goes with it: should this process die before the
+/// deletion, the rest goes with the next removal of the resource.
+QString asideOf(const QFileInfo &info)
+{
+    const QString name = u".leftover-"_s + QUuid::createUuid().toString(QUuid::Id128);
+    return info.dir().absoluteFilePath(name);
+}
+
+} // namespace
 
 // Why one step: process A sees leftovers, process B fetches the resource and ends with Ready,
 // process A deletes what it saw, and with it what B has fetched.
@@ -44,16 +57,26 @@ Result<QString> ResourceCache::Private::moveAside(const QString &path)
         return QString();
     }
 
-    // Beside the resource, in the folder that goes with it: should this process die before the
-    // deletion, the rest goes with the next removal of the resource.
-    const QString name = u".leftover-"_s + QUuid::createUuid().toString(QUuid::Id128);
-    const QString target = info.dir().absoluteFilePath(name);
+    const QString target = asideOf(info);
     if (!QDir().rename(info.absoluteFilePath(), target)) {
         const QString text = info.isDir() ? tr("Removing the folder \"%1\" failed.")
                                           : tr("Removing the file \"%1\" failed.");
         return ZEL_ERROR(ErrorCode::OperationFailed, text.arg(info.absoluteFilePath()));
     }
     return target;
+}
+
+// A removal goes file by file, and the row says Ready until it is committed. Whoever dies in
+// between would leave a part of the data under its path, and the next process would hand that out.
+// What cannot be withdrawn is removed where it is, or fails there.
+void ResourceCache::Private::withdraw(const QString &path)
+{
+    const QFileInfo info(path);
+    const bool isFolder = info.isDir() && !info.isSymLink();
+    const bool isGone = isFolder ? QDir().rename(info.absoluteFilePath(), asideOf(info))
+                                 : QFile::remove(info.absoluteFilePath());
+    if (!isGone)
+        qCDebug(lcResourceManager) << "The data stays at its path while it is removed:" << path;
 }
 
 /// A row that says Ready without data would end the next fetch before it has begun.

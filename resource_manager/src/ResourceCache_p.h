@@ -122,6 +122,8 @@ public:
 
     Result<Leftovers> moveLeftoversAside(const QString &reference, const QString &path);
     Result<QString> moveAside(const QString &path);
+    /// Ends the data's being at its path in one step, where the file system can do that.
+    static void withdraw(const QString &path);
     Error forgetLostData(const QString &reference);
 
     // Post-processing

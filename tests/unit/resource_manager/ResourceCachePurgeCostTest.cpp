@@ -57,8 +57,8 @@ TEST_F(ResourceCachePurgeCostTest, purgeCacheIfNeeded_manySiblings_looksAtAFewOn
     const FileLooks looks = looksOfPurge(1000);
     EXPECT_EQ(looks.glances, 500);
     EXPECT_LE(looks.entriesAtGlances, 50 * 500);
-    // The file in each one's own folder; the folder around them is never read.
-    EXPECT_EQ(looks.entries, 500);
+    // The file goes before its own folder is read, and the folder around them is never read.
+    EXPECT_EQ(looks.entries, 0);
     EXPECT_EQ(looks.resolutions, 0);
 }
 
