@@ -217,9 +217,12 @@ bool ContentManifest::File::hasAllSums() const
 
 qint64 ContentManifest::bytesPerSecond() const
 {
-    // In floating point: the product may not fit.
-    return fetchMilliseconds > 0 ? qint64(double(fetchedBytes) * 1000 / double(fetchMilliseconds))
-                                 : 0;
+    // In floating point: the product may not fit. Nor may the quotient, of numbers that somebody
+    // else has written.
+    constexpr double most = 1e18;
+    return fetchMilliseconds > 0
+        ? qint64(std::min(double(fetchedBytes) * 1000 / double(fetchMilliseconds), most))
+        : 0;
 }
 
 qint64 ContentManifest::totalBytes() const
@@ -275,11 +278,12 @@ Result<ContentManifest> ContentManifest::fromJson(const QByteArray &json)
     if (object.value(u"format"_s).toInt() != formatVersion || !makesSense(manifest))
         return ZEL_PASS(badManifest());
     QSet<QByteArray> paths;
+    qint64 total = 0;
     const auto list = text ? text->files : textsOf(object.value(u"files"_s).toArray());
     manifest.files.reserve(list.size());
     for (const ManifestText::File &one : list) {
         auto file = fileOf(one, manifest.blockBytes);
-        if (!file || paths.contains(file->path))
+        if (!file || paths.contains(file->path) || qAddOverflow(total, file->size, &total))
             return ZEL_PASS(badManifest());
         paths.insert(file->path);
         manifest.files.append(std::move(*file));

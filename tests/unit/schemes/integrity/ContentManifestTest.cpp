@@ -134,6 +134,29 @@ TEST(ContentManifestTest, fromJson_fileThatMakesNoSense_isCode4)
     EXPECT_FALSE(isReadWithFile(u"checkedBlocks"_s, u"2"_s));
 }
 
+TEST(ContentManifestTest, fromJson_sizesThatAreMoreThanANumberHolds_isCode4)
+{
+    QJsonObject object = sampleObject();
+    QJsonArray files;
+    for (const QString &name : { u"a"_s, u"b"_s }) {
+        files.append(QJsonObject { { u"path"_s, QString(u"run.d/"_s + name) },
+                                   { u"size"_s, u"9223372036854775807"_s },
+                                   { u"modified"_s, u"0"_s },
+                                   { u"link"_s, u"x"_s } });
+        object.insert(u"files"_s, files);
+        EXPECT_EQ(isRead(object), files.size() == 1);
+    }
+}
+
+TEST(ContentManifestTest, bytesPerSecond_ofNumbersThatNoFetchHas_isANumber)
+{
+    ContentManifest manifest;
+    manifest.fetchedBytes = std::numeric_limits<qint64>::max();
+    manifest.fetchMilliseconds = 1;
+    EXPECT_GT(manifest.bytesPerSecond(), 0);
+    EXPECT_TRUE(manifest.toJson().contains("rate"));
+}
+
 TEST(ContentManifestTest, bytesPerSecond_isThatOfTheFetch)
 {
     ContentManifest manifest = sampleManifest();
