@@ -33,8 +33,10 @@ target_compile_options(zel_build_settings INTERFACE
 
 if(ZEL_SANITIZE)
     list(JOIN ZEL_SANITIZE "," sanitizers)
+    # Clang 14 cannot compile a coroutine whose calls are checked for the function's type.
     target_compile_options(zel_build_settings INTERFACE
-        -fsanitize=${sanitizers} -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
+        -fsanitize=${sanitizers} -fno-omit-frame-pointer -fno-sanitize-recover=undefined
+        $<$<CXX_COMPILER_ID:Clang>:-fno-sanitize=function>)
     target_link_options(zel_build_settings INTERFACE -fsanitize=${sanitizers})
 endif()
 
