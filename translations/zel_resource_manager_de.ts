@@ -367,6 +367,13 @@
     </message>
 </context>
 <context>
+    <name>zel::ResourceRetrieveHandle</name>
+    <message>
+        <source>The cache was moved while the resource &quot;%1&quot; was being retrieved.</source>
+        <translation>Der Cache wurde verlegt, während die Ressource „%1“ abgerufen wurde.</translation>
+    </message>
+</context>
+<context>
     <name>zel::SettingsInterface</name>
     <message>
         <source>The settings cannot be written to &quot;%1&quot;.</source>

@@ -79,11 +79,13 @@ Error ResourceCache::Private::open(const ResourceCachePath &path,
         // It may have been open before, on another directory, say.
         stopPing();
         opening.reset();
+        taskRows.clear();
         // A process that died under this number is still registered; it must not block for ever.
         retryOpenAfter = dao->abandonOpen();
         return error;
     }
     opening = std::make_shared<bool>(true);
+    taskRows.clear();
     pinnedSizeReport.clear(); // it was of what was open before
     ZEL_TRY(error, cleanupInactiveClients());
 
@@ -98,6 +100,7 @@ void ResourceCache::Private::close()
     const SemaphoreLocker lock(&semaphore, 1);
     stopPing();
     opening.reset();
+    taskRows.clear();
     dao->close();
 }
 

@@ -15,6 +15,7 @@ ResourceRetrieveHandle::ResourceRetrieveHandle(const QString &reference,
     , reference(reference)
     , localPath(localPath)
     , version(version)
+    , baseDir(cache->d->cachePath.baseDirPath().toString())
     , cacheIsAlive(cache->d->life)
 {
 }
@@ -30,6 +31,7 @@ ResourceRetrieveHandle::~ResourceRetrieveHandle()
 Result<bool> ResourceRetrieveHandle::tryStartRetrieve()
 {
     Error error;
+    ZEL_TRY(error, checkPlace());
     ZEL_TRY_LET(const bool ready, isReady());
     if (ready)
         return false;
@@ -48,15 +50,18 @@ Result<bool> ResourceRetrieveHandle::tryStartRetrieve(ResourceCache *cache,
 Error ResourceRetrieveHandle::addTaskToDatabase()
 {
     Error error;
-    if (taskAdded)
+    if (taskAdded && !hasLostItsRow())
         return error;
+    ZEL_TRY(error, checkPlace());
     // Before the row: another handle of this process that ends now must not take it along.
     cache->d->taskRows.insert(reference, this);
     error = ZEL_PASS(addTaskToDatabase(cache, reference));
-    if (error.hasError())
+    if (error.hasError()) {
         cache->d->taskRows.remove(reference, this);
-    else
-        taskAdded = true;
+        return error;
+    }
+    taskAdded = true;
+    opening = cache->d->opening;
     return error;
 }
 
@@ -70,6 +75,8 @@ Error ResourceRetrieveHandle::removeTaskFromDatabase()
 {
     const bool wasFetching = std::exchange(fetching, false);
     cache->d->taskRows.remove(reference, this);
+    if (hasLostItsRow())
+        return {};
     // Of several that end at a time the last one finds nobody.
     if (!wasFetching && cache->d->taskRows.contains(reference))
         return {};
@@ -93,12 +100,16 @@ Error ResourceRetrieveHandle::removeTaskFromDatabase(ResourceCache *cache, const
 
 Error ResourceRetrieveHandle::saveProgress(int progress)
 {
+    if (hasLostItsRow())
+        return {};
     const SemaphoreLocker lock(&cache->d->semaphore, 1);
     return ZEL_PASS(cache->d->updateProgress(reference, progress));
 }
 
 Result<ResourceRetrieveHandle::ProgressAndStatus> ResourceRetrieveHandle::readProgress() const
 {
+    Error error;
+    ZEL_TRY(error, checkPlace());
     const SemaphoreLocker lock(&cache->d->semaphore, 1);
     return ZEL_PASS(cache->d->readProgress(reference));
 }
@@ -112,8 +123,25 @@ Result<bool> ResourceRetrieveHandle::isReady() const
 
 Error ResourceRetrieveHandle::finalizeRetrieve(Error retrieveError)
 {
+    // The data lies in the other cache, and this one knows nothing of it.
+    if (const Error misplaced = ZEL_PASS(checkPlace()); misplaced.hasError())
+        return retrieveError.hasError() ? Error() : misplaced;
     const SemaphoreLocker lock(&cache->d->semaphore, 1);
     return ZEL_PASS(cache->d->finalizeRetrieve(reference, localPath, version, retrieveError));
+}
+
+bool ResourceRetrieveHandle::hasLostItsRow() const
+{
+    return taskAdded && opening.expired();
+}
+
+Error ResourceRetrieveHandle::checkPlace() const
+{
+    if (cache->d->cachePath.baseDirPath().toString() == baseDir)
+        return {};
+    return ZEL_ERROR(
+        ErrorCode::OperationFailed,
+        tr("The cache was moved while the resource \"%1\" was being retrieved.").arg(reference));
 }
 
 bool ResourceRetrieveHandle::isCacheHeldByThisThread() const

@@ -5,6 +5,7 @@
 #include "errors/Result.h"
 #include "files/PathImpl.h"
 
+#include <QCoreApplication>
 #include <QVersionNumber>
 
 #include <memory>
@@ -23,9 +24,12 @@ class ResourceCache;
 ///
 /// Threads: one task at a time. The members take the cache's semaphore themselves, so none may be
 /// called while it is held. Ownership: borrows the cache; a handle that outlives it only may be
-/// destroyed.
+/// destroyed. Moved caches: once the cache is open on another base directory than the one in which
+/// the handle was made, the members that would act there fail with code 1 or do nothing.
 class ZEL_RESOURCE_MANAGER_EXPORT ResourceRetrieveHandle
 {
+    Q_DECLARE_TR_FUNCTIONS(zel::ResourceRetrieveHandle)
+
 public:
     struct ProgressAndStatus
     {
@@ -71,12 +75,18 @@ protected:
     static Error removeTaskFromDatabase(ResourceCache *cache, const QString &reference);
 
 private:
+    /// Its row went with the closing of the cache; one of the same resource is of another handle.
+    bool hasLostItsRow() const;
+    Error checkPlace() const;
+
     ResourceCache *cache;
     QString reference;
     PathImpl<PathType::Unknown> localPath;
     QVersionNumber version;
     bool taskAdded = false;
     bool fetching = false;
+    QString baseDir; ///< of the cache that the path is for
+    std::weak_ptr<const bool> opening; ///< the one in which the row was added
     std::weak_ptr<const bool> cacheIsAlive;
 };
 

@@ -27,6 +27,13 @@ public:
         rows.remove(reference, handle);
     }
 
+    /// The cache was closed, and all rows of this process have gone.
+    void clear()
+    {
+        const QMutexLocker lock(&mutex);
+        rows.clear();
+    }
+
     bool contains(const QString &reference) const
     {
         const QMutexLocker lock(&mutex);

@@ -317,6 +317,87 @@ TEST_F(ResourceRetrieveHandleTest, tryStartRetrieve_afterCleanupRemovedTheRow_fe
     EXPECT_FALSE(handle->saveProgress(10).hasError());
 }
 
+TEST_F(ResourceRetrieveHandleTest, finalizeRetrieve_cacheMovedMeanwhile_failsAndLeavesTheOtherCache)
+{
+    const auto handle = handleOf(cache);
+    ASSERT_TRUE(handle->tryStartRetrieve().value());
+    writeFile(dataPath(u"s/a/f"_s), "data");
+    const TemporaryCache elsewhere;
+    cache.close();
+    ASSERT_FALSE(cache.open(pathOf(elsewhere.baseDir()), {}).hasError());
+    ASSERT_FALSE(cache.add(reference, ResourceCleanupPolicy::OnDemand).hasError());
+
+    const Error error = handle->finalizeRetrieve(Error());
+    EXPECT_EQ(error.errorCode(), ErrorCode::OperationFailed);
+    EXPECT_EQ(
+        error.errorMessage(),
+        u"The cache was moved while the resource \"%1\" was being retrieved."_s.arg(reference));
+    EXPECT_EQ(cache.readStatus(reference).value(), ResourceStatus::Missing);
+    CacheDatabase other(elsewhere.databasePath());
+    EXPECT_TRUE(other.value(u"SELECT cachedPath FROM CachedResources"_s).isNull());
+    EXPECT_EQ(handle->tryStartRetrieve().error().errorCode(), ErrorCode::OperationFailed);
+    EXPECT_EQ(handle->readProgress().error().errorCode(), ErrorCode::OperationFailed);
+    EXPECT_EQ(other.count(u"AcquiringTasks"_s), 0);
+    cache.close();
+}
+
+TEST_F(ResourceRetrieveHandleTest, tryStartRetrieve_cacheMovedBeforeIt_failsAndAddsNoRow)
+{
+    const auto handle = handleOf(cache);
+    const TemporaryCache elsewhere;
+    cache.close();
+    ASSERT_FALSE(cache.open(pathOf(elsewhere.baseDir()), {}).hasError());
+    ASSERT_FALSE(cache.add(reference, ResourceCleanupPolicy::OnDemand).hasError());
+    EXPECT_EQ(handle->tryStartRetrieve().error().errorCode(), ErrorCode::OperationFailed);
+    EXPECT_EQ(handle->addTaskToDatabase().errorCode(), ErrorCode::OperationFailed);
+    CacheDatabase other(elsewhere.databasePath());
+    EXPECT_EQ(other.count(u"AcquiringTasks"_s), 0);
+    cache.close();
+}
+
+TEST_F(ResourceRetrieveHandleTest, finalizeRetrieve_failedAndCacheMoved_leavesTheOtherCache)
+{
+    const auto handle = handleOf(cache);
+    ASSERT_TRUE(handle->tryStartRetrieve().value());
+    const TemporaryCache elsewhere;
+    cache.close();
+    ASSERT_FALSE(cache.open(pathOf(elsewhere.baseDir()), {}).hasError());
+    ASSERT_FALSE(cache.add(reference, ResourceCleanupPolicy::OnDemand).hasError());
+    ASSERT_FALSE(cache.saveStatus(reference, ResourceStatus::Acquiring).hasError());
+
+    EXPECT_FALSE(handle->finalizeRetrieve(Error(1)).hasError());
+    EXPECT_EQ(cache.readStatus(reference).value(), ResourceStatus::Acquiring);
+    cache.close();
+}
+
+TEST_F(ResourceRetrieveHandleTest, removeTask_cacheReopenedMeanwhile_leavesTheRowsOfOthers)
+{
+    const auto past = handleOf(cache);
+    ASSERT_TRUE(past->tryStartRetrieve().value());
+    cache.close();
+    openCache();
+    const auto present = handleOf(cache);
+    ASSERT_TRUE(present->tryStartRetrieve().value());
+    ASSERT_FALSE(present->saveProgress(40).hasError());
+
+    EXPECT_FALSE(past->saveProgress(7).hasError());
+    EXPECT_FALSE(past->removeTaskFromDatabase().hasError());
+    EXPECT_EQ(present->readProgress().value().progress, 40);
+    EXPECT_FALSE(present->removeTaskFromDatabase().hasError());
+    EXPECT_EQ(taskRows(), 0);
+}
+
+TEST_F(ResourceRetrieveHandleTest, tryStartRetrieve_cacheReopenedMeanwhile_hasARowAgain)
+{
+    const auto handle = handleOf(cache);
+    ASSERT_TRUE(handle->tryStartRetrieve().value());
+    cache.close();
+    openCache();
+    EXPECT_EQ(taskRows(), 0);
+    EXPECT_TRUE(handle->tryStartRetrieve().value());
+    EXPECT_EQ(taskRows(), 1);
+}
+
 TEST_F(ResourceRetrieveHandleTest, destroy_afterItsCache_isHarmless)
 {
     auto mortal = otherClient();
