@@ -56,6 +56,19 @@ std::optional<std::chrono::seconds> timeOf(const QList<FitPlan::Missing> &missin
 
 } // namespace
 
+TEST(FitPlan, fitPlan_rowOfWhatIsMissing_isCountedOnceAndStays)
+{
+    FitPlan::Missing missing;
+    missing.reference = u"old"_s; // 400 bytes are counted of it, and 300 of the other
+    missing.size = 500;
+    const FitPlan plan = fitPlan(filled(), { 750, 800 }, { missing }, {}, {}, 0);
+    EXPECT_EQ(plan.staleBytes, 400);
+    EXPECT_EQ(plan.purgeBytes(), 100);
+    ASSERT_EQ(plan.evicted.size(), 1);
+    EXPECT_EQ(plan.evicted.constFirst().reference, u"new"_s);
+    EXPECT_EQ(plan.sizeAfterwards(), 500);
+}
+
 TEST(FitPlan, fitPlan_enoughRoom_evictsNothing)
 {
     const FitPlan plan = planFor(100);
