@@ -409,6 +409,18 @@
             <numerusform>%n bleiben</numerusform>
         </translation>
     </message>
+    <message>
+        <source>1 damage</source>
+        <translation>1 Schaden</translation>
+    </message>
+    <message>
+        <source>1 repair</source>
+        <translation>1 Reparatur</translation>
+    </message>
+    <message>
+        <source>interrupted after %1</source>
+        <translation>unterbrochen nach %1</translation>
+    </message>
 </context>
 <context>
     <name>zel::cli::FetchPlanning</name>
@@ -522,6 +534,22 @@
     <message>
         <source>Give each user a cache of his own.</source>
         <translation>Jedem Benutzer einen eigenen Cache geben.</translation>
+    </message>
+    <message>
+        <source>A repair leaves it alone as things are now; look again later.</source>
+        <translation>Eine Reparatur rührt es nicht an, wie die Dinge jetzt stehen; später noch einmal nachsehen.</translation>
+    </message>
+    <message>
+        <source>Nothing is repaired as long as the database is damaged or the lock is stuck. Mend that first; then &quot;zelcache doctor --repair&quot; mends this.</source>
+        <translation>Nichts wird repariert, solange die Datenbank beschädigt ist oder die Sperre festhängt. Das ist zuerst zu beheben; dann behebt „zelcache doctor --repair“ auch dies.</translation>
+    </message>
+    <message>
+        <source>A newer program may have written it. Otherwise remove it: its resource can be verified again once it is fetched anew.</source>
+        <translation>Ein neueres Programm kann es geschrieben haben. Sonst ist es zu entfernen: Seine Ressource lässt sich wieder prüfen, sobald sie neu abgerufen ist.</translation>
+    </message>
+    <message>
+        <source>The database has no tables. If it was lost, put it back. If it is to be empty, open the cache once, as &quot;zelcache get&quot; does: then &quot;zelcache doctor --repair&quot; removes it.</source>
+        <translation>Die Datenbank hat keine Tabellen. Ging sie verloren, ist sie zurückzulegen. Soll sie leer sein, ist der Cache einmal zu öffnen, wie es „zelcache get“ tut: Dann entfernt „zelcache doctor --repair“ es.</translation>
     </message>
 </context>
 <context>
@@ -818,6 +846,10 @@
     <message>
         <source>The lock belongs to &quot;%1&quot;, and this user may not take it.</source>
         <translation>Die Sperre gehört „%1“, und dieser Benutzer darf sie nicht nehmen.</translation>
+    </message>
+    <message>
+        <source>The base directory is locked, by whom cannot be seen.</source>
+        <translation>Das Basisverzeichnis ist gesperrt, von wem, ist nicht zu sehen.</translation>
     </message>
 </context>
 <context>
@@ -1145,6 +1177,14 @@
         <source>&quot;%1&quot; is there again.</source>
         <translation>„%1“ ist wieder da.</translation>
     </message>
+    <message>
+        <source>Move &quot;%1&quot; back to where it was: &quot;%2&quot; lies there.</source>
+        <translation>„%1“ dorthin zurückbewegen, wo es war: „%2“ liegt dort.</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; cannot be moved back.</source>
+        <translation>„%1“ kann nicht zurückbewegt werden.</translation>
+    </message>
 </context>
 <context>
     <name>zel::cli::ResourceReasons</name>
@@ -1353,6 +1393,10 @@
         <source>It is Missing, but something lies at &quot;%1&quot;.</source>
         <translation>Sie ist Missing, aber unter „%1“ liegt etwas.</translation>
     </message>
+    <message>
+        <source>There is nothing at &quot;%1&quot;, but a repair that was interrupted has moved its data to &quot;%2&quot;.</source>
+        <translation>Unter „%1“ liegt nichts, aber eine unterbrochene Reparatur hat die Daten nach „%2“ bewegt.</translation>
+    </message>
 </context>
 <context>
     <name>zel::cli::SettingValue</name>
@@ -1478,6 +1522,10 @@
     <message>
         <source>&quot;%1&quot; cannot be removed.</source>
         <translation>„%1“ kann nicht entfernt werden.</translation>
+    </message>
+    <message>
+        <source>It was interrupted.</source>
+        <translation>Es wurde unterbrochen.</translation>
     </message>
 </context>
 <context>

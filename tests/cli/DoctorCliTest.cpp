@@ -11,6 +11,7 @@
 #include <QSet>
 #include <QSystemSemaphore>
 
+#include <csignal>
 #include <filesystem>
 
 #include <unistd.h>
@@ -27,6 +28,15 @@ constexpr qint64 nobody = 2'147'483'000;
 qint64 now()
 {
     return QDateTime::currentMSecsSinceEpoch();
+}
+
+/// Of this process, in ticks since the machine started.
+QString startOfThis()
+{
+    const QByteArray status = readFile(u"/proc/self/stat"_s);
+    constexpr qsizetype startField = 22 - 3; // behind the name, which may hold blanks
+    return QString::fromLatin1(
+        status.mid(status.lastIndexOf(')') + 2).split(' ').value(startField));
 }
 
 } // namespace
@@ -173,6 +183,17 @@ const Damage damages[] {
       [](const DoctorCliTest &test) {
           writeFile(QFileInfo(test.firstPath()).path() + u"/.leftover-1/run.raw"_s, "data");
       } },
+    { "data-aside", true,
+      [](const DoctorCliTest &test) {
+          const QFileInfo info(test.firstPath());
+          QDir().rename(info.filePath(),
+                        info.path() + u"/.unclaimed-"_s + QString(32, u'0') + u'-'
+                            + info.fileName());
+      } },
+    { "manifest-broken", false,
+      [](const DoctorCliTest &test) {
+          writeFile(test.place().baseDir() + u"/Manifests/x.json"_s, "nonsense");
+      } },
     { "size-differs", true,
       [](const DoctorCliTest &test) {
           test.setOfFirst(u"fileSize"_s, 5);
@@ -281,7 +302,8 @@ TEST_F(DoctorCliTest, doctor_allRepairableDamagesAtOnce_areRepairedAtOnce)
         const QString id = QString::fromLatin1(damage.id);
         // Two things cannot be wrong with one status at a time.
         if (!damage.isRepaired || id == u"data-of-missing-row" || id == u"fetch-without-task"
-            || id == u"size-differs" || id == u"row-without-path" || id == u"path-moved")
+            || id == u"size-differs" || id == u"row-without-path" || id == u"path-moved"
+            || id == u"data-aside")
             continue;
         damage.make(*this);
         made.insert(id);
@@ -291,6 +313,79 @@ TEST_F(DoctorCliTest, doctor_allRepairableDamagesAtOnce_areRepairedAtOnce)
         << found.join(u' ').toStdString();
     EXPECT_EQ(doctor({}, 0), QStringList());
     expectUntouched(references.last());
+}
+
+TEST_F(DoctorCliTest, repair_dataMovedAsideByAnInterruptedOne_comesBackAsItWas)
+{
+    const QByteArray content = readFile(firstPath());
+    const QString folder = QFileInfo(firstPath()).path();
+    const QString aside = QFileInfo(folder).path() + u"/.unclaimed-"_s + QString(32, u'0') + u'-'
+        + QFileInfo(folder).fileName();
+    ASSERT_TRUE(QDir().rename(folder, aside));
+    EXPECT_EQ(doctor({ u"--repair"_s }, 1), QStringList { u"data-aside"_s });
+    EXPECT_EQ(readFile(firstPath()), content);
+    EXPECT_FALSE(QFileInfo::exists(aside));
+    expectUntouched(references.first());
+}
+
+TEST_F(DoctorCliTest, repair_remainsBesideData_goUnlessACopyIsOnItsWay)
+{
+    const QString folder = QFileInfo(firstPath()).path();
+    const QStringList remains { u"/.unclaimed-1/run.raw"_s, u"/.unclaimed-"_s + QString(40, u'0'),
+                                u"/.adding-2147483000-1/run.raw"_s };
+    for (const QString &path : remains)
+        writeFile(folder + path, "data");
+    const QString copy
+        = folder + u"/.adding-%1-%2/run.raw"_s.arg(QString::number(::getpid()), startOfThis());
+    writeFile(copy, "data");
+    EXPECT_EQ(doctor({ u"--repair"_s }, 1), QStringList(3, u"leftover"_s));
+    EXPECT_EQ(doctor({}, 0), QStringList());
+    EXPECT_EQ(readFile(copy), "data");
+    EXPECT_EQ(QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).size(),
+              2);
+    expectUntouched(references.first());
+}
+
+TEST_F(DoctorCliTest, repair_interrupted_leavesNothingAsideAndTheNextOneGoesOn)
+{
+    const QString folder = QFileInfo(firstPath()).path();
+    constexpr int count = 1000;
+    for (int i = 0; i < count; ++i)
+        writeFile(folder + u"/.leftover-%1/run.raw"_s.arg(i), "data");
+    const auto named = [&folder](const QString &pattern) {
+        return QDir(folder).entryList({ pattern }, QDir::Dirs | QDir::Hidden).size();
+    };
+    const auto run = start({ u"doctor"_s, u"--repair"_s, u"--min-age"_s, u"0"_s });
+    waitUntil([&named] { return named(u".unclaimed-*"_s) > 0; });
+    run->sendSignal(SIGINT);
+    EXPECT_EQ(run->exitCode(), 130) << run->errors().toStdString();
+    EXPECT_TRUE(linesOf(run->output()).last().startsWith(u"1000 damages, interrupted after "_s))
+        << run->output().right(200).toStdString();
+    EXPECT_EQ(named(u".unclaimed-*"_s), 0);
+    EXPECT_GT(named(u".leftover-*"_s), 0);
+    EXPECT_EQ(CacheDatabase(cache.databasePath()).count(u"Clients"_s), 0);
+
+    EXPECT_FALSE(doctor({ u"--repair"_s }, 1).isEmpty());
+    EXPECT_EQ(doctor({}, 0), QStringList());
+    EXPECT_EQ(named(u".leftover-*"_s), 0);
+    expectUntouched(references.first());
+}
+
+TEST_F(DoctorCliTest, doctor_dataBesideADatabaseWithoutTables_isOfferedNoRepair)
+{
+    for (const char *suffix : { "", "-wal", "-shm" })
+        writeFile(cache.databasePath() + QString::fromLatin1(suffix), "");
+    const auto run = start({ u"doctor"_s, u"--json"_s, u"--min-age"_s, u"0"_s });
+    EXPECT_EQ(run->exitCode(), 4);
+    const QJsonArray findings = jsonOf(run->output()).value(u"findings"_s).toArray();
+    ASSERT_FALSE(findings.isEmpty());
+    for (const auto &value : findings) {
+        const QJsonObject finding = value.toObject();
+        EXPECT_EQ(finding.value(u"id"_s), u"data-without-row"_s);
+        EXPECT_FALSE(finding.value(u"repairable"_s).toBool());
+        EXPECT_TRUE(
+            finding.value(u"remedy"_s).toString().startsWith(u"The database has no tables."_s));
+    }
 }
 
 // What is never removed.
@@ -430,6 +525,17 @@ INSTANTIATE_TEST_SUITE_P(Each, DoctorRemedyTest, testing::Values("path-outside",
                              return QString::fromLatin1(id.param).remove(u'-').toStdString();
                          });
 
+TEST_F(DoctorCliTest, repair_noteThatStays_isNotToldAsLeft)
+{
+    QFile::remove(firstPath());
+    writeFile(cache.dataDir() + u"/share/new/run.raw"_s, "data");
+    const auto run = start({ u"doctor"_s, u"--repair"_s });
+    EXPECT_EQ(run->exitCode(), 1);
+    EXPECT_EQ(linesOf(run->output()).last(), u"1 damage, all repaired."_s);
+    EXPECT_FALSE(run->output().contains("Left:")) << run->output().toStdString();
+    EXPECT_EQ(run->output().count("data-young"), 1);
+}
+
 // The lock.
 
 TEST_F(DoctorCliTest, doctor_heldLock_namesTheHolderAndWaitsForNobody)
@@ -525,7 +631,7 @@ TEST_F(DoctorCliTest, repair_asText_showsItsPlanFirst)
     ASSERT_GE(plan, 0) << lines.join(u' ').toStdString();
     EXPECT_EQ(lines.value(plan + 1),
               u"  Set \"%1\" to Missing: its data is gone."_s.arg(references.first()));
-    EXPECT_EQ(lines.last(), u"1 damages, all repaired."_s);
+    EXPECT_EQ(lines.last(), u"1 damage, all repaired."_s);
 }
 
 } // namespace zel::test

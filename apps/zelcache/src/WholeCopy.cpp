@@ -7,6 +7,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 
 namespace zel::cli {
@@ -30,20 +31,12 @@ QString incomingFor(const QString &target)
                                QString::number(self.startTime));
 }
 
-bool isInUse(const QString &name)
-{
-    const QStringList numbers = name.mid(prefix.size()).split(u'-');
-    const ProcessIdentity owner { numbers.value(0).toLongLong(), numbers.value(1).toLongLong(),
-                                  ProcessIdentity::current().bootId };
-    return owner.isAlive();
-}
-
 void removeRemains(const QDir &folder)
 {
     const QStringList names
         = folder.entryList({ prefix + u'*' }, QDir::AllEntries | QDir::Hidden | QDir::System);
     for (const QString &name : names) {
-        if (!isInUse(name))
+        if (!isCopyInProgress(QFile::encodeName(name)))
             ZEL_DROP(TreeRemoval::remove(folder.filePath(name))); // it is in nobody's way
     }
 }
@@ -56,6 +49,19 @@ Error publish(const QString &incoming, const QString &target)
 }
 
 } // namespace
+
+bool isCopyOnItsWay(const QByteArray &name)
+{
+    return QFile::decodeName(name).startsWith(prefix);
+}
+
+bool isCopyInProgress(const QByteArray &name)
+{
+    const QList<QByteArray> numbers = name.mid(prefix.size()).split('-');
+    const ProcessIdentity owner { numbers.value(0).toLongLong(), numbers.value(1).toLongLong(),
+                                  ProcessIdentity::current().bootId };
+    return isCopyOnItsWay(name) && owner.isAlive();
+}
 
 Error copyWhole(const QString &source, const QString &target, const TreeCopy::Progress &progress)
 {

@@ -3,6 +3,7 @@
 #include "errors/Error.h"
 #include "platform/TreeCopy.h"
 
+#include <QByteArray>
 #include <QString>
 
 namespace zel::cli {
@@ -16,5 +17,10 @@ namespace zel::cli {
 /// warnings if links that lead out of the folder were left out.
 Error copyWhole(const QString &source, const QString &target,
                 const TreeCopy::Progress &progress = {});
+
+/// Whether a file or folder of this name is what a copy makes on its way.
+bool isCopyOnItsWay(const QByteArray &name);
+/// Whether the program that makes this copy still runs.
+bool isCopyInProgress(const QByteArray &name);
 
 } // namespace zel::cli

@@ -4,10 +4,12 @@
 
 #include <QDir>
 #include <QFile>
-#include <QFileInfo>
 
+#include <array>
 #include <filesystem>
 #include <string>
+
+#include <pwd.h>
 
 namespace zel {
 
@@ -35,6 +37,27 @@ std::optional<QString> temporaryFolderOf(const QString &folder)
     return QDir::cleanPath(path);
 }
 
+QString nameOfUser(uint id)
+{
+    std::array<char, 4096> texts {};
+    struct passwd entry = {};
+    struct passwd *found = nullptr;
+    const bool isKnown = ::getpwuid_r(id, &entry, texts.data(), texts.size(), &found) == 0 && found;
+    return isKnown ? QString::fromLocal8Bit(found->pw_name) : QString::number(id);
+}
+
+/// By whose rights it acts. The owner of its folder does not tell: that is the administrator for
+/// every process that nobody may look into.
+QString userOf(const QString &folder)
+{
+    const QByteArray status = contentOf(folder + u"/status"_s).value_or(QByteArray());
+    for (const QByteArray &line : status.split('\n')) {
+        if (line.startsWith("Uid:")) // the real one, the effective one, ...
+            return nameOfUser(line.simplified().split(' ').value(2).toUInt());
+    }
+    return {};
+}
+
 } // namespace
 
 ProcessFacts ProcessFacts::of(qint64 processId)
@@ -46,8 +69,7 @@ ProcessFacts ProcessFacts::of(qint64 processId)
     if (!facts.exists)
         return facts;
     facts.program = programOf(processId);
-    const QFileInfo info(folder);
-    facts.user = info.owner().isEmpty() ? QString::number(info.ownerId()) : info.owner();
+    facts.user = userOf(folder);
     facts.temporaryFolder = temporaryFolderOf(folder);
     return facts;
 }

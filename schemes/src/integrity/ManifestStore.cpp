@@ -178,6 +178,21 @@ QStringList ManifestStore::paths() const
     return found;
 }
 
+QMap<QString, Error> ManifestStore::failures() const
+{
+    QMap<QString, Error> failures;
+    const QStringList names
+        = QDir(folder).entryList({ u'*' + suffix }, QDir::AllEntries | QDir::System, QDir::NoSort);
+    for (const QString &name : names) {
+        const QString path = folder + u'/' + name;
+        const auto manifest = readPath(path);
+        const QFileInfo info(path);
+        if (!manifest.hasValue() && (info.exists() || info.isSymLink())) // else it went meanwhile
+            failures.insert(path, manifest.error());
+    }
+    return failures;
+}
+
 QString ManifestStore::comparedLast() const
 {
     const auto content = OwnFile::read(folder + comparedFile, mostKeyBytes);

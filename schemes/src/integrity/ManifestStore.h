@@ -2,6 +2,8 @@
 
 #include "integrity/ContentManifest.h"
 
+#include <QMap>
+
 namespace zel {
 
 /// The manifests of a cache: a file for each resource in the folder "Manifests" beside the cache's
@@ -43,6 +45,9 @@ public:
 
     /// The paths of all files of manifests, in no order.
     QStringList paths() const;
+    /// Why each file that has the name of a manifest is none or cannot be read, by its path. Reads
+    /// all of them, and waits for none.
+    QMap<QString, Error> failures() const;
     /// Removes what killed programs have left half written, if it is a day old.
     void removeRemains() const;
     /// Up to which resource names and sizes were last compared; empty if that is not known.

@@ -2,6 +2,7 @@
 #include "CommandOptions.h"
 #include "Library.h"
 #include "ResourceManager.h"
+#include "SignalWatch.h"
 #include "doctor/DoctorReport.h"
 #include "errors/Propagate.h"
 
@@ -121,8 +122,14 @@ std::optional<ExitCode> repair(const Context &context, const Request &request, D
     for (int round = 0; round < mostRounds && !plan.isEmpty(); ++round) {
         if (const auto code = round == 0 ? openExistingCache(context) : openedAgain(context))
             return code;
+        // While it waits for the others, and while it looks, a signal ends it at once.
+        SignalWatch signalWatch([](int) {});
+        const auto isInterrupted = [&signalWatch] {
+            return signalWatch.receivedNow() != 0;
+        };
         const auto outcomes
-            = Repair(ResourceManager::cache(), settings, request.minimumAge).run(plan);
+            = Repair(ResourceManager::cache(), settings, request.minimumAge, isInterrupted)
+                  .run(plan);
         // Not to be found by the next look itself.
         ResourceManager::cache()->close();
         for (const RepairOutcome &outcome : outcomes) {
@@ -130,6 +137,10 @@ std::optional<ExitCode> repair(const Context &context, const Request &request, D
                 context.output.error(outcome.failure.errorMessage());
         }
         report.repairs->append(outcomes);
+        if (isInterrupted()) {
+            report.isInterrupted = true;
+            return exitCodeOfSignal(signalWatch.received());
+        }
 
         const auto left = lookedAt(settings, request);
         if (!left.hasValue())
@@ -155,11 +166,13 @@ ExitCode DoctorCommand::run(const Context &context)
     if (request.repair || request.dryRun)
         write(context, planLines(report.plan));
 
+    std::optional<ExitCode> code;
     if (request.repair && !request.dryRun && !report.plan.isEmpty()) {
-        if (const auto code = repair(context, request, report))
+        code = repair(context, request, report);
+        if (code && !report.isInterrupted)
             return *code;
-        if (!report.left.isEmpty())
-            write(context, QStringList { Texts::tr("Left:") } + findingLines(report.left));
+        if (const Findings left = damagesOf(report.left); !left.isEmpty())
+            write(context, QStringList { Texts::tr("Left:") } + findingLines(left));
     }
     if (context.options.json) {
         QJsonObject answer = context.emptyAnswer();
@@ -169,7 +182,7 @@ ExitCode DoctorCommand::run(const Context &context)
         context.output.answer(answer);
     }
     write(context, { verdictText(report) });
-    return exitCodeOf(report);
+    return code.value_or(exitCodeOf(report));
 }
 
 } // namespace

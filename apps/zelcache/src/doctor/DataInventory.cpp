@@ -1,7 +1,11 @@
 #include "doctor/DataInventory.h"
 
+#include "WholeCopy.h"
+#include "doctor/AsideName.h"
+
 #include <QCryptographicHash>
 #include <QDir>
+#include <QFileInfo>
 
 #include <algorithm>
 #include <array>
@@ -35,7 +39,9 @@ bool isCounted(const QByteArray &name)
 
 bool isRemains(const QByteArray &name)
 {
-    return name.startsWith(".leftover-") || (name.startsWith(".zel-") && name.endsWith(".partial"));
+    return name.startsWith(".leftover-") || AsideName::isOne(name)
+        || (name.startsWith(".zel-") && name.endsWith(".partial"))
+        || (isCopyOnItsWay(name) && !isCopyInProgress(name));
 }
 
 } // namespace
@@ -49,7 +55,7 @@ DataInventory DataInventory::of(const QString &dataDirectory, const Resources &r
         = TreeSurvey::make(dataDirectory, [&inventory](const QByteArray &path, bool isFolder) {
               return inventory.stepFor(path, isFolder);
           });
-    inventory.sortOut();
+    inventory.sortOut(resources);
     return inventory;
 }
 
@@ -102,8 +108,9 @@ TreeSurvey::Step DataInventory::stepFor(const QByteArray &path, bool isFolder) c
                                                 : TreeSurvey::Step::Measure;
 }
 
-void DataInventory::sortOut()
+void DataInventory::sortOut(const Resources &resources)
 {
+    sortOutAsides(resources);
     for (const TreeSurvey::Entry &entry : std::as_const(outcome.entries)) {
         if (const auto claim = claims.find(entry.path); claim != claims.end())
             claim->bytes = entry.bytes;
@@ -124,6 +131,58 @@ void DataInventory::sortOutUnclaimed(const TreeSurvey::Entry &entry)
         sizesBeside.insert(entry.path, entry.bytes);
     else if (!isBesideData && entry.files > 0 && !isClaimedByName(entry.path))
         nobodys.append(entry); // empty folders are all that is left of a resource, and no harm
+}
+
+/// Where resources should be that are Ready, and all folders around.
+QSet<QByteArray> DataInventory::wantedBy(const Resources &resources) const
+{
+    QSet<QByteArray> wanted;
+    for (const ResourceCacheReader::Resource &resource : resources) {
+        QByteArray place;
+        if (resource.status == ResourceStatus::Ready)
+            place = dataPlaces.of(resource.path);
+        for (; !place.isEmpty() && !wanted.contains(place); place = folderAround(place))
+            wanted.insert(place);
+    }
+    return wanted;
+}
+
+void DataInventory::sortOutAsides(const Resources &resources)
+{
+    const auto isAside = [](const TreeSurvey::Entry &entry) {
+        return AsideName::isOne(nameOf(entry.path));
+    };
+    if (std::none_of(outcome.entries.begin(), outcome.entries.end(), isAside))
+        return;
+    const QSet<QByteArray> wanted = wantedBy(resources);
+    outcome.entries.removeIf(
+        [&](const TreeSurvey::Entry &entry) { return isAside(entry) && takeAside(entry, wanted); });
+}
+
+/// Somebody had claimed it by the time it was moved: a row leads to where it was.
+bool DataInventory::takeAside(const TreeSurvey::Entry &entry, const QSet<QByteArray> &wanted)
+{
+    const QByteArray name = AsideName::formerName(nameOf(entry.path));
+    if (name.isEmpty())
+        return false;
+    const QByteArray folder = folderAround(entry.path);
+    const QByteArray former = folder.isEmpty() ? name : folder + '/' + name;
+    const QFileInfo there(dataPlaces.pathTo(former));
+    const bool isThere = there.exists() || there.isSymLink();
+    if (isThere || !wanted.contains(former) || asides.contains(former))
+        return false;
+    asides.insert(former, entry.path);
+    return true;
+}
+
+QByteArray DataInventory::asideFor(const QByteArray &place) const
+{
+    if (asides.isEmpty())
+        return {};
+    QByteArray folder = place;
+    while (!folder.isEmpty() && !asides.contains(folder))
+        folder = folderAround(folder);
+    return asides.value(folder);
 }
 
 std::optional<qint64> DataInventory::sizeAt(const QByteArray &place) const

@@ -23,8 +23,11 @@ public:
     const QList<QByteArray> &unreadable() const { return outcome.unreadable; }
     /// Below the data directory, and with no row at all: what could go as one.
     const QList<TreeSurvey::Entry> &unclaimed() const { return nobodys; }
-    /// Remains of removals and copies, beside the data of a resource.
+    /// Remains of removals, copies and repairs, beside the data of a resource.
     const QList<TreeSurvey::Entry> &leftovers() const { return remains; }
+    /// What a repair that was interrupted has moved away from this place or from a folder around
+    /// it; empty if it has not, or if there is something by now.
+    QByteArray asideFor(const QByteArray &place) const;
 
     const DataPlaces &places() const { return dataPlaces; }
     /// Of what was found there; empty if there is nothing. Without the files beside it.
@@ -42,8 +45,11 @@ private:
     void claim(const Resources &resources);
     void claimPlace(const QByteArray &place);
     TreeSurvey::Step stepFor(const QByteArray &path, bool isFolder) const;
-    void sortOut();
+    void sortOut(const Resources &resources);
+    void sortOutAsides(const Resources &resources);
+    QSet<QByteArray> wantedBy(const Resources &resources) const;
     void sortOutUnclaimed(const TreeSurvey::Entry &entry);
+    bool takeAside(const TreeSurvey::Entry &entry, const QSet<QByteArray> &wanted);
     bool isClaimedByName(const QByteArray &path) const;
     bool isNear(const QByteArray &folder) const;
 
@@ -63,6 +69,7 @@ private:
     TreeSurvey::Outcome outcome;
     QSet<QByteArray> hidden; ///< the folders that cannot be read
     QHash<QByteArray, qint64> sizesBeside;
+    QHash<QByteArray, QByteArray> asides; ///< what has to go back, by its former place
     QList<TreeSurvey::Entry> nobodys;
     QList<TreeSurvey::Entry> remains;
 };

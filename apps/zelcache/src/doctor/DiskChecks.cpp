@@ -45,6 +45,8 @@ void addData(const Examination &all, FindingKind kind, const TreeSurvey::Entry &
     // A file without tables is none that could claim anything: the former one may come back.
     if (all.condition.metadataRows > 0)
         finding.repair = RepairStep { RepairStep::Kind::RemoveData, {}, path };
+    else
+        finding.remedy = remedyWithoutTables;
     findings.append(finding);
 }
 
@@ -97,6 +99,11 @@ void disk(const Examination &all, Findings &findings)
     for (const TreeSurvey::Entry &entry : all.data.leftovers())
         addData(all, FindingKind::Leftover, entry, findings);
     checkStaging(all, findings);
+    const auto &failures = all.manifestFailures;
+    for (auto failure = failures.begin(); failure != failures.end(); ++failure) {
+        findings.append(
+            { FindingKind::ManifestBroken, failure.key(), failure.value().errorMessage(), {} });
+    }
 }
 
 } // namespace zel::cli::checks

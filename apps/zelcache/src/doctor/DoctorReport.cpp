@@ -45,11 +45,22 @@ QString severityWord(Severity severity)
 
 QString stepName(RepairStep::Kind kind)
 {
-    static constexpr std::array<QStringView, 10> names {
-        u"open-cache", u"end-fetch", u"follow-move", u"forget-data",   u"clear-missing",
-        u"count-size", u"count-all", u"sum-up",      u"clean-staging", u"remove-data"
+    static constexpr std::array<QStringView, 11> names {
+        u"open-cache",  u"end-fetch",     u"put-back",   u"follow-move",
+        u"forget-data", u"clear-missing", u"count-size", u"count-all",
+        u"sum-up",      u"clean-staging", u"remove-data"
     };
     return names.at(std::size_t(kind)).toString();
+}
+
+QString damagesText(qsizetype count)
+{
+    return count == 1 ? Texts::tr("1 damage") : Texts::tr("%n damages", nullptr, int(count));
+}
+
+QString repairsText(qsizetype count)
+{
+    return count == 1 ? Texts::tr("1 repair") : Texts::tr("%n repairs", nullptr, int(count));
 }
 
 QJsonValue orNull(const QString &text)
@@ -74,7 +85,7 @@ QJsonArray findingsJson(const Findings &findings)
                                    { u"severity"_s, severityText(description.severity) },
                                    { u"subject"_s, orNull(finding.subject) },
                                    { u"explanation"_s, finding.explanation },
-                                   { u"remedy"_s, remedyText(finding.kind) },
+                                   { u"remedy"_s, remedyText(finding) },
                                    { u"repairable"_s, finding.repair.has_value() } });
     }
     return array;
@@ -116,6 +127,13 @@ ExitCode exitCodeOf(const DoctorReport &report)
     return report.repairs && damagesIn(report.left) == 0 ? DoctorExit::repaired : DoctorExit::left;
 }
 
+Findings damagesOf(const Findings &findings)
+{
+    Findings damages = findings;
+    damages.removeIf([](const Finding &finding) { return !finding.isDamage(); });
+    return damages;
+}
+
 QStringList findingLines(const Findings &findings)
 {
     QStringList lines;
@@ -128,7 +146,7 @@ QStringList findingLines(const Findings &findings)
             u"%1: %2%3"_s.arg(severityWord(description.severity), description.id,
                               finding.subject.isEmpty() ? QString() : u": "_s + finding.subject));
         lines.append(u"  "_s + finding.explanation);
-        lines.append(u"  "_s + remedyText(finding.kind));
+        lines.append(u"  "_s + remedyText(finding));
     }
     for (auto kind = counts.cbegin(); kind != counts.cend(); ++kind) {
         if (*kind > shownOfAKind)
@@ -156,9 +174,13 @@ QString verdictText(const DoctorReport &report)
     const qsizetype damages = damagesIn(report.findings);
     if (damages == 0)
         return Texts::tr("The cache is in good order.");
-    const QString all = Texts::tr("%n damages", nullptr, int(damages));
+    const QString all = damagesText(damages);
     if (!report.repairs)
-        return u"%1, %2."_s.arg(all, Texts::tr("%n repairs", nullptr, int(report.plan.size())));
+        return u"%1, %2."_s.arg(all, repairsText(report.plan.size()));
+    if (report.isInterrupted) {
+        return u"%1, %2."_s.arg(
+            all, Texts::tr("interrupted after %1").arg(repairsText(report.repairs->size())));
+    }
     const qsizetype left = damagesIn(report.left);
     return u"%1, %2."_s.arg(
         all, left == 0 ? Texts::tr("all repaired") : Texts::tr("%n left", nullptr, int(left)));
@@ -171,7 +193,8 @@ QJsonObject doctorJson(const DoctorReport &report)
                          { u"dryRun"_s, report.isDryRun } };
     if (report.repairs) {
         object.insert(u"repairs"_s, repairsJson(*report.repairs));
-        object.insert(u"left"_s, findingsJson(report.left));
+        object.insert(u"left"_s,
+                      report.isInterrupted ? QJsonValue() : QJsonValue(findingsJson(report.left)));
     }
     return object;
 }

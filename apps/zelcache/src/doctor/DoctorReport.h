@@ -22,12 +22,17 @@ struct DoctorReport
     bool isDryRun = false;
     /// Empty if nothing was to be repaired, or only in a rehearsal.
     std::optional<QList<RepairOutcome>> repairs;
+    /// A signal came while it was repaired: what is left was not looked at.
+    bool isInterrupted = false;
     Findings left; ///< what a second look found after the repair
 
     bool hasTried(const RepairStep &step) const;
 };
 
 ExitCode exitCodeOf(const DoctorReport &report);
+
+/// Without the notes.
+Findings damagesOf(const Findings &findings);
 
 /// A few lines for each finding; of many of one kind the first ones, and how many more there are.
 QStringList findingLines(const Findings &findings);

@@ -2,6 +2,7 @@
 
 #include "doctor/Checks.h"
 #include "errors/Propagate.h"
+#include "integrity/ManifestStore.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -133,6 +134,7 @@ Result<Examination> examine(const ResourceManagerSettings &settings,
     if (!all.databaseFailure.hasError())
         all.data = DataInventory::of(dataDirectory, all.snapshot.resources);
     all.staging = StagingPlace::readAll(dataDirectory);
+    all.manifestFailures = ManifestStore::forCache(dataDirectory).failures();
     const QStorageInfo volume(settings.cachePath.baseDirPath().toString());
     all.fileSystem = QString::fromLatin1(volume.fileSystemType());
     all.partitionSize = volume.bytesTotal();
@@ -176,6 +178,7 @@ Findings findingsOf(const Examination &all)
     }
     checks::place(all, findings);
     checks::lock(all, findings);
+    withdrawForbiddenRepairs(findings);
     return findings;
 }
 

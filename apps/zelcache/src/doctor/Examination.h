@@ -11,6 +11,7 @@
 #include "staging/StagingPlace.h"
 
 #include <QHash>
+#include <QMap>
 
 #include <chrono>
 
@@ -42,6 +43,7 @@ struct Examination
 
     DataInventory data;
     QList<StagingPlace> staging;
+    QMap<QString, Error> manifestFailures; ///< of what should be manifests, by path
     QHash<qint64, ProcessFacts> processes; ///< of the clients and of the lock, by number
     QHash<qint64, bool> hasCacheOpen; ///< of the clients, by number, as far as that can be seen
 

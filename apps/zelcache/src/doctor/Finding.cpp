@@ -24,6 +24,14 @@ constexpr auto error = Severity::Error;
 constexpr auto byRepair
     = QT_TRANSLATE_NOOP("zel::cli::Finding", "\"zelcache doctor --repair\" mends it.");
 
+constexpr auto notNow = QT_TRANSLATE_NOOP(
+    "zel::cli::Finding", "A repair leaves it alone as things are now; look again later.");
+
+constexpr auto afterTheOthers = QT_TRANSLATE_NOOP(
+    "zel::cli::Finding",
+    "Nothing is repaired as long as the database is damaged or the lock is stuck. Mend that first; "
+    "then \"zelcache doctor --repair\" mends this.");
+
 // Not "zelcache remove": the cache removes the folder around a resource.
 constexpr auto moveIt = QT_TRANSLATE_NOOP(
     "zel::cli::Finding",
@@ -55,6 +63,7 @@ constexpr std::array descriptions {
             "A newer program may know it. Otherwise \"zelcache get\" fetches the resource anew.") },
     FindingDescription { Kind::SizeDiffers, u"size-differs", warning, byRepair },
     FindingDescription { Kind::PathMoved, u"path-moved", error, byRepair },
+    FindingDescription { Kind::DataAside, u"data-aside", error, byRepair },
     FindingDescription { Kind::PathOutside, u"path-outside", error, moveIt },
     FindingDescription { Kind::PathInRoot, u"path-in-root", error, moveIt },
     FindingDescription { Kind::PathOtherSpelling, u"path-other-spelling", warning,
@@ -86,6 +95,11 @@ constexpr std::array descriptions {
         QT_TRANSLATE_NOOP("zel::cli::Finding",
                           "Give yourself the right to read it, or run the program as its owner.") },
     FindingDescription { Kind::StagingStale, u"staging-stale", warning, byRepair },
+    FindingDescription { Kind::ManifestBroken, u"manifest-broken", warning,
+                         QT_TRANSLATE_NOOP("zel::cli::Finding",
+                                           "A newer program may have written it. Otherwise remove "
+                                           "it: its resource can be verified "
+                                           "again once it is fetched anew.") },
     FindingDescription { Kind::ClientDead, u"client-dead", warning, byRepair },
     FindingDescription {
         Kind::ClientReused, u"client-reused", warning,
@@ -151,6 +165,12 @@ constexpr std::array descriptions {
         QT_TRANSLATE_NOOP("zel::cli::Finding", "Give each user a cache of his own.") },
 };
 
+bool forbidsRepair(const Finding &finding)
+{
+    return finding.kind == Kind::DatabaseUnreadable || finding.kind == Kind::DatabaseDamaged
+        || finding.kind == Kind::LockStuck;
+}
+
 } // namespace
 
 std::span<const FindingDescription> allFindingDescriptions()
@@ -166,9 +186,30 @@ const FindingDescription &descriptionOf(FindingKind kind)
     return *found;
 }
 
-QString remedyText(FindingKind kind)
+const char *const remedyWithoutTables = QT_TRANSLATE_NOOP(
+    "zel::cli::Finding",
+    "The database has no tables. If it was lost, put it back. If it is to be empty, open the cache "
+    "once, as \"zelcache get\" does: then \"zelcache doctor --repair\" removes it.");
+
+QString remedyText(const Finding &finding)
 {
-    return Texts::tr(descriptionOf(kind).remedy);
+    const char *remedy = descriptionOf(finding.kind).remedy;
+    if (finding.remedy)
+        remedy = finding.remedy;
+    else if (remedy == byRepair && !finding.repair)
+        remedy = notNow;
+    return Texts::tr(remedy);
+}
+
+void withdrawForbiddenRepairs(Findings &findings)
+{
+    if (std::none_of(findings.begin(), findings.end(), forbidsRepair))
+        return;
+    for (Finding &finding : findings) {
+        if (finding.repair)
+            finding.remedy = afterTheOthers;
+        finding.repair.reset();
+    }
 }
 
 QString severityText(Severity severity)

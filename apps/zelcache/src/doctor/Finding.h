@@ -25,6 +25,7 @@ enum class FindingKind {
     StatusUnknown,
     SizeDiffers,
     PathMoved,
+    DataAside,
     PathOutside,
     PathInRoot,
     PathOtherSpelling,
@@ -36,6 +37,7 @@ enum class FindingKind {
     Leftover,
     FolderUnreadable,
     StagingStale,
+    ManifestBroken,
     ClientDead,
     ClientReused,
     ClientSilent,
@@ -67,8 +69,6 @@ struct FindingDescription
 
 std::span<const FindingDescription> allFindingDescriptions();
 const FindingDescription &descriptionOf(FindingKind kind);
-/// What helps, in words.
-QString remedyText(FindingKind kind);
 /// "note", "warning" or "error", in every language.
 QString severityText(Severity severity);
 
@@ -79,6 +79,7 @@ struct RepairStep
     enum class Kind {
         OpenCache, ///< and close it, which takes the dead out; needs nothing of the rest
         EndFetch, ///< of `reference`
+        PutBack, ///< the data of `reference`, which a repair has moved aside to `path`
         FollowMove, ///< of `reference`, whose data has come to lie at `path`
         ForgetData, ///< of `reference`, which should be at `path`
         ClearMissing, ///< the data at `path`, which `reference` does not know any more
@@ -106,11 +107,20 @@ struct Finding
     QString subject; ///< what it concerns: a reference, a path, a process; may be empty
     QString explanation; ///< a sentence
     std::optional<RepairStep> repair; ///< empty if no operation of the library helps
+    const char *remedy = nullptr; ///< in English, instead of that of its kind
 
     Severity severity() const { return descriptionOf(kind).severity; }
     bool isDamage() const { return severity() != Severity::Note; }
 };
 
 using Findings = QList<Finding>;
+
+/// What helps, in words. It never sends anybody to a repair that will not be done.
+QString remedyText(const Finding &finding);
+/// Some damages forbid all repairs: then none is offered for the others.
+void withdrawForbiddenRepairs(Findings &findings);
+
+/// Of a database without tables, which nobody may take for an empty cache.
+extern const char *const remedyWithoutTables;
 
 } // namespace zel::cli

@@ -60,9 +60,15 @@ void checkBeside(const Examination &all, Findings &findings)
     };
     const LockFacts &lock = all.lock;
     const auto holder = lock.directory.holder;
-    if (!lock.directory.isHeld || !holder || !isFree(lock.before) || !isFree(lock.after)
-        || lock.before.lastProcess != lock.after.lastProcess || lock.after.lastProcess == *holder)
+    if (!lock.directory.isHeld || !isFree(lock.before) || !isFree(lock.after)
+        || lock.before.lastProcess != lock.after.lastProcess || lock.after.lastProcess == holder)
         return;
+    if (!holder) {
+        // It may be the last one that had the semaphore: no damage as far as can be seen.
+        add(findings, FindingKind::LockHeld, all.settings.cachePath.baseDirPath(),
+            Texts::tr("The base directory is locked, by whom cannot be seen."));
+        return;
+    }
     add(findings, FindingKind::LockBeside, u"process %1"_s.arg(*holder),
         Texts::tr(
             "The base directory is locked by %1, but not through the lock \"%2\" of this program.")

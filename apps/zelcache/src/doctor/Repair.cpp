@@ -2,15 +2,18 @@
 
 #include "ResourceCache.h"
 #include "ResourceRetrieveHandle.h"
+#include "doctor/AsideName.h"
 #include "doctor/UnclaimedData.h"
 #include "errors/Propagate.h"
 #include "files/FileUtilsGeneric.h"
 #include "platform/TreeRemoval.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFileInfo>
 
 #include <algorithm>
+#include <utility>
 
 namespace zel::cli {
 
@@ -21,18 +24,6 @@ struct Texts
     Q_DECLARE_TR_FUNCTIONS(zel::cli::Repair)
 };
 
-bool forbidsRepair(const Finding &finding)
-{
-    switch (finding.kind) {
-    case FindingKind::DatabaseUnreadable:
-    case FindingKind::DatabaseDamaged:
-    case FindingKind::LockStuck:
-        return true;
-    default:
-        return false;
-    }
-}
-
 Error failed(const QString &text)
 {
     return Error(ErrorCode::OperationFailed, text);
@@ -42,10 +33,10 @@ Error failed(const QString &text)
 
 RepairPlan planOf(const Findings &findings)
 {
-    if (std::any_of(findings.begin(), findings.end(), forbidsRepair))
-        return {};
     RepairPlan plan;
-    for (const Finding &finding : findings) {
+    Findings mendable = findings;
+    withdrawForbiddenRepairs(mendable);
+    for (const Finding &finding : std::as_const(mendable)) {
         if (finding.repair)
             plan.append(*finding.repair);
     }
@@ -65,6 +56,9 @@ QString stepText(const RepairStep &step)
         return Texts::tr("Open the cache, which takes out the dead and what they left.");
     case Kind::EndFetch:
         return Texts::tr("Set \"%1\" to Missing: nobody fetches it.").arg(step.reference);
+    case Kind::PutBack:
+        return Texts::tr("Move \"%1\" back to where it was: \"%2\" lies there.")
+            .arg(step.path, step.reference);
     case Kind::FollowMove:
         return Texts::tr("Set the path of \"%1\" to \"%2\": its data lies there.")
             .arg(step.reference, step.path);
@@ -87,10 +81,11 @@ QString stepText(const RepairStep &step)
 }
 
 Repair::Repair(ResourceCache *cache, const ResourceManagerSettings &settings,
-               std::chrono::milliseconds minimumAge)
+               std::chrono::milliseconds minimumAge, IsInterrupted isInterrupted)
     : cache(cache)
     , settings(settings)
     , minimumAge(minimumAge)
+    , isInterrupted(std::move(isInterrupted))
 {
 }
 
@@ -99,6 +94,8 @@ QList<RepairOutcome> Repair::run(const RepairPlan &plan)
     QList<RepairOutcome> outcomes;
     QStringList unclaimed;
     for (const RepairStep &step : plan) {
+        if (isInterrupted())
+            break;
         outcomes.append({ step, run(step) });
         if (step.kind == RepairStep::Kind::RemoveData)
             unclaimed.append(step.path);
@@ -106,10 +103,15 @@ QList<RepairOutcome> Repair::run(const RepairPlan &plan)
     if (unclaimed.isEmpty())
         return outcomes;
     // They are the last ones of the plan.
-    const QList<Error> removals = removeUnclaimed(unclaimed, settings, minimumAge);
+    const QList<Error> removals = removeUnclaimed(unclaimed, settings, minimumAge, isInterrupted);
     const qsizetype first = outcomes.size() - unclaimed.size();
     for (qsizetype i = 0; i < removals.size(); ++i)
         outcomes[first + i].failure = removals.at(i);
+    // They lie where they were.
+    outcomes.removeIf([](const RepairOutcome &outcome) {
+        return outcome.step.kind == RepairStep::Kind::RemoveData
+            && outcome.failure.errorCode() == ErrorCode::Canceled;
+    });
     return outcomes;
 }
 
@@ -121,6 +123,8 @@ Error Repair::run(const RepairStep &step)
         break;
     case Kind::EndFetch:
         return ZEL_PASS(endFetch(step));
+    case Kind::PutBack:
+        return ZEL_PASS(putBack(step));
     case Kind::FollowMove:
         return ZEL_PASS(followMove(step));
     case Kind::ForgetData:
@@ -154,6 +158,15 @@ Error Repair::endFetch(const RepairStep &step)
         return {};
     return ZEL_PASS(
         fetch.finalizeRetrieve(Error(ErrorCode::Canceled, Texts::tr("nobody fetches it"))));
+}
+
+/// Several resources can have been in one folder: the first one's step brings it back for all.
+Error Repair::putBack(const RepairStep &step)
+{
+    const QString former = AsideName::formerPath(step.path);
+    if (QFileInfo::exists(former) || QDir().rename(step.path, former))
+        return {};
+    return failed(Texts::tr("\"%1\" cannot be moved back.").arg(step.path));
 }
 
 /// Only for a resource that leads to nothing still; the lock is not held in between, but whoever

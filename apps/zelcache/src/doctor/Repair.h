@@ -35,16 +35,20 @@ QString stepText(const RepairStep &step);
 class Repair
 {
 public:
+    /// Asked before each step and each removal; true ends the repair with all data at its place.
+    using IsInterrupted = std::function<bool()>;
+
     /// Borrows the cache. OpenCache is done by whoever has opened it.
     Repair(ResourceCache *cache, const ResourceManagerSettings &settings,
-           std::chrono::milliseconds minimumAge);
+           std::chrono::milliseconds minimumAge, IsInterrupted isInterrupted);
 
-    /// Waits for the cache's lock where it has to. Gives an outcome for each step.
+    /// Waits for the cache's lock where it has to. Gives an outcome for each step that was begun.
     QList<RepairOutcome> run(const RepairPlan &plan);
 
 private:
     Error run(const RepairStep &step);
     Error endFetch(const RepairStep &step);
+    static Error putBack(const RepairStep &step);
     Error followMove(const RepairStep &step);
     Error forgetData(const RepairStep &step);
     Error clearMissing(const RepairStep &step);
@@ -53,6 +57,7 @@ private:
     ResourceCache *cache;
     ResourceManagerSettings settings;
     std::chrono::milliseconds minimumAge;
+    IsInterrupted isInterrupted;
 };
 
 } // namespace zel::cli

@@ -33,6 +33,7 @@ private:
     void checkPlace(const Resource &resource, const QByteArray &path);
     void checkSize(const Resource &resource, const QByteArray &path);
     bool wasMoved(const Resource &resource);
+    bool wasMovedAside(const Resource &resource, const QByteArray &path);
     bool isThere(const Resource &resource, const QByteArray &path) const;
 
     const Examination &all;
@@ -106,6 +107,8 @@ void RowChecks::checkReady(const Resource &resource)
     if (path.isEmpty() && wasMoved(resource))
         return;
     checkPlace(resource, path);
+    if (wasMovedAside(resource, path))
+        return;
     if (!isThere(resource, path)) {
         add(FindingKind::RowWithoutData, resource,
             Texts::tr("It is Ready, but there is nothing at \"%1\".").arg(resource.path),
@@ -127,6 +130,22 @@ bool RowChecks::wasMoved(const Resource &resource)
                       Texts::tr("There is nothing at \"%1\", but its data lies at \"%2\".")
                           .arg(resource.path, path),
                       RepairStep { RepairStep::Kind::FollowMove, resource.reference, path } });
+    return true;
+}
+
+/// A repair was interrupted that had taken it for nobody's.
+bool RowChecks::wasMovedAside(const Resource &resource, const QByteArray &path)
+{
+    const QByteArray aside = all.data.asideFor(path);
+    if (aside.isEmpty() || isThere(resource, path))
+        return false;
+    const QString asidePath = all.data.places().pathTo(aside);
+    findings.append(
+        { FindingKind::DataAside, resource.reference,
+          Texts::tr("There is nothing at \"%1\", but a repair that was interrupted has moved its "
+                    "data to \"%2\".")
+              .arg(resource.path, asidePath),
+          RepairStep { RepairStep::Kind::PutBack, resource.reference, asidePath } });
     return true;
 }
 

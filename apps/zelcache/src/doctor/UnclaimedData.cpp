@@ -1,5 +1,6 @@
 #include "doctor/UnclaimedData.h"
 
+#include "doctor/AsideName.h"
 #include "doctor/Examination.h"
 #include "errors/Propagate.h"
 #include "platform/TreeRemoval.h"
@@ -8,7 +9,6 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
-#include <QUuid>
 
 #include <algorithm>
 #include <vector>
@@ -97,6 +97,13 @@ private:
     std::vector<QByteArray> claimed; ///< sorted
 };
 
+/// What an interrupted repair has moved aside keeps its former name.
+QString asidePathFor(const QString &path)
+{
+    const QString former = AsideName::formerPath(path);
+    return AsideName::pathFor(former.isEmpty() ? path : former);
+}
+
 void moveAside(const Examination &before, const Claims &claims, Candidate &candidate)
 {
     const auto entry = entryAt(candidate.path);
@@ -107,8 +114,7 @@ void moveAside(const Examination &before, const Claims &claims, Candidate &candi
         return;
     }
     candidate.newestChange = entry->newestChange;
-    candidate.aside = QFileInfo(candidate.path).path() + u"/.unclaimed-"_s
-        + QUuid::createUuid().toString(QUuid::Id128);
+    candidate.aside = asidePathFor(candidate.path);
     if (QDir().rename(candidate.path, candidate.aside))
         return;
     candidate.aside.clear();
@@ -145,13 +151,22 @@ void restoreWith(const Error &failure, Candidate &candidate)
     restore(candidate);
 }
 
-QList<Candidate> movedAside(const QStringList &paths, const Examination &before)
+Error interrupted()
+{
+    return Error(ErrorCode::Canceled, Texts::tr("It was interrupted."));
+}
+
+QList<Candidate> movedAside(const QStringList &paths, const Examination &before,
+                            const std::function<bool()> &isInterrupted)
 {
     const Claims claims(before);
     QList<Candidate> candidates;
     for (const QString &path : paths) {
         candidates.append({ path, {}, 0, {} });
-        moveAside(before, claims, candidates.last());
+        if (isInterrupted())
+            candidates.last().failure = interrupted();
+        else
+            moveAside(before, claims, candidates.last());
     }
     return candidates;
 }
@@ -159,20 +174,23 @@ QList<Candidate> movedAside(const QStringList &paths, const Examination &before)
 } // namespace
 
 QList<Error> removeUnclaimed(const QStringList &paths, const ResourceManagerSettings &settings,
-                             std::chrono::milliseconds minimumAge)
+                             std::chrono::milliseconds minimumAge,
+                             const std::function<bool()> &isInterrupted)
 {
     const auto before = examineRows(settings, minimumAge);
     if (!before.hasValue())
         return QList<Error>(paths.size(), before.error());
-    QList<Candidate> candidates = movedAside(paths, before.value());
+    QList<Candidate> candidates = movedAside(paths, before.value(), isInterrupted);
     const auto after = examineRows(settings, minimumAge);
     const Claims claims(after.hasValue() ? after.value() : before.value());
     QList<Error> outcomes;
     for (Candidate &candidate : candidates) {
-        if (after.hasValue())
-            removeOrRestore(claims, candidate);
-        else
+        if (!after.hasValue())
             restoreWith(after.error(), candidate);
+        else if (isInterrupted())
+            restoreWith(interrupted(), candidate);
+        else
+            removeOrRestore(claims, candidate);
         outcomes.append(candidate.failure);
     }
     return outcomes;

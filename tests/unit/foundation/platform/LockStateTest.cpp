@@ -12,8 +12,12 @@
 #include <QSystemSemaphore>
 #include <QTemporaryDir>
 
+#include <array>
 #include <future>
 
+#include <pwd.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace zel;
@@ -105,6 +109,32 @@ TEST(ProcessFactsTest, hasOpen_fileOfThisProcess_isFoundUnderAnyPath)
     EXPECT_EQ(ProcessFacts::hasOpen(::getpid(), path), false);
     EXPECT_EQ(ProcessFacts::hasOpen(::getpid(), folder.filePath(u"none"_s)), std::nullopt);
     EXPECT_EQ(ProcessFacts::hasOpen(2'147'483'000, path), std::nullopt);
+}
+
+TEST(ProcessFactsTest, of_processThatNobodyMayLookInto_namesItsUserAllTheSame)
+{
+    std::array<int, 2> told {};
+    std::array<int, 2> end {};
+    ASSERT_EQ(::pipe(told.data()), 0);
+    ASSERT_EQ(::pipe(end.data()), 0);
+    constexpr uid_t nobody = 65534;
+    const uid_t user = ::geteuid() == 0 ? nobody : ::geteuid();
+    const pid_t child = ::fork();
+    char byte = 0;
+    if (child == 0) {
+        ::close(end[1]);
+        const bool isReady = ::setresuid(user, user, user) == 0 && ::prctl(PR_SET_DUMPABLE, 0) == 0;
+        byte = isReady ? 'y' : 'n';
+        ::_exit(::write(told[1], &byte, 1) == 1 && ::read(end[0], &byte, 1) == 0 ? 0 : 1);
+    }
+    ASSERT_EQ(::read(told[0], &byte, 1), 1);
+    ASSERT_EQ(byte, 'y');
+    const ProcessFacts facts = ProcessFacts::of(child);
+    const struct passwd *entry = ::getpwuid(user);
+    EXPECT_EQ(facts.user, entry ? QString::fromLocal8Bit(entry->pw_name) : QString::number(user));
+    for (const int descriptor : { end[1], end[0], told[0], told[1] })
+        ::close(descriptor);
+    EXPECT_EQ(::waitpid(child, nullptr, 0), child);
 }
 
 TEST(ProcessFactsTest, of_processThatIsNotThere_doesNotExist)

@@ -7,6 +7,8 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <limits>
+
 using namespace zel;
 using namespace zel::cli;
 using namespace zel::test;
@@ -220,6 +222,50 @@ TEST_F(DoctorChecksTest, mayBeClaimed_runningFetch_claimsWhatIsNewerThanItsProce
     EXPECT_TRUE(all.mayBeClaimed(entry));
 }
 
+TEST_F(DoctorChecksTest, database_sizesBeyondAllNumbers_areADifference)
+{
+    all.condition.metadataRows = 1;
+    all.condition.journalMode = u"wal"_s;
+    ResourceCacheReader::Resource row;
+    row.size = std::numeric_limits<qint64>::max() - 1;
+    all.snapshot.resources = { row, row };
+    all.snapshot.currentSize = -4; // what the sum wraps around to
+    EXPECT_EQ(found(checks::database), Kinds { FindingKind::SumDiffers });
+}
+
+TEST_F(DoctorChecksTest, lock_directoryHeldByWhoCannotBeSeen_isANote)
+{
+    all.lock.directory.isHeld = true;
+    Findings findings;
+    checks::lock(all, findings);
+    ASSERT_EQ(kindsOf(findings), Kinds { FindingKind::LockHeld });
+    EXPECT_TRUE(findings.first().explanation.contains(u"by whom cannot be seen"_s));
+    all.lock.directory.holder = 4711;
+    EXPECT_EQ(found(checks::lock), Kinds { FindingKind::LockBeside });
+}
+
+TEST_F(DoctorChecksTest, withdrawForbiddenRepairs_stuckLock_offersNoRepairOfTheOthers)
+{
+    const RepairStep open { RepairStep::Kind::OpenCache, {}, {} };
+    Findings findings { { FindingKind::ClientDead, u"process 1"_s, {}, open } };
+    withdrawForbiddenRepairs(findings);
+    EXPECT_TRUE(findings.first().repair);
+    EXPECT_TRUE(remedyText(findings.first()).contains(u"--repair"_s));
+    findings.append({ FindingKind::LockStuck, u"process 2"_s, {}, {} });
+    withdrawForbiddenRepairs(findings);
+    EXPECT_FALSE(findings.first().repair);
+    EXPECT_TRUE(remedyText(findings.first()).startsWith(u"Nothing is repaired as long as"_s));
+}
+
+TEST_F(DoctorChecksTest, remedyText_findingThatIsNotRepaired_sendsNobodyToTheRepair)
+{
+    for (const FindingDescription &description : allFindingDescriptions()) {
+        const Finding finding { description.kind, {}, {}, {} };
+        EXPECT_FALSE(remedyText(finding) == u"\"zelcache doctor --repair\" mends it."_s)
+            << description.id.toString().toStdString();
+    }
+}
+
 TEST_F(DoctorChecksTest, planOf_equalSteps_areDoneOnceAndInOrder)
 {
     const RepairStep open { RepairStep::Kind::OpenCache, {}, {} };
@@ -260,6 +306,6 @@ TEST(FindingTest, allFindingDescriptions_everyId_standsOnceInTheDocument)
                   1)
             << description.id.toString().toStdString();
         EXPECT_EQ(descriptionOf(description.kind).id, description.id);
-        EXPECT_FALSE(remedyText(description.kind).isEmpty());
+        EXPECT_FALSE(remedyText(Finding { description.kind, {}, {}, {} }).isEmpty());
     }
 }
