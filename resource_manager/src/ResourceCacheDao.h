@@ -210,6 +210,8 @@ public:
     Error deleteRetrievingTask(const QString &reference);
     /// Whether some client has reported a progress for the resource.
     Result<bool> retrieveInProgress(const QString &reference) const;
+    /// The same, by a client that is not this one.
+    Result<bool> retrieveInProgressElsewhere(const QString &reference) const;
     /// The progress that some client has reported; empty if none has.
     Result<std::optional<int>> readProgress(const QString &reference);
     /// Reports the progress of this client's task, or takes it back; without a task it does

@@ -328,6 +328,25 @@ Result<bool> ResourceCacheDao::retrieveInProgress(const QString &reference) cons
     return query.value(0).toInt() > 0;
 }
 
+Result<bool> ResourceCacheDao::retrieveInProgressElsewhere(const QString &reference) const
+{
+    const auto sql = u"SELECT COUNT(1) FROM AcquiringTasks at "
+                     "WHERE (at.progress IS NOT NULL) AND at.clientId != ? AND at.resourceId = "
+                     "(SELECT id FROM CachedResources WHERE reference = ?)"_s;
+
+    Error error;
+    QSqlQuery query = newQuery();
+    ZEL_TRY(error, db::qPrepare(query, sql));
+    query.addBindValue(clientId);
+    query.addBindValue(bindable(reference));
+    ZEL_TRY(error, db::qExec(query));
+    if (!query.next()) {
+        return ZEL_ERROR(ErrorCode::OperationFailed,
+                         tr("Unable to get necessary data from database."));
+    }
+    return query.value(0).toInt() > 0;
+}
+
 Result<std::optional<int>> ResourceCacheDao::readProgress(const QString &reference)
 {
     const auto sql = u"SELECT at.progress FROM AcquiringTasks at "

@@ -43,7 +43,7 @@ Error ResourceCache::Private::finalizeRetrieve(const QString &reference, const U
 {
     // Its owner reports the failure itself; here it only decides the status.
     if (retrieveError.hasError())
-        return ZEL_PASS(saveStatus(reference, ResourceStatus::Missing));
+        return ZEL_PASS(giveUpRetrieve(reference));
 
     Error error;
     if (!QFileInfo::exists(path.toString())) {
@@ -56,6 +56,18 @@ Error ResourceCache::Private::finalizeRetrieve(const QString &reference, const U
     ZEL_TRY(error, updateVersion(reference, version));
     ZEL_TRY(error, saveStatus(reference, ResourceStatus::Ready));
     return error;
+}
+
+/// Process A fetches and is taken for dead; process B fetches too; then A fails. What B has
+/// published may be in use by now, and what B still fetches is no leftover: others would clear
+/// either away if they found the resource Missing.
+Error ResourceCache::Private::giveUpRetrieve(const QString &reference)
+{
+    ZEL_TRY_LET(const ResourceStatus status, loadStatus(reference));
+    ZEL_TRY_LET(const bool isFetched, dao->retrieveInProgressElsewhere(reference));
+    if (status == ResourceStatus::Ready || isFetched)
+        return Error();
+    return ZEL_PASS(saveStatus(reference, ResourceStatus::Missing));
 }
 
 Result<bool> ResourceCache::Private::retrieveInProgress(const QString &reference) const

@@ -115,6 +115,7 @@ public:
     Result<ResourceRetrieveHandle::ProgressAndStatus> readProgress(const QString &reference) const;
     Error finalizeRetrieve(const QString &reference, const UnknownPath &path,
                            const QVersionNumber &version, const Error &retrieveError);
+    Error giveUpRetrieve(const QString &reference);
     Result<bool> retrieveInProgress(const QString &reference) const;
     Error updateProgress(const QString &reference, std::optional<int> progress);
     Error addRetrievingTask(const QString &reference);

@@ -317,6 +317,24 @@ TEST_F(ResourceRetrieveHandleTest, tryStartRetrieve_afterCleanupRemovedTheRow_fe
     EXPECT_FALSE(handle->saveProgress(10).hasError());
 }
 
+TEST_F(ResourceRetrieveHandleTest, finalizeRetrieve_failedButFetchedByAnother_leavesTheStatus)
+{
+    const auto late = handleOf(cache);
+    ASSERT_TRUE(late->tryStartRetrieve().value());
+    database().run(u"DELETE FROM AcquiringTasks"_s); // taken for dead
+    const auto other = otherClient();
+    const auto next = handleOf(*other);
+    ASSERT_TRUE(next->tryStartRetrieve().value());
+    EXPECT_FALSE(late->finalizeRetrieve(Error(1)).hasError());
+    EXPECT_EQ(status(), u"Acquiring"_s);
+
+    writeFile(dataPath(u"s/a/f"_s), "data");
+    ASSERT_FALSE(next->finalizeRetrieve(Error()).hasError());
+    ASSERT_FALSE(next->removeTaskFromDatabase().hasError());
+    EXPECT_FALSE(late->finalizeRetrieve(Error(1)).hasError());
+    EXPECT_EQ(status(), u"Ready"_s);
+}
+
 TEST_F(ResourceRetrieveHandleTest, finalizeRetrieve_cacheMovedMeanwhile_failsAndLeavesTheOtherCache)
 {
     const auto handle = handleOf(cache);
