@@ -31,8 +31,9 @@ bool isAcquiredData(const QString &entry)
 
 } // namespace
 
-FormatDetectorAgilent::FormatDetectorAgilent()
+FormatDetectorAgilent::FormatDetectorAgilent(int mostEntries)
     : FormatDetectorSimple(VendorDataFormat::AgilentAcqData, true, u".d"_s, u"Agilent"_s)
+    , mostEntries(mostEntries)
 {
 }
 
@@ -43,7 +44,7 @@ QSet<VendorDataFormat> FormatDetectorAgilent::detectFormat(const QString &path) 
 
     // Following links, the iterator remembers the real path of each folder and enters none twice.
     QDirIterator entries(path, QDirIterator::FollowSymlinks | QDirIterator::Subdirectories);
-    while (entries.hasNext()) {
+    for (int count = 0; count < mostEntries && entries.hasNext(); ++count) {
         if (isAcquiredData(entries.next()))
             return supportedFormats();
     }

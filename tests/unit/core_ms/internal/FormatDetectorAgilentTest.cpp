@@ -147,6 +147,14 @@ TEST(FormatDetectorAgilentTest, detectFormat_circleOutsideTheFolder_ends)
     EXPECT_EQ(detected(folder), nothing);
 }
 
+TEST(FormatDetectorAgilentTest, detectFormat_moreEntriesThanAnyData_givesUp)
+{
+    const MarkerTree tree;
+    const QString folder = tree.makeFolder(u"a.d"_s, { u"sub/deeper/b.d/AcqData/"_s });
+    EXPECT_EQ(sorted(FormatDetectorAgilent(1).detectFormat(folder)), nothing);
+    EXPECT_EQ(sorted(FormatDetectorAgilent(1000).detectFormat(folder)), agilent);
+}
+
 TEST(FormatDetectorAgilentTest, matchesByName_dInAnyCase_needsNoFolder)
 {
     const FormatDetectorAgilent detector;
