@@ -2,6 +2,7 @@
 
 #include "CacheRows.h"
 #include "ReadingConnection.h"
+#include "database/DatabaseHelpers.h"
 #include "errors/Propagate.h"
 
 #include <QFileInfo>
@@ -138,7 +139,7 @@ Result<Value> readBegun(const ReadingConnection &connection, const QSqlError &fa
         return ZEL_PASS(notACache(path));
     return ZEL_ERROR(ErrorCode::OperationFailed,
                      ResourceCacheReader::tr("Unable to read the cache database \"%1\": %2")
-                         .arg(path, failure.text()));
+                         .arg(path, db::driverText(failure)));
 }
 
 /// A reader of a file with a write-ahead log needs files beside it. It cannot have them if they are

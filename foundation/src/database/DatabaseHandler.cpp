@@ -22,7 +22,7 @@ Error DatabaseHandler::beginTransaction()
 {
     // Why the file could not be opened says more than that it is not open.
     if (!database->isOpen() && database->lastError().isValid())
-        return ZEL_ERROR(ErrorCode::OperationFailed, database->lastError().text());
+        return ZEL_ERROR(ErrorCode::OperationFailed, db::driverText(database->lastError()));
 
     const quint64 transaction = lastTransaction + 1;
     const bool isOutermost = openTransactions.isEmpty();

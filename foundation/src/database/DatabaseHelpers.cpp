@@ -1,6 +1,7 @@
 #include "database/DatabaseHelpers.h"
 
 #include "errors/Propagate.h"
+#include "references/ResourceReferenceUtils.h"
 
 #include <QCoreApplication>
 #include <QSqlDatabase>
@@ -23,7 +24,7 @@ constexpr int settingsTimeoutMs = 1'000;
 
 Error failure(const QSqlError &error)
 {
-    const QString text = error.text().trimmed();
+    const QString text = driverText(error).trimmed();
     return Error(ErrorCode::OperationFailed,
                  text.isEmpty() ? QCoreApplication::translate("zel::db", "Database is not open.")
                                 : text);
@@ -96,6 +97,14 @@ Error qExec(QSqlQuery &query, const char *file, int line)
 Error checkReadToEnd(const QSqlQuery &query)
 {
     return query.lastError().isValid() ? ZEL_PASS(failure(query.lastError())) : Error();
+}
+
+QString driverText(const QSqlError &error)
+{
+    const QString text = error.text();
+    return ResourceReferenceUtils::hasControlCharacters(text)
+        ? ResourceReferenceUtils::printable(text)
+        : text;
 }
 
 } // namespace zel::db

@@ -4,6 +4,7 @@
 
 QT_BEGIN_NAMESPACE
 class QSqlDatabase;
+class QSqlError;
 class QSqlQuery;
 QT_END_NAMESPACE
 
@@ -29,5 +30,8 @@ Error qExec(QSqlQuery &query, const char *file = nullptr, int line = 0);
 /// Once next() has answered false: success after the last row, or the failure that ended the
 /// reading before it, as in a damaged file. A list is whole only after this.
 Error checkReadToEnd(const QSqlQuery &query);
+
+/// The driver's text as a message may show it: it quotes what a damaged file says.
+QString driverText(const QSqlError &error);
 
 } // namespace zel::db

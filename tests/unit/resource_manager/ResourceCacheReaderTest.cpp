@@ -286,6 +286,21 @@ TEST_F(ResourceCacheReaderTest, read_damagedInTheMiddle_failsInsteadOfGivingLess
 
 // ---- Where nothing may be written
 
+TEST_F(ResourceCacheReaderTest, read_damagedNameOfATable_isToldWithoutControlCharacters)
+{
+    const QString damaged = cache.outside(u"damaged.db"_s);
+    {
+        CacheDatabase file(damaged);
+        file.run(u"CREATE TABLE CachedResources (id INTEGER)"_s);
+        file.run(u"PRAGMA writable_schema = 1"_s);
+        file.run(u"UPDATE sqlite_master SET name = ?, sql = 'CREATE'"_s,
+                 { u"Cached\u001b[31mResources"_s });
+    }
+    const Error error = ResourceCacheReader(damaged).read().error();
+    EXPECT_TRUE(error.errorMessage().contains(u"Cached\\u{1b}[31mResources"_s))
+        << qPrintable(error.errorMessage());
+}
+
 TEST_F(ResourceCacheReaderTest, read_folderNotWritable_readsTheFileAlone)
 {
     makeReadOnlyCache();

@@ -81,6 +81,15 @@ TEST_F(DatabaseHelpersTest, qPrepare_unknownTable_failsWithTheDriversText)
     EXPECT_TRUE(error.trail().isEmpty());
 }
 
+TEST_F(DatabaseHelpersTest, qPrepare_driverQuotesControlCharacters_areEscaped)
+{
+    ASSERT_FALSE(open().hasError());
+    QSqlQuery query(database);
+    const Error error = db::qPrepare(query, u"SELECT 1 FROM \"No\u001b\u0093where\""_s);
+    EXPECT_TRUE(error.errorMessage().contains(u"no such table: No\\u{1b}\\u{93}where"_s))
+        << qPrintable(error.errorMessage());
+}
+
 TEST_F(DatabaseHelpersTest, qPrepare_withPlace_isStampedWithIt)
 {
     ASSERT_FALSE(open().hasError());
