@@ -35,6 +35,15 @@ QString placeOf(const QString &name)
     return isUsable ? path : QString();
 }
 
+/// Links lead to devices and to places in the folder. One to all of the machine would only take
+/// time.
+QString targetOf(const QString &target, const QString &folder)
+{
+    const QString place = QDir::cleanPath(QDir(folder).absoluteFilePath(target));
+    return place.startsWith(pathOf({})) || place.startsWith(u"/dev/"_s) ? target
+                                                                        : pathOf(u"outside.d"_s);
+}
+
 void makeEntry(const QByteArray &line)
 {
     const QString name = QString::fromUtf8(line.mid(2)).section(u' ', 0, 0);
@@ -50,7 +59,7 @@ void makeEntry(const QByteArray &line)
     else if (line.startsWith("f ") && !QFileInfo::exists(path))
         writeFile(path, rest.toUtf8());
     else if (line.startsWith("l "))
-        QFile::link(rest, path);
+        QFile::link(targetOf(rest, folder), path);
     else if (line.startsWith("p "))
         ::mkfifo(QFile::encodeName(path).constData(), 0600);
 }
