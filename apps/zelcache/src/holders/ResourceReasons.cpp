@@ -198,9 +198,9 @@ QJsonValue placeJson(const std::optional<Place> &place)
                          { u"bytesBefore"_s, place->bytesBefore } };
 }
 
-QJsonValue versionJson(const std::optional<QVersionNumber> &version)
+QJsonValue versionJson(const QVersionNumber &version)
 {
-    return version && !version->isNull() ? QJsonValue(version->toString()) : QJsonValue();
+    return version.isNull() ? QJsonValue() : QJsonValue(version.toString());
 }
 
 } // namespace
@@ -253,7 +253,7 @@ QJsonObject resourceReasonsJson(const ResourceReasons &reasons)
              { u"lastWriter"_s, programJson(reasons.lastWriter) },
              { u"cleanupPolicy"_s, toText(resource.policy) },
              { u"version"_s, versionJson(resource.version) },
-             { u"declaredVersion"_s, versionJson(reasons.declared) },
+             { u"declaredVersion"_s, versionJson(reasons.declared.value_or(QVersionNumber())) },
              { u"outdated"_s, outdated },
              { u"purgePlace"_s, placeJson(reasons.place) },
              { u"holders"_s, holdersJson(reasons.holders) } };
