@@ -10,10 +10,11 @@ namespace {
 
 const auto fragmentMark = u'#';
 
-/// The text with the slashes of its path that mean nothing left out.
-QString withPlainSlashes(const QString &text)
+/// The text with the slashes of its path that mean nothing left out. What is shown to people has no
+/// fragment: a mark in it belongs to a name.
+QString withPlainSlashes(const QString &text, bool forDisplay)
 {
-    const qsizetype hash = text.indexOf(fragmentMark);
+    const qsizetype hash = forDisplay ? -1 : text.indexOf(fragmentMark);
     const QString before = hash < 0 ? text : text.left(hash);
     const qsizetype start = before.indexOf(u"://"_s) + 3;
     const qsizetype pathStart = before.indexOf(u'/', start);
@@ -54,7 +55,7 @@ Result<QSharedPointer<ResourceReference>> DavReference::parse(const QString &tex
 QString DavReference::referenceText(bool forDisplay) const
 {
     // "http" becomes "dav" and "https" becomes "davs".
-    return u"dav"_s + withPlainSlashes(address->referenceText(forDisplay)).mid(4);
+    return u"dav"_s + withPlainSlashes(address->referenceText(forDisplay), forDisplay).mid(4);
 }
 
 std::optional<QString> DavReference::referencePath() const

@@ -69,6 +69,12 @@ TEST(DavReference, referenceText_forPeople_isDecoded)
     EXPECT_EQ(parsed(u"dav://host/"_s)->fileName(), u"host"_s);
 }
 
+TEST(DavReference, referenceText_forPeopleWithAMarkInAName_isTheSameForEverySpelling)
+{
+    for (const QString &text : { u"dav://host/a%23b/c"_s, u"dav://host/a%23b//c/"_s })
+        EXPECT_EQ(parsed(text)->referenceText(true), u"dav://host/a#b/c"_s) << text.toStdString();
+}
+
 TEST(DavReference, parse_noAddress_isBadArgument)
 {
     for (const QString &text :
