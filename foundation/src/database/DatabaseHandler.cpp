@@ -24,6 +24,7 @@ Error DatabaseHandler::beginTransaction()
     if (!database->isOpen() && database->lastError().isValid())
         return ZEL_ERROR(ErrorCode::OperationFailed, db::driverText(database->lastError()));
 
+    endLeftTransaction();
     const quint64 transaction = lastTransaction + 1;
     const bool isOutermost = openTransactions.isEmpty();
     Error error;
@@ -50,7 +51,9 @@ Error DatabaseHandler::rollbackTransaction()
 {
     if (openTransactions.size() <= 1) {
         openTransactions.clear();
-        return ZEL_PASS(run(u"ROLLBACK"_s));
+        const Error error = ZEL_PASS(run(u"ROLLBACK"_s));
+        isLeftOpen = error.hasError();
+        return error;
     }
     const QString name = nameOf(openTransactions.takeLast());
     Error error;
@@ -58,6 +61,15 @@ Error DatabaseHandler::rollbackTransaction()
     // Going back to a savepoint leaves it open.
     ZEL_TRY(error, run(u"RELEASE "_s + name));
     return error;
+}
+
+void DatabaseHandler::endLeftTransaction()
+{
+    if (!isLeftOpen || !openTransactions.isEmpty())
+        return;
+    // Often SQLite has undone it already; then there is none, which is as good.
+    ZEL_IGNORE(run(u"ROLLBACK"_s));
+    isLeftOpen = false;
 }
 
 quint64 DatabaseHandler::currentTransaction() const

@@ -38,12 +38,16 @@ public:
     bool isTransactionOpen(quint64 transaction) const;
 
 private:
+    /// One whose rollback has failed would let every further beginning fail, and keep all other
+    /// processes locked out.
+    void endLeftTransaction();
     Error run(const QString &sql);
     static QString nameOf(quint64 transaction);
 
     QSqlDatabase *database;
     QList<quint64> openTransactions; ///< outermost first
     quint64 lastTransaction = 0;
+    bool isLeftOpen = false;
 };
 
 } // namespace zel
