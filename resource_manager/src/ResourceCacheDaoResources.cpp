@@ -189,10 +189,11 @@ Error ResourceCacheDao::updateResourceSize(int id, qint64 size)
 {
     Error error;
     ZEL_TRY(error, beginTransaction());
-    // Commits on every way out.
     const TransactionGuard guard(databaseHandler.get());
     QSqlQuery query = newQuery();
-    return ZEL_PASS(updateResourceSize(query, id, size));
+    ZEL_TRY(error, updateResourceSize(query, id, size));
+    query.finish();
+    return ZEL_PASS(databaseHandler->commitTransaction());
 }
 
 Error ResourceCacheDao::updateResourceSize(TransactionContext *context, int id, qint64 size)
@@ -208,14 +209,14 @@ Error ResourceCacheDao::updateResourceCleanupPolicy(const QString &reference,
 
     Error error;
     ZEL_TRY(error, beginTransaction());
-    // Commits on every way out.
     const TransactionGuard guard(databaseHandler.get());
     QSqlQuery query = newQuery();
     ZEL_TRY(error, db::qPrepare(query, sql));
     query.bindValue(u":policy"_s, toText(policy));
     query.bindValue(u":ref"_s, bindable(reference));
     ZEL_TRY(error, db::qExec(query));
-    return error;
+    query.finish();
+    return ZEL_PASS(databaseHandler->commitTransaction());
 }
 
 // ---- Lists of resources
@@ -390,13 +391,13 @@ Error ResourceCacheDao::updateSizeInMetadataTable(const QString &column, qint64 
 
     Error error;
     ZEL_TRY(error, beginTransaction());
-    // Commits on every way out.
     const TransactionGuard guard(databaseHandler.get());
     QSqlQuery query = newQuery();
     ZEL_TRY(error, db::qPrepare(query, sql.arg(column)));
     query.addBindValue(value);
     ZEL_TRY(error, db::qExec(query));
-    return error;
+    query.finish();
+    return ZEL_PASS(databaseHandler->commitTransaction());
 }
 
 } // namespace zel

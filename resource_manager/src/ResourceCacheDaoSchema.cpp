@@ -62,11 +62,13 @@ bool hasColumn(QSqlDatabase *database, const QString &table, const QString &colu
 
 /// A process that was killed while it made the file leaves one without tables: that is a new file
 /// still. Asked inside the transaction, so that of two that make a file at once one does it.
+/// All or nothing: a file with a part of its tables would be taken for an old one ever after.
 Error ResourceCacheDao::prepareFile()
 {
     Error error;
     ZEL_TRY(error, beginTransaction());
-    const TransactionGuard guard(databaseHandler.get());
+    TransactionGuard guard(databaseHandler.get());
+    guard.setRollbackOnDestruction(true);
     ZEL_TRY_LET(const bool isOldFile, hasTables());
     ZEL_TRY(error, isOldFile ? updateDb() : initializeDb());
     return ZEL_PASS(databaseHandler->commitTransaction());
@@ -85,25 +87,25 @@ Error ResourceCacheDao::initializeDb()
 {
     Error error;
     ZEL_TRY(error, beginTransaction());
-    // Commits on every way out.
     const TransactionGuard guard(databaseHandler.get());
     QSqlQuery query = newQuery();
     ZEL_TRY(error, createTables(query));
     ZEL_TRY(error, createIndexes(query));
     ZEL_TRY(error, insertDefaultValues(query));
     ZEL_TRY(error, createTriggers(query));
-    return error;
+    query.finish();
+    return ZEL_PASS(databaseHandler->commitTransaction());
 }
 
 Error ResourceCacheDao::updateDb()
 {
     Error error;
     ZEL_TRY(error, beginTransaction());
-    // Commits on every way out.
     const TransactionGuard guard(databaseHandler.get());
     QSqlQuery query = newQuery();
     ZEL_TRY(error, createMissingColumns(query));
-    return error;
+    query.finish();
+    return ZEL_PASS(databaseHandler->commitTransaction());
 }
 
 Error ResourceCacheDao::createTables(QSqlQuery &query)
