@@ -18,8 +18,11 @@ Result<bool> ResourceCache::Private::tryStartRetrieve(const QString &reference)
     ZEL_TRY_LET(const ResourceStatus status, loadStatus(reference));
     if (status == ResourceStatus::Ready)
         return false;
+    // Both or neither: a progress alone would look like a fetch that nobody runs.
+    ZEL_TRY_LET(const auto context, dao->createTransaction());
     ZEL_TRY(error, updateProgress(reference, 0));
     ZEL_TRY(error, saveStatus(reference, ResourceStatus::Acquiring));
+    ZEL_TRY(error, context->commit());
     return true;
 }
 
