@@ -4,8 +4,6 @@
 #include "SemaphoreLocker.h"
 #include "errors/Propagate.h"
 
-#include <utility>
-
 namespace zel {
 
 ResourceRetrieveHandle::ResourceRetrieveHandle(const QString &reference,
@@ -73,12 +71,11 @@ Error ResourceRetrieveHandle::addTaskToDatabase(ResourceCache *cache, const QStr
 
 Error ResourceRetrieveHandle::removeTaskFromDatabase()
 {
-    const bool wasFetching = std::exchange(fetching, false);
     cache->d->taskRows.remove(reference, this);
     if (hasLostItsRow())
         return {};
     // Of several that end at a time the last one finds nobody.
-    if (!wasFetching && cache->d->taskRows.contains(reference))
+    if (!fetching && cache->d->taskRows.contains(reference))
         return {};
 
     const SemaphoreLocker lock(&cache->d->semaphore, 1);
@@ -86,10 +83,14 @@ Error ResourceRetrieveHandle::removeTaskFromDatabase()
     // has one. Without theirs, several of the others would fetch at once and nobody would see it.
     // Asked under the hold: a handle says that it will have a row before it takes the semaphore for
     // it, so that its row is either spared here or made after this.
+    Error error;
     if (!cache->d->taskRows.contains(reference))
-        return ZEL_PASS(cache->d->deleteRetrievingTask(reference));
-    // A fetch becomes a mere wish again, so that those who watch it try for themselves.
-    return wasFetching ? ZEL_PASS(cache->d->updateProgress(reference, std::nullopt)) : Error();
+        ZEL_TRY(error, cache->d->deleteRetrievingTask(reference));
+    else if (fetching) // becomes a mere wish again, so that those who watch it try for themselves
+        ZEL_TRY(error, cache->d->updateProgress(reference, std::nullopt));
+    // Not before: after a failure the destructor tries once more, else they would watch for ever.
+    fetching = false;
+    return error;
 }
 
 Error ResourceRetrieveHandle::removeTaskFromDatabase(ResourceCache *cache, const QString &reference)
