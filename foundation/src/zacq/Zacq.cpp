@@ -9,10 +9,14 @@
 #include "zacq/ZacqFileForm.h"
 #include "zacq/ZacqFolder.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QUuid>
 
 namespace zel::zacq {
+
+using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
@@ -32,6 +36,20 @@ Error openForReading(QFile *file)
     return ZEL_ERROR(
         ErrorCode::OperationFailed,
         Zacq::tr("Reading \"%1\" failed: %2").arg(file->fileName(), file->errorString()));
+}
+
+/// Ends the container's being at its path, in one step: removed file by file it would look damaged
+/// for a while, and to whoever finds it after an interrupted removal for ever. Gives where it is.
+Result<QString> withdrawn(const QString &path)
+{
+    const QFileInfo info(path);
+    const QString name = u".leftover-"_s + QUuid::createUuid().toString(QUuid::Id128);
+    const QString aside = info.dir().absoluteFilePath(name);
+    if (!QDir().rename(info.absoluteFilePath(), aside))
+        return ZEL_ERROR(ErrorCode::OperationFailed,
+                         TreeRemoval::tr("Removing \"%1\" failed: %2")
+                             .arg(info.absoluteFilePath(), qt_error_string()));
+    return aside;
 }
 
 /// Brings the target into its container, so that from one moment to the next whatever removes the
@@ -234,11 +252,18 @@ Error Zacq::remove(const QString &path)
     Error error;
     const auto manifest = folder.readManifest();
     // A damaged manifest ties nothing to the container.
-    if (manifest.hasValue() && manifest.value().pointer
-        && folder.ownsTarget(*manifest.value().pointer)) {
-        ZEL_TRY(error, takeBack(folder, folder.targetPath(*manifest.value().pointer)));
-    }
-    ZEL_TRY(error, TreeRemoval::remove(folder.path()));
+    const bool hasTarget = manifest.hasValue() && manifest.value().pointer
+        && folder.ownsTarget(*manifest.value().pointer);
+    const QString target = hasTarget ? folder.targetPath(*manifest.value().pointer) : QString();
+    if (hasTarget)
+        ZEL_TRY(error, takeBack(folder, target));
+
+    const auto aside = withdrawn(folder.path());
+    if (!aside.hasValue() && hasTarget) // nothing is removed, so it must open again
+        ZEL_DROP(FileSync::renameDurably(folder.stagingPath(), target));
+    if (!aside.hasValue())
+        return ZEL_PASS(aside.error());
+    ZEL_TRY(error, TreeRemoval::remove(aside.value()));
     return error;
 }
 
