@@ -3,9 +3,9 @@
 namespace zel::test {
 
 /// Lets one step of a statement of SQLite fail, in this whole process, and counts them all: a
-/// statement takes one step to be executed and one for each further row, and a change of the schema
-/// some that SQLite makes by itself. Nothing of the failing step happens. Only one such object may
-/// live at a time.
+/// statement takes one step to be executed and one for each further row. Those that SQLite makes by
+/// itself do not count. Nothing of the failing step happens. Only one such object may live at a
+/// time.
 class FailingStatement
 {
 public:

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "FaultLoop.h"
+
+namespace zel::test {
+
+// The tables of all that ResourceCache, ResourceRetrieveHandle and ResourceCacheReader offer and
+// that asks the database or the disk.
+
+QList<FaultOperation> openingOperations();
+QList<FaultOperation> rowOperations();
+QList<FaultOperation> removalOperations();
+QList<FaultOperation> fetchOperations();
+QList<FaultOperation> readerOperations();
+
+} // namespace zel::test

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "CacheInvariants.h"
+#include "ResourceRetrieveHandle.h"
+#include "support/CacheTest.h"
+
+#include <QVariant>
+
+namespace zel::test {
+
+/// An open cache with resources in every state, and what operations have answered.
+///
+/// test:file       Ready, a file of 10 bytes, accessed first
+/// test:tree       Ready, a folder of three files and 6 bytes, accessed second
+/// test:missing    a row without data
+/// test:bystander  Ready, a file of 9 bytes, in use by another living process
+/// test:taken      being fetched by that process
+class CacheWorld
+{
+public:
+    CacheWorld();
+    ~CacheWorld();
+    CacheWorld(const CacheWorld &) = delete;
+    CacheWorld &operator=(const CacheWorld &) = delete;
+
+    Error open();
+    /// Closes what is open and opens it once more, as the program does that comes next.
+    Error reopen();
+    CacheInvariants invariants() const;
+    /// What has befallen the resources that no operation is about; empty if nothing.
+    QString damageToOthers() const;
+    CacheDatabase database() const { return CacheDatabase(files.databasePath()); }
+    /// The first value that a statement gives, as a text.
+    QString text(const QString &sql, const QList<QVariant> &values = {}) const;
+    QString status(const QString &reference) const { return database().status(reference); }
+    QString dataPath(const QString &relativePath) const;
+    bool exists(const QString &relativePath) const;
+    int usesOf(const QString &reference) const;
+    /// Leaves a closed cache without a database.
+    void removeDatabase();
+    /// A container whose inner paths are so long that it needs a second place.
+    void makeContainer(const QString &path) const;
+    /// test:zacq, Ready, in its two places.
+    void addSparseContainer();
+    /// A process that has died in the middle of a fetch of test:dead, using test:file.
+    void addDeadClient();
+    std::unique_ptr<ResourceRetrieveHandle> newFetch(const QString &reference,
+                                                     const QString &path) const;
+    /// Makes this process the fetcher.
+    void startFetch(const QString &reference = QStringLiteral("test:missing"),
+                    const QString &path = QStringLiteral("test/missing/name"));
+    /// "" if they are the same, else what is not as expected.
+    static QString difference(const QVariant &actual, const QVariant &expected);
+
+    static constexpr qint64 deadProcess = 4001002;
+
+    const TemporaryCache files; // goes last
+    const std::unique_ptr<TestCache> cache = std::make_unique<TestCache>();
+    std::unique_ptr<ResourceCache::InUseHandle> use;
+    std::unique_ptr<ResourceRetrieveHandle> fetch;
+    std::unique_ptr<ResourceRetrieveHandle> secondFetch;
+    ResourceCacheSizes sizes;
+    QVariant answer;
+
+private:
+    bool m_hasContainer = false; ///< whose size is not that at its path
+    bool m_hasOthers = true;
+};
+
+} // namespace zel::test
