@@ -80,8 +80,9 @@ public:
 
     /// Removes the container, of whichever form, and the target of a sparse one if it names this
     /// container as its owner. Code 2 if there is no container at the path, or a link to one:
-    /// nothing is removed then. The target first moves into the container: an interrupted call
-    /// leaves nothing that does not go with the container's folder.
+    /// nothing is removed then. The target first moves into the container, and the container then
+    /// away from its path in one step: an interrupted call leaves the whole of it there, or nothing
+    /// but a ".leftover-..." beside it, which goes with the folder around both.
     static Error remove(const QString &path);
 
 private:
