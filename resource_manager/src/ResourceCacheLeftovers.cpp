@@ -1,5 +1,6 @@
 #include "ResourceCache_p.h"
 #include "errors/Propagate.h"
+#include "platform/TreeRemoval.h"
 #include "zacq/Zacq.h"
 
 #include <QDir>
@@ -13,11 +14,14 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+const QString leftoverPrefix = u".leftover-"_s;
+const QString leftoverPattern = leftoverPrefix + QString(32, u'?'); // the digits of a UUID
+
 /// Beside the resource, in the folder that goes with it: should this process die before the
 /// deletion, the rest goes with the next removal of the resource.
 QString asideOf(const QFileInfo &info)
 {
-    const QString name = u".leftover-"_s + QUuid::createUuid().toString(QUuid::Id128);
+    const QString name = leftoverPrefix + QUuid::createUuid().toString(QUuid::Id128);
     return info.dir().absoluteFilePath(name);
 }
 
@@ -77,6 +81,19 @@ void ResourceCache::Private::withdraw(const QString &path)
                                  : QFile::remove(info.absoluteFilePath());
     if (!isGone)
         qCDebug(lcResourceManager) << "The data stays at its path while it is removed:" << path;
+}
+
+// The row still says Ready, with nothing at its path. The removal that mends it is the last one to
+// know the place.
+Error ResourceCache::Private::removeWithdrawn(const QString &path)
+{
+    Error error;
+    const QDir folder = QFileInfo(QDir::cleanPath(path)).dir();
+    const QStringList names
+        = folder.entryList({ leftoverPattern }, QDir::AllEntries | QDir::Hidden | QDir::System);
+    for (const QString &name : names)
+        ZEL_TRY(error, TreeRemoval::remove(folder.absoluteFilePath(name)));
+    return error;
 }
 
 /// A row that says Ready without data would end the next fetch before it has begun.

@@ -204,6 +204,8 @@ Error ResourceCache::Private::removeResourceAndUpdateStatus(TransactionContext *
             ZEL_DROP(error); // says which name stayed
             return ZEL_ERROR(ErrorCode::OperationFailed, tr("Unable to remove resource."));
         }
+    } else if (!target.isEmpty()) {
+        ZEL_DROP(removeWithdrawn(target)); // the row is wrong, whatever else there is
     }
     ZEL_TRY(error, updateStatusNow(context, reference, ResourceStatus::Missing));
     ZEL_TRY(error, saveLocalPath(context, reference, 0, std::nullopt));

@@ -125,6 +125,8 @@ public:
     Result<QString> moveAside(const QString &path);
     /// Ends the data's being at its path in one step, where the file system can do that.
     static void withdraw(const QString &path);
+    /// What a process left that died between withdraw() and the removal.
+    static Error removeWithdrawn(const QString &path);
     Error forgetLostData(const QString &reference);
 
     // Post-processing

@@ -234,3 +234,18 @@ TEST_F(ResourceCachePurgePathsTest,
     EXPECT_FALSE(isOnDisk(u"s/1"_s));
     EXPECT_EQ(readFile(directory.outside(u"precious/f"_s)), "precious");
 }
+
+TEST_F(ResourceCachePurgePathsTest, purgeCacheIfNeeded_dataThatADeadPurgeMovedAside_goesWithTheRow)
+{
+    open(1000, 2000);
+    const QString aside = u"a/b/.leftover-"_s + QString(32, u'5');
+    writeFile(dataPath(aside + u"/file"_s), "x");
+    writeFile(dataPath(u"a/b/.leftover-of-somebody"_s), "x");
+    addReady(u"test:1"_s, u"a/b/file"_s, 500);
+    ASSERT_TRUE(QFile::remove(dataPath(u"a/b/file"_s)));
+    limitTo(100, 200);
+    ASSERT_FALSE(cache.purgeCacheIfNeeded(0).hasError());
+    EXPECT_EQ(status(u"test:1"_s), u"Missing"_s);
+    EXPECT_FALSE(isOnDisk(aside));
+    EXPECT_TRUE(isOnDisk(u"a/b/.leftover-of-somebody"_s));
+}
