@@ -1,0 +1,274 @@
+#include "KillLoop.h"
+
+#include "Proof.h"
+
+#include <gtest/gtest.h>
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QDirIterator>
+#include <QFileInfo>
+#include <QProcess>
+
+namespace zel::test {
+
+using namespace Qt::Literals::StringLiterals;
+using Exception = CacheInvariants::Exception;
+
+namespace {
+
+const QString actor = QStringLiteral(ZEL_KILL_ACTOR);
+constexpr int killed = -1;
+
+QString sumOf(const QString &path)
+{
+    const QByteArray bytes = readFile(path);
+    const QByteArray sum = QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex().left(8);
+    return QString::number(bytes.size()) + u':' + QString::fromLatin1(sum);
+}
+
+QString timeOf(const QString &path)
+{
+    return u' ' + QString::number(QFileInfo(path).lastModified().toMSecsSinceEpoch());
+}
+
+/// With links and times as they are.
+void copyTree(const QString &from, const QString &to)
+{
+    QDir(to).removeRecursively();
+    ASSERT_EQ(QProcess::execute(u"cp"_s, { u"-a"_s, from, to }), 0);
+}
+
+} // namespace
+
+FileSums sumsBelow(const QString &path)
+{
+    if (QFileInfo(path).isFile())
+        return { { u""_s, sumOf(path) } };
+    FileSums sums;
+    QDirIterator all(path, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (all.hasNext()) {
+        const QString file = all.next();
+        sums.insert(file.mid(path.size() + 1), sumOf(file));
+    }
+    return sums;
+}
+
+KillLoop::KillLoop(const QString &shareFolder, TemporaryCache *cache)
+    : m_cache(cache)
+    , m_reader(actor, { cache->outside(u"none"_s) })
+{
+    m_beside.source = shareFolder + u"/beside/small.mzML"_s;
+    m_beside.reference = u"share:"_s + m_beside.source;
+    writeFile(m_beside.source, QByteArray("beside ").repeated(150));
+}
+
+QString KillLoop::samplePathIn(const QString &container)
+{
+    const QString answer = m_reader.ask(u"samplePath "_s + container);
+    return answer.startsWith(u"ok "_s) ? answer.mid(3) : QString();
+}
+
+std::unique_ptr<ActorProcess> KillLoop::program() const
+{
+    return std::make_unique<ActorProcess>(actor, QStringList { m_cache->baseDir() });
+}
+
+void KillLoop::prepare(const KillScenario &scenario)
+{
+    m_scenario = scenario;
+    const auto maker = program();
+    for (const QString &command : scenario.before)
+        ASSERT_EQ(maker->ask(command).left(2), u"ok"_s) << qPrintable(command);
+    if (scenario.hasBeside) {
+        const QString answer = maker->ask(u"retrieve "_s + m_beside.reference);
+        ASSERT_EQ(answer.left(3), u"ok "_s) << qPrintable(answer);
+        m_besidePath = answer.mid(3);
+        m_besideSums = sumsBelow(m_besidePath);
+        m_besideSums.insert(u"time"_s, timeOf(m_besidePath));
+    }
+    maker->send(u"quit"_s);
+    ASSERT_EQ(maker->end(), 0);
+    if (scenario.arrange) {
+        CacheDatabase database(m_cache->databasePath());
+        scenario.arrange(&database);
+    }
+    copyTree(m_cache->baseDir(), m_cache->outside(u"template"_s));
+}
+
+void KillLoop::restore() const
+{
+    copyTree(m_cache->outside(u"template"_s), m_cache->baseDir());
+}
+
+void KillLoop::killAtFileSteps(int first, int stride)
+{
+    int step = first;
+    while (!testing::Test::HasFailure() && dieAtFileStep(step) == Fate::Killed)
+        step += stride;
+    if (testing::Test::HasFailure())
+        std::cerr << qPrintable(m_scenario.name) << " failed at step " << step << '\n';
+}
+
+void KillLoop::killAtSystemCalls(const QString &calls, int first, int stride)
+{
+    int number = first;
+    while (!testing::Test::HasFailure() && dieAtSystemCall(calls, number) == Fate::Killed)
+        number += stride;
+    if (testing::Test::HasFailure()) {
+        std::cerr << qPrintable(m_scenario.name) << " failed at number " << number << " of "
+                  << qPrintable(calls) << '\n';
+    }
+}
+
+KillLoop::Fate KillLoop::dieAtFileStep(int step)
+{
+    restore();
+    const auto victim = program();
+    QStringList commands = m_scenario.unharmed;
+    commands << u"die %1"_s.arg(step) << m_scenario.deadly;
+    victim->send(commands.join(u';'));
+    return judge(victim.get());
+}
+
+KillLoop::Fate KillLoop::dieAtSystemCall(const QString &calls, int number)
+{
+    restore();
+    ActorProcess victim(u"strace"_s,
+                        { u"-f"_s, u"-qq"_s, u"-o"_s, u"/dev/null"_s, u"-e"_s, u"trace="_s + calls,
+                          u"-e"_s, u"inject=%1:signal=KILL:when=%2"_s.arg(calls).arg(number), actor,
+                          m_cache->baseDir() });
+    // Alone it would be answered.
+    victim.send((m_scenario.unharmed + m_scenario.deadly).join(u';') + u";loadSettings"_s);
+    return judge(&victim);
+}
+
+/// The killed one and the survivor leave the same behind: a cache in which others go on.
+KillLoop::Fate KillLoop::judge(ActorProcess *victim)
+{
+    const int code = victim->end();
+    EXPECT_TRUE(code == killed || code == 0)
+        << code << ": " << (code == 0 ? "" : qPrintable(victim->answer()));
+    checkAfterDeath();
+    if (!testing::Test::HasFailure())
+        checkRecovery();
+    m_kills += code == killed ? 1 : 0;
+    m_recoveries += testing::Test::HasFailure() ? 0 : 1;
+    return code == killed ? Fate::Killed : Fate::Survived;
+}
+
+void KillLoop::checkAfterDeath()
+{
+    CacheInvariants invariants(m_cache->databasePath(), m_cache->dataDir());
+    invariants.except(Exception::RowsOfTheDead).except(Exception::LostData);
+    for (const Exception exception : std::as_const(m_scenario.exceptions))
+        invariants.except(exception);
+    invariants.setContentCheck([this](const QString &reference, const QString &path) {
+        return contentFailure(reference, path);
+    });
+    const QStringList violations = invariants.violations();
+    EXPECT_TRUE(violations.isEmpty()) << qPrintable(violations.join(u'\n'));
+    checkBeside();
+}
+
+QString KillLoop::contentFailure(const QString &reference, const QString &path)
+{
+    const QList<KilledResource> all = m_scenario.resources + QList { m_beside };
+    for (const KilledResource &resource : all) {
+        if (resource.reference != reference)
+            continue;
+        const QString content = resource.isContainer ? samplePathIn(path) : path;
+        if (content.isEmpty())
+            return u"its sample is not in place"_s;
+        return sumsBelow(content) == sumsBelow(resource.source) ? QString()
+                                                                : u"it is not the source's"_s;
+    }
+    return u"nobody knows it"_s;
+}
+
+void KillLoop::checkBeside()
+{
+    if (!m_scenario.hasBeside)
+        return;
+    FileSums sums = sumsBelow(m_besidePath);
+    sums.insert(u"time"_s, timeOf(m_besidePath));
+    EXPECT_EQ(sums, m_besideSums);
+    CacheDatabase database(m_cache->databasePath());
+    EXPECT_EQ(database.status(m_beside.reference), u"Ready"_s);
+}
+
+void KillLoop::checkOnlyBesideIsLeft()
+{
+    const QString data = m_cache->dataDir();
+    EXPECT_EQ(sumsBelow(data).keys(), QStringList(m_besidePath.mid(data.size() + 1)));
+}
+
+/// Until whoever is dead counts as dead.
+void KillLoop::letTimePass() const
+{
+    if (!QFile::exists(m_cache->databasePath()))
+        return;
+    CacheDatabase database(m_cache->databasePath());
+    const QString hasClients = u"SELECT COUNT(*) FROM sqlite_master WHERE name = 'Clients'"_s;
+    if (database.value(hasClients).toInt() > 0)
+        database.run(u"UPDATE Clients SET lastPingTime = lastPingTime - 31000"_s);
+}
+
+void KillLoop::checkRecovery()
+{
+    letTimePass();
+    const auto next = program();
+    EXPECT_EQ(next->ask(u"open"_s), u"ok"_s);
+    for (const QString &command : std::as_const(m_scenario.again))
+        EXPECT_EQ(next->ask(command).left(2), u"ok"_s) << qPrintable(command);
+    if (m_scenario.isRemoval)
+        checkOnlyBesideIsLeft();
+    for (const KilledResource &resource : std::as_const(m_scenario.resources))
+        checkResource(next.get(), resource);
+    checkBeside();
+
+    // The first opening takes the dead program out, the next one what it used.
+    CacheInvariants invariants(m_cache->databasePath(), m_cache->dataDir());
+    invariants.except(Exception::RowsOfTheDead);
+    for (const Exception exception : std::as_const(m_scenario.exceptions))
+        invariants.except(exception);
+    const QStringList violations = invariants.violations();
+    EXPECT_TRUE(violations.isEmpty()) << qPrintable(violations.join(u'\n'));
+    next->send(u"quit"_s);
+    EXPECT_EQ(next->end(), 0);
+    checkRemoval();
+    CacheDatabase database(m_cache->databasePath());
+    EXPECT_EQ(database.count(u"Clients"_s), 0);
+    EXPECT_EQ(database.count(u"AcquiringTasks"_s), 0);
+    EXPECT_EQ(database.count(u"ResourceUsages"_s), 0);
+}
+
+void KillLoop::checkResource(ActorProcess *next, const KilledResource &resource)
+{
+    const QString answer = next->ask(u"retrieve "_s + resource.reference);
+    ASSERT_EQ(answer.left(3), u"ok "_s) << qPrintable(answer);
+    EXPECT_EQ(contentFailure(resource.reference, answer.mid(3)), QString());
+    CacheDatabase database(m_cache->databasePath());
+    EXPECT_EQ(database.status(resource.reference), u"Ready"_s);
+}
+
+/// Whatever deaths have left goes with the resources at the latest.
+void KillLoop::checkRemoval()
+{
+    EXPECT_EQ(sumsBelow(m_cache->baseDir() + u"/Staging"_s), FileSums());
+    const auto last = program();
+    last->send(u"open;purge 1"_s);
+    EXPECT_EQ(last->end(), 0);
+    EXPECT_EQ(sumsBelow(m_cache->dataDir()), FileSums());
+    CacheDatabase database(m_cache->databasePath());
+    EXPECT_EQ(database.value(u"SELECT currentSize FROM CacheMetadata"_s).toInt(), 0);
+}
+
+void KillLoop::recordFigures() const
+{
+    recordFigure(u"kills"_s, m_kills);
+    recordFigure(u"recoveries"_s, m_recoveries);
+    recordFigure(u"violations"_s, testing::Test::HasFailure() ? 1 : 0);
+}
+
+} // namespace zel::test

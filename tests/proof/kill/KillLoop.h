@@ -1,0 +1,96 @@
+#pragma once
+
+#include "ActorProcess.h"
+#include "CacheDatabase.h"
+#include "CacheInvariants.h"
+#include "TemporaryCache.h"
+
+#include <QMap>
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace zel::test {
+
+/// Sizes, sums and times by the path below a folder; one with an empty path for a file.
+using FileSums = QMap<QString, QString>;
+FileSums sumsBelow(const QString &path);
+
+/// A resource that a scenario is about, and what its copy must be like.
+struct KilledResource
+{
+    QString reference;
+    QString source; ///< a file or folder with the same content
+    bool isContainer = false; ///< then only its sample counts, wherever that lies
+};
+
+/// What a program is killed in the middle of.
+struct KillScenario
+{
+    QString name = {};
+    QStringList before = {}; ///< commands that make the cache as the victim finds it
+    std::function<void(CacheDatabase *)> arrange = {}; ///< changes it once more
+    QStringList unharmed = {}; ///< commands to the victim that it survives
+    QStringList deadly = {}; ///< those in which it is killed, its end among them
+    QStringList again = {}; ///< what another program does first afterwards
+    bool isRemoval = false; ///< the resources are gone when that was done, with all that they left
+    QList<KilledResource> resources = {};
+    bool hasBeside = true; ///< a resource that has nothing to do with it all is in the cache, too
+    QList<CacheInvariants::Exception> exceptions = {};
+};
+
+/// Kills a program before each of the things that it does to files, or at each of its system calls
+/// of a kind. After each death the cache is looked at as the program left it; then another program
+/// finds its way, gets the resources whole, and can remove all of them.
+class KillLoop
+{
+public:
+    KillLoop(const QString &shareFolder, TemporaryCache *cache);
+
+    /// A resource that is beside those of the scenario.
+    const KilledResource &beside() const { return m_beside; }
+    /// The sample of a container, by the one that can read it.
+    QString samplePathIn(const QString &container);
+
+    /// Makes the cache as the scenario wants it, and keeps a copy.
+    void prepare(const KillScenario &scenario);
+    /// Dies at the first step, and at each `stride`th from there on, until one program survives.
+    void killAtFileSteps(int first, int stride);
+    /// The same by the system's own tracer, for calls of these names, as strace lists them.
+    void killAtSystemCalls(const QString &calls, int first, int stride);
+
+    int kills() const { return m_kills; }
+    int recoveries() const { return m_recoveries; }
+    void recordFigures() const;
+
+private:
+    enum class Fate { Killed, Survived };
+
+    std::unique_ptr<ActorProcess> program() const;
+    void restore() const;
+    Fate judge(ActorProcess *victim);
+    Fate dieAtFileStep(int step);
+    Fate dieAtSystemCall(const QString &calls, int number);
+    void checkAfterDeath();
+    void letTimePass() const;
+    void checkRecovery();
+    void checkResource(ActorProcess *next, const KilledResource &resource);
+    void checkBeside();
+    void checkOnlyBesideIsLeft();
+    void checkRemoval();
+    QString contentFailure(const QString &reference, const QString &path);
+
+    TemporaryCache *const m_cache;
+    KilledResource m_beside;
+    KillScenario m_scenario;
+    ActorProcess m_reader;
+    QString m_besidePath;
+    FileSums m_besideSums;
+    int m_kills = 0;
+    int m_recoveries = 0;
+};
+
+} // namespace zel::test

@@ -1,0 +1,53 @@
+#include "KillLoop.h"
+#include "KillScenarios.h"
+#include "Proof.h"
+
+#include <gtest/gtest.h>
+
+#include <QProcess>
+
+using namespace zel::test;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+class KillTest : public testing::TestWithParam<QString>
+{
+protected:
+    KillTest()
+        : m_actor(QStringLiteral(ZEL_KILL_ACTOR), { m_cache.baseDir() })
+        , m_loop(m_scenarios.share(), &m_cache)
+    {
+        m_loop.prepare(m_scenarios.named(GetParam(), &m_actor));
+    }
+
+    TemporaryCache m_cache;
+    KillScenarios m_scenarios;
+    ActorProcess m_actor;
+    KillLoop m_loop;
+};
+
+std::string nameOf(const testing::TestParamInfo<QString> &info)
+{
+    return info.param.toStdString();
+}
+
+} // namespace
+
+TEST_P(KillTest, atEachFileStep_nothingPartialIsLeftAndTheNextGoesOn)
+{
+    const quint32 seed = proofSeed();
+    constexpr int briefStride = 12;
+    const int first = forProof(int(seed % briefStride), 0);
+    if (!HasFailure())
+        m_loop.killAtFileSteps(first, forProof(briefStride, 1));
+    m_loop.recordFigures();
+    if (HasFailure())
+        std::cerr << "ZEL_SEED=" << seed << '\n';
+    EXPECT_GT(m_loop.kills() + m_loop.recoveries(), 0);
+    if (isLongProof()) {
+        EXPECT_GT(m_loop.kills(), 5) << "hardly anything was killed";
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(While, KillTest, testing::ValuesIn(KillScenarios::names()), nameOf);
