@@ -86,7 +86,7 @@ void download(const HttpTarget &target)
         ZEL_MUST(QCryptographicHash::hash(sink.content, target.expected.hash.algorithm)
                  == target.expected.hash.digest);
     }
-    noteOutcome(QString::number(sink.content.size()));
+    noteOutcome(u"downloaded"_s);
 }
 
 void probe(const HttpTarget &target)
