@@ -67,6 +67,13 @@ QString ActorProcess::answer()
     return QString::fromUtf8(process.readLine()).chopped(1);
 }
 
+QString ActorProcess::takeLine()
+{
+    if (!process.canReadLine())
+        process.waitForReadyRead(0);
+    return process.canReadLine() ? QString::fromUtf8(process.readLine()).chopped(1) : QString();
+}
+
 bool ActorProcess::hasLine()
 {
     return process.canReadLine()

@@ -27,6 +27,8 @@ public:
     QString ask(const QString &command);
     void send(const QString &command);
     QString answer();
+    /// A line that has been said by now; null without one.
+    QString takeLine();
 
     /// True as soon as the process sleeps without having said another line; false if it says one.
     /// For a process that has just announced that it takes a lock.

@@ -46,6 +46,19 @@ void CacheDatabase::run(const QString &sql, const QList<QVariant> &values)
     executed(database, sql, values);
 }
 
+bool CacheDatabase::tryRun(const QString &sql, const QList<QVariant> &values,
+                           std::chrono::milliseconds limit)
+{
+    run(u"PRAGMA busy_timeout = %1"_s.arg(limit.count()));
+    QSqlQuery query(database);
+    bool isRun = query.prepare(sql);
+    for (const QVariant &value : values)
+        query.addBindValue(value);
+    isRun = isRun && query.exec();
+    run(u"PRAGMA busy_timeout = 20000"_s);
+    return isRun;
+}
+
 QVariant CacheDatabase::value(const QString &sql, const QList<QVariant> &values)
 {
     QSqlQuery query = executed(database, sql, values);

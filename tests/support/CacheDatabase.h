@@ -20,6 +20,8 @@ public:
 
     /// Runs one statement, values bound to its "?" in order; fails the test if it fails.
     void run(const QString &sql, const QList<QVariant> &values = {});
+    /// The same where somebody may keep the file locked: false if he does so for this long.
+    bool tryRun(const QString &sql, const QList<QVariant> &values, std::chrono::milliseconds limit);
     /// The first value of the first row; an invalid variant without a row.
     QVariant value(const QString &sql, const QList<QVariant> &values = {});
     /// The first column of all rows, as texts.

@@ -1,0 +1,312 @@
+#include "CacheInvariants.h"
+#include "NamedContent.h"
+#include "Torture.h"
+
+#include <gtest/gtest.h>
+
+#include <QDateTime>
+#include <QDeadlineTimer>
+#include <QFile>
+#include <QThread>
+
+#include <algorithm>
+#include <chrono>
+
+namespace zel::test {
+
+using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+using Exception = CacheInvariants::Exception;
+
+/// Below the half minute after which a client counts as dead, with time to look.
+constexpr std::chrono::milliseconds surelyAlive = 20s;
+/// What a waiter needs at most: half a minute and the next ping.
+constexpr auto limitOfFetches = 90s;
+/// Far more than all steps of the clock together.
+constexpr qint64 longAgo = 1'000'000'000;
+
+QString wrongContent(const QString &reference, const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return u"cannot be read"_s;
+    const QByteArray bytes = file.readAll();
+    const bool isWhole = versionIn(bytes, reference.section(u':', 1)) > 0;
+    return isWhole ? QString() : u"%1 bytes that are not all"_s.arg(bytes.size());
+}
+
+} // namespace
+
+void Torture::check()
+{
+    for (Player &player : players) {
+        if (player.process && player.isOpen)
+            refresh(player);
+    }
+    checkFetches();
+    for (Player &player : players)
+        checkHolds(player);
+    checkSums();
+}
+
+void Torture::checkFetches()
+{
+    // What was told before now is here behind the reading; what came before it was told before it.
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    readAll();
+    std::sort(events.begin(), events.end(),
+              [](const Event &left, const Event &right) { return left.time < right.time; });
+    while (!events.isEmpty() && events.first().time < now.count()) {
+        const Event event = events.takeFirst();
+        if (event.isBegin) {
+            begin(event);
+            continue;
+        }
+        if (!isStillThere(event))
+            lateFetches.insert(event.path);
+        QList<Event> &open = begun[event.path];
+        const auto own = std::find_if(open.begin(), open.end(), [&](const Event &other) {
+            return other.player == event.player && other.opening == event.opening;
+        });
+        if (own != open.end())
+            open.erase(own);
+    }
+}
+
+void Torture::begin(const Event &event)
+{
+    ++counted.fetches;
+    bool takesOver = false;
+    for (const Event &other : std::as_const(begun[event.path])) {
+        const bool isThere = isStillThere(other);
+        takesOver = takesOver || !isThere;
+        if (isThere && isStillThere(event))
+            violation(u"players %1 and %2 fetch at the same time: %3"_s.arg(
+                QString::number(other.player), QString::number(event.player), event.path));
+    }
+    counted.takeOvers += takesOver ? 1 : 0;
+    begun[event.path].removeIf([this](const Event &other) {
+        const Player &player = players[std::size_t(other.player)];
+        return !player.process || player.startedOpening > other.opening;
+    });
+    begun[event.path].append(event);
+}
+
+/// Whether everybody could see that it fetches.
+bool Torture::isStillThere(const Event &event)
+{
+    Player &player = players[std::size_t(event.player)];
+    refresh(player);
+    return player.isRegistered() && !player.isSuspect && player.opening == event.opening;
+}
+
+/// Whether the others still count it among the living.
+void Torture::refresh(Player &player)
+{
+    if (!player.isRegistered())
+        return;
+    const QVariant ping
+        = database(player.base)
+              .value(u"SELECT lastPingTime FROM Clients WHERE id = ?"_s, { player.clientId });
+    if (ping.isValid()) {
+        const qint64 age = QDateTime::currentMSecsSinceEpoch() - ping.toLongLong();
+        if (!player.isStopped() && age < surelyAlive.count())
+            player.isSuspect = false;
+        return;
+    }
+    if (!player.isSuspect)
+        violation(u"player %1 was taken for dead without having been silent"_s.arg(player.number));
+    ++counted.ghosts;
+    leave(player);
+    player.isOpen = true;
+    player.isGhost = true;
+}
+
+void Torture::checkHolds(Player &player)
+{
+    const QMap<QString, Hold> holds = player.holds;
+    for (auto hold = holds.begin(); hold != holds.end(); ++hold) {
+        ++counted.looks;
+        if (isIntact(hold.key(), hold.value()))
+            continue;
+        refresh(player);
+        if (player.isGhost)
+            return;
+        if (isReplaced(hold.key(), hold.value())) {
+            player.holds.remove(hold.key());
+            continue;
+        }
+        violation(u"player %1 has lost what it holds: %2 at %3"_s.arg(player.number)
+                      .arg(hold.key(), hold->path));
+        return;
+    }
+}
+
+bool Torture::isIntact(const QString &name, const Hold &hold)
+{
+    QByteArray &content = contents[u"%1 %2"_s.arg(name).arg(hold.version)];
+    if (content.isEmpty())
+        content = contentOf(name, hold.version);
+    QFile file(hold.path);
+    return file.open(QIODevice::ReadOnly) && file.readAll() == content;
+}
+
+bool Torture::isFetchedLate(const QString &path)
+{
+    const QList<Event> &fetches = begun[path];
+    return lateFetches.contains(path)
+        || std::any_of(fetches.begin(), fetches.end(),
+                       [this](const Event &event) { return !isStillThere(event); });
+}
+
+/// A fetch goes on in a program that is taken for dead, and puts what it has made over what others
+/// have: the same data, but for programs of another version.
+bool Torture::isReplaced(const QString &name, const Hold &hold)
+{
+    QFile file(hold.path);
+    return isFetchedLate(hold.path) && file.open(QIODevice::ReadOnly)
+        && versionIn(file.readAll(), name) > 0;
+}
+
+void Torture::checkSums()
+{
+    for (int base = 0; base < int(bases.size()); ++base) {
+        const QVariant difference = database(base).value(
+            u"SELECT COALESCE(currentSize, 0) - (SELECT COALESCE(SUM(fileSize), 0) "
+            "FROM CachedResources) FROM CacheMetadata"_s);
+        if (difference.toLongLong() != 0)
+            violation(
+                u"the size of cache %1 is wrong by %2"_s.arg(base).arg(difference.toLongLong()));
+    }
+}
+
+void Torture::settle()
+{
+    goOnAll();
+    letTheDeadGrowOld();
+
+    awaitFetches();
+    // Who was taken for dead comes back, and with it goes what only the dead have left.
+    for (Player &player : players) {
+        if (player.process)
+            open(player);
+    }
+    for (int base = 0; base < int(bases.size()); ++base)
+        healAbandoned(base);
+    lateFetches.clear();
+    check();
+    checkCaches();
+}
+
+void Torture::awaitFetches()
+{
+    const QDeadlineTimer deadline(limitOfFetches);
+    const auto isFlying = [](const Player &player) {
+        return player.process && !player.flights.isEmpty();
+    };
+    while (std::any_of(players.begin(), players.end(), isFlying)) {
+        if (deadline.hasExpired()) {
+            violation(u"a fetch does not end"_s);
+            return;
+        }
+        readAll();
+        QThread::msleep(1);
+    }
+}
+
+void Torture::healAbandoned(int base)
+{
+    const QStringList references = database(base).column(
+        u"SELECT reference FROM CachedResources cr WHERE status = 'Acquiring' AND NOT EXISTS "
+        "(SELECT 1 FROM AcquiringTasks at WHERE at.resourceId = cr.id)"_s);
+    const auto healer = std::find_if(players.begin(), players.end(), [base](const Player &player) {
+        return player.process && player.base == base;
+    });
+    for (const QString &reference : references) {
+        if (healer != players.end())
+            fetch(*healer, reference.section(u':', 1), 4);
+    }
+    awaitFetches();
+}
+
+void Torture::letTheDeadGrowOld()
+{
+    for (int base = 0; base < int(bases.size()); ++base) {
+        const QStringList clients = database(base).column(u"SELECT processId FROM Clients"_s);
+        for (const QString &processId : clients) {
+            const bool lives
+                = std::any_of(players.begin(), players.end(), [&](const Player &player) {
+                      return player.process && player.process->pid() == processId.toLongLong();
+                  });
+            if (!lives)
+                age(base, u"processId = ?"_s, { processId.toLongLong() }, longAgo);
+        }
+        // Any opening cleans up.
+        ActorProcess cleaner(QStringLiteral(ZEL_TORTURE_ACTOR), { u"1"_s, baseDir(base) });
+        EXPECT_EQ(cleaner.answer(), u"ready"_s);
+        EXPECT_EQ(cleaner.ask(u"1 quit"_s), u"1 ok"_s);
+        EXPECT_EQ(cleaner.end(), 0);
+    }
+}
+
+void Torture::checkCaches()
+{
+    for (const auto &base : bases) {
+        CacheInvariants invariants(base->databasePath(), base->dataDir());
+        // A program that is killed in a purge leaves the row of data that is gone; the clean-up for
+        // a dead one leaves wishes.
+        invariants.except(Exception::LostData).except(Exception::WishWithoutTask);
+        invariants.setContentCheck(wrongContent);
+        for (const QString &text : invariants.violations())
+            violation(text);
+    }
+}
+
+void Torture::checkNothingIsLeft()
+{
+    letTheDeadGrowOld();
+    checkCaches();
+    for (int base = 0; base < int(bases.size()); ++base) {
+        for (const char *table : { "Clients", "ResourceUsages", "AcquiringTasks" }) {
+            if (const int rows = database(base).count(QString::fromLatin1(table)); rows != 0)
+                violation(u"%1 rows of %2 are left in cache %3"_s.arg(rows)
+                              .arg(QString::fromLatin1(table))
+                              .arg(base));
+        }
+    }
+}
+
+void Torture::violation(const QString &text)
+{
+    ++counted.violations;
+    ADD_FAILURE() << qPrintable(text) << "\nat step " << step << ", ZEL_SEED=" << seed << '\n'
+                  << qPrintable(states());
+}
+
+QString Torture::states() const
+{
+    QStringList lines;
+    for (const Player &player : players) {
+        QStringList flights;
+        for (const Flight &flight : player.flights)
+            flights.append(flight.name + (flight.isVoid ? u"*"_s : QString()));
+        lines.append(u"player %1 (%2) cache %3 version %4 client %5%6%7%8%9"_s.arg(player.number)
+                         .arg(player.process ? player.process->pid() : 0)
+                         .arg(player.base)
+                         .arg(player.version)
+                         .arg(player.clientId)
+                         .arg(player.isStopped() ? u" stopped"_s : QString(),
+                              player.isSuspect ? u" suspect"_s : QString(),
+                              player.isGhost ? u" ghost"_s : QString(),
+                              player.isOpen ? QString() : u" closed"_s)
+                     + u", last: %1, holds %2, fetches %3"_s.arg(
+                         player.lastCommand, QStringList(player.holds.keys()).join(u','),
+                         flights.join(u',')));
+    }
+    return lines.join(u'\n');
+}
+
+} // namespace zel::test
