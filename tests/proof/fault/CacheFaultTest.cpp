@@ -73,6 +73,16 @@ TEST_P(CacheFaultTest, fetches)
     m_loop.prove(fetchOperations());
 }
 
+TEST_P(CacheFaultTest, databaseAccess)
+{
+    m_loop.prove(daoOperations());
+}
+
+TEST_P(CacheFaultTest, readers)
+{
+    m_loop.prove(readerOperations());
+}
+
 INSTANTIATE_TEST_SUITE_P(Of, CacheFaultTest,
                          testing::Values(FaultPlace::Statements, FaultPlace::FileSteps),
                          [](const auto &place) {

@@ -12,5 +12,7 @@ QList<FaultOperation> rowOperations();
 QList<FaultOperation> removalOperations();
 QList<FaultOperation> fetchOperations();
 QList<FaultOperation> readerOperations();
+/// Those of ResourceCacheDao.
+QList<FaultOperation> daoOperations();
 
 } // namespace zel::test

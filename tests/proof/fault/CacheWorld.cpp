@@ -148,6 +148,7 @@ Error CacheWorld::reopen()
     use.reset();
     fetch.reset();
     secondFetch.reset();
+    dao.close();
     cache->close();
     return open();
 }

@@ -56,6 +56,7 @@ public:
 
     const TemporaryCache files; // goes last
     const std::unique_ptr<TestCache> cache = std::make_unique<TestCache>();
+    ResourceCacheDao dao; ///< for operations of its own, while the cache is closed
     std::unique_ptr<ResourceCache::InUseHandle> use;
     std::unique_ptr<ResourceRetrieveHandle> fetch;
     std::unique_ptr<ResourceRetrieveHandle> secondFetch;
