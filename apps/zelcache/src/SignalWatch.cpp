@@ -89,6 +89,19 @@ void ignore(int number)
     set(number, action);
 }
 
+extern "C" void onFileTooLarge(int) { }
+
+/// A file that would grow over the limit of the user makes writing fail, with its own message,
+/// instead of killing. It is no ignoring, which would pass on to the programs that this one starts.
+void surviveFileTooLarge()
+{
+    struct sigaction action
+    {
+    };
+    action.sa_handler = onFileTooLarge;
+    set(SIGXFSZ, action);
+}
+
 } // namespace
 
 /// Shared by the watches that are nested.
@@ -123,6 +136,7 @@ void SignalWatch::install()
     handle(SIGTERM);
     handle(SIGHUP);
     ignore(SIGPIPE);
+    surviveFileTooLarge();
 }
 
 void SignalWatch::beforeSuddenEnd(void (*action)())

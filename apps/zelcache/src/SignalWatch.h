@@ -17,8 +17,8 @@ class SignalWatch
 {
 public:
     /// Called once, first of all: from here on these signals end the program with 128 and their
-    /// number, and writing into a closed pipe fails instead of killing. A signal that the caller of
-    /// the program ignores stays ignored.
+    /// number, and writing into a closed pipe or over a limit of the size of files fails instead of
+    /// killing. A signal that the caller of the program ignores stays ignored.
     static void install();
 
     /// What a signal that ends the program at once does first; null for nothing. It is called from
