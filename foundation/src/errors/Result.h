@@ -9,7 +9,8 @@ namespace zel {
 
 /// A value, or the Error that stands in its place.
 ///
-/// Test hasValue() first: asking for the member that is not alive is a mistake of the caller.
+/// Test hasValue() first: asking for the member that is not alive is a mistake of the caller, which
+/// a debug build ends the program at.
 /// Warnings of a failed result are those of its error and stay so: every change of them reaches
 /// the error too. Warnings of a successful result belong to the result alone.
 template<typename T>
@@ -64,12 +65,32 @@ public:
 
     bool hasValue() const { return hasValue_; }
 
-    const T &value() const & { return value_; }
-    T &value() & { return value_; }
-    T &&value() && { return std::move(value_); }
+    const T &value() const &
+    {
+        Q_ASSERT(hasValue_);
+        return value_;
+    }
+    T &value() &
+    {
+        Q_ASSERT(hasValue_);
+        return value_;
+    }
+    T &&value() &&
+    {
+        Q_ASSERT(hasValue_);
+        return std::move(value_);
+    }
 
-    const Error &error() const { return error_; }
-    Error &error() { return error_; }
+    const Error &error() const
+    {
+        Q_ASSERT(!hasValue_);
+        return error_;
+    }
+    Error &error()
+    {
+        Q_ASSERT(!hasValue_);
+        return error_;
+    }
 
 protected:
     void addWarningInternal(const QString &text) override

@@ -57,6 +57,23 @@ TEST(ResultTest, assign_itself_keepsTheValue)
     EXPECT_EQ(result.value(), u"v"_s);
 }
 
+#ifndef QT_NO_DEBUG
+TEST(ResultDeathTest, value_ofFailure_endsADebugBuild)
+{
+    Result<int> failure(Error(1, u"bad"_s));
+    EXPECT_DEATH(failure.value() = 5, "hasValue_");
+    EXPECT_DEATH(static_cast<void>(std::as_const(failure).value()), "hasValue_");
+    EXPECT_DEATH(static_cast<void>(std::move(failure).value()), "hasValue_");
+}
+
+TEST(ResultDeathTest, error_ofSuccess_endsADebugBuild)
+{
+    Result<int> success(5);
+    EXPECT_DEATH(success.error().addWarning(u"w"_s), "hasValue_");
+    EXPECT_DEATH(static_cast<void>(std::as_const(success).error()), "hasValue_");
+}
+#endif
+
 TEST(ResultTest, warnings_onFailure_reachTheError)
 {
     Result<int> result(Error(1));
