@@ -113,6 +113,10 @@ void RemoteResourceRetrievingTask::startRetrieveTask()
 
 void RemoteResourceRetrievingTask::onRetrieveTaskProgress(int value, int maximum)
 {
+    // What the worker has told may come behind the end of a fetch that took no time. Written then,
+    // it would make a fetcher of a handle that watches, and all would wait for it.
+    if (isFinished())
+        return;
     setProgress(value, maximum);
     const int percent = percentOf(value, maximum);
     if (percent == savedPercent)
