@@ -160,6 +160,7 @@ void ResourceCache::Private::pingDatabase()
     ZEL_IGNORE(dao->updateClientLastPingTime(QDateTime::currentMSecsSinceEpoch()));
     // The next tick tries again.
     ZEL_DROP(cleanupInactiveClients());
+    removeLeftOverTasks();
 }
 
 void ResourceCache::Private::onFinishedUsing(const QString &reference, qint64 usageId)

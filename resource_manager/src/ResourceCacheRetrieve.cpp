@@ -85,7 +85,35 @@ Error ResourceCache::Private::updateProgress(const QString &reference, std::opti
 
 Error ResourceCache::Private::addRetrievingTask(const QString &reference)
 {
+    Error error;
+    // Or this process would wait for a fetch of its own that has ended.
+    if (taskRows.isLeftOver(reference)) {
+        ZEL_TRY(error, updateProgress(reference, std::nullopt));
+        taskRows.setLeftOver(reference, false);
+    }
     return ZEL_PASS(dao->addRetrievingTask(reference));
+}
+
+/// The rows of this process cannot be told apart, so they go together, with the last handle that
+/// has one. Without theirs, several of the others would fetch at once and nobody would see it.
+/// Asked under the hold: a handle says that it will have a row before it takes the semaphore for
+/// it, so that its row is either spared here or made after this.
+Error ResourceCache::Private::removeOwnTask(const QString &reference, bool wasFetching)
+{
+    const bool isNeeded = taskRows.contains(reference);
+    if (isNeeded && !wasFetching)
+        return Error();
+    // A fetch becomes a mere wish again, so that those who watch it try for themselves.
+    const Error error = isNeeded ? ZEL_PASS(updateProgress(reference, std::nullopt))
+                                 : ZEL_PASS(deleteRetrievingTask(reference));
+    taskRows.setLeftOver(reference, error.hasError());
+    return error;
+}
+
+void ResourceCache::Private::removeLeftOverTasks()
+{
+    for (const QString &reference : taskRows.allLeftOver())
+        ZEL_DROP(removeOwnTask(reference, true)); // the next ping tries again
 }
 
 Error ResourceCache::Private::deleteRetrievingTask(const QString &reference)

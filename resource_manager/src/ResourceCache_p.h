@@ -120,6 +120,9 @@ public:
     Error updateProgress(const QString &reference, std::optional<int> progress);
     Error addRetrievingTask(const QString &reference);
     Error deleteRetrievingTask(const QString &reference);
+    Error removeOwnTask(const QString &reference, bool wasFetching);
+    /// Those that could not be removed when their handles ended.
+    void removeLeftOverTasks();
 
     Result<Leftovers> moveLeftoversAside(const QString &reference, const QString &path);
     Result<QString> moveAside(const QString &path);

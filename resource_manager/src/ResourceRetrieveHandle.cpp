@@ -79,15 +79,8 @@ Error ResourceRetrieveHandle::removeTaskFromDatabase()
         return {};
 
     const SemaphoreLocker lock(&cache->d->semaphore, 1);
-    // The rows of this process cannot be told apart, so they go together, with the last handle that
-    // has one. Without theirs, several of the others would fetch at once and nobody would see it.
-    // Asked under the hold: a handle says that it will have a row before it takes the semaphore for
-    // it, so that its row is either spared here or made after this.
     Error error;
-    if (!cache->d->taskRows.contains(reference))
-        ZEL_TRY(error, cache->d->deleteRetrievingTask(reference));
-    else if (fetching) // becomes a mere wish again, so that those who watch it try for themselves
-        ZEL_TRY(error, cache->d->updateProgress(reference, std::nullopt));
+    ZEL_TRY(error, cache->d->removeOwnTask(reference, fetching));
     // Not before: after a failure the destructor tries once more, else they would watch for ever.
     fetching = false;
     return error;

@@ -2,6 +2,7 @@
 
 #include <QMultiHash>
 #include <QMutex>
+#include <QSet>
 #include <QString>
 
 namespace zel {
@@ -10,7 +11,9 @@ namespace zel {
 ///
 /// The rows of one process for one resource cannot be told apart in the database: removing one
 /// removes all. So a handle that only watches, or that never had a row, leaves them alone while
-/// another handle of this process still needs its own. May be used on any thread.
+/// another handle of this process still needs its own. A row that could not be removed, as on a
+/// full disk, is remembered: as long as this process lives, nobody else would take it for dead.
+/// May be used on any thread.
 class TaskRows
 {
 public:
@@ -32,6 +35,7 @@ public:
     {
         const QMutexLocker lock(&mutex);
         rows.clear();
+        leftOver.clear();
     }
 
     bool contains(const QString &reference) const
@@ -40,9 +44,31 @@ public:
         return rows.contains(reference);
     }
 
+    void setLeftOver(const QString &reference, bool isLeftOver)
+    {
+        const QMutexLocker lock(&mutex);
+        if (isLeftOver)
+            leftOver.insert(reference);
+        else
+            leftOver.remove(reference);
+    }
+
+    bool isLeftOver(const QString &reference) const
+    {
+        const QMutexLocker lock(&mutex);
+        return leftOver.contains(reference);
+    }
+
+    QList<QString> allLeftOver() const
+    {
+        const QMutexLocker lock(&mutex);
+        return leftOver.values();
+    }
+
 private:
     mutable QMutex mutex;
     QMultiHash<QString, const void *> rows;
+    QSet<QString> leftOver; ///< references of rows that no handle has any more
 };
 
 } // namespace zel

@@ -7,6 +7,9 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <cerrno>
+#include <system_error>
+
 namespace zel {
 
 qint64 FileUtilsGeneric::contentSize(const QString &path)
@@ -16,12 +19,14 @@ qint64 FileUtilsGeneric::contentSize(const QString &path)
 
 Error FileUtilsGeneric::mkPath(const QString &path)
 {
+    errno = 0;
+    const bool isMade = !path.isEmpty() && QDir().mkpath(path);
+    const std::error_code reason(errno, std::generic_category());
     // Looked at again because two programs may make the same folder at once.
-    if (!path.isEmpty() && (QDir().mkpath(path) || QFileInfo(path).isDir()))
+    if (isMade || (!path.isEmpty() && QFileInfo(path).isDir()))
         return {};
-    // Qt does not tell the reason.
-    const int code
-        = FreeSpace::isFull(path) ? FreeSpace::lackingCode : int(ErrorCode::OperationFailed);
+    // Qt may lose the reason on its way; and of a quota the volume tells nothing.
+    const int code = FreeSpace::isFull(path) ? FreeSpace::lackingCode : FreeSpace::codeOf(reason);
     return ZEL_ERROR(code, tr("The folder \"%1\" cannot be created.").arg(path));
 }
 
