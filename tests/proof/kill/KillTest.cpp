@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QProcess>
-
 using namespace zel::test;
 using namespace Qt::Literals::StringLiterals;
 
