@@ -21,8 +21,8 @@ struct Calls
     int stride; ///< there are hundreds of some
 };
 
-/// The system's tracer kills at what no library can watch: locks, mappings, copies by the file
-/// system. It counts from the start of the program, in each thread by itself.
+/// The system's tracer kills at what no library can watch: locks and mappings. It counts from the
+/// start of the program, in each thread by itself.
 class SystemCallKillTest : public testing::TestWithParam<Calls>
 {
 protected:
@@ -58,7 +58,6 @@ constexpr Calls allCalls[] = {
     { "writes", "pwrite64,write", 7 },
     { "sizes", "ftruncate,?fallocate", 1 },
     { "mappings", "mmap,munmap", 40 },
-    { "copies", "ioctl,copy_file_range,sendfile", 1 },
     { "renames", "?rename,?renameat,renameat2", 1 },
     { "removals", "?unlink,unlinkat,?rmdir", 1 },
 };
