@@ -95,6 +95,21 @@ TEST_F(RemoteResourceRetrievingTaskTest, texts_translated_standInTheContextOfThe
     EXPECT_TRUE(waitUntil([&] { return watcher.task->isFinished(); }));
 }
 
+TEST_F(RemoteResourceRetrievingTaskTest,
+       exec_progressToldBehindTheEnd_aWatcherOfThisProcessTakesOver)
+{
+    const auto fetcher = retrieval(cache);
+    const auto watcher = retrieval(cache);
+    fetcher.task->exec();
+    watcher.task->exec();
+    fetcher.inner->finish(Error(1));
+    fetcher.inner->setProgress(40, 100);
+    EXPECT_FALSE(savedProgress().toInt() == 40);
+    ASSERT_TRUE(waitUntil([&] { return watcher.inner->isRunning(); }));
+    finishWithData(watcher.inner);
+    EXPECT_TRUE(watcher.task->isSuccessful());
+}
+
 TEST_F(RemoteResourceRetrievingTaskTest, exec_innerEndsWithin_stillSaysThatItRetrieves)
 {
     auto inner = std::make_unique<Task>(nullptr);
