@@ -117,6 +117,7 @@ private:
     bool isStillThere(const Event &event);
     void checkSums();
     void refresh(Player &player);
+    QString rowOf(int base, const QString &name);
     bool isIntact(const QString &name, const Hold &hold);
     bool isFetchedLate(const QString &path);
     bool isReplaced(const QString &name, const Hold &hold);

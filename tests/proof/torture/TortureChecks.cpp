@@ -139,10 +139,25 @@ void Torture::checkHolds(Player &player)
             player.holds.remove(hold.key());
             continue;
         }
-        violation(u"player %1 has lost what it holds: %2 at %3"_s.arg(player.number)
-                      .arg(hold.key(), hold->path));
+        violation(u"player %1 has lost what it holds: %2 version %3 at %4; the row says %5"_s.arg(
+            QString::number(player.number), hold.key(), QString::number(hold->version), hold->path,
+            rowOf(player.base, hold.key())));
         return;
     }
+}
+
+/// What the cache says of it and who uses it, for the report.
+QString Torture::rowOf(int base, const QString &name)
+{
+    return database(base)
+        .column(
+            u"SELECT status || ' version ' || COALESCE(version, '-') || ' size ' || "
+            "COALESCE(fileSize, '-') || ' policy ' || cleanupPolicy || ' by client ' || "
+            "lastStatusUpdateClientId || ' used by ' || COALESCE((SELECT GROUP_CONCAT(clientId) "
+            "FROM ResourceUsages WHERE resourceId = cr.id), '-') FROM CachedResources cr "
+            "WHERE reference = 'torture:' || ?"_s,
+            { name })
+        .join(u' ');
 }
 
 bool Torture::isIntact(const QString &name, const Hold &hold)
