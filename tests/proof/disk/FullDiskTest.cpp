@@ -36,11 +36,13 @@ struct Operation
     std::function<QStringList(int, bool)> violations;
 };
 
-/// By its code, or in the words of the system or of the database, which has codes of its own.
-bool tellsWantOfSpace(const Error &error)
+/// By its code, or in the words of the system or of the database, which has codes of its own; to it
+/// a quota is like any other failure of the disk.
+bool tellsWantOfSpace(const Error &error, int reason)
 {
     const QString text = error.errorMessage();
-    return int(error.errorCode()) == FreeSpace::lackingCode || text.contains(u"No space left"_s)
+    return (reason == EDQUOT && text.contains(u"disk I/O error"_s))
+        || int(error.errorCode()) == FreeSpace::lackingCode || text.contains(u"No space left"_s)
         || text.contains(u"quota exceeded"_s) || text.contains(u"disk is full"_s)
         || text.contains(u"Unable to retrieve missing resource"_s);
 }
@@ -73,7 +75,7 @@ void prove(const Operation &operation)
                 found.append(u"fails without a reason: "_s + error.description());
             if (error.hasError() && (error.errorMessage().isEmpty() || error.trail().isEmpty()))
                 found.append(u"the error says nothing"_s);
-            if (error.hasError() && !tellsWantOfSpace(error))
+            if (error.hasError() && !tellsWantOfSpace(error, reason))
                 found.append(u"does not tell the want of space: "_s + error.description());
             judge(found, number);
 
