@@ -5,6 +5,7 @@
 #include "platform/FileSync.h"
 #include "platform/TreeCopy.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QLockFile>
@@ -62,6 +63,35 @@ QString fileBehind(const QString &path)
     return info.isSymLink() ? info.symLinkTarget() : info.absoluteFilePath();
 }
 
+// How long others save, far more than it takes.
+constexpr int longestWait = 10000;
+
+// A program that is killed between making the lock's file and writing into it leaves one that does
+// not say whose it is. Only its age tells that nobody comes back, and the longest wait has to see
+// it. However slow a living program is, it keeps its lock: right after making the file it locks it
+// by the system too, and no old file is removed that somebody has locked so.
+constexpr int orphanAge = 3000;
+
+constexpr QLatin1StringView randomPart("XXXXXX");
+
+/// The beginning of the names of folders in which the file is written, which nobody else has.
+QString workName(const QString &path)
+{
+    return u".zel-settings-"_s + QFileInfo(path).fileName() + u'-';
+}
+
+/// What was left by programs that were killed while they saved. The lock is held: nobody saves.
+void removeLeftovers(const QString &path)
+{
+    const QDir folder = QFileInfo(path).dir();
+    const QString start = workName(path);
+    for (const QString &name :
+         folder.entryList(QDir::Dirs | QDir::Hidden | QDir::NoSymLinks | QDir::NoDotAndDotDot)) {
+        if (name.startsWith(start) && name.size() == start.size() + randomPart.size())
+            QDir(folder.filePath(name)).removeRecursively();
+    }
+}
+
 } // namespace
 
 Error SettingsInterface::save() const
@@ -72,13 +102,14 @@ Error SettingsInterface::save() const
     ZEL_TRY(error, FileUtilsGeneric::mkPath(folder));
     // The lock that QSettings takes as well: no key that another program writes meanwhile is lost.
     QLockFile lock(path + u".lock"_s);
-    constexpr int longestWait = 10000;
+    lock.setStaleLockTime(orphanAge);
     if (!lock.tryLock(longestWait))
         return ZEL_PASS(saveFailure(path));
+    removeLeftovers(path);
 
     // QSettings does not tell when only a part arrived on a full disk. So it works on a copy, which
     // is read again under another name, since it remembers what it wrote under the first.
-    const QTemporaryDir work(folder + u"/.zel-settings-XXXXXX"_s);
+    const QTemporaryDir work(folder + u'/' + workName(path) + randomPart);
     if (!work.isValid())
         return ZEL_PASS(saveFailure(path));
     const QString readPath = work.filePath(u"read.ini"_s);

@@ -2,11 +2,17 @@
 #include "settings/SettingsUtils.h"
 
 #include "TemporaryCache.h"
+#include "WaitUntil.h"
 #include "platform/ChildProcess.h"
 #include "settings/UserFolders.h"
 
+#include <QFileSystemWatcher>
+#include <QLockFile>
 #include <QSettings>
+#include <QSignalSpy>
 #include <QStandardPaths>
+
+#include <thread>
 
 #include <sys/stat.h>
 
@@ -55,6 +61,13 @@ protected:
     {
         const auto all = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
         return QDir(directory.path()).entryList(all);
+    }
+    static void makeOld(const QString &path)
+    {
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+        ASSERT_TRUE(file.setFileTime(QDateTime::currentDateTime().addSecs(-3600),
+                                     QFileDevice::FileModificationTime));
     }
 
     const QTemporaryDir directory;
@@ -140,6 +153,55 @@ TEST_F(SettingsTest, save_diskFull_failsAndKeepsTheOldFile)
     }));
     EXPECT_EQ(readFile(path), before);
     EXPECT_EQ(entries(), QStringList(u"s.ini"_s));
+}
+
+TEST_F(SettingsTest, save_lockThatDoesNotSayWhose_isTakenWhenItIsOld)
+{
+    const QString path = at(u"s.ini"_s);
+    writeFile(path + u".lock"_s, "");
+    makeOld(path + u".lock"_s);
+    Record record(path);
+    record.number = 4;
+    ASSERT_FALSE(record.save().hasError());
+    EXPECT_TRUE(readFile(path).contains("Number=4"));
+    EXPECT_EQ(entries(), QStringList(u"s.ini"_s));
+}
+
+TEST_F(SettingsTest, save_lockOfALivingProgram_isAwaitedHoweverOldItIs)
+{
+    const QString path = at(u"s.ini"_s);
+    QLockFile other(path + u".lock"_s);
+    ASSERT_TRUE(other.lock());
+    makeOld(path + u".lock"_s);
+    QFileSystemWatcher watcher({ directory.path() });
+    QSignalSpy changes(&watcher, &QFileSystemWatcher::directoryChanged);
+
+    Error error;
+    std::thread saving([&] { error = Record(path).save(); });
+    // He who means to remove an old lock makes a file before that, and removes it after it.
+    EXPECT_TRUE(changes.wait());
+    EXPECT_TRUE(waitUntil([&] { return !QFile::exists(path + u".lock.rmlock"_s); }));
+    EXPECT_EQ(entries(), QStringList(u"s.ini.lock"_s));
+    EXPECT_TRUE(readFile(path + u".lock"_s)
+                    .startsWith(QByteArray::number(QCoreApplication::applicationPid())));
+    other.unlock();
+    saving.join();
+    EXPECT_FALSE(error.hasError()) << qPrintable(error.description());
+    EXPECT_EQ(entries(), QStringList(u"s.ini"_s));
+}
+
+TEST_F(SettingsTest, save_leftoversOfKilledPrograms_removesThoseOfThisFile)
+{
+    const QString path = at(u"s.ini"_s);
+    writeFile(at(u".zel-settings-s.ini-a1b2C3/written.ini"_s), "[Group]");
+    writeFile(at(u".zel-settings-other.ini-a1b2C3/written.ini"_s), "[Group]");
+    writeFile(at(u"outside/file"_s), "");
+    ASSERT_TRUE(QFile::link(at(u"outside"_s), at(u".zel-settings-s.ini-linked"_s)));
+    ASSERT_FALSE(Record(path).save().hasError());
+    EXPECT_EQ(entries(),
+              QStringList({ u".zel-settings-other.ini-a1b2C3"_s, u".zel-settings-s.ini-linked"_s,
+                            u"outside"_s, u"s.ini"_s }));
+    EXPECT_TRUE(QFile::exists(at(u"outside/file"_s)));
 }
 
 TEST_F(SettingsTest, save_notAllowed_failsAndNamesThePath)
