@@ -320,10 +320,6 @@
         <translation>Keine Zeile beansprucht es, aber es ist so neu, dass ein Programm gerade dabei sein mag.</translation>
     </message>
     <message>
-        <source>A removal or a copy that was interrupted has left it: %1.</source>
-        <translation>Ein unterbrochenes Entfernen oder Kopieren hat es hinterlassen: %1.</translation>
-    </message>
-    <message>
         <source>No row claims it: %1.</source>
         <translation>Keine Zeile beansprucht es: %1.</translation>
     </message>
@@ -345,6 +341,14 @@
     <message>
         <source>The folder cannot be read, so what is in it was not looked at.</source>
         <translation>Der Ordner kann nicht gelesen werden; was darin ist, wurde nicht betrachtet.</translation>
+    </message>
+    <message>
+        <source>No row claims it, but a program that lives fetches to its folder.</source>
+        <translation>Keine Zeile beansprucht es, aber ein lebendes Programm ruft in seinen Ordner ab.</translation>
+    </message>
+    <message>
+        <source>A removal, a copy or a fetch that was interrupted has left it: %1.</source>
+        <translation>Ein unterbrochenes Entfernen, Kopieren oder Abrufen hat es hinterlassen: %1.</translation>
     </message>
 </context>
 <context>

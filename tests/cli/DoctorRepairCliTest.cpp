@@ -3,9 +3,13 @@
 #include "CacheProcess.h"
 #include "Printers.h"
 
+#include <QCryptographicHash>
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
 
 #include <csignal>
 
@@ -17,7 +21,33 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-using DoctorRepairCliTest = DoctorCli;
+class DoctorRepairCliTest : public DoctorCli
+{
+protected:
+    /// Of all data of the resource.
+    static QString folderOf(const QString &reference)
+    {
+        return QString::fromLatin1(
+            QCryptographicHash::hash(reference.toUtf8(), QCryptographicHash::Sha256)
+                .toHex()
+                .left(32));
+    }
+
+    /// What a fetch of the resource by this process would have made by now.
+    void stage(const QString &reference) const
+    {
+        const QJsonObject record {
+            { u"key"_s, reference },
+            { u"pid"_s, QString::number(::getpid()) },
+            { u"processStarted"_s, startOfThis() },
+            { u"boot"_s,
+              QString::fromLatin1(readFile(u"/proc/sys/kernel/random/boot_id"_s)).trimmed() },
+            { u"updated"_s, QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs) },
+        };
+        writeFile(cache.baseDir() + u"/Staging/%1-state-0/record.json"_s.arg(folderOf(reference)),
+                  QJsonDocument(record).toJson());
+    }
+};
 
 } // namespace
 
@@ -49,6 +79,39 @@ TEST_F(DoctorRepairCliTest, repair_remainsBesideData_goUnlessACopyIsOnItsWay)
     EXPECT_EQ(readFile(copy), "data");
     EXPECT_EQ(QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).size(),
               2);
+    expectUntouched(references.first());
+}
+
+TEST_F(DoctorRepairCliTest, repair_remainsOfAPlacement_goOnceItsFetchIsDead)
+{
+    const QString newcomer = u"share:/first"_s;
+    const QString ofNewcomer = folderOf(newcomer);
+    const QString ofRow = QFileInfo(firstPath()).dir().dirName();
+    ASSERT_EQ(ofRow, folderOf(references.first()));
+    // Beside data that has a row, and where none has been yet.
+    const QStringList remains {
+        u"%1/.incoming-%1-state-0"_s.arg(ofRow),
+        u"%1/.replaced-%1-state-0"_s.arg(ofRow),
+        u"%1/.incoming-%1-state-0"_s.arg(ofNewcomer),
+    };
+    const auto pathOf = [this](const QString &place) {
+        return cache.dataDir() + u"/share/"_s + place + u"/run.raw"_s;
+    };
+    for (const QString &place : remains)
+        writeFile(pathOf(place), "data");
+    // A fetch that stands still has lost its rows, but it may go on.
+    stage(references.first());
+    stage(newcomer);
+    EXPECT_EQ(doctor({ u"--repair"_s }, 0), QStringList(3, u"data-young"_s));
+    for (const QString &place : remains)
+        EXPECT_EQ(readFile(pathOf(place)), "data");
+
+    ASSERT_TRUE(QDir(cache.baseDir() + u"/Staging"_s).removeRecursively());
+    EXPECT_EQ(doctor({ u"--repair"_s }, 1),
+              (QStringList { u"data-without-row"_s, u"leftover"_s, u"leftover"_s }));
+    for (const QString &place : remains)
+        EXPECT_FALSE(QFileInfo::exists(pathOf(place))) << place.toStdString();
+    EXPECT_EQ(doctor({}, 0), QStringList());
     expectUntouched(references.first());
 }
 

@@ -9,6 +9,7 @@
 #include "platform/TreeCopy.h"
 #include "platform/TreeRemoval.h"
 #include "platform/VolumeMove.h"
+#include "staging/NeighbourName.h"
 
 namespace zel {
 
@@ -56,10 +57,13 @@ Error Placement::placeByNeighbour(const fs::path &staged, const fs::path &target
                                   const std::string &owner)
 {
     Error error;
-    const fs::path incoming = target.parent_path() / (".incoming-" + owner);
+    const fs::path incoming = target.parent_path() / NeighbourName::incoming(owner);
+    const fs::path replaced = target.parent_path() / NeighbourName::replaced(owner);
+    // What a placement has left whose process died.
     ZEL_TRY(error, TreeRemoval::remove(textPath(incoming)));
+    ZEL_TRY(error, TreeRemoval::remove(textPath(replaced)));
     const Error copyError = copy(staged, incoming);
-    error = copyError.hasError() ? copyError : replace(incoming, target, owner);
+    error = copyError.hasError() ? copyError : replace(incoming, target, replaced);
     ZEL_DROP(TreeRemoval::remove(textPath(incoming))); // what counts is decided
     return ZEL_PASS(error);
 }
@@ -83,15 +87,13 @@ Error Placement::copy(const fs::path &from, const fs::path &to)
 }
 
 /// Both lie in one folder.
-Error Placement::replace(const fs::path &incoming, const fs::path &target, const std::string &owner)
+Error Placement::replace(const fs::path &incoming, const fs::path &target, const fs::path &replaced)
 {
     Error error;
     ZEL_TRY_LET(const bool isPlaced, placeInOneStep(incoming, target));
     if (isPlaced)
         return error;
 
-    const fs::path replaced = target.parent_path() / (".replaced-" + owner);
-    ZEL_TRY(error, TreeRemoval::remove(textPath(replaced)));
     ZEL_TRY(error, FileSync::renameDurably(textPath(target), textPath(replaced)));
     ZEL_TRY(error, FileSync::renameDurably(textPath(incoming), textPath(target)));
     ZEL_DROP(TreeRemoval::remove(textPath(replaced))); // the new one is in place

@@ -17,8 +17,8 @@ class Placement
 public:
     /// What lies at the target is replaced, in one step where the volume can do that. If the target
     /// lies on another volume, the data is copied to a hidden neighbour of it first, whose name is
-    /// made of `owner`: no two callers with the same one at a time. What was replaced is at
-    /// `staged` afterwards, or gone.
+    /// made of `owner` (NeighbourName): no two callers with the same one at a time. What was
+    /// replaced is at `staged` afterwards, or gone.
     ///
     /// The target appears as a whole and is on the disk in the end. Code 7 if the target's volume
     /// has no room for the copy.
@@ -32,7 +32,7 @@ private:
                                   const std::filesystem::path &target, const std::string &owner);
     static Error copy(const std::filesystem::path &from, const std::filesystem::path &to);
     static Error replace(const std::filesystem::path &incoming, const std::filesystem::path &target,
-                         const std::string &owner);
+                         const std::filesystem::path &replaced);
 };
 
 } // namespace zel

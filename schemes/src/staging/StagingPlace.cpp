@@ -1,5 +1,6 @@
 #include "staging/StagingPlace.h"
 
+#include "references/CacheFileName.h"
 #include "staging/StagingCleaner.h"
 #include "staging/StagingFolder.h"
 
@@ -19,6 +20,11 @@ StagingPlace remainsAt(const QString &folder)
 }
 
 } // namespace
+
+QString StagingPlace::resourceFolder() const
+{
+    return record ? CacheFileName::folderFor(record->referenceKey) : QString();
+}
 
 bool StagingPlace::isStale(const IsReady &isReady, const QDateTime &now) const
 {

@@ -20,6 +20,12 @@ struct ZEL_RESOURCE_SCHEMES_EXPORT StagingPlace
     /// On its way out: what an interrupted removal has left.
     bool isRemains = false;
 
+    /// Whether the process that fetches by it lives, as far as can be seen from here, also if it
+    /// stands still.
+    bool isInUse() const { return record && record->isBeingWritten(); }
+    /// The name of the folder in the cache that all data of its resource lies in; empty if it
+    /// cannot be told.
+    QString resourceFolder() const;
     /// Whether the next fetch removes it, unless somebody has it locked: nobody will go on with it.
     bool isStale(const IsReady &isReady,
                  const QDateTime &now = QDateTime::currentDateTimeUtc()) const;

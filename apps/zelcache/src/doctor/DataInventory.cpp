@@ -2,6 +2,7 @@
 
 #include "WholeCopy.h"
 #include "doctor/AsideName.h"
+#include "staging/NeighbourName.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -40,6 +41,7 @@ bool isCounted(const QByteArray &name)
 bool isRemains(const QByteArray &name)
 {
     return name.startsWith(".leftover-") || AsideName::isOne(name)
+        || NeighbourName::isOne({ name.constData(), std::size_t(name.size()) })
         || (name.startsWith(".zel-") && name.endsWith(".partial"))
         || (isCopyOnItsWay(name) && !isCopyInProgress(name));
 }

@@ -23,7 +23,7 @@ public:
     const QList<QByteArray> &unreadable() const { return outcome.unreadable; }
     /// Below the data directory, and with no row at all: what could go as one.
     const QList<TreeSurvey::Entry> &unclaimed() const { return nobodys; }
-    /// Remains of removals, copies and repairs, beside the data of a resource.
+    /// Remains of removals, copies, fetches and repairs, beside the data of a resource.
     const QList<TreeSurvey::Entry> &leftovers() const { return remains; }
     /// What a repair that was interrupted has moved away from this place or from a folder around
     /// it; empty if it has not, or if there is something by now.

@@ -31,15 +31,14 @@ void addData(const Examination &all, FindingKind kind, const TreeSurvey::Entry &
 {
     const QString path = all.data.places().pathTo(entry.path);
     if (all.mayBeClaimed(entry)) {
-        findings.append(
-            { FindingKind::DataYoung,
-              path,
-              Texts::tr("No row claims it, but it is so new that a program may be about to."),
-              {} });
+        const QString text = all.isOfStagedFetch(entry)
+            ? Texts::tr("No row claims it, but a program that lives fetches to its folder.")
+            : Texts::tr("No row claims it, but it is so new that a program may be about to.");
+        findings.append({ FindingKind::DataYoung, path, text, {} });
         return;
     }
     const QString text = kind == FindingKind::Leftover
-        ? Texts::tr("A removal or a copy that was interrupted has left it: %1.")
+        ? Texts::tr("A removal, a copy or a fetch that was interrupted has left it: %1.")
         : Texts::tr("No row claims it: %1.");
     Finding finding { kind, path, text.arg(sizeText(entry.bytes)), {} };
     // A file without tables is none that could claim anything: the former one may come back.
@@ -63,8 +62,7 @@ void checkStaging(const Examination &all, Findings &findings)
         return ready.contains(key);
     };
     for (const StagingPlace &place : all.staging) {
-        const bool isInUse = place.record && place.record->isBeingWritten();
-        if (isInUse || !place.isStale(isReady, QDateTime::fromMSecsSinceEpoch(all.now)))
+        if (place.isInUse() || !place.isStale(isReady, QDateTime::fromMSecsSinceEpoch(all.now)))
             continue;
         const QString what = place.record ? place.record->displayText : Texts::tr("a fetch");
         findings.append(

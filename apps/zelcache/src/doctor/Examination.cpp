@@ -55,6 +55,15 @@ void addProcesses(Examination &all)
         all.processes.insert(*holder, ProcessFacts::of(*holder));
 }
 
+void readStaging(Examination &all)
+{
+    all.staging = StagingPlace::readAll(all.settings.cachePath.cacheDataDir());
+    for (const StagingPlace &place : std::as_const(all.staging)) {
+        if (place.isInUse())
+            all.foldersBeingFilled.insert(place.resourceFolder());
+    }
+}
+
 Error readDatabase(Examination &all)
 {
     const Reader reader(all.settings.cachePath.databasePath());
@@ -108,7 +117,7 @@ bool Examination::isAlive(qint64 clientId) const
 
 bool Examination::mayBeClaimed(const TreeSurvey::Entry &entry) const
 {
-    if (now - entry.newestChange < minimumAge.count())
+    if (now - entry.newestChange < minimumAge.count() || isOfStagedFetch(entry))
         return true;
     // What a fetch has put at its place, and has not told of yet, is newer than its process.
     return std::any_of(snapshot.acquiringTasks.begin(), snapshot.acquiringTasks.end(),
@@ -118,6 +127,14 @@ bool Examination::mayBeClaimed(const TreeSurvey::Entry &entry) const
                            const auto process = processes.value(task.processId.value_or(0));
                            return !process.started || entry.newestChange >= *process.started;
                        });
+}
+
+bool Examination::isOfStagedFetch(const TreeSurvey::Entry &entry) const
+{
+    if (foldersBeingFilled.isEmpty())
+        return false;
+    const QByteArray folder = entry.path.split('/').value(1); // in that of the scheme
+    return foldersBeingFilled.contains(QFile::decodeName(folder));
 }
 
 Result<Examination> examine(const ResourceManagerSettings &settings,
@@ -133,7 +150,7 @@ Result<Examination> examine(const ResourceManagerSettings &settings,
     const QString dataDirectory = settings.cachePath.cacheDataDir();
     if (!all.databaseFailure.hasError())
         all.data = DataInventory::of(dataDirectory, all.snapshot.resources);
-    all.staging = StagingPlace::readAll(dataDirectory);
+    readStaging(all);
     all.manifestFailures = ManifestStore::forCache(dataDirectory).failures();
     const QStorageInfo volume(settings.cachePath.baseDirPath().toString());
     all.fileSystem = QString::fromLatin1(volume.fileSystemType());
@@ -149,6 +166,7 @@ Result<Examination> examineRows(const ResourceManagerSettings &settings,
     Examination all = begun(settings, minimumAge);
     ZEL_TRY_LET(all.snapshot, Reader(settings.cachePath.databasePath()).read());
     all.now = QDateTime::currentMSecsSinceEpoch();
+    readStaging(all);
     addProcesses(all);
     return all;
 }

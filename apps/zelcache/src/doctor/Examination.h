@@ -12,6 +12,7 @@
 
 #include <QHash>
 #include <QMap>
+#include <QSet>
 
 #include <chrono>
 
@@ -43,6 +44,7 @@ struct Examination
 
     DataInventory data;
     QList<StagingPlace> staging;
+    QSet<QString> foldersBeingFilled; ///< of resources that living processes fetch, by name
     QMap<QString, Error> manifestFailures; ///< of what should be manifests, by path
     QHash<qint64, ProcessFacts> processes; ///< of the clients and of the lock, by number
     QHash<qint64, bool> hasCacheOpen; ///< of the clients, by number, as far as that can be seen
@@ -56,15 +58,18 @@ struct Examination
     /// Whether the client has pinged lately.
     bool isAlive(qint64 clientId) const;
     /// Whether it may belong to a fetch that runs, or is too new to tell: then it is to be left
-    /// alone.
+    /// alone. The path of the entry is below the data directory.
     bool mayBeClaimed(const TreeSurvey::Entry &entry) const;
+    /// Whether it lies where a process brings data to that lives, also if that stands still and so
+    /// counts no more.
+    bool isOfStagedFetch(const TreeSurvey::Entry &entry) const;
 };
 
 /// Fails only if there is no cache.
 Result<Examination> examine(const ResourceManagerSettings &settings,
                             std::chrono::milliseconds minimumAge);
 
-/// The same without a look at the disk, at the file's pages and at the lock.
+/// The same without a look at the data, at the file's pages and at the lock.
 Result<Examination> examineRows(const ResourceManagerSettings &settings,
                                 std::chrono::milliseconds minimumAge);
 

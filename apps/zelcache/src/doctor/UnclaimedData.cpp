@@ -54,12 +54,13 @@ qint64 newestChangeIn(const QString &folder)
 }
 
 /// The path with all that is in it; empty if it is gone.
-std::optional<TreeSurvey::Entry> entryAt(const QString &path)
+std::optional<TreeSurvey::Entry> entryAt(const QString &path, const QByteArray &place)
 {
     const QFileInfo info(path);
     if (!info.exists() && !info.isSymLink())
         return {};
     TreeSurvey::Entry entry;
+    entry.path = place;
     entry.newestChange = info.metadataChangeTime().toMSecsSinceEpoch();
     if (info.isDir() && !info.isSymLink())
         entry.newestChange = std::max(entry.newestChange, newestChangeIn(path));
@@ -81,10 +82,13 @@ public:
         std::sort(claimed.begin(), claimed.end());
     }
 
+    /// Below the data directory.
+    QByteArray placeOf(const QString &path) const { return places.named(path); }
+
     /// Whether a row has the path, or one in it or around it.
     bool include(const QString &path) const
     {
-        const QByteArray place = places.named(path);
+        const QByteArray place = placeOf(path);
         const auto inside = std::lower_bound(claimed.begin(), claimed.end(), place + '/');
         bool isIncluded = inside != claimed.end() && inside->startsWith(place + '/');
         for (QByteArray around = place; !around.isEmpty(); around = folderAround(around))
@@ -106,7 +110,7 @@ QString asidePathFor(const QString &path)
 
 void moveAside(const Examination &before, const Claims &claims, Candidate &candidate)
 {
-    const auto entry = entryAt(candidate.path);
+    const auto entry = entryAt(candidate.path, claims.placeOf(candidate.path));
     if (!entry)
         return; // somebody else has removed it
     if (claims.include(candidate.path) || before.mayBeClaimed(*entry)) {

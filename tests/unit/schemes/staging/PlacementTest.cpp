@@ -1,0 +1,112 @@
+#include "staging/Placement.h"
+
+#include "FileSteps.h"
+#include "TemporaryCache.h"
+#include "platform/FreeSpace.h"
+#include "staging/NeighbourName.h"
+
+#include <QDir>
+#include <QTemporaryDir>
+
+#include <cerrno>
+#include <csignal>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace zel;
+using namespace zel::test;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// A volume on which nothing can change places, as many cannot; kills the process before a step.
+class PoorVolume final : public FileStepWatcher
+{
+public:
+    explicit PoorVolume(int stepsToLive)
+        : stepsToLive(stepsToLive)
+    {
+    }
+
+    int before(const FileStep &step) override
+    {
+        if (changesFiles(step) && stepsToLive-- == 0)
+            ::kill(::getpid(), SIGKILL);
+        const bool isExchange = step.kind == FileStep::Kind::Rename && step.flags != 0;
+        return isExchange ? EINVAL : 0;
+    }
+
+private:
+    int stepsToLive;
+};
+
+/// From one volume to a place on another one at which something lies already.
+class PlacementTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        const auto isSame = FreeSpace::isSameVolume(staging.path(), cache.baseDir());
+        if (!staging.isValid() || !isSame.hasValue() || isSame.value())
+            GTEST_SKIP() << "no second volume to write to";
+        writeFile(target() + u"/run.d"_s + u"/old"_s, "old");
+    }
+
+    QString target() const { return cache.dataDir() + u"/share/folder"_s; }
+
+    /// In a process of its own; false if it was killed.
+    bool place(int stepsToLive)
+    {
+        writeFile(staging.filePath(u"run.d/new"_s), "new");
+        const pid_t child = ::fork();
+        if (child == 0) {
+            PoorVolume volume(stepsToLive);
+            watchFileSteps(&volume);
+            const Error error
+                = Placement::place(staging.filePath(u"run.d"_s).toStdString(),
+                                   (target() + u"/run.d"_s).toStdString(), "owner-state-0");
+            ::_exit(error.hasError() ? 1 : 0);
+        }
+        int status = 0;
+        EXPECT_EQ(::waitpid(child, &status, 0), child);
+        EXPECT_TRUE(WIFSIGNALED(status) || WEXITSTATUS(status) == 0);
+        return !WIFSIGNALED(status);
+    }
+    /// What lies beside the target.
+    QStringList neighbours() const
+    {
+        QStringList names
+            = QDir(target()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+        names.removeAll(u"run.d"_s);
+        return names;
+    }
+
+    TemporaryCache cache;
+    QTemporaryDir staging { u"/dev/shm/zel-placement-XXXXXX"_s };
+};
+
+} // namespace
+
+TEST_F(PlacementTest, place_killedAtEachStep_leavesOnlyNamesThatAreKnownAndTheNextOneNone)
+{
+    QSet<QString> seen;
+    int step = 0;
+    for (; !HasFailure() && !place(step); ++step) {
+        for (const QString &name : neighbours()) {
+            EXPECT_TRUE(NeighbourName::isOne(name.toStdString())) << name.toStdString();
+            seen.insert(name);
+        }
+        EXPECT_TRUE(place(-1));
+        EXPECT_EQ(neighbours(), QStringList()) << step;
+        EXPECT_EQ(readFile(target() + u"/run.d/new"_s), "new");
+        writeFile(target() + u"/run.d/old"_s, "old");
+    }
+    EXPECT_EQ(seen, (QSet<QString> { u".incoming-owner-state-0"_s, u".replaced-owner-state-0"_s }));
+}
+
+TEST_F(PlacementTest, neighbourName_otherNames_areNone)
+{
+    for (const char *name : { "run.d", "incoming-run", ".leftover-1", "", ".incoming" })
+        EXPECT_FALSE(NeighbourName::isOne(name)) << name;
+}
