@@ -134,6 +134,14 @@ TEST_F(ManPageTest, environment_isThatOfTheDocument)
     EXPECT_EQ(longOptionsIn(headings, u"\\*([A-Z_]+)\\*"_s), ofDocument);
 }
 
+TEST_F(ManPageTest, boundOfAList_isToldInThePageAndInTheDocument)
+{
+    const QString bound = u"64 MiB"_s;
+    EXPECT_TRUE(commandsOfPage().value(u"get"_s).contains(bound));
+    const QString document = QString::fromUtf8(readFile(QStringLiteral(ZELCACHE_DOCUMENT)));
+    EXPECT_TRUE(document.section(u"`get -f` reads"_s, 1).section(u"\n\n"_s, 0, 0).contains(bound));
+}
+
 TEST_F(ManPageTest, page_isBuilt)
 {
     EXPECT_TRUE(readFile(QStringLiteral(MAN_PAGE)).contains("\n.TH \"zelcache\" \"1\""));

@@ -46,4 +46,25 @@ TEST(ReferenceList, readReferenceList_missingFileOrFolder_failsAndNamesIt)
     }
 }
 
+TEST(ReferenceList, readReferenceList_atItsBound_isReadAndBeyondItRefused)
+{
+    constexpr qint64 bound = 64 * 1024 * 1024;
+    const QTemporaryDir directory;
+    QFile file(directory.filePath(u"list"_s));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("http://a\n#");
+    ASSERT_TRUE(file.resize(bound)); // the rest is one comment
+    file.close();
+    const auto references = readReferenceList(file.fileName(), ListForm::Lines);
+    ASSERT_TRUE(references.hasValue()) << references.error().description().toStdString();
+    EXPECT_EQ(references.value(), QStringList { u"http://a"_s });
+
+    ASSERT_TRUE(file.resize(bound + 1));
+    const auto refused = readReferenceList(file.fileName(), ListForm::Lines);
+    ASSERT_FALSE(refused.hasValue());
+    EXPECT_EQ(refused.error().errorCode(), ErrorCode::OperationFailed);
+    EXPECT_EQ(refused.error().errorMessage(),
+              u"The list %1 is longer than 64 MiB."_s.arg(file.fileName()));
+}
+
 } // namespace zel::cli
