@@ -1,6 +1,7 @@
 #include "KillLoop.h"
 
 #include "Proof.h"
+#include "WaitUntil.h"
 
 #include <gtest/gtest.h>
 
@@ -9,6 +10,8 @@
 #include <QDirIterator>
 #include <QFileInfo>
 #include <QProcess>
+
+#include <numeric>
 
 namespace zel::test {
 
@@ -19,6 +22,7 @@ namespace {
 
 const QString actor = QStringLiteral(ZEL_KILL_ACTOR);
 constexpr int killed = -1;
+const QString netrc = u"home/.netrc"_s;
 
 QString sumOf(const QString &path)
 {
@@ -37,6 +41,23 @@ void copyTree(const QString &from, const QString &to)
 {
     QDir(to).removeRecursively();
     ASSERT_EQ(QProcess::execute(u"cp"_s, { u"-a"_s, from, to }), 0);
+}
+
+/// By their paths below a folder.
+QMap<QString, qint64> sizesBelow(const QString &folder)
+{
+    QMap<QString, qint64> sizes;
+    QDirIterator all(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (all.hasNext()) {
+        const QString path = all.next();
+        sizes.insert(path.mid(folder.size()), all.fileInfo().size());
+    }
+    return sizes;
+}
+
+qint64 sum(const QMap<QString, qint64> &sizes)
+{
+    return std::accumulate(sizes.begin(), sizes.end(), qint64(0));
 }
 
 } // namespace
@@ -71,7 +92,17 @@ QString KillLoop::samplePathIn(const QString &container)
 
 std::unique_ptr<ActorProcess> KillLoop::program() const
 {
-    return std::make_unique<ActorProcess>(actor, QStringList { m_cache->baseDir() });
+    const QString home = QFileInfo(m_cache->outside(netrc)).path();
+    return std::make_unique<ActorProcess>(actor, QStringList { m_cache->baseDir() },
+                                          ActorProcess::Environment { { u"HOME"_s, home } });
+}
+
+/// So that a server's log tells the programs that come from those that are dead.
+void KillLoop::nameNext()
+{
+    m_user = u"heir%1"_s.arg(m_recoveries);
+    writeFile(m_cache->outside(netrc),
+              QByteArray("default login " + m_user.toUtf8() + " password x\n"));
 }
 
 void KillLoop::prepare(const KillScenario &scenario)
@@ -214,9 +245,50 @@ void KillLoop::letTimePass() const
         database.run(u"UPDATE Clients SET lastPingTime = lastPingTime - 31000"_s);
 }
 
+/// What fetches have collected, by its place in the staging folder of each.
+QMap<QString, qint64> KillLoop::staged() const
+{
+    QMap<QString, qint64> contents;
+    const QMap<QString, qint64> all = sizesBelow(m_cache->baseDir() + u"/Staging"_s);
+    for (auto file = all.begin(); file != all.end(); ++file) {
+        const QString place = file.key().section(u'/', 2);
+        const bool isLeaving = file.key().section(u'/', 1, 1).contains(u'.');
+        if (place.startsWith(u"content/"_s) && !isLeaving)
+            contents.insert(place.section(u'/', 1), file.value());
+    }
+    return contents;
+}
+
+/// That the next one has fetched what was not there, and nothing else.
+void KillLoop::checkSent(const QMap<QString, qint64> &staged, bool wasReady) const
+{
+    const QString source = m_scenario.resources.constFirst().source;
+    const bool isFile = QFileInfo(source).isFile();
+    const qint64 total = isFile ? QFileInfo(source).size() : sum(sizesBelow(source));
+    const qint64 expected = wasReady ? 0 : total - sum(staged);
+    const auto sent = [&] {
+        qint64 bytes = 0;
+        for (const FileAnswer &answer : m_scenario.answersTo(m_user))
+            bytes += staged.values().contains(answer.fileSize) ? 0 : answer.bytes;
+        return bytes;
+    };
+    // A line of the log is written when the answer has been sent.
+    waitUntil([&] { return sent() == expected; });
+    EXPECT_EQ(sent(), expected) << "of " << total << " bytes " << sum(staged) << " were staged";
+    for (const QString &path : m_scenario.answersTo(m_user).keys())
+        EXPECT_FALSE(!isFile && staged.contains(path))
+            << qPrintable(path) << " was here as a whole";
+}
+
 void KillLoop::checkRecovery()
 {
     letTimePass();
+    const QMap<QString, qint64> stagedByTheDead = staged();
+    const bool wasReady = m_scenario.answersTo
+        && CacheDatabase(m_cache->databasePath())
+                .status(m_scenario.resources.constFirst().reference)
+            == u"Ready"_s;
+    nameNext();
     const auto next = program();
     EXPECT_EQ(next->ask(u"open"_s), u"ok"_s);
     for (const QString &command : std::as_const(m_scenario.again))
@@ -236,6 +308,8 @@ void KillLoop::checkRecovery()
     EXPECT_TRUE(violations.isEmpty()) << qPrintable(violations.join(u'\n'));
     next->send(u"quit"_s);
     EXPECT_EQ(next->end(), 0);
+    if (m_scenario.answersTo)
+        checkSent(stagedByTheDead, wasReady);
     checkRemoval();
     CacheDatabase database(m_cache->databasePath());
     EXPECT_EQ(database.count(u"Clients"_s), 0);

@@ -27,6 +27,13 @@ struct KilledResource
     bool isContainer = false; ///< then only its sample counts, wherever that lies
 };
 
+/// What a server has sent of a file.
+struct FileAnswer
+{
+    qint64 bytes = 0;
+    qint64 fileSize = 0;
+};
+
 /// What a program is killed in the middle of.
 struct KillScenario
 {
@@ -40,6 +47,9 @@ struct KillScenario
     QList<KilledResource> resources = {};
     bool hasBeside = true; ///< a resource that has nothing to do with it all is in the cache, too
     QList<CacheInvariants::Exception> exceptions = {};
+    /// By paths, the last answer of the server for each file of the one resource to who goes by
+    /// this name. To one who has a part already an answer with all is only begun, and broken off.
+    std::function<QMap<QString, FileAnswer>(const QString &user)> answersTo = {};
 };
 
 /// Kills a program before each of the things that it does to files, or at each of its system calls
@@ -70,6 +80,9 @@ private:
     enum class Fate { Killed, Survived };
 
     std::unique_ptr<ActorProcess> program() const;
+    void nameNext();
+    QMap<QString, qint64> staged() const;
+    void checkSent(const QMap<QString, qint64> &staged, bool wasReady) const;
     void restore() const;
     Fate judge(ActorProcess *victim);
     Fate dieAtFileStep(int step);
@@ -89,6 +102,7 @@ private:
     ActorProcess m_reader;
     QString m_besidePath;
     FileSums m_besideSums;
+    QString m_user; ///< by which servers know the programs that are started now
     int m_kills = 0;
     int m_recoveries = 0;
 };

@@ -13,6 +13,7 @@ using Exception = CacheInvariants::Exception;
 
 namespace {
 
+constexpr QLatin1StringView listName("SHA256SUMS");
 constexpr int longFileName = 200; // longer than what a sparse container is made for
 
 QByteArray content(int size)
@@ -64,13 +65,27 @@ KillScenarios::KillScenarios() = default;
 
 QStringList KillScenarios::names()
 {
-    return { u"openFresh"_s,       u"openExisting"_s,   u"openOldSchema"_s,
-             u"openAfterADeath"_s, u"fetchFile"_s,      u"fetchFolder"_s,
-             u"fetchWebFile"_s,    u"fetchWebFolder"_s, u"fetchOverLeftovers"_s,
-             u"fetchOverSparse"_s, u"fetchAfterLoss"_s, u"fetchContainer"_s,
-             u"purge"_s,           u"purgeContainer"_s, u"purgeOutdated"_s,
-             u"removeOnRelease"_s, u"count"_s,          u"rebuild"_s,
-             u"verify"_s,          u"close"_s };
+    return { u"openFresh"_s,
+             u"openExisting"_s,
+             u"openOldSchema"_s,
+             u"openAfterADeath"_s,
+             u"fetchFile"_s,
+             u"fetchFolder"_s,
+             u"fetchWebFile"_s,
+             u"fetchWebFolder"_s,
+             u"fetchDavFolder"_s,
+             u"fetchOverLeftovers"_s,
+             u"fetchOverSparse"_s,
+             u"fetchAfterLoss"_s,
+             u"fetchContainer"_s,
+             u"purge"_s,
+             u"purgeContainer"_s,
+             u"purgeOutdated"_s,
+             u"removeOnRelease"_s,
+             u"count"_s,
+             u"rebuild"_s,
+             u"verify"_s,
+             u"close"_s };
 }
 
 KillScenario KillScenarios::named(const QString &name, ActorProcess *actor)
@@ -112,12 +127,18 @@ KillScenario KillScenarios::ofFetching(const QString &name, ActorProcess *actor)
         fetched = webFile();
     if (name == u"fetchWebFolder"_s)
         fetched = webFolder();
+    if (name == u"fetchDavFolder"_s)
+        fetched = davFolder();
     if (name == u"fetchContainer"_s || name == u"fetchOverSparse"_s)
         fetched = container(actor);
     KillScenario scenario { .name = name,
                             .unharmed = { u"open"_s },
                             .deadly = { retrieve(fetched) },
                             .resources = { fetched } };
+    if (m_server || m_davServer)
+        scenario.answersTo = [this](const QString &user) {
+            return answersTo(user);
+        };
     // A sparse container's size counts what lies elsewhere as well.
     if (fetched.isContainer)
         scenario.exceptions = { Exception::OtherSizes };
@@ -237,15 +258,43 @@ KilledResource KillScenarios::webFolder()
     const QString source = path(u"web.d"_s);
     QByteArray sums;
     for (int i = 0; i < 4; ++i) {
-        const QByteArray bytes = content(20'000 + i);
+        // One comes in several writes; no two are equally long.
+        const QByteArray bytes = content(i == 2 ? 600'000 : 20'000 * (i + 1));
         const QString name = u"file%1"_s.arg(i);
         writeFile(source + u'/' + name, bytes);
         server().addFile(u"web.d/"_s + name, bytes);
         sums += QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex() + "  "
             + name.toUtf8() + '\n';
     }
-    server().addFile(u"web.d/SHA256SUMS"_s, sums);
-    return { u"list+"_s + server().url(u"web.d/SHA256SUMS"_s), source };
+    server().addFile(u"web.d/"_s + listName, sums);
+    return { u"list+"_s + server().url(u"web.d/"_s + listName), source };
+}
+
+KilledResource KillScenarios::davFolder()
+{
+    const QString source = path(u"dav.d"_s);
+    const QStringList names { u"a"_s, u"deep/b"_s, u"deep/deeper/c"_s, u"d"_s };
+    for (const QString &name : names) {
+        // One comes in several writes; no two are equally long.
+        const QByteArray bytes = content(name == u"d"_s ? 600'000 : int(20'000 * name.size()));
+        writeFile(source + u'/' + name, bytes);
+        davServer().addFile(u"dav.d/"_s + name, bytes);
+    }
+    return { davServer().url(u"dav.d"_s), source };
+}
+
+QMap<QString, FileAnswer> KillScenarios::answersTo(const QString &user) const
+{
+    const QString name = u"Basic "_s + QString::fromLatin1((user.toUtf8() + ":x").toBase64());
+    QMap<QString, FileAnswer> answers;
+    for (const LoggedRequest &request : m_server ? m_server->requests() : m_davServer->requests()) {
+        const bool isFile = request.method == u"GET"_s && !request.path.endsWith(listName);
+        // The sources lie here by the paths that they have on the server.
+        if (isFile && request.authorization == name && request.status / 100 == 2)
+            answers[request.path.section(u'/', 1)]
+                = { request.bodyBytes, QFileInfo(path(request.path.section(u'/', 1))).size() };
+    }
+    return answers;
 }
 
 const NginxServer &KillScenarios::server()
@@ -255,14 +304,11 @@ const NginxServer &KillScenarios::server()
     return *m_server;
 }
 
-std::optional<int> KillScenarios::resumedTransfers() const
+const ApacheServer &KillScenarios::davServer()
 {
-    if (!m_server)
-        return std::nullopt;
-    int resumed = 0;
-    for (const LoggedRequest &request : m_server->requests())
-        resumed += request.status == 206 ? 1 : 0;
-    return resumed;
+    if (!m_davServer)
+        m_davServer = std::make_unique<ApacheServer>();
+    return *m_davServer;
 }
 
 } // namespace zel::test

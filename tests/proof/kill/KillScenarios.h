@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ApacheServer.h"
 #include "KillLoop.h"
 #include "NginxServer.h"
 
@@ -20,8 +21,6 @@ public:
     /// Makes the scenario's sources. `actor` makes containers.
     KillScenario named(const QString &name, ActorProcess *actor);
     QString share() const { return m_directory.filePath(QStringLiteral("share")); }
-    /// How many requests went on behind the first bytes; empty without a server.
-    std::optional<int> resumedTransfers() const;
 
 private:
     KilledResource file();
@@ -29,15 +28,20 @@ private:
     KilledResource container(ActorProcess *actor);
     KilledResource webFile();
     KilledResource webFolder();
+    KilledResource davFolder();
     KillScenario ofOpening(const QString &name);
     KillScenario ofFetching(const QString &name, ActorProcess *actor);
     KillScenario ofRemoving(const QString &name, ActorProcess *actor);
     KillScenario ofCounting(const QString &name);
     QString path(const QString &name) const { return m_directory.filePath(name); }
+    /// Those of the server that there is.
+    QMap<QString, FileAnswer> answersTo(const QString &user) const;
     const NginxServer &server();
+    const ApacheServer &davServer();
 
     const QTemporaryDir m_directory;
     std::unique_ptr<NginxServer> m_server;
+    std::unique_ptr<ApacheServer> m_davServer;
 };
 
 } // namespace zel::test
