@@ -15,6 +15,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QSettings>
 
 #include <cerrno>
 #include <functional>
@@ -34,6 +35,7 @@ struct Operation
     std::function<Error(int)> run;
     /// What does not hold afterwards; it is told whether run() has succeeded.
     std::function<QStringList(int, bool)> violations;
+    bool tellsReason = true; ///< not every failure has more to say than what has failed
 };
 
 /// By its code, or in the words of the system or of the database, which has codes of its own; to it
@@ -75,7 +77,7 @@ void prove(const Operation &operation)
                 found.append(u"fails without a reason: "_s + error.description());
             if (error.hasError() && (error.errorMessage().isEmpty() || error.trail().isEmpty()))
                 found.append(u"the error says nothing"_s);
-            if (error.hasError() && !tellsWantOfSpace(error, reason))
+            if (error.hasError() && operation.tellsReason && !tellsWantOfSpace(error, reason))
                 found.append(u"does not tell the want of space: "_s + error.description());
             judge(found, number);
 
@@ -262,6 +264,62 @@ TEST_F(FullDiskTest, writeManifest_isTheOldOrTheNewOne)
         const bool isRight = read.hasValue() && read.value()
             && (*read.value() == stored || (!isWritten && *read.value() == manifest));
         return isRight ? QStringList() : QStringList(u"another manifest"_s);
+    };
+    prove(operation);
+}
+
+/// The settings, with a key of another program in the same file.
+TEST_F(FullDiskTest, saveSettings_areTheOldOrTheNewOnes)
+{
+    class FileSettings : public ResourceManagerSettings
+    {
+    public:
+        explicit FileSettings(const QString &path)
+            : path(path)
+        {
+        }
+
+    protected:
+        QString settingsFilePath() const override { return path; }
+
+    private:
+        QString path;
+    };
+
+    const QString path = folder + u"/settings/all.ini"_s;
+    FileSettings settings(path);
+    settings.sizes = { 1, 2 };
+    qint64 stored = 1;
+    ASSERT_FALSE(settings.save().hasError());
+    QSettings(path, QSettings::IniFormat).setValue(u"Other/Key"_s, u"kept"_s);
+
+    Operation operation;
+    operation.folder = folder;
+    operation.tellsReason = false; // QSettings does not
+    operation.prepare = [&](int round) {
+        settings.sizes.optimalSize = 100 + round;
+    };
+    operation.run = [&](int) {
+        return settings.save();
+    };
+    operation.violations = [&](int, bool isSaved) {
+        stored = isSaved ? settings.sizes.optimalSize : stored;
+        FileSettings read(path);
+        read.load();
+        // Where only the name could not be brought to the disk, the new ones stand there already.
+        QStringList found;
+        if (read.sizes.optimalSize != stored
+            && (isSaved || read.sizes.optimalSize != settings.sizes.optimalSize))
+            found.append(u"other settings"_s);
+        if (read.sizes.maximumSize != 2
+            || QSettings(path, QSettings::IniFormat).value(u"Other/Key"_s) != u"kept"_s)
+            found.append(u"something is lost"_s);
+        const QStringList files
+            = QDir(folder + u"/settings"_s)
+                  .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+        if (files != QStringList(u"all.ini"_s))
+            found.append(u"something is left behind: "_s + files.join(u' '));
+        return found;
     };
     prove(operation);
 }

@@ -95,6 +95,7 @@ constexpr auto getTwo = "$zelcache get share:$out/two.raw";
 constexpr auto getFolder = "$zelcache get share:$out/run.d";
 constexpr auto readOnlyVolume = "mount --bind $base $base; mount -o remount,bind,ro $base";
 constexpr auto writableVolume = "umount $base";
+constexpr auto setSize = "$zelcache config set OptimalCacheSize 2GiB";
 
 const Obstacle obstacles[] = {
     // A volume that nobody may write to: what only reads goes on.
@@ -159,6 +160,25 @@ const Obstacle obstacles[] = {
       "mv $out/away $out/two.raw" },
     { "sourceGone_getFolder", "mv $out/run.d $out/away", getFolder, 1, "run.d",
       "mv $out/away $out/run.d" },
+    // The settings: what was in them stays.
+    { "settingsOfAnother_config",
+      "$zelcache config set OptimalCacheSize 1GiB >/dev/null; chmod 555 $XDG_CONFIG_HOME", setSize,
+      1, "The settings cannot be written",
+      "test $($zelcache config get OptimalCacheSize) = 1073741824 || exit 97; "
+      "chmod 755 $XDG_CONFIG_HOME" },
+    { "settingsOnAReadOnlyVolume_config",
+      "$zelcache config set OptimalCacheSize 1GiB >/dev/null; "
+      "mount --bind $XDG_CONFIG_HOME $XDG_CONFIG_HOME; mount -o remount,bind,ro $XDG_CONFIG_HOME",
+      setSize, 1, "The settings cannot be written",
+      "test $($zelcache config get OptimalCacheSize) = 1073741824 || exit 97; "
+      "umount $XDG_CONFIG_HOME" },
+    { "settingsOverALimit_config",
+      "$zelcache config set OptimalCacheSize 1GiB >/dev/null; ulimit -S -f 0", setSize, 1,
+      "OptimalCacheSize is not set",
+      "test $($zelcache config get OptimalCacheSize) = 1073741824 || exit 97; "
+      "ulimit -S -f unlimited" },
+    { "settingsAreAFolder_config", "s=$($zelcache config path); mkdir -p $s", setSize, 1,
+      "Is a directory", "rmdir $s" },
     // Links that lead outside: what they lead to stays as it is.
     { "linkInTheSource_getFolder", "ln -s ../../guarded $out/run.d/link", getFolder, 0, "list 0",
       "" },
