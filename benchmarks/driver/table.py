@@ -1,0 +1,53 @@
+"""Prints what was measured: as a table for people, as JSON for programs."""
+
+import json
+
+from .measuring import Outcome
+from .rows import Goal
+
+
+def as_time(seconds: float) -> str:
+    for unit, factor in (("s", 1), ("ms", 1e3), ("us", 1e6)):
+        if seconds * factor >= 1:
+            return f"{seconds * factor:.3g} {unit}"
+    return f"{seconds * 1e9:.3g} ns"
+
+
+def verdict(goal: Goal, outcome: Outcome) -> tuple[str, str]:
+    value = goal.measured(outcome.medians)
+    if value is None:
+        return "-", f"no {goal.side}: {outcome.absent[goal.side]}"
+    return f"{value:.3g}", "met" if goal.is_met(value) else "MISSED"
+
+
+def lines_of(outcome: Outcome) -> list[list[str]]:
+    times = ", ".join(
+        f"{side} {as_time(figures['seconds'])}" for side, figures in outcome.medians.items()
+    )
+    lines = [[outcome.row.name, outcome.row.title, times, "", ""]]
+    for goal in outcome.row.goals:
+        lines.append(["", f"  {goal}", "", *verdict(goal, outcome)])
+    return lines
+
+
+def print_table(outcomes: list[Outcome]) -> None:
+    lines = [["row", "operation and goals", "medians", "measured", ""]]
+    for outcome in outcomes:
+        lines += lines_of(outcome)
+    widths = [max(len(line[column]) for line in lines) for column in range(5)]
+    for line in lines:
+        print("  ".join(cell.ljust(width) for cell, width in zip(line, widths)).rstrip())
+
+
+def print_json(outcomes: list[Outcome]) -> None:
+    for outcome in outcomes:
+        goals = [
+            {
+                "goal": str(goal),
+                "measured": goal.measured(outcome.medians),
+                "verdict": verdict(goal, outcome)[1],
+            }
+            for goal in outcome.row.goals
+        ]
+        row = {"row": outcome.row.name, "medians": outcome.medians, "absent": outcome.absent}
+        print(json.dumps(row | {"goals": goals}))
