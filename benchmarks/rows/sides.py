@@ -1,6 +1,5 @@
 """How rows name their sides: the project's own programs, and peers in other languages."""
 
-import os
 import shutil
 from collections.abc import Callable
 from pathlib import Path
@@ -22,29 +21,26 @@ def program(name: str, processes: int = 1) -> MakeSide:
     return make
 
 
-def python_peer(script: str, *arguments: str, processes: int = 1) -> MakeSide:
-    """peers/SCRIPT ARGUMENT... DIRECTORY, which speaks as programs/Protocol.h says."""
+def python_peer(package: str, name: str, processes: int = 1) -> MakeSide:
+    """What peers/PACKAGE_peer.py enters under this name; peers/protocol.py tells how. The script is
+    not named like the package, since it would import itself."""
 
     def make(place: Place) -> Contestant:
-        _need(PYTHON, f'python3-{script.removesuffix(".py")}', _has_python_package(script))
-        command = [PYTHON, place.root / "benchmarks/peers" / script, *arguments, place.work]
-        return Speaker(command, processes)
+        is_there = Path("/usr/lib/python3/dist-packages", package).exists()
+        _need(PYTHON, f"python3-{package}", is_there)
+        script = place.root / "benchmarks/peers" / f"{package}_peer.py"
+        return Speaker([PYTHON, script, name, place.work], processes)
 
     return make
 
 
-def _has_python_package(script: str) -> bool:
-    name = script.removesuffix(".py")
-    return any(Path("/usr/lib/python3/dist-packages").glob(name))
+def node_peer(package: str, name: str, processes: int = 1) -> MakeSide:
+    """What peers/PACKAGE_peer.mjs enters under this name; peers/protocol.mjs tells how."""
 
-
-def node_peer(script: str, *arguments: str, processes: int = 1) -> MakeSide:
     def make(place: Place) -> Contestant:
-        package = Path("/usr/share/nodejs") / script.removesuffix(".mjs")
-        _need("node", f"node-{package.name}", package.exists())
-        os.environ.setdefault("NODE_PATH", "/usr/share/nodejs")
-        command = ["node", place.root / "benchmarks/peers" / script, *arguments, place.work]
-        return Speaker(command, processes)
+        _need("node", f"node-{package}", Path("/usr/share/nodejs", package).exists())
+        script = place.root / "benchmarks/peers" / f"{package}_peer.mjs"
+        return Speaker(["node", script, name, place.work], processes)
 
     return make
 
