@@ -14,6 +14,8 @@
 #include <QSqlDatabase>
 #include <QUuid>
 
+#include <atomic>
+
 namespace zel {
 
 using namespace Qt::Literals::StringLiterals;
@@ -57,6 +59,11 @@ struct OpenFiles
     QHash<QString, int> registrations;
 };
 
+/// How many objects of this process have a client row, or are about to. Apart from the files: the
+/// handler of a signal must not wait.
+std::atomic<int> clientRows = 0;
+static_assert(std::atomic<int>::is_always_lock_free);
+
 OpenFiles &openFiles()
 {
     static auto *files = new OpenFiles;
@@ -68,6 +75,7 @@ void addRegistration(const QString &file)
     OpenFiles &files = openFiles();
     const QMutexLocker lock(&files.mutex);
     ++files.registrations[file];
+    clientRows += file.isEmpty() ? 0 : 1; // one without a file is never taken back
 }
 
 void removeRegistration(const QString &file)
@@ -76,6 +84,7 @@ void removeRegistration(const QString &file)
     const QMutexLocker lock(&files.mutex);
     if (--files.registrations[file] <= 0)
         files.registrations.remove(file);
+    --clientRows;
 }
 
 bool hasRegistration(const QString &file)
@@ -201,12 +210,20 @@ Error ResourceCacheDao::open(const QString &path, const std::optional<qint64> &c
     ZEL_IGNORE(connectTo(path));
     ZEL_TRY(error, prepareFile());
     ZEL_TRY(error, cleanupStrayEntries());
-    ZEL_TRY(error, registerClient(clientProcessId.value_or(applicationProcessId())));
-
-    forgetRegistration();
-    registeredFile = fileKey(path);
-    addRegistration(registeredFile);
+    ++clientRows; // before there is one, and until it is among the registrations
+    error = ZEL_PASS(registerClient(clientProcessId.value_or(applicationProcessId())));
+    if (!error.hasError()) {
+        forgetRegistration();
+        registeredFile = fileKey(path);
+        addRegistration(registeredFile);
+    }
+    --clientRows;
     return error;
+}
+
+bool ResourceCacheDao::hasClientRow() noexcept
+{
+    return clientRows > 0;
 }
 
 bool ResourceCacheDao::isOpen() const

@@ -108,6 +108,9 @@ public:
     /// close(), abandonOpen() or the destructor clear up; isOpen() may well be true until then.
     /// Does not exclude other processes by itself: two that make a file at once spoil it.
     virtual Error open(const QString &path);
+    /// Whether an object of this process has registered the process in its file, or is about to,
+    /// so that an end without close() leaves a row behind. The handler of a signal may ask.
+    static bool hasClientRow() noexcept;
     bool isOpen() const;
 
     /// Removes the client row of this process with all that hangs on it, then the connection. A

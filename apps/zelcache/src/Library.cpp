@@ -5,6 +5,7 @@
 #include "ResourceLookup.h"
 #include "ResourceManager.h"
 #include "SchemesRegistration.h"
+#include "SignalWatch.h"
 #include "errors/Propagate.h"
 #include "errors/Tracer.h"
 #include "platform/FreeSpace.h"
@@ -60,6 +61,14 @@ bool hasUsagesOfTheDead(const ResourceManagerSettings &settings)
     return activity.hasValue() && activity.value().strayUsages > 0;
 }
 
+/// The code to end with if a signal came while the cache was opened.
+std::optional<ExitCode> canceledMeanwhile(const Context &context)
+{
+    SignalWatch signalWatch([](int) {}); // is told what the one around it has heard
+    const int signalNumber = signalWatch.receivedNow();
+    return signalNumber != 0 ? std::optional(context.cancel(signalNumber)) : std::nullopt;
+}
+
 } // namespace
 
 ResourceManagerSettings settingsOf(const Options &options)
@@ -86,11 +95,11 @@ std::optional<ExitCode> openCache(const Context &context)
     ResourceManager::overrideDefaultFullScanInterval(std::chrono::days(365'000));
     if (ResourceManager::cache()->isOpen()) {
         tagCacheDirectory(settings.cachePath.baseDirPath());
-        return {};
+        return canceledMeanwhile(context);
     }
     const Error failure = openingFailure(settings);
     if (!failure.hasError())
-        return {};
+        return canceledMeanwhile(context);
     const QString text = Texts::tr("The cache in %1 cannot be opened: %2");
     return context.fail(
         ExitCode::CacheUnavailable,
@@ -121,7 +130,7 @@ std::optional<ExitCode> openExistingCache(const Context &context)
     const Error failure = openingFailure(settings);
     return failure.hasError()
         ? std::optional(context.fail(ExitCode::CacheUnavailable, failure.errorMessage()))
-        : std::nullopt;
+        : canceledMeanwhile(context);
 }
 
 Result<ResourceCacheReader::Snapshot> readCache(const ResourceManagerSettings &settings)

@@ -16,6 +16,9 @@ namespace {
 /// Where the handler tells of a signal; -1 while nobody watches.
 std::atomic<int> wakeUpDescriptor = -1;
 std::atomic<bool> tellsAll = false;
+/// Whether the watch is needed at this moment; null for always.
+std::atomic<bool (*)()> isWatchNeeded = nullptr;
+static_assert(std::atomic<bool (*)()>::is_always_lock_free, "a signal handler must not wait");
 /// Of the signals after which the next one ends the program.
 std::atomic<bool> firstWasTold = false;
 static_assert(std::atomic<int>::is_always_lock_free, "a signal handler must not wait");
@@ -50,7 +53,9 @@ extern "C" void onTerminatingSignal(int number, siginfo_t *details, void *)
     const bool isFromTerminal = details && details->si_code == SI_KERNEL;
     const auto told
         = static_cast<unsigned char>(unsigned(number) | (isFromTerminal ? terminalMark : 0));
-    if (descriptor < 0 || !isStillTold(number) || !tell(descriptor, told)) {
+    const auto isNeeded = isWatchNeeded.load();
+    const bool isWatched = descriptor >= 0 && (!isNeeded || isNeeded());
+    if (!isWatched || !isStillTold(number) || !tell(descriptor, told)) {
         if (const auto action = lastAction.load())
             action();
         ::_exit(128 + number);
@@ -157,8 +162,19 @@ bool SignalWatch::waitForInput(int descriptor)
 }
 
 SignalWatch::SignalWatch(std::function<void(int)> onSignal, Signals signals)
+    : SignalWatch(std::move(onSignal), signals, nullptr)
+{
+}
+
+SignalWatch::SignalWatch(bool (*isNeeded)())
+    : SignalWatch([](int) {}, Signals::First, isNeeded)
+{
+}
+
+SignalWatch::SignalWatch(std::function<void(int)> onSignal, Signals signals, bool (*isNeeded)())
     : onSignal(std::move(onSignal))
     , signals(signals)
+    , isNeeded(isNeeded)
     , outer(innermost)
     , pipe(outer ? outer->pipe : std::make_shared<Pipe>())
 {
@@ -206,6 +222,7 @@ void SignalWatch::listen()
     if (notifier)
         notifier->setEnabled(true);
     tellsAll = signals == Signals::All;
+    isWatchNeeded = isNeeded;
     wakeUpDescriptor = pipe->writingEnd();
 }
 

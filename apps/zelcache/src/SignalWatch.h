@@ -35,6 +35,10 @@ public:
     };
 
     explicit SignalWatch(std::function<void(int)> onSignal, Signals signals = Signals::First);
+    /// The outermost one, for all of the program's time: while no other watch lives and `isNeeded`
+    /// says no, each signal ends the program at once as without a watch. It is called from the
+    /// signal's handler.
+    explicit SignalWatch(bool (*isNeeded)());
     ~SignalWatch();
     SignalWatch(const SignalWatch &) = delete;
     SignalWatch &operator=(const SignalWatch &) = delete;
@@ -49,12 +53,14 @@ public:
 private:
     class Pipe;
 
+    SignalWatch(std::function<void(int)> onSignal, Signals signals, bool (*isNeeded)());
     void listen();
     void readNumbers();
     unsigned char lastTold() const;
 
     std::function<void(int)> onSignal;
     const Signals signals;
+    bool (*const isNeeded)() = nullptr; ///< null for always
     SignalWatch *const outer;
     const std::shared_ptr<Pipe> pipe;
     std::unique_ptr<QSocketNotifier> notifier;

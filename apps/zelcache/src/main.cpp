@@ -1,5 +1,8 @@
 #include "CommandLine.h"
 #include "LogOutput.h"
+#include "ResourceCache.h"
+#include "ResourceCacheDao.h"
+#include "ResourceManager.h"
 #include "SignalWatch.h"
 #include "Translations.h"
 #include "commands/Commands.h"
@@ -56,7 +59,12 @@ ExitCode run(Command &command, const Options &options, int argc, char **argv)
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(u"zelcache"_s);
     installTranslations();
+    // From before the cache is opened until it is closed again: in between nothing may end the
+    // program that leaves its rows behind.
+    const SignalWatch signalWatch(&ResourceCacheDao::hasClientRow);
     const ExitCode code = command.run({ QString::fromLatin1(command.name()), options, output });
+    if (ResourceCacheDao::hasClientRow())
+        ResourceManager::cache()->close();
     Tracer::shutdown();
     return codeOfAnswer(output, code);
 }
