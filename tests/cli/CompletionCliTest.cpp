@@ -3,6 +3,8 @@
 #include "Printers.h"
 
 #include <QFile>
+#include <QFileInfo>
+#include <QStandardPaths>
 
 namespace zel::test {
 
@@ -144,5 +146,77 @@ TEST_F(CompletionCliTest, values_areThoseThatTheProgramTakes)
             EXPECT_EQ(start({ u"list"_s, option, value })->exitCode(), 0) << qPrintable(value);
     }
 }
+
+namespace {
+
+/// What bash makes of a line when Tab is pressed at its end.
+class CompletionKeyCliTest : public ZelcacheCli, public testing::WithParamInterface<const char *>
+{
+protected:
+    /// The line that is there afterwards.
+    QByteArray completed(const QByteArray &typed) const
+    {
+        PtyRun::Options options;
+        options.columns = 1000; // so that no line is broken
+        options.environment = environment()
+            + QStringList { u"TERM=dumb"_s, u"INPUTRC=/dev/null"_s,
+                            u"PATH=%1:%2"_s.arg(QFileInfo(program()).path(),
+                                                qEnvironmentVariable("PATH")) };
+        PtyRun bash(QStandardPaths::findExecutable(u"bash"_s),
+                    { u"--norc"_s, u"--noprofile"_s, u"-i"_s }, options);
+        // Ctrl-O shows the line as it stands.
+        bash.type("source '" ZELCACHE_COMPLETION "'; "
+                  R"(bind -x '"\C-o": printf "<%s>\n" "$READLINE_LINE"'; echo rea""dy)"
+                  "\n");
+        bash.waitFor("ready\r\n");
+        bash.type("zelcache --cache " + cache.baseDir().toUtf8() + " get " + typed + "\t\x0f");
+        bash.waitForSeen(u"the line"_s, [](const QByteArray &seen) {
+            return seen.lastIndexOf(">\r\n") > seen.lastIndexOf('<') && seen.contains('<');
+        });
+        bash.type("\x15"
+                  "exit\n");
+        EXPECT_EQ(bash.exitCode(), 0);
+        QByteArray line = bash.seen();
+        line = line.mid(line.lastIndexOf('<') + 1);
+        line.truncate(line.indexOf(">\r\n"));
+        return line.mid(line.indexOf(" get ") + 5);
+    }
+};
+
+/// "typed -> completed".
+const char *const keys[] {
+    R"(lims:a -> lims:a\ b\$1\ \"c\'d )",
+    R"(lims:a\ b -> lims:a\ b\$1\ \"c\'d )",
+    R"("lims:a b -> "lims:a b\$1 \"c'd" )",
+    R"("lims:a b\$ -> "lims:a b\$1 \"c'd" )",
+    R"('lims:a b$ -> 'lims:a b$1 "c'\''d' )",
+    R"(lims:"a b -> lims:"a b\$1 \"c'd" )",
+    R"("lims:a"\ b -> lims:a\ b\$1\ \"c\'d )",
+    R"("share:/x" "lims:sam -> "share:/x" "lims:sam@x:y" )",
+    R"(lims:sam@ -> lims:sam@x:y )",
+    R"(lims:sam@x: -> lims:sam@x:y )",
+    R"('lims:sam@x: -> 'lims:sam@x:y' )",
+    R"("l -> "lims:)",
+};
+
+} // namespace
+
+TEST_P(CompletionKeyCliTest, tab_inAReference_completesItAsBashReadsIt)
+{
+    ASSERT_EQ(start({ u"path"_s, sharedFile(u"run1.raw"_s, "one") })->exitCode(), 3); // a cache
+    for (const QString &reference : { u"lims:a b$1 \"c'd"_s, u"lims:sam@x:y"_s }) {
+        CacheDatabase(cache.databasePath())
+            .run(u"INSERT INTO CachedResources(reference, status, cleanupPolicy, "
+                 "lastAccessDateTime, lastStatusUpdateClientId) "
+                 "VALUES(?, 'Missing', 'OnDemand', 1, 1)"_s,
+                 { reference });
+    }
+    const QByteArray key = GetParam();
+    const qsizetype arrow = key.indexOf(" -> ");
+    EXPECT_EQ(completed(key.left(arrow)), key.mid(arrow + 4));
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, CompletionKeyCliTest, testing::ValuesIn(keys),
+                         [](const auto &key) { return std::to_string(key.index); });
 
 } // namespace zel::test

@@ -28,7 +28,7 @@ _zelcache_references() {
     [[ -z $cache ]] || options=(--cache "${cache/#\~\//$HOME/}")
     # The program filters: the shell would take seconds for the references of a large cache.
     mapfile -t found < <("$program" "${options[@]}" list --references --prefix "$word" 2>/dev/null)
-    ((${#found[@]} == 0)) || mapfile -t COMPREPLY < <(printf '%q\n' "${found[@]}")
+    COMPREPLY=("${found[@]}") needs_quotes=yes
 }
 
 _zelcache_value() { # OPTION: what may stand as its value
@@ -57,24 +57,73 @@ _zelcache_argument() { # COMMAND, then the arguments before the word
     esac
 }
 
-# Bash replaces only what follows the last of its own word breaks.
-_zelcache_without_before() { # the word as it stands in the line
-    local before=''
-    [[ $COMP_WORDBREAKS != *=* || $1 != --*=* ]] || before=${1%"${1##*=}"}
-    [[ $COMP_WORDBREAKS != *:* || $1 != *:* ]] || before=${1%"${1##*:}"}
-    COMPREPLY=("${COMPREPLY[@]#"$before"}")
+# Takes the line apart as bash will: `words` without their quotes and backslashes, `whole` the one at
+# the cursor, `quote` the one that is open there. Bash replaces only what stands behind `kept` letters
+# of it: behind that quote, or else behind the last of its own word breaks. COMP_WORDS do not do:
+# they are split at the colons of references.
+_zelcache_split() { # LINE
+    local line=$1 letter='' begun='' opened=0 at
+    words=() whole='' quote='' kept=0
+    for ((at = 0; at < ${#line}; ++at)); do
+        letter=${line:at:1}
+        case $quote$letter in
+        [[:space:]])
+            [[ -z $begun ]] || words+=("$whole")
+            whole='' begun='' kept=0
+            continue
+            ;;
+        \\)
+            at=$((at + 1))
+            whole+=${line:at:1}
+            ;;
+        \"\\) # stands for itself before most letters
+            [[ ${line:at+1:1} != [\\\"\$\`] ]] || at=$((at + 1))
+            whole+=${line:at:1}
+            ;;
+        \' | \") quote=$letter opened=${#whole} ;;
+        \'\' | \"\") quote='' ;;
+        @) # a word break that belongs to what is behind it
+            [[ $COMP_WORDBREAKS != *@* ]] || kept=${#whole}
+            whole+=@
+            ;;
+        *)
+            whole+=$letter
+            [[ -n $quote || $COMP_WORDBREAKS != *"$letter"* ]] || kept=${#whole}
+            ;;
+        esac
+        begun=yes
+    done
+    [[ -z $quote ]] || kept=$opened
+    words+=("$whole")
+}
+
+_zelcache_quoted() { # TEXT: as it has to stand behind the quote that is open
+    local text=$1 each
+    case $quote in
+    \') text=${text//\'/\'\\\'\'} ;;
+    \") for each in \\ \" \$ \`; do text=${text//"$each"/"\\$each"}; done ;;
+    *) [[ -z $text ]] || printf -v text %q "$text" ;;
+    esac
+    REPLY=$text
+}
+
+_zelcache_without_kept() { # what stands in the line already must not come twice
+    local each REPLY
+    for each in "${!COMPREPLY[@]}"; do
+        REPLY=${COMPREPLY[each]#"${whole:0:kept}"}
+        # Bash quotes the names of files by itself.
+        [[ -z $needs_quotes ]] || _zelcache_quoted "$REPLY"
+        COMPREPLY[each]=$REPLY
+    done
 }
 
 _zelcache() {
-    local program=${COMP_WORDS[0]/#\~\//$HOME/} line=${COMP_LINE:0:COMP_POINT}
-    local IFS=$' \t\n' words arguments=() option='' cache='' help each word
-    local raw=${line##*[[:space:]]}
+    local program=${COMP_WORDS[0]/#\~\//$HOME/}
+    local IFS=$' \t\n' words whole quote kept needs_quotes=''
+    local arguments=() option='' cache='' help each word
     COMPREPLY=()
-    # The words of bash do not do: it splits references at their colons. This undoes backslashes.
-    # shellcheck disable=SC2162
-    read -a words <<<"$line"
-    [[ -n $raw ]] || words+=('')
-    word=${words[-1]}
+    _zelcache_split "${COMP_LINE:0:COMP_POINT}"
+    word=$whole
     help=$("$program" --help 2>/dev/null)
     for each in "${words[@]:1:${#words[@]}-2}"; do
         if [[ -n $option ]]; then
@@ -83,7 +132,7 @@ _zelcache() {
         elif [[ $each == -- && ${arguments[0]} == hold ]]; then
             # The line of another program, which its own completion would know.
             if [[ ${words[-2]} == -- ]]; then _zelcache_files command; else _zelcache_files file; fi
-            _zelcache_without_before "$raw"
+            _zelcache_without_kept
             return
         elif [[ $each == --cache=* ]]; then
             cache=${each#*=}
@@ -108,7 +157,7 @@ _zelcache() {
     else
         _zelcache_argument "${arguments[@]}"
     fi
-    _zelcache_without_before "$raw"
+    _zelcache_without_kept
 }
 
 complete -o nosort -F _zelcache zelcache
