@@ -1,6 +1,6 @@
 #include "CacheOperations.h"
 
-#include "references/ResourceReference.h"
+#include "support/TestReference.h"
 
 #include <QFileInfo>
 
@@ -12,20 +12,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-class TestReference : public ResourceReference
-{
-public:
-    explicit TestReference(const QString &text)
-        : ResourceReference(Host1)
-        , m_text(text)
-    {
-    }
-    QString referenceText(bool) const override { return m_text; }
-
-private:
-    QString m_text;
-};
-
 /// Whatever statement or step on files fails, the cache keeps what it promises.
 class CacheFaultTest : public testing::TestWithParam<FaultPlace>
 {
@@ -36,17 +22,8 @@ protected:
         // time.
         if (QFileInfo(u"/dev/shm"_s).isWritable())
             qputenv("TMPDIR", "/dev/shm");
-        const Error error = ResourceReference::registerScheme(
-            { ResourceReference::Host1,
-              { u"test"_s },
-              u"test"_s,
-              QVersionNumber(2, 5),
-              [](const QString &text) -> Result<QSharedPointer<ResourceReference>> {
-                  return QSharedPointer<ResourceReference>(new TestReference(text));
-              } });
-        ASSERT_FALSE(error.hasError());
+        registerTestSchemes(QVersionNumber(2, 5));
     }
-    void TearDown() override { ResourceReference::unregisterScheme(ResourceReference::Host1); }
 
     FaultLoop m_loop { GetParam() };
 };

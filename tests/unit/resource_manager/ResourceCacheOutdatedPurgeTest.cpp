@@ -3,7 +3,7 @@
 #include "Task.h"
 #include "WaitUntil.h"
 #include "WalFile.h"
-#include "references/ResourceReference.h"
+#include "support/TestReference.h"
 
 #include <QEventLoop>
 #include <QThread>
@@ -17,20 +17,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-class TestReference : public ResourceReference
-{
-public:
-    explicit TestReference(const QString &text)
-        : ResourceReference(Host1)
-        , text(text)
-    {
-    }
-    QString referenceText(bool) const override { return text; }
-
-private:
-    QString text;
-};
-
 /// References "test:..." whose scheme declares version 2.5.
 class ResourceCacheOutdatedPurgeTest : public PurgeFixture
 {
@@ -38,17 +24,8 @@ protected:
     void SetUp() override
     {
         open(1000000, 2000000);
-        const Error error = ResourceReference::registerScheme(
-            { ResourceReference::Host1,
-              { u"test"_s },
-              u"test"_s,
-              QVersionNumber(2, 5),
-              [](const QString &text) -> Result<QSharedPointer<ResourceReference>> {
-                  return QSharedPointer<ResourceReference>(new TestReference(text));
-              } });
-        ASSERT_FALSE(error.hasError());
+        registerTestSchemes(QVersionNumber(2, 5));
     }
-    void TearDown() override { ResourceReference::unregisterScheme(ResourceReference::Host1); }
     void addVersion(const QString &reference, const QString &relativePath,
                     const QVersionNumber &version)
     {
