@@ -16,7 +16,7 @@ Result<QSharedPointer<ResourceHandler>> ResourceManager::Private::getHandler(
     if (const auto handler = liveHandler(key))
         return handler;
     ZEL_TRY_LET(const auto handler, createHandler(reference));
-    handlersByReference.insert(key, handler);
+    rememberHandler(key, handler);
     return handler;
 }
 
@@ -27,13 +27,24 @@ Result<QSharedPointer<ResourceHandler>> ResourceManager::Private::getHandler(
         return handler;
     ZEL_TRY_LET(const auto parsed, ResourceReference::fromString(reference));
     ZEL_TRY_LET(const auto handler, createHandler(parsed));
-    handlersByReference.insert(reference, handler);
+    rememberHandler(reference, handler);
     return handler;
 }
 
 QSharedPointer<ResourceHandler> ResourceManager::Private::liveHandler(const QString &key) const
 {
     return handlersByReference.value(key).toStrongRef();
+}
+
+void ResourceManager::Private::rememberHandler(const QString &key,
+                                               const QSharedPointer<ResourceHandler> &handler)
+{
+    // A program that runs for long names more and more resources, or one by ever new texts.
+    handlersSweep.sweepIfDue(handlersByReference,
+                             [](std::pair<const QString &, QWeakPointer<ResourceHandler> &> entry) {
+                                 return entry.second.isNull();
+                             });
+    handlersByReference.insert(key, handler);
 }
 
 Result<QSharedPointer<ResourceHandler>> ResourceManager::Private::createHandler(

@@ -72,16 +72,25 @@ void ResourceManager::Private::memoiseWhenFinished(Task *task, const ResourceRef
     if (reference.scheme() == ResourceReference::Scheme::File)
         return;
 
-    const auto memoise = [this, task, guard = memoGuard, key = reference.referenceText(false)] {
+    const auto takeIn = [this, task, guard = memoGuard, key = reference.referenceText(false)] {
         if (!task->isSuccessful())
             return;
         const auto answer = task->result<bool>();
         const QMutexLocker lock(&guard->mutex);
         if (guard->isOpen)
-            cachedRequestsValues.insert(key,
-                                        { answer.hasValue() && answer.value(), currentTime() });
+            memoise(key, answer.hasValue() && answer.value());
     };
-    QObject::connect(task, &Task::finished, task, memoise, Qt::DirectConnection);
+    QObject::connect(task, &Task::finished, task, takeIn, Qt::DirectConnection);
+}
+
+void ResourceManager::Private::memoise(const QString &key, bool exists)
+{
+    const QTime now = currentTime();
+    const auto isStale = [now](std::pair<const QString &, CachedRequestValue &> entry) {
+        return !isFresh(entry.second, now);
+    };
+    answersSweep.sweepIfDue(cachedRequestsValues, isStale);
+    cachedRequestsValues.insert(key, { exists, now });
 }
 
 ResourceManager::Private::GroupResult ResourceManager::Private::existsAsync(

@@ -10,6 +10,7 @@
 #include <QTime>
 #include <QWeakPointer>
 
+#include <algorithm>
 #include <memory>
 
 namespace zel {
@@ -29,6 +30,26 @@ struct CachedRequestValue
 {
     bool exists = false;
     QTime time;
+};
+
+/// Rids a table of what nobody needs any more, each time it has doubled: so it stays in proportion
+/// to what is needed, and what is put in costs two looks at an entry, whatever its size.
+class SweepMark
+{
+public:
+    template<typename Table, typename Predicate>
+    void sweepIfDue(Table &table, Predicate isNeedless)
+    {
+        if (table.size() < mark)
+            return;
+        table.removeIf(isNeedless);
+        mark = std::max(smallest, 2 * table.size());
+    }
+
+    static constexpr qsizetype smallest = 64;
+
+private:
+    qsizetype mark = smallest;
 };
 
 /// What ResourceManager does, one source per subject. No lock but that of the memo; on threads see
@@ -100,12 +121,14 @@ public:
     // In this order: the cache outlives the queue, whose tasks borrow it.
     ResourceHandler::RetrieveMode retrieveMode = ResourceHandler::NoPrompt;
     QHash<QString, QWeakPointer<ResourceHandler>> handlersByReference;
+    SweepMark handlersSweep;
     ResourceManager *q;
     ResourceManagerSettings settings;
     std::unique_ptr<ResourceCache> cache;
     std::unique_ptr<ResourcePromptingInterface> defaultPromptingInterface;
     TasksQueue tasksQueue;
     QHash<QString, CachedRequestValue> cachedRequestsValues;
+    SweepMark answersSweep;
     const std::shared_ptr<MemoGuard> memoGuard = std::make_shared<MemoGuard>();
 
 private:
@@ -116,6 +139,9 @@ private:
     /// The single road into the queue.
     void enqueueTask(Task *task);
     QSharedPointer<ResourceHandler> liveHandler(const QString &key) const;
+    void rememberHandler(const QString &key, const QSharedPointer<ResourceHandler> &handler);
+    /// Under the memo's mutex.
+    void memoise(const QString &key, bool exists);
     Result<RawHandlers> missingOnes(const RawHandlers &handlers);
     RawHandlers withoutUnaccepted(const RawHandlers &missing, const References &accepted) const;
     /// True: the resource was published in the meantime and nothing is left to do.

@@ -12,12 +12,13 @@ class ResourceManagerHandlersTest : public ManagerTest
 protected:
     using References = ResourceManager::References;
 
+    static TestManager::Private &inside()
+    {
+        return TestManager::insideOf(ResourceManager::instance());
+    }
     static int made(const QString &name)
     {
-        return TestManager::insideOf(ResourceManager::instance())
-                   .handlersByReference.contains(u"test:"_s + name)
-            ? 1
-            : 0;
+        return inside().handlersByReference.contains(u"test:"_s + name) ? 1 : 0;
     }
 };
 
@@ -174,4 +175,29 @@ TEST_F(ResourceManagerHandlersTest, retrieveModeFor_override_winsInBothDirection
     EXPECT_EQ(inside.retrieveModeFor(remote.data()), ResourceHandler::NoPrompt);
     remote->cleanOverridenRetrieveMode();
     EXPECT_EQ(inside.retrieveModeFor(remote.data()), ResourceHandler::Prompt);
+}
+
+TEST_F(ResourceManagerHandlersTest, getHandler_manyThatWereReleased_forgetsThemAndKeepsTheOthers)
+{
+    constexpr int held = 5;
+    ResourceManager::Handlers kept;
+    for (int i = 0; i < held; ++i)
+        kept.append(ResourceManager::getHandler(u"test:held%1"_s.arg(i)).value());
+    for (int i = 0; i < 2 * SweepMark::smallest; ++i) {
+        EXPECT_TRUE(succeeds(ResourceManager::getHandler(u"test:text%1"_s.arg(i))));
+        EXPECT_TRUE(succeeds(ResourceManager::getHandler(testReference(u"key%1"_s.arg(i)))));
+        EXPECT_LE(inside().handlersByReference.size(), SweepMark::smallest);
+    }
+    for (int i = 0; i < held; ++i)
+        EXPECT_EQ(ResourceManager::getHandler(u"test:held%1"_s.arg(i)).value(), kept.at(i));
+}
+
+TEST_F(ResourceManagerHandlersTest, getHandler_manyThatAreHeld_givesEachOnceMore)
+{
+    constexpr int count = 3 * SweepMark::smallest;
+    ResourceManager::Handlers kept;
+    for (int i = 0; i < count; ++i)
+        kept.append(ResourceManager::getHandler(u"test:held%1"_s.arg(i)).value());
+    for (int i = 0; i < count; ++i)
+        EXPECT_EQ(ResourceManager::getHandler(u"test:held%1"_s.arg(i)).value(), kept.at(i));
 }

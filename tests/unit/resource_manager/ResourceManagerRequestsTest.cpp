@@ -142,6 +142,19 @@ TEST_F(ResourceManagerRequestsTest, cachedExistsValue_stale_staysWhereItIs)
     EXPECT_TRUE(inside().cachedRequestsValues.contains(key(u"a"_s)));
 }
 
+TEST_F(ResourceManagerRequestsTest, exists_manyStaleAnswers_areForgottenAndFreshOnesKept)
+{
+    for (int i = 0; i < SweepMark::smallest - 1; ++i)
+        EXPECT_TRUE(ask(u"early%1"_s.arg(i)));
+    setTime(12, 20);
+    EXPECT_TRUE(ask(u"later"_s));
+    setTime(12, 30);
+    EXPECT_TRUE(ask(u"last"_s));
+    EXPECT_EQ(inside().cachedRequestsValues.size(), 2);
+    EXPECT_TRUE(ask(u"later"_s));
+    EXPECT_EQ(script(u"later"_s).existsTasks, 1);
+}
+
 TEST_F(ResourceManagerRequestsTest, existsAsync_memoisedAndManual_isATaskToRun)
 {
     EXPECT_TRUE(ask(u"a"_s));
