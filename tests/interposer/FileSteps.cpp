@@ -1,12 +1,13 @@
 #include "FileSteps.h"
 
+#include "Wrapper.h"
+
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <unistd.h>
 
 #include <dirent.h>
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -92,14 +93,10 @@ bool makesFile(int flags)
     return (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE;
 }
 
-/// The third or fourth argument of open(), which is there only if a file may be made.
-mode_t modeOf(int flags, va_list arguments)
+/// `arguments` are those behind the flags, a mode if a file may be made.
+int openStep(int folder, const char *path, int flags, va_list arguments)
 {
-    return makesFile(flags) ? va_arg(arguments, mode_t) : 0;
-}
-
-int openStep(int folder, const char *path, int flags, mode_t mode)
-{
+    const mode_t mode = makesFile(flags) ? va_arg(arguments, mode_t) : 0;
     return int(
         performCall({ .kind = Kind::Open, .descriptor = folder, .path = path, .flags = flags },
                     SYS_openat, folder, path, flags, mode));
@@ -145,48 +142,33 @@ void watchFileSteps(FileStepWatcher *watcher)
 // The wrappers themselves. They go to the kernel directly, as the ones of the C library would.
 extern "C" {
 
-#define ZEL_VISIBLE __attribute__((visibility("default")))
-
 ZEL_VISIBLE int open(const char *path, int flags, ...)
 {
     va_list arguments;
     va_start(arguments, flags);
-    const mode_t mode = modeOf(flags, arguments);
+    const int descriptor = openStep(AT_FDCWD, path, flags, arguments);
     va_end(arguments);
-    return openStep(AT_FDCWD, path, flags, mode);
-}
-
-ZEL_VISIBLE int open64(const char *path, int flags, ...)
-{
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = modeOf(flags, arguments);
-    va_end(arguments);
-    return openStep(AT_FDCWD, path, flags, mode);
+    return descriptor;
 }
 
 ZEL_VISIBLE int openat(int folder, const char *path, int flags, ...)
 {
     va_list arguments;
     va_start(arguments, flags);
-    const mode_t mode = modeOf(flags, arguments);
+    const int descriptor = openStep(folder, path, flags, arguments);
     va_end(arguments);
-    return openStep(folder, path, flags, mode);
+    return descriptor;
 }
 
+// The same where files are large anyway.
+static_assert(sizeof(off_t) == sizeof(off64_t));
+ZEL_VISIBLE int open64(const char *path, int flags, ...) __attribute__((alias("open")));
 ZEL_VISIBLE int openat64(int folder, const char *path, int flags, ...)
-{
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = modeOf(flags, arguments);
-    va_end(arguments);
-    return openStep(folder, path, flags, mode);
-}
+    __attribute__((alias("openat")));
 
 ZEL_VISIBLE DIR *opendir(const char *path)
 {
-    using Function = DIR *(*)(const char *);
-    static const auto next = reinterpret_cast<Function>(::dlsym(RTLD_NEXT, "opendir"));
+    static const auto next = zel::test::original<DIR *(*)(const char *)>("opendir");
     DIR *const none = nullptr;
     return perform(
         { .kind = Kind::List, .descriptor = AT_FDCWD, .path = path }, [&] { return next(path); },

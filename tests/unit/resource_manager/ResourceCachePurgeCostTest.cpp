@@ -1,7 +1,7 @@
+#include "FileLooks.h"
 #include "RemovalRange.h"
 #include "WalFile.h"
 #include "support/CacheTest.h"
-#include "support/FileLooks.h"
 
 using namespace zel;
 using namespace zel::test;

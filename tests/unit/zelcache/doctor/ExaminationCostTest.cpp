@@ -1,6 +1,6 @@
+#include "FileLooks.h"
 #include "TemporaryCache.h"
 #include "doctor/Checks.h"
-#include "support/FileLooks.h"
 #include "verify/ResourceVerification.h"
 
 using namespace zel;

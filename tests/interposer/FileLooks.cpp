@@ -1,11 +1,12 @@
-#include "support/FileLooks.h"
+#include "FileLooks.h"
+
+#include "Wrapper.h"
 
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
 
 #include <dirent.h>
-#include <dlfcn.h>
 #include <sys/stat.h>
 
 namespace {
@@ -16,12 +17,6 @@ std::atomic<int> glances = 0;
 std::atomic<int> entriesAtGlances = 0;
 std::atomic<int> states = 0;
 std::atomic<int> resolutions = 0;
-
-template<typename Function>
-Function original(const char *name)
-{
-    return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
-}
 
 void countEntry(const char *name)
 {
@@ -62,9 +57,9 @@ FileLooks stopCounting()
 
 } // namespace zel::test
 
-extern "C" {
+using zel::test::original;
 
-#define ZEL_VISIBLE __attribute__((visibility("default")))
+extern "C" {
 
 ZEL_VISIBLE dirent *readdir(DIR *folder)
 {

@@ -12,8 +12,7 @@ struct FileLooks
     int resolutions = 0; ///< ways followed through all their links, a look for each folder
 };
 
-/// Counts from now on, beginning with 0. A program that has this function replaces the system
-/// calls' wrappers for itself and for all libraries that it loads, so that nothing escapes it.
+/// Counts from now on, beginning with 0.
 void startCounting();
 FileLooks stopCounting();
 
