@@ -1,5 +1,6 @@
 #include "GetRequests.h"
 
+#include "AccessReason.h"
 #include "Library.h"
 #include "ResourceManager.h"
 #include "TaskWait.h"
@@ -33,6 +34,14 @@ Error refusalOf(const VerifyResult &result)
     const QString reason
         = isViolation(result.verdict) ? worstSentence(result) : Texts::tr("It cannot be read.");
     return Error(int(ExitCode::IntegrityViolated), text.arg(reason, result.reference));
+}
+
+/// What only the system knows of a resource whose fetch could not even begin.
+QString whyNotBegun(const QString &path)
+{
+    const bool isCached = FileUtils::isSubPath(path, ResourceManager::cachePath().cacheDataDir());
+    // What is not fetched is used where it lies.
+    return isCached ? whyUnwritable(QFileInfo(path).path()) : whyUnreadable(path);
 }
 
 } // namespace
@@ -246,7 +255,7 @@ void GetRequests::start(Fetch &fetch)
     if (task.hasValue())
         fetch.task = std::move(task).value();
     else
-        fetch.failure = task.error();
+        fetch.failure = withReason(task.error(), whyNotBegun(fetch.path));
 }
 
 void GetRequests::onTick()

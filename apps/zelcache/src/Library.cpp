@@ -1,5 +1,6 @@
 #include "Library.h"
 
+#include "AccessReason.h"
 #include "CacheDirectoryTag.h"
 #include "ResourceCache.h"
 #include "ResourceLookup.h"
@@ -101,9 +102,9 @@ std::optional<ExitCode> openCache(const Context &context)
     if (!failure.hasError())
         return canceledMeanwhile(context);
     const QString text = Texts::tr("The cache in %1 cannot be opened: %2");
-    return context.fail(
-        ExitCode::CacheUnavailable,
-        text.arg(settings.cachePath.baseDirPath().toString(), failure.errorMessage()));
+    const QString baseDir = settings.cachePath.baseDirPath();
+    const Error reason = withReason(failure, whyUnwritable(baseDir));
+    return context.fail(ExitCode::CacheUnavailable, text.arg(baseDir, reason.errorMessage()));
 }
 
 void registerSourcesOnly(const Context &context)

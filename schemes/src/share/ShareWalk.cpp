@@ -54,8 +54,11 @@ ShareWalk::ShareWalk(const fs::path &source, const Visitor &visitor,
 Error ShareWalk::run()
 {
     Error error;
-    std::error_code ignored; // what cannot be looked at is not there
-    const fs::file_status status = fs::status(source, ignored);
+    std::error_code code;
+    const fs::file_status status = fs::status(source, code);
+    // It may be there, and a folder around it keeps this user out.
+    if (status.type() == fs::file_type::none)
+        return ZEL_PASS(failure(source, code));
     if (fs::is_directory(status)) {
         Entry entry { {}, Kind::Folder, 0, {}, status.permissions(), {} };
         ZEL_TRY_LET(entry.modified, modifiedOf(source));
