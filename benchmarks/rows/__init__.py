@@ -2,9 +2,9 @@
 
 from driver.rows import Row
 
-from . import locks
+from . import listing, locks, starting, transfers
 
-SUBJECTS = [locks]
+SUBJECTS = [locks, starting, transfers, listing]
 
 
 def all_rows() -> list[Row]:

@@ -26,12 +26,23 @@ def python_peer(package: str, name: str, processes: int = 1) -> MakeSide:
     not named like the package, since it would import itself."""
 
     def make(place: Place) -> Contestant:
-        is_there = Path("/usr/lib/python3/dist-packages", package).exists()
-        _need(PYTHON, f"python3-{package}", is_there)
-        script = place.root / "benchmarks/peers" / f"{package}_peer.py"
-        return Speaker([PYTHON, script, name, place.work], processes)
+        script = python_script(place, package, f"{package}_peer.py")
+        return Speaker([*script, name, place.work], processes)
 
     return make
+
+
+def python_script(place: Place, package: str, script: str) -> list[str]:
+    """The command of a peer that is a program of its own, peers/SCRIPT, started for each round."""
+    is_there = Path("/usr/lib/python3/dist-packages", package).exists()
+    _need(PYTHON, f"python3-{package}", is_there)
+    return [PYTHON, str(place.root / "benchmarks/peers" / script)]
+
+
+def zelcache(place: Place, *arguments: str | Path) -> list[str]:
+    """The command of the built zelcache with a cache in the side's own directory."""
+    program = place.build / "apps/zelcache/zelcache"
+    return list(map(str, [program, "--cache", place.work / "cache", "--no-progress", *arguments]))
 
 
 def node_peer(package: str, name: str, processes: int = 1) -> MakeSide:

@@ -1,0 +1,73 @@
+"""Looking at a cache of 100,000 resources."""
+
+import sqlite3
+import subprocess
+
+from driver.contestants import Command, Contestant
+from driver.rows import Goal, Place, Row
+from rows.sides import MakeSide, python_script, zelcache
+
+RESOURCES = 100_000
+FILL = """
+    WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < ?)
+    INSERT INTO CachedResources (reference, cachedPath, fileSize, status, cleanupPolicy,
+                                 lastAccessDateTime, lastStatusUpdateClientId, version)
+    SELECT 'https://data.example.org/runs/sample-' || i || '.raw',
+           ? || '/Cache/http/' || i || '/sample-' || i || '.raw', i, 'Ready', 'OnDemand', i, 1, '1'
+    FROM n
+"""
+BARE_LIST = "SELECT id, reference, status, fileSize, lastAccessDateTime FROM CachedResources"
+BARE_STATUS = "SELECT currentSize FROM CacheMetadata; SELECT COUNT(*) FROM CachedResources"
+
+
+def _fill(place: Place) -> None:
+    """A cache that the program made, with rows that no file stands behind."""
+    source = place.work / "one.raw"
+    source.write_bytes(b"content")
+    first = zelcache(place, "get", f"share:{source}")
+    subprocess.run(first, check=True, stdout=subprocess.DEVNULL)
+    cache = place.work / "cache"
+    database = sqlite3.connect(cache / "ResourceCache.db")
+    database.execute(FILL, (RESOURCES, str(cache)))
+    database.commit()
+    database.close()
+
+
+def _ours(command: str) -> MakeSide:
+    def make(place: Place) -> Contestant:
+        _fill(place)
+        return Command(zelcache(place, command))
+
+    return make
+
+
+def _bare(statements: str) -> MakeSide:
+    def make(place: Place) -> Contestant:
+        _fill(place)
+        database = place.work / "cache/ResourceCache.db"
+        return Command(["sqlite3", "-readonly", database, statements])
+
+    return make
+
+
+def _diskcache(place: Place) -> Contestant:
+    command = [*python_script(place, "diskcache", "diskcache_list.py"), place.work]
+    subprocess.run([*command, str(RESOURCES)], check=True)
+    return Command(command)
+
+
+LIMITS = [Goal("seconds", 0.2), Goal("peak", 64)]
+ROWS = [
+    Row(
+        "list",
+        "zelcache list of 100,000 resources",
+        {"ours": _ours("list"), "floor": _bare(BARE_LIST), "diskcache": _diskcache},
+        LIMITS,
+    ),
+    Row(
+        "status",
+        "zelcache status with 100,000 resources",
+        {"ours": _ours("status"), "floor": _bare(BARE_STATUS)},
+        LIMITS,
+    ),
+]
