@@ -343,7 +343,7 @@ const Hostile answers[] = {
              "x") },
     { "pathWithTraversal", "http://SELF/%2e%2e/%2e%2e/guarded/passwd", 0,
       answer("200 OK", {}, "x") },
-    { "nameOfSlashes", "http://SELF/..%2f..%2f..%2f..%2fguarded%2fpasswd", 0,
+    { "nameOfSlashes", "http://SELF/..%2f..%2f..%2f..%2f..%2f..%2fguarded%2fpasswd", 0,
       answer("200 OK", {}, "x") },
     { "nameWithDot", "http://SELF/.ssh", 0, answer("200 OK", {}, "x") },
     { "nameOfControls", "http://SELF/a%1b[2J%07%0d%0a", 0, answer("200 OK", {}, "x") },
