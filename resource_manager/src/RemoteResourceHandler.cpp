@@ -23,6 +23,8 @@ public:
     Private(RemoteResourceHandler *owner, ResourceCache *cache,
             const QSharedPointer<ResourceReference> &reference);
 
+    void use();
+    void useAgain();
     PathImpl<PathType::Unknown> localPath() const;
     std::optional<std::unique_ptr<Task>> retrieveTask();
     Error copyToLocalPath(const QString &source) const;
@@ -42,11 +44,24 @@ RemoteResourceHandler::Private::Private(RemoteResourceHandler *owner, ResourceCa
     , reference(reference)
     , referenceKey(reference->referenceText(false))
 {
+    use();
+}
+
+void RemoteResourceHandler::Private::use()
+{
     auto handle = cache->useResource(referenceKey);
     if (handle.hasValue())
         inUseHandle = std::move(handle).value();
     else
         ZEL_DROP(handle.error()); // Unmarked it still works; the resource may be purged under it.
+}
+
+/// Who asks for the resource after the cache was opened anew gets this same handler if somebody,
+/// such as a fetch, has kept it alive. It has to keep the data as a new one would.
+void RemoteResourceHandler::Private::useAgain()
+{
+    if (inUseHandle && !inUseHandle->isInForce() && cache->isOpen())
+        use();
 }
 
 PathImpl<PathType::Unknown> RemoteResourceHandler::Private::localPath() const
@@ -130,6 +145,7 @@ Error RemoteResourceHandler::setCleanupPolicy(const ResourceCleanupPolicy &polic
 
 bool RemoteResourceHandler::isAvailableLocally() const
 {
+    d->useAgain();
     const auto status = d->cache->readStatus(d->referenceKey);
     if (!status.hasValue()) {
         // What the cache cannot vouch for counts as not here.

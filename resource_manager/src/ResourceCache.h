@@ -47,6 +47,9 @@ public:
         InUseHandle(const InUseHandle &) = delete;
         InUseHandle &operator=(const InUseHandle &) = delete;
 
+        /// False once the cache was closed, whether or not it was opened anew: it keeps nothing.
+        virtual bool isInForce() const { return true; }
+
     protected:
         InUseHandle() = default;
     };

@@ -9,18 +9,28 @@ namespace zel {
 
 namespace {
 
-/// Calls back when the use ends.
+/// Calls back when the use ends, unless the cache was closed before: that has taken the row with
+/// all others of this process, and its number may by now stand for somebody else's use in another
+/// database.
 class InUseHandleImpl : public ResourceCache::InUseHandle
 {
 public:
-    explicit InUseHandleImpl(std::function<void()> onFinished)
+    InUseHandleImpl(std::function<void()> onFinished, std::weak_ptr<const bool> opening)
         : onFinished(std::move(onFinished))
+        , opening(std::move(opening))
     {
     }
-    ~InUseHandleImpl() override { onFinished(); }
+    ~InUseHandleImpl() override
+    {
+        if (!opening.expired())
+            onFinished();
+    }
+
+    bool isInForce() const override { return !opening.expired(); }
 
 private:
     std::function<void()> onFinished;
+    std::weak_ptr<const bool> opening;
 };
 
 } // namespace
@@ -52,14 +62,8 @@ Result<std::unique_ptr<ResourceCache::InUseHandle>> ResourceCache::Private::mark
                 ResourceCacheDao::insertResourceUsage(context.get(), reference));
     ZEL_TRY(error, context->commit());
 
-    const auto finish = std::bind(&Private::onFinishedUsing, this, reference, usageId);
-    // close() has taken the row with all others of this process, and its number may by now stand
-    // for somebody else's use in another database.
-    return std::unique_ptr<InUseHandle>(
-        std::make_unique<InUseHandleImpl>([finish, stillOpen = std::weak_ptr<const bool>(opening)] {
-            if (!stillOpen.expired())
-                finish();
-        }));
+    return std::unique_ptr<InUseHandle>(std::make_unique<InUseHandleImpl>(
+        std::bind(&Private::onFinishedUsing, this, reference, usageId), opening));
 }
 
 Error ResourceCache::Private::removeUsage(const QString &reference, qint64 usageId)

@@ -120,6 +120,10 @@ Error ResourceRetrieveHandle::finalizeRetrieve(Error retrieveError)
     // The data lies in the other cache, and this one knows nothing of it.
     if (const Error misplaced = ZEL_PASS(checkPlace()); misplaced.hasError())
         return retrieveError.hasError() ? Error() : misplaced;
+    // The closing of the cache has taken it back; what is fetched now is somebody else's affair,
+    // also within this process.
+    if (retrieveError.hasError() && hasLostItsRow())
+        return {};
     const SemaphoreLocker lock(&cache->d->semaphore, 1);
     return ZEL_PASS(cache->d->finalizeRetrieve(reference, localPath, version, retrieveError));
 }

@@ -43,6 +43,20 @@ TEST_F(RemoteResourceHandlerTest, destructor_always_endsTheUsage)
     EXPECT_EQ(database().count(u"ResourceUsages"_s), 0);
 }
 
+TEST_F(RemoteResourceHandlerTest, isAvailableLocally_cacheOpenedAnew_marksItAsUsedAgain)
+{
+    const auto remote = handler(u"a"_s);
+    ResourceCache &cache = *ResourceManager::cache();
+    cache.close();
+    ASSERT_TRUE(succeeds(cache.open(ResourceManager::cachePath(), cache.sizes())));
+    EXPECT_EQ(database().count(u"ResourceUsages"_s), 0);
+
+    EXPECT_FALSE(remote->isAvailableLocally());
+    EXPECT_EQ(database().count(u"ResourceUsages"_s), 1);
+    EXPECT_FALSE(remote->isAvailableLocally());
+    EXPECT_EQ(database().count(u"ResourceUsages"_s), 1);
+}
+
 TEST_F(RemoteResourceHandlerTest, constructor_closedCache_livesUnmarked)
 {
     ResourceManager::cache()->close();

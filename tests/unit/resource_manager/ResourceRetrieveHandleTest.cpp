@@ -405,6 +405,19 @@ TEST_F(ResourceRetrieveHandleTest, removeTask_cacheReopenedMeanwhile_leavesTheRo
     EXPECT_EQ(taskRows(), 0);
 }
 
+TEST_F(ResourceRetrieveHandleTest, finalizeRetrieve_failsAfterReopening_leavesTheFetchOfNow)
+{
+    const auto past = handleOf(cache);
+    ASSERT_TRUE(past->tryStartRetrieve().value());
+    cache.close();
+    openCache();
+    const auto present = handleOf(cache);
+    ASSERT_TRUE(present->tryStartRetrieve().value());
+
+    EXPECT_FALSE(past->finalizeRetrieve(Error(1)).hasError());
+    EXPECT_EQ(cache.readStatus(reference).value(), ResourceStatus::Acquiring);
+}
+
 TEST_F(ResourceRetrieveHandleTest, tryStartRetrieve_cacheReopenedMeanwhile_hasARowAgain)
 {
     const auto handle = handleOf(cache);
