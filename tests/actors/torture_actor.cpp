@@ -1,15 +1,17 @@
 /// A program that uses a cache in every way there is, many fetches at a time.
 ///
-///   torture_actor VERSION BASE_DIR
+///   torture_actor VERSION BASE_DIR SHARE_DIR
 ///
 /// It says "ready", then obeys lines "ID COMMAND ARGUMENT..." and answers each with "ID ANSWER", a
 /// fetch when it has ended. The commands are the names of TortureActor::commands(). What a resource
-/// looks like is answered as "whole VERSION PATH", "torn BYTES PATH" or "gone - PATH".
+/// looks like is answered as "whole VERSION PATH", "torn BYTES PATH" or "gone - PATH". Resources
+/// whose names start with "s" are files of SHARE_DIR, the others are made by TortureScheme.
 
 #include "LineServer.h"
 #include "NamedContent.h"
 #include "ResourceCache.h"
 #include "ResourceManager.h"
+#include "SchemesRegistration.h"
 #include "TortureScheme.h"
 
 #include <QCoreApplication>
@@ -47,7 +49,13 @@ ResourceCache *cache()
 
 QString key(const QString &name)
 {
-    return u"torture:"_s + name;
+    const QString share = QCoreApplication::arguments().at(3);
+    return name.startsWith(u's') ? u"share:"_s + share + u'/' + name : u"torture:"_s + name;
+}
+
+QString nameOf(const HandlerPointer &handler)
+{
+    return handler->reference()->referencePath()->section(u'/', -1);
 }
 
 /// Reads the whole resource.
@@ -58,7 +66,7 @@ QString look(const HandlerPointer &handler)
     if (!file.open(QIODevice::ReadOnly))
         return u"gone - "_s + path;
     const QByteArray bytes = file.readAll();
-    const int version = versionIn(bytes, *handler->reference()->referencePath());
+    const int version = versionIn(bytes, nameOf(handler));
     return version > 0 ? u"whole %1 %2"_s.arg(QString::number(version), path)
                        : u"torn %1 %2"_s.arg(QString::number(bytes.size()), path);
 }
@@ -219,7 +227,7 @@ void TortureActor::land(const QString &id)
 
 QString TortureActor::keep(const HandlerPointer &handler)
 {
-    held.insert(*handler->reference()->referencePath(), handler);
+    held.insert(nameOf(handler), handler);
     return look(handler);
 }
 
@@ -235,7 +243,7 @@ QString TortureActor::use(const QString &name)
 QString TortureActor::cancel(const QString &name)
 {
     for (auto &[id, flight] : flights) {
-        if (*flight.handler->reference()->referencePath() == name)
+        if (nameOf(flight.handler) == name)
             flight.task->cancel();
     }
     return ok;
@@ -277,6 +285,7 @@ int main(int argc, char **argv)
     QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     zel::test::installTortureScheme(arguments.at(1).toInt());
+    zel::registerResourceSchemes();
     zel::ResourceManagerSettings settings;
     settings.cachePath.setBaseDirPath(arguments.at(2));
     settings.sizes = { 1'000'000, 2'000'000 };

@@ -1,5 +1,7 @@
 #include "Torture.h"
 
+#include "NamedContent.h"
+
 #include <gtest/gtest.h>
 
 #include <QDeadlineTimer>
@@ -27,6 +29,8 @@ Torture::Torture(std::uint32_t seed)
 {
     for (std::size_t base = 0; base < bases.size(); ++base)
         bases[base] = std::make_unique<TemporaryCache>();
+    for (const QString &name : sharedNames())
+        writeFile(shareDir() + u'/' + name, contentOf(name, 1));
     for (int number = 0; number < playerCount; ++number) {
         players[std::size_t(number)].number = number;
         start(players[std::size_t(number)], number % int(bases.size()), 1);
@@ -76,7 +80,8 @@ void Torture::end()
 void Torture::start(Player &player, int base, int version)
 {
     player.process = std::make_unique<ActorProcess>(
-        QStringLiteral(ZEL_TORTURE_ACTOR), QStringList { QString::number(version), baseDir(base) },
+        QStringLiteral(ZEL_TORTURE_ACTOR),
+        QStringList { QString::number(version), baseDir(base), shareDir() },
         ActorProcess::Environment { { u"QT_LOGGING_RULES"_s, u"*=false"_s } });
     player.base = base;
     player.version = version;

@@ -66,6 +66,7 @@ private:
     };
 
     // What there is to do: TortureOperations.cpp
+    static QStringList sharedNames();
     static const std::vector<Choice> &choices();
     void operate();
     void fetch(Player &player, const QString &name, std::uint32_t parameter);
@@ -132,6 +133,7 @@ private:
     void violation(const QString &text);
     QString states() const;
 
+    QString shareDir() const { return bases.front()->outside(QStringLiteral("share")); }
     QString baseDir(int base) const { return bases[std::size_t(base)]->baseDir(); }
     CacheDatabase &database(int base) { return *databases[std::size_t(base)]; }
 

@@ -28,13 +28,18 @@ constexpr auto limitOfFetches = 90s;
 /// Far more than all steps of the clock together.
 constexpr qint64 longAgo = 1'000'000'000;
 
+QString nameIn(const QString &reference)
+{
+    return reference.section(u':', 1).section(u'/', -1);
+}
+
 QString wrongContent(const QString &reference, const QString &path)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return u"cannot be read"_s;
     const QByteArray bytes = file.readAll();
-    const bool isWhole = versionIn(bytes, reference.section(u':', 1)) > 0;
+    const bool isWhole = versionIn(bytes, nameIn(reference)) > 0;
     return isWhole ? QString() : u"%1 bytes that are not all"_s.arg(bytes.size());
 }
 
@@ -155,8 +160,8 @@ QString Torture::rowOf(int base, const QString &name)
             "COALESCE(fileSize, '-') || ' policy ' || cleanupPolicy || ' by client ' || "
             "lastStatusUpdateClientId || ' used by ' || COALESCE((SELECT GROUP_CONCAT(clientId) "
             "FROM ResourceUsages WHERE resourceId = cr.id), '-') FROM CachedResources cr "
-            "WHERE reference = 'torture:' || ?"_s,
-            { name })
+            "WHERE reference IN ('torture:' || ?, 'share:' || ?)"_s,
+            { name, shareDir() + u'/' + name })
         .join(u' ');
 }
 
@@ -242,7 +247,7 @@ void Torture::healAbandoned(int base)
     });
     for (const QString &reference : references) {
         if (healer != players.end())
-            fetch(*healer, reference.section(u':', 1), 4);
+            fetch(*healer, nameIn(reference), 4);
     }
     awaitFetches();
 }
@@ -260,7 +265,8 @@ void Torture::letTheDeadGrowOld()
                 age(base, u"processId = ?"_s, { processId.toLongLong() }, longAgo);
         }
         // Any opening cleans up.
-        ActorProcess cleaner(QStringLiteral(ZEL_TORTURE_ACTOR), { u"1"_s, baseDir(base) });
+        ActorProcess cleaner(QStringLiteral(ZEL_TORTURE_ACTOR),
+                             { u"1"_s, baseDir(base), shareDir() });
         EXPECT_EQ(cleaner.answer(), u"ready"_s);
         EXPECT_EQ(cleaner.ask(u"1 quit"_s), u"1 ok"_s);
         EXPECT_EQ(cleaner.end(), 0);

@@ -9,11 +9,25 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr std::uint32_t names = 20;
+constexpr std::uint32_t ownNames = 20; ///< of the slow scheme
+constexpr std::uint32_t allNames = 25; ///< the others are files that the library's scheme copies
 /// More than a client may be silent.
 constexpr qint64 tooLong = 31'000;
 
+QString nameOf(std::uint32_t number)
+{
+    return (number < ownNames ? u"r%1"_s : u"s%1"_s).arg(number);
+}
+
 } // namespace
+
+QStringList Torture::sharedNames()
+{
+    QStringList names;
+    for (std::uint32_t number = ownNames; number < allNames; ++number)
+        names.append(nameOf(number));
+    return names;
+}
 
 const std::vector<Torture::Choice> &Torture::choices()
 {
@@ -33,7 +47,7 @@ const std::vector<Torture::Choice> &Torture::choices()
 void Torture::operate()
 {
     Player &player = players[engine() % players.size()];
-    const QString name = u"r%1"_s.arg(engine() % names);
+    const QString name = nameOf(engine() % allNames);
     const std::uint32_t parameter = engine();
     const int weights
         = std::accumulate(choices().begin(), choices().end(), 0,
@@ -62,12 +76,8 @@ void Torture::fetch(Player &player, const QString &name, std::uint32_t parameter
 {
     const int milliseconds = parameter % 4 == 0 ? 0 : int(parameter / 4 % 400);
     const bool fails = parameter % 13 == 0;
-    // Whom an older opening has left a handler of the same resource, that gets this one too.
-    const bool isStale
-        = std::any_of(player.flights.begin(), player.flights.end(),
-                      [&](const Flight &flight) { return flight.isVoid && flight.name == name; });
     player.lastCommand = u"fetch "_s + name;
-    player.flights.insert(lastId + 1, { name, player.opening, fails, isStale || player.isGhost });
+    player.flights.insert(lastId + 1, { name, player.opening, fails, player.isGhost });
     send(player,
          u"fetch %1 %2 %3 %4"_s.arg(name, QString::number(milliseconds),
                                     QString::number(int(fails)), QString::number(player.opening)));
@@ -81,10 +91,7 @@ void Torture::use(Player &player, const QString &name, std::uint32_t)
     const QString what = answer.section(u' ', 0, 0);
     if (what == u"torn"_s || what == u"error"_s)
         violation(u"player %1 uses %2: %3"_s.arg(player.number).arg(name, answer));
-    const bool isStale
-        = std::any_of(player.flights.begin(), player.flights.end(),
-                      [&](const Flight &flight) { return flight.isVoid && flight.name == name; });
-    if (what == u"whole"_s && player.isRegistered() && !isStale)
+    if (what == u"whole"_s && player.isRegistered())
         player.holds.insert(name, { answer.section(u' ', 1, 1).toInt(), answer.section(u' ', 2) });
 }
 
