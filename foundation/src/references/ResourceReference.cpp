@@ -93,7 +93,8 @@ class PrefixLookUp
     Q_DECLARE_TR_FUNCTIONS(zel::ResourceReference)
 
 public:
-    static Result<ResourceReference::SchemeDescription> descriptionFor(const QString &text)
+    /// Never null.
+    static Result<SchemeRegistry::Found> descriptionFor(const QString &text)
     {
         if (text.isEmpty())
             return ZEL_ERROR(ErrorCode::BadArgument, tr("The resource reference is empty."));
@@ -107,13 +108,13 @@ public:
                 ErrorCode::BadArgument,
                 tr("The resource reference does not start with a scheme. %1").arg(knownSchemes()));
         }
-        const auto description = SchemeRegistry::instance().findByPrefix(prefix.toLower());
+        auto description = SchemeRegistry::instance().findByPrefix(prefix.toLower());
         if (!description) {
             return ZEL_ERROR(ErrorCode::BadArgument,
                              tr("Resource references with scheme \"%1\" are not known. %2")
                                  .arg(ResourceReferenceUtils::printable(prefix), knownSchemes()));
         }
-        return *description;
+        return description;
     }
 
 private:
@@ -129,19 +130,19 @@ private:
 
 Result<QSharedPointer<ResourceReference>> ResourceReference::fromString(const QString &text)
 {
-    ZEL_TRY_LET(const SchemeDescription description, PrefixLookUp::descriptionFor(text));
-    ZEL_TRY_LET(QSharedPointer<ResourceReference> reference, description.parser(text));
+    ZEL_TRY_LET(const auto description, PrefixLookUp::descriptionFor(text));
+    ZEL_TRY_LET(QSharedPointer<ResourceReference> reference, description->parser(text));
     if (!reference) {
         return ZEL_ERROR(ErrorCode::OperationFailed,
-                         tr("The scheme \"%1\" gave no reference.").arg(description.friendlyName));
+                         tr("The scheme \"%1\" gave no reference.").arg(description->friendlyName));
     }
     return reference;
 }
 
 Result<ResourceReference::Scheme> ResourceReference::scheme(const QString &text)
 {
-    ZEL_TRY_LET(const SchemeDescription description, PrefixLookUp::descriptionFor(text));
-    return description.scheme;
+    ZEL_TRY_LET(const auto description, PrefixLookUp::descriptionFor(text));
+    return description->scheme;
 }
 
 QString ResourceReference::schemeFriendlyName(Scheme scheme)

@@ -24,7 +24,7 @@ bool SchemeRegistry::insert(const Description &description)
         [&](const auto &entry) { return entry.value() == description.scheme; });
     for (const QString &prefix : description.prefixes)
         schemesByPrefix.insert(prefix, description.scheme);
-    descriptions.insert(description.scheme, description);
+    descriptions.insert(description.scheme, std::make_shared<const Description>(description));
     return true;
 }
 
@@ -35,20 +35,17 @@ void SchemeRegistry::remove(ResourceReference::Scheme scheme)
     descriptions.remove(scheme);
 }
 
-std::optional<SchemeRegistry::Description> SchemeRegistry::find(
-    ResourceReference::Scheme scheme) const
+SchemeRegistry::Found SchemeRegistry::find(ResourceReference::Scheme scheme) const
 {
     const QReadLocker locker(&lock);
-    const auto found = descriptions.constFind(scheme);
-    return found == descriptions.cend() ? std::nullopt : std::optional(*found);
+    return descriptions.value(scheme);
 }
 
-std::optional<SchemeRegistry::Description> SchemeRegistry::findByPrefix(const QString &prefix) const
+SchemeRegistry::Found SchemeRegistry::findByPrefix(const QString &prefix) const
 {
     const QReadLocker locker(&lock);
     const auto scheme = schemesByPrefix.constFind(prefix);
-    return scheme == schemesByPrefix.cend() ? std::nullopt
-                                            : std::optional(descriptions.value(*scheme));
+    return scheme == schemesByPrefix.cend() ? Found() : descriptions.value(*scheme);
 }
 
 QStringList SchemeRegistry::prefixes() const

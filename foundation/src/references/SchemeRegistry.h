@@ -5,6 +5,8 @@
 #include <QHash>
 #include <QReadWriteLock>
 
+#include <memory>
+
 namespace zel {
 
 /// The schemes that programs have made known. One for the process, which never dies, since
@@ -21,8 +23,10 @@ public:
     bool insert(const Description &description);
     void remove(ResourceReference::Scheme scheme);
 
-    std::optional<Description> find(ResourceReference::Scheme scheme) const;
-    std::optional<Description> findByPrefix(const QString &prefix) const;
+    /// Null for one that is not known. Shared: a cache may have many references to look up.
+    using Found = std::shared_ptr<const Description>;
+    Found find(ResourceReference::Scheme scheme) const;
+    Found findByPrefix(const QString &prefix) const;
     /// All prefixes, sorted.
     QStringList prefixes() const;
 
@@ -30,7 +34,7 @@ private:
     SchemeRegistry() = default;
 
     mutable QReadWriteLock lock;
-    QHash<ResourceReference::Scheme, Description> descriptions;
+    QHash<ResourceReference::Scheme, Found> descriptions;
     QHash<QString, ResourceReference::Scheme> schemesByPrefix;
 };
 

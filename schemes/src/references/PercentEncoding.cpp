@@ -17,12 +17,13 @@ namespace {
 bool isUnreserved(char byte)
 {
     return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z')
-        || (byte >= '0' && byte <= '9') || QByteArrayView("-._~").contains(byte);
+        || (byte >= '0' && byte <= '9') || byte == '-' || byte == '.' || byte == '_' || byte == '~';
 }
 
 bool standsForItself(char byte, QLatin1StringView kept)
 {
-    return isUnreserved(byte) || kept.contains(QLatin1Char(byte));
+    return isUnreserved(byte)
+        || std::find(kept.begin(), kept.end(), QLatin1Char(byte)) != kept.end();
 }
 
 /// As good as always, since keys are: making those of a large cache anew would take long.

@@ -5,6 +5,7 @@
 #include "references/PublicQuery.h"
 #include "references/ResourceReferenceUtils.h"
 
+#include <QStringBuilder>
 #include <QStringList>
 #include <QUrl>
 
@@ -22,7 +23,7 @@ constexpr QLatin1StringView keptInQuery("/!$&'()*+,;=:@?");
 /// "." and ".." resolved as browsers and servers do; nothing lies above the root.
 QString withoutDotSegments(const QString &path)
 {
-    if (path.startsWith(u'/') && !path.contains(u"/."_s))
+    if (path.startsWith(u'/') && !QStringView(path).contains(u"/."))
         return path;
     QStringList segments;
     const QStringList given = path.split(u'/');
@@ -37,6 +38,29 @@ QString withoutDotSegments(const QString &path)
             segments << QString();
     }
     return u'/' + segments.join(u'/');
+}
+
+/// As good as all hosts, and a cache may name one in each of many references: its one spelling is
+/// itself. What is left out here, as labels that encode others do, is asked of Qt.
+bool isPlainHost(QStringView host)
+{
+    constexpr qsizetype mostLetters = 200; // well below what a host may have
+    constexpr qsizetype mostOfLabel = 63;
+    qsizetype ofLabel = 0;
+    QChar last = u'.';
+    for (const QChar character : host) {
+        const bool isLetter
+            = (character >= u'a' && character <= u'z') || (character >= u'0' && character <= u'9');
+        const bool endsLabel = character == u'.';
+        // Hyphens stand alone and between letters: "xn--" begins an encoded label.
+        if (!isLetter && (!(endsLabel || character == u'-') || last == u'.' || last == u'-'))
+            return false;
+        ofLabel = endsLabel ? 0 : ofLabel + 1;
+        if (ofLabel > mostOfLabel)
+            return false;
+        last = character;
+    }
+    return last != u'.' && last != u'-' && host.size() <= mostLetters;
 }
 
 bool isHostCharacter(QChar character)
@@ -64,37 +88,38 @@ Result<QSharedPointer<ResourceReference>> UrlReference::parse(Scheme scheme, con
     if (hash >= 0) {
         ZEL_TRY_LET(expected, ExpectedContent::fromString(text.mid(hash + 1)));
     }
-    ZEL_TRY_LET(const Parts parts, split(hash < 0 ? text : text.left(hash)));
+    ZEL_TRY_LET(const Parts parts, split(QStringView(text).first(hash < 0 ? text.size() : hash)));
     return QSharedPointer<ResourceReference>(new UrlReference(scheme, parts, expected));
 }
 
-Result<UrlReference::Parts> UrlReference::split(const QString &text)
+Result<UrlReference::Parts> UrlReference::split(QStringView text)
 {
-    const QString protocol = text.left(text.indexOf(u':')).toLower();
-    const QString rest = text.mid(protocol.size() + 1);
-    if (!rest.startsWith(u"//"_s)) {
+    const QString protocol = text.left(text.indexOf(u':')).toString().toLower();
+    const QStringView rest = text.mid(protocol.size() + 1);
+    if (!rest.startsWith(u"//")) {
         return ZEL_ERROR(ErrorCode::BadArgument,
                          tr("An address starts with \"%1://\" and a host.").arg(protocol));
     }
     const qsizetype question = rest.indexOf(u'?');
-    const QString place = question < 0 ? rest.mid(2) : rest.mid(2, question - 2);
-    const QString authority = place.left(place.indexOf(u'/'));
+    const QStringView place = question < 0 ? rest.mid(2) : rest.mid(2, question - 2);
+    const QStringView authority = place.left(place.indexOf(u'/'));
 
     Parts parts;
     ZEL_TRY_LET(parts.server, normalisedServer(protocol, authority));
     ZEL_TRY_LET(const QString path,
-                PercentEncoding::normalised(place.mid(authority.size()), keptInPath));
+                PercentEncoding::normalised(place.mid(authority.size()).toString(), keptInPath));
     parts.path = withoutDotSegments(path.isEmpty() ? u"/"_s : path);
+    const QString shown = publicPath(parts.path);
     // Once more: what stands before a parameter may be "..", and a key form is read again.
-    parts.publicPath = withoutDotSegments(publicPath(parts.path));
+    parts.publicPath = shown == parts.path ? shown : withoutDotSegments(shown);
     ZEL_TRY_LET(parts.query,
-                PercentEncoding::normalised(question < 0 ? QString() : rest.mid(question + 1),
-                                            keptInQuery));
+                PercentEncoding::normalised(
+                    question < 0 ? QString() : rest.mid(question + 1).toString(), keptInQuery));
     parts.publicQuery = publicQuery(parts.query);
     return parts;
 }
 
-Result<QString> UrlReference::normalisedServer(const QString &protocol, const QString &authority)
+Result<QString> UrlReference::normalisedServer(const QString &protocol, QStringView authority)
 {
     if (authority.contains(u'@')) {
         return ZEL_ERROR(ErrorCode::BadArgument,
@@ -104,16 +129,19 @@ Result<QString> UrlReference::normalisedServer(const QString &protocol, const QS
     // A colon inside brackets belongs to the host.
     const qsizetype colon
         = authority.indexOf(u':', std::max<qsizetype>(authority.indexOf(u']'), 0));
-    const QString host = colon < 0 ? authority : authority.left(colon);
-    ZEL_TRY_LET(const QString goodHost, normalisedHost(host));
-    ZEL_TRY_LET(const QString port,
-                normalisedPort(protocol, colon < 0 ? QString() : authority.mid(colon + 1)));
-    return protocol + u"://"_s + goodHost + port;
+    const QStringView host = colon < 0 ? authority : authority.first(colon);
+    ZEL_TRY_LET(const QString goodHost, normalisedHost(host.toString()));
+    ZEL_TRY_LET(
+        const QString port,
+        normalisedPort(protocol, colon < 0 ? QString() : authority.mid(colon + 1).toString()));
+    return QString(protocol % u"://" % goodHost % port);
 }
 
 Result<QString> UrlReference::normalisedHost(const QString &host)
 {
     QString normalised;
+    if (isPlainHost(host))
+        return host;
     if (host.startsWith(u'[') && host.endsWith(u']')) {
         QUrl url;
         url.setHost(host, QUrl::StrictMode);
@@ -154,7 +182,7 @@ QString UrlReference::referenceText(bool forDisplay) const
     if (forDisplay)
         return PercentEncoding::displayed(parts.server + parts.publicPath + query);
     const QString fragment = expected.isEmpty() ? QString() : u'#' + expected.toString();
-    return parts.server + parts.publicPath + query + fragment;
+    return parts.server % parts.publicPath % query % fragment;
 }
 
 std::optional<QString> UrlReference::referencePath() const

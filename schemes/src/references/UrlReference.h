@@ -47,8 +47,8 @@ private:
     };
 
     UrlReference(Scheme scheme, const Parts &parts, const ExpectedContent &expected);
-    static Result<Parts> split(const QString &text);
-    static Result<QString> normalisedServer(const QString &protocol, const QString &authority);
+    static Result<Parts> split(QStringView text);
+    static Result<QString> normalisedServer(const QString &protocol, QStringView authority);
     static Result<QString> normalisedHost(const QString &host);
     static Result<QString> normalisedPort(const QString &protocol, const QString &port);
 
