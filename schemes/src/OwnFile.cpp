@@ -5,6 +5,8 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
+
 namespace zel {
 
 Result<QByteArray> OwnFile::read(const QString &path, qint64 mostBytes)
@@ -16,7 +18,11 @@ Result<QByteArray> OwnFile::read(const QString &path, qint64 mostBytes)
     QFile file(path);
     QByteArray content;
     if (file.open(QIODevice::ReadOnly))
-        content = file.read(mostBytes + 1);
+        content = file.read(std::min(info.size(), mostBytes) + 1);
+    // As good as never: it has grown meanwhile. Room for all that is allowed costs more than most
+    // files do.
+    if (content.size() > info.size())
+        content += file.read(mostBytes + 1 - content.size());
     if (file.error() != QFileDevice::NoError) {
         return ZEL_ERROR(ErrorCode::OperationFailed,
                          tr("Reading \"%1\" failed: %2").arg(path, file.errorString()));

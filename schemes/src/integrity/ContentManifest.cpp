@@ -11,6 +11,7 @@
 #include <QtNumeric>
 
 #include <algorithm>
+#include <array>
 #include <limits>
 
 namespace zel {
@@ -52,9 +53,37 @@ void insertMoment(QJsonObject &object, const QString &name, const QDateTime &val
         object.insert(name, value.toUTC().toString(Qt::ISODateWithMs));
 }
 
+/// Of the very form that insertMoment() writes; invalid for any other.
+QDateTime writtenMoment(QStringView text)
+{
+    constexpr QStringView form = u"0000-00-00T00:00:00.000Z";
+    if (text.size() != form.size())
+        return {};
+    std::array<int, 7> numbers {};
+    std::size_t number = 0;
+    for (qsizetype i = 0; i < form.size(); ++i) {
+        const char16_t letter = text.at(i).unicode();
+        const bool isDigit = letter >= u'0' && letter <= u'9';
+        if (form.at(i) == u'0' ? !isDigit : text.at(i) != form.at(i))
+            return {};
+        if (isDigit)
+            numbers.at(number) = numbers.at(number) * 10 + (letter - u'0');
+        else
+            ++number;
+    }
+    const auto [year, month, day, hour, minute, second, millisecond] = numbers;
+    const QTime time(hour, minute, second, millisecond);
+    // Of a time that there is not Qt would make midnight.
+    return time.isValid() ? QDateTime(QDate(year, month, day), time, Qt::UTC) : QDateTime();
+}
+
 QDateTime moment(const QString &text)
 {
-    return text.isEmpty() ? QDateTime() : QDateTime::fromString(text, Qt::ISODateWithMs);
+    if (text.isEmpty())
+        return {};
+    // Qt reads all forms, but each time looks for the zone that this machine is in.
+    const QDateTime written = writtenMoment(text);
+    return written.isValid() ? written : QDateTime::fromString(text, Qt::ISODateWithMs);
 }
 
 QDateTime moment(const QJsonValue &value)

@@ -94,11 +94,12 @@ bool ContentVerifier::hasOtherTimes() const
 
 bool ContentVerifier::isOfSomethingElse() const
 {
-    const QDateTime made = QFileInfo(textPath(folder)).birthTime();
-    const bool isNewFolder = current.folderMade.isValid() && made > current.folderMade;
-    return isNewFolder && std::none_of(due.begin(), due.end(), [this](const Due &one) {
-               return current.files.at(one.index).modified == one.modified;
-           });
+    const bool hasOneAsItWas = std::any_of(due.begin(), due.end(), [this](const Due &one) {
+        return current.files.at(one.index).modified == one.modified;
+    });
+    // Last, as the folder has to be looked at for it.
+    return !hasOneAsItWas && current.folderMade.isValid()
+        && QFileInfo(textPath(folder)).birthTime() > current.folderMade;
 }
 
 /// Of the file, by the verification that was cut short.

@@ -92,6 +92,24 @@ TEST(ContentManifestTest, takenApart_anythingElse_isForAReaderOfJson)
     EXPECT_TRUE(ManifestText::takenApart("{\"files\":[]}"));
 }
 
+TEST(ContentManifestTest, fromJson_momentsOfOtherForms_areTheSameMoments)
+{
+    const QDateTime moment(QDate(2024, 2, 29), QTime(23, 59, 58, 7), Qt::UTC);
+    for (const QString &text : { u"2024-02-29T23:59:58.007Z"_s, u"2024-03-01T00:59:58.007+01:00"_s,
+                                 u"2024-02-29T23:59:58,007Z"_s }) {
+        QJsonObject object = sampleObject();
+        object.insert(u"fetched"_s, text);
+        const auto read = ContentManifest::fromJson(QJsonDocument(object).toJson());
+        ASSERT_TRUE(read.hasValue()) << text.toStdString();
+        EXPECT_EQ(read.value().fetched, moment) << text.toStdString();
+    }
+    for (const QString &text : { u"2023-02-29T23:59:58.007Z"_s, u"2024-02-29T24:59:58.007Z"_s,
+                                 u"2024-02-29T23:59:5x.007Z"_s, u"2024-02-29 23:59:58.007"_s })
+        EXPECT_EQ(isReadWith(u"fetched"_s, text),
+                  QDateTime::fromString(text, Qt::ISODateWithMs).isValid())
+            << text.toStdString();
+}
+
 TEST(ContentManifestTest, fromJson_noManifest_isCode4)
 {
     for (const QByteArray &text :
