@@ -8,9 +8,14 @@
 namespace zel::CacheRows {
 
 using namespace Qt::Literals::StringLiterals;
-using Resource = ResourceCacheReader::Resource;
+using Reader = ResourceCacheReader;
+using Details = Reader::Details;
+using Resource = Reader::Resource;
 
 namespace {
+
+/// Statuses are smaller than this.
+constexpr int statusCount = 8;
 
 /// What stands for a column in a statement, whether the file has it or is older.
 QString orNull(const Columns &columns, const QString &table, const QString &column)
@@ -34,20 +39,11 @@ QString asNumber(const QString &column, std::initializer_list<Enum> values)
     return sql + u" ELSE %1 END"_s.arg(int(Enum::Invalid));
 }
 
-/// The long texts as their bytes, which are UTF-8 in every cache: SQLite takes several times as
-/// long as Qt to make them UTF-16.
-QString selectResources(const Columns &columns)
+/// As their bytes, which are UTF-8 in every cache: SQLite takes several times as long as Qt to make
+/// them UTF-16.
+QString asBytes(const QString &column)
 {
-    const auto sql = u"SELECT CAST(reference AS BLOB), CAST(cachedPath AS BLOB), fileSize, %1, %2, "
-                     "lastAccessDateTime, lastStatusUpdateClientId, %3 FROM CachedResources"_s;
-    const QString status
-        = asNumber(u"status"_s,
-                   { ResourceStatus::Missing, ResourceStatus::Ready,
-                     ResourceStatus::ScheduledForAcquire, ResourceStatus::Acquiring });
-    const QString policy = asNumber(u"cleanupPolicy"_s,
-                                    { ResourceCleanupPolicy::Never, ResourceCleanupPolicy::OnClose,
-                                      ResourceCleanupPolicy::OnDemand });
-    return sql.arg(status, policy, orNull(columns, u"CachedResources"_s, u"version"_s));
+    return u"CAST(%1 AS BLOB)"_s.arg(column);
 }
 
 QString textOf(const QVariant &bytes)
@@ -59,30 +55,104 @@ QString textOf(const QVariant &bytes)
 class VersionReader
 {
 public:
-    QVersionNumber read(const QString &text)
+    QVersionNumber read(const QByteArray &text)
     {
         if (text != lastText) {
             lastText = text;
-            lastVersion = QVersionNumber::fromString(text);
+            lastVersion = QVersionNumber::fromString(QString::fromUtf8(text));
         }
         return lastVersion;
     }
 
 private:
-    QString lastText;
+    QByteArray lastText;
     QVersionNumber lastVersion;
 };
 
-Resource resourceOf(const QSqlQuery &row, VersionReader &versions)
+/// What is selected of each resource, and how its values are read. A value more of each of many
+/// rows costs more than all that is done with it afterwards: none is selected that nobody wants.
+class ResourceColumns
 {
-    return { textOf(row.value(0)),
-             textOf(row.value(1)),
-             row.value(2).toLongLong(),
-             ResourceStatus(row.value(3).toInt()),
-             ResourceCleanupPolicy(row.value(4).toInt()),
-             row.value(5).toLongLong(),
-             row.value(6).toLongLong(),
-             versions.read(row.value(7).toString()) };
+public:
+    ResourceColumns(const Columns &columns, Details details)
+        : columns(columns)
+        , details(details)
+    {
+    }
+
+    QStringList selected() const;
+    Resource read(const QSqlQuery &row);
+
+private:
+    static QString status();
+    static QString policy();
+    QString state() const;
+    static void readState(int state, Resource &resource);
+
+    const Columns &columns;
+    const Details details;
+    VersionReader versions;
+};
+
+QString ResourceColumns::status()
+{
+    return asNumber(u"status"_s,
+                    { ResourceStatus::Missing, ResourceStatus::Ready,
+                      ResourceStatus::ScheduledForAcquire, ResourceStatus::Acquiring });
+}
+
+QString ResourceColumns::policy()
+{
+    return asNumber(u"cleanupPolicy"_s,
+                    { ResourceCleanupPolicy::Never, ResourceCleanupPolicy::OnClose,
+                      ResourceCleanupPolicy::OnDemand });
+}
+
+/// All that is a small number, in one.
+QString ResourceColumns::state() const
+{
+    const QString hasPath = u"(IFNULL(cachedPath, '') <> '')"_s;
+    const QString others = details & Reader::Policy ? hasPath + u" + 2 * "_s + policy() : hasPath;
+    return u"%1 + %2 * (%3)"_s.arg(status(), QString::number(statusCount), others);
+}
+
+void ResourceColumns::readState(int state, Resource &resource)
+{
+    const int others = state / statusCount;
+    resource.status = ResourceStatus(state % statusCount);
+    resource.hasPath = others % 2 == 1;
+    resource.policy = ResourceCleanupPolicy(others / 2);
+}
+
+/// In the order in which read() takes them.
+QStringList ResourceColumns::selected() const
+{
+    QStringList selected { asBytes(u"reference"_s), u"fileSize"_s, state(),
+                           u"lastAccessDateTime"_s };
+    if (details & Reader::Path)
+        selected << asBytes(u"cachedPath"_s);
+    if (details & Reader::LastWriter)
+        selected << u"lastStatusUpdateClientId"_s;
+    if (details & Reader::Version)
+        selected << asBytes(orNull(columns, u"CachedResources"_s, u"version"_s));
+    return selected;
+}
+
+Resource ResourceColumns::read(const QSqlQuery &row)
+{
+    int column = 0;
+    Resource resource;
+    resource.reference = textOf(row.value(column++));
+    resource.size = row.value(column++).toLongLong();
+    readState(row.value(column++).toInt(), resource);
+    resource.lastAccess = row.value(column++).toLongLong();
+    if (details & Reader::Path)
+        resource.path = textOf(row.value(column++));
+    if (details & Reader::LastWriter)
+        resource.lastWriterClientId = row.value(column++).toLongLong();
+    if (details & Reader::Version)
+        resource.version = versions.read(row.value(column++).toByteArray());
+    return resource;
 }
 
 /// Makes room for all resources: growing step by step, the list would need twice the memory.
@@ -93,13 +163,24 @@ Error reserve(const ReadingConnection &connection, QList<Resource> &resources)
         sql, [&resources](const QSqlQuery &row) { resources.reserve(row.value(0).toLongLong()); }));
 }
 
-Error appendResources(const ReadingConnection &connection, const QString &sql,
-                      const QVariantList &values, QList<Resource> &resources)
+/// Every page is read once, from the first to the last: the usual room for them would be filled for
+/// nothing.
+Error keepFewPages(const ReadingConnection &connection)
 {
-    VersionReader versions;
+    const auto sql = u"PRAGMA cache_size=-256"_s; // in KiB
+    return ZEL_PASS(connection.forEachRow(sql, [](const QSqlQuery &) {}));
+}
+
+/// `condition`: what follows behind the table, with `values`.
+Error appendResources(const ReadingConnection &connection, ResourceColumns columns,
+                      const QString &condition, const QVariantList &values,
+                      QList<Resource> &resources)
+{
     const auto read = [&](const QSqlQuery &row) {
-        resources.append(resourceOf(row, versions));
+        resources.append(columns.read(row));
     };
+    const QString sql
+        = u"SELECT "_s + columns.selected().join(u", "_s) + u" FROM CachedResources "_s + condition;
     return ZEL_PASS(connection.forEachRow(sql, read, values));
 }
 
@@ -117,20 +198,22 @@ Result<Columns> readColumns(const ReadingConnection &connection)
     return columns;
 }
 
-Error readResources(const ReadingConnection &connection, const Columns &columns,
+Error readResources(const ReadingConnection &connection, const Columns &columns, Details details,
                     QList<Resource> &resources)
 {
     Error error;
+    ZEL_TRY(error, keepFewPages(connection));
     ZEL_TRY(error, reserve(connection, resources));
-    const QString sql = selectResources(columns) + u" ORDER BY id"_s;
-    return ZEL_PASS(appendResources(connection, sql, {}, resources));
+    const ResourceColumns wanted(columns, details);
+    qCDebug(lcResourceManager) << "Columns of each resource:" << wanted.selected().size();
+    return ZEL_PASS(appendResources(connection, wanted, u"ORDER BY id"_s, {}, resources));
 }
 
 Error readResource(const ReadingConnection &connection, const Columns &columns,
                    const QString &reference, QList<Resource> &resources)
 {
-    const QString sql = selectResources(columns) + u" WHERE reference = ?"_s;
-    return ZEL_PASS(appendResources(connection, sql, { reference }, resources));
+    return ZEL_PASS(appendResources(connection, ResourceColumns(columns, Reader::EveryDetail),
+                                    u"WHERE reference = ?"_s, { reference }, resources));
 }
 
 /// One pass and one row: grouping would sort all resources first.

@@ -15,8 +15,9 @@ using Columns = QSet<QString>;
 Result<Columns> readColumns(const ReadingConnection &connection);
 
 Error readResources(const ReadingConnection &connection, const Columns &columns,
+                    ResourceCacheReader::Details details,
                     QList<ResourceCacheReader::Resource> &resources);
-/// Adds the one with this reference, if there is one.
+/// Adds the one with this reference, if there is one, with every detail.
 Error readResource(const ReadingConnection &connection, const Columns &columns,
                    const QString &reference, QList<ResourceCacheReader::Resource> &resources);
 Error countResources(const ReadingConnection &connection, QHash<ResourceStatus, int> &counts);

@@ -38,10 +38,11 @@ void logResources(const Snapshot &snapshot)
     qCDebug(lcResourceManager) << "Resources read:" << snapshot.resources.size();
 }
 
-Error readInto(Snapshot &snapshot, const ReadingConnection &connection, const Columns &columns)
+Error readInto(Snapshot &snapshot, const ReadingConnection &connection, const Columns &columns,
+               ResourceCacheReader::Details details)
 {
     Error error;
-    ZEL_TRY(error, CacheRows::readResources(connection, columns, snapshot.resources));
+    ZEL_TRY(error, CacheRows::readResources(connection, columns, details, snapshot.resources));
     ZEL_TRY(error, CacheRows::readUsages(connection, CacheRows::isAnything, snapshot.usages));
     ZEL_TRY(
         error,
@@ -189,9 +190,13 @@ ResourceCacheReader::ResourceCacheReader(const QString &databasePath)
 {
 }
 
-Result<Snapshot> ResourceCacheReader::read() const
+Result<Snapshot> ResourceCacheReader::read(Details details) const
 {
-    return ZEL_PASS(readFile<Snapshot>(databasePath));
+    const auto read = [details](Snapshot &snapshot, const ReadingConnection &connection,
+                                const Columns &columns) {
+        return ZEL_PASS(readInto(snapshot, connection, columns, details));
+    };
+    return ZEL_PASS(readFile<Snapshot>(databasePath, read));
 }
 
 Result<Snapshot> ResourceCacheReader::readRowsOf(const QStringList &references) const

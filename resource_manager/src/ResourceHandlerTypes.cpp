@@ -1,8 +1,13 @@
 #include "ResourceHandlerTypes.h"
 
+#include <QHash>
 #include <QMetaEnum>
 
+#include <memory>
+
 namespace zel {
+
+using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
@@ -24,12 +29,22 @@ QMetaEnum policies()
     return enumerator;
 }
 
-template<typename Enum>
-QString keyOf(const QMetaEnum &enumerator, Enum value)
+/// By their numbers; made once, as a large cache asks for the text of each of its rows.
+using Keys = QHash<int, QString>;
+
+const Keys *keysOf(const QMetaEnum &enumerator)
 {
-    const char *key = enumerator.valueToKey(static_cast<int>(value));
+    auto keys = std::make_unique<Keys>();
+    for (int index = 0; index < enumerator.keyCount(); ++index)
+        keys->insert(enumerator.value(index), QString::fromLatin1(enumerator.key(index)));
+    return keys.release();
+}
+
+template<typename Enum>
+QString keyOf(const Keys &keys, Enum value)
+{
     // Empty, never null: a null text would be stored as NULL.
-    return QString::fromLatin1(key ? key : "");
+    return keys.value(static_cast<int>(value), u""_s);
 }
 
 template<typename Enum>
@@ -44,12 +59,15 @@ Enum valueOf(const QMetaEnum &enumerator, const QString &text, Enum fallback)
 
 QString toText(ResourceStatus status)
 {
-    return keyOf(statuses(), status);
+    // Never destroyed, as the next one: a cache is closed at exit.
+    static const Keys *const keys = keysOf(statuses());
+    return keyOf(*keys, status);
 }
 
 QString toText(ResourceCleanupPolicy policy)
 {
-    return keyOf(policies(), policy);
+    static const Keys *const keys = keysOf(policies());
+    return keyOf(*keys, policy);
 }
 
 ResourceStatus toResourceStatus(const QString &text, ResourceStatus fallback)

@@ -21,18 +21,25 @@ protected:
         QByteArray answer;
         QStringList lines; ///< of the answer
         QStringList reads; ///< how many resources were read, time after time
+        QStringList columns; ///< how many columns of each were read, whenever all were
     };
     /// Fails the test if the command waits for anybody or changes the database.
     Look lookAt(const QStringList &arguments, int exitCode = 0) const
     {
         const auto run = runWhileHeld(arguments + QStringList { u"-vv"_s }, exitCode);
-        Look look { run->output(), linesOf(run->output()), {} };
-        const QString label = u"Resources read: "_s;
-        for (const QString &line : linesOf(run->errors())) {
+        const QStringList said = linesOf(run->errors());
+        return { run->output(), linesOf(run->output()), behind(u"Resources read: "_s, said),
+                 behind(u"Columns of each resource: "_s, said) };
+    }
+
+    static QStringList behind(const QString &label, const QStringList &lines)
+    {
+        QStringList found;
+        for (const QString &line : lines) {
             if (const qsizetype place = line.indexOf(label); place >= 0)
-                look.reads.append(line.mid(place + label.size()));
+                found.append(line.mid(place + label.size()));
         }
-        return look;
+        return found;
     }
 
     const QString one = u"https://data.example.org/sample-99999.raw"_s;
@@ -45,10 +52,12 @@ TEST_F(LargeCacheCliTest, list_readsOnceAndWritesALineForEach)
     for (const QString &order : { u"size"_s, u"age"_s, u"name"_s }) {
         const Look look = lookAt({ u"list"_s, u"--sort"_s, order });
         EXPECT_EQ(look.reads, onceAll);
+        EXPECT_EQ(look.columns, QStringList { u"4"_s });
         EXPECT_EQ(look.lines.size(), 100'001);
     }
     const Look references = lookAt({ u"list"_s, u"--references"_s });
     EXPECT_EQ(references.reads, onceAll);
+    EXPECT_EQ(references.columns, QStringList { u"4"_s });
     EXPECT_EQ(references.lines.value(100'000), u"https://data.example.org/sample-100000.raw"_s);
 }
 
@@ -56,6 +65,7 @@ TEST_F(LargeCacheCliTest, list_json_isOneObjectOfAll)
 {
     const Look look = lookAt({ u"list"_s, u"--json"_s });
     EXPECT_EQ(look.reads, onceAll);
+    EXPECT_EQ(look.columns, QStringList { u"6"_s }); // and paths and versions
     const QJsonArray resources = jsonOf(look.answer).value(u"resources"_s).toArray();
     ASSERT_EQ(resources.size(), 100'001);
     EXPECT_EQ(resources.last()[u"size"_s].toInteger(), 100'000);
@@ -65,6 +75,7 @@ TEST_F(LargeCacheCliTest, outdated_rehearsed_readsOnce)
 {
     const Look none = lookAt({ u"outdated"_s, u"--dry-run"_s });
     EXPECT_EQ(none.reads, (QStringList { u"0"_s, u"100001"_s }));
+    EXPECT_EQ(none.columns, QStringList { u"5"_s }); // and versions
     EXPECT_EQ(none.lines, QStringList { u"0 resources would go, 0 B"_s });
     CacheDatabase(cache.databasePath()).run(u"UPDATE CachedResources SET version = '0.9'"_s);
     EXPECT_EQ(lookAt({ u"outdated"_s, u"--dry-run"_s }).lines.size(), 100'002);
@@ -75,6 +86,7 @@ TEST_F(LargeCacheCliTest, purge_rehearsed_readsOnce)
     const QStringList command { u"purge"_s, u"--dry-run"_s, u"--to"_s, u"0"_s };
     const Look look = lookAt(command);
     EXPECT_EQ(look.reads, onceAll);
+    EXPECT_EQ(look.columns, QStringList { u"4"_s });
     EXPECT_EQ(look.lines.size(), 100'002);
     const Look json = lookAt(command + QStringList { u"--json"_s });
     EXPECT_EQ(json.reads, onceAll);
@@ -85,7 +97,9 @@ TEST_F(LargeCacheCliTest, purge_rehearsed_readsOnce)
 
 TEST_F(LargeCacheCliTest, why_readsOnce)
 {
-    EXPECT_EQ(lookAt({ u"why"_s }).reads, onceAll);
+    const Look look = lookAt({ u"why"_s });
+    EXPECT_EQ(look.reads, onceAll);
+    EXPECT_EQ(look.columns, QStringList { u"4"_s });
     EXPECT_EQ(lookAt({ u"why"_s, one }).reads, onceAll);
 }
 

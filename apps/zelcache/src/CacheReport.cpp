@@ -152,20 +152,17 @@ QStringList taskLines(const Board &board)
 
 TextAt listLines(const Reader::Snapshot &snapshot)
 {
-    QStringList sizes;
-    sizes.reserve(snapshot.resources.size());
     qsizetype statusColumns = 0;
     qsizetype sizeColumns = 0;
     for (const Reader::Resource &resource : snapshot.resources) {
-        sizes.append(sizeText(resource.size));
         statusColumns = std::max(statusColumns, toText(resource.status).size());
-        sizeColumns = std::max(sizeColumns, sizes.last().size());
+        sizeColumns = std::max(sizeColumns, sizeText(resource.size).size());
     }
     return [=, &snapshot](qsizetype index) -> QString {
         const Reader::Resource &resource = snapshot.resources.at(index);
         return toText(resource.status).leftJustified(statusColumns) % u"  "
-            % sizes.at(index).rightJustified(sizeColumns) % u"  " % timeText(resource.lastAccess)
-            % u"  " % resource.reference;
+            % sizeText(resource.size).rightJustified(sizeColumns) % u"  "
+            % timeText(resource.lastAccess) % u"  " % resource.reference;
     };
 }
 

@@ -46,11 +46,10 @@ qint64 bytesOfUnit(const QString &unit)
     return bytes;
 }
 
-/// Over zeros, from that place on.
-void putTwoDigits(QString &text, qsizetype place, int number)
+void putTwoDigits(QChar *place, int number)
 {
-    text[place] = QChar(u'0' + number / 10);
-    text[place + 1] = QChar(u'0' + number % 10);
+    place[0] = QChar(u'0' + number / 10);
+    place[1] = QChar(u'0' + number % 10);
 }
 
 QString twoDigits(qint64 number)
@@ -130,13 +129,18 @@ QString timeText(qint64 milliseconds)
     if (::localtime_r(&seconds, &local) == nullptr)
         return {};
     // Nor with a format, which would take a third of the time of a long list.
-    QString text = u"-00-00 00:00:00"_s;
-    putTwoDigits(text, 1, local.tm_mon + 1);
-    putTwoDigits(text, 4, local.tm_mday);
-    putTwoDigits(text, 7, local.tm_hour);
-    putTwoDigits(text, 10, local.tm_min);
-    putTwoDigits(text, 13, local.tm_sec);
-    return QString::number(local.tm_year + 1900).rightJustified(4, u'0') % text;
+    QString text = u"0000-00-00 00:00:00"_s;
+    QChar *const letters = text.data();
+    const int year = local.tm_year + 1900;
+    const bool hasFourDigits = year >= 0 && year <= 9999;
+    putTwoDigits(letters, hasFourDigits ? year / 100 : 0);
+    putTwoDigits(letters + 2, hasFourDigits ? year % 100 : 0);
+    putTwoDigits(letters + 5, local.tm_mon + 1);
+    putTwoDigits(letters + 8, local.tm_mday);
+    putTwoDigits(letters + 11, local.tm_hour);
+    putTwoDigits(letters + 14, local.tm_min);
+    putTwoDigits(letters + 17, local.tm_sec);
+    return hasFourDigits ? text : QString::number(year).rightJustified(4, u'0') % text.mid(4);
 }
 
 } // namespace zel::cli

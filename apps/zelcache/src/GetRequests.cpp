@@ -302,8 +302,11 @@ TransferReports GetRequests::reports() const
     });
     if (allTold)
         return reports;
+    QStringList keys;
+    for (const auto &fetch : fetches)
+        keys.append(fetch->key);
     const ResourceCacheReader reader(ResourceManager::cachePath().databasePath());
-    if (const auto snapshot = reader.read(); snapshot.hasValue())
+    if (const auto snapshot = reader.readRowsOf(keys); snapshot.hasValue())
         addFetchers(reports, snapshot.value());
     return reports;
 }

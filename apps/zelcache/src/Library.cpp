@@ -134,9 +134,10 @@ std::optional<ExitCode> openExistingCache(const Context &context)
         : canceledMeanwhile(context);
 }
 
-Result<ResourceCacheReader::Snapshot> readCache(const ResourceManagerSettings &settings)
+Result<ResourceCacheReader::Snapshot> readCache(const ResourceManagerSettings &settings,
+                                                ResourceCacheReader::Details details)
 {
-    return ZEL_PASS(orWhichCache(settings, readerOf(settings).read()));
+    return ZEL_PASS(orWhichCache(settings, readerOf(settings).read(details)));
 }
 
 Result<ResourceCacheReader::Snapshot> readCacheFor(const QStringList &arguments,

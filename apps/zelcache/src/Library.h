@@ -24,11 +24,12 @@ void registerSourcesOnly(const Context &context);
 std::optional<ExitCode> openExistingCache(const Context &context);
 
 /// What the cache of the settings holds at this moment, without taking part in it. Fails if it
-/// cannot be read or was never made.
-Result<ResourceCacheReader::Snapshot> readCache(const ResourceManagerSettings &settings);
+/// cannot be read or was never made. Ask for no detail that is not needed: a cache may be large.
+Result<ResourceCacheReader::Snapshot> readCache(const ResourceManagerSettings &settings,
+                                                ResourceCacheReader::Details details);
 
-/// The same without all resources but those that the arguments may mean; see keyOf(). Takes no
-/// longer in a large cache. The schemes must be registered.
+/// The same with every detail, but of those resources only that the arguments may mean; see
+/// keyOf(). Takes no longer in a large cache. The schemes must be registered.
 Result<ResourceCacheReader::Snapshot> readCacheFor(const QStringList &arguments,
                                                    const ResourceManagerSettings &settings);
 

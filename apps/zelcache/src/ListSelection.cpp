@@ -7,6 +7,7 @@
 #include <QMetaEnum>
 
 #include <algorithm>
+#include <vector>
 
 namespace zel::cli {
 
@@ -57,19 +58,44 @@ Result<ListSelection::Order> orderFrom(const QString &text)
     return ListSelection::Order(words.indexOf(word) + 1);
 }
 
-bool comesFirst(ListSelection::Order order, const Resource &left, const Resource &right)
+/// The smallest first; of no use to an order that is not one of numbers.
+qint64 sortKey(ListSelection::Order order, const Resource &resource)
 {
     switch (order) {
     case ListSelection::Order::Size:
-        return left.size > right.size;
+        return ~resource.size; // the other way round, whatever the number
     case ListSelection::Order::Age:
-        return left.lastAccess < right.lastAccess;
+        return resource.lastAccess;
     case ListSelection::Order::Name:
-        return left.reference < right.reference;
     case ListSelection::Order::AsAdded:
         break;
     }
-    return false;
+    return 0;
+}
+
+/// Sorts places, with what they are sorted by beside them: to move the rows themselves about takes
+/// several times as long.
+QList<Resource> sorted(ListSelection::Order order, QList<Resource> resources)
+{
+    struct Place
+    {
+        qint64 key = 0;
+        qsizetype index = 0;
+    };
+    std::vector<Place> places;
+    places.reserve(std::size_t(resources.size()));
+    for (qsizetype i = 0; i < resources.size(); ++i)
+        places.push_back({ sortKey(order, resources.at(i)), i });
+    const bool isByName = order == ListSelection::Order::Name;
+    std::stable_sort(places.begin(), places.end(), [&](const Place &left, const Place &right) {
+        return isByName ? resources.at(left.index).reference < resources.at(right.index).reference
+                        : left.key < right.key;
+    });
+    QList<Resource> inOrder;
+    inOrder.reserve(resources.size());
+    for (const Place &place : places)
+        inOrder.append(std::move(resources[place.index]));
+    return inOrder;
 }
 
 } // namespace
@@ -109,13 +135,9 @@ QList<Resource> ListSelection::applied(QList<Resource> resources) const
                 || (!format.isEmpty() && !DataFormats::byName(resource.path).contains(format));
         });
     }
-    if (order != Order::AsAdded) {
-        std::stable_sort(resources.begin(), resources.end(),
-                         [this](const Resource &left, const Resource &right) {
-                             return comesFirst(order, left, right);
-                         });
-    }
-    return resources;
+    if (order == Order::AsAdded)
+        return resources;
+    return sorted(order, std::move(resources));
 }
 
 } // namespace zel::cli

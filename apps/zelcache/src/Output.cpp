@@ -22,8 +22,8 @@ struct Texts
     Q_DECLARE_TR_FUNCTIONS(zel::cli::Output)
 };
 
-/// Many lines are written in parts of about so many bytes.
-constexpr qsizetype partSize = 64 * 1024;
+/// Many lines are written in parts of about so many letters.
+constexpr qsizetype partSize = 32 * 1024;
 
 constexpr auto red = "\x1b[31m";
 constexpr auto yellow = "\x1b[33m";
@@ -63,10 +63,7 @@ Output::~Output()
 
 void Output::answer(const QString &line)
 {
-    clearProgress();
-    if (answerErrno != 0)
-        return;
-    answerErrno = terminal::writeAll(manner.answerDescriptor, bytesOf(line) + manner.lineEnd);
+    answerLines(1, [&line](qsizetype) { return line; });
 }
 
 int Output::answerColumns() const
@@ -82,52 +79,55 @@ void Output::answer(const QJsonObject &object)
 void Output::answerLines(qsizetype count, const TextAt &lineAt)
 {
     clearProgress();
-    QByteArray bytes;
+    QString part;
     for (qsizetype i = 0; i < count && answerErrno == 0; ++i) {
-        bytes += bytesOf(lineAt(i)) + manner.lineEnd;
-        writePart(bytes, partSize);
+        part += shown(lineAt(i));
+        part += QLatin1Char(manner.lineEnd);
+        writePart(part, partSize);
     }
-    writePart(bytes, 1);
+    writePart(part, 1);
 }
 
 void Output::answer(const QJsonObject &frame, const QList<LongArray> &arrays)
 {
     clearProgress();
     QString rest = json::text(frame);
-    QByteArray bytes;
+    QString part;
     for (const LongArray &array : arrays) {
         // Quotes in a text are escaped, so that only the member can look like this.
         const qsizetype gap = rest.indexOf(u'"' + array.name + u"\":[]"_s) + array.name.size() + 4;
-        bytes += bytesOf(rest.left(gap));
-        writeElements(bytes, array);
+        part += shown(rest.left(gap));
+        writeElements(part, array);
         rest = rest.mid(gap);
     }
-    bytes += bytesOf(rest) + manner.lineEnd;
-    writePart(bytes, 1);
+    part += shown(rest);
+    part += QLatin1Char(manner.lineEnd);
+    writePart(part, 1);
 }
 
-void Output::writeElements(QByteArray &bytes, const LongArray &array)
+void Output::writeElements(QString &part, const LongArray &array)
 {
     for (qsizetype i = 0; i < array.count && answerErrno == 0; ++i) {
         if (i > 0)
-            bytes += ',';
-        bytes += bytesOf(array.elementAt(i));
-        writePart(bytes, partSize);
+            part += u',';
+        part += shown(array.elementAt(i));
+        writePart(part, partSize);
     }
 }
 
-/// Writes what has come together, once it is so much.
-void Output::writePart(QByteArray &bytes, qsizetype atLeast)
+/// Writes what has come together, once it is so much. Encoded as a whole: line by line that takes
+/// several times as long.
+void Output::writePart(QString &part, qsizetype atLeast)
 {
-    if (answerErrno != 0 || bytes.size() < atLeast)
+    if (answerErrno != 0 || part.size() < atLeast)
         return;
-    answerErrno = terminal::writeAll(manner.answerDescriptor, bytes);
-    bytes.clear();
+    answerErrno = terminal::writeAll(manner.answerDescriptor, part.toLocal8Bit());
+    part.resize(0); // its room is used again
 }
 
-QByteArray Output::bytesOf(const QString &line) const
+QString Output::shown(const QString &text) const
 {
-    return (answerToTerminal ? escaped(line) : line).toLocal8Bit();
+    return answerToTerminal ? escaped(text) : text;
 }
 
 bool Output::isAnswerWanted()

@@ -70,9 +70,9 @@ public:
     int answerFailure() const { return answerErrno; }
 
 private:
-    void writeElements(QByteArray &bytes, const LongArray &array);
-    void writePart(QByteArray &bytes, qsizetype atLeast);
-    QByteArray bytesOf(const QString &line) const;
+    void writeElements(QString &part, const LongArray &array);
+    void writePart(QString &part, qsizetype atLeast);
+    QString shown(const QString &text) const;
     void message(const QString &kind, const char *color, const QString &text);
     void writeMessage(const QString &text);
 

@@ -110,7 +110,7 @@ ResourceRows removedBetween(const ResourceCacheReader::Snapshot &before,
 {
     QSet<QString> empty;
     for (const Resource &resource : after.resources) {
-        if (resource.size == 0 && resource.path.isEmpty())
+        if (resource.size == 0 && !resource.hasPath)
             empty.insert(resource.reference);
     }
     Line removed;

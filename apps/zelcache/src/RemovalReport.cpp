@@ -25,7 +25,7 @@ using Reason = Pin::Reason;
 
 bool holdsData(const Resource &resource)
 {
-    return resource.size > 0 || !resource.path.isEmpty();
+    return resource.size > 0 || resource.hasPath;
 }
 
 Reason reasonOf(const Resource &resource, const QHash<QString, qint64> &lastAccessOfPlanned)

@@ -87,6 +87,7 @@ TEST_F(ResourceCacheReaderTest, read_openCache_givesEveryColumn)
     const auto &a = found.resources[0];
     EXPECT_EQ(a.reference, u"test:a"_s);
     EXPECT_EQ(a.path, u"/cache/a"_s);
+    EXPECT_TRUE(a.hasPath);
     EXPECT_EQ(a.size, 6'000'000'000);
     EXPECT_EQ(a.status, ResourceStatus::Ready);
     EXPECT_EQ(a.policy, ResourceCleanupPolicy::OnDemand);
@@ -95,6 +96,7 @@ TEST_F(ResourceCacheReaderTest, read_openCache_givesEveryColumn)
     EXPECT_EQ(a.version, QVersionNumber(1, 2));
     const auto &b = found.resources[1];
     EXPECT_EQ(b.path, QString());
+    EXPECT_FALSE(b.hasPath);
     EXPECT_EQ(b.size, 0);
     EXPECT_EQ(b.status, ResourceStatus::ScheduledForAcquire);
     EXPECT_TRUE(b.version.isNull());
@@ -361,6 +363,65 @@ TEST_F(ResourceCacheReaderTest, read_folderNotWritableButCacheOpen_seesWhatIsInT
         EXPECT_EQ(snapshot().resources.size(), 2);
     }
     QFile::setPermissions(cache.baseDir(), QFile::Permissions(0x7755));
+}
+
+// ---- Details
+
+TEST_F(ResourceCacheReaderTest, read_oneDetail_theOthersReadAsAbsent)
+{
+    openDao();
+    insert(u"test:a"_s, ResourceStatus::Ready, 5'000'000'000);
+    database().run(u"UPDATE CachedResources SET cachedPath = '/cache/a', version = '1.2', "
+                   "fileSize = 60, lastStatusUpdateClientId = 7"_s);
+    using Reader = ResourceCacheReader;
+    for (const auto detail :
+         { Reader::NoDetail, Reader::Path, Reader::Policy, Reader::LastWriter, Reader::Version }) {
+        const auto result = Reader(path()).read(detail);
+        ASSERT_TRUE(succeeded(result));
+        ASSERT_EQ(result.value().resources.size(), 1);
+        const auto &found = result.value().resources.first();
+        EXPECT_EQ(found.reference, u"test:a"_s);
+        EXPECT_EQ(found.size, 60);
+        EXPECT_EQ(found.status, ResourceStatus::Ready);
+        EXPECT_EQ(found.lastAccess, 5'000'000'000);
+        EXPECT_TRUE(found.hasPath);
+        EXPECT_EQ(found.path, detail == Reader::Path ? u"/cache/a"_s : QString());
+        EXPECT_EQ(found.policy,
+                  detail == Reader::Policy ? ResourceCleanupPolicy::OnDemand
+                                           : ResourceCleanupPolicy::Invalid);
+        EXPECT_EQ(found.lastWriterClientId, detail == Reader::LastWriter ? 7 : -1);
+        EXPECT_EQ(found.version,
+                  detail == Reader::Version ? QVersionNumber(1, 2) : QVersionNumber());
+    }
+}
+
+TEST_F(ResourceCacheReaderTest, read_detailThatNobodyWants_isNotSelected)
+{
+    openDao();
+    insert(u"test:a"_s, ResourceStatus::Ready);
+    dao.close();
+    // What is not there cannot be selected.
+    for (const QString &column : { u"cleanupPolicy"_s, u"lastStatusUpdateClientId"_s })
+        database().run(u"ALTER TABLE CachedResources DROP COLUMN "_s + column);
+    const auto found = ResourceCacheReader(path()).read(ResourceCacheReader::Version);
+    ASSERT_TRUE(succeeded(found));
+    EXPECT_EQ(found.value().resources.size(), 1);
+    EXPECT_FALSE(read().hasValue());
+}
+
+TEST_F(ResourceCacheReaderTest, read_versionsInTurn_eachIsItsOwn)
+{
+    openDao();
+    const QStringList texts { u"1.2"_s, u"1.2"_s, QString(), u"2"_s, u"1.2"_s };
+    for (qsizetype i = 0; i < texts.size(); ++i) {
+        insert(u"test:%1"_s.arg(i), ResourceStatus::Ready);
+        database().run(u"UPDATE CachedResources SET version = NULLIF('%1', '') "
+                       "WHERE reference = 'test:%2'"_s.arg(texts.at(i), QString::number(i)));
+    }
+    const auto found = snapshot();
+    ASSERT_EQ(found.resources.size(), texts.size());
+    for (qsizetype i = 0; i < texts.size(); ++i)
+        EXPECT_EQ(found.resources.at(i).version, QVersionNumber::fromString(texts.at(i)));
 }
 
 // ---- What comes and goes

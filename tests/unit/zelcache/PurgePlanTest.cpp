@@ -18,7 +18,7 @@ void add(Snapshot &snapshot, const QString &reference, qint64 size, qint64 lastA
 {
     ResourceCacheReader::Resource made;
     made.reference = reference;
-    made.path = size > 0 ? u"/c/"_s + reference : QString();
+    made.hasPath = size > 0;
     made.size = size;
     made.status = size > 0 ? ResourceStatus::Ready : ResourceStatus::Missing;
     made.lastAccess = lastAccess;

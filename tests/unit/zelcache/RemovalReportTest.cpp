@@ -17,7 +17,7 @@ ResourceCacheReader::Resource resource(const QString &reference, qint64 size, qi
 {
     ResourceCacheReader::Resource made;
     made.reference = reference;
-    made.path = u"/c/"_s + reference;
+    made.hasPath = true;
     made.size = size;
     made.lastAccess = lastAccess;
     return made;

@@ -87,7 +87,7 @@ Result<Findings> lookedAt(const ResourceManagerSettings &settings, const Request
     Findings findings = findingsOf(examination);
     if (findings.isEmpty() || examination.databaseFailure.hasError())
         return findings;
-    ZEL_TRY_LET(const auto after, readCache(settings));
+    ZEL_TRY_LET(const auto after, readCache(settings, ResourceCacheReader::Path));
     keepUnchanged(findings, examination.snapshot, after);
     return findings;
 }

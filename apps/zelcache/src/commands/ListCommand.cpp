@@ -47,6 +47,8 @@ public:
     ExitCode run(const Context &context) override;
 
 private:
+    ResourceCacheReader::Details neededDetails(const Context &context) const;
+
     QString order; ///< as given, as the next two; empty for none
     QString status;
     QString format;
@@ -54,13 +56,21 @@ private:
     bool referencesOnly = false;
 };
 
+ResourceCacheReader::Details ListCommand::neededDetails(const Context &context) const
+{
+    using Reader = ResourceCacheReader;
+    if (context.options.json)
+        return Reader::Path | Reader::Policy | Reader::Version;
+    return format.isEmpty() ? Reader::NoDetail : Reader::Path;
+}
+
 ExitCode ListCommand::run(const Context &context)
 {
     auto selection = ListSelection::fromTexts(order, status, format);
     if (!selection.hasValue())
         return context.fail(selection.error());
     selection.value().prefix = prefix.value_or(QString());
-    auto snapshot = readCache(settingsOf(context.options));
+    auto snapshot = readCache(settingsOf(context.options), neededDetails(context));
     if (!snapshot.hasValue())
         return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
     snapshot.value().resources = selection.value().applied(std::move(snapshot.value().resources));

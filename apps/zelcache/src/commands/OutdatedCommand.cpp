@@ -41,7 +41,7 @@ struct Outcome
 Result<OutdatedResources> outdatedNow(const Context &context)
 {
     const ResourceManagerSettings settings = settingsOf(context.options);
-    ZEL_TRY_LET(const auto snapshot, readCache(settings));
+    ZEL_TRY_LET(const auto snapshot, readCache(settings, ResourceCacheReader::Version));
     const ResourceUsers users = usersByReference(snapshot, QDateTime::currentMSecsSinceEpoch(),
                                                  processesOf(settings.cachePath.databasePath()));
     return ZEL_PASS(outdatedOf(snapshot, users));

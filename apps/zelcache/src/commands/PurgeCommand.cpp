@@ -30,6 +30,8 @@ Examples:
 
 using Snapshot = ResourceCacheReader::Snapshot;
 
+constexpr auto neededDetails = ResourceCacheReader::NoDetail;
+
 struct Request
 {
     std::optional<qint64> target; ///< the size to come down to, in bytes
@@ -96,10 +98,10 @@ Result<Outcome> purged(const Context &context, const Request &request)
 {
     const ResourceManagerSettings settings = settingsOf(context.options);
     const SignalWatch signalWatch([](int) {});
-    ZEL_TRY_LET(const Snapshot before, readCache(settings));
+    ZEL_TRY_LET(const Snapshot before, readCache(settings, neededDetails));
     const PurgePlan plan = planned(settings, request, before);
     const Error failure = purge(purgeLimits(settings.sizes, request.target));
-    ZEL_TRY_LET(const Snapshot after, readCache(settings));
+    ZEL_TRY_LET(const Snapshot after, readCache(settings, neededDetails));
 
     Outcome outcome = outcomeOf(plan, removedBetween(before, after), after.currentSize);
     if (!outcome.report.isGoalReached())
@@ -113,7 +115,7 @@ Result<Outcome> purged(const Context &context, const Request &request)
 Result<Outcome> rehearse(const Context &context, const Request &request)
 {
     const ResourceManagerSettings settings = settingsOf(context.options);
-    ZEL_TRY_LET(Snapshot snapshot, readCache(settings));
+    ZEL_TRY_LET(Snapshot snapshot, readCache(settings, neededDetails));
     const PurgePlan plan = planned(settings, request, snapshot);
     Outcome outcome
         = outcomeOf(plan, plan.resources, snapshot.currentSize - sizeOfAll(plan.resources));

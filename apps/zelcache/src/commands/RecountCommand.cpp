@@ -155,7 +155,7 @@ ExitCode recountAll(const Context &context, const Snapshot &before)
     const auto signalNumber = countAll(context.output, readyCount(before));
     if (!signalNumber.hasValue())
         return context.fail(signalNumber.error());
-    const auto after = readCache(settingsOf(context.options));
+    const auto after = readCache(settingsOf(context.options), ResourceCacheReader::Path);
     if (!after.hasValue())
         return context.fail(after.error());
     RecountReport report = recountReport(before, after.value());
@@ -274,8 +274,8 @@ ExitCode RecountCommand::run(const Context &context)
     if (const auto code = openExistingCache(context))
         return *code;
     const ResourceManagerSettings settings = settingsOf(context.options);
-    const auto before
-        = references.isEmpty() ? readCache(settings) : readCacheFor(references, settings);
+    const auto before = references.isEmpty() ? readCache(settings, ResourceCacheReader::Path)
+                                             : readCacheFor(references, settings);
     if (!before.hasValue())
         return context.fail(ExitCode::CacheUnavailable, before.error().errorMessage());
     return references.isEmpty() ? recountAll(context, before.value())

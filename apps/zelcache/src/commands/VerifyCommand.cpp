@@ -211,7 +211,7 @@ ExitCode VerifyCommand::run(const Context &context)
     store.removeRemains();
     const QDateTime listed = QDateTime::currentDateTimeUtc();
     const QStringList manifests = store.paths();
-    const auto before = readCache(settings);
+    const auto before = readCache(settings, ResourceCacheReader::Path);
     if (!before.hasValue())
         return context.fail(ExitCode::CacheUnavailable, before.error().errorMessage());
 
@@ -221,7 +221,7 @@ ExitCode VerifyCommand::run(const Context &context)
         report.staleManifests = removeStale(store, manifests, listed, before.value());
     verification.verify(report);
 
-    const auto after = readCache(settings);
+    const auto after = readCache(settings, ResourceCacheReader::Path);
     if (!after.hasValue())
         return context.fail(ExitCode::CacheUnavailable, after.error().errorMessage());
     complete(report, after.value(), store, processesOf(settings.cachePath.databasePath()));
@@ -248,8 +248,8 @@ ExitCode VerifyCommand::answer(const Context &context, VerifyReport &report, int
         context.output.answer(answer);
     } else {
         const bool tellsAll = !references.isEmpty() || context.options.verbosity > 0;
-        for (const QString &line : verifyLines(report, tellsAll))
-            context.output.answer(line);
+        const QStringList lines = verifyLines(report, tellsAll);
+        context.output.answerLines(lines.size(), [&lines](qsizetype i) { return lines.at(i); });
     }
     return signalNumber != 0 ? exitCodeOfSignal(signalNumber) : verifyCode(report);
 }

@@ -75,7 +75,8 @@ ExitCode WhyCommand::run(const Context &context)
 {
     registerResourceSchemes();
     const ResourceManagerSettings settings = settingsOf(context.options);
-    const auto snapshot = readCache(settings);
+    const auto snapshot = readCache(
+        settings, reference ? ResourceCacheReader::EveryDetail : ResourceCacheReader::NoDetail);
     if (!snapshot.hasValue())
         return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
     if (reference)

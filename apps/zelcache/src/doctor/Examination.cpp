@@ -68,7 +68,7 @@ Error readDatabase(Examination &all)
 {
     const Reader reader(all.settings.cachePath.databasePath());
     ZEL_TRY_LET(all.condition, reader.readCondition());
-    ZEL_TRY_LET(all.snapshot, reader.read());
+    ZEL_TRY_LET(all.snapshot, reader.read(Reader::Path));
     return {};
 }
 
@@ -164,7 +164,7 @@ Result<Examination> examineRows(const ResourceManagerSettings &settings,
                                 std::chrono::milliseconds minimumAge)
 {
     Examination all = begun(settings, minimumAge);
-    ZEL_TRY_LET(all.snapshot, Reader(settings.cachePath.databasePath()).read());
+    ZEL_TRY_LET(all.snapshot, Reader(settings.cachePath.databasePath()).read(Reader::Path));
     all.now = QDateTime::currentMSecsSinceEpoch();
     readStaging(all);
     addProcesses(all);

@@ -61,7 +61,7 @@ qsizetype countWithoutSize(const Snapshot &snapshot)
 {
     return std::count_if(
         snapshot.resources.begin(), snapshot.resources.end(),
-        [](const auto &resource) { return resource.size == 0 && !resource.path.isEmpty(); });
+        [](const auto &resource) { return resource.size == 0 && resource.hasPath; });
 }
 
 /// What nobody uses, and what is used by whom.

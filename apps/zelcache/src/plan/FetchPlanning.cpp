@@ -121,7 +121,7 @@ Result<FitPlan> planFetch(const ResourceManagerSettings &settings, QList<FitPlan
         return plan;
     if (isNotMadeYet(settings))
         return plan;
-    ZEL_TRY_LET(const auto allRows, readCache(settings));
+    ZEL_TRY_LET(const auto allRows, readCache(settings, ResourceCacheReader::Path));
     return plannedFor(allRows);
 }
 

@@ -24,7 +24,7 @@ void add(ResourceCacheReader::Snapshot &snapshot, const QString &reference, qint
 {
     ResourceCacheReader::Resource made;
     made.reference = reference;
-    made.path = u"/c/"_s + reference;
+    made.hasPath = true;
     made.size = size;
     made.status = ResourceStatus::Ready;
     made.lastAccess = snapshot.resources.size();
