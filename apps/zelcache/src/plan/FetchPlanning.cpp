@@ -109,19 +109,21 @@ Result<FitPlan> planFetch(const ResourceManagerSettings &settings, QList<FitPlan
 {
     addStagedBytes(missing, settings.cachePath);
     const auto plannedFor = [&](const Snapshot &snapshot) {
-        return fitPlan(snapshot, settings.sizes, stillMissing(missing, snapshot), wanted,
-                       freeBytesOf(settings), QDateTime::currentMSecsSinceEpoch());
+        return fitPlan(snapshot, settings.sizes, missing, wanted, freeBytesOf(settings),
+                       QDateTime::currentMSecsSinceEpoch());
     };
     QStringList keys;
     for (const FitPlan::Missing &each : missing)
         keys.append(each.reference);
     ZEL_TRY_LET(const auto theirRows, rowsToPlanWith(settings, keys));
+    missing = stillMissing(missing, theirRows);
     const FitPlan plan = plannedFor(theirRows);
     if (!plan.needsPurge())
         return plan;
     if (isNotMadeYet(settings))
         return plan;
-    ZEL_TRY_LET(const auto allRows, readCache(settings, ResourceCacheReader::Path));
+    // What has come since the first reading counts as data that its fetch replaces.
+    ZEL_TRY_LET(const auto allRows, readCache(settings, ResourceCacheReader::NoDetail));
     return plannedFor(allRows);
 }
 
