@@ -2,7 +2,8 @@
 // file itself; any other gives rows to a good one, each line the table and its values:
 //
 //   R REFERENCE|PATH|SIZE|STATUS|POLICY|ACCESS|CLIENT|VERSION
-//   U RESOURCE|CLIENT       T RESOURCE|PROGRESS|CLIENT       C PROCESS|PING       M SIZE|SCAN
+//   U RESOURCE|CLIENT       T RESOURCE|PROGRESS|CLIENT       C PROCESS|PING
+//   M SIZE|SCAN             S SUM, of the row that is there
 //
 // A value is a text, "#" and a number, or "~" for none. In texts, "$" is the data directory.
 #include "Fuzzing.h"

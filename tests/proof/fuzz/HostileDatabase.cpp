@@ -41,6 +41,7 @@ const QHash<char, QString> &statements()
         { 'T', u"INSERT INTO AcquiringTasks(resourceId, progress, clientId) VALUES (?,?,?)"_s },
         { 'C', u"INSERT INTO Clients(processId, lastPingTime) VALUES (?,?)"_s },
         { 'M', u"INSERT INTO CacheMetadata(currentSize, lastScanTimestamp) VALUES (?,?)"_s },
+        { 'S', u"UPDATE CacheMetadata SET currentSize = ?"_s },
     };
     return *all;
 }
