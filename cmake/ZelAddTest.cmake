@@ -20,6 +20,13 @@ function(zel_add_test name)
     if(NOT ARG_TIMEOUT)
         set(ARG_TIMEOUT 60)
     endif()
+    if("thread" IN_LIST ZEL_SANITIZE)
+        math(EXPR ARG_TIMEOUT "10 * ${ARG_TIMEOUT}") # some take that much longer then
+    endif()
+    if(name IN_LIST ZEL_TESTS_WITH_THREADS AND NOT ARG_LABEL STREQUAL threads)
+        # One text: the discovery does not keep a list together, and ctest -L looks for a part.
+        string(APPEND ARG_LABEL " threads")
+    endif()
     add_executable(${name} ${ARG_SOURCES})
     set_target_properties(${name} PROPERTIES AUTOMOC ${ARG_MOC})
     target_link_libraries(${name} PRIVATE zel_test_support ${ARG_LINK} zel_build_settings)

@@ -40,6 +40,11 @@ if(ZEL_SANITIZE)
     target_link_options(zel_build_settings INTERFACE -fsanitize=${sanitizers})
 endif()
 
+# Debug builds look at each take of a lock (foundation/src/threads). ThreadSanitizer looks itself.
+if(NOT "thread" IN_LIST ZEL_SANITIZE)
+    target_compile_definitions(zel_build_settings INTERFACE $<$<CONFIG:Debug>:ZEL_CHECKS_LOCKS>)
+endif()
+
 # Makes the object library of one folder. LINK lists what the folder may include, nothing else.
 #   zel_add_folder(zel_tasks INCLUDE src SOURCES src/Task.cpp ... LINK zel_foundation QCoro6::Coro)
 function(zel_add_folder name)

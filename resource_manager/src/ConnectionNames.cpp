@@ -21,7 +21,7 @@ ConnectionNames::ConnectionNames(Draw draw)
 
 QString ConnectionNames::take()
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     QString name = draw();
     // The host may have connections of its own, whatever their names.
     while (taken.contains(name) || QSqlDatabase::contains(name))
@@ -32,7 +32,7 @@ QString ConnectionNames::take()
 
 void ConnectionNames::giveBack(const QString &name)
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     taken.remove(name);
 }
 

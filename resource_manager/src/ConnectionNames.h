@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QMutex>
+#include "threads/Mutex.h"
+
 #include <QSet>
 #include <QString>
 
@@ -30,7 +31,7 @@ public:
 
 private:
     const Draw draw;
-    QMutex mutex;
+    Mutex mutex { "the names of connections" };
     QSet<QString> taken;
 };
 

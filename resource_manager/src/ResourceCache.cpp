@@ -40,7 +40,7 @@ ResourceCache::Private::Private(ResourceCache *owner, std::unique_ptr<ResourceCa
     pingGate->owner = this;
     pingTimer->setInterval(pingPeriod);
     const auto ping = [gate = pingGate] {
-        const QMutexLocker lock(&gate->mutex);
+        const std::lock_guard lock(gate->mutex);
         if (gate->owner)
             gate->owner->pingDatabase();
     };
@@ -53,7 +53,7 @@ ResourceCache::Private::~Private()
     waitForFileSizesUpdate();
     close();
     // After the semaphore is free again: a ping that waits for it holds the gate.
-    const QMutexLocker lock(&pingGate->mutex);
+    const std::lock_guard lock(pingGate->mutex);
     pingGate->owner = nullptr;
 }
 
@@ -141,7 +141,7 @@ void ResourceCache::Private::stopPing()
 void ResourceCache::Private::postPingRequest(int request, void (QTimer::*startOrStop)())
 {
     const auto act = [gate = pingGate, request, startOrStop] {
-        const QMutexLocker lock(&gate->mutex);
+        const std::lock_guard lock(gate->mutex);
         if (gate->owner && gate->owner->pingRequest == request)
             (gate->owner->pingTimer.get()->*startOrStop)();
     };

@@ -6,11 +6,11 @@
 #include "database/DatabaseHandler.h"
 #include "database/DatabaseHelpers.h"
 #include "errors/Propagate.h"
+#include "threads/Mutex.h"
 
 #include <QDateTime>
 #include <QFileInfo>
 #include <QHash>
-#include <QMutex>
 #include <QSqlDatabase>
 #include <QUuid>
 
@@ -55,7 +55,7 @@ bool warmUpSql()
 /// cache closes late at exit.
 struct OpenFiles
 {
-    QMutex mutex;
+    Mutex mutex { "the table of open databases" };
     QHash<QString, int> registrations;
 };
 
@@ -73,7 +73,7 @@ OpenFiles &openFiles()
 void addRegistration(const QString &file)
 {
     OpenFiles &files = openFiles();
-    const QMutexLocker lock(&files.mutex);
+    const std::lock_guard lock(files.mutex);
     ++files.registrations[file];
     clientRows += file.isEmpty() ? 0 : 1; // one without a file is never taken back
 }
@@ -81,7 +81,7 @@ void addRegistration(const QString &file)
 void removeRegistration(const QString &file)
 {
     OpenFiles &files = openFiles();
-    const QMutexLocker lock(&files.mutex);
+    const std::lock_guard lock(files.mutex);
     if (--files.registrations[file] <= 0)
         files.registrations.remove(file);
     --clientRows;
@@ -90,7 +90,7 @@ void removeRegistration(const QString &file)
 bool hasRegistration(const QString &file)
 {
     OpenFiles &files = openFiles();
-    const QMutexLocker lock(&files.mutex);
+    const std::lock_guard lock(files.mutex);
     return files.registrations.contains(file);
 }
 

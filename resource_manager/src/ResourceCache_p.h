@@ -6,9 +6,9 @@
 #include "ResourceRetrieveHandle.h"
 #include "Task.h"
 #include "TaskRows.h"
+#include "threads/Mutex.h"
 
 #include <QCoreApplication>
-#include <QMutex>
 #include <QPointer>
 #include <QSystemSemaphore>
 #include <QThread>
@@ -39,7 +39,8 @@ public:
     /// What the timer's thread goes through to this object, which may die on another one.
     struct PingGate
     {
-        QMutex mutex; ///< held for as long as the object is in use there
+        /// Held for as long as the object is in use there.
+        Mutex mutex { "the gate of the pings of a cache" };
         Private *owner; ///< null once it is gone
     };
     /// The event loop of the timer's thread would go on with a timer that another thread deleted.

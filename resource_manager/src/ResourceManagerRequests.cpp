@@ -26,7 +26,7 @@ std::optional<bool> ResourceManager::Private::cachedExistsValue(
     const QSharedPointer<ResourceReference> &reference) const
 {
     const QString key = reference->referenceText(false);
-    const QMutexLocker lock(&memoGuard->mutex);
+    const std::lock_guard lock(memoGuard->mutex);
     const auto found = cachedRequestsValues.constFind(key);
     if (found == cachedRequestsValues.constEnd() || !isFresh(*found, currentTime()))
         return std::nullopt;
@@ -76,7 +76,7 @@ void ResourceManager::Private::memoiseWhenFinished(Task *task, const ResourceRef
         if (!task->isSuccessful())
             return;
         const auto answer = task->result<bool>();
-        const QMutexLocker lock(&guard->mutex);
+        const std::lock_guard lock(guard->mutex);
         if (guard->isOpen)
             memoise(key, answer.hasValue() && answer.value());
     };
@@ -151,7 +151,7 @@ Result<bool> ResourceManager::Private::exists(const RawHandlers &handlers)
 
 void ResourceManager::Private::invalidateCachedRequestsValues(ResourceReference::Scheme scheme)
 {
-    const QMutexLocker lock(&memoGuard->mutex);
+    const std::lock_guard lock(memoGuard->mutex);
     for (const QString &key : cachedRequestsValues.keys()) {
         const auto parsed = ResourceReference::scheme(key);
         const auto own = parsed.hasValue() ? parsed.value() : ResourceReference::Scheme::Invalid;

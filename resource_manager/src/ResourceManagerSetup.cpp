@@ -91,7 +91,7 @@ ResourceManager::Private::Private(ResourceManager *owner,
 
 ResourceManager::Private::~Private()
 {
-    const QMutexLocker lock(&memoGuard->mutex);
+    const std::lock_guard lock(memoGuard->mutex);
     memoGuard->isOpen = false;
 }
 

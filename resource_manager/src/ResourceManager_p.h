@@ -4,9 +4,9 @@
 #include "ResourceManager.h"
 #include "ResourcePromptingInterface.h"
 #include "TasksQueue.h"
+#include "threads/Mutex.h"
 
 #include <QHash>
-#include <QMutex>
 #include <QTime>
 #include <QWeakPointer>
 
@@ -21,7 +21,7 @@ class ResourceCache;
 /// at a time when the manager may be gone.
 struct MemoGuard
 {
-    QMutex mutex;
+    Mutex mutex { "the memo of existence answers" };
     bool isOpen = true;
 };
 

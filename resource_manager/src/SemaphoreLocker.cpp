@@ -4,6 +4,7 @@
 #include "errors/Logging.h"
 #include "platform/CrashHandler.h"
 #include "platform/DirectoryLock.h"
+#include "threads/LockOrder.h"
 
 #include <QSystemSemaphore>
 #include <QThread>
@@ -11,6 +12,12 @@
 #include <algorithm>
 
 namespace zel {
+
+namespace {
+
+constexpr auto kind = "the semaphore of a cache";
+
+} // namespace
 
 SemaphoreLocker::SemaphoreLocker(QSystemSemaphore *semaphore, int count)
     : semaphoreHandle(semaphore)
@@ -39,6 +46,8 @@ bool SemaphoreLocker::acquire(int count)
 bool SemaphoreLocker::acquireOne()
 {
     warnBeforeSecondTake();
+    if (entry && entry->usable)
+        LockOrder::beforeTake(entry, kind);
     const bool acquired = acquireSemaphore();
     ++acquiredCount;
     refusedCount += acquired ? 0 : 1;
@@ -71,8 +80,8 @@ void SemaphoreLocker::warnBeforeSecondTake() const
 void SemaphoreLocker::release(int count)
 {
     acquiredCount -= count;
-    if (acquiredCount <= 0 && entry)
-        entry->holder = nullptr;
+    if (acquiredCount <= 0)
+        leaveThisThread();
     // The semaphore goes last: who gets it must not wait for the directory.
     if (acquiredCount <= 0)
         directoryLock.reset();
@@ -101,14 +110,20 @@ void SemaphoreLocker::releaseAcquired()
 
 void SemaphoreLocker::leaveThisThread()
 {
-    if (entry)
-        entry->holder = nullptr;
+    if (!entry)
+        return;
+    LockOrder::beforeGivingBack(entry);
+    entry->holder = nullptr;
 }
 
 void SemaphoreLocker::adoptByThisThread()
 {
-    if (entry)
-        entry->holder = QThread::currentThreadId();
+    if (!entry)
+        return;
+    // Read as well as written: the system orders the holders, and this tells the language so.
+    entry->holder.exchange(QThread::currentThreadId());
+    if (entry->usable)
+        LockOrder::afterTake(entry, kind);
 }
 
 bool SemaphoreLocker::isHeldByThisThread(const QSystemSemaphore &semaphore)

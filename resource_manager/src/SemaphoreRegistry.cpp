@@ -1,9 +1,10 @@
 #include "SemaphoreRegistry.h"
 
+#include "threads/Mutex.h"
+
 #include <QDir>
 #include <QFile>
 #include <QHash>
-#include <QMutex>
 
 #include <utility>
 
@@ -13,7 +14,7 @@ namespace {
 
 struct Table
 {
-    QMutex mutex;
+    Mutex mutex { "the table of semaphores" };
     QHash<QString, RegisteredSemaphore *> entries;
 };
 
@@ -54,7 +55,7 @@ RegisteredSemaphore::RegisteredSemaphore(const QString &key)
 RegisteredSemaphore *SemaphoreRegistry::keep(const QString &key)
 {
     Table &semaphores = table();
-    const QMutexLocker lock(&semaphores.mutex);
+    const std::lock_guard lock(semaphores.mutex);
     return entryOf(semaphores, key);
 }
 
@@ -62,7 +63,7 @@ RegisteredSemaphore *SemaphoreRegistry::keepForDirectory(const QString &key,
                                                          const QString &baseDirectory)
 {
     Table &semaphores = table();
-    const QMutexLocker lock(&semaphores.mutex);
+    const std::lock_guard lock(semaphores.mutex);
     RegisteredSemaphore *entry = entryOf(semaphores, key);
     // Written once: lockers read it without the table's mutex.
     if (entry->directory.isEmpty())
@@ -75,7 +76,7 @@ RegisteredSemaphore *SemaphoreRegistry::keepForDirectory(const QString &key,
 std::optional<QString> SemaphoreRegistry::takeRefusal(RegisteredSemaphore *entry)
 {
     // The object that tells why may be made anew on another thread.
-    const QMutexLocker lock(&table().mutex);
+    const std::lock_guard lock(table().mutex);
     if (entry->usable || std::exchange(entry->isRefusalTaken, true))
         return std::nullopt;
     return entry->keeper.errorString();
@@ -84,7 +85,7 @@ std::optional<QString> SemaphoreRegistry::takeRefusal(RegisteredSemaphore *entry
 RegisteredSemaphore *SemaphoreRegistry::find(const QString &key)
 {
     Table &semaphores = table();
-    const QMutexLocker lock(&semaphores.mutex);
+    const std::lock_guard lock(semaphores.mutex);
     return semaphores.entries.value(key);
 }
 

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "threads/Mutex.h"
+
 #include <QMultiHash>
-#include <QMutex>
 #include <QSet>
 #include <QString>
 
@@ -19,34 +20,34 @@ class TaskRows
 public:
     void insert(const QString &reference, const void *handle)
     {
-        const QMutexLocker lock(&mutex);
+        const std::lock_guard lock(mutex);
         if (!rows.contains(reference, handle))
             rows.insert(reference, handle);
     }
 
     void remove(const QString &reference, const void *handle)
     {
-        const QMutexLocker lock(&mutex);
+        const std::lock_guard lock(mutex);
         rows.remove(reference, handle);
     }
 
     /// The cache was closed, and all rows of this process have gone.
     void clear()
     {
-        const QMutexLocker lock(&mutex);
+        const std::lock_guard lock(mutex);
         rows.clear();
         leftOver.clear();
     }
 
     bool contains(const QString &reference) const
     {
-        const QMutexLocker lock(&mutex);
+        const std::lock_guard lock(mutex);
         return rows.contains(reference);
     }
 
     void setLeftOver(const QString &reference, bool isLeftOver)
     {
-        const QMutexLocker lock(&mutex);
+        const std::lock_guard lock(mutex);
         if (isLeftOver)
             leftOver.insert(reference);
         else
@@ -55,18 +56,18 @@ public:
 
     bool isLeftOver(const QString &reference) const
     {
-        const QMutexLocker lock(&mutex);
+        const std::lock_guard lock(mutex);
         return leftOver.contains(reference);
     }
 
     QList<QString> allLeftOver() const
     {
-        const QMutexLocker lock(&mutex);
+        const std::lock_guard lock(mutex);
         return leftOver.values();
     }
 
 private:
-    mutable QMutex mutex;
+    mutable Mutex mutex { "the rows of retrieve handles" };
     QMultiHash<QString, const void *> rows;
     QSet<QString> leftOver; ///< references of rows that no handle has any more
 };

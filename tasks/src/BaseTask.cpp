@@ -3,9 +3,9 @@
 #include "GroupTask.h"
 #include "Hidden.h"
 #include "TaskState_p.h"
+#include "threads/Mutex.h"
 
 #include <QDeadlineTimer>
-#include <QMutex>
 
 #include <atomic>
 #include <optional>
@@ -25,7 +25,7 @@ public:
     std::atomic<bool> deleteOnFinished = false;
     QVariant result;
 
-    mutable QMutex mutex; ///< of all below
+    mutable Mutex mutex { "the facts about a task" }; ///< of all below
     QString name;
     QString progressText;
     std::optional<int> progressMaximum;
@@ -52,13 +52,13 @@ const std::shared_ptr<TaskState> &BaseTask::taskState() const
 
 void BaseTask::setName(const QString &name)
 {
-    const QMutexLocker lock(&d->mutex);
+    const std::lock_guard lock(d->mutex);
     d->name = name;
 }
 
 QString BaseTask::name() const
 {
-    const QMutexLocker lock(&d->mutex);
+    const std::lock_guard lock(d->mutex);
     return d->name;
 }
 
@@ -169,7 +169,7 @@ void BaseTask::setProgress(int value, int maximum)
 {
     bool initiated = false;
     {
-        const QMutexLocker lock(&d->mutex);
+        const std::lock_guard lock(d->mutex);
         initiated = d->progressMaximum != maximum;
         d->progressMaximum = maximum;
         d->progressValue = value;
@@ -182,7 +182,7 @@ void BaseTask::setProgress(int value, int maximum)
 void BaseTask::setProgressText(const QString &text)
 {
     {
-        const QMutexLocker lock(&d->mutex);
+        const std::lock_guard lock(d->mutex);
         d->progressText = text;
     }
     Q_EMIT progressTextChanged(text);
@@ -190,19 +190,19 @@ void BaseTask::setProgressText(const QString &text)
 
 int BaseTask::progressValue() const
 {
-    const QMutexLocker lock(&d->mutex);
+    const std::lock_guard lock(d->mutex);
     return d->progressValue;
 }
 
 int BaseTask::progressMaximum() const
 {
-    const QMutexLocker lock(&d->mutex);
+    const std::lock_guard lock(d->mutex);
     return d->progressMaximum.value_or(0);
 }
 
 QString BaseTask::progressText() const
 {
-    const QMutexLocker lock(&d->mutex);
+    const std::lock_guard lock(d->mutex);
     return d->progressText;
 }
 

@@ -26,7 +26,7 @@ Error BlockingWait::run(int msecs)
 
 void BlockingWait::wake()
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     woken = true;
     // Posted: a quit that comes before exec() would be lost.
     if (loop)
@@ -43,7 +43,7 @@ Error BlockingWait::obstacle()
 
 bool BlockingWait::isWoken()
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     return woken;
 }
 
@@ -51,7 +51,7 @@ void BlockingWait::spin(int msecs)
 {
     QEventLoop eventLoop;
     {
-        const QMutexLocker lock(&mutex);
+        const std::lock_guard lock(mutex);
         if (woken)
             return;
         loop = &eventLoop;
@@ -73,7 +73,7 @@ void BlockingWait::spin(int msecs)
     while (!isWoken() && !deadline.hasExpired())
         eventLoop.processEvents(QEventLoop::WaitForMoreEvents);
 
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     loop = nullptr;
 }
 

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "errors/Error.h"
+#include "threads/Mutex.h"
 
 #include <QCoreApplication>
-#include <QMutex>
 
 QT_BEGIN_NAMESPACE
 class QEventLoop;
@@ -40,7 +40,7 @@ private:
     bool isWoken();
     void spin(int msecs);
 
-    QMutex mutex;
+    Mutex mutex { "a blocking wait" };
     QEventLoop *loop = nullptr;
     bool woken = false;
 };

@@ -5,8 +5,8 @@
 #include "TaskState_p.h"
 #include "errors/Logging.h"
 #include "errors/UnifiedError.h"
+#include "threads/Mutex.h"
 
-#include <QMutex>
 #include <QSet>
 #include <QThread>
 
@@ -17,7 +17,7 @@ namespace zel {
 class ZEL_RESOURCE_MANAGER_HIDDEN GroupTask::Private
 {
 public:
-    mutable QMutex mutex; ///< of all below
+    mutable Mutex mutex { "the subtasks of a group" }; ///< of all below
     QList<BaseTask *> subtasks;
     int ended = 0; ///< how many of them have told their end
     int filling = 0; ///< the group does not end while this is not 0
@@ -82,14 +82,14 @@ GroupTask::~GroupTask()
 
 void GroupTask::beginFilling()
 {
-    const QMutexLocker lock(&d->mutex);
+    const std::lock_guard lock(d->mutex);
     ++d->filling;
 }
 
 void GroupTask::endFilling()
 {
     {
-        const QMutexLocker lock(&d->mutex);
+        const std::lock_guard lock(d->mutex);
         --d->filling;
     }
     postEndIfComplete();
@@ -101,7 +101,7 @@ void GroupTask::append(BaseTask *subtask)
         return;
     const Filling filling(this);
     {
-        const QMutexLocker lock(&d->mutex);
+        const std::lock_guard lock(d->mutex);
         if (d->subtasks.contains(subtask))
             return;
         d->subtasks.append(subtask);
@@ -121,7 +121,7 @@ QList<BaseTask *> GroupTask::subtasks(QFlags<GetSubtasksMode> mode) const
 {
     QList<BaseTask *> direct;
     {
-        const QMutexLocker lock(&d->mutex);
+        const std::lock_guard lock(d->mutex);
         direct = d->subtasks;
     }
     if (!mode)
@@ -175,7 +175,7 @@ Error GroupTask::doFinish()
 
 Error GroupTask::unifiedError() const
 {
-    const QMutexLocker lock(&d->mutex);
+    const std::lock_guard lock(d->mutex);
     QSet<Error> errors = d->lost;
     for (const BaseTask *subtask : std::as_const(d->subtasks)) {
         if (const Error error = subtask->error(); error.hasError())
@@ -195,7 +195,7 @@ void GroupTask::onSubtaskEnded()
     int count = 0;
     bool complete = false;
     {
-        const QMutexLocker lock(&d->mutex);
+        const std::lock_guard lock(d->mutex);
         ended = ++d->ended;
         count = int(d->subtasks.size());
         complete = d->isComplete();
@@ -210,7 +210,7 @@ void GroupTask::onSubtaskEnded()
 void GroupTask::onSubtaskDestroyed(BaseTask *subtask, const Error &unfinished)
 {
     {
-        const QMutexLocker lock(&d->mutex);
+        const std::lock_guard lock(d->mutex);
         if (!d->subtasks.removeOne(subtask))
             return;
         if (!unfinished.hasError())
@@ -226,7 +226,7 @@ void GroupTask::onSubtaskDestroyed(BaseTask *subtask, const Error &unfinished)
 void GroupTask::postEndIfComplete()
 {
     {
-        const QMutexLocker lock(&d->mutex);
+        const std::lock_guard lock(d->mutex);
         if (!d->isComplete())
             return;
     }
@@ -236,7 +236,7 @@ void GroupTask::postEndIfComplete()
 void GroupTask::endIfComplete()
 {
     {
-        const QMutexLocker lock(&d->mutex);
+        const std::lock_guard lock(d->mutex);
         // Not by the count: a slot at the end of a subtask, which has not told yet, may wait for
         // the group.
         const bool allFinished

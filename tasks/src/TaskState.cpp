@@ -38,7 +38,7 @@ bool TaskState::tryBeginFinishIfIdle()
 void TaskState::setFinished(const Error &outcome)
 {
     {
-        const QMutexLocker lock(&mutex);
+        const std::lock_guard lock(mutex);
         finalOutcome = outcome;
         currentPhase = Phase::Finished;
     }
@@ -48,7 +48,7 @@ void TaskState::setFinished(const Error &outcome)
 void TaskState::settle()
 {
     {
-        const QMutexLocker lock(&mutex);
+        const std::lock_guard lock(mutex);
         settled = true;
         wakeAll();
     }
@@ -65,7 +65,7 @@ void TaskState::wakeAll()
 
 BaseTask *TaskState::enter()
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     if (retired)
         return nullptr;
     present.push_back(std::this_thread::get_id());
@@ -74,9 +74,9 @@ BaseTask *TaskState::enter()
 
 void TaskState::leave()
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     present.erase(std::find(present.begin(), present.end(), std::this_thread::get_id()));
-    someoneLeft.wakeAll();
+    someoneLeft.notify_all();
 }
 
 bool TaskState::isAlone() const
@@ -92,15 +92,15 @@ bool TaskState::isPresent() const
 
 void TaskState::waitForOtherThreads()
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     while (!isAlone())
-        someoneLeft.wait(&mutex);
+        someoneLeft.wait(mutex);
 }
 
 void TaskState::retire()
 {
     {
-        const QMutexLocker lock(&mutex);
+        const std::lock_guard lock(mutex);
         retired = true;
     }
     waitForOtherThreads();
@@ -112,7 +112,7 @@ void TaskState::abandon(const Error &outcome)
     std::shared_ptr<TaskState> groupState;
     const bool unfinished = currentPhase != Phase::Finished;
     {
-        const QMutexLocker lock(&mutex);
+        const std::lock_guard lock(mutex);
         groupState = group.lock();
         if (unfinished) {
             finalOutcome = outcome;
@@ -129,13 +129,13 @@ void TaskState::abandon(const Error &outcome)
 
 bool TaskState::isDone() const
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     return settled || (currentPhase == Phase::Finished && isPresent());
 }
 
 Error TaskState::outcome() const
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     return finalOutcome;
 }
 
@@ -167,7 +167,7 @@ Error TaskState::waitForParts(QDeadlineTimer deadline)
 
 quint64 TaskState::addWaiter(std::function<void()> wake)
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     if (settled || (currentPhase == Phase::Finished && isPresent()))
         return 0;
     waiters.push_back({ ++lastWaiterId, std::move(wake) });
@@ -176,7 +176,7 @@ quint64 TaskState::addWaiter(std::function<void()> wake)
 
 void TaskState::removeWaiter(quint64 id)
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     std::erase_if(waiters, [id](const Waiter &waiter) { return waiter.id == id; });
 }
 
@@ -190,20 +190,20 @@ void TaskState::reviveQueue()
 
 bool TaskState::joinGroup(const std::shared_ptr<TaskState> &groupState)
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     group = groupState;
     return !endTold;
 }
 
 void TaskState::addPart(const std::shared_ptr<TaskState> &part)
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     groupParts.push_back(part);
 }
 
 std::vector<std::shared_ptr<TaskState>> TaskState::parts() const
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     return groupParts;
 }
 
@@ -211,7 +211,7 @@ void TaskState::tellStart()
 {
     std::shared_ptr<TaskState> groupState;
     {
-        const QMutexLocker lock(&mutex);
+        const std::lock_guard lock(mutex);
         groupState = group.lock();
     }
     if (!groupState)
@@ -225,7 +225,7 @@ void TaskState::tellEnd()
 {
     std::shared_ptr<TaskState> groupState;
     {
-        const QMutexLocker lock(&mutex);
+        const std::lock_guard lock(mutex);
         groupState = group.lock();
         endTold = true;
     }
@@ -238,7 +238,7 @@ void TaskState::tellEnd()
 
 bool TaskState::joinQueue(const std::shared_ptr<TasksQueueState> &newQueue, quint64 newTicket)
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     if (currentPhase != Phase::Idle || !queue.expired())
         return false;
     queue = newQueue;
@@ -248,7 +248,7 @@ bool TaskState::joinQueue(const std::shared_ptr<TasksQueueState> &newQueue, quin
 
 std::shared_ptr<TasksQueueState> TaskState::queueAndTicket(quint64 *ticketOut) const
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     if (ticketOut)
         *ticketOut = ticket;
     return queue.lock();
@@ -277,14 +277,14 @@ void TaskState::takePlaceBack()
 
 void TaskState::beginAwait()
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     ++awaits;
 }
 
 void TaskState::endAwait()
 {
     {
-        const QMutexLocker lock(&mutex);
+        const std::lock_guard lock(mutex);
         if (--awaits > 0 || !lentForAwaits)
             return;
         lentForAwaits = false;
@@ -295,7 +295,7 @@ void TaskState::endAwait()
 void TaskState::lendPlaceIfAwaiting()
 {
     {
-        const QMutexLocker lock(&mutex);
+        const std::lock_guard lock(mutex);
         if (awaits == 0 || lentForAwaits)
             return;
         lentForAwaits = true;

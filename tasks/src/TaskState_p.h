@@ -1,12 +1,12 @@
 #pragma once
 
 #include "errors/Error.h"
+#include "threads/Mutex.h"
 
 #include <QDeadlineTimer>
-#include <QMutex>
-#include <QWaitCondition>
 
 #include <atomic>
+#include <condition_variable>
 #include <functional>
 #include <memory>
 #include <thread>
@@ -95,8 +95,8 @@ private:
     void wakeAll();
     std::shared_ptr<TasksQueueState> queueAndTicket(quint64 *ticketOut) const;
 
-    mutable QMutex mutex;
-    QWaitCondition someoneLeft;
+    mutable Mutex mutex { "the state of a task" };
+    std::condition_variable_any someoneLeft;
     BaseTask *const owner;
     std::atomic<Phase> currentPhase = Phase::Idle;
     std::atomic<bool> retired = false;

@@ -59,7 +59,7 @@ public:
 private:
     void count(int change)
     {
-        const QMutexLocker lock(&state->mutex);
+        const std::lock_guard lock(state->mutex);
         state->pumping += change;
         state->schedule();
     }
@@ -74,14 +74,14 @@ TasksQueueState::TasksQueueState(TasksQueue *owner)
 
 void TasksQueueState::setConnectionType(Qt::ConnectionType type)
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     connectionType = type;
 }
 
 void TasksQueueState::setMaxRunningTasksCount(int count)
 {
     {
-        const QMutexLocker lock(&mutex);
+        const std::lock_guard lock(mutex);
         limit = std::max(1, count);
         schedule();
     }
@@ -91,7 +91,7 @@ void TasksQueueState::setMaxRunningTasksCount(int count)
 void TasksQueueState::append(const std::shared_ptr<TaskState> &task)
 {
     {
-        const QMutexLocker lock(&mutex);
+        const std::lock_guard lock(mutex);
         if (!task->joinQueue(shared_from_this(), lastTicket + 1)) {
             qCWarning(lcResourceManager) << "A task that was started or queued before is not "
                                             "queued again";
@@ -107,7 +107,7 @@ void TasksQueueState::close()
 {
     std::map<quint64, std::shared_ptr<TaskState>> abandoned;
     {
-        const QMutexLocker lock(&mutex);
+        const std::lock_guard lock(mutex);
         queue = nullptr;
         abandoned.swap(waiting);
     }
@@ -127,7 +127,7 @@ bool TasksQueueState::hasThread() const
 
 QThread *TasksQueueState::executionThread() const
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     return queue && hasThread() ? queue->thread() : QThread::currentThread();
 }
 
@@ -144,7 +144,7 @@ QObject *TasksQueueState::target()
 
 void TasksQueueState::leave(quint64 ticket)
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     waiting.erase(ticket);
     const auto place = running.constFind(ticket);
     if (place == running.constEnd())
@@ -157,7 +157,7 @@ void TasksQueueState::leave(quint64 ticket)
 
 void TasksQueueState::lend(quint64 ticket)
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     const auto place = running.find(ticket);
     if (place == running.end() || ++*place != 1)
         return;
@@ -167,7 +167,7 @@ void TasksQueueState::lend(quint64 ticket)
 
 void TasksQueueState::takeBack(quint64 ticket)
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     const auto place = running.find(ticket);
     if (place != running.end() && --*place == 0)
         ++occupied;
@@ -196,7 +196,7 @@ void TasksQueueState::schedule()
 void TasksQueueState::onScheduled()
 {
     {
-        const QMutexLocker lock(&mutex);
+        const std::lock_guard lock(mutex);
         scheduled = false;
     }
     pump();
@@ -204,7 +204,7 @@ void TasksQueueState::onScheduled()
 
 bool TasksQueueState::mayStartHere()
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     // Tasks that end inside exec() would pile up on the stack without the look at `pumping`.
     if (!queue || waiting.empty() || pumping > 0)
         return false;
@@ -222,7 +222,7 @@ void TasksQueueState::proceed()
 void TasksQueueState::revive()
 {
     {
-        const QMutexLocker lock(&mutex);
+        const std::lock_guard lock(mutex);
         if (!queue || hasThread())
             return;
         schedule();
@@ -243,7 +243,7 @@ void TasksQueueState::pump()
 
 std::shared_ptr<TaskState> TasksQueueState::takeNext()
 {
-    const QMutexLocker lock(&mutex);
+    const std::lock_guard lock(mutex);
     while (!waiting.empty() && occupied < limit) {
         const auto first = waiting.begin();
         const quint64 ticket = first->first;

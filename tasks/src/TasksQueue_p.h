@@ -1,7 +1,8 @@
 #pragma once
 
+#include "threads/Mutex.h"
+
 #include <QHash>
-#include <QMutex>
 #include <QThread>
 
 #include <map>
@@ -51,7 +52,7 @@ private:
     void schedule();
     void onScheduled();
 
-    mutable QMutex mutex;
+    mutable Mutex mutex { "a queue of tasks" };
     TasksQueue *queue;
     /// Stands in for the queue, as a receiver of events, once the queue's thread has ended.
     std::unique_ptr<QObject> substitute;

@@ -1,10 +1,10 @@
-#include <gtest/gtest.h>
+#include "TestApplication.h"
 
-#include <QCoreApplication>
+#include <gtest/gtest.h>
 
 int main(int argc, char **argv)
 {
     ::testing::InitGoogleTest(&argc, argv);
-    const QCoreApplication application(argc, argv);
+    const zel::test::TestApplication application(argc, argv);
     return RUN_ALL_TESTS();
 }

@@ -2,6 +2,7 @@
 
 #include "database/DatabaseHelpers.h"
 #include "errors/Propagate.h"
+#include "threads/LockOrder.h"
 
 #include <QSqlDatabase>
 #include <QSqlError>
@@ -11,12 +12,21 @@ namespace zel {
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+
+constexpr auto kind = "the transaction of a connection";
+
+} // namespace
+
 DatabaseHandler::DatabaseHandler(QSqlDatabase *database)
     : database(database)
 {
 }
 
-DatabaseHandler::~DatabaseHandler() = default;
+DatabaseHandler::~DatabaseHandler()
+{
+    LockOrder::beforeGivingBack(this); // with a transaction that could not be ended
+}
 
 Error DatabaseHandler::beginTransaction()
 {
@@ -28,7 +38,11 @@ Error DatabaseHandler::beginTransaction()
     const quint64 transaction = lastTransaction + 1;
     const bool isOutermost = openTransactions.isEmpty();
     Error error;
+    if (isOutermost)
+        LockOrder::beforeTake(this, kind);
     ZEL_TRY(error, run(isOutermost ? u"BEGIN IMMEDIATE"_s : u"SAVEPOINT "_s + nameOf(transaction)));
+    if (isOutermost)
+        LockOrder::afterTake(this, kind);
     lastTransaction = transaction;
     openTransactions.append(transaction);
     return error;
@@ -40,6 +54,7 @@ Error DatabaseHandler::commitTransaction()
     if (openTransactions.size() <= 1) {
         ZEL_TRY(error, run(u"COMMIT"_s));
         openTransactions.clear();
+        LockOrder::beforeGivingBack(this);
         return error;
     }
     ZEL_TRY(error, run(u"RELEASE "_s + nameOf(currentTransaction())));
@@ -51,6 +66,7 @@ Error DatabaseHandler::rollbackTransaction()
 {
     if (openTransactions.size() <= 1) {
         openTransactions.clear();
+        LockOrder::beforeGivingBack(this);
         const Error error = ZEL_PASS(run(u"ROLLBACK"_s));
         isLeftOpen = error.hasError();
         return error;

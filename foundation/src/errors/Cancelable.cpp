@@ -18,19 +18,19 @@ void ErrorCancelable::setCanceled(bool newCanceled)
 
 Error ErrorCancelable::error() const
 {
-    const QMutexLocker lock(&errorMutex);
+    const std::lock_guard lock(errorMutex);
     return currentError;
 }
 
 bool ErrorCancelable::hasError() const
 {
-    const QMutexLocker lock(&errorMutex);
+    const std::lock_guard lock(errorMutex);
     return currentError.hasError();
 }
 
 void ErrorCancelable::setError(const Error &error)
 {
-    const QMutexLocker lock(&errorMutex);
+    const std::lock_guard lock(errorMutex);
     currentError = error;
 }
 

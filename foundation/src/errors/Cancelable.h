@@ -1,8 +1,7 @@
 #pragma once
 
 #include "errors/Error.h"
-
-#include <QMutex>
+#include "threads/Mutex.h"
 
 #include <atomic>
 
@@ -40,7 +39,7 @@ protected:
 
 private:
     std::atomic<bool> canceled = false;
-    mutable QMutex errorMutex;
+    mutable Mutex errorMutex { "the error of a task" };
     Error currentError;
 };
 

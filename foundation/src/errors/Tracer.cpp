@@ -1,11 +1,12 @@
 #include "errors/Tracer.h"
 
+#include "threads/Mutex.h"
+
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QMutex>
 #include <QSet>
 #include <QThread>
 
@@ -21,7 +22,7 @@ namespace {
 
 struct TraceFile
 {
-    QMutex mutex;
+    Mutex mutex { "the trace file" };
     std::unique_ptr<QFile> file; ///< null while tracing is off
     QElapsedTimer clock;
     bool hasEvents = false;
@@ -39,7 +40,7 @@ void writeEvent(char16_t phase, const char *category, const char *name, const ch
                 const char *argumentValue)
 {
     TraceFile &trace = traceFile();
-    const QMutexLocker lock(&trace.mutex);
+    const std::lock_guard lock(trace.mutex);
     if (!trace.file)
         return;
 
@@ -62,7 +63,7 @@ void writeEvent(char16_t phase, const char *category, const char *name, const ch
 
 struct EnabledCategories
 {
-    QMutex mutex;
+    Mutex mutex { "the categories of traces" };
     QSet<QString> names;
 };
 
@@ -77,7 +78,7 @@ EnabledCategories &enabledCategories()
 bool Tracer::initialize(const QString &filePath)
 {
     TraceFile &trace = traceFile();
-    const QMutexLocker lock(&trace.mutex);
+    const std::lock_guard lock(trace.mutex);
     if (trace.file)
         return false;
 
@@ -94,7 +95,7 @@ bool Tracer::initialize(const QString &filePath)
 void Tracer::shutdown()
 {
     TraceFile &trace = traceFile();
-    const QMutexLocker lock(&trace.mutex);
+    const std::lock_guard lock(trace.mutex);
     if (!trace.file)
         return;
     trace.file->write("\n]\n");
@@ -142,14 +143,14 @@ void Tracer::endTraceC(const char *category, const char *name, const char *argum
 bool tracer_categories_settings::isCategoryEnabled(const char16_t *category)
 {
     EnabledCategories &enabled = enabledCategories();
-    const QMutexLocker lock(&enabled.mutex);
+    const std::lock_guard lock(enabled.mutex);
     return enabled.names.contains(QStringView(category).toString());
 }
 
 void tracer_categories_settings::setCategoryEnabled(const char16_t *category, bool shouldEnable)
 {
     EnabledCategories &enabled = enabledCategories();
-    const QMutexLocker lock(&enabled.mutex);
+    const std::lock_guard lock(enabled.mutex);
     if (shouldEnable)
         enabled.names.insert(QStringView(category).toString());
     else

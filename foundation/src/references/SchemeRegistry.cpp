@@ -12,7 +12,7 @@ SchemeRegistry &SchemeRegistry::instance()
 
 bool SchemeRegistry::insert(const Description &description)
 {
-    const QWriteLocker locker(&lock);
+    const std::lock_guard lock(mutex);
     const bool isTaken = std::any_of(
         description.prefixes.begin(), description.prefixes.end(), [&](const QString &prefix) {
             return schemesByPrefix.value(prefix, description.scheme) != description.scheme;
@@ -30,27 +30,27 @@ bool SchemeRegistry::insert(const Description &description)
 
 void SchemeRegistry::remove(ResourceReference::Scheme scheme)
 {
-    const QWriteLocker locker(&lock);
+    const std::lock_guard lock(mutex);
     schemesByPrefix.removeIf([&](const auto &entry) { return entry.value() == scheme; });
     descriptions.remove(scheme);
 }
 
 SchemeRegistry::Found SchemeRegistry::find(ResourceReference::Scheme scheme) const
 {
-    const QReadLocker locker(&lock);
+    const std::lock_guard lock(mutex);
     return descriptions.value(scheme);
 }
 
 SchemeRegistry::Found SchemeRegistry::findByPrefix(const QString &prefix) const
 {
-    const QReadLocker locker(&lock);
+    const std::lock_guard lock(mutex);
     const auto scheme = schemesByPrefix.constFind(prefix);
     return scheme == schemesByPrefix.cend() ? Found() : descriptions.value(*scheme);
 }
 
 QStringList SchemeRegistry::prefixes() const
 {
-    const QReadLocker locker(&lock);
+    const std::lock_guard lock(mutex);
     QStringList known = schemesByPrefix.keys();
     known.sort();
     return known;

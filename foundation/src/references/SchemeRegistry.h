@@ -1,9 +1,9 @@
 #pragma once
 
 #include "references/ResourceReference.h"
+#include "threads/Mutex.h"
 
 #include <QHash>
-#include <QReadWriteLock>
 
 #include <memory>
 
@@ -33,7 +33,7 @@ public:
 private:
     SchemeRegistry() = default;
 
-    mutable QReadWriteLock lock;
+    mutable Mutex mutex { "the table of schemes" };
     QHash<ResourceReference::Scheme, Found> descriptions;
     QHash<QString, ResourceReference::Scheme> schemesByPrefix;
 };

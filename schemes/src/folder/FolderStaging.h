@@ -2,12 +2,12 @@
 
 #include "folder/RemoteListing.h"
 #include "staging/StagingArea.h"
+#include "threads/Mutex.h"
 
 #include <QCoreApplication>
 
 #include <filesystem>
 #include <memory>
-#include <mutex>
 
 namespace zel {
 
@@ -58,7 +58,8 @@ private:
 
     std::unique_ptr<StagingArea> place;
     const RemoteListing &listing;
-    std::mutex mutex; ///< guards the sizes and the sums while files are being finished
+    /// Guards the sizes and the sums while files are being finished.
+    Mutex mutex { "the sums of a staged folder" };
     std::map<QString, qint64> wholeSizes;
 };
 

@@ -1,12 +1,12 @@
 #include "folder/FolderWorkers.h"
 
 #include "errors/Propagate.h"
+#include "threads/Mutex.h"
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -84,8 +84,8 @@ private:
     const Work &work;
     std::atomic<size_t> next { 0 };
     std::atomic<bool> hasFailed { false };
-    std::mutex mutex;
-    std::condition_variable ended;
+    Mutex mutex { "the crew of a folder" };
+    std::condition_variable_any ended;
     size_t running = 0;
     Error failure;
 };

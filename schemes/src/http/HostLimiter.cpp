@@ -1,10 +1,11 @@
 #include "http/HostLimiter.h"
 
+#include "threads/Mutex.h"
+
 #include <QHash>
 
 #include <chrono>
 #include <condition_variable>
-#include <mutex>
 
 namespace zel {
 
@@ -14,8 +15,8 @@ constexpr std::chrono::milliseconds cancelPoll { 50 };
 
 struct Occupancy
 {
-    std::mutex mutex;
-    std::condition_variable left;
+    Mutex mutex { "the places at servers" };
+    std::condition_variable_any left;
     QHash<QByteArray, int> counts;
 };
 

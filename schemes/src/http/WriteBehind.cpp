@@ -57,7 +57,7 @@ void WriteBehind::run()
     }
 }
 
-void WriteBehind::writeFirst(std::unique_lock<std::mutex> &lock)
+void WriteBehind::writeFirst(std::unique_lock<Mutex> &lock)
 {
     const QByteArray piece = pieces.front();
     lock.unlock();

@@ -1,13 +1,13 @@
 #pragma once
 
 #include "errors/Error.h"
+#include "threads/Mutex.h"
 
 #include <QByteArray>
 
 #include <condition_variable>
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <thread>
 
 namespace zel {
@@ -36,11 +36,11 @@ public:
 
 private:
     void run();
-    void writeFirst(std::unique_lock<std::mutex> &lock);
+    void writeFirst(std::unique_lock<Mutex> &lock);
 
     const Write writePiece;
-    std::mutex mutex;
-    std::condition_variable changed;
+    Mutex mutex { "the pieces to be written" };
+    std::condition_variable_any changed;
     std::deque<QByteArray> pieces; ///< the first one stays while it is being written
     bool isEnding = false;
     Error failure;

@@ -1,7 +1,8 @@
 #include "references/LatestAddress.h"
 
+#include "threads/Mutex.h"
+
 #include <QHash>
-#include <QMutex>
 
 namespace zel {
 
@@ -9,7 +10,7 @@ namespace {
 
 struct Table
 {
-    QMutex mutex; ///< guards the addresses, too
+    Mutex mutex { "the table of addresses" }; ///< guards the addresses, too
     QHash<QString, std::weak_ptr<LatestAddress>> entries;
 };
 
@@ -29,7 +30,7 @@ struct LatestAddress::Key
 std::shared_ptr<LatestAddress> LatestAddress::of(const QString &referenceKey)
 {
     Table &addresses = table();
-    const QMutexLocker lock(&addresses.mutex);
+    const std::lock_guard lock(addresses.mutex);
     std::weak_ptr<LatestAddress> &entry = addresses.entries[referenceKey];
     std::shared_ptr<LatestAddress> latest = entry.lock();
     if (!latest) {
@@ -47,7 +48,7 @@ LatestAddress::LatestAddress(Key, const QString &referenceKey)
 LatestAddress::~LatestAddress()
 {
     Table &addresses = table();
-    const QMutexLocker lock(&addresses.mutex);
+    const std::lock_guard lock(addresses.mutex);
     // Somebody may have named the file anew since the last reference went.
     const auto entry = addresses.entries.constFind(referenceKey);
     if (entry != addresses.entries.constEnd() && entry->expired())
@@ -56,13 +57,13 @@ LatestAddress::~LatestAddress()
 
 void LatestAddress::set(const QByteArray &newAddress)
 {
-    const QMutexLocker lock(&table().mutex);
+    const std::lock_guard lock(table().mutex);
     address = newAddress;
 }
 
 QByteArray LatestAddress::get() const
 {
-    const QMutexLocker lock(&table().mutex);
+    const std::lock_guard lock(table().mutex);
     return address;
 }
 

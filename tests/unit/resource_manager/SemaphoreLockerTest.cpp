@@ -3,10 +3,14 @@
 #include "SemaphoreRegistry.h"
 #include "TaskWithSemaphore.h"
 #include "support/CacheTest.h"
+#include "threads/LockOrder.h"
 
 #include <QSystemSemaphore>
 #include <QUuid>
 
+#include <gmock/gmock.h>
+
+#include <csignal>
 #include <future>
 #include <thread>
 
@@ -192,24 +196,59 @@ TEST_F(SemaphoreLockerTest, isHeldByThisThread_holderAndOthers_tellsThemApart)
     EXPECT_FALSE(SemaphoreLocker::isHeldByThisThread(*semaphore));
 }
 
-TEST_F(SemaphoreLockerTest, secondTakeOfOneThread_isLoggedBeforeTheWait)
+TEST_F(SemaphoreLockerTest, secondTakeOfOneThread_isLoggedFirst)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
-            const LogCapture log;
-            std::thread twice([this] {
-                const SemaphoreLocker first(semaphore.get(), 1);
-                const SemaphoreLocker second(semaphore.get(), 1);
-            });
-            QElapsedTimer limit;
-            limit.start();
-            while (log.texts(QtCriticalMsg).isEmpty() && limit.elapsed() < 10000)
-                std::this_thread::yield();
-            // The thread waits for ever, as told.
-            std::_Exit(log.contains(QtCriticalMsg, u"will wait for ever"_s) ? 0 : 1);
+            qInstallMessageHandler(
+                [](QtMsgType type, const QMessageLogContext &, const QString &text) {
+                    if (type == QtCriticalMsg && text.contains(u"will wait for ever"_s))
+                        std::_Exit(0);
+                });
+            const SemaphoreLocker first(semaphore.get(), 1);
+            const SemaphoreLocker second(semaphore.get(), 1);
         },
         testing::ExitedWithCode(0), "");
+}
+
+TEST_F(SemaphoreLockerTest, secondTakeOfOneThread_debugBuild_endsWithBothStacks)
+{
+    if (!LockOrder::isChecked())
+        GTEST_SKIP() << "Only debug builds look at the takes of locks; this one waits for ever.";
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            const SemaphoreLocker first(semaphore.get(), 1);
+            const SemaphoreLocker second(semaphore.get(), 1);
+        },
+        testing::KilledBySignal(SIGABRT),
+        testing::AllOf(testing::HasSubstr("holds the semaphore of a cache and takes it once more"),
+                       testing::ContainsRegex("taken here:(.|\n)*SemaphoreLocker::SemaphoreLocker"
+                                              "(.|\n)*taken here:(.|\n)*SemaphoreLocker")));
+}
+
+TEST_F(SemaphoreLockerTest, semaphoreBehindATransaction_debugBuild_endsWithBothStacks)
+{
+    if (!LockOrder::isChecked())
+        GTEST_SKIP() << "Only debug builds look at the takes of locks.";
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            ResourceCacheDao dao;
+            dao.open(directory.databasePath()).hasError();
+            {
+                const SemaphoreLocker lock(semaphore.get(), 1);
+                const auto transaction = dao.createTransaction();
+            }
+            const auto transaction = dao.createTransaction();
+            const SemaphoreLocker lock(semaphore.get(), 1);
+        },
+        testing::KilledBySignal(SIGABRT),
+        testing::ContainsRegex("holds the transaction of a connection and takes the semaphore of a "
+                               "cache, which are taken the other way round(.|\n)*"
+                               "Elsewhere, the semaphore of a cache was taken here:(.|\n)*"
+                               "the transaction of a connection here:(.|\n)*createTransaction"));
 }
 
 TEST_F(SemaphoreLockerTest, task_withTheLock_freesItBeforeAnybodyHearsOfTheEnd)

@@ -238,7 +238,7 @@ TEST(TasksQueueTest, finish_manyEndInsideExec_takesNoMoreStack)
 
     quintptr lowest = std::numeric_limits<quintptr>::max();
     quintptr highest = 0;
-    std::deque<Task> tasks(200000);
+    std::deque<Task> tasks(20000);
     for (Task &task : tasks) {
         task.setFunction([&lowest, &highest] {
             const auto here = reinterpret_cast<quintptr>(__builtin_frame_address(0));
