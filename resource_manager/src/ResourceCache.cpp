@@ -35,7 +35,7 @@ ResourceCache::Private::Private(ResourceCache *owner, std::unique_ptr<ResourceCa
     , pingGate(std::make_shared<PingGate>())
     , q(owner)
     , dao(givenDao ? std::move(givenDao) : std::make_unique<ResourceCacheDao>())
-    , semaphore(unopenedKey(), 1, QSystemSemaphore::Open)
+    , semaphore(semaphoreOf(unopenedKey()))
 {
     pingGate->owner = this;
     pingTimer->setInterval(pingPeriod);
@@ -71,15 +71,13 @@ Error ResourceCache::Private::open(const ResourceCachePath &path,
 {
     waitForFileSizesUpdate();
     updateSemaphoreKey(path); // before the lock: the key selects what is locked
-    const SemaphoreLocker lock(&semaphore, 1);
+    const auto lock = hold();
 
     retryOpenAfter.reset();
     Error error = ZEL_PASS(dao->open(path.databasePath()));
     if (error.hasError()) {
-        // It may have been open before, on another directory, say.
-        stopPing();
-        opening.reset();
-        taskRows.clear();
+        // It may have been open before.
+        endOpening();
         // A process that died under this number is still registered; it must not block for ever.
         retryOpenAfter = dao->abandonOpen();
         return error;
@@ -97,24 +95,64 @@ Error ResourceCache::Private::open(const ResourceCachePath &path,
 
 void ResourceCache::Private::close()
 {
-    const SemaphoreLocker lock(&semaphore, 1);
+    const auto lock = hold();
+    endOpening();
+    dao->close();
+}
+
+void ResourceCache::Private::endOpening()
+{
     stopPing();
     opening.reset();
     taskRows.clear();
-    dao->close();
 }
 
 void ResourceCache::Private::updateSemaphoreKey(const ResourceCachePath &path)
 {
     const QString key = ResourceCachePath::semaphoreKeyFor(path.baseDirPath());
     RegisteredSemaphore *entry = SemaphoreRegistry::keepForDirectory(key, path.baseDirPath());
-    semaphore.setKey(key, 1, QSystemSemaphore::Open);
+    if (semaphore != semaphoreOf(key))
+        moveTo(semaphoreOf(key));
     // The registered object is the one that is taken.
     if (const auto refusal = SemaphoreRegistry::takeRefusal(entry)) {
         qCCritical(lcResourceManager)
             << "Going on without the system semaphore" << key << ":" << *refusal;
     }
     qCDebug(lcResourceManager).noquote() << u"System semaphore key set to %1"_s.arg(key);
+}
+
+/// Who works on the cache in its former place ends first; who comes later finds it closed until it
+/// is open in the new one.
+void ResourceCache::Private::moveTo(QSystemSemaphore *newSemaphore)
+{
+    const auto lock = isHeldByThisThread() ? nullptr : hold();
+    endOpening();
+    dao->close();
+    semaphore = newSemaphore;
+}
+
+QSystemSemaphore *ResourceCache::Private::semaphoreOf(const QString &key)
+{
+    std::unique_ptr<QSystemSemaphore> &kept = semaphores[key];
+    if (!kept)
+        kept = std::make_unique<QSystemSemaphore>(key, 1, QSystemSemaphore::Open);
+    return kept.get();
+}
+
+std::unique_ptr<SemaphoreLocker> ResourceCache::Private::hold()
+{
+    for (;;) {
+        QSystemSemaphore *const wanted = semaphore;
+        auto lock = std::make_unique<SemaphoreLocker>(wanted, 1);
+        // Has the cache moved while this thread waited, then what it got guards another one.
+        if (wanted == semaphore)
+            return lock;
+    }
+}
+
+bool ResourceCache::Private::isHeldByThisThread() const
+{
+    return SemaphoreLocker::isHeldByThisThread(*semaphore);
 }
 
 void ResourceCache::Private::startPing()
@@ -151,9 +189,9 @@ void ResourceCache::Private::postPingRequest(int request, void (QTimer::*startOr
 void ResourceCache::Private::pingDatabase()
 {
     // The thread may have made a purge task that holds the semaphore and has not run yet.
-    if (SemaphoreLocker::isHeldByThisThread(semaphore))
+    if (isHeldByThisThread())
         return;
-    const SemaphoreLocker lock(&semaphore, 1);
+    const auto lock = hold();
     if (!dao->isOpen())
         return;
     // The next tick pings again, and a process without a ping is cleaned up by the others.
@@ -163,9 +201,14 @@ void ResourceCache::Private::pingDatabase()
     removeLeftOverTasks();
 }
 
-void ResourceCache::Private::onFinishedUsing(const QString &reference, qint64 usageId)
+void ResourceCache::Private::onFinishedUsing(const QString &reference, qint64 usageId,
+                                             const std::weak_ptr<const bool> &itsOpening)
 {
-    const SemaphoreLocker lock(&semaphore, 1);
+    const auto lock = hold();
+    // close() has taken the row with all others of this process, and its number may by now stand
+    // for somebody else's use in another database.
+    if (itsOpening.expired())
+        return;
     // A destructor has nobody to report to; the row goes with this process at the latest.
     ZEL_DROP(removeUsage(reference, usageId));
 }
@@ -174,7 +217,7 @@ void ResourceCache::Private::startFileSizesUpdateIfNeeded()
 {
     // One hold from the question to the end of the scan: of several processes that open together
     // the first one scans, and the others find its time.
-    auto lock = std::make_unique<SemaphoreLocker>(&semaphore, 1);
+    auto lock = hold();
     if (!isFileSizesUpdateDue())
         return;
 
@@ -206,7 +249,7 @@ void ResourceCache::Private::waitForFileSizesUpdate()
     const bool goesByItself = fileSizesThread && !fileSizesThread->isFinished()
         && fileSizesThread != QThread::currentThread();
     if (goesByItself)
-        const SemaphoreLocker lock(&semaphore, 1);
+        const auto lock = hold();
     else
         delete fileSizesTask.data(); // no event loop may be left that would; waits for the worker
 }
@@ -266,7 +309,7 @@ void ResourceCache::close()
 
 bool ResourceCache::isOpen() const
 {
-    const SemaphoreLocker lock(&d->semaphore, 1);
+    const auto lock = d->hold();
     return d->dao->isOpen();
 }
 
@@ -348,118 +391,118 @@ void ResourceCache::clearAssociatedResourcesProviders()
 
 Error ResourceCache::add(const QString &reference, ResourceCleanupPolicy policy)
 {
-    const SemaphoreLocker lock(&d->semaphore, 1);
+    const auto lock = d->hold();
     return ZEL_PASS(d->add(reference, policy));
 }
 
 Error ResourceCache::saveStatus(const QString &reference, ResourceStatus status)
 {
-    const SemaphoreLocker lock(&d->semaphore, 1);
+    const auto lock = d->hold();
     return ZEL_PASS(d->saveStatus(reference, status));
 }
 
 Result<ResourceStatus> ResourceCache::readStatus(const QString &reference)
 {
-    const SemaphoreLocker lock(&d->semaphore, 1);
+    const auto lock = d->hold();
     return ZEL_PASS(d->loadStatus(reference));
 }
 
 Error ResourceCache::saveCleanupPolicy(const QString &reference, ResourceCleanupPolicy policy)
 {
-    const SemaphoreLocker lock(&d->semaphore, 1);
+    const auto lock = d->hold();
     return ZEL_PASS(d->saveCleanupPolicy(reference, policy));
 }
 
 Result<ResourceCleanupPolicy> ResourceCache::readCleanupPolicy(const QString &reference) const
 {
-    const SemaphoreLocker lock(&d->semaphore, 1);
+    const auto lock = d->hold();
     return ZEL_PASS(d->loadCleanupPolicy(reference));
 }
 
 Error ResourceCache::saveLocalPath(const QString &reference,
                                    const PathImpl<PathType::Unknown> &path, qint64 size)
 {
-    const SemaphoreLocker lock(&d->semaphore, 1);
+    const auto lock = d->hold();
     return ZEL_PASS(d->saveLocalPath(reference, path, size));
 }
 
 Result<PathImpl<PathType::Unknown>> ResourceCache::readLocalPath(const QString &reference)
 {
-    const SemaphoreLocker lock(&d->semaphore, 1);
+    const auto lock = d->hold();
     return ZEL_PASS(d->localPath(reference));
 }
 
 Error ResourceCache::updateVersion(const QString &reference, const QVersionNumber &version)
 {
-    const SemaphoreLocker lock(&d->semaphore, 1);
+    const auto lock = d->hold();
     return ZEL_PASS(d->updateVersion(reference, version));
 }
 
 Result<bool> ResourceCache::existsInDb(const QString &reference)
 {
-    const SemaphoreLocker lock(&d->semaphore, 1);
+    const auto lock = d->hold();
     return ZEL_PASS(d->existsInDb(reference));
 }
 
 Result<bool> ResourceCache::inUse(const QString &reference)
 {
-    const SemaphoreLocker lock(&d->semaphore, 1);
+    const auto lock = d->hold();
     return ZEL_PASS(d->inUse(reference));
 }
 
 Result<std::unique_ptr<ResourceCache::InUseHandle>> ResourceCache::useResource(
     const QString &reference)
 {
-    const SemaphoreLocker lock(&d->semaphore, 1);
+    const auto lock = d->hold();
     return ZEL_PASS(d->useResource(reference));
 }
 
 Result<ResourceCache::Leftovers> ResourceCache::moveLeftoversAside(
     const QString &reference, const PathImpl<PathType::Unknown> &path)
 {
-    const SemaphoreLocker lock(&d->semaphore, 1);
+    const auto lock = d->hold();
     return ZEL_PASS(d->moveLeftoversAside(reference, path));
 }
 
 Error ResourceCache::updateFileSize(const QString &reference)
 {
-    const SemaphoreLocker lock(&d->semaphore, 1);
+    const auto lock = d->hold();
     return ZEL_PASS(d->updateFileSize(reference));
 }
 
 Error ResourceCache::updateFileSizes()
 {
-    const SemaphoreLocker lock(&d->semaphore, 1);
+    const auto lock = d->hold();
     return ZEL_PASS(d->updateFileSizes());
 }
 
 Error ResourceCache::rebuildMetadata()
 {
-    const SemaphoreLocker lock(&d->semaphore, 1);
+    const auto lock = d->hold();
     return ZEL_PASS(d->rebuildMetadata());
 }
 
 Result<qint64> ResourceCache::readCurrentCacheSize()
 {
-    const SemaphoreLocker lock(&d->semaphore, 1);
+    const auto lock = d->hold();
     return ZEL_PASS(d->dao->selectCurrentSize());
 }
 
 Error ResourceCache::purgeCacheIfNeeded(qint64 extraSize)
 {
-    const SemaphoreLocker lock(&d->semaphore, 1);
+    const auto lock = d->hold();
     return ZEL_PASS(d->purgeCacheIfNeeded(extraSize));
 }
 
 Error ResourceCache::purgeOutdatedResources()
 {
-    const SemaphoreLocker lock(&d->semaphore, 1);
+    const auto lock = d->hold();
     return ZEL_PASS(d->purgeOutdatedResources());
 }
 
 Result<std::unique_ptr<Task>> ResourceCache::purgeOutdatedResourcesTask()
 {
-    auto lock = std::make_unique<SemaphoreLocker>(&d->semaphore, 1);
+    auto lock = d->hold();
     return ZEL_PASS(d->purgeOutdatedResourcesTask(std::move(lock)));
 }
 

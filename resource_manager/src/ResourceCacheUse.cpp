@@ -62,8 +62,9 @@ Result<std::unique_ptr<ResourceCache::InUseHandle>> ResourceCache::Private::mark
                 ResourceCacheDao::insertResourceUsage(context.get(), reference));
     ZEL_TRY(error, context->commit());
 
+    const std::weak_ptr<const bool> itsOpening = opening;
     return std::unique_ptr<InUseHandle>(std::make_unique<InUseHandleImpl>(
-        std::bind(&Private::onFinishedUsing, this, reference, usageId), opening));
+        std::bind(&Private::onFinishedUsing, this, reference, usageId, itsOpening), itsOpening));
 }
 
 Error ResourceCache::Private::removeUsage(const QString &reference, qint64 usageId)

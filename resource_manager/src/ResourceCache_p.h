@@ -143,13 +143,20 @@ public:
     // given it.
     Error open(const ResourceCachePath &path, const ResourceCacheSizes &sizes);
     void close();
+    /// Takes the semaphore of the place where the cache is, and with it the cache.
+    std::unique_ptr<SemaphoreLocker> hold();
+    bool isHeldByThisThread() const;
     void updateSemaphoreKey(const ResourceCachePath &path);
+    void moveTo(QSystemSemaphore *newSemaphore);
+    QSystemSemaphore *semaphoreOf(const QString &key);
+    void endOpening();
     void startPing();
     void stopPing();
     /// Calls the function on the timer's thread, unless another request comes first.
     void postPingRequest(int request, void (QTimer::*startOrStop)());
     void pingDatabase();
-    void onFinishedUsing(const QString &reference, qint64 usageId);
+    void onFinishedUsing(const QString &reference, qint64 usageId,
+                         const std::weak_ptr<const bool> &itsOpening);
     void startFileSizesUpdateIfNeeded();
     bool isFileSizesUpdateDue() const;
     /// Returns when no scan uses this object any more; one that runs goes on to its end.
@@ -171,7 +178,9 @@ public:
     std::atomic<int> pingRequest = 0;
     ResourceCache *q;
     std::unique_ptr<ResourceCacheDao> dao;
-    QSystemSemaphore semaphore;
+    /// One for each place where the cache has been: threads may still wait for a former one.
+    std::map<QString, std::unique_ptr<QSystemSemaphore>> semaphores;
+    std::atomic<QSystemSemaphore *> semaphore;
     bool fixLongZacqFilePaths = true;
     std::chrono::duration<int, std::ratio<86400>> fullScanInterval { 7 };
     std::map<ExtendableEnumRef<FileTypes::FileTypeData>,

@@ -29,8 +29,7 @@ ResourceRetrieveHandle::~ResourceRetrieveHandle()
 Result<bool> ResourceRetrieveHandle::tryStartRetrieve()
 {
     Error error;
-    ZEL_TRY(error, checkPlace());
-    ZEL_TRY_LET(const bool ready, isReady());
+    ZEL_TRY_LET(const bool ready, isReadyInPlace());
     if (ready)
         return false;
     ZEL_TRY(error, addTaskToDatabase());
@@ -41,7 +40,7 @@ Result<bool> ResourceRetrieveHandle::tryStartRetrieve()
 Result<bool> ResourceRetrieveHandle::tryStartRetrieve(ResourceCache *cache,
                                                       const QString &reference)
 {
-    const SemaphoreLocker lock(&cache->d->semaphore, 1);
+    const auto lock = cache->d->hold();
     return ZEL_PASS(cache->d->tryStartRetrieve(reference));
 }
 
@@ -50,14 +49,20 @@ Error ResourceRetrieveHandle::addTaskToDatabase()
     Error error;
     if (taskAdded && !hasLostItsRow())
         return error;
-    ZEL_TRY(error, checkPlace());
     // Before the row: another handle of this process that ends now must not take it along.
     cache->d->taskRows.insert(reference, this);
-    error = ZEL_PASS(addTaskToDatabase(cache, reference));
-    if (error.hasError()) {
+    error = ZEL_PASS(addRow());
+    if (error.hasError())
         cache->d->taskRows.remove(reference, this);
-        return error;
-    }
+    return error;
+}
+
+Error ResourceRetrieveHandle::addRow()
+{
+    const auto lock = cache->d->hold();
+    Error error;
+    ZEL_TRY(error, checkPlace());
+    ZEL_TRY(error, cache->d->addRetrievingTask(reference));
     taskAdded = true;
     opening = cache->d->opening;
     return error;
@@ -65,7 +70,7 @@ Error ResourceRetrieveHandle::addTaskToDatabase()
 
 Error ResourceRetrieveHandle::addTaskToDatabase(ResourceCache *cache, const QString &reference)
 {
-    const SemaphoreLocker lock(&cache->d->semaphore, 1);
+    const auto lock = cache->d->hold();
     return ZEL_PASS(cache->d->addRetrievingTask(reference));
 }
 
@@ -78,8 +83,10 @@ Error ResourceRetrieveHandle::removeTaskFromDatabase()
     if (!fetching && cache->d->taskRows.contains(reference))
         return {};
 
-    const SemaphoreLocker lock(&cache->d->semaphore, 1);
+    const auto lock = cache->d->hold();
     Error error;
+    if (hasLostItsRow()) // while this thread waited
+        return error;
     ZEL_TRY(error, cache->d->removeOwnTask(reference, fetching));
     // Not before: after a failure the destructor tries once more, else they would watch for ever.
     fetching = false;
@@ -88,35 +95,49 @@ Error ResourceRetrieveHandle::removeTaskFromDatabase()
 
 Error ResourceRetrieveHandle::removeTaskFromDatabase(ResourceCache *cache, const QString &reference)
 {
-    const SemaphoreLocker lock(&cache->d->semaphore, 1);
+    const auto lock = cache->d->hold();
     return ZEL_PASS(cache->d->deleteRetrievingTask(reference));
 }
 
 Error ResourceRetrieveHandle::saveProgress(int progress)
 {
+    const auto lock = cache->d->hold();
     if (hasLostItsRow())
         return {};
-    const SemaphoreLocker lock(&cache->d->semaphore, 1);
     return ZEL_PASS(cache->d->updateProgress(reference, progress));
 }
 
 Result<ResourceRetrieveHandle::ProgressAndStatus> ResourceRetrieveHandle::readProgress() const
 {
+    const auto lock = cache->d->hold();
     Error error;
     ZEL_TRY(error, checkPlace());
-    const SemaphoreLocker lock(&cache->d->semaphore, 1);
     return ZEL_PASS(cache->d->readProgress(reference));
 }
 
 Result<bool> ResourceRetrieveHandle::isReady() const
 {
-    const SemaphoreLocker lock(&cache->d->semaphore, 1);
+    const auto lock = cache->d->hold();
+    return ZEL_PASS(isReadyUnderHold());
+}
+
+Result<bool> ResourceRetrieveHandle::isReadyInPlace() const
+{
+    const auto lock = cache->d->hold();
+    Error error;
+    ZEL_TRY(error, checkPlace());
+    return ZEL_PASS(isReadyUnderHold());
+}
+
+Result<bool> ResourceRetrieveHandle::isReadyUnderHold() const
+{
     ZEL_TRY_LET(const ResourceStatus status, cache->d->loadStatus(reference));
     return status == ResourceStatus::Ready;
 }
 
 Error ResourceRetrieveHandle::finalizeRetrieve(Error retrieveError)
 {
+    const auto lock = cache->d->hold();
     // The data lies in the other cache, and this one knows nothing of it.
     if (const Error misplaced = ZEL_PASS(checkPlace()); misplaced.hasError())
         return retrieveError.hasError() ? Error() : misplaced;
@@ -124,7 +145,6 @@ Error ResourceRetrieveHandle::finalizeRetrieve(Error retrieveError)
     // also within this process.
     if (retrieveError.hasError() && hasLostItsRow())
         return {};
-    const SemaphoreLocker lock(&cache->d->semaphore, 1);
     return ZEL_PASS(cache->d->finalizeRetrieve(reference, localPath, version, retrieveError));
 }
 
@@ -144,7 +164,7 @@ Error ResourceRetrieveHandle::checkPlace() const
 
 bool ResourceRetrieveHandle::isCacheHeldByThisThread() const
 {
-    return SemaphoreLocker::isHeldByThisThread(cache->d->semaphore);
+    return cache->d->isHeldByThisThread();
 }
 
 } // namespace zel
