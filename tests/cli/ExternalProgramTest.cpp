@@ -8,8 +8,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// Builds the program of somebody else from a copy of its folder, which sees the public headers and
-/// the shared library, and nothing else of this tree.
+/// Builds the program of somebody else from a copy of its folder, against what is installed of this
+/// tree: the public headers and the shared library.
 class ExternalProgramTest : public testing::Test
 {
 protected:
@@ -31,21 +31,25 @@ protected:
         return testing::AssertionFailure()
             << run.output().toStdString() << run.errors().toStdString();
     }
+    testing::AssertionResult install(const QString &component) const
+    {
+        return cmake({ u"--install"_s, QStringLiteral(BUILD_FOLDER), u"--prefix"_s, prefix(),
+                       u"--component"_s, component });
+    }
     testing::AssertionResult configure() const
     {
-        return cmake(
-            { u"-S"_s, folder, u"-B"_s, buildFolder(), u"-G"_s,
-              QStringLiteral(CMAKE_GENERATOR_NAME),
-              QStringLiteral("-DCMAKE_CXX_COMPILER=" CXX_COMPILER),
-              QStringLiteral("-DCMAKE_CXX_COMPILER_LAUNCHER=" CXX_LAUNCHER),
-              QStringLiteral("-DCMAKE_CXX_FLAGS=" CXX_FLAGS),
-              u"-DZEL_INCLUDE_DIRECTORIES="_s + QStringLiteral(PUBLIC_FOLDERS).replace(u'|', u';'),
-              QStringLiteral("-DZEL_LIBRARY=" SHARED_LIBRARY) });
+        return cmake({ u"-S"_s, folder, u"-B"_s, buildFolder(), u"-G"_s,
+                       QStringLiteral(CMAKE_GENERATOR_NAME),
+                       QStringLiteral("-DCMAKE_CXX_COMPILER=" CXX_COMPILER),
+                       QStringLiteral("-DCMAKE_CXX_COMPILER_LAUNCHER=" CXX_LAUNCHER),
+                       QStringLiteral("-DCMAKE_CXX_FLAGS=" CXX_FLAGS),
+                       u"-DCMAKE_PREFIX_PATH="_s + prefix() });
     }
     testing::AssertionResult build() const
     {
         return cmake({ u"--build"_s, buildFolder(), u"--parallel"_s, u"2"_s });
     }
+    QString prefix() const { return folder + u"/installed"_s; }
     QString buildFolder() const { return folder + u"/build"_s; }
 
     const QString folder = QStringLiteral(COPY_OF_EXTERNAL_PROGRAM);
@@ -54,8 +58,10 @@ protected:
 
 } // namespace
 
-TEST_F(ExternalProgramTest, build_headersAndLibraryAlone_linksAndFetchesAResourceOfItsOwn)
+TEST_F(ExternalProgramTest, build_installedLibrary_linksAndFetchesAResourceOfItsOwn)
 {
+    ASSERT_TRUE(install(u"library"_s));
+    ASSERT_TRUE(install(u"development"_s));
     ASSERT_TRUE(configure());
     ASSERT_TRUE(build());
 

@@ -1,0 +1,53 @@
+# What `cmake --install` lays down, in three components: library, development, zelcache. Nothing in it
+# knows where the tree lay.
+include(CMakePackageConfigHelpers)
+
+# zel_install_library(TARGET NAME): other projects link it as zel::NAME.
+function(zel_install_library target name)
+    set_target_properties(${target} PROPERTIES EXPORT_NAME ${name})
+    target_compile_features(${target} PUBLIC cxx_std_20)
+    install(TARGETS ${target} EXPORT ZelResourceManagerTargets
+        LIBRARY
+            DESTINATION ${CMAKE_INSTALL_LIBDIR}
+            COMPONENT library
+            NAMELINK_COMPONENT development
+        RUNTIME
+            DESTINATION ${CMAKE_INSTALL_BINDIR}
+            COMPONENT library
+        ARCHIVE
+            DESTINATION ${CMAKE_INSTALL_LIBDIR}
+            COMPONENT development
+        FILE_SET HEADERS
+            DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${target}
+            COMPONENT development)
+    # Found from where the file lies, so that the prefix may be chosen at installation.
+    file(RELATIVE_PATH pc_to_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+    get_target_property(qcoro_cflags QCoro6::Core INTERFACE_INCLUDE_DIRECTORIES)
+    list(FILTER qcoro_cflags INCLUDE REGEX qcoro)
+    list(TRANSFORM qcoro_cflags PREPEND -I)
+    list(JOIN qcoro_cflags " " qcoro_cflags)
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/${target}.pc.in ${target}.pc @ONLY)
+    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${target}.pc
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+        COMPONENT development)
+endfunction()
+
+# find_package(ZelResourceManager) of other projects finds this.
+function(zel_install_package)
+    set(destination ${CMAKE_INSTALL_LIBDIR}/cmake/ZelResourceManager)
+    set(generated ${CMAKE_CURRENT_BINARY_DIR}/package)
+    configure_package_config_file(cmake/ZelResourceManagerConfig.cmake.in
+        ${generated}/ZelResourceManagerConfig.cmake
+        INSTALL_DESTINATION ${destination})
+    write_basic_package_version_file(${generated}/ZelResourceManagerConfigVersion.cmake
+        COMPATIBILITY SameMajorVersion)
+    install(FILES
+            ${generated}/ZelResourceManagerConfig.cmake
+            ${generated}/ZelResourceManagerConfigVersion.cmake
+        DESTINATION ${destination}
+        COMPONENT development)
+    install(EXPORT ZelResourceManagerTargets
+        NAMESPACE zel::
+        DESTINATION ${destination}
+        COMPONENT development)
+endfunction()

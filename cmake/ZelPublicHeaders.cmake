@@ -1,0 +1,41 @@
+# What programs may include: the headers that export something, and those named as PLAIN, which have
+# nothing but inline code or no code at all. They are installed side by side in one folder, so that
+# includes are spelled as in the tree; each is compiled by itself in the ordinary build.
+#   zel_public_headers(zel_resource_schemes FOLDERS schemes PLAIN schemes/src/X.h)
+function(zel_public_headers target)
+    cmake_parse_arguments(ARG "" "" "FOLDERS;PLAIN" ${ARGN})
+    list(TRANSFORM ARG_FOLDERS REPLACE "(.+)" "${PROJECT_SOURCE_DIR}/\\1/src")
+    list(TRANSFORM ARG_PLAIN PREPEND "${PROJECT_SOURCE_DIR}/")
+    set(public ${ARG_PLAIN})
+    foreach(folder IN LISTS ARG_FOLDERS)
+        file(GLOB_RECURSE headers CONFIGURE_DEPENDS ${folder}/*.h)
+        foreach(header IN LISTS headers)
+            file(STRINGS ${header} exports REGEX "ZEL_[A-Z_]+_EXPORT" LIMIT_COUNT 1)
+            if(exports)
+                list(APPEND public ${header})
+            endif()
+        endforeach()
+    endforeach()
+    list(REMOVE_DUPLICATES public)
+    # The folders' object libraries have seen to these headers.
+    set_target_properties(${target} PROPERTIES AUTOMOC OFF)
+    target_sources(${target} PUBLIC FILE_SET HEADERS BASE_DIRS ${ARG_FOLDERS} FILES ${public})
+    if(BUILD_TESTING)
+        zel_compile_headers_alone(${target} ${public})
+    endif()
+endfunction()
+
+function(zel_compile_headers_alone target)
+    set(sources)
+    foreach(header IN LISTS ARGN)
+        string(REGEX REPLACE "^.*/src/" "" header ${header})
+        string(MAKE_C_IDENTIFIER ${target}_${header} name)
+        # Twice: a header that is included again adds nothing.
+        file(CONFIGURE OUTPUT headers/${name}.cpp
+            CONTENT "#include \"@header@\"\n#include \"@header@\"\n" @ONLY)
+        list(APPEND sources ${CMAKE_CURRENT_BINARY_DIR}/headers/${name}.cpp)
+    endforeach()
+    add_library(${target}_headers_alone OBJECT ${sources})
+    target_compile_options(${target}_headers_alone PRIVATE -g0)
+    target_link_libraries(${target}_headers_alone PRIVATE ${target} zel_build_settings)
+endfunction()
