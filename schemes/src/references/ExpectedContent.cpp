@@ -69,13 +69,13 @@ ContentCheck::ContentCheck(const ExpectedContent &expected)
     : expected(expected)
 {
     if (!expected.hash.isEmpty())
-        hash = std::make_unique<QCryptographicHash>(expected.hash.algorithm);
+        hash = std::make_unique<PassingHash>(expected.hash.algorithm);
 }
 
 void ContentCheck::addBytes(const char *data, qint64 count)
 {
     if (hash)
-        hash->addData(QByteArrayView(data, count));
+        hash->add(data, count);
 }
 
 void ContentCheck::reset()

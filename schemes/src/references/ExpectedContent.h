@@ -2,9 +2,9 @@
 
 #include "errors/Result.h"
 #include "files/FileHash.h"
+#include "integrity/PassingHash.h"
 
 #include <QCoreApplication>
-#include <QCryptographicHash>
 #include <QString>
 
 #include <memory>
@@ -53,7 +53,7 @@ public:
 
 private:
     ExpectedContent expected;
-    std::unique_ptr<QCryptographicHash> hash;
+    std::unique_ptr<PassingHash> hash;
 };
 
 } // namespace zel
