@@ -4,6 +4,7 @@
 #include "zacq/Zacq.h"
 
 #include <QCryptographicHash>
+#include <QElapsedTimer>
 #include <QFileInfo>
 
 namespace zel {
@@ -67,7 +68,12 @@ Error ResourceCache::Private::fixLongZacqFileName(const QString &reference, cons
         return ZEL_PASS(acceptExistingTarget(reference, path, target, container));
 
     qCDebug(lcResourceManager) << "Converting" << path << "to" << target << "as sparse ZACQ";
+    QElapsedTimer timer;
+    timer.start();
     ZEL_TRY(error, container.makeSparseZacqBlocking(path, target));
+    // Everybody has waited for it.
+    qCDebug(lcResourceManager).noquote()
+        << u"The conversion took %1 ms"_s.arg(QString::number(timer.elapsed()));
     return error;
 }
 

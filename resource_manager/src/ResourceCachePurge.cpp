@@ -121,11 +121,15 @@ Error ResourceCache::Private::reportPinnedSize(qint64 goal, qint64 extraSize)
 
 Error ResourceCache::Private::removeOldestResources(TransactionContext *context, qint64 size)
 {
+    QElapsedTimer timer;
+    timer.start();
     Error error;
     ZEL_TRY_LET(const auto oldest, dao->selectOldestReferencesWithCombinedSize(context, size));
     for (const ResourceCacheDao::ReferenceAndPath &resource : oldest)
         ZEL_TRY(error,
                 removeResourceAndUpdateStatus(context, resource.reference, resource.cachedPath));
+    qCDebug(lcResourceManager).noquote() << u"Made room by removing %1 resources in %2 ms"_s.arg(
+        QString::number(oldest.size()), QString::number(timer.elapsed()));
     return error;
 }
 

@@ -6,6 +6,8 @@
 
 #include <QCryptographicHash>
 
+#include <sys/resource.h>
+
 #include <algorithm>
 #include <memory>
 #include <vector>
@@ -23,6 +25,13 @@ protected:
         return std::count_if(requests.begin(), requests.end(), [&path](const auto &request) {
             return request.method == u"GET"_s && request.path == path;
         });
+    }
+    /// Of the largest of all programs that have been run and have ended, in bytes.
+    static qint64 peakMemory()
+    {
+        rusage usage {};
+        EXPECT_EQ(::getrusage(RUSAGE_CHILDREN, &usage), 0);
+        return qint64(usage.ru_maxrss) * 1024;
     }
 };
 
@@ -86,6 +95,21 @@ TEST_F(GetCliTest, get_thirtyProgramsAtOnce_isFetchedOnce)
         EXPECT_EQ(readFile(linesOf(run->output()).value(0)), content);
     }
     EXPECT_EQ(downloadsOf(server, u"/run1.raw"_s), 1);
+}
+
+TEST_F(GetCliTest, get_largeFile_needsNoMoreMemoryThanASmallOne)
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "What is freed is not given back here.";
+#endif
+    const NginxServer server;
+    const QByteArray content(1'000'000, 'c');
+    server.addFile(u"small.raw"_s, content);
+    server.addSparseFile(u"large.raw"_s, 192 * 1024 * 1024);
+    EXPECT_EQ(start({ u"get"_s, server.url(u"small.raw"_s) })->exitCode(), 0);
+    const qint64 before = peakMemory();
+    EXPECT_EQ(start({ u"get"_s, server.url(u"large.raw"_s) })->exitCode(), 0);
+    EXPECT_LT(peakMemory() - before, 8 * 1024 * 1024);
 }
 
 TEST_F(GetCliTest, get_afterItsEnd_leavesNoClientBehind)

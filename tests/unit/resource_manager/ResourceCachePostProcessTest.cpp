@@ -70,8 +70,11 @@ TEST_F(ResourceCachePostProcessTest, finalize_samplePathOf217_isLeftAlone)
 TEST_F(ResourceCachePostProcessTest, finalize_samplePathOf218_movesTheSampleToAShortPath)
 {
     makeContainer(218);
+    const LogCapture log;
     ASSERT_FALSE(retrieve().hasError());
     EXPECT_TRUE(zacq::Zacq::isSparseZacq(container(), false));
+    const QStringList lengths = log.texts(QtDebugMsg).filter(u"The conversion took"_s);
+    EXPECT_EQ(lengths.size(), 1);
     EXPECT_TRUE(samplePath().startsWith(target())) << qPrintable(samplePath());
     EXPECT_EQ(readFile(samplePath()), "sample data");
     EXPECT_EQ(rowValue(u"cachedPath"_s, reference).toString(), container());

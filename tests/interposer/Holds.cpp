@@ -1,0 +1,45 @@
+#include "Holds.h"
+
+#include "Wrapper.h"
+
+#include <atomic>
+
+#include <sys/sem.h>
+
+namespace {
+
+std::atomic<bool> isCounting = false;
+std::atomic<int> holds = 0;
+
+} // namespace
+
+namespace zel::test {
+
+void startCountingHolds()
+{
+    holds = 0;
+    isCounting = true;
+}
+
+int stopCountingHolds()
+{
+    isCounting = false;
+    return holds;
+}
+
+} // namespace zel::test
+
+using zel::test::original;
+
+extern "C" {
+
+ZEL_VISIBLE int semop(int set, sembuf *operations, size_t count)
+{
+    static const auto next = original<int (*)(int, sembuf *, size_t)>("semop");
+    const int outcome = next(set, operations, count);
+    if (isCounting && outcome == 0 && operations->sem_op < 0)
+        ++holds;
+    return outcome;
+}
+
+} // extern "C"

@@ -1,0 +1,10 @@
+#pragma once
+
+namespace zel::test {
+
+/// Counts from now on, beginning with 0, how often this program takes a system semaphore, on
+/// whatever thread.
+void startCountingHolds();
+int stopCountingHolds();
+
+} // namespace zel::test
