@@ -1,0 +1,165 @@
+#include "Contestant.h"
+#include "HoldWatch.h"
+#include "OpenCache.h"
+#include "ResourceRetrieveHandle.h"
+
+#include <QDir>
+#include <QFile>
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QSystemSemaphore>
+
+#include <algorithm>
+
+using namespace zel;
+using namespace zel::bench;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int resources = 200; ///< a round
+constexpr int percents = 10; ///< of each
+
+/// Of the round's holds: the longest one is what others feel.
+class Watched : public Contestant
+{
+public:
+    int run() override
+    {
+        startWatchingHolds();
+        work();
+        holds = stopWatchingHolds();
+        return static_cast<int>(holds.size());
+    }
+    Figures figures() const override
+    {
+        const auto longest
+            = std::max_element(holds.begin(), holds.end(), [](const Hold &left, const Hold &right) {
+                  return left.seconds < right.seconds;
+              });
+        std::vector<double> seconds;
+        std::vector<double> cpu;
+        for (const Hold &hold : holds) {
+            seconds.push_back(hold.seconds);
+            cpu.push_back(hold.cpu);
+        }
+        return { { "seconds", longest->seconds },
+                 { "cpu", longest->cpu },
+                 { "longestCpu", *std::max_element(cpu.begin(), cpu.end()) },
+                 { "median", quantile(seconds, 0.5) },
+                 { "99%", quantile(seconds, 0.99) } };
+    }
+
+protected:
+    virtual void work() = 0;
+
+private:
+    static double quantile(std::vector<double> &values, double share)
+    {
+        const auto place = values.begin()
+            + static_cast<std::ptrdiff_t>(static_cast<double>(values.size() - 1) * share);
+        std::nth_element(values.begin(), place, values.end());
+        return *place;
+    }
+
+    std::vector<Hold> holds;
+};
+
+/// What a program does with resources that it fetches: all of it but scans, batch deletions and
+/// conversions.
+class NormalWork : public Watched
+{
+public:
+    explicit NormalWork(const QString &directory)
+        : directory(directory)
+        , cache(openCache(directory))
+    {
+    }
+
+protected:
+    void work() override
+    {
+        for (int i = 0; i < resources; ++i)
+            fetchAndUse(u"test:%1"_s.arg(number++));
+    }
+
+private:
+    void fetchAndUse(const QString &reference)
+    {
+        const auto use = check(cache->useResource(reference));
+        const PathImpl<PathType::Unknown> path(copyFor(reference));
+        ResourceRetrieveHandle handle(reference, path, cache.get(), QVersionNumber(1));
+        check(handle.tryStartRetrieve());
+        for (int percent = 1; percent <= percents; ++percent)
+            check(handle.saveProgress(percent * 100 / percents));
+        check(handle.finalizeRetrieve(Error()));
+        check(handle.removeTaskFromDatabase());
+        check(cache->readStatus(reference));
+        check(cache->readLocalPath(reference));
+    }
+    QString copyFor(const QString &reference) const
+    {
+        const QString folder = directory + u"/Cache/test/"_s + reference.mid(5);
+        QFile file(folder + u"/f"_s);
+        if (!QDir().mkpath(folder) || !file.open(QIODevice::WriteOnly)
+            || file.write(QByteArray(4096, 'x')) < 0)
+            giveUp("the copy cannot be written");
+        return file.fileName();
+    }
+
+    QString directory;
+    std::shared_ptr<ResourceCache> cache;
+    int number = 0;
+};
+
+/// As many holds with one bare statement each that writes, on the same settings: what the disk and
+/// the database take for themselves.
+class BareWrites : public Watched
+{
+public:
+    explicit BareWrites(const QString &directory)
+        : semaphore(ResourceCachePath::semaphoreKeyFor(directory), 1)
+        , database(QSqlDatabase::addDatabase(u"QSQLITE"_s))
+    {
+        database.setDatabaseName(directory + u"/bare.db"_s);
+        if (!database.open())
+            giveUp(database.lastError().text().toStdString());
+        run(u"PRAGMA journal_mode = WAL"_s);
+        run(u"PRAGMA synchronous = NORMAL"_s);
+        run(u"CREATE TABLE t(id INTEGER PRIMARY KEY, reference TEXT UNIQUE, status TEXT)"_s);
+    }
+
+protected:
+    void work() override
+    {
+        for (int i = 0; i < resources * (percents + 10); ++i) {
+            const QString reference = u"test:%1"_s.arg(number++);
+            semaphore.acquire();
+            run(u"INSERT INTO t(reference, status) VALUES('%1', 'Ready')"_s.arg(reference));
+            semaphore.release();
+        }
+    }
+
+private:
+    void run(const QString &statement)
+    {
+        QSqlQuery query(database);
+        if (!query.exec(statement))
+            giveUp(query.lastError().text().toStdString());
+    }
+
+    QSystemSemaphore semaphore;
+    QSqlDatabase database;
+    int number = 0;
+};
+
+template<typename T>
+std::unique_ptr<Contestant> make(const QString &directory)
+{
+    return std::make_unique<T>(directory);
+}
+
+const bool known = enter("hold/ours", make<NormalWork>) && enter("hold/floor", make<BareWrites>);
+
+} // namespace
