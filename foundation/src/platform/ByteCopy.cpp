@@ -2,6 +2,8 @@
 
 #include "platform/PosixFile.h"
 
+#include <memory>
+
 #include <linux/fs.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -41,14 +43,15 @@ int copyInKernel(int source, int target, const std::function<bool(qint64)> &adva
 
 int copyPlainly(int source, int target, const std::function<bool(qint64)> &advance)
 {
-    std::vector<char> buffer(bufferSize);
+    // Not filled: of the many small files of a folder only the end is read here.
+    const auto buffer = std::make_unique_for_overwrite<char[]>(bufferSize);
     while (true) {
-        const ssize_t size = retried([&] { return ::read(source, buffer.data(), buffer.size()); });
+        const ssize_t size = retried([&] { return ::read(source, buffer.get(), bufferSize); });
         if (size < 0)
             return errno;
         if (size == 0)
             return 0;
-        if (const int error = writeAll(target, buffer.data(), static_cast<size_t>(size)))
+        if (const int error = writeAll(target, buffer.get(), static_cast<size_t>(size)))
             return error;
         if (!advance(size))
             return ECANCELED;
