@@ -1,6 +1,7 @@
 #include "MsDataAssociatedResourcesProvider.h"
 
 #include "MsFileInfo.h"
+#include "platform/FolderGlance.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -16,6 +17,10 @@ QList<QString> MsDataAssociatedResourcesProvider::getAssociatedResources(const Q
 
     const QFileInfo info(path);
     const QDir dir = info.dir();
+    // A scan asks for each resource, and hardly one has such files. To match patterns takes many
+    // times as long as to see that.
+    if (!FolderGlance::holdsEnding(dir.path(), { ".ms1.cache", ".data.cache" }))
+        return {};
     const QStringList filters { u"%1.ms1.cache"_s.arg(info.fileName()),
                                 u"%1.data.cache"_s.arg(info.fileName()) };
     QList<QString> associated;

@@ -97,3 +97,9 @@ TEST_F(MsDataAssociatedResourcesProviderTest, sideFiles_placeholderInTheName_sta
     makeFiles({ u"run%1.mzml.ms1.cache"_s });
     EXPECT_EQ(sideFilesOf(u"run%1.mzml"_s), QStringList(u"run%1.mzml.ms1.cache"_s));
 }
+
+TEST_F(MsDataAssociatedResourcesProviderTest, sideFiles_inOtherCase_areNamed)
+{
+    makeFiles({ u"x.mzml.MS1.Cache"_s });
+    EXPECT_EQ(sideFilesOf(u"x.mzml"_s), QStringList(u"x.mzml.MS1.Cache"_s));
+}

@@ -56,3 +56,33 @@ TEST_F(FolderGlanceTest, showsSeveral_namesThatNotEverybodySees_saysNothing)
               0);
     EXPECT_FALSE(FolderGlance::showsSeveral(folder()));
 }
+
+TEST_F(FolderGlanceTest, holdsEnding_names_areComparedByTheirEnds)
+{
+    const auto holds = [this] {
+        return FolderGlance::holdsEnding(folder(), { ".one", ".other" });
+    };
+    EXPECT_FALSE(holds()); // there is no folder
+    add(u"x.one.more"_s);
+    add(u"one"_s);
+    EXPECT_FALSE(holds());
+    add(u"x.other"_s);
+    EXPECT_TRUE(holds());
+    EXPECT_FALSE(FolderGlance::holdsEnding(folder() + u"/one"_s, { "" })); // no folder
+}
+
+TEST_F(FolderGlanceTest, holdsEnding_otherCaseHiddenOrNothingElse_isFound)
+{
+    add(u".ONE"_s);
+    EXPECT_TRUE(FolderGlance::holdsEnding(folder(), { ".one" }));
+    EXPECT_FALSE(FolderGlance::holdsEnding(folder(), {}));
+}
+
+TEST_F(FolderGlanceTest, holdsEnding_manyNames_readsThemAll)
+{
+    for (int i = 0; i < 300; ++i)
+        add(QString::number(i) + QString(200, u'x'));
+    EXPECT_FALSE(FolderGlance::holdsEnding(folder(), { ".one" }));
+    add(u"z.one"_s);
+    EXPECT_TRUE(FolderGlance::holdsEnding(folder(), { ".one" }));
+}

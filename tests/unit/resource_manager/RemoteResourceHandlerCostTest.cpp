@@ -1,0 +1,102 @@
+#include "RemoteResourceHandler.h"
+
+#include "FileLooks.h"
+#include "FileSteps.h"
+#include "WalFile.h"
+#include "support/ManagerTest.h"
+
+#include <atomic>
+
+using namespace zel;
+using namespace zel::test;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// Counts how often this process waits for a disk.
+class DiskWaits final : public FileStepWatcher
+{
+public:
+    DiskWaits() { watchFileSteps(this); }
+    DiskWaits(const DiskWaits &) = delete;
+    DiskWaits &operator=(const DiskWaits &) = delete;
+    ~DiskWaits() override { watchFileSteps(nullptr); }
+
+    std::atomic<int> forOneFile = 0;
+    std::atomic<int> forAll = 0;
+
+private:
+    int before(const FileStep &step) override
+    {
+        if (step.kind == FileStep::Kind::Sync)
+            ++forOneFile;
+        if (step.kind == FileStep::Kind::SyncFileSystem)
+            ++forAll;
+        return 0;
+    }
+};
+
+/// What it takes to copy into the cache, counted.
+class RemoteResourceHandlerCostTest : public ManagerTest
+{
+protected:
+    static constexpr int folders = 10;
+    static constexpr int filesInEach = 20;
+
+    QString makeFile() const
+    {
+        writeFile(directory.outside(u"file"_s), QByteArray(100'000, 'x'));
+        return directory.outside(u"file"_s);
+    }
+    QString makeTree() const
+    {
+        for (int folder = 0; folder < folders; ++folder) {
+            for (int file = 0; file < filesInEach; ++file)
+                writeFile(directory.outside(u"tree/%1/%2"_s.arg(folder).arg(file)), "content");
+        }
+        return directory.outside(u"tree"_s);
+    }
+    void add(const QString &source)
+    {
+        ASSERT_TRUE(succeeds(remote->addToCache(PathImpl<PathType::Unknown>(source))));
+    }
+
+    const QSharedPointer<RemoteTestHandler> remote = handler(u"a"_s);
+};
+
+} // namespace
+
+TEST_F(RemoteResourceHandlerCostTest, addToCache_folder_waitsForTheDiskOnce)
+{
+    const QString tree = makeTree();
+    const DiskWaits waits;
+    add(tree);
+    EXPECT_EQ(waits.forAll, 1);
+    EXPECT_EQ(waits.forOneFile, 0);
+}
+
+TEST_F(RemoteResourceHandlerCostTest, addToCache_file_waitsForTheDiskOnce)
+{
+    const QString file = makeFile();
+    const DiskWaits waits;
+    add(file);
+    EXPECT_EQ(waits.forAll, 0);
+    EXPECT_EQ(waits.forOneFile, 1);
+}
+
+TEST_F(RemoteResourceHandlerCostTest, addToCache_folder_readsItOnceToCopyAndTheCopyOnceToCount)
+{
+    const QString tree = makeTree();
+    startCounting();
+    add(tree);
+    EXPECT_EQ(stopCounting().entries, 2 * (folders + folders * filesInEach));
+}
+
+TEST_F(RemoteResourceHandlerCostTest, addToCache_folder_isThreeTransactions)
+{
+    const QString tree = makeTree();
+    database().value(u"PRAGMA wal_checkpoint(TRUNCATE)"_s);
+    add(tree);
+    // Path with size, version, and Ready behind both.
+    EXPECT_EQ(commitsInJournal(directory.databasePath()), 3);
+}
