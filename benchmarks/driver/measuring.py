@@ -47,7 +47,7 @@ def _play(sides: dict[str, Contestant], rounds: int) -> dict[str, list[Figures]]
     """The first round warms up and counts for nothing. Each round begins with another side."""
     names = list(sides)
     figures: dict[str, list[Figures]] = {name: [] for name in names}
-    for number in range(rounds + 1):
+    for number in range(rounds + 1 if sides else 0):
         first = number % len(names)
         for name in names[first:] + names[:first]:
             sides[name].prepare()

@@ -27,7 +27,9 @@ class Goal:
     at_least: bool = False
 
     def measured(self, medians: dict[str, dict[str, float]]) -> float | None:
-        """None if the side is absent."""
+        """None if a side is absent."""
+        if "ours" not in medians:
+            return None
         ours = medians["ours"][self.figure]
         if not self.side:
             return ours

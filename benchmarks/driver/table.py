@@ -16,7 +16,8 @@ def as_time(seconds: float) -> str:
 def verdict(goal: Goal, outcome: Outcome) -> tuple[str, str]:
     value = goal.measured(outcome.medians)
     if value is None:
-        return "-", f"no {goal.side}: {outcome.absent[goal.side]}"
+        side = "ours" if "ours" in outcome.absent else goal.side
+        return "-", f"no {side}: {outcome.absent[side]}"
     return f"{value:.3g}", "met" if goal.is_met(value) else "MISSED"
 
 

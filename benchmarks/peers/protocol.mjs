@@ -1,5 +1,6 @@
 // The lines of programs/Protocol.h, for peers in JavaScript.
 
+import { execFileSync } from "node:child_process";
 import { createInterface } from "node:readline";
 
 // The whole program: SCRIPT NAME DIRECTORY. `peers` makes a peer by its name; a peer has run(),
@@ -24,4 +25,9 @@ async function measure(peer) {
     seconds: seconds / operations,
     cpu: (cpu.user + cpu.system) / 1e6 / operations,
   };
+}
+
+// What one side leaves to be written later must not be at the cost of the next.
+export function settle(directory) {
+  execFileSync("sync", ["--file-system", directory]);
 }

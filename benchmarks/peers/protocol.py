@@ -1,6 +1,7 @@
 """The lines of programs/Protocol.h, for peers in Python."""
 
 import json
+import subprocess
 import sys
 import time
 from collections.abc import Callable
@@ -41,3 +42,8 @@ def _measure(peer: Peer) -> dict[str, float]:
         "seconds": seconds / operations,
         "cpu": (time.process_time() - cpu) / operations,
     }
+
+
+def settle(directory: Path) -> None:
+    """What one side leaves to be written later must not be at the cost of the next."""
+    subprocess.run(["sync", "--file-system", directory], check=True)

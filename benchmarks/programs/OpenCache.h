@@ -12,6 +12,9 @@ namespace zel::bench {
 std::shared_ptr<ResourceCache> openCache(const QString &directory,
                                          const ResourceCacheSizes &sizes = {});
 
+/// The same by the process's manager, with all schemes. Never due for a count of all sizes.
+ResourceCache *openManager(const QString &directory);
+
 /// For what must not fail: ends the program with the failure.
 void check(const Error &error);
 template<typename T>

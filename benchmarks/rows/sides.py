@@ -51,7 +51,8 @@ def node_peer(package: str, name: str, processes: int = 1) -> MakeSide:
     def make(place: Place) -> Contestant:
         _need("node", f"node-{package}", Path("/usr/share/nodejs", package).exists())
         script = place.root / "benchmarks/peers" / f"{package}_peer.mjs"
-        return Speaker(["node", script, name, place.work], processes)
+        node = ["env", "NODE_PATH=/usr/share/nodejs", "node"]
+        return Speaker([*node, script, name, place.work], processes)
 
     return make
 
