@@ -101,6 +101,17 @@ Error NativeFile::truncate(qint64 size)
     return outcome == 0 ? Error() : ZEL_PASS(writeFailure(errno));
 }
 
+void NativeFile::startSync(qint64 offset, qint64 count)
+{
+#if defined(SYNC_FILE_RANGE_WRITE)
+    static_cast<void>(
+        ::sync_file_range(descriptor, off_t(offset), off_t(count), SYNC_FILE_RANGE_WRITE));
+#else
+    Q_UNUSED(offset)
+    Q_UNUSED(count)
+#endif
+}
+
 Error NativeFile::sync()
 {
     const int outcome = retried([&] { return ::fsync(descriptor); });

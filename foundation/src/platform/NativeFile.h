@@ -32,6 +32,9 @@ public:
     /// Writes all of the bytes at `offset`, or fails.
     Error writeAt(qint64 offset, const char *data, qint64 count);
     Error truncate(qint64 size);
+    /// Lets the disk begin with these bytes, so that a later sync() has less to wait for. A hint:
+    /// waits for nothing, and what goes wrong is told by sync().
+    void startSync(qint64 offset, qint64 count);
     /// Waits until the content is on the disk.
     Error sync();
     /// Whether the last failure was for want of space.

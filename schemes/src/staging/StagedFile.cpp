@@ -13,6 +13,9 @@ namespace {
 
 // Short enough that waiting for the disk does not delay a cancel, long enough to cost nothing.
 constexpr qint64 bytesBetweenSyncs = 16ll * 1024 * 1024;
+// The disk works while the next bytes come, instead of idling until they are synced: a file is on
+// it in half of the time. Smaller files are synced soon enough.
+constexpr qint64 bytesBetweenStarts = 1024ll * 1024;
 constexpr qint64 readBackBytes = 1024ll * 1024;
 
 } // namespace
@@ -21,6 +24,7 @@ StagedFile::StagedFile(NativeFile file, const QString &name, qint64 size)
     : file(std::move(file))
     , name(name)
     , writtenBytes(size)
+    , startedBytes(size)
 {
 }
 
@@ -38,6 +42,10 @@ Error StagedFile::append(const char *data, qint64 count)
     if (error.hasError())
         return ZEL_PASS(storageFailure(error));
     writtenBytes += count;
+    if (writtenBytes - startedBytes >= bytesBetweenStarts) {
+        file.startSync(startedBytes, writtenBytes - startedBytes);
+        startedBytes = writtenBytes;
+    }
     return writtenBytes - durable >= bytesBetweenSyncs ? ZEL_PASS(sync()) : Error();
 }
 
@@ -46,6 +54,7 @@ Error StagedFile::truncate(qint64 count)
     Error error;
     ZEL_TRY(error, file.truncate(count));
     writtenBytes = count;
+    startedBytes = std::min(startedBytes, count);
     durable = std::min(durable, count);
     return error;
 }

@@ -45,6 +45,7 @@ private:
     NativeFile file;
     QString name;
     qint64 writtenBytes = 0;
+    qint64 startedBytes = 0; ///< the disk has been told to begin with these
     qint64 durable = 0;
 };
 

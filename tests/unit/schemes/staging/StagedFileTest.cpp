@@ -1,5 +1,6 @@
 #include "staging/StagedFile.h"
 
+#include "SyncStarts.h"
 #include "TemporaryCache.h"
 
 #include <csignal>
@@ -61,6 +62,35 @@ TEST_F(StagedFileTest, durableBytes_growWithEverySync)
     for (int i = 0; i < 17; ++i)
         ASSERT_FALSE(file->append(piece.constData(), piece.size()).hasError());
     EXPECT_GE(file->durableBytes(), 16 * 1024 * 1024);
+}
+
+TEST_F(StagedFileTest, append_muchAtOnce_theDiskBeginsBeforeItIsSynced)
+{
+    writeFile(path(), "abc");
+    const auto file = open();
+    const QByteArray piece(300'000, 'x');
+    startRecordingSyncStarts();
+    for (int i = 0; i < 20; ++i)
+        ASSERT_FALSE(file->append(piece.constData(), piece.size()).hasError());
+    const std::vector<SyncStart> starts = stopRecordingSyncStarts();
+
+    EXPECT_EQ(file->durableBytes(), 0);
+    ASSERT_EQ(starts.size(), 5);
+    int64_t end = 3;
+    for (const SyncStart &start : starts) {
+        EXPECT_EQ(start.offset, end);
+        EXPECT_EQ(start.count, 4 * piece.size());
+        end += start.count;
+    }
+    EXPECT_EQ(end, file->size());
+}
+
+TEST_F(StagedFileTest, append_little_asksTheDiskForNothing)
+{
+    const auto file = open();
+    startRecordingSyncStarts();
+    ASSERT_FALSE(file->append("abc", 3).hasError());
+    EXPECT_TRUE(stopRecordingSyncStarts().empty());
 }
 
 TEST_F(StagedFileTest, readBack_givesEveryByteInOrder)
