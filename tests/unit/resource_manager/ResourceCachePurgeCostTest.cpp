@@ -1,13 +1,45 @@
 #include "FileLooks.h"
+#include "FileSteps.h"
 #include "RemovalRange.h"
 #include "WalFile.h"
 #include "support/CacheTest.h"
+
+#include <atomic>
+
+#include <fcntl.h>
 
 using namespace zel;
 using namespace zel::test;
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+/// Counts how often this process opens folders below this one.
+class FolderOpenings final : public FileStepWatcher
+{
+public:
+    explicit FolderOpenings(const QString &folder)
+        : folder(folder.toStdString() + '/')
+    {
+        watchFileSteps(this);
+    }
+    FolderOpenings(const FolderOpenings &) = delete;
+    FolderOpenings &operator=(const FolderOpenings &) = delete;
+    ~FolderOpenings() override { watchFileSteps(nullptr); }
+
+    std::atomic<int> count = 0;
+
+private:
+    int before(const FileStep &step) override
+    {
+        if (step.kind == FileStep::Kind::Open && (step.flags & O_DIRECTORY) != 0
+            && pathOf(step).starts_with(folder))
+            ++count;
+        return 0;
+    }
+
+    const std::string folder;
+};
 
 /// What a purge asks of the file system and of the database, counted: the number of resources that
 /// stay must not make the removal of one dearer.
@@ -60,6 +92,15 @@ TEST_F(ResourceCachePurgeCostTest, purgeCacheIfNeeded_manySiblings_looksAtAFewOn
     // The file goes before its own folder is read, and the folder around them is never read.
     EXPECT_EQ(looks.entries, 0);
     EXPECT_EQ(looks.resolutions, 0);
+}
+
+TEST_F(ResourceCachePurgeCostTest, purgeCacheIfNeeded_singleFiles_doesNotOpenTheirEmptiedFolders)
+{
+    fill(100);
+    const FolderOpenings openings(directory.dataDir());
+    purgeHalf(100);
+    // The folder around both, once to see how far the removal reaches and once to remove from it.
+    EXPECT_EQ(openings.count, 2 * 50);
 }
 
 TEST_F(ResourceCachePurgeCostTest, removalRange_usualPlace_isToldByItsSpelling)
