@@ -43,7 +43,7 @@ ROWS = [
         },
         [
             Goal("seconds", 1.5, "floor"),
-            Goal("seconds", 1.25, "bare"),
+            Goal("seconds", 1.5, "bare"),
             Goal("seconds", 2, "diskcache"),
             Goal("seconds", 0.2, "cacache"),
             Goal("seconds", 6, "quarter"),
