@@ -23,11 +23,12 @@ public:
     ChangeCounter() { watchFileSteps(this); }
     ~ChangeCounter() override { watchFileSteps(nullptr); }
 
-    int before(const FileStep &step) override
+    int before(const FileStep &) override { return 0; }
+    /// What fails has changed nothing.
+    void after(const FileStep &step, ssize_t result) override
     {
-        if (changesFiles(step))
+        if (result >= 0 && changesFiles(step))
             ++counts[step.kind];
-        return 0;
     }
 
     std::map<FileStep::Kind, int> counts;
