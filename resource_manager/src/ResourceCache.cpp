@@ -83,6 +83,7 @@ Error ResourceCache::Private::open(const ResourceCachePath &path,
         return error;
     }
     opening = std::make_shared<bool>(true);
+    directoryUse = std::make_unique<DirectoryUse>(SemaphoreRegistry::find(semaphore.load()->key()));
     taskRows.clear();
     pinnedSizeReport.clear(); // it was of what was open before
     ZEL_TRY(error, cleanupInactiveClients());
@@ -104,6 +105,7 @@ void ResourceCache::Private::endOpening()
 {
     stopPing();
     opening.reset();
+    directoryUse.reset();
     taskRows.clear();
 }
 

@@ -19,6 +19,7 @@
 
 namespace zel {
 
+class DirectoryUse;
 class SemaphoreLocker;
 
 namespace zacq {
@@ -194,6 +195,7 @@ public:
     /// Live as long as this object, and from open() to close(). Handles look whether they still do.
     std::shared_ptr<const bool> life = std::make_shared<bool>(true);
     std::shared_ptr<const bool> opening;
+    std::unique_ptr<DirectoryUse> directoryUse; ///< from open() to close()
 };
 
 } // namespace zel

@@ -53,7 +53,8 @@ bool SemaphoreLocker::acquireOne()
     refusedCount += acquired ? 0 : 1;
     if (entry) {
         if (!directoryLock && !entry->directory.isEmpty())
-            directoryLock = std::make_unique<DirectoryLock>(entry->directory);
+            directoryLock
+                = std::make_unique<DirectoryLock>(entry->directory, &entry->keptDirectory);
         adoptByThisThread();
     }
     return acquired;

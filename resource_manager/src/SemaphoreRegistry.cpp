@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QHash>
 
+#include <algorithm>
 #include <utility>
 
 namespace zel {
@@ -22,6 +23,16 @@ Table &table()
 {
     static auto *semaphores = new Table;
     return *semaphores;
+}
+
+/// The entry that was asked for last: mostly it is the next one, too, as a program has one cache.
+std::atomic<RegisteredSemaphore *> latest = nullptr;
+
+/// By bytes: the look-up by text would take half as long as the semaphore itself.
+bool isOf(const RegisteredSemaphore *entry, const QString &key)
+{
+    return entry && entry->key.size() == key.size()
+        && std::equal(key.utf16(), key.utf16() + key.size(), entry->key.utf16());
 }
 
 RegisteredSemaphore *entryOf(Table &semaphores, const QString &key)
@@ -52,6 +63,17 @@ RegisteredSemaphore::RegisteredSemaphore(const QString &key)
 {
 }
 
+DirectoryUse::DirectoryUse(RegisteredSemaphore *entry)
+    : entry(entry)
+{
+    entry->keptDirectory.hold();
+}
+
+DirectoryUse::~DirectoryUse()
+{
+    entry->keptDirectory.letGo();
+}
+
 RegisteredSemaphore *SemaphoreRegistry::keep(const QString &key)
 {
     Table &semaphores = table();
@@ -68,6 +90,7 @@ RegisteredSemaphore *SemaphoreRegistry::keepForDirectory(const QString &key,
     // Written once: lockers read it without the table's mutex.
     if (entry->directory.isEmpty())
         entry->directory = QFile::encodeName(QDir(baseDirectory).absolutePath());
+    entry->keptDirectory.renew(); // the folder may have been made anew since it was opened
     if (!entry->usable)
         tryAgain(entry);
     return entry;
@@ -84,9 +107,15 @@ std::optional<QString> SemaphoreRegistry::takeRefusal(RegisteredSemaphore *entry
 
 RegisteredSemaphore *SemaphoreRegistry::find(const QString &key)
 {
+    RegisteredSemaphore *const former = latest;
+    if (isOf(former, key))
+        return former;
     Table &semaphores = table();
     const std::lock_guard lock(semaphores.mutex);
-    return semaphores.entries.value(key);
+    RegisteredSemaphore *const entry = semaphores.entries.value(key);
+    if (entry)
+        latest = entry;
+    return entry;
 }
 
 } // namespace zel

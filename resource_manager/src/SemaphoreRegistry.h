@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/KeptDescriptor.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QSystemSemaphore>
@@ -32,6 +34,20 @@ struct RegisteredSemaphore
     /// TMPDIR and a cleaned folder have a semaphore of their own; the directory is the same for
     /// all.
     QByteArray directory;
+    KeptDescriptor keptDirectory; ///< held by each cache that is open there
+};
+
+/// For as long as it lives, takes of the semaphore find its directory open.
+class DirectoryUse
+{
+public:
+    explicit DirectoryUse(RegisteredSemaphore *entry);
+    ~DirectoryUse();
+    DirectoryUse(const DirectoryUse &) = delete;
+    DirectoryUse &operator=(const DirectoryUse &) = delete;
+
+private:
+    RegisteredSemaphore *entry;
 };
 
 /// The process-wide table of semaphores by key. Entries are made once and never go.

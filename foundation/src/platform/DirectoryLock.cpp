@@ -19,25 +19,37 @@ bool lockPatiently(int descriptor)
     return outcome == 0;
 }
 
+int openDirectory(const QByteArray &directory)
+{
+    return open(directory.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+}
+
 } // namespace
 
-DirectoryLock::DirectoryLock(const QByteArray &directory)
-    : descriptor(open(directory.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
+DirectoryLock::DirectoryLock(const QByteArray &directory, KeptDescriptor *kept)
+    : kept(kept)
 {
-    if (descriptor < 0 || lockPatiently(descriptor))
+    if (kept)
+        taken = kept->take();
+    if (taken.descriptor < 0)
+        taken.descriptor = openDirectory(directory);
+    if (taken.descriptor < 0 || lockPatiently(taken.descriptor))
         return;
-    close(descriptor);
-    descriptor = -1;
+    close(taken.descriptor);
+    taken.descriptor = -1;
 }
 
 DirectoryLock::~DirectoryLock()
 {
-    if (descriptor < 0)
+    if (taken.descriptor < 0)
         return;
     // Closing alone would leave the lock with a child that was forked and has not yet replaced
     // itself.
-    flock(descriptor, LOCK_UN);
-    close(descriptor);
+    flock(taken.descriptor, LOCK_UN);
+    if (kept)
+        kept->giveBack(taken);
+    else
+        close(taken.descriptor);
 }
 
 } // namespace zel

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/KeptDescriptor.h"
+
 #include <QByteArray>
 
 namespace zel {
@@ -11,16 +13,18 @@ namespace zel {
 class DirectoryLock
 {
 public:
-    /// Waits until the lock is free. `directory` is a native path.
-    explicit DirectoryLock(const QByteArray &directory);
+    /// Waits until the lock is free. `directory` is a native path. `kept` may have a descriptor of
+    /// it and gets it back; it outlives the lock.
+    explicit DirectoryLock(const QByteArray &directory, KeptDescriptor *kept = nullptr);
     ~DirectoryLock();
     DirectoryLock(const DirectoryLock &) = delete;
     DirectoryLock &operator=(const DirectoryLock &) = delete;
 
-    bool isHeld() const { return descriptor >= 0; }
+    bool isHeld() const { return taken.descriptor >= 0; }
 
 private:
-    int descriptor = -1;
+    KeptDescriptor *kept;
+    KeptDescriptor::Taken taken;
 };
 
 } // namespace zel

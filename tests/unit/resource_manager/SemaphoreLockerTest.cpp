@@ -2,14 +2,17 @@
 
 #include "SemaphoreRegistry.h"
 #include "TaskWithSemaphore.h"
+#include "platform/DirectoryLockState.h"
 #include "support/CacheTest.h"
 #include "threads/LockOrder.h"
 
+#include <QDir>
 #include <QSystemSemaphore>
 #include <QUuid>
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <csignal>
 #include <future>
 #include <thread>
@@ -68,6 +71,16 @@ protected:
     private:
         const QByteArray folder = qgetenv("TMPDIR");
     };
+
+    /// Of this process, on this directory itself.
+    static int openDescriptors(const QString &path)
+    {
+        const QDir descriptors(u"/proc/self/fd"_s);
+        const QStringList names = descriptors.entryList(QDir::AllEntries | QDir::System);
+        return int(std::count_if(names.begin(), names.end(), [&](const QString &name) {
+            return QFile::symLinkTarget(descriptors.filePath(name)) == path;
+        }));
+    }
 
     TemporaryCache directory;
     QString key;
@@ -181,6 +194,54 @@ TEST_F(SemaphoreLockerTest, semaphoreOfAnotherTemporaryFolder_sameDirectory_stil
     }
     EXPECT_TRUE(isFree());
     removeSystemSemaphore(twinKey);
+}
+
+TEST_F(SemaphoreLockerTest, openCache_betweenTwoTakes_keepsTheDirectoryOpenUntilItCloses)
+{
+    ResourceCachePath path;
+    path.setBaseDirPath(PathImpl<PathType::Dir>(directory.baseDir()));
+    TestCache cache;
+    ASSERT_FALSE(cache.open(path, {}).hasError());
+    ASSERT_TRUE(cache.isOpen());
+    EXPECT_EQ(openDescriptors(directory.baseDir()), 1);
+    {
+        const SemaphoreLocker holder(semaphore.get(), 1);
+        EXPECT_EQ(openDescriptors(directory.baseDir()), 1);
+    }
+    cache.close();
+    EXPECT_FALSE(cache.isOpen());
+    // It could not be unmounted.
+    EXPECT_EQ(openDescriptors(directory.baseDir()), 0);
+}
+
+TEST_F(SemaphoreLockerTest, keepForDirectory_directoryWasMadeAnew_locksTheNewOne)
+{
+    SemaphoreRegistry::find(key)->keptDirectory.hold();
+    {
+        const SemaphoreLocker before(semaphore.get(), 1);
+    }
+    ASSERT_TRUE(QDir().rename(directory.baseDir(), directory.outside(u"former"_s)));
+    ASSERT_TRUE(QDir().mkpath(directory.baseDir()));
+    SemaphoreRegistry::keepForDirectory(key, directory.baseDir());
+    {
+        const SemaphoreLocker holder(semaphore.get(), 1);
+        EXPECT_TRUE(DirectoryLockState::of(directory.baseDir()).isHeld);
+    }
+    SemaphoreRegistry::find(key)->keptDirectory.letGo();
+}
+
+TEST_F(SemaphoreLockerTest, find_severalKeys_eachHasItsOwnEntry)
+{
+    const TemporaryCache other;
+    const QString otherKey = TemporaryCache::semaphoreKey(other.baseDir());
+    RegisteredSemaphore *own = SemaphoreRegistry::find(key);
+    RegisteredSemaphore *others = SemaphoreRegistry::keep(otherKey);
+    EXPECT_NE(own, others);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(SemaphoreRegistry::find(otherKey), others);
+        EXPECT_EQ(SemaphoreRegistry::find(key), own);
+        EXPECT_EQ(SemaphoreRegistry::find(key.left(key.size() - 1)), nullptr);
+    }
 }
 
 TEST_F(SemaphoreLockerTest, isHeldByThisThread_holderAndOthers_tellsThemApart)
