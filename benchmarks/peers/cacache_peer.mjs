@@ -1,6 +1,8 @@
 // What cacache does instead.
 
+import { existsSync, mkdirSync, writeFileSync } from "node:fs";
 import { createRequire } from "node:module";
+import { setTimeout } from "node:timers/promises";
 import { play, settle } from "./protocol.mjs";
 
 // Debian's packages are found by require() only.
@@ -45,4 +47,52 @@ class Evict {
   }
 }
 
-await play({ evict: (directory) => new Evict(directory) });
+// Looks up the entry of one resource after the other, as one of several processes or alone.
+class Info {
+  static entries = 500;
+  static millisecondsTogether = 500;
+
+  static async make(directory, runs) {
+    const peer = new Info();
+    peer.cache = directory + "/cache";
+    peer.run = runs;
+    await peer.fill(directory);
+    return peer;
+  }
+
+  // Once, by the first of the processes.
+  async fill(directory) {
+    const done = directory + "/filled";
+    try {
+      mkdirSync(directory + "/filling");
+    } catch {
+      while (!existsSync(done)) await setTimeout(10);
+      return;
+    }
+    for (let i = 0; i < Info.entries; ++i)
+      await cacache.put(this.cache, Info.key(i), `content ${i}`);
+    writeFileSync(done, "");
+  }
+
+  static key(i) {
+    return `share:/data/runs/sample-${i % Info.entries}.raw`;
+  }
+
+  async alone() {
+    for (let i = 0; i < Info.entries; ++i) await cacache.get.info(this.cache, Info.key(i));
+    return Info.entries;
+  }
+
+  async together() {
+    const end = Date.now() + Info.millisecondsTogether;
+    let done = 0;
+    while (Date.now() < end) await cacache.get.info(this.cache, Info.key(done++));
+    return done;
+  }
+}
+
+await play({
+  evict: (directory) => new Evict(directory),
+  info: (directory) => Info.make(directory, Info.prototype.alone),
+  infoTogether: (directory) => Info.make(directory, Info.prototype.together),
+});

@@ -50,4 +50,22 @@ class Evict(Peer):
         return 1
 
 
-play({"addfile": AddFile, "evict": Evict})
+class Open(Peer):
+    """Opens and closes a cache with many keys."""
+
+    keys = 100_000
+    operations = 50
+
+    def __init__(self, directory: Path):
+        super().__init__(directory)
+        with Cache(directory / "cache") as cache, cache.transact():
+            for number in range(self.keys):
+                cache[f"share:/data/runs/sample-{number}.raw"] = number
+
+    def run(self) -> int:
+        for _ in range(self.operations):
+            Cache(self.directory / "cache").close()
+        return self.operations
+
+
+play({"addfile": AddFile, "evict": Evict, "open": Open})

@@ -1,15 +1,15 @@
 #include "HoldWatch.h"
 
+#include "SemaphoreCalls.h"
+
 #include <utility>
 
 #include <ctime>
-#include <sys/sem.h>
 
 namespace zel::bench {
 
 namespace {
 
-bool isWatching = false;
 std::vector<Hold> holds;
 Hold begin;
 
@@ -25,8 +25,12 @@ Hold now()
     return { secondsOf(CLOCK_MONOTONIC), secondsOf(CLOCK_THREAD_CPUTIME_ID) };
 }
 
-void noteEnd()
+void note(bool isTaken)
 {
+    if (isTaken) {
+        begin = now();
+        return;
+    }
     const Hold end = now();
     holds.push_back({ end.seconds - begin.seconds, end.cpu - begin.cpu });
 }
@@ -36,26 +40,13 @@ void noteEnd()
 void startWatchingHolds()
 {
     holds.clear();
-    isWatching = true;
+    listenToSemaphores(note);
 }
 
 std::vector<Hold> stopWatchingHolds()
 {
-    isWatching = false;
+    listenToSemaphores(nullptr);
     return std::exchange(holds, {});
 }
 
 } // namespace zel::bench
-
-extern "C" __attribute__((visibility("default"))) int semop(int set, sembuf *operations,
-                                                            size_t count)
-{
-    using namespace zel::bench;
-    const bool isTaken = operations->sem_op < 0;
-    if (isWatching && !isTaken)
-        noteEnd();
-    const int outcome = semtimedop(set, operations, count, nullptr);
-    if (isWatching && isTaken)
-        begin = now();
-    return outcome;
-}

@@ -2,9 +2,9 @@
 
 from driver.rows import Row
 
-from . import adding, counting, evicting, listing, locks, starting, transfers
+from . import adding, bookkeeping, counting, evicting, listing, locks, starting, transfers
 
-SUBJECTS = [locks, adding, counting, evicting, starting, transfers, listing]
+SUBJECTS = [locks, bookkeeping, adding, counting, evicting, starting, transfers, listing]
 
 
 def all_rows() -> list[Row]:
