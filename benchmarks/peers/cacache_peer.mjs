@@ -1,6 +1,7 @@
 // What cacache does instead.
 
 import { existsSync, mkdirSync, writeFileSync } from "node:fs";
+import { readFile } from "node:fs/promises";
 import { createRequire } from "node:module";
 import { setTimeout } from "node:timers/promises";
 import { play, settle } from "./protocol.mjs";
@@ -91,7 +92,40 @@ class Info {
   }
 }
 
+// Puts files into the cache, as many at once as we have tasks. It does not wait for the disk.
+class Put {
+  static files = 1000;
+  static atOnce = 6;
+
+  constructor(directory) {
+    this.directory = directory;
+    this.round = 0;
+  }
+
+  prepare() {
+    this.source = `${this.directory}/source-${this.round++}`;
+    mkdirSync(this.source);
+    for (let i = 0; i < Put.files; ++i)
+      writeFileSync(`${this.source}/${i}.raw`, Buffer.alloc(4096, `${this.round} ${i} `));
+    settle(this.directory);
+  }
+
+  async run() {
+    let next = 0;
+    const worker = async () => {
+      for (let i = next++; i < Put.files; i = next++) await this.put(`${this.source}/${i}.raw`);
+    };
+    await Promise.all(Array.from({ length: Put.atOnce }, worker));
+    return Put.files;
+  }
+
+  async put(path) {
+    await cacache.put(this.directory + "/cache", `share:${path}`, await readFile(path));
+  }
+}
+
 await play({
+  put: (directory) => new Put(directory),
   evict: (directory) => new Evict(directory),
   info: (directory) => Info.make(directory, Info.prototype.alone),
   infoTogether: (directory) => Info.make(directory, Info.prototype.together),

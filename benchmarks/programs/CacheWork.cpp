@@ -1,5 +1,6 @@
 #include "CacheWork.h"
 
+#include "Disk.h"
 #include "FilledCache.h"
 #include "OpenCache.h"
 
@@ -33,7 +34,11 @@ public:
 
     /// The journal begins anew, as that of the floor does: else the syncs of copying it back would
     /// meet the one more often than the other.
-    void prepare() override { emptyJournal(databaseOf(directory + u"/cache"_s)); }
+    void prepare() override
+    {
+        emptyJournal(databaseOf(directory + u"/cache"_s));
+        settle(directory);
+    }
 
     int run() override
     {
@@ -112,6 +117,7 @@ public:
         QDir().mkpath(place);
         QFile::copy(databaseOf(directory + u"/filled"_s), databaseOf(place));
         replay.emplace(databaseOf(place), settings);
+        settle(directory);
     }
 
     int run() override

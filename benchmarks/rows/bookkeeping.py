@@ -51,6 +51,16 @@ ROWS = [
         [Goal("seconds", 1.2, "floor"), Goal("seconds", 0.2, "default")],
     ),
     Row(
+        "many",
+        "retrieve one of 1,000 resources of 4 KiB",
+        {
+            "ours": program("many/ours"),
+            "floor": program("many/floor"),
+            "cacache": node_peer("cacache", "put"),
+        },
+        [Goal("seconds", 1.25, "floor"), Goal("seconds", 1.5, "cacache")],
+    ),
+    Row(
         "open",
         "open and close a cache of 100,000 resources",
         {
