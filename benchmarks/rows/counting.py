@@ -24,11 +24,13 @@ ROWS = [
             {"ours": program("size/ours"), "floor": du_of_source},
         ),
         [Goal("seconds", 1.25, "floor")],
+        rounds=11,
     ),
     Row(
         "scan",
         "scan of 10,000 unchanged resources",
         {"ours": program("scan/ours"), "floor": du_of_ours},
         [Goal("seconds", 1.5, "floor")],
+        rounds=11,
     ),
 ]
