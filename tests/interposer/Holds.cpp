@@ -33,7 +33,7 @@ using zel::test::original;
 
 extern "C" {
 
-ZEL_VISIBLE int semop(int set, sembuf *operations, size_t count)
+ZEL_VISIBLE int semop(int set, sembuf *operations, size_t count) noexcept
 {
     static const auto next = original<int (*)(int, sembuf *, size_t)>("semop");
     const int outcome = next(set, operations, count);
