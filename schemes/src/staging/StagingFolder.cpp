@@ -88,7 +88,10 @@ void removeIfUnused(const QString &folder)
         if (record.hasValue() && record.value().isBeingWritten())
             return;
     }
-    ZEL_DROP(remove(folder)); // the next fetch tries again
+    const Error error = remove(folder);
+    // Its own fetch may have ended it in the meantime, as happens all the time when many run.
+    if (QFileInfo::exists(folder))
+        ZEL_DROP(error); // the next fetch tries again
 }
 
 Error remove(const QString &folder)

@@ -1,5 +1,6 @@
 #include "StagingFixture.h"
 
+#include "LogCapture.h"
 #include "staging/StagingCleaner.h"
 
 using namespace zel;
@@ -42,6 +43,14 @@ TEST_F(StagingCleanerTest, removeStale_resourceIsReady_goes)
     ready << u"share:/a"_s;
     clean();
     EXPECT_TRUE(places().isEmpty());
+}
+
+TEST_F(StagingCleanerTest, removeIfUnused_placeHasGoneMeanwhile_isNothingToTellOf)
+{
+    const LogCapture log;
+    StagingFolder::removeIfUnused(places().first() + u"-gone"_s);
+    EXPECT_TRUE(log.texts(QtWarningMsg).isEmpty());
+    EXPECT_EQ(places().size(), 1);
 }
 
 TEST_F(StagingCleanerTest, removeStale_lockedByThisProcess_stays)
