@@ -1,13 +1,28 @@
 #include "BlockingWait.h"
 #include "ResourceCache.h"
-#include "ResourceHandlerUtils.h"
 #include "ResourceManager_p.h"
 #include "errors/Propagate.h"
 #include "references/ResourceReferenceUtils.h"
 
+#include <QSet>
+
 #include <algorithm>
+#include <utility>
 
 namespace zel {
+
+namespace {
+
+/// Equal for handlers of equal references, as ResourceReference compares them.
+std::pair<int, QString> identityOf(const ResourceHandler *handler)
+{
+    if (!handler)
+        return {};
+    const auto reference = handler->reference();
+    return { int(reference->scheme()), reference->referenceText(false) };
+}
+
+} // namespace
 
 ResourceManager::Private::TaskResult ResourceManager::Private::retrieveAsync(
     ResourceHandler *handler)
@@ -71,13 +86,19 @@ Result<ResourceManager::Private::RawHandlers> ResourceManager::Private::missingO
     const RawHandlers &handlers)
 {
     RawHandlers missing;
+    // As ResourceHandlerUtils::contains() would tell, but without comparing each with each: that
+    // would be most of the work for a thousand small resources.
+    QSet<std::pair<int, QString>> known;
     for (ResourceHandler *handler : handlers) {
-        if (ResourceHandlerUtils::contains(missing, handler))
+        const auto key = identityOf(handler);
+        if (known.contains(key))
             continue;
         // Only a probe of whether there is work: people are asked before any task is kept.
         ZEL_TRY_LET(const auto probe, retrieveAsync(handler));
-        if (probe)
+        if (probe) {
             missing.append(handler);
+            known.insert(key);
+        }
     }
     return missing;
 }

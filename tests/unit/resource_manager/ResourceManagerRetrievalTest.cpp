@@ -245,6 +245,21 @@ TEST_F(ResourceManagerRetrievalTest, retrieveList_empty_isANullGroupAndASuccess)
     EXPECT_TRUE(prompting.questions.isEmpty());
 }
 
+TEST_F(ResourceManagerRetrievalTest, retrieveList_tenTimesAsLong_looksNoMoreAtEachReference)
+{
+    const auto keyFormsFor = [this](const QString &name, int count) {
+        Handlers handlers;
+        for (int i = 0; i < count; ++i)
+            handlers.append(handler(name + QString::number(i)));
+        const int before = TestReference::keyFormsMade();
+        EXPECT_TRUE(succeeds(ResourceManager::retrieve(handlers)));
+        return TestReference::keyFormsMade() - before;
+    };
+    const int few = keyFormsFor(u"a"_s, 10);
+    EXPECT_GT(few, 0);
+    EXPECT_LT(keyFormsFor(u"b"_s, 100), 15 * few); // to compare each with each: nearly 50 times
+}
+
 TEST_F(ResourceManagerRetrievalTest, retrieveList_handlerTwice_getsOneSubtask)
 {
     const Handlers handlers { handler(u"a"_s), handler(u"b"_s), handler(u"a"_s) };

@@ -2,9 +2,22 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+
 namespace zel::test {
 
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+std::atomic<int> keyForms = 0;
+
+} // namespace
+
+int TestReference::keyFormsMade()
+{
+    return keyForms;
+}
 
 TestReference::TestReference(Scheme scheme, const QString &prefix, const QString &name)
     : ResourceReference(scheme)
@@ -15,6 +28,7 @@ TestReference::TestReference(Scheme scheme, const QString &prefix, const QString
 
 QString TestReference::referenceText(bool forDisplay) const
 {
+    keyForms += !forDisplay;
     return forDisplay ? u"the resource "_s + name_ : prefix + u':' + name_;
 }
 

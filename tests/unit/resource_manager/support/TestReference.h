@@ -13,6 +13,9 @@ public:
 
     QString name() const { return name_; }
 
+    /// How often a key form was made, of whatever reference.
+    static int keyFormsMade();
+
     QString referenceText(bool forDisplay) const override;
     std::optional<QString> referencePath() const override;
     std::optional<QString> referenceFullPath() const override;
