@@ -40,8 +40,10 @@ ResourceCache::Private::Private(ResourceCache *owner, std::unique_ptr<ResourceCa
     pingGate->owner = this;
     pingTimer->setInterval(pingPeriod);
     const auto ping = [gate = pingGate] {
-        const std::lock_guard lock(gate->mutex);
-        if (gate->owner)
+        // Not at all costs: this thread may hold the semaphore, for which a ping waits behind the
+        // gate. Who has the gate now is starting, stopping or ending the pings.
+        const std::unique_lock lock(gate->mutex, std::try_to_lock);
+        if (lock.owns_lock() && gate->owner)
             gate->owner->pingDatabase();
     };
     QObject::connect(pingTimer.get(), &QTimer::timeout, pingTimer.get(), ping,

@@ -164,7 +164,7 @@ void nameReader(Surface &surface)
 {
     using Reader = ResourceCacheReader;
     surface.constructor<Reader, const QString &>();
-    surface.member<Result<Reader::Snapshot>() const>(&Reader::read);
+    surface.member<Result<Reader::Snapshot>(Reader::Details) const>(&Reader::read);
     surface.member<QList<Reader::Resource>>(&Reader::Snapshot::resources);
     surface.member<QList<Reader::Usage>>(&Reader::Snapshot::usages);
     surface.member<QList<Reader::AcquiringTask>>(&Reader::Snapshot::acquiringTasks);

@@ -13,6 +13,14 @@ void Mutex::lock()
     LockOrder::afterTake(this, kind);
 }
 
+bool Mutex::try_lock()
+{
+    const bool isTaken = mutex.try_lock();
+    if (isTaken)
+        LockOrder::afterTake(this, kind);
+    return isTaken;
+}
+
 void Mutex::unlock()
 {
     LockOrder::beforeGivingBack(this);

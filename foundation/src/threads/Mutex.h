@@ -25,6 +25,8 @@ public:
     Mutex &operator=(const Mutex &) = delete;
 
     void lock();
+    /// Never waits, and so may be called in any order with other locks.
+    bool try_lock();
     void unlock();
 
 private:

@@ -129,6 +129,16 @@ TEST_F(LockOrderTest, take_sameOrderAgain_goesOn)
     takeBothInOrder(spoons, knives);
 }
 
+TEST_F(LockOrderTest, tryTake_otherWayRoundThanATakeThatWaits_goesOnAndIsLookedAtFromThen)
+{
+    takeBothInOrder(spoons, forks);
+    const std::lock_guard first(forks);
+    ASSERT_TRUE(spoons.try_lock());
+    EXPECT_EXIT(takeSecond(spoons), testing::KilledBySignal(SIGABRT),
+                HasSubstr("holds the spoons and takes it once more"));
+    spoons.unlock();
+}
+
 TEST_F(LockOrderTest, take_givenBackBefore_isNoOrder)
 {
     for (Mutex *mutex : { &spoons, &forks, &spoons })
