@@ -110,10 +110,12 @@ Error FileSync::renameDurably(const QString &from, const QString &to)
     const QByteArray source = QFile::encodeName(from);
     const QByteArray target = QFile::encodeName(to);
     int error = ::rename(source.constData(), target.constData()) == 0 ? 0 : errno;
+    const QByteArray targetFolder = splitPath(target).first;
+    const QByteArray sourceFolder = splitPath(source).first;
     if (error == 0)
-        error = syncFolderAt(splitPath(target).first);
-    if (error == 0)
-        error = syncFolderAt(splitPath(source).first);
+        error = syncFolderAt(targetFolder);
+    if (error == 0 && sourceFolder != targetFolder)
+        error = syncFolderAt(sourceFolder);
     if (error != 0) {
         return ZEL_ERROR(
             ErrorCode::OperationFailed,
