@@ -28,11 +28,14 @@ Table &table()
 /// The entry that was asked for last: mostly it is the next one, too, as a program has one cache.
 std::atomic<RegisteredSemaphore *> latest = nullptr;
 
-/// By bytes: the look-up by text would take half as long as the semaphore itself.
+/// By bytes: the look-up by text would take half as long as the semaphore itself. By views: a text
+/// of the program itself moves when it is asked for its UTF-16, and another thread may read it.
 bool isOf(const RegisteredSemaphore *entry, const QString &key)
 {
-    return entry && entry->key.size() == key.size()
-        && std::equal(key.utf16(), key.utf16() + key.size(), entry->key.utf16());
+    if (!entry)
+        return false;
+    const QStringView own(entry->key);
+    return own.size() == key.size() && std::equal(own.begin(), own.end(), key.cbegin());
 }
 
 RegisteredSemaphore *entryOf(Table &semaphores, const QString &key)

@@ -244,6 +244,15 @@ TEST_F(SemaphoreLockerTest, find_severalKeys_eachHasItsOwnEntry)
     }
 }
 
+TEST_F(SemaphoreLockerTest, find_keyIsATextOfTheProgram_leavesItWhereOthersReadIt)
+{
+    const RegisteredSemaphore *entry = SemaphoreRegistry::keep(u"zel::ResourceCache"_s);
+    const QChar *place = entry->key.constData();
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(SemaphoreRegistry::find(u"zel::ResourceCache"_s), entry);
+    EXPECT_EQ(entry->key.constData(), place);
+}
+
 TEST_F(SemaphoreLockerTest, isHeldByThisThread_holderAndOthers_tellsThemApart)
 {
     EXPECT_FALSE(SemaphoreLocker::isHeldByThisThread(*semaphore));
