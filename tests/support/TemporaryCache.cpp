@@ -16,11 +16,13 @@ TemporaryCache::TemporaryCache()
 {
     EXPECT_TRUE(directory.isValid()) << qPrintable(directory.errorString());
     EXPECT_TRUE(QDir(directory.path()).mkdir(u"base"_s));
+    baseDirs.append(baseDir());
 }
 
 TemporaryCache::~TemporaryCache()
 {
-    removeSystemSemaphore(semaphoreKey(baseDir()));
+    for (const QString &baseDir : baseDirs)
+        removeSystemSemaphore(semaphoreKey(baseDir));
 }
 
 QString TemporaryCache::baseDir() const
@@ -41,6 +43,12 @@ QString TemporaryCache::databasePath() const
 QString TemporaryCache::outside(const QString &name) const
 {
     return directory.filePath(name);
+}
+
+QString TemporaryCache::addBaseDir(const QString &name)
+{
+    baseDirs.append(outside(name));
+    return outside(name);
 }
 
 QString TemporaryCache::semaphoreKey(const QString &baseDir)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 #include <QTemporaryDir>
 
 namespace zel::test {
@@ -21,11 +22,15 @@ public:
     QString databasePath() const;
     /// A path below the temporary directory but beside the cache.
     QString outside(const QString &name) const;
+    /// A base directory for one more cache, beside this one, whose semaphore goes with the object
+    /// as well.
+    QString addBaseDir(const QString &name);
     /// The semaphore's key for a base directory spelled like this.
     static QString semaphoreKey(const QString &baseDir);
 
 private:
     QTemporaryDir directory;
+    QStringList baseDirs; // all that have a semaphore
 };
 
 /// Removes the System V semaphore of a key from the machine.

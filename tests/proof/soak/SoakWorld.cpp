@@ -59,6 +59,7 @@ void addFolder(const QString &path)
 } // namespace
 
 SoakWorld::SoakWorld()
+    : otherBaseDir(cache.addBaseDir(u"other"_s))
 {
     QLoggingCategory::setFilterRules(u"zel.*=false"_s);
     static const bool isRegistered = (registerScriptedScheme(), true);
@@ -323,7 +324,7 @@ void SoakWorld::moveAndReturn()
     ResourceManagerSettings elsewhere;
     elsewhere.sizes = sizes;
     ResourceManagerSettings here = elsewhere;
-    elsewhere.cachePath.setBaseDirPath(cache.outside(u"other"_s));
+    elsewhere.cachePath.setBaseDirPath(otherBaseDir);
     here.cachePath = mainPath();
     ASSERT_TRUE(succeeds(ResourceManager::updateSettings(elsewhere)));
     fetchOnce(oneOf(u"test:brief%1"_s, names));

@@ -62,6 +62,7 @@ private:
     void lookAtRows();
     void maintain();
 
+    const QString otherBaseDir; ///< of the cache to move to
     int rounds = 0;
     std::unique_ptr<NginxServer> server;
 };
