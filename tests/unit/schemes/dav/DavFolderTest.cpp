@@ -44,6 +44,11 @@ protected:
                             + "\r\n0\r\n\r\n");
         };
     }
+    void giveUpSoon()
+    {
+        settings.giveUpSoon();
+        ASSERT_EQ(registerDavScheme(settings), Error());
+    }
     static QString folderOn(const ScriptedServer &server)
     {
         return server.url(u"run.d"_s).replace(u"http"_s, u"dav"_s);
@@ -242,12 +247,30 @@ TEST_F(DavFolderTest, retrieve_fileStalls_isGivenUpAndPublishesNothing)
         connection.send("HTTP/1.1 200 OK\r\nContent-Length: 3\r\nETag: \"e\"\r\n\r\nx");
         connection.stall();
     }));
+    giveUpSoon();
     const QString url = folderOn(server);
     const Error error = handler(url)->retrieve();
     EXPECT_EQ(error.errorCode(), ErrorCode::OperationFailed);
     EXPECT_TRUE(error.errorMessage().endsWith(u"the server has stopped sending"_s))
         << qPrintable(error.errorMessage());
     expectNothingPublished(url);
+}
+
+TEST_F(DavFolderTest, retrieve_eachFileStallsOnce_isTheSameTree)
+{
+    std::atomic<int> stalls = 0;
+    const QByteArray listed
+        = DavAnswers::file("/run.d/a", 1, "\"e\"") + DavAnswers::file("/run.d/b", 1, "\"e\"");
+    ScriptedServer server(oneFile(listed, [&](auto &connection) {
+        if (stalls++ < 2)
+            return connection.stall();
+        connection.send(ScriptedServer::answer("200 OK", "ETag: \"e\"\r\n", "x"));
+    }));
+    settings.retries = 2;
+    giveUpSoon();
+    const Tree whole { { u"a"_s, "x" }, { u"b"_s, "x" } };
+    EXPECT_EQ(treeAt(retrieve(folderOn(server))), whole);
+    EXPECT_GT(stalls, 2);
 }
 
 TEST_F(DavFolderTest, retrieve_fileLiesOnAnotherHost_passwordIsNotSentThere)

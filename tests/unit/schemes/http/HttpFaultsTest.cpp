@@ -111,6 +111,7 @@ TEST_F(HttpFaults, sendsMoreThanTheRest_isIntegrityFailure)
 
 TEST_F(HttpFaults, stalls_isBrokenOffAndGoesOn)
 {
+    settings.giveUpSoon();
     std::atomic<int> asked = 0;
     ScriptedServer server([&asked](const auto &request, auto &connection) {
         if (asked++ > 0)
@@ -126,6 +127,7 @@ TEST_F(HttpFaults, stalls_isBrokenOffAndGoesOn)
 TEST_F(HttpFaults, neverAnswers_failsAfterAllTries)
 {
     settings.retries = 1;
+    settings.giveUpSoon();
     ScriptedServer server([](const auto &, auto &connection) { connection.stall(); });
     const Error error = download(server, &sink, settings);
     EXPECT_EQ(error.errorCode(), ErrorCode::OperationFailed);
@@ -136,7 +138,7 @@ TEST_F(HttpFaults, neverAnswers_failsAfterAllTries)
 TEST_F(HttpFaults, slowButSteady_isNoStall)
 {
     settings.stallBytes = 1;
-    settings.stallTime = std::chrono::milliseconds(400);
+    settings.stallTime = std::chrono::milliseconds(900);
     ScriptedServer server([](const auto &, auto &connection) {
         connection.send("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\n");
         for (const char byte : content) {
@@ -465,7 +467,6 @@ std::chrono::milliseconds timeToCancel(const ScriptedServer &server, const HttpS
 
 TEST_F(HttpFaults, cancel_whileServerIsSilent_isSeenSoon)
 {
-    settings.stallTime = std::chrono::minutes(1);
     ScriptedServer server([](const auto &, auto &connection) { connection.stall(); });
     EXPECT_LT(timeToCancel(server, settings), cancelLimit);
 }

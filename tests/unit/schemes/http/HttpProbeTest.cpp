@@ -80,9 +80,7 @@ TEST(HttpProbe, probe_headRefusedAndRangeIgnored_doesNotReadTheBody)
             connection.send("HTTP/1.1 200 OK\r\nContent-Length: 80000000000\r\n\r\nsome");
         connection.stall();
     });
-    HttpSettings settings = QuickSettings();
-    settings.stallTime = std::chrono::seconds(20);
-    const HttpProbe probe = probed(server.url(), settings);
+    const HttpProbe probe = probed(server.url());
     EXPECT_TRUE(probe.exists);
     EXPECT_EQ(probe.state.size, 80'000'000'000);
 }

@@ -108,7 +108,6 @@ TEST_F(HttpTasksTest, exists_serverInTrouble_isAFailure)
 
 TEST_F(HttpTasksTest, exists_canceledWhileWaiting_endsSoon)
 {
-    settings.stallTime = std::chrono::minutes(1);
     ScriptedServer server([](const auto &, auto &connection) { connection.stall(); });
     const auto task = HttpTasks::exists(referenceOf(server.url(u"a"_s)), settings);
     task->exec();
@@ -230,7 +229,6 @@ TEST_F(HttpTasksTest, retrieve_rightChecksum_isFetched)
 
 TEST_F(HttpTasksTest, retrieve_running_nobodySeesAPartOfIt)
 {
-    settings.stallTime = std::chrono::minutes(1);
     ScriptedServer server([](const auto &, auto &connection) {
         connection.send(cutAnswer());
         connection.stall();
@@ -265,7 +263,6 @@ TEST_F(HttpTasksTest, retrieve_moreThanTheVolumeHolds_failsBeforeTheFirstByte)
         connection.send("HTTP/1.1 200 OK\r\nContent-Length: 1000000000000000000\r\n\r\nx");
         connection.stall();
     });
-    settings.stallTime = std::chrono::minutes(1);
     EXPECT_EQ(int(retrieve(server.url(u"a.raw"_s)).errorCode()), SchemeErrors::noSpace);
     EXPECT_FALSE(QFileInfo::exists(expectedPath()));
 }

@@ -61,8 +61,12 @@ QuickSettings::QuickSettings()
     wait = [list = waits](std::chrono::milliseconds time) {
         list->push_back(time);
     };
-    stallTime = std::chrono::milliseconds(300);
     netrcFile = QString();
+}
+
+void QuickSettings::giveUpSoon()
+{
+    stallTime = std::chrono::milliseconds(300);
 }
 
 HttpTarget targetOf(const QString &url)

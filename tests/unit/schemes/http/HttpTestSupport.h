@@ -36,11 +36,15 @@ private:
     QString keptState;
 };
 
-/// Settings with which faults take no time: waits are noted instead.
+/// Settings with which waits between tries take no time: they are noted instead.
 class QuickSettings : public HttpSettings
 {
 public:
     QuickSettings();
+
+    /// For servers that fall silent on purpose. Any other may be held up on a busy machine, and is
+    /// waited for as patiently as by those who use the library.
+    void giveUpSoon();
 
     std::shared_ptr<std::vector<std::chrono::milliseconds>> waits;
 };

@@ -132,6 +132,8 @@ TEST_F(ListFaultsTest, retrieve_serverFallsSilent_isGivenUp)
         connection.send("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n[");
         connection.stall();
     });
+    settings.giveUpSoon();
+    ASSERT_EQ(registerListScheme(settings), Error());
     const Error error = errorOf(listAt(server.url(u"d/"_s)));
     EXPECT_EQ(error.errorCode(), ErrorCode::OperationFailed);
     EXPECT_TRUE(error.errorMessage().endsWith(u"the server has stopped sending"_s))
