@@ -20,10 +20,18 @@ namespace {
 constexpr QLatin1StringView keptInPath("/!$&'()*+,;=:@");
 constexpr QLatin1StringView keptInQuery("/!$&'()*+,;=:@?");
 
+bool hasDotSegments(QStringView path)
+{
+    const auto beginsSegment = [](QChar first, QChar second) {
+        return first == u'/' && second == u'.';
+    };
+    return std::adjacent_find(path.begin(), path.end(), beginsSegment) != path.end();
+}
+
 /// "." and ".." resolved as browsers and servers do; nothing lies above the root.
 QString withoutDotSegments(const QString &path)
 {
-    if (path.startsWith(u'/') && !QStringView(path).contains(u"/."))
+    if (path.startsWith(u'/') && !hasDotSegments(path))
         return path;
     QStringList segments;
     const QStringList given = path.split(u'/');
