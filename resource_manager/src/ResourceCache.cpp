@@ -266,7 +266,11 @@ Result<std::unique_ptr<Task>> ResourceCache::Private::purgeOutdatedResourcesTask
         return std::unique_ptr<Task>();
 
     std::unique_ptr<Task> purge = std::make_unique<TaskWithSemaphore>(std::move(locker));
-    purge->setFunction([this, outdated](Task *task) { return deleteResources(outdated, task); });
+    const std::weak_ptr<const bool> itsOpening = opening;
+    purge->setFunction([this, outdated, itsOpening](Task *task) {
+        // In the place where the cache is by now, other copies stand under these references.
+        return itsOpening.expired() ? Error(ErrorCode::Canceled) : deleteResources(outdated, task);
+    });
     return purge;
 }
 

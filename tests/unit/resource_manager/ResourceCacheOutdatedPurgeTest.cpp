@@ -4,6 +4,7 @@
 #include "WaitUntil.h"
 #include "WalFile.h"
 #include "support/TestReference.h"
+#include "threads/LockOrder.h"
 
 #include <QEventLoop>
 #include <QThread>
@@ -144,6 +145,30 @@ TEST_F(ResourceCacheOutdatedPurgeTest,
     EXPECT_TRUE(cache.readStatus(u"test:a"_s).hasValue());
     EXPECT_EQ(database().column(u"SELECT status FROM CachedResources ORDER BY status"_s),
               (QStringList { u"Missing"_s, u"Ready"_s }));
+}
+
+TEST_F(ResourceCacheOutdatedPurgeTest,
+       purgeOutdatedResourcesTask_cacheMovedBeforeItsRun_leavesTheOtherCacheAlone)
+{
+    if constexpr (LockOrder::isChecked())
+        GTEST_SKIP() << "A debug build ends at the move: two programs that do so can deadlock.";
+    addVersion(u"test:a"_s, u"s/1/f"_s, QVersionNumber(1));
+    auto task = cache.purgeOutdatedResourcesTask();
+    ASSERT_TRUE(task.hasValue() && task.value());
+
+    const TemporaryCache other;
+    ASSERT_FALSE(cache.open(pathOf(other.baseDir()), {}).hasError());
+    const QString itsData = other.baseDir() + u"/Cache/s/2/f"_s;
+    ASSERT_TRUE(QDir().mkpath(itsData));
+    ASSERT_FALSE(cache.add(u"test:a"_s, ResourceCleanupPolicy::OnDemand).hasError());
+    ASSERT_FALSE(cache.saveLocalPath(u"test:a"_s, itsData, 10).hasError());
+    ASSERT_FALSE(cache.saveStatus(u"test:a"_s, ResourceStatus::Ready).hasError());
+    task.value()->exec();
+    EXPECT_EQ(task.value()->error().errorCode(), ErrorCode::Canceled);
+    EXPECT_EQ(cache.readStatus(u"test:a"_s).value(), ResourceStatus::Ready);
+    EXPECT_TRUE(QFileInfo::exists(itsData));
+    EXPECT_TRUE(isOnDisk(u"s/1/f"_s));
+    cache.close(); // before its directory goes
 }
 
 TEST_F(ResourceCacheOutdatedPurgeTest,
