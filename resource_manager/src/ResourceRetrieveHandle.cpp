@@ -62,6 +62,7 @@ Error ResourceRetrieveHandle::addRow()
     const auto lock = cache->d->hold();
     Error error;
     ZEL_TRY(error, checkPlace());
+    cache->d->taskRows.insert(reference, this); // forgotten if the cache was opened meanwhile
     ZEL_TRY(error, cache->d->addRetrievingTask(reference));
     taskAdded = true;
     opening = cache->d->opening;

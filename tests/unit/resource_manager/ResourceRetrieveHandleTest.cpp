@@ -429,6 +429,29 @@ TEST_F(ResourceRetrieveHandleTest, tryStartRetrieve_cacheReopenedMeanwhile_hasAR
     EXPECT_EQ(taskRows(), 1);
 }
 
+TEST_F(ResourceRetrieveHandleTest, addTask_cacheIsOpenedWhileItWaits_keepsItsRowFromOthers)
+{
+    const auto coming = handleOf(cache);
+    const auto going = handleOf(cache);
+    cache.close();
+    openCache(); // the first opening has counted all sizes: the next one waits but once
+    cache.close();
+
+    const QString key = TemporaryCache::semaphoreKey(directory.baseDir());
+    QSystemSemaphore semaphore(key, 1, QSystemSemaphore::Open);
+    auto holder = std::make_unique<SemaphoreLocker>(&semaphore, 1);
+    WaitingThread first([this] { EXPECT_FALSE(cache.open(cachePath(), {}).hasError()); });
+    ASSERT_TRUE(first.isWaiting());
+    WaitingThread second([&coming] { EXPECT_FALSE(coming->addTaskToDatabase().hasError()); });
+    ASSERT_TRUE(second.isWaiting());
+    holder.reset(); // they are served in the order in which they came
+    first.join();
+    second.join();
+
+    ASSERT_FALSE(going->removeTaskFromDatabase().hasError());
+    EXPECT_EQ(taskRows(), 1);
+}
+
 TEST_F(ResourceRetrieveHandleTest, destroy_afterItsCache_isHarmless)
 {
     auto mortal = otherClient();
