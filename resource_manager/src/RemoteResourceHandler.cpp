@@ -24,7 +24,7 @@ public:
             const QSharedPointer<ResourceReference> &reference);
 
     void use();
-    void useAgain();
+    void useIfUnmarked();
     PathImpl<PathType::Unknown> localPath() const;
     std::optional<std::unique_ptr<Task>> retrieveTask();
     Error copyToLocalPath(const QString &source) const;
@@ -56,11 +56,13 @@ void RemoteResourceHandler::Private::use()
         ZEL_DROP(handle.error()); // Unmarked it still works; the resource may be purged under it.
 }
 
-/// Who asks for the resource after the cache was opened anew gets this same handler if somebody,
-/// such as a fetch, has kept it alive. It has to keep the data as a new one would.
-void RemoteResourceHandler::Private::useAgain()
+/// Who asks for the resource after the cache was opened, for the first time or anew, gets this same
+/// handler if somebody, such as a fetch, has kept it alive. It has to keep the data as a new one
+/// would.
+void RemoteResourceHandler::Private::useIfUnmarked()
 {
-    if (inUseHandle && !inUseHandle->isInForce() && cache->isOpen())
+    const bool isMarked = inUseHandle && inUseHandle->isInForce();
+    if (!isMarked && cache->isOpen())
         use();
 }
 
@@ -145,7 +147,7 @@ Error RemoteResourceHandler::setCleanupPolicy(const ResourceCleanupPolicy &polic
 
 bool RemoteResourceHandler::isAvailableLocally() const
 {
-    d->useAgain();
+    d->useIfUnmarked();
     const auto status = d->cache->readStatus(d->referenceKey);
     if (!status.hasValue()) {
         // What the cache cannot vouch for counts as not here.

@@ -67,6 +67,18 @@ TEST_F(RemoteResourceHandlerTest, constructor_closedCache_livesUnmarked)
     EXPECT_FALSE(remote.isAvailableLocally());
 }
 
+TEST_F(RemoteResourceHandlerTest, isAvailableLocally_cacheOpenedSinceTheConstructor_marksItAsUsed)
+{
+    ResourceCache &cache = *ResourceManager::cache();
+    cache.close();
+    const RemoteTestHandler remote(testReference(u"a"_s), &cache);
+    ASSERT_TRUE(succeeds(cache.open(ResourceManager::cachePath(), cache.sizes())));
+    EXPECT_EQ(database().count(u"ResourceUsages"_s), 0);
+
+    EXPECT_FALSE(remote.isAvailableLocally());
+    EXPECT_EQ(database().count(u"ResourceUsages"_s), 1);
+}
+
 TEST_F(RemoteResourceHandlerTest, cleanupPolicy_afterSetting_isStored)
 {
     const auto remote = handler(u"a"_s);
