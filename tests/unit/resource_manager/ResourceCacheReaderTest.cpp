@@ -4,7 +4,6 @@
 #include "CacheDatabase.h"
 #include "ResourceCacheDaoFixture.h"
 
-#include <QElapsedTimer>
 #include <QSystemSemaphore>
 
 using namespace zel;
@@ -49,17 +48,6 @@ protected:
     ~ResourceCacheReaderTest() override
     {
         QFile::setPermissions(cache.baseDir(), QFile::Permissions(0x7755));
-    }
-
-    void addHundredThousand()
-    {
-        database().run(
-            u"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 100000) "
-            "INSERT INTO CachedResources (reference, cachedPath, fileSize, status, cleanupPolicy, "
-            "lastAccessDateTime, lastStatusUpdateClientId, version) "
-            "SELECT 'https://data.example.org/projects/proteomics/2024/sample-' || i || '.raw', "
-            "'/home/user/.local/share/ResourceCache/Cache/http/0123456789abcdef0123456789abcdef/'"
-            " || i || '.raw', i, 'Ready', 'OnDemand', i, 1, '1.0' FROM n"_s);
     }
 
     QStringList filesBesideTheData() const { return QDir(cache.baseDir()).entryList(QDir::Files); }
@@ -395,20 +383,6 @@ TEST_F(ResourceCacheReaderTest, read_oneDetail_theOthersReadAsAbsent)
     }
 }
 
-TEST_F(ResourceCacheReaderTest, read_detailThatNobodyWants_isNotSelected)
-{
-    openDao();
-    insert(u"test:a"_s, ResourceStatus::Ready);
-    dao.close();
-    // What is not there cannot be selected.
-    for (const QString &column : { u"cleanupPolicy"_s, u"lastStatusUpdateClientId"_s })
-        database().run(u"ALTER TABLE CachedResources DROP COLUMN "_s + column);
-    const auto found = ResourceCacheReader(path()).read(ResourceCacheReader::Version);
-    ASSERT_TRUE(succeeded(found));
-    EXPECT_EQ(found.value().resources.size(), 1);
-    EXPECT_FALSE(read().hasValue());
-}
-
 TEST_F(ResourceCacheReaderTest, read_versionsInTurn_eachIsItsOwn)
 {
     openDao();
@@ -581,43 +555,4 @@ TEST_F(ResourceCacheReaderTest, readCondition_damages_areTold)
     ASSERT_TRUE(succeeded(condition));
     EXPECT_EQ(condition.value().metadataRows, 2);
     EXPECT_FALSE(condition.value().damages.isEmpty());
-}
-
-TEST_F(ResourceCacheReaderTest, read_hundredThousandRows_givesAllOfThem)
-{
-    openDao();
-    addHundredThousand();
-
-    QElapsedTimer clock;
-    clock.start();
-    const auto found = snapshot();
-    RecordProperty("milliseconds", static_cast<int>(clock.elapsed()));
-    ASSERT_EQ(found.resources.size(), 100'000);
-    EXPECT_EQ(found.resources.last().size, 100'000);
-}
-
-TEST_F(ResourceCacheReaderTest, readActivity_hundredThousandRows_countsThem)
-{
-    openDao();
-    addHundredThousand();
-    QElapsedTimer clock;
-    clock.start();
-    const auto found = activity();
-    RecordProperty("milliseconds", static_cast<int>(clock.elapsed()));
-    EXPECT_EQ(found.resourceCounts.value(ResourceStatus::Ready), 100'000);
-    EXPECT_EQ(found.currentSize, 100'000 * qint64(100'001) / 2);
-}
-
-TEST_F(ResourceCacheReaderTest, readRowsOf_hundredThousandRows_givesTheOne)
-{
-    openDao();
-    addHundredThousand();
-    QElapsedTimer clock;
-    clock.start();
-    const auto found = ResourceCacheReader(path()).readRowsOf(
-        { u"https://data.example.org/projects/proteomics/2024/sample-99999.raw"_s });
-    RecordProperty("milliseconds", static_cast<int>(clock.elapsed()));
-    ASSERT_TRUE(succeeded(found));
-    ASSERT_EQ(found.value().resources.size(), 1);
-    EXPECT_EQ(found.value().resources[0].size, 99'999);
 }
