@@ -40,11 +40,7 @@ ResourceCache::Private::Private(ResourceCache *owner, std::unique_ptr<ResourceCa
     pingGate->owner = this;
     pingTimer->setInterval(pingPeriod);
     const auto ping = [gate = pingGate] {
-        // Not at all costs: this thread may hold the semaphore, for which a ping waits behind the
-        // gate. Who has the gate now is starting, stopping or ending the pings.
-        const std::unique_lock lock(gate->mutex, std::try_to_lock);
-        if (lock.owns_lock() && gate->owner)
-            gate->owner->pingDatabase();
+        gate->pass([](Private *cache) { cache->pingDatabase(); });
     };
     QObject::connect(pingTimer.get(), &QTimer::timeout, pingTimer.get(), ping,
                      Qt::DirectConnection);
@@ -57,6 +53,15 @@ ResourceCache::Private::~Private()
     // After the semaphore is free again: a ping that waits for it holds the gate.
     const std::lock_guard lock(pingGate->mutex);
     pingGate->owner = nullptr;
+}
+
+void ResourceCache::Private::PingGate::pass(const std::function<void(Private *)> &work)
+{
+    // Whoever has the gate now ends the pings. He is not waited for: this thread may hold the
+    // semaphore, for which a ping waits behind the gate.
+    const std::unique_lock lock(mutex, std::try_to_lock);
+    if (lock.owns_lock() && owner)
+        work(owner);
 }
 
 void ResourceCache::Private::DeletionOnItsThread::operator()(QTimer *timer) const
@@ -183,9 +188,10 @@ void ResourceCache::Private::stopPing()
 void ResourceCache::Private::postPingRequest(int request, void (QTimer::*startOrStop)())
 {
     const auto act = [gate = pingGate, request, startOrStop] {
-        const std::lock_guard lock(gate->mutex);
-        if (gate->owner && gate->owner->pingRequest == request)
-            (gate->owner->pingTimer.get()->*startOrStop)();
+        gate->pass([&](Private *cache) {
+            if (cache->pingRequest == request)
+                (cache->pingTimer.get()->*startOrStop)();
+        });
     };
     QMetaObject::invokeMethod(pingTimer.get(), act, Qt::QueuedConnection);
 }

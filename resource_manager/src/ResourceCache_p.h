@@ -15,6 +15,7 @@
 #include <QTimer>
 
 #include <atomic>
+#include <functional>
 #include <map>
 
 namespace zel {
@@ -43,6 +44,8 @@ public:
         /// Held for as long as the object is in use there.
         Mutex mutex { "the gate of the pings of a cache" };
         Private *owner; ///< null once it is gone
+        /// On the timer's thread only. Does nothing if the object is gone, or going just then.
+        void pass(const std::function<void(Private *)> &work);
     };
     /// The event loop of the timer's thread would go on with a timer that another thread deleted.
     struct DeletionOnItsThread

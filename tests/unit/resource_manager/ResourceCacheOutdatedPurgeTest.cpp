@@ -7,10 +7,12 @@
 #include "threads/LockOrder.h"
 
 #include <QEventLoop>
+#include <QTest>
 #include <QThread>
 #include <QTimer>
 
 #include <atomic>
+#include <thread>
 
 using namespace zel;
 using namespace zel::test;
@@ -244,4 +246,19 @@ TEST_F(ResourceCacheOutdatedPurgeTest, ping_threadHoldsAnUnrunPurgeTask_skipsIts
     QEventLoop loop;
     QObject::connect(&probe, &QTimer::timeout, &loop, &QEventLoop::quit);
     loop.exec();
+}
+
+TEST_F(ResourceCacheOutdatedPurgeTest, setPingEnabled_elsewhereWhileAPurgeTaskIsUnrun_isNoDeadlock)
+{
+    addVersion(u"test:a"_s, u"s/1/f"_s, QVersionNumber(1));
+    database().run(u"UPDATE Clients SET lastPingTime = 0"_s);
+    ASSERT_TRUE(QTest::qWaitFor(
+        [this] { return database().value(u"SELECT lastPingTime FROM Clients"_s).toLongLong() > 0; },
+        15000));
+    const auto task = cache.purgeOutdatedResourcesTask();
+    ASSERT_TRUE(task.hasValue() && task.value());
+    std::thread([this] { cache.setPingEnabled(false); }).join();
+    QCoreApplication::processEvents(); // what the other thread has asked for is done here
+    task.value()->exec();
+    EXPECT_TRUE(task.value()->isSuccessful());
 }
