@@ -9,8 +9,6 @@
 #include <QSet>
 
 #include <algorithm>
-#include <future>
-#include <span>
 
 namespace zel::cli {
 
@@ -60,12 +58,13 @@ QString summary(const OutdatedReport &report)
     return text.arg(countText(report.removed.size()), sizeText(sizeOfAll(report.removed)));
 }
 
-using Resources = std::span<const ResourceCacheReader::Resource>;
+} // namespace
 
-Result<OutdatedResources> outdatedAmong(Resources resources, const ResourceUsers &users)
+Result<OutdatedResources> outdatedOf(const ResourceCacheReader::Snapshot &snapshot,
+                                     const ResourceUsers &users)
 {
     OutdatedResources outdated;
-    for (const ResourceCacheReader::Resource &resource : resources) {
+    for (const ResourceCacheReader::Resource &resource : snapshot.resources) {
         if (resource.status != ResourceStatus::Ready)
             continue;
         const auto reference = ResourceReference::fromString(resource.reference);
@@ -78,21 +77,6 @@ Result<OutdatedResources> outdatedAmong(Resources resources, const ResourceUsers
             outdated.append({ resource, declared, users.value(resource.reference) });
     }
     return outdated;
-}
-
-} // namespace
-
-Result<OutdatedResources> outdatedOf(const ResourceCacheReader::Snapshot &snapshot,
-                                     const ResourceUsers &users)
-{
-    // Half of the time goes into taking the references apart, and nothing ties one to another.
-    const Resources all(snapshot.resources.begin(), snapshot.resources.end());
-    const Resources firstHalf = all.first(all.size() / 2);
-    auto second = std::async(std::launch::async, outdatedAmong, all.subspan(firstHalf.size()),
-                             std::cref(users));
-    ZEL_TRY_LET(const OutdatedResources first, outdatedAmong(firstHalf, users));
-    ZEL_TRY_LET(const OutdatedResources others, second.get());
-    return first + others;
 }
 
 OutdatedReport reportOf(const OutdatedResources &before, const OutdatedResources &after)
