@@ -1,5 +1,6 @@
 #include "TestScheme.h"
 
+#include "NamedReference.h"
 #include "ResourceHandlerFactory.h"
 #include "Task.h"
 #include "errors/Propagate.h"
@@ -22,28 +23,9 @@ const QLatin1String prefix("test:");
 /// Small against the test data, so that a fetch makes progress in many steps.
 constexpr qint64 pieceSize = 4096;
 
-class TestReference : public ResourceReference
-{
-public:
-    explicit TestReference(const QString &name)
-        : ResourceReference(testScheme)
-        , name(name)
-    {
-    }
-
-    QString referenceText(bool) const override { return prefix + name; }
-    std::optional<QString> referencePath() const override { return name; }
-
-private:
-    QString name;
-};
-
 Result<QSharedPointer<ResourceReference>> parse(const QString &text)
 {
-    if (!text.startsWith(prefix) || text.size() == prefix.size())
-        return ZEL_ERROR(ErrorCode::BadArgument, u"Not a reference of the tests: "_s + text);
-    return QSharedPointer<ResourceReference>(
-        QSharedPointer<TestReference>::create(text.mid(prefix.size())));
+    return ZEL_PASS(NamedReference::parse(testScheme, prefix, text));
 }
 
 void logTransfer(const QString &logFile)

@@ -2,6 +2,7 @@
 
 #include "LineServer.h"
 #include "NamedContent.h"
+#include "NamedReference.h"
 #include "RemoteResourceHandler.h"
 #include "ResourceHandlerFactory.h"
 #include "Task.h"
@@ -26,22 +27,6 @@ constexpr int pieces = 16;
 
 constinit int declaredVersion = 1;
 constinit TortureFetch nextFetch;
-
-class TortureReference : public ResourceReference
-{
-public:
-    explicit TortureReference(const QString &name)
-        : ResourceReference(tortureScheme)
-        , name(name)
-    {
-    }
-
-    QString referenceText(bool) const override { return prefix + name; }
-    std::optional<QString> referencePath() const override { return name; }
-
-private:
-    QString name;
-};
 
 Error failure(const QString &text)
 {
@@ -127,10 +112,7 @@ protected:
 
 Result<QSharedPointer<ResourceReference>> parse(const QString &text)
 {
-    if (!text.startsWith(prefix) || text.size() == prefix.size())
-        return ZEL_ERROR(ErrorCode::BadArgument, u"Not a reference of the tests: "_s + text);
-    return QSharedPointer<ResourceReference>(
-        QSharedPointer<TortureReference>::create(text.mid(prefix.size())));
+    return ZEL_PASS(NamedReference::parse(tortureScheme, prefix, text));
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 /// Words of a command are separated by one blank; REF is a key like "test:a". The commands are the
 /// names of CacheActor::commands().
 
+#include "Actor.h"
 #include "LineServer.h"
 #include "LogCapture.h"
 #include "ResourceCache.h"
@@ -30,7 +31,6 @@
 
 #include <fcntl.h>
 #include <sched.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 namespace zel::test {
@@ -40,13 +40,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 const QString ok = u"ok"_s;
-
-QString toAnswer(const Error &error)
-{
-    if (!error.hasError())
-        return ok;
-    return u"error %1 %2"_s.arg(QString::number(int(error.errorCode())), error.errorMessage());
-}
+using test::toAnswer; // beside those for results
 
 QString toText(bool value)
 {
@@ -384,9 +378,7 @@ QString CacheActor::localPath(const QString &reference) const
 
 int main(int argc, char **argv)
 {
-    const rlimit noCore {};
-    ::setrlimit(RLIMIT_CORE, &noCore);
-
+    zel::test::leaveNoCore();
     QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     zel::test::CacheActor actor(arguments.at(1), arguments.at(2));

@@ -10,6 +10,7 @@
 ///   dieAtFileStep N       SIGKILL before the N-th file operation from now on
 ///   quit                  ends in good order; the answer is empty
 
+#include "Actor.h"
 #include "LineServer.h"
 #include "ResourceCache.h"
 #include "ResourceManager.h"
@@ -19,30 +20,11 @@
 
 #include <QCoreApplication>
 
-#include <sys/resource.h>
-
 namespace zel::test {
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-QString toAnswer(const Error &error)
-{
-    return u"error %1 %2"_s.arg(QString::number(int(error.errorCode())), error.errorMessage());
-}
-
-QString retrieve(const QString &text)
-{
-    const auto reference = ResourceReference::fromString(text);
-    if (!reference.hasValue())
-        return toAnswer(reference.error());
-    const auto handler = ResourceManager::retrieve(reference.value());
-    if (!handler.hasValue())
-        return toAnswer(handler.error());
-    const auto path = handler.value()->expectedPath();
-    return path.hasValue() ? u"ok "_s + path.value().toString() : toAnswer(path.error());
-}
 
 QString purge()
 {
@@ -78,9 +60,7 @@ QString obey(const QString &line)
 
 int main(int argc, char **argv)
 {
-    const rlimit noCore {};
-    ::setrlimit(RLIMIT_CORE, &noCore);
-
+    zel::test::leaveNoCore();
     QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() > 2)

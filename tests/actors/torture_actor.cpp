@@ -7,6 +7,7 @@
 /// looks like is answered as "whole VERSION PATH", "torn BYTES PATH" or "gone - PATH". Resources
 /// whose names start with "s" are files of SHARE_DIR, the others are made by TortureScheme.
 
+#include "Actor.h"
 #include "LineServer.h"
 #include "NamedContent.h"
 #include "ResourceCache.h"
@@ -23,8 +24,6 @@
 #include <map>
 #include <memory>
 
-#include <sys/resource.h>
-
 namespace zel::test {
 
 using namespace Qt::Literals::StringLiterals;
@@ -33,14 +32,6 @@ namespace {
 
 const QString ok = u"ok"_s;
 using HandlerPointer = QSharedPointer<ResourceHandler>;
-
-QString toAnswer(const Error &error)
-{
-    if (!error.hasError())
-        return ok;
-    return u"error %1 %2"_s.arg(QString::number(int(error.errorCode())),
-                                error.errorMessage().simplified());
-}
 
 ResourceCache *cache()
 {
@@ -279,9 +270,7 @@ QString TortureActor::move(const QString &baseDir)
 
 int main(int argc, char **argv)
 {
-    const rlimit noCore {};
-    ::setrlimit(RLIMIT_CORE, &noCore);
-
+    zel::test::leaveNoCore();
     QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     zel::test::installTortureScheme(arguments.at(1).toInt());

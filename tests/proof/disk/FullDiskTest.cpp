@@ -1,5 +1,6 @@
 #include "FullDisk.h"
 #include "../../unit/foundation/zacq/ZacqFixture.h"
+#include "../../unit/resource_manager/support/SettingsAt.h"
 #include "../../unit/schemes/SchemeManagerFixture.h"
 #include "../../unit/schemes/integrity/ManifestSample.h"
 #include "CacheDatabase.h"
@@ -271,23 +272,8 @@ TEST_F(FullDiskTest, writeManifest_isTheOldOrTheNewOne)
 /// The settings, with a key of another program in the same file.
 TEST_F(FullDiskTest, saveSettings_areTheOldOrTheNewOnes)
 {
-    class FileSettings : public ResourceManagerSettings
-    {
-    public:
-        explicit FileSettings(const QString &path)
-            : path(path)
-        {
-        }
-
-    protected:
-        QString settingsFilePath() const override { return path; }
-
-    private:
-        QString path;
-    };
-
     const QString path = folder + u"/settings/all.ini"_s;
-    FileSettings settings(path);
+    SettingsAt settings(path);
     settings.sizes = { 1, 2 };
     qint64 stored = 1;
     ASSERT_FALSE(settings.save().hasError());
@@ -304,7 +290,7 @@ TEST_F(FullDiskTest, saveSettings_areTheOldOrTheNewOnes)
     };
     operation.violations = [&](int, bool isSaved) {
         stored = isSaved ? settings.sizes.optimalSize : stored;
-        FileSettings read(path);
+        SettingsAt read(path);
         read.load();
         // Where only the name could not be brought to the disk, the new ones stand there already.
         QStringList found;

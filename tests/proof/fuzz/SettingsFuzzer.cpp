@@ -2,7 +2,7 @@
 // afterwards is read back as it was.
 #include "Fuzzing.h"
 
-#include "ResourceManagerSettings.h"
+#include "../../unit/resource_manager/support/SettingsAt.h"
 
 #include <QFile>
 
@@ -10,23 +10,8 @@ namespace {
 
 using namespace zel;
 using namespace zel::fuzz;
+using zel::test::SettingsAt;
 using namespace Qt::Literals::StringLiterals;
-
-/// The settings in a file of their own.
-class FileSettings : public ResourceManagerSettings
-{
-public:
-    explicit FileSettings(const QString &path)
-        : path(path)
-    {
-    }
-
-protected:
-    QString settingsFilePath() const override { return path; }
-
-private:
-    QString path;
-};
 
 void checkEqual(const ResourceManagerSettings &left, const ResourceManagerSettings &right)
 {
@@ -44,13 +29,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const QString path = pathOf(u"%1.ini"_s.arg(++count));
     ZEL_MUST(writeFile(path, bytesOf(data, size)));
 
-    FileSettings settings(path);
+    SettingsAt settings(path);
     settings.load();
     ZEL_MUST(!settings.cachePath.baseDirPath().toString().isEmpty());
     const Error error = settings.save();
     checkOutcome(error, { 1 });
     if (!error.hasError()) {
-        FileSettings again(path);
+        SettingsAt again(path);
         again.load();
         checkEqual(again, settings);
     }

@@ -6,6 +6,7 @@
 /// It obeys one command a line on standard input and answers each with one line: "ok", "ok VALUE",
 /// or "error CODE MESSAGE". The commands are the names of commands().
 
+#include "Actor.h"
 #include "LineServer.h"
 #include "ResourceCache.h"
 #include "ResourceManager.h"
@@ -22,8 +23,6 @@
 
 #include <functional>
 
-#include <sys/resource.h>
-
 namespace zel::test {
 
 using namespace Qt::Literals::StringLiterals;
@@ -34,29 +33,11 @@ using Words = QStringList;
 using Commands = QMap<QString, std::function<QString(const Words &)>>;
 
 const QString ok = u"ok"_s;
-
-QString toAnswer(const Error &error)
-{
-    if (!error.hasError())
-        return ok;
-    return u"error %1 %2"_s.arg(QString::number(int(error.errorCode())), error.errorMessage());
-}
+using test::toAnswer; // beside those for results
 
 QString toAnswer(const Result<QString> &result)
 {
     return result.hasValue() ? u"ok "_s + result.value() : toAnswer(result.error());
-}
-
-QString retrieve(const QString &text)
-{
-    const auto reference = ResourceReference::fromString(text);
-    if (!reference.hasValue())
-        return toAnswer(reference.error());
-    const auto handler = ResourceManager::retrieve(reference.value());
-    if (!handler.hasValue())
-        return toAnswer(handler.error());
-    const auto path = handler.value()->expectedPath();
-    return path.hasValue() ? u"ok "_s + path.value().toString() : toAnswer(path.error());
 }
 
 QString purge(qint64 optimalSize)
@@ -214,9 +195,7 @@ private:
 
 int main(int argc, char **argv)
 {
-    const rlimit noCore {};
-    ::setrlimit(RLIMIT_CORE, &noCore);
-
+    zel::test::leaveNoCore();
     QCoreApplication application(argc, argv);
     zel::ResourceManagerSettings settings;
     settings.cachePath.setBaseDirPath(QCoreApplication::arguments().at(1));

@@ -3,6 +3,7 @@
 #include "ResourceCache.h"
 #include "ResourceManager.h"
 #include "TemporaryCache.h"
+#include "support/SettingsAt.h"
 
 #include <QProcess>
 #include <QSettings>
@@ -15,20 +16,6 @@ using namespace zel::test;
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-/// Settings in a file of the test's choice.
-struct SettingsAt : ResourceManagerSettings
-{
-    explicit SettingsAt(const QString &path)
-        : path(path)
-    {
-    }
-
-    QString path;
-
-protected:
-    QString settingsFilePath() const override { return path; }
-};
 
 class ResourceManagerSettingsTest : public testing::Test
 {

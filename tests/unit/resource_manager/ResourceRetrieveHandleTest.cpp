@@ -30,6 +30,16 @@ protected:
         return std::make_unique<ResourceRetrieveHandle>(reference, dataPath(u"s/a/f"_s), &owner,
                                                         QVersionNumber(2, 1));
     }
+    /// A handle that became the fetcher and whose rows went when the cache was closed; now it is
+    /// open again.
+    std::unique_ptr<ResourceRetrieveHandle> fetchFromBeforeReopening()
+    {
+        auto handle = handleOf(cache);
+        EXPECT_TRUE(handle->tryStartRetrieve().value());
+        cache.close();
+        openCache();
+        return handle;
+    }
     /// Runs the work on a thread of its own.
     class WaitingThread
     {
@@ -390,10 +400,7 @@ TEST_F(ResourceRetrieveHandleTest, finalizeRetrieve_failedAndCacheMoved_leavesTh
 
 TEST_F(ResourceRetrieveHandleTest, removeTask_cacheReopenedMeanwhile_leavesTheRowsOfOthers)
 {
-    const auto past = handleOf(cache);
-    ASSERT_TRUE(past->tryStartRetrieve().value());
-    cache.close();
-    openCache();
+    const auto past = fetchFromBeforeReopening();
     const auto present = handleOf(cache);
     ASSERT_TRUE(present->tryStartRetrieve().value());
     ASSERT_FALSE(present->saveProgress(40).hasError());
@@ -407,10 +414,7 @@ TEST_F(ResourceRetrieveHandleTest, removeTask_cacheReopenedMeanwhile_leavesTheRo
 
 TEST_F(ResourceRetrieveHandleTest, finalizeRetrieve_failsAfterReopening_leavesTheFetchOfNow)
 {
-    const auto past = handleOf(cache);
-    ASSERT_TRUE(past->tryStartRetrieve().value());
-    cache.close();
-    openCache();
+    const auto past = fetchFromBeforeReopening();
     const auto present = handleOf(cache);
     ASSERT_TRUE(present->tryStartRetrieve().value());
 
@@ -420,10 +424,7 @@ TEST_F(ResourceRetrieveHandleTest, finalizeRetrieve_failsAfterReopening_leavesTh
 
 TEST_F(ResourceRetrieveHandleTest, tryStartRetrieve_cacheReopenedMeanwhile_hasARowAgain)
 {
-    const auto handle = handleOf(cache);
-    ASSERT_TRUE(handle->tryStartRetrieve().value());
-    cache.close();
-    openCache();
+    const auto handle = fetchFromBeforeReopening();
     EXPECT_EQ(taskRows(), 0);
     EXPECT_TRUE(handle->tryStartRetrieve().value());
     EXPECT_EQ(taskRows(), 1);
