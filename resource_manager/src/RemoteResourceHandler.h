@@ -33,6 +33,8 @@ public:
     Error addToCache(const std::function<Error()> &copier);
 
 protected:
+    /// Marks the resource as used, and enters it if the cache does not know it. What goes wrong is
+    /// logged; the handler then keeps nothing from being purged.
     RemoteResourceHandler(const QSharedPointer<ResourceReference> &reference, ResourceCache *cache);
 
     /// A RemoteResourceRetrievingTask around the task of createRetrieveTask(). No value if the

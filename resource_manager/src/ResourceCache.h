@@ -71,14 +71,14 @@ public:
     Error open(const ResourceCachePath &path, const ResourceCacheSizes &sizes);
     /// Ends the ping and takes this process, its usages and its fetches out of the database.
     void close();
-    bool isOpen() const;
+    bool isOpen() const; ///< waits for the semaphore
     /// After a failed open(): how long to wait before another try may succeed, because a process
     /// that had this process's number, and may live in another container, is still registered.
     /// Empty if waiting does not help.
     std::optional<std::chrono::milliseconds> retryOpenAfter() const;
 
-    ResourceCachePath path() const;
-    ResourceCacheSizes sizes() const;
+    ResourceCachePath path() const; ///< where it was opened last; the default before that
+    ResourceCacheSizes sizes() const; ///< as set last, whether or not a purge could keep to them
     /// Stores the sizes; purges at once only if the maximum was lowered. The new sizes stay if that
     /// purge fails.
     Error setSizes(const ResourceCacheSizes &sizes);
@@ -90,11 +90,11 @@ public:
     void setFullScanInterval(std::chrono::duration<int, std::ratio<86400>> interval);
     /// Whether containers with paths that are too long are moved to a short one after their fetch.
     void setFixLongZacqFilePaths(bool fix);
-    bool isFixLongZacqFilePathsSet() const;
+    bool isFixLongZacqFilePathsSet() const; ///< true at first
     /// Makes handles of this process release more eagerly than the stored policies say: OnClose
     /// turns OnDemand into OnClose. Invalid and Never restrict nothing.
     void setCleanupPolicyRestriction(const ResourceCleanupPolicy &restriction);
-    ResourceCleanupPolicy cleanupPolicyRestriction() const;
+    ResourceCleanupPolicy cleanupPolicyRestriction() const; ///< invalid at first
 
     // One resource. All are atomic and fail if the database does.
 
@@ -106,6 +106,7 @@ public:
     Error saveStatus(const QString &reference, ResourceStatus status);
     /// Missing for a resource without a row.
     Result<ResourceStatus> readStatus(const QString &reference);
+    /// Counts from the next release on. Nothing happens to a resource without a row.
     Error saveCleanupPolicy(const QString &reference, ResourceCleanupPolicy policy);
     /// The stored policy, without the restriction.
     Result<ResourceCleanupPolicy> readCleanupPolicy(const QString &reference) const;
@@ -114,7 +115,9 @@ public:
                         qint64 size);
     /// Code 1 for a Missing resource, even if its row has a path.
     Result<PathImpl<PathType::Unknown>> readLocalPath(const QString &reference);
+    /// The version of the copy. Nothing happens to a resource without a row.
     Error updateVersion(const QString &reference, const QVersionNumber &version);
+    /// Whether the resource has a row, even as Missing.
     Result<bool> existsInDb(const QString &reference);
     /// Whether any process of the machine uses it.
     Result<bool> inUse(const QString &reference);
@@ -149,8 +152,9 @@ public:
     void registerAssociatedResourcesProvider(
         ExtendableEnumRef<FileTypes::FileTypeData> type,
         std::unique_ptr<AssociatedResourcesProviderInterface> provider);
+    /// Nothing happens if the type has none.
     void unregisterAssociatedResourcesProvider(ExtendableEnumRef<FileTypes::FileTypeData> type);
-    void clearAssociatedResourcesProviders();
+    void clearAssociatedResourcesProviders(); ///< from then on resources are counted alone
 
     // The whole cache. Atomic.
 

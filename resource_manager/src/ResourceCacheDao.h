@@ -49,41 +49,46 @@ public:
         TransactionContext(const TransactionContext &) = delete;
         TransactionContext &operator=(const TransactionContext &) = delete;
         virtual ~TransactionContext();
+        /// Keeps what ran in it. What a failure leaves open goes with the destructor.
         virtual Error commit() = 0;
     };
 
+    /// A row of a resource, as far as the cache needs it.
     struct Resource
     {
-        int id = 0;
-        QString reference;
+        int id = 0; ///< of the row
+        QString reference; ///< the key form
         QString cachedPath; ///< empty without one
         qint64 fileSize = 0; ///< bytes; 0 while unknown
-        ResourceStatus status = ResourceStatus::Invalid;
+        ResourceStatus status = ResourceStatus::Invalid; ///< Invalid for an unknown text
     };
 
+    /// A resource and the version of its copy.
     struct VersionableResource
     {
-        QString reference;
+        QString reference; ///< the key form
         QVersionNumber version; ///< null if none is stored
     };
 
+    /// A resource and where its copy lies.
     struct ReferenceAndPath
     {
-        QString reference;
-        QString cachedPath;
+        QString reference; ///< the key form
+        QString cachedPath; ///< empty without one
     };
 
+    /// One use of a resource.
     struct ResourceUsage
     {
-        qint64 id = -1;
-        QString reference;
+        qint64 id = -1; ///< of the row
+        QString reference; ///< the key form
         qint64 count = -1; ///< usages of the same resource by other clients
     };
 
     /// Resources of a known size that no size purge takes, since somebody uses them.
     struct PinnedSize
     {
-        qint64 count = 0;
+        qint64 count = 0; ///< of such resources
         qint64 size = 0; ///< bytes
         qint64 fetchedCount = 0; ///< those of them that somebody fetches anew
         qint64 fetchedSize = 0; ///< bytes
@@ -92,9 +97,9 @@ public:
     /// What of it one client uses, each resource once.
     struct PinningClient
     {
-        qint64 clientId = -1;
+        qint64 clientId = -1; ///< Clients.id, no process id
         std::optional<qint64> processId; ///< empty if the client is gone
-        qint64 count = 0;
+        qint64 count = 0; ///< of such resources
         qint64 size = 0; ///< bytes
     };
 
@@ -111,7 +116,7 @@ public:
     /// Whether an object of this process has registered the process in its file, or is about to,
     /// so that an end without close() leaves a row behind. The handler of a signal may ask.
     static bool hasClientRow() noexcept;
-    bool isOpen() const;
+    bool isOpen() const; ///< whether there is a connection to a file
 
     /// Removes the client row of this process with all that hangs on it, then the connection. A
     /// failure is logged. An object that never registered in the file leaves the row alone if
@@ -127,12 +132,15 @@ public:
     /// or if the row is that of an open object of this process.
     std::optional<std::chrono::milliseconds> abandonOpen();
 
+    /// Begins a transaction, or a nested one inside a live context. Takes the file's write lock at
+    /// once and waits up to 10 s for it; code 1 after that.
     Result<std::unique_ptr<TransactionContext>> createTransaction();
 
     /// Adds a resource; fails if the reference is known. `lastAccess` in milliseconds since the
     /// epoch, here and below.
     Error insertResource(const QString &reference, const ResourceStatus &status,
                          const ResourceCleanupPolicy &policy, const qint64 &lastAccess);
+    /// Whether the reference has a row, whatever its status.
     Result<bool> containsResourceInDb(const QString &reference) const;
     /// Fails with code 1 on an unknown reference, and on a stored text that is no valid status.
     Result<ResourceStatus> selectStatus(const QString &reference) const;
@@ -143,13 +151,16 @@ public:
     /// Also records the context's client as the one that wrote the status last.
     static Error updateResourceStatus(TransactionContext *context, const QString &reference,
                                       const ResourceStatus &status, qint64 lastAccess);
+    /// A null version removes what is stored.
     static Error updateResourceVersion(TransactionContext *context, const QString &reference,
                                        const QVersionNumber &version);
     /// A null variant removes the path or the size (bytes).
     static Error updateResourceLocalPath(TransactionContext *context, const QString &reference,
                                          const QVariant &path, const QVariant &size);
-    Error updateResourceSize(int id, qint64 size);
+    Error updateResourceSize(int id, qint64 size); ///< bytes; in a transaction of its own
+    /// Bytes; the same within the context.
     Error updateResourceSize(TransactionContext *context, int id, qint64 size);
+    /// Replaces what is stored; in a transaction of its own.
     Error updateResourceCleanupPolicy(const QString &reference,
                                       const ResourceCleanupPolicy &policy);
 
@@ -157,7 +168,9 @@ public:
     /// with which their sizes exceed `size` bytes; at least one if there is any.
     Result<QList<ReferenceAndPath>> selectOldestReferencesWithCombinedSize(
         TransactionContext *context, qint64 size);
+    /// All with this status, each with its version.
     Result<QList<VersionableResource>> selectResources(ResourceStatus status) const;
+    /// All with this status.
     Result<QList<Resource>> selectResourcesWithStatus(ResourceStatus status) const;
     /// A stored status that is unknown reads as Invalid.
     Result<QList<Resource>> selectAllResources() const;
@@ -168,6 +181,7 @@ public:
 
     /// Seconds since the epoch; 0 before the first scan.
     Result<qint64> lastScanTimestamp() const;
+    /// Seconds since the epoch.
     Error updateLastScanTimestamp(TransactionContext *context, qint64 timestamp);
     /// Bytes: the sum of all known sizes, kept by the database itself.
     Result<qint64> selectCurrentSize();
@@ -180,6 +194,7 @@ public:
                                               const QString &reference);
     /// Gives the number of removed rows: 0 for an unknown id.
     static Result<int> deleteResourceUsage(TransactionContext *context, qint64 usageId);
+    /// Those that are there; ids without a row are no failure.
     static Error deleteUsages(TransactionContext *context, const QList<qint64> &usageIds);
     /// Whether any client uses the resource.
     Result<bool> containsResourceUsage(const QString &reference) const;
@@ -188,7 +203,7 @@ public:
     static Result<QList<ResourceUsage>> selectResourceUsagesForClient(TransactionContext *context,
                                                                       qint64 clientId);
 
-    Result<PinnedSize> selectPinnedSize() const;
+    Result<PinnedSize> selectPinnedSize() const; ///< what no size purge can take at this moment
     /// The clients that use most of it, the largest first, at most so many.
     Result<QList<PinningClient>> selectPinningClients(int maximum) const;
 
@@ -201,6 +216,7 @@ public:
     /// Leaves the usages and tasks of the client where they are.
     Error deleteClientById(qint64 clientId);
 
+    /// What the client wanted or fetched; statuses stay as they are.
     static Error deleteRetrievingTasksForClient(TransactionContext *context, qint64 clientId);
     /// Takes resources that the client left in a transient status out of what it began: to Missing
     /// if no task for any other resource exists, else to ScheduledForAcquire.

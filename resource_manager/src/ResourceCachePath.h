@@ -20,6 +20,7 @@ public:
 
     /// The folder that resources are copied into, without a slash at its end.
     virtual PathImpl<PathType::Dir> cacheDataDir() const;
+    /// The database's file, whether or not it is there.
     virtual PathImpl<PathType::File> databasePath() const;
 
     /// A folder beside the application's own data folder, the same for all programs of a user that
@@ -30,8 +31,8 @@ public:
     /// take. The spelling counts: another one of the same directory has another semaphore.
     static QString semaphoreKeyFor(const QString &baseDirectory);
 
-    PathImpl<PathType::Dir> baseDirPath() const;
-    void setBaseDirPath(const PathImpl<PathType::Dir> &path);
+    PathImpl<PathType::Dir> baseDirPath() const; ///< as it was given
+    void setBaseDirPath(const PathImpl<PathType::Dir> &path); ///< kept as it is spelled
 
 private:
     PathImpl<PathType::Dir> baseDir;

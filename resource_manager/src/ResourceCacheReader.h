@@ -27,9 +27,10 @@ class ZEL_RESOURCE_MANAGER_EXPORT ResourceCacheReader
     Q_DECLARE_TR_FUNCTIONS(zel::ResourceCacheReader)
 
 public:
+    /// One row of CachedResources.
     struct Resource
     {
-        QString reference;
+        QString reference; ///< the key form
         QString path; ///< empty without one
         bool hasPath = false; ///< known even where the path itself is not read
         qint64 size = 0; ///< bytes; 0 while unknown
@@ -49,13 +50,14 @@ public:
         Version = 0x8,
         EveryDetail = Path | Policy | LastWriter | Version,
     };
+    /// Any of them together.
     Q_DECLARE_FLAGS(Details, Detail)
 
     /// One usage; a resource has as many as there are objects that hold it.
     struct Usage
     {
         QString reference; ///< empty if the row names a resource that does not exist
-        qint64 clientId = -1;
+        qint64 clientId = -1; ///< of a Client
         std::optional<qint64> processId; ///< empty if the client is gone
     };
 
@@ -63,25 +65,26 @@ public:
     struct AcquiringTask
     {
         QString reference; ///< empty if the row names a resource that does not exist
-        qint64 clientId = -1;
+        qint64 clientId = -1; ///< of a Client
         std::optional<qint64> processId; ///< empty if the client is gone
         std::optional<int> progress; ///< percent
     };
 
+    /// A process that has the cache open, or had it and is not yet cleaned up after.
     struct Client
     {
-        qint64 id = -1;
-        qint64 processId = -1;
+        qint64 id = -1; ///< by which all other rows name it
+        qint64 processId = -1; ///< in its own container
         qint64 lastPing = 0; ///< milliseconds since the epoch
     };
 
     /// All of it as of one moment, each list in the order in which its rows were added.
     struct Snapshot
     {
-        QList<Resource> resources;
-        QList<Usage> usages;
-        QList<AcquiringTask> acquiringTasks;
-        QList<Client> clients;
+        QList<Resource> resources; ///< whatever their status
+        QList<Usage> usages; ///< of clients that are gone, too
+        QList<AcquiringTask> acquiringTasks; ///< who wants and who fetches what
+        QList<Client> clients; ///< who has the cache open
         qint64 currentSize = 0; ///< bytes, as the database keeps it
         qint64 lastScanTimestamp = 0; ///< seconds since the epoch; 0 before the first scan
     };
@@ -90,8 +93,8 @@ public:
     /// moment, each list in the order in which its rows were added.
     struct Activity
     {
-        QList<AcquiringTask> acquiringTasks;
-        QList<Client> clients;
+        QList<AcquiringTask> acquiringTasks; ///< who wants and who fetches what
+        QList<Client> clients; ///< who has the cache open
         QHash<ResourceStatus, int> resourceCounts; ///< of a status that is not here: none
         int strayUsages = 0; ///< usages whose client is gone
         qint64 currentSize = 0; ///< bytes, as the database keeps it

@@ -36,10 +36,12 @@ class ZEL_RESOURCE_MANAGER_EXPORT ResourceHandler
     Q_DECLARE_TR_FUNCTIONS(zel::ResourceHandler)
 
 public:
+    /// Whether somebody is asked before data is fetched.
     enum RetrieveMode : qint32 {
         Prompt = 0, ///< ask a ResourcePromptingInterface before fetching
-        NoPrompt = 1,
+        NoPrompt = 1, ///< fetch without a question
     };
+    /// Who starts a task that the caller receives.
     enum AsyncProcessingType : qint32 {
         Queued = 0, ///< the task is in the manager's queue when the caller receives it
         Manual = 1, ///< the caller receives the task unstarted and runs it
@@ -51,6 +53,7 @@ public:
 
     /// What happens to the local copy when nobody uses it any more.
     virtual Result<ResourceCleanupPolicy> cleanupPolicy() const = 0;
+    /// Stores it for all programs. Code 21 where there is no local copy to speak of.
     virtual Error setCleanupPolicy(const ResourceCleanupPolicy &policy) = 0;
 
     /// Whether the data is here, whole and readable. Without an override: whether something
@@ -61,11 +64,13 @@ public:
     /// scheme overrides it.
     virtual Result<std::unique_ptr<GetSiblingsTask>> siblings() const;
 
-    QSharedPointer<ResourceReference> reference() const;
+    QSharedPointer<ResourceReference> reference() const; ///< never null
 
     /// Whether the resource exists and may be read. Answers of the last 30 minutes are remembered.
     Result<bool> exists() const;
+    /// The same as a task whose result is a bool.
     Result<std::unique_ptr<Task>> existsAsync(AsyncProcessingType type) const;
+    /// The same as a coroutine, which the handler has to outlive.
     QCoro::Task<Result<bool>> co_exists() const;
 
     /// Where the resource is or would be. Touches neither the disk nor the cache's state.
@@ -74,6 +79,7 @@ public:
     /// The expected path of a resource that is proved to exist. Copies nothing: nothing needs to
     /// lie there yet. Code 1 if the resource does not exist.
     Result<PathImpl<PathType::Unknown>> grab() const;
+    /// The same as a coroutine, which the handler has to outlive.
     QCoro::Task<Result<PathImpl<PathType::Unknown>>> co_grab() const;
 
     /// Brings the resource here, if it is not here already, and waits for that. `prompting` is
@@ -85,15 +91,19 @@ public:
     Result<std::unique_ptr<Task>> retrieveAsync(AsyncProcessingType type,
                                                 ResourcePromptingInterface *prompting = nullptr);
 
+    /// What the resource is, asked of its source each time.
     Result<QSharedPointer<ResourceMetadata>> retrieveMetadata() const;
+    /// The same as a task whose result is a QSharedPointer<ResourceMetadata>.
     Result<std::unique_ptr<Task>> retrieveMetadataAsync(AsyncProcessingType type) const;
 
     /// The handler's own mode goes before the manager's, in both directions, until it is cleaned.
     void overrideRetrieveMode(RetrieveMode mode);
+    /// The handler's own mode; empty if it has none.
     std::optional<RetrieveMode> overridenRetrieveMode() const;
-    void cleanOverridenRetrieveMode();
+    void cleanOverridenRetrieveMode(); ///< from now on the manager's mode counts
 
 protected:
+    /// For the handlers of schemes. The reference must not be null.
     explicit ResourceHandler(const QSharedPointer<ResourceReference> &reference);
 
     /// What ResourceHandlerFactory makes of the reference. Code 2 for a null one.

@@ -14,6 +14,7 @@ namespace zel {
 class ResourceCache;
 class ResourceHandler;
 
+/// Makes the handler of a reference of its scheme. The cache is lent.
 using ResourceHandlerCreator = std::function<Result<QSharedPointer<ResourceHandler>>(
     const QSharedPointer<ResourceReference> &, ResourceCache *)>;
 
@@ -37,6 +38,7 @@ public:
     static Result<QSharedPointer<ResourceHandler>> create(
         const QSharedPointer<ResourceReference> &reference, ResourceCache *cache);
 
+    /// The table itself, for those who want to look.
     static QMap<ResourceReference::Scheme, ResourceHandlerCreator> s_createFuncs;
 };
 

@@ -15,6 +15,7 @@ class ZEL_RESOURCE_MANAGER_EXPORT ZEL_QEnumsResourceHandlerTypes
     Q_GADGET
 
 public:
+    /// Whether the data of a resource is here.
     enum class ResourceStatus {
         Invalid = 0, ///< not known
         Missing = 1, ///< no local data
@@ -35,16 +36,20 @@ public:
     Q_ENUM(ResourceCleanupPolicy)
 };
 
+/// The name under which everybody uses it.
 using ResourceStatus = ZEL_QEnumsResourceHandlerTypes::ResourceStatus;
+/// The name under which everybody uses it.
 using ResourceCleanupPolicy = ZEL_QEnumsResourceHandlerTypes::ResourceCleanupPolicy;
 
 /// The key of the value, as the database stores it; an empty text for a value without a key.
 ZEL_RESOURCE_MANAGER_EXPORT QString toText(ResourceStatus status);
+/// See toText() of a status.
 ZEL_RESOURCE_MANAGER_EXPORT QString toText(ResourceCleanupPolicy policy);
 
 /// The value with exactly this key; `fallback` if there is none.
 ZEL_RESOURCE_MANAGER_EXPORT ResourceStatus toResourceStatus(const QString &text,
                                                             ResourceStatus fallback);
+/// See toResourceStatus().
 ZEL_RESOURCE_MANAGER_EXPORT ResourceCleanupPolicy
 toResourceCleanupPolicy(const QString &text, ResourceCleanupPolicy fallback);
 

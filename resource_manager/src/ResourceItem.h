@@ -10,8 +10,8 @@ namespace zel {
 /// A resource as a program lists it: its reference beside what is known of it. Either may be null.
 struct ResourceItem
 {
-    QSharedPointer<ResourceReference> reference;
-    QSharedPointer<ResourceMetadata> metadata;
+    QSharedPointer<ResourceReference> reference; ///< which one it is
+    QSharedPointer<ResourceMetadata> metadata; ///< what its source told of it
 };
 
 } // namespace zel

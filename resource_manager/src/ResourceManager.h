@@ -42,8 +42,11 @@ class ZEL_RESOURCE_MANAGER_EXPORT ResourceManager : public QObject
     Q_OBJECT
 
 public:
+    /// Shared among those who hold them.
     using References = QList<QSharedPointer<ResourceReference>>;
+    /// In the order of what they were made for.
     using Handlers = QList<QSharedPointer<ResourceHandler>>;
+    /// Keyed by the pointer, not by what the reference says.
     using HandlersByReference
         = QHash<QSharedPointer<ResourceReference>, QSharedPointer<ResourceHandler>>;
 
@@ -53,8 +56,10 @@ public:
     /// cannot be opened stays closed, the manager works on without it.
     static ResourceManager &instance();
 
-    /// These three count only before the first call of instance().
+    /// What the manager is made with instead of the settings file. Counts only before the first
+    /// call of instance().
     static void overrideDefaultSettings(const ResourceManagerSettings &settings);
+    /// The days between two counts of all sizes. Counts only before the first call of instance().
     static void overrideDefaultFullScanInterval(std::chrono::days interval);
     /// Has the manager's cache count, with data of this type, what the provider names. For
     /// libraries of schemes: the cache may start to count the moment it is opened, and from then on
@@ -76,6 +81,7 @@ public:
 
     /// The mode of all handlers that have none of their own; NoPrompt at first.
     static ResourceHandler::RetrieveMode retrieveMode();
+    /// Counts from the next request on.
     static void setRetrieveMode(ResourceHandler::RetrieveMode mode);
     /// Asked whenever a call brings no interface; null for nobody.
     static void setDefaultResourcePromptingInterface(
@@ -85,10 +91,13 @@ public:
     /// is looked up, so give the key form to share a handler.
     static Result<QSharedPointer<ResourceHandler>> getHandler(
         const QSharedPointer<ResourceReference> &reference);
+    /// See getHandler() of a reference. Code 2 if no scheme reads the text.
     static Result<QSharedPointer<ResourceHandler>> getHandler(const QString &reference);
     /// In the order of the references, repeats included. The first failure is returned.
     static Result<Handlers> getHandlers(const References &references);
+    /// See getHandlers() of references.
     static Result<Handlers> getHandlers(const QList<QString> &references);
+    /// The same as pairs; of equal pointers one is kept.
     static Result<HandlersByReference> getHandlersWithReferences(const References &references);
 
     /// Brings resources here and waits for that. Handlers in mode Prompt are asked about first:
@@ -96,23 +105,31 @@ public:
     /// 1 if a resource cannot be fetched. What was fetched before a failure stays in the cache.
     static Error retrieve(ResourceHandler *handler,
                           ResourcePromptingInterface *prompting = nullptr);
+    /// See retrieve() of one handler.
     static Error retrieve(const QSharedPointer<ResourceHandler> &handler,
                           ResourcePromptingInterface *prompting = nullptr);
+    /// Several at once, each resource once, as tasks that run side by side. See retrieve() of one
+    /// handler.
     static Error retrieve(const QList<ResourceHandler *> &handlers,
                           ResourcePromptingInterface *prompting = nullptr);
+    /// See retrieve() of several handlers.
     static Error retrieve(const Handlers &handlers,
                           ResourcePromptingInterface *prompting = nullptr);
     /// The same for references. A mode stays on the handler after the call.
     static Result<QSharedPointer<ResourceHandler>> retrieve(
         const QSharedPointer<ResourceReference> &reference,
         std::optional<ResourceHandler::RetrieveMode> mode = std::nullopt);
+    /// The handlers in the order of the references.
     static Result<Handlers> retrieve(const References &references,
                                      std::optional<ResourceHandler::RetrieveMode> mode
                                      = std::nullopt);
+    /// The same as pairs.
     static Result<HandlersByReference> retrieveWithReferences(
         const References &references,
         std::optional<ResourceHandler::RetrieveMode> mode = std::nullopt);
 
+    /// The task of one resource; null if it is here. Asks at once, on the calling thread; see
+    /// retrieve() for the codes.
     static Result<std::unique_ptr<Task>> retrieveAsync(
         const QSharedPointer<ResourceHandler> &handler, ResourceHandler::AsyncProcessingType type,
         ResourcePromptingInterface *prompting = nullptr);
@@ -124,33 +141,44 @@ public:
     /// Whether all of the resources exist and may be read. Answers are remembered for 30 minutes,
     /// but for those of scheme File.
     static Result<bool> exists(const ResourceHandler *handler);
+    /// See exists() of one handler.
     static Result<bool> exists(const QSharedPointer<ResourceHandler> &handler);
     /// The list must not be empty.
     static Result<bool> exists(const QList<ResourceHandler *> &handlers);
+    /// See exists() of several handlers.
     static Result<bool> exists(const Handlers &handlers);
     /// Reads the answer of a finished group of existsAsync(); code 1 if it is unfinished.
     static Result<bool> exists(GroupTask *group);
+    /// The same as a coroutine. The handler is borrowed and has to outlive it.
     static QCoro::Task<Result<bool>> co_exists(const ResourceHandler *handler);
+    /// The same as a task whose result is a bool.
     static Result<std::unique_ptr<Task>> existsAsync(const QSharedPointer<ResourceHandler> &handler,
                                                      ResourceHandler::AsyncProcessingType type);
+    /// One subtask per handler; exists() of the group tells the answer.
     static Result<std::unique_ptr<GroupTask>> existsAsync(
         const Handlers &handlers, ResourceHandler::AsyncProcessingType type);
     /// Forgets the answers for a scheme, for a host that knows that its store changed. Scheme 0
     /// stands for references that cannot be parsed any more.
     static void invalidateCachedRequestsValues(ResourceReference::Scheme scheme);
 
+    /// What the resource is, asked of its source each time. Code 1 if the scheme has no answer,
+    /// else the failure of its task.
     static Result<QSharedPointer<ResourceMetadata>> retrieveMetadata(
         const ResourceHandler *handler);
+    /// See retrieveMetadata() of a handler.
     static Result<QSharedPointer<ResourceMetadata>> retrieveMetadata(
         const QSharedPointer<ResourceHandler> &handler);
+    /// See retrieveMetadata() of a handler.
     static Result<QSharedPointer<ResourceMetadata>> retrieveMetadata(
         const QSharedPointer<ResourceReference> &reference);
+    /// The same as a task whose result is a QSharedPointer<ResourceMetadata>.
     static Result<std::unique_ptr<Task>> retrieveMetadataAsync(
         const QSharedPointer<ResourceHandler> &handler, ResourceHandler::AsyncProcessingType type);
 
     /// Removes all resources whose reference declares a newer major version than what is here. The
     /// task form has taken the cache's semaphore already and keeps it until the task is gone.
     static Error purgeOutdatedResources();
+    /// See ResourceCache::purgeOutdatedResourcesTask().
     static Result<std::unique_ptr<Task>> purgeOutdatedResourcesTask();
     /// Counts the sizes of resources that the cache holds anew; leaves out those of scheme File,
     /// those that are not here and those that lie elsewhere. Goes on after a failure and returns
@@ -158,8 +186,9 @@ public:
     static Error updateFileSizes(const QList<QSharedPointer<ResourceHandler>> &handlers);
     /// Bytes, as the settings say.
     static Result<qint64> maxCacheSize();
-    static Result<qint64> optimalCacheSize();
-    static ResourceCleanupPolicy cleanupPolicyRestriction();
+    static Result<qint64> optimalCacheSize(); ///< bytes, as the settings say
+    static ResourceCleanupPolicy cleanupPolicyRestriction(); ///< of the manager's cache
+    /// See ResourceCache::setCleanupPolicyRestriction().
     static void setCleanupPolicyRestriction(const ResourceCleanupPolicy &policy);
 
 Q_SIGNALS:
@@ -174,7 +203,7 @@ protected:
     Error openCache(const ResourceCachePath &path, const ResourceCacheSizes &sizes);
 
     class Private;
-    const std::unique_ptr<Private> d;
+    const std::unique_ptr<Private> d; ///< what the manager is made of
 
 private:
     friend class ResourceHandler;

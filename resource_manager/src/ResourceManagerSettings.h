@@ -16,7 +16,7 @@ struct ZEL_RESOURCE_MANAGER_EXPORT ResourceManagerSettings : public SettingsInte
     /// What the file says, defaults for what it does not say. Reports no failure.
     static ResourceManagerSettings loadSettings();
 
-    ResourceCachePath cachePath;
+    ResourceCachePath cachePath; ///< where the cache lies
     ResourceCacheSizes sizes; ///< bytes
 
 protected:

@@ -28,10 +28,11 @@ class ZEL_RESOURCE_MANAGER_EXPORT ResourceMetadata
     Q_GADGET
 
 public:
+    /// What a resource is made of.
     enum class ItemType {
-        Invalid = 0,
-        File = 1,
-        Folder = 2,
+        Invalid = 0, ///< not known
+        File = 1, ///< one file
+        Folder = 2, ///< a folder with all that is in it
     };
     Q_ENUM(ItemType)
 
@@ -53,7 +54,7 @@ public:
     virtual QString metadataFullPath() const = 0;
     /// The scheme's own word for what the resource is.
     virtual QString metadataType() const = 0;
-    virtual ItemType metadataItemType() const = 0;
+    virtual ItemType metadataItemType() const = 0; ///< file or folder
 
     /// Name, path and full path. A subclass that has more to tell adds keys to what this gives.
     virtual QJsonObject toJson() const;

@@ -9,6 +9,7 @@
 
 namespace zel {
 
+/// Makes the metadata of its scheme. Code 4 for an object that is none.
 using ResourceMetadataCreator
     = std::function<Result<QSharedPointer<ResourceMetadata>>(const QJsonObject &)>;
 
@@ -30,6 +31,7 @@ public:
     static Result<QSharedPointer<ResourceMetadata>> create(const QJsonObject &object,
                                                            ResourceReference::Scheme scheme);
 
+    /// The table itself, for those who want to look.
     static QMap<ResourceReference::Scheme, ResourceMetadataCreator> s_createFuncs;
 };
 

@@ -31,10 +31,11 @@ class ZEL_RESOURCE_MANAGER_EXPORT ResourceRetrieveHandle
     Q_DECLARE_TR_FUNCTIONS(zel::ResourceRetrieveHandle)
 
 public:
+    /// How far the fetch of a resource is, whoever fetches it.
     struct ProgressAndStatus
     {
         std::optional<int> progress; ///< percent, 0 to 100; empty while nobody fetches
-        ResourceStatus status = ResourceStatus::Invalid;
+        ResourceStatus status = ResourceStatus::Invalid; ///< Missing for a resource without a row
     };
 
     /// Touches nothing yet. The resource must have a row by the time of tryStartRetrieve().
@@ -57,7 +58,8 @@ public:
 
     /// Percent, for those who watch. Without a row of this process it changes nothing.
     Error saveProgress(int progress);
-    Result<ProgressAndStatus> readProgress() const;
+    Result<ProgressAndStatus> readProgress() const; ///< asks the cache now
+    /// Whether the cache says Ready.
     Result<bool> isReady() const;
 
     /// Writes path, size in bytes and version, and Ready as the very last step, so that nobody sees
@@ -70,8 +72,11 @@ public:
     bool isCacheHeldByThisThread() const;
 
 protected:
+    /// For subclasses: the same on a cache.
     static Result<bool> tryStartRetrieve(ResourceCache *cache, const QString &reference);
+    /// For subclasses: the same on a cache, each time.
     static Error addTaskToDatabase(ResourceCache *cache, const QString &reference);
+    /// For subclasses: the same on a cache.
     static Error removeTaskFromDatabase(ResourceCache *cache, const QString &reference);
 
 private:

@@ -32,12 +32,12 @@ public:
     /// Waits for `count` more. False if the system refused one of them; it counts as held all the
     /// same, and the caller goes on without exclusion.
     bool acquire(int count);
-    void release(int count);
+    void release(int count); ///< gives back so many of those that were taken
 
     /// For work that moves to another thread: the one that it leaves may wait for the semaphore
     /// like any other from then on, and the one that it has come to goes on as the holder.
     void leaveThisThread();
-    void adoptByThisThread();
+    void adoptByThisThread(); ///< on the thread that the work has come to
     /// Whether the calling thread holds the semaphore through any locker, so that taking it would
     /// wait for ever.
     static bool isHeldByThisThread(const QSystemSemaphore &semaphore);

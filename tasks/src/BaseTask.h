@@ -36,16 +36,17 @@ class ZEL_RESOURCE_MANAGER_EXPORT BaseTask : public QObject, public ErrorCancela
     Q_OBJECT
 
 public:
+    /// An idle task. A parent lives on the thread that makes the task.
     explicit BaseTask(QObject *parent = nullptr);
     /// Whoever still waits for an unfinished task gets code 20.
     ~BaseTask() override;
 
-    virtual void setName(const QString &name);
+    virtual void setName(const QString &name); ///< for logs and for people; empty at first
     /// Asks the work to hold on; work that can do so asks isPaused() now and then.
     virtual void pause();
-    virtual void resume();
-    QString name() const;
-    bool isPaused() const;
+    virtual void resume(); ///< takes pause() back
+    QString name() const; ///< as setName() left it
+    bool isPaused() const; ///< whether the work is asked to hold on
 
     bool isIdle() const; ///< not started, and not ended without a start
     bool isRunning() const; ///< started and not ended; still true in doFinish() and finalize()
@@ -64,14 +65,17 @@ public:
 
     /// Stores and signals progress: `value` out of `maximum`, in a unit of the task's choice.
     void setProgress(int value, int maximum);
+    /// Stores and signals what is being done, in words for people.
     void setProgressText(const QString &text);
-    int progressValue() const;
-    int progressMaximum() const;
-    QString progressText() const;
+    int progressValue() const; ///< the last value of setProgress(); 0 before the first
+    int progressMaximum() const; ///< the last maximum of setProgress(); 0 before the first
+    QString progressText() const; ///< as setProgressText() left it; empty at first
 
+    /// Stores the result. The work calls it, before its end.
     void setVariantResult(const QVariant &result);
-    const QVariant &variantResult() const;
+    const QVariant &variantResult() const; ///< what was stored; invalid if nothing was
 
+    /// Stores a result that result<T>() of the same type reads.
     template<typename T>
     void setResult(const T &value)
     {
@@ -107,11 +111,11 @@ public:
     Error waitForAllFinished(int msecs);
 
 Q_SIGNALS:
-    void started();
-    void finished();
-    void progressInitiated(int maximum);
-    void progress(int value, int maximum);
-    void progressTextChanged(const QString &text);
+    void started(); ///< the task runs; emitted on the thread that starts it
+    void finished(); ///< the task has ended, well or not; at most once
+    void progressInitiated(int maximum); ///< the maximum is known, or another one than before
+    void progress(int value, int maximum); ///< as setProgress() was given them
+    void progressTextChanged(const QString &text); ///< as setProgressText() was given it
 
 protected:
     /// Last step after the work, on success and on failure, before finished(). A subclass releases

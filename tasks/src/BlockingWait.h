@@ -31,7 +31,7 @@ public:
     /// If the calling thread runs the work of a task in a queue, the place of that task is lent to
     /// others meanwhile.
     Error run(int msecs = -1);
-    void wake();
+    void wake(); ///< ends run(), now or when it is called
 
     /// Why no waiting is possible on any thread of this process; no error if it is.
     static Error obstacle();

@@ -34,6 +34,7 @@ public:
         Recursive = 0x1, ///< those of subtasks that are groups too, each behind its group
         UnfinishedOnly = 0x2, ///< only those that have not ended yet
     };
+    /// Any of them together.
     Q_DECLARE_FLAGS(GetSubtasksModes, GetSubtasksMode)
 
     /// While one of these lives, the group does not end. For whoever starts subtasks before the
@@ -41,6 +42,7 @@ public:
     class ZEL_RESOURCE_MANAGER_EXPORT Filling
     {
     public:
+        /// Borrows the group, which may go while this lives. Null is not allowed.
         explicit Filling(GroupTask *group);
         ~Filling();
         Filling(const Filling &) = delete;
@@ -50,11 +52,12 @@ public:
         std::shared_ptr<TaskState> state;
     };
 
-    explicit GroupTask(QObject *parent = nullptr);
+    explicit GroupTask(QObject *parent = nullptr); ///< an empty group
     ~GroupTask() override;
 
     /// Takes ownership. A null pointer is ignored, as is a task that is in the group already.
     void append(BaseTask *subtask);
+    /// What was appended, in the order and the choice of the mode. Still owned by the group.
     QList<BaseTask *> subtasks(QFlags<GetSubtasksMode> mode = {}) const;
     /// The leaves: all tasks in this group and the groups in it that have work to run. With
     /// `onlyIdle`, those not started yet; with false, whatever their state.

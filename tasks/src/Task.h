@@ -26,21 +26,25 @@ class ZEL_RESOURCE_MANAGER_EXPORT Task : public BaseTask
     Q_OBJECT
 
 public:
+    /// Which thread the work runs on.
     enum class ExecutionMode : int {
         Synchronous = 0, ///< in exec(), on its caller's thread; the default
         Asynchronous = 1, ///< exec() returns at once, the work runs on the task's own worker
     };
     Q_ENUM(ExecutionMode)
 
+    /// An idle task without work: exec() then ends it with success.
     explicit Task(QObject *parent = nullptr);
     ~Task() override;
 
     /// What the base form of doExec() runs; its return value is the task's outcome.
     void setFunction(std::function<Error(Task *)> function);
+    /// The same for work that does not need its task.
     void setFunction(std::function<Error()> function);
+    /// The same together with setExecutionMode().
     void setFunction(std::function<Error()> function, ExecutionMode mode);
-    void setExecutionMode(ExecutionMode mode);
-    ExecutionMode executionMode() const;
+    void setExecutionMode(ExecutionMode mode); ///< to be called before exec()
+    ExecutionMode executionMode() const; ///< as setExecutionMode() left it
 
 protected:
     void finalize() override;

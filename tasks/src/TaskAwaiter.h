@@ -19,7 +19,9 @@ namespace QCoro::detail {
 class ZEL_RESOURCE_MANAGER_EXPORT ZelTaskWaitForFinishedOperation
 {
 public:
+    /// Borrows the task, which may be destroyed before the await ends.
     explicit ZelTaskWaitForFinishedOperation(const zel::BaseTask *task);
+    /// The same; the pointer stays its owner.
     template<std::derived_from<zel::BaseTask> T>
     explicit ZelTaskWaitForFinishedOperation(const std::unique_ptr<T> &task)
         : ZelTaskWaitForFinishedOperation(task.get())
@@ -29,10 +31,11 @@ public:
     ZelTaskWaitForFinishedOperation(const ZelTaskWaitForFinishedOperation &) = delete;
     ZelTaskWaitForFinishedOperation &operator=(const ZelTaskWaitForFinishedOperation &) = delete;
 
+    /// True if there is nothing to wait for: the task has ended, or waiting is not possible.
     bool await_ready() const;
     /// False if the task has ended just now: the coroutine then goes on at once.
     bool await_suspend(std::coroutine_handle<> awaitingCoroutine);
-    zel::Error await_resume();
+    zel::Error await_resume(); ///< the task's error, or why it could not be waited for
 
 private:
     class Waiter;
@@ -45,13 +48,14 @@ private:
 template<std::derived_from<zel::BaseTask> T>
 struct awaiter_type<T *>
 {
-    using type = ZelTaskWaitForFinishedOperation;
+    using type = ZelTaskWaitForFinishedOperation; ///< what waits for it
 };
 
+/// The same for the owner of a task.
 template<std::derived_from<zel::BaseTask> T>
 struct awaiter_type<std::unique_ptr<T>>
 {
-    using type = ZelTaskWaitForFinishedOperation;
+    using type = ZelTaskWaitForFinishedOperation; ///< what waits for it
 };
 
 } // namespace QCoro::detail

@@ -27,6 +27,7 @@ class ZEL_RESOURCE_MANAGER_EXPORT TasksQueue : public QObject
     Q_OBJECT
 
 public:
+    /// Lives on the thread that makes it, and starts its tasks there.
     explicit TasksQueue(QObject *parent = nullptr);
     ~TasksQueue() override;
 

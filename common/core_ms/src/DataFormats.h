@@ -12,12 +12,13 @@ namespace zel {
 class ZEL_RESOURCE_MANAGER_EXPORT DataFormats
 {
 public:
+    /// One format. A value.
     struct Format
     {
         QString name; ///< as in "Mzml"; how the other functions name it
         QString extension; ///< of file or folder names, without the dot; empty if names do not tell
         QString description; ///< for people
-        bool isFile = false;
+        bool isFile = false; ///< comes as a file
         bool isFolder = false; ///< some formats come in both forms
     };
 
@@ -28,6 +29,7 @@ public:
     /// none. The path may be relative, and a slash at its end counts for nothing. byName() does not
     /// touch the disk, detect() looks for the data and for the inner files that make a format.
     static QStringList byName(const QString &path);
+    /// See byName().
     static QStringList detect(const QString &path);
 };
 

@@ -16,9 +16,11 @@ public:
     Cancelable &operator=(const Cancelable &) = delete;
     virtual ~Cancelable();
 
+    /// Whether somebody has asked. Work that takes long looks now and then.
     virtual bool isCanceled() const = 0;
+    /// Sets or clears what isCanceled() tells, and does nothing else.
     virtual void setCanceled(bool canceled) = 0;
-    virtual void cancel() = 0;
+    virtual void cancel() = 0; ///< asks to stop
 };
 
 /// A Cancelable that keeps the outcome of its work. Every member may be called on any thread.
@@ -31,11 +33,11 @@ public:
     void setCanceled(bool canceled) override;
     void cancel() override = 0;
 
-    Error error() const;
-    bool hasError() const;
+    Error error() const; ///< how the work ended; a success before its end
+    bool hasError() const; ///< whether error() is a failure
 
 protected:
-    void setError(const Error &error);
+    void setError(const Error &error); ///< replaces what error() tells
 
 private:
     std::atomic<bool> canceled = false;

@@ -17,40 +17,47 @@ template<typename T>
 class [[nodiscard]] Result : public Warnings
 {
 public:
+    /// A success that holds a copy.
     Result(const T &value)
         : value_(value)
         , hasValue_(true)
     {
     }
+    /// A success that takes the value over.
     Result(T &&value)
         : value_(std::move(value))
         , hasValue_(true)
     {
     }
+    /// A failure, with the warnings of the error.
     Result(const Error &error)
         : Warnings(error)
         , error_(error)
         , hasValue_(false)
     {
     }
+    /// Copies the value or the error, and the warnings.
     Result(const Result &other)
         : Warnings(other)
         , hasValue_(other.hasValue_)
     {
         adopt(other);
     }
+    /// Takes them over; the other one keeps its kind, with a moved-from member.
     Result(Result &&other) noexcept(std::is_nothrow_move_constructible_v<T>)
         : Warnings(std::move(other))
         , hasValue_(other.hasValue_)
     {
         adopt(std::move(other));
     }
+    /// May turn a success into a failure and the other way round.
     Result &operator=(const Result &other)
     {
         if (this != &other)
             *this = Result(other);
         return *this;
     }
+    /// See the assignment of a copy.
     Result &operator=(Result &&other) noexcept(std::is_nothrow_move_constructible_v<T>)
     {
         if (this != &other) {
@@ -63,29 +70,35 @@ public:
     }
     ~Result() override { destroyMember(); }
 
+    /// True for a success.
     bool hasValue() const { return hasValue_; }
 
+    /// The value of a success.
     const T &value() const &
     {
         Q_ASSERT(hasValue_);
         return value_;
     }
+    /// The value of a success, to be changed.
     T &value() &
     {
         Q_ASSERT(hasValue_);
         return value_;
     }
+    /// The value of a success, to be moved out.
     T &&value() &&
     {
         Q_ASSERT(hasValue_);
         return std::move(value_);
     }
 
+    /// The error of a failure.
     const Error &error() const
     {
         Q_ASSERT(!hasValue_);
         return error_;
     }
+    /// The error of a failure, to be changed.
     Error &error()
     {
         Q_ASSERT(!hasValue_);

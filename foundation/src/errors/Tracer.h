@@ -20,16 +20,20 @@ public:
     static bool initialize(const QString &filePath);
     /// Ends the file properly and turns tracing off. Viewers also read a file without this.
     static void shutdown();
-    static bool isInitialized();
+    static bool isInitialized(); ///< whether tracing is on
 
     /// The text in the form that the spans take. A QByteArray must outlive the call that uses it;
     /// what comes from a QString stays valid for the next few calls on this thread.
     static const char *rawData(const char *text);
+    /// See rawData(const char *).
     static const char *rawData(const QByteArray &text);
+    /// See rawData(const char *).
     static const char *rawData(const QString &text);
 
+    /// Opens a span on this thread, with one argument for the viewer. Nothing while tracing is off.
     static void beginTraceC(const char *category, const char *name, const char *argumentName,
                             const char *argumentValue);
+    /// Closes the span that was opened with the same category and name on this thread.
     static void endTraceC(const char *category, const char *name, const char *argumentName,
                           const char *argumentValue);
 };
@@ -38,6 +42,7 @@ namespace tracer_categories_settings {
 
 /// Which categories the host wants traced; none at the start. Names are compared exactly.
 ZEL_RESOURCE_MANAGER_EXPORT bool isCategoryEnabled(const char16_t *category);
+/// Counts from the next question on, but for retrievals: see isRetrievalTracingActive().
 ZEL_RESOURCE_MANAGER_EXPORT void setCategoryEnabled(const char16_t *category, bool enabled);
 
 } // namespace tracer_categories_settings

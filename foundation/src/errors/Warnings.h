@@ -21,10 +21,14 @@ public:
     Warnings &operator=(Warnings &&) = default;
     virtual ~Warnings();
 
+    /// In the order in which they came.
     const QList<QString> &warnings() const { return texts; }
 
+    /// Appends one text.
     void addWarning(const QString &text) { addWarningInternal(text); }
+    /// Appends these texts.
     void addWarnings(const QList<QString> &moreTexts) { addWarningsInternal(moreTexts); }
+    /// Leaves none.
     void clearWarnings() { clearWarningsInternal(); }
     /// Replaces all warnings by this one.
     void resetWarning(const QString &text) { resetWarningInternal(text); }
@@ -32,10 +36,11 @@ public:
     void resetWarnings(const QList<QString> &newTexts) { resetWarningsInternal(newTexts); }
 
 protected:
-    virtual void addWarningInternal(const QString &text);
-    virtual void addWarningsInternal(const QList<QString> &moreTexts);
-    virtual void clearWarningsInternal();
-    virtual void resetWarningInternal(const QString &text);
+    virtual void addWarningInternal(const QString &text); ///< what addWarning() does
+    virtual void addWarningsInternal(const QList<QString> &moreTexts); ///< what addWarnings() does
+    virtual void clearWarningsInternal(); ///< what clearWarnings() does
+    virtual void resetWarningInternal(const QString &text); ///< what resetWarning() does
+    /// What resetWarnings() does.
     virtual void resetWarningsInternal(const QList<QString> &newTexts);
 
 private:

@@ -21,8 +21,10 @@ template<typename T>
 class ZEL_RESOURCE_MANAGER_EXPORT ExtendableEnum
 {
 public:
+    /// Registers the name with the data unless it is registered.
     ExtendableEnum(QLatin1StringView name, T data);
 
+    /// By which values are told apart.
     QLatin1StringView name() const { return name_; }
     /// As given to the constructor; for what counts ask ExtendableEnumRef::data().
     const T &data() const { return data_; }
@@ -42,12 +44,13 @@ template<typename T>
 class ExtendableEnumRef
 {
 public:
-    // Whoever asks for a reference may pass the value itself.
+    /// Whoever asks for a reference may pass the value itself.
     ExtendableEnumRef(const ExtendableEnum<T> &value) // NOLINT(google-explicit-constructor)
         : name_(value.name())
     {
     }
 
+    /// Of the value that this stands for.
     QLatin1StringView name() const { return name_; }
     /// The data under which the name was first registered.
     const T &data() const
@@ -59,10 +62,12 @@ public:
         return std::find_if(values.begin(), values.end(), hasName)->data();
     }
 
+    /// By name.
     friend bool operator==(const ExtendableEnumRef &left, const ExtendableEnumRef &right)
     {
         return left.name_ == right.name_;
     }
+    /// By name, so that values can be keys.
     friend bool operator<(const ExtendableEnumRef &left, const ExtendableEnumRef &right)
     {
         return left.name_ < right.name_;

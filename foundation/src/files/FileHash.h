@@ -13,9 +13,10 @@ struct ZEL_RESOURCE_MANAGER_EXPORT FileHash
     Q_DECLARE_TR_FUNCTIONS(zel::FileHash)
 
 public:
-    QCryptographicHash::Algorithm algorithm = QCryptographicHash::Sha256;
+    QCryptographicHash::Algorithm algorithm = QCryptographicHash::Sha256; ///< of the digest
     QByteArray digest; ///< the raw bytes; empty if nothing is known of the content
 
+    /// Whether nothing is known of the content.
     bool isEmpty() const { return digest.isEmpty(); }
     /// The form "sha256:0123...", digits in lower case; empty for an empty hash.
     QString toString() const;
@@ -28,6 +29,7 @@ public:
                                    QCryptographicHash::Algorithm algorithm
                                    = QCryptographicHash::Sha256);
 
+    /// Two empty ones are equal only if their algorithms are.
     friend bool operator==(const FileHash &left, const FileHash &right)
     {
         return left.algorithm == right.algorithm && left.digest == right.digest;

@@ -12,6 +12,7 @@ namespace zel {
 class ZEL_RESOURCE_MANAGER_EXPORT FileTypes
 {
 public:
+    /// What makes a kind.
     struct FileTypeData
     {
         QStringList extensions; ///< without the dot before them; one may have dots inside

@@ -27,14 +27,15 @@ public:
     class CopyFilesOptions
     {
     public:
+        /// Both have to be chosen.
         CopyFilesOptions(RecursionPolicy recursion, DuplicateFilesPolicy duplicates)
             : recursion(recursion)
             , duplicates(duplicates)
         {
         }
 
-        RecursionPolicy recursion;
-        DuplicateFilesPolicy duplicates;
+        RecursionPolicy recursion; ///< of folders inside the source
+        DuplicateFilesPolicy duplicates; ///< for files that the target has already
     };
 
     /// Decides what is copied. This one takes everything; subclass it to be choosy.

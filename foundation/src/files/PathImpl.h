@@ -18,12 +18,15 @@ class PathImpl
 {
 public:
     PathImpl() = default;
+    /// Keeps the text as it is; does not look whether it leads to what the type says.
     PathImpl(const QString &path)
         : path(path)
     {
     }
 
+    /// The text, for functions of Qt.
     operator QString() const { return path; }
+    /// The text as it was given.
     const QString &toString() const { return path; }
 
     friend bool operator==(const PathImpl &, const PathImpl &) = default;
@@ -38,13 +41,16 @@ class PathImpl<PathType::Unknown>
 {
 public:
     PathImpl() = default;
+    /// Keeps the text as it is.
     PathImpl(const QString &path)
         : path(path)
         , kind(kindFromText)
     {
     }
 
+    /// The text, for functions of Qt.
     operator QString() const { return path; }
+    /// The text as it was given.
     const QString &toString() const { return path; }
 
     friend bool operator==(const PathImpl &, const PathImpl &) = default;

@@ -21,8 +21,8 @@ public:
         return writer;
     }
 
-    bool insertsSpaces = false;
-    bool quotesStrings = false;
+    bool insertsSpaces = false; ///< a space between two parts
+    bool quotesStrings = false; ///< quotes around strings, with escapes in them
 };
 
 } // namespace zel

@@ -22,6 +22,7 @@ class ZEL_RESOURCE_MANAGER_EXPORT CrashHandler : public QObject
     Q_OBJECT
 
 public:
+    /// The one of the process. Any thread.
     static CrashHandler &instance();
 
     /// Gives the calling thread a stack of its own for a crash that has used up the ordinary one.
@@ -29,6 +30,7 @@ public:
     static void prepareThisThread();
 
 Q_SIGNALS:
+    /// The first crash. The argument is null but on the platform that has one.
     void crashDetected(_EXCEPTION_POINTERS *exception);
 
 private:

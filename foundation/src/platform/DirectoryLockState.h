@@ -15,6 +15,7 @@ struct ZEL_RESOURCE_MANAGER_EXPORT DirectoryLockState
     bool isHeld = false; ///< false also for a directory that cannot be looked at
     std::optional<qint64> holder; ///< the process, if the system tells
 
+    /// Looks now. Any thread.
     static DirectoryLockState of(const QString &directory);
 };
 

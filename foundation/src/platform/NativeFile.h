@@ -16,22 +16,24 @@ class ZEL_RESOURCE_MANAGER_EXPORT NativeFile
     Q_DECLARE_TR_FUNCTIONS(zel::NativeFile)
 
 public:
+    /// What may be done with the file.
     enum class Mode {
         Read, ///< must exist
         ReadWrite, ///< made if it is missing; what it holds stays
     };
 
+    /// Opens the file of this path; links are followed.
     static Result<NativeFile> open(const std::filesystem::path &path, Mode mode);
-    NativeFile(NativeFile &&other) noexcept;
-    NativeFile &operator=(NativeFile &&other) noexcept;
+    NativeFile(NativeFile &&other) noexcept; ///< the other one is closed then
+    NativeFile &operator=(NativeFile &&other) noexcept; ///< the two change places
     ~NativeFile();
 
-    Result<qint64> size() const;
+    Result<qint64> size() const; ///< bytes, as the system tells them now
     /// Reads up to `count` bytes from `offset` on; 0 at the end of the file.
     Result<qint64> readAt(qint64 offset, char *data, qint64 count);
     /// Writes all of the bytes at `offset`, or fails.
     Error writeAt(qint64 offset, const char *data, qint64 count);
-    Error truncate(qint64 size);
+    Error truncate(qint64 size); ///< cuts the file to this many bytes, or lengthens it with zeros
     /// Lets the disk begin with these bytes, so that a later sync() has less to wait for. A hint:
     /// waits for nothing, and what goes wrong is told by sync().
     void startSync(qint64 offset, qint64 count);

@@ -19,6 +19,7 @@ struct ZEL_RESOURCE_MANAGER_EXPORT ProcessFacts
     /// Where it has its temporary files. Empty for processes of others.
     std::optional<QString> temporaryFolder;
 
+    /// Looks now. What may not be seen stays empty.
     static ProcessFacts of(qint64 processId);
 
     /// Its name alone; empty if it cannot be seen.

@@ -11,11 +11,11 @@ namespace zel {
 /// A process and no other: numbers of processes come again. A value.
 struct ZEL_RESOURCE_MANAGER_EXPORT ProcessIdentity
 {
-    qint64 pid = 0;
+    qint64 pid = 0; ///< as the system numbers it in this container
     qint64 startTime = 0; ///< in ticks since the machine started
     QString bootId; ///< changes with every start of the machine
 
-    static ProcessIdentity current();
+    static ProcessIdentity current(); ///< this process
     /// Whether the process lives, as far as this process can see others.
     bool isAlive() const;
 
@@ -24,6 +24,7 @@ struct ZEL_RESOURCE_MANAGER_EXPORT ProcessIdentity
     /// there is no such process, as far as this process can see others.
     static std::optional<qint64> startOf(qint64 pid);
 
+    /// Whether both are the same process.
     friend bool operator==(const ProcessIdentity &left, const ProcessIdentity &right)
     {
         return left.pid == right.pid && left.startTime == right.startTime

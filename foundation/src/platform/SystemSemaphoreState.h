@@ -13,13 +13,14 @@ namespace zel {
 /// the same name, or none.
 struct ZEL_RESOURCE_MANAGER_EXPORT SystemSemaphoreState
 {
+    /// How much could be seen.
     enum class Access {
         Absent, ///< nobody has made it since the machine started or the folder was cleaned
         Refused, ///< it belongs to somebody who keeps it for himself
         Seen, ///< the members below hold
     };
 
-    Access access = Access::Absent;
+    Access access = Access::Absent; ///< what all other members depend on
     QString keyFile; ///< where it would be, whether there is one or not
     QString owner; ///< of the key file, as a name or a number; empty if there is none
     int value = 0; ///< how many more may take it

@@ -33,6 +33,7 @@ public:
     /// false ends the copy with code 20.
     using Progress = std::function<bool(qint64 copiedBytes)>;
 
+    /// How a copy goes about its work. A value.
     struct Options
     {
         bool isRecursive = true; ///< false leaves subfolders out, without a warning

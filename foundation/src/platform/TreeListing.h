@@ -16,6 +16,7 @@ namespace zel {
 class ZEL_RESOURCE_MANAGER_EXPORT TreeListing
 {
 public:
+    /// A file or a link.
     struct Entry
     {
         QByteArray path; ///< begins with the name that was asked for
@@ -27,10 +28,11 @@ public:
     /// What could not be looked at, and why.
     struct Failure
     {
-        std::filesystem::path path;
-        std::error_code code;
+        std::filesystem::path path; ///< as the system spells it
+        std::error_code code; ///< of the system
     };
 
+    /// Called for each entry, on the thread that lists.
     using Take = std::function<void(Entry &&entry)>;
 
     /// Hands over what lies at folder/name: itself if it is a file or a link, else the files and

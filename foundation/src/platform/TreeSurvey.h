@@ -15,22 +15,24 @@ namespace zel {
 class ZEL_RESOURCE_MANAGER_EXPORT TreeSurvey
 {
 public:
+    /// What is done with an entry.
     enum class Step {
         Enter, ///< asks for each entry of this folder; of anything else it is the same as Measure
         Measure, ///< sums up all that is in it
-        Skip,
+        Skip, ///< leaves it out
     };
 
     /// What was measured.
     struct Entry
     {
         QByteArray path; ///< relative to the folder of the survey
-        bool isFolder = false;
+        bool isFolder = false; ///< false for files, links and all else
         qint64 files = 0; ///< how many entries in it are no folders, it itself included
         qint64 bytes = 0; ///< of the files; a link has none
         qint64 newestChange = 0; ///< of anything in it: milliseconds since the epoch
     };
 
+    /// What the walk found.
     struct Outcome
     {
         bool exists = false; ///< whether the folder itself can be read
@@ -38,6 +40,7 @@ public:
         QList<QByteArray> unreadable; ///< folders, relative too
     };
 
+    /// Asked for each entry, on the thread that walks; the path is relative.
     using Question = std::function<Step(const QByteArray &path, bool isFolder)>;
 
     /// Changes nothing and waits for nobody; what others change meanwhile is seen or not.

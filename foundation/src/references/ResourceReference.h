@@ -51,13 +51,14 @@ public:
     /// reference. Called on any thread.
     using Parser = std::function<Result<QSharedPointer<ResourceReference>>(const QString &text)>;
 
+    /// What a program says of a scheme when it registers it.
     struct SchemeDescription
     {
-        Scheme scheme = Invalid;
+        Scheme scheme = Invalid; ///< the number that the library knows it by
         QStringList prefixes; ///< for example "http" and "https", without the colon
         QString friendlyName; ///< the folder of the scheme's resources in a cache
         QVersionNumber version; ///< raising its major number makes older copies outdated
-        Parser parser;
+        Parser parser; ///< makes its references
     };
 
     virtual ~ResourceReference();
@@ -69,6 +70,8 @@ public:
     /// Nothing happens if the scheme is not known.
     static void unregisterScheme(Scheme scheme);
 
+    /// The reference that the parser of the text's scheme makes of it. Code 2 if no scheme has the
+    /// prefix.
     static Result<QSharedPointer<ResourceReference>> fromString(const QString &text);
     /// The scheme that the text's prefix stands for. The rest of the text is not looked at.
     static Result<Scheme> scheme(const QString &text);
@@ -76,6 +79,7 @@ public:
     /// under it is found.
     static QString schemeFriendlyName(Scheme scheme);
 
+    /// Of this reference.
     Scheme scheme() const { return scheme_; }
 
     /// Equal if scheme and key form are.
@@ -86,13 +90,14 @@ public:
     virtual QString referenceText(bool forDisplay) const = 0;
     /// The resource's path, and its full path, if the reference can tell without help.
     virtual std::optional<QString> referencePath() const;
+    /// See referencePath().
     virtual std::optional<QString> referenceFullPath() const;
     /// The version that the scheme is registered with; null if it is not. Asks neither the disk nor
     /// the network.
     virtual QVersionNumber referenceVersion() const;
 
 protected:
-    explicit ResourceReference(Scheme scheme);
+    explicit ResourceReference(Scheme scheme); ///< for the classes of schemes
     ResourceReference(const ResourceReference &) = default;
     ResourceReference &operator=(const ResourceReference &) = default;
 
@@ -100,6 +105,7 @@ private:
     Scheme scheme_;
 };
 
+/// Under this name the meta-object system knows the pointer, and lists of it.
 using ResourceReferenceSPtr = QSharedPointer<ResourceReference>;
 
 } // namespace zel

@@ -34,9 +34,10 @@ protected:
     SettingsInterface &operator=(const SettingsInterface &) = default;
     SettingsInterface &operator=(SettingsInterface &&) = default;
 
-    virtual void saveInternal(QSettings *settings) const = 0;
+    virtual void saveInternal(QSettings *settings) const = 0; ///< writes the record's keys
+    /// Reads the record's keys; sets defaults for what is absent.
     virtual void loadInternal(QSettings *settings) = 0;
-    virtual QString settingsFilePath() const = 0;
+    virtual QString settingsFilePath() const = 0; ///< the file that load() reads and save() writes
 
 private:
     Error writeChecked(const QString &path, const QString &workPath, const QString &readPath) const;

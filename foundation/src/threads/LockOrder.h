@@ -39,8 +39,11 @@ ZEL_RESOURCE_MANAGER_EXPORT void beforeGivingBack(const void *lock);
 
 #else
 
+/// Nothing in this build.
 inline void beforeTake(const void *, const char *) { }
+/// Nothing in this build.
 inline void afterTake(const void *, const char *) { }
+/// Nothing in this build.
 inline void beforeGivingBack(const void *) { }
 
 #endif

@@ -24,10 +24,10 @@ public:
     Mutex(const Mutex &) = delete;
     Mutex &operator=(const Mutex &) = delete;
 
-    void lock();
+    void lock(); ///< waits until this thread holds it
     /// Never waits, and so may be called in any order with other locks.
     bool try_lock();
-    void unlock();
+    void unlock(); ///< by the thread that holds it
 
 private:
     std::mutex mutex;

@@ -34,12 +34,14 @@ class ZEL_RESOURCE_MANAGER_EXPORT Zacq
     Q_DECLARE_TR_FUNCTIONS(zel::zacq::Zacq)
 
 public:
+    /// What may be done with an open container.
     enum class Mode {
-        ReadOnly = 0,
+        ReadOnly = 0, ///< all that there is: operations that change one take a path
     };
+    /// The form of a container.
     enum class Type {
         Unknown = 0, ///< not opened
-        File = 1,
+        File = 1, ///< one file
         Folder = 2, ///< the sparse form as well
     };
 
@@ -53,10 +55,11 @@ public:
     Error open(Mode mode);
 
     // After a successful open():
-    Type getType() const;
+    Type getType() const; ///< of the container that is open
     /// The sample file's full path, spelled after the container's path as it was given. Code 4 if
     /// the sample is not in place, code 21 for the file form, in which the sample is no file.
     Result<QString> sampleFilePath() const;
+    /// As the manifest tells it; valid until the next open().
     const ZacqMetadata &metadata() const;
     /// Writes the sample to a new file, from whichever form.
     Error extractSample(const QString &target) const;

@@ -16,7 +16,7 @@ namespace zel {
 class ZEL_RESOURCE_MANAGER_EXPORT GetSiblingsTask : public Task
 {
 public:
-    using References = QList<QSharedPointer<ResourceReference>>;
+    using References = QList<QSharedPointer<ResourceReference>>; ///< in the order of the scheme
 
     ~GetSiblingsTask() override;
 
@@ -25,7 +25,7 @@ public:
     References siblings() const;
 
 protected:
-    explicit GetSiblingsTask(QObject *parent);
+    explicit GetSiblingsTask(QObject *parent); ///< an idle task that will run on a worker
 
     /// The search. Runs on the worker; whether the resource itself is among the answer is up to the
     /// scheme.

@@ -28,6 +28,7 @@ public:
     /// verification that is cut short loses a second of work.
     static constexpr qint64 defaultBlockBytes = 64ll * 1024 * 1024;
 
+    /// One file or link of the resource.
     struct File
     {
         QByteArray path; ///< below the folder that the resource is in: "run.d/analysis.tdf"
@@ -46,12 +47,12 @@ public:
         bool isChecked = false; ///< it had been through with the file
         qint64 checkedBlocks = 0; ///< so many blocks of the file were read and right
 
-        bool hasAllSums() const;
+        bool hasAllSums() const; ///< whether the sum of each block is known
         friend bool operator==(const File &left, const File &right) = default;
     };
 
     QString id; ///< of this fetch, so that nobody takes a later manifest for this one
-    QString referenceKey;
+    QString referenceKey; ///< of the resource
     QByteArray name; ///< of the resource in its folder
     QList<File> files; ///< by path
 
@@ -64,6 +65,7 @@ public:
     /// made later may hold something else.
     QDateTime folderMade;
 
+    /// Of each block that has a sum, but for the last of a file: its length in bytes.
     qint64 blockBytes = defaultBlockBytes;
     QDateTime verified; ///< the end of the last verification of all files; null if there was none
 
@@ -71,10 +73,11 @@ public:
     qint64 bytesPerSecond() const;
     /// The largest number for what is more than that.
     qint64 totalBytes() const;
-    bool hasAllSums() const;
+    bool hasAllSums() const; ///< of all files
     /// Whether the last verification was cut short; the next one may go on from there.
     bool isCutShort() const;
 
+    /// The content of the manifest's file; docs/schemes.md tells its members.
     QByteArray toJson() const;
     /// Code 4 for what is no manifest of this version, or for one with a path that leads out of the
     /// folder, with numbers that make no sense, or with sums that do not fit the size.

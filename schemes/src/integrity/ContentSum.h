@@ -19,8 +19,8 @@ public:
     ContentSum(const ContentSum &) = delete;
     ContentSum &operator=(const ContentSum &) = delete;
 
-    void reset();
-    void add(const char *data, qint64 count);
+    void reset(); ///< forgets all bytes
+    void add(const char *data, qint64 count); ///< the next bytes
     /// Of the bytes since the last reset, in 32 lower-case hexadecimal digits.
     QByteArray value() const;
 
@@ -35,12 +35,12 @@ private:
 class ZEL_RESOURCE_SCHEMES_EXPORT BlockSums
 {
 public:
-    explicit BlockSums(qint64 blockBytes);
+    explicit BlockSums(qint64 blockBytes); ///< the length of a block in bytes, at least 1
 
     /// The next byte is the one at `offset`; what was seen of a block that this cuts is forgotten.
     /// With 0 all is forgotten.
     void startAt(qint64 offset);
-    void add(const char *data, qint64 count);
+    void add(const char *data, qint64 count); ///< the next bytes
     /// A sum for each block of a file that ends here; empty for one that was not seen in full.
     QList<QByteArray> sums() const;
 

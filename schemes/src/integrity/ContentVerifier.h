@@ -15,20 +15,22 @@ class ZEL_RESOURCE_SCHEMES_EXPORT ContentVerifier
     Q_DECLARE_TR_FUNCTIONS(zel::ContentVerifier)
 
 public:
+    /// What is wrong with a file.
     enum class Kind {
         Changed, ///< other bytes, or more of them
         Truncated, ///< fewer bytes
-        Missing,
-        Unreadable,
+        Missing, ///< it is not there, or is something else than a file
+        Unreadable, ///< the system refuses it
         Extra, ///< in the resource's folder, but not of the fetch; no damage
     };
 
+    /// One file that is not as the manifest says.
     struct Finding
     {
-        Kind kind = Kind::Changed;
+        Kind kind = Kind::Changed; ///< what is wrong
         QByteArray path; ///< below the folder that the resource is in
-        qint64 expectedSize = 0;
-        qint64 foundSize = 0;
+        qint64 expectedSize = 0; ///< bytes, by the manifest
+        qint64 foundSize = 0; ///< bytes, on the disk
         /// Of a change of bytes alone: where the first block that differs begins; else negative.
         qint64 offset = -1;
         QString reason; ///< of the unreadable: what the system says

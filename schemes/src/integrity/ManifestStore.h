@@ -23,9 +23,11 @@ public:
 
     /// Touches nothing yet.
     static ManifestStore forCache(const QString &cacheDataDirectory);
-    explicit ManifestStore(const QString &directory);
+    explicit ManifestStore(const QString &directory); ///< the folder itself
 
+    /// Of the manifests; need not exist.
     const QString &directory() const { return folder; }
+    /// Where the manifest of this resource is or would be.
     QString pathFor(const QString &referenceKey) const;
 
     /// No value if there is none. Code 1 if it cannot be read, 4 if it is too big, is no manifest,
@@ -52,6 +54,7 @@ public:
     void removeRemains() const;
     /// Up to which resource names and sizes were last compared; empty if that is not known.
     QString comparedLast() const;
+    /// Writes that down. Code 1 if it cannot be written.
     Error setComparedLast(const QString &referenceKey) const;
     /// As read(), of whatever resource; its key must fit the file's name.
     Result<ContentManifest> readPath(const QString &path) const;

@@ -16,7 +16,7 @@ struct ZEL_RESOURCE_SCHEMES_EXPORT StagingPlace
 
     QString folder; ///< absolute
     std::optional<StagingRecord> record; ///< empty if it has none, or one that cannot be read
-    QDateTime lastUse;
+    QDateTime lastUse; ///< when its record was written, or without one its folder changed
     /// On its way out: what an interrupted removal has left.
     bool isRemains = false;
 

@@ -21,7 +21,7 @@ struct ZEL_RESOURCE_SCHEMES_EXPORT StagingRecord
 
 public:
     QString displayText; ///< the reference, for people
-    QString referenceKey;
+    QString referenceKey; ///< of the resource
     QString validator; ///< the state of the source that the staged bytes belong to
     ProcessIdentity process; ///< who writes, or wrote last
     qint64 bytes = 0; ///< staged so far
@@ -29,7 +29,7 @@ public:
     qint64 bytesPerSecond = 0; ///< lately
     qint64 durableBytes = 0; ///< of them on the disk for sure
     QDateTime started; ///< of this process's part of the fetch
-    QDateTime updated;
+    QDateTime updated; ///< when this was written
 
     /// Whether the process that wrote it lives, as far as can be seen from here.
     bool isBeingWritten() const { return process.isAlive(); }
