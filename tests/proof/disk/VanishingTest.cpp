@@ -36,13 +36,15 @@ struct Loss
     Vanishing::Successor successor;
 };
 
+/// Each case has a folder of its own for its cache and its sources. Run one after the other in one
+/// process, a case would otherwise find there what an earlier one has fetched, and fetch nothing.
 class VanishingTest : public SchemeManagerFixture, public testing::WithParamInterface<Loss>
 {
 protected:
     VanishingTest()
     {
-        EXPECT_NE(ResourceManager::cache(), nullptr);
-        base = QFileInfo(cache.baseDir()).canonicalFilePath();
+        moveCacheTo(cache.addBaseDir(QString::fromUtf8(GetParam().name) + u"/base"_s));
+        base = QFileInfo(ResourceManager::cachePath().baseDirPath()).canonicalFilePath();
         surroundings = QFileInfo(base).path();
         sources = surroundings + u"/sources"_s;
         NginxServer::Options options;
@@ -51,6 +53,16 @@ protected:
             server = std::make_unique<NginxServer>(options);
         if (server)
             sources = server->root();
+    }
+
+    static void moveCacheTo(const QString &directory)
+    {
+        EXPECT_TRUE(ResourceManager::cache()->isOpen());
+        ResourceManagerSettings settings;
+        settings.cachePath.setBaseDirPath(directory);
+        const Error error = ResourceManager::updateSettings(settings);
+        EXPECT_FALSE(error.hasError()) << qPrintable(error.description());
+        EXPECT_TRUE(ResourceManager::cache()->isOpen());
     }
 
     void add(const QString &path, const QByteArray &bytes) const
@@ -105,7 +117,7 @@ protected:
     /// What does not hold after a fetch with this outcome.
     QStringList violations(const Error &error) const
     {
-        CacheInvariants all(cache.databasePath(), cache.dataDir());
+        CacheInvariants all(base + u"/ResourceCache.db"_s, base + u"/Cache"_s);
         all.except(Exception::LostData); // of the rounds before
         if (GetParam().place == Place::Base)
             all.except(Exception::NoDatabase);
@@ -157,6 +169,7 @@ TEST_P(VanishingTest, retrieve_folderVanishes_isWholeOrMissingAndSucceedsAgain)
         const LogCapture silent;
         prepare(number);
         auto fetched = handler(reference(number));
+        ASSERT_FALSE(fetched->isAvailableLocally()) << number;
         Error error;
         {
             const Vanishing loss(folder().toStdString(), GetParam().successor,
