@@ -20,6 +20,7 @@ struct RecountResult
     bool hasChanged() const { return !failure.hasError() && before != after; }
 };
 
+/// What a count of sizes has changed.
 struct RecountReport
 {
     QList<RecountResult> results;

@@ -15,6 +15,7 @@ inline constexpr ExitCode repaired = ExitCode(1); ///< there were damages, and a
 inline constexpr ExitCode left = ExitCode(4); ///< there are damages
 } // namespace DoctorExit
 
+/// What an examination has found, and what a repair has done about it.
 struct DoctorReport
 {
     Findings findings;

@@ -101,6 +101,7 @@ struct RepairStep
     }
 };
 
+/// One thing that is not as it should be, or good to know.
 struct Finding
 {
     FindingKind kind;

@@ -27,6 +27,7 @@ struct VerifyResult
     void take(const ResourceVerification &verification);
 };
 
+/// What a verification of several resources has found.
 struct VerifyReport
 {
     QList<VerifyResult> results;
