@@ -10,12 +10,12 @@
 #include <QString>
 #include <QVersionNumber>
 
-/// Keys of the JSON form of a ResourceMetadata. The last two are for subclasses.
-ZEL_RESOURCE_MANAGER_EXPORT extern const QString kName;
-ZEL_RESOURCE_MANAGER_EXPORT extern const QString kPath;
-ZEL_RESOURCE_MANAGER_EXPORT extern const QString kFullPath;
-ZEL_RESOURCE_MANAGER_EXPORT extern const QString kType;
-ZEL_RESOURCE_MANAGER_EXPORT extern const QString kItemType;
+// Keys of the JSON form of a ResourceMetadata. The last two are for subclasses.
+ZEL_RESOURCE_MANAGER_EXPORT extern const QString kName; ///< "Name": metadataName()
+ZEL_RESOURCE_MANAGER_EXPORT extern const QString kPath; ///< "Path": metadataPath()
+ZEL_RESOURCE_MANAGER_EXPORT extern const QString kFullPath; ///< "FullPath": metadataFullPath()
+ZEL_RESOURCE_MANAGER_EXPORT extern const QString kType; ///< "Type": metadataType()
+ZEL_RESOURCE_MANAGER_EXPORT extern const QString kItemType; ///< "ItemType": metadataItemType()
 
 namespace zel {
 

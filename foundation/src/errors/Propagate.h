@@ -59,12 +59,14 @@ void drop(const Outcome &outcome)
 
 /// Assigns the expression's Error to `error` and leaves the function with it if it is a failure.
 #define ZEL_TRY(error, expression) ZEL_TRY_WITH_(return, error, expression)
+/// The same in a coroutine.
 #define ZEL_CO_TRY(error, expression) ZEL_TRY_WITH_(co_return, error, expression)
 
 /// Declares a variable from the value of a Result, or leaves the function with its error.
 /// Only inside braces, since it is several statements.
 #define ZEL_TRY_LET(declaration, expression)                                                       \
     ZEL_TRY_LET_WITH_(return, ZEL_UNIQUE_NAME_(outcome_, __LINE__), declaration, expression)
+/// The same in a coroutine.
 #define ZEL_CO_TRY_LET(declaration, expression)                                                    \
     ZEL_TRY_LET_WITH_(co_return, ZEL_UNIQUE_NAME_(outcome_, __LINE__), declaration, expression)
 
