@@ -1,19 +1,23 @@
-# What `cmake --install` lays down, in three components: library, development, zelcache. Nothing in it
-# knows where the tree lay.
+# What `cmake --install` lays down, in four components: library, schemes, development, zelcache. Nothing
+# in it knows where the tree lay.
 include(CMakePackageConfigHelpers)
 
-# zel_install_library(TARGET NAME): other projects link it as zel::NAME.
-function(zel_install_library target name)
+# Each major version has a folder of its own, as libraries of several may be installed.
+set(ZEL_TRANSLATIONS_DIR
+    ${CMAKE_INSTALL_DATADIR}/zel_resource_manager/${PROJECT_VERSION_MAJOR}/translations)
+
+# zel_install_library(TARGET NAME COMPONENT): other projects link it as zel::NAME.
+function(zel_install_library target name component)
     set_target_properties(${target} PROPERTIES EXPORT_NAME ${name})
     target_compile_features(${target} PUBLIC cxx_std_20)
     install(TARGETS ${target} EXPORT ZelResourceManagerTargets
         LIBRARY
             DESTINATION ${CMAKE_INSTALL_LIBDIR}
-            COMPONENT library
+            COMPONENT ${component}
             NAMELINK_COMPONENT development
         RUNTIME
             DESTINATION ${CMAKE_INSTALL_BINDIR}
-            COMPONENT library
+            COMPONENT ${component}
         ARCHIVE
             DESTINATION ${CMAKE_INSTALL_LIBDIR}
             COMPONENT development
@@ -38,7 +42,8 @@ function(zel_install_package)
     set(generated ${CMAKE_CURRENT_BINARY_DIR}/package)
     configure_package_config_file(cmake/ZelResourceManagerConfig.cmake.in
         ${generated}/ZelResourceManagerConfig.cmake
-        INSTALL_DESTINATION ${destination})
+        INSTALL_DESTINATION ${destination}
+        PATH_VARS ZEL_TRANSLATIONS_DIR)
     write_basic_package_version_file(${generated}/ZelResourceManagerConfigVersion.cmake
         COMPATIBILITY SameMajorVersion)
     install(FILES

@@ -61,6 +61,7 @@ protected:
 TEST_F(ExternalProgramTest, build_installedLibrary_linksAndFetchesAResourceOfItsOwn)
 {
     ASSERT_TRUE(install(u"library"_s));
+    ASSERT_TRUE(install(u"schemes"_s));
     ASSERT_TRUE(install(u"development"_s));
     ASSERT_TRUE(configure());
     ASSERT_TRUE(build());
