@@ -72,6 +72,7 @@ set(CPACK_DEBIAN_SCHEMES_PACKAGE_RECOMMENDS ca-certificates)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "qt6-base-dev (>= 6.4), qcoro-qt6-dev (>= 0.8)")
 
 set(CPACK_ZEL_PACKAGING ${packaging})
+set(CPACK_ZEL_CHANGELOG ${PROJECT_SOURCE_DIR}/CHANGELOG.md)
 set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/ZelPackageDocuments.cmake)
 set(CPACK_POST_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/ZelPackageControl.cmake)
 include(CPack)
