@@ -60,4 +60,4 @@ INSTANTIATE_TEST_SUITE_P(
                               QStringLiteral(SOURCE_FOLDER "/resource_manager/exports.txt") },
                     Exports { "schemes", QStringLiteral(SCHEMES_LIBRARY),
                               QStringLiteral(SOURCE_FOLDER "/schemes/exports.txt") }),
-    [](const auto &info) { return std::string(info.param.name); });
+    [](const auto &exports) { return std::string(exports.param.name); });
