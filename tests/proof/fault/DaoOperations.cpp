@@ -203,7 +203,6 @@ QList<FaultOperation> changesOfClients()
 {
     using Dao = ResourceCacheDao;
     const QString uses = u"SELECT COUNT(*) FROM ResourceUsages"_s;
-    const QString tasks = u"SELECT COUNT(*) FROM AcquiringTasks"_s;
     const QString clients = u"SELECT COUNT(*) FROM Clients"_s;
     return {
         changeInside(
@@ -241,6 +240,14 @@ QList<FaultOperation> changesOfClients()
         change(
             "dao: deleteClientById", [](Dao &dao) { return dao.deleteClientById(99); }, clients,
             u"2"_s),
+    };
+}
+
+QList<FaultOperation> changesOfTasks()
+{
+    using Dao = ResourceCacheDao;
+    const QString tasks = u"SELECT COUNT(*) FROM AcquiringTasks"_s;
+    return {
         changeInside(
             "dao: deleteRetrievingTasksForClient",
             [](Dao &, Context *context) {
@@ -270,7 +277,7 @@ QList<FaultOperation> changesOfClients()
 QList<FaultOperation> daoOperations()
 {
     QList<FaultOperation> operations = questionsOfOne() + questionsOfAll();
-    return operations + changesOfResources() + changesOfClients();
+    return operations + changesOfResources() + changesOfClients() + changesOfTasks();
 }
 
 } // namespace zel::test

@@ -81,9 +81,7 @@ Error openTwiceAgain(CacheWorld &world)
 
 constexpr auto untilOpened = "Rows of those that are gone go with the next opening.";
 
-} // namespace
-
-QList<FaultOperation> openingOperations()
+QList<FaultOperation> openings()
 {
     return {
         { .name = "open of a new cache",
@@ -124,6 +122,12 @@ QList<FaultOperation> openingOperations()
           .exceptions = { Exception::OtherSizes },
           .whyExcepted = "Sizes are counted at the opening. A size has no failure: what cannot be "
                          "looked at counts as nothing until the next count." },
+    };
+}
+
+QList<FaultOperation> closings()
+{
+    return {
         { .name = "close",
           .setUp =
               [](CacheWorld &world) {
@@ -146,6 +150,13 @@ QList<FaultOperation> openingOperations()
           .exceptions = { Exception::RowsOfTheDead },
           .whyExcepted = untilOpened },
     };
+}
+
+} // namespace
+
+QList<FaultOperation> openingOperations()
+{
+    return openings() + closings();
 }
 
 } // namespace zel::test

@@ -115,6 +115,12 @@ QList<FaultOperation> purges()
               },
           .exceptions = lostData,
           .whyExcepted = filesFirst },
+    };
+}
+
+QList<FaultOperation> outdatedPurges()
+{
+    return {
         { .name = "purgeOutdatedResources",
           .run = [](CacheWorld &world) { return world.cache->purgeOutdatedResources(); },
           .missing = rest,
@@ -243,7 +249,7 @@ QList<FaultOperation> clearings()
 
 QList<FaultOperation> removalOperations()
 {
-    return purges() + uses() + clearings();
+    return purges() + outdatedPurges() + uses() + clearings();
 }
 
 } // namespace zel::test
