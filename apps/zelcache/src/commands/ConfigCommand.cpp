@@ -1,9 +1,9 @@
 #include "Command.h"
 #include "CommandOptions.h"
 #include "Library.h"
-#include "SettingValue.h"
-#include "SettingsReport.h"
 #include "errors/Propagate.h"
+#include "settings/SettingValue.h"
+#include "settings/SettingsReport.h"
 
 #include <QCoreApplication>
 #include <QJsonArray>

@@ -1,8 +1,8 @@
 #include "Command.h"
 #include "CommandOptions.h"
-#include "GetRequests.h"
 #include "Library.h"
-#include "ReferenceList.h"
+#include "get/GetRequests.h"
+#include "get/ReferenceList.h"
 #include "plan/PlanRequests.h"
 
 namespace zel::cli {

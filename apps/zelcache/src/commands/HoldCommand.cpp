@@ -1,7 +1,7 @@
 #include "Command.h"
 #include "CommandOptions.h"
-#include "GetRequests.h"
 #include "Library.h"
+#include "get/GetRequests.h"
 #include "holders/HeldProgram.h"
 #include "holders/ProgramLine.h"
 

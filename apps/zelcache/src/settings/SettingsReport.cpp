@@ -1,6 +1,6 @@
-#include "SettingsReport.h"
+#include "settings/SettingsReport.h"
 
-#include "SettingValue.h"
+#include "settings/SettingValue.h"
 
 #include <QCoreApplication>
 

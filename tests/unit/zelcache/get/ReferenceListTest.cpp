@@ -1,4 +1,4 @@
-#include "ReferenceList.h"
+#include "get/ReferenceList.h"
 
 #include "Printers.h"
 #include "TemporaryCache.h"

@@ -1,4 +1,4 @@
-#include "SettingsReport.h"
+#include "settings/SettingsReport.h"
 
 #include "Printers.h"
 

@@ -1,4 +1,4 @@
-#include "SettingsFile.h"
+#include "settings/SettingsFile.h"
 
 #include "ResourceManagerSettings.h"
 #include "errors/Propagate.h"

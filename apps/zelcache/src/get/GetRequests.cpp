@@ -1,4 +1,4 @@
-#include "GetRequests.h"
+#include "get/GetRequests.h"
 
 #include "AccessReason.h"
 #include "Library.h"

@@ -1,4 +1,4 @@
-#include "ReferenceList.h"
+#include "get/ReferenceList.h"
 
 #include "errors/Propagate.h"
 

@@ -1,4 +1,4 @@
-#include "SettingValue.h"
+#include "settings/SettingValue.h"
 
 #include "Format.h"
 #include "errors/Propagate.h"

@@ -1,4 +1,4 @@
-#include "TransferReport.h"
+#include "get/TransferReport.h"
 
 #include "staging/StagingRecord.h"
 

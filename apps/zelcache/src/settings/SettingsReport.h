@@ -1,7 +1,7 @@
 #pragma once
 
 #include "ResourceManagerSettings.h"
-#include "SettingsFile.h"
+#include "settings/SettingsFile.h"
 
 #include <QJsonObject>
 

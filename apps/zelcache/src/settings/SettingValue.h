@@ -1,8 +1,8 @@
 #pragma once
 
 #include "ResourceCacheSizes.h"
-#include "SettingsFile.h"
 #include "errors/Result.h"
+#include "settings/SettingsFile.h"
 
 namespace zel::cli {
 

@@ -3,7 +3,7 @@
 #include "Context.h"
 #include "OverallProgress.h"
 #include "SignalWatch.h"
-#include "TransferReport.h"
+#include "get/TransferReport.h"
 
 #include "ResourceHandler.h"
 #include "TerminalPrompting.h"

@@ -1,4 +1,4 @@
-#include "SettingValue.h"
+#include "settings/SettingValue.h"
 
 #include "Printers.h"
 #include "TemporaryCache.h"
