@@ -41,9 +41,11 @@ if(ZEL_SANITIZE)
 endif()
 
 # Debug builds look at each take of a lock (foundation/src/threads). ThreadSanitizer looks itself.
-if(NOT "thread" IN_LIST ZEL_SANITIZE)
-    target_compile_definitions(zel_build_settings INTERFACE $<$<CONFIG:Debug>:ZEL_CHECKS_LOCKS>)
+set(ZEL_CHECKS_LOCKS $<CONFIG:Debug>)
+if("thread" IN_LIST ZEL_SANITIZE)
+    set(ZEL_CHECKS_LOCKS 0)
 endif()
+target_compile_definitions(zel_build_settings INTERFACE $<${ZEL_CHECKS_LOCKS}:ZEL_CHECKS_LOCKS>)
 
 # Makes the object library of one folder. LINK lists what the folder may include, nothing else.
 #   zel_add_folder(zel_tasks INCLUDE src SOURCES src/Task.cpp ... LINK zel_foundation QCoro6::Coro)

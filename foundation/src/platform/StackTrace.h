@@ -8,7 +8,8 @@
 namespace zel {
 
 /// The calls that have led a thread to where it is. Quick to take, in microseconds; the names are
-/// looked up only when somebody wants to read them, which takes a second.
+/// looked up only when somebody wants to read them, which takes a second. Only builds that look at
+/// the takes of locks have it.
 class ZEL_RESOURCE_MANAGER_EXPORT StackTrace
 {
 public:

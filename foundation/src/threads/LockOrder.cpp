@@ -13,8 +13,6 @@
 #include <thread>
 #include <vector>
 
-#ifdef ZEL_CHECKS_LOCKS
-
 namespace zel {
 
 namespace {
@@ -172,5 +170,3 @@ void LockOrder::beforeGivingBack(const void *lock)
 }
 
 } // namespace zel
-
-#endif
