@@ -4,39 +4,52 @@
 
 #include <atomic>
 #include <csignal>
+#include <functional>
 #include <unistd.h>
+#include <utility>
 
 namespace zel::test {
 
 namespace {
 
-/// Pulls the plug when its count of changes has run out.
+/// Pulls the plug when its count of some steps has run out. Never destroyed: threads still write
+/// while the process ends.
 class SuddenDeath final : public FileStepWatcher
 {
 public:
-    explicit SuddenDeath(int steps)
+    using Counts = std::function<bool(const FileStep &)>;
+
+    SuddenDeath(int steps, Counts counts)
         : m_stepsToLive(steps)
+        , m_counts(std::move(counts))
     {
     }
 
     int before(const FileStep &step) override
     {
-        if (changesFiles(step) && m_stepsToLive.fetch_sub(1) == 0)
+        if (m_counts(step) && m_stepsToLive.fetch_sub(1) == 0)
             ::kill(::getpid(), SIGKILL);
         return 0;
     }
 
 private:
     std::atomic<int> m_stepsToLive;
+    const Counts m_counts;
 };
 
 } // namespace
 
 void dieAtFileStep(int step)
 {
-    // Never destroyed: threads still write while the process ends.
-    static auto *const death = new SuddenDeath(step);
-    watchFileSteps(death);
+    watchFileSteps(new SuddenDeath(step, changesFiles));
+}
+
+void dieInHalfFile(int number, const std::string &folder)
+{
+    watchFileSteps(new SuddenDeath(number, [below = folder + '/'](const FileStep &step) {
+        return step.kind == FileStep::Kind::Write && step.offset > 0
+            && pathOf(step).starts_with(below);
+    }));
 }
 
 } // namespace zel::test

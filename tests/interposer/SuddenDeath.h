@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 namespace zel::test {
 
 /// From now on the process counts what it changes in files and folders: each write, each flush,
@@ -8,5 +10,9 @@ namespace zel::test {
 ///
 /// So every state in which a process can leave its files to others is reached by some number.
 void dieAtFileStep(int step);
+
+/// The same, counting only the writes that go on with a file below this folder: the file is left
+/// with a part of its bytes. The folder is absolute and without links.
+void dieInHalfFile(int number, const std::string &folder);
 
 } // namespace zel::test

@@ -135,10 +135,22 @@ void KillLoop::restore() const
 void KillLoop::killAtFileSteps(int first, int stride)
 {
     int step = first;
-    while (!testing::Test::HasFailure() && dieAtFileStep(step) == Fate::Killed)
+    while (!testing::Test::HasFailure() && dieBy(u"die %1"_s.arg(step)) == Fate::Killed)
         step += stride;
     if (testing::Test::HasFailure())
         std::cerr << qPrintable(m_scenario.name) << " failed at step " << step << '\n';
+}
+
+void KillLoop::killInHalfStagedFiles()
+{
+    const QString staging = QFileInfo(m_cache->baseDir()).canonicalFilePath() + u"/Staging"_s;
+    int number = 0;
+    while (!testing::Test::HasFailure()
+           && dieBy(u"dieInHalf %1 %2"_s.arg(staging).arg(number)) == Fate::Killed)
+        ++number;
+    if (testing::Test::HasFailure())
+        std::cerr << qPrintable(m_scenario.name) << " failed in half file " << number << '\n';
+    EXPECT_GT(number, 0) << "no file was left half";
 }
 
 void KillLoop::killAtSystemCalls(const QString &calls, int first, int stride)
@@ -152,12 +164,13 @@ void KillLoop::killAtSystemCalls(const QString &calls, int first, int stride)
     }
 }
 
-KillLoop::Fate KillLoop::dieAtFileStep(int step)
+/// `command` tells the victim when to die.
+KillLoop::Fate KillLoop::dieBy(const QString &command)
 {
     restore();
     const auto victim = program();
     QStringList commands = m_scenario.unharmed;
-    commands << u"die %1"_s.arg(step) << m_scenario.deadly;
+    commands << command << m_scenario.deadly;
     victim->send(commands.join(u';'));
     return judge(victim.get());
 }

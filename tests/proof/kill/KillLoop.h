@@ -69,6 +69,8 @@ public:
     void prepare(const KillScenario &scenario);
     /// Dies at the first step, and at each `stride`th from there on, until one program survives.
     void killAtFileSteps(int first, int stride);
+    /// Dies each time that a staged file has a part of its bytes and the next ones are written.
+    void killInHalfStagedFiles();
     /// The same by the system's own tracer, for calls of these names, as strace lists them.
     void killAtSystemCalls(const QString &calls, int first, int stride);
 
@@ -85,7 +87,7 @@ private:
     void checkSent(const QMap<QString, qint64> &staged, bool wasReady) const;
     void restore() const;
     Fate judge(ActorProcess *victim);
-    Fate dieAtFileStep(int step);
+    Fate dieBy(const QString &command);
     Fate dieAtSystemCall(const QString &calls, int number);
     void checkAfterDeath();
     void letTimePass() const;

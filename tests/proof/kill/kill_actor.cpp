@@ -131,6 +131,11 @@ void addOtherCommands(Commands *all)
         dieAtFileStep(words.at(0).toInt());
         return ok;
     };
+    // dieInHalf FOLDER N: before the N-th write from now on that goes on with a file below it
+    obeyed[u"dieInHalf"_s] = [](const Words &words) {
+        dieInHalfFile(words.at(1).toInt(), words.at(0).toStdString());
+        return ok;
+    };
     // makeContainer PATH SAMPLE_FILE PATH_IN_CONTAINER
     obeyed[u"makeContainer"_s] = [](const Words &words) {
         return toAnswer(
