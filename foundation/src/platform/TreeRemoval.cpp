@@ -70,10 +70,12 @@ Descriptor Remover::openInside(const Folder &parent, const QByteArray &name)
     Descriptor folder = openFolderAt(parent.number, name);
     if (folder.isOpen() || errno != EACCES)
         return folder;
-    // Either the folder cannot be read or the one around it cannot be searched.
+    // Either the folder cannot be read or the one around it cannot be searched. Whether one of
+    // these has helped is told by the second look.
     if (parent.isOurs)
         ::fchmod(parent.number, S_IRWXU);
-    ::fchmodat(parent.number, name.constData(), S_IRWXU, AT_SYMLINK_NOFOLLOW);
+    [[maybe_unused]] const int changed
+        = ::fchmodat(parent.number, name.constData(), S_IRWXU, AT_SYMLINK_NOFOLLOW);
     return openFolderAt(parent.number, name);
 }
 
