@@ -5,6 +5,7 @@
 #include "ResourceManager.h"
 #include "ResourceRow.h"
 
+#include <QApplication>
 #include <QBoxLayout>
 #include <QCheckBox>
 #include <QCloseEvent>
@@ -196,9 +197,12 @@ void ViewerWindow::closeEvent(QCloseEvent *event)
     // asked for now, and the window closes when the last coroutine has seen it.
     event->ignore();
     isClosing = true;
-    setEnabled(false);
     for (ResourceRow *row : rows())
         row->resource()->cancel();
+    // To be told to end while a question is open is an answer: no.
+    if (QWidget *question = QApplication::activeModalWidget())
+        question->close();
+    setEnabled(false);
 }
 
 void ViewerWindow::showState()

@@ -32,7 +32,7 @@ protected:
     void clickRow(const QString &name, Qt::KeyboardModifiers modifiers = {});
     void setAsking(bool asks);
     /// Clicks this button of every question that appears from now on, and ticks its box first if
-    /// it is to hold for all.
+    /// it is to hold for all. Without a name nothing is clicked.
     void answer(const QString &buttonText, bool forAll = false);
 
     QTreeWidgetItem *row(const QString &name) const;

@@ -207,6 +207,20 @@ TEST_F(ViewerTest, close_whileFetching_endsTheFetchFirst)
     EXPECT_EQ(database.status(server.url(u"/large/large.raw"_s)), u"Missing"_s);
 }
 
+TEST_F(ViewerTest, close_whileAsked_takesItForANo)
+{
+    list(u"runs"_s, u"run.mzML"_s);
+    atQuestion = [this](QWidget *) {
+        window->close();
+    };
+    answer({});
+    click(u"fetch"_s);
+    EXPECT_TRUE(waitFor([this] { return !window->isVisible(); }));
+    EXPECT_EQ(questions.size(), 1);
+    EXPECT_EQ(state(u"run.mzML"_s), canceled);
+    EXPECT_FALSE(server.wasFetched(u"/runs/run.mzML"_s));
+}
+
 TEST_F(ViewerTest, window_runsOfAllKinds_looksAsInTheGuide)
 {
     setAsking(false);
