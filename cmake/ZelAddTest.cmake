@@ -4,6 +4,7 @@
 # One test program. SOURCES defaults to NAME.cpp. A program of unit tests links the object libraries
 # it needs and so sees what is not exported; process and cli tests run the real shared library and
 # the real programs. Never both in one program. MOC is for sources with Q_OBJECT in them.
+# LABEL may be several words in one text: "cli disk" is known to ctest by either.
 # FIXTURE names the entry of ctest that must have passed before.
 # Every case is an entry of ctest of its own with a TIMEOUT, so that a deadlock fails by its name.
 include(GoogleTest)
