@@ -5,7 +5,6 @@
 #include "errors/Propagate.h"
 #include "files/FileUtilsGeneric.h"
 #include "platform/FileLock.h"
-#include "platform/FileSync.h"
 #include "platform/NativeFile.h"
 #include "references/CacheFileName.h"
 
@@ -57,6 +56,32 @@ Error writeNew(const std::filesystem::path &path, const QByteArray &content)
     return error;
 }
 
+/// Gives the path of the manifest beside its place. Before the turn: the others need not wait for
+/// the disk.
+Result<QString> writeFresh(const QString &path, const ContentManifest &manifest)
+{
+    const QString fresh = path + u'.' + QUuid::createUuid().toString(QUuid::Id128) + freshSuffix;
+    const Error error = writeNew(nativePath(fresh), manifest.toJson());
+    if (!error.hasError())
+        return fresh;
+    QFile::remove(fresh);
+    return ZEL_PASS(error);
+}
+
+/// Does not wait until the name is on the disk: after a power cut there is the former file, or
+/// none, which is better than a wait in each fetch.
+Error putInPlace(const QString &fresh, const QString &path)
+{
+    std::error_code failure;
+    std::filesystem::rename(nativePath(fresh), nativePath(path), failure);
+    if (!failure)
+        return {};
+    QFile::remove(fresh);
+    return ZEL_ERROR(ErrorCode::OperationFailed,
+                     ManifestStore::tr("Writing \"%1\" failed: %2")
+                         .arg(path, QString::fromStdString(failure.message())));
+}
+
 } // namespace
 
 ManifestStore ManifestStore::forCache(const QString &cacheDataDirectory)
@@ -100,20 +125,10 @@ Error ManifestStore::write(const ContentManifest &manifest) const
 {
     Error error;
     ZEL_TRY(error, FileUtilsGeneric::mkPath(folder));
-    const FileLock turn = turnIn(folder);
-    return ZEL_PASS(writeNow(manifest));
-}
-
-Error ManifestStore::writeNow(const ContentManifest &manifest) const
-{
     const QString path = pathFor(manifest.referenceKey);
-    const QString fresh = path + u'.' + QUuid::createUuid().toString(QUuid::Id128) + freshSuffix;
-    Error error = writeNew(nativePath(fresh), manifest.toJson());
-    if (!error.hasError())
-        error = FileSync::renameDurably(fresh, path);
-    if (error.hasError())
-        QFile::remove(fresh);
-    return ZEL_PASS(error);
+    ZEL_TRY_LET(const QString fresh, writeFresh(path, manifest));
+    const FileLock turn = turnIn(folder);
+    return ZEL_PASS(putInPlace(fresh, path));
 }
 
 Result<bool> ManifestStore::isSameFetch(const ContentManifest &manifest) const
@@ -125,11 +140,18 @@ Result<bool> ManifestStore::isSameFetch(const ContentManifest &manifest) const
 Result<bool> ManifestStore::writeIfSameFetch(const ContentManifest &manifest) const
 {
     Error error;
+    ZEL_TRY_LET(const bool wasSame, isSameFetch(manifest));
+    if (!wasSame)
+        return false;
+    const QString path = pathFor(manifest.referenceKey);
+    ZEL_TRY_LET(const QString fresh, writeFresh(path, manifest));
     const FileLock turn = turnIn(folder);
-    ZEL_TRY_LET(const bool isSame, isSameFetch(manifest));
-    if (isSame)
-        ZEL_TRY(error, writeNow(manifest));
-    return isSame;
+    const auto isSame = isSameFetch(manifest); // a fetch may have written its own meanwhile
+    if (isSame.hasValue() && isSame.value())
+        ZEL_TRY(error, putInPlace(fresh, path));
+    else
+        QFile::remove(fresh);
+    return ZEL_PASS(isSame);
 }
 
 Error ManifestStore::remove(const QString &referenceKey) const

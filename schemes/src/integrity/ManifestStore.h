@@ -9,10 +9,11 @@ namespace zel {
 /// The manifests of a cache: a file for each resource in the folder "Manifests" beside the cache's
 /// data, its name told by the resource's key. The database knows nothing of them.
 ///
-/// A file is always whole: it is written beside its place, brought to the disk and renamed. Those
-/// who write or remove one take turns, so that nobody replaces what he has not seen; who finds the
-/// others stuck does not wait for them. What is read is not trusted: whoever may write to the cache
-/// may have written it. A value; any thread.
+/// A file is always whole: it is written beside its place, brought to the disk and renamed. The new
+/// name is not waited for, so that the newest ones may be missing after a power cut. Those who put
+/// one into its place or remove it take turns, so that nobody replaces what he has not seen; who
+/// finds the others stuck does not wait for them. What is read is not trusted: whoever may write to
+/// the cache may have written it. A value; any thread.
 class ZEL_RESOURCE_SCHEMES_EXPORT ManifestStore
 {
     Q_DECLARE_TR_FUNCTIONS(zel::ManifestStore)
@@ -60,7 +61,6 @@ public:
     Result<ContentManifest> readPath(const QString &path) const;
 
 private:
-    Error writeNow(const ContentManifest &manifest) const;
     static Error removeNow(const QString &path);
     Result<bool> isSameFetch(const ContentManifest &manifest) const;
 

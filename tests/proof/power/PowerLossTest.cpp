@@ -10,6 +10,8 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
 
 using namespace zel::test;
 using namespace Qt::Literals::StringLiterals;
@@ -91,6 +93,18 @@ protected:
         }
     }
 
+    /// The newest may be missing; what is there can be read.
+    void checkManifests()
+    {
+        const QDir folder(m_cache.baseDir() + u"/Manifests"_s);
+        const QStringList names = folder.entryList({ u"*.json"_s }, QDir::Files);
+        for (const QString &name : names) {
+            const auto manifest = QJsonDocument::fromJson(readFile(folder.filePath(name)));
+            EXPECT_FALSE(manifest[u"files"].toArray().isEmpty()) << name.toStdString();
+            ++m_manifests;
+        }
+    }
+
     /// Another program comes once the machine is up again: whoever fetched has been silent for
     /// long.
     void checkNextFetch(const QString &reference)
@@ -123,6 +137,7 @@ protected:
                     continue;
                 disk.writeTo(m_cache.baseDir(), cut.data, cut.database, random);
                 checkRows();
+                checkManifests();
                 if (!HasFailure() && ++cutsMade % forProof(100, 10) == 0) {
                     checkNextFetch(references.at(++programs % references.size()));
                 }
@@ -135,14 +150,17 @@ protected:
         recordFigure(u"steps"_s, steps.size());
         recordFigure(u"cuts"_s, cutsMade);
         recordFigure(u"rows found Ready"_s, m_readyRows);
+        recordFigure(u"manifests found"_s, m_manifests);
         recordFigure(u"programs afterwards"_s, programs);
         recordFigure(u"violations"_s, HasFailure() ? 1 : 0);
         EXPECT_GT(m_readyRows, 0);
+        EXPECT_GT(m_manifests, 0);
     }
 
     static constexpr quint32 cutsBetween = 6;
     const TemporaryCache m_cache;
     int m_readyRows = 0;
+    int m_manifests = 0;
 };
 
 QByteArray content(int size)

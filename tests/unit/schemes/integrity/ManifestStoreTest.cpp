@@ -1,4 +1,5 @@
 #include "integrity/ManifestStore.h"
+#include "FileSteps.h"
 #include "ManifestSample.h"
 #include "TemporaryCache.h"
 #include "platform/FileLock.h"
@@ -33,6 +34,32 @@ protected:
     const ContentManifest sample = sampleManifest();
 };
 
+/// Looks at each step of a kind whether somebody has his turn.
+class TurnWatcher final : public FileStepWatcher
+{
+public:
+    explicit TurnWatcher(const QString &folder)
+        : lockFile(folder + u"/.lock"_s)
+    {
+        watchFileSteps(this);
+    }
+    ~TurnWatcher() override { watchFileSteps(nullptr); }
+    TurnWatcher(const TurnWatcher &) = delete;
+    TurnWatcher &operator=(const TurnWatcher &) = delete;
+
+    QMap<FileStep::Kind, QList<bool>> isTaken;
+
+private:
+    int before(const FileStep &step) override
+    {
+        if (step.kind == FileStep::Kind::Sync || step.kind == FileStep::Kind::Rename)
+            isTaken[step.kind] << (FileLock(lockFile).state() == FileLock::State::Busy);
+        return 0;
+    }
+
+    const QString lockFile;
+};
+
 } // namespace
 
 TEST_F(ManifestStoreTest, read_nothingThere_isNoValueAndMakesNothing)
@@ -62,6 +89,26 @@ TEST_F(ManifestStoreTest, write_again_replaces)
     other.id = u"4567"_s;
     ASSERT_FALSE(store.write(other).hasError());
     EXPECT_EQ(store.read(sample.referenceKey).value()->id, u"4567"_s);
+    EXPECT_EQ(files().size(), 1);
+}
+
+TEST_F(ManifestStoreTest, write_waitsForTheDisk_othersHaveTheirTurnMeanwhile)
+{
+    const QMap<FileStep::Kind, QList<bool>> onlyToRename { { FileStep::Kind::Sync, { false } },
+                                                           { FileStep::Kind::Rename, { true } } };
+    for (int i = 0; i < 2; ++i) {
+        const TurnWatcher watcher(store.directory());
+        ASSERT_FALSE(i == 0 ? store.write(sample).hasError()
+                            : !store.writeIfSameFetch(sample).value());
+        EXPECT_EQ(watcher.isTaken, onlyToRename) << i;
+    }
+}
+
+TEST_F(ManifestStoreTest, write_nameIsTaken_failsAndLeavesNothingHalf)
+{
+    ASSERT_TRUE(QDir().mkpath(store.pathFor(sample.referenceKey) + u"/in the way"_s));
+    const Error error = store.write(sample);
+    EXPECT_EQ(error.errorCode(), ErrorCode::OperationFailed);
     EXPECT_EQ(files().size(), 1);
 }
 
@@ -136,6 +183,7 @@ TEST_F(ManifestStoreTest, writeIfSameFetch_fetchIsJustWriting_waitsForItsTurnAnd
     fetch.reset();
     EXPECT_FALSE(verification.get().value());
     EXPECT_EQ(*store.read(sample.referenceKey).value(), newer);
+    EXPECT_EQ(files().size(), 1);
 }
 
 TEST_F(ManifestStoreTest, write_othersAreStuck_goesOnWithoutThem)
