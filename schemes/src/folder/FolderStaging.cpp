@@ -189,18 +189,14 @@ Error FolderStaging::publish()
 
 Error FolderStaging::sync() const
 {
+    if (listing.files().size() + listing.folders().size() > mostSingleSyncs)
+        return ZEL_PASS(NativeFile::syncVolume(place->mainPath()));
     Error error;
-    const fs::path content = place->contentDirectory();
-    if (listing.files().size() + listing.folders().size() > mostSingleSyncs) {
-        ZEL_TRY(error, NativeFile::syncVolume(content));
-    } else {
-        for (const auto &[path, file] : listing.files())
-            ZEL_TRY(error, FileSync::syncFile(textPath(targetOf(path))));
-        for (const QString &folder : listing.folders())
-            ZEL_TRY(error, FileSync::syncDirectory(textPath(targetOf(folder))));
-        ZEL_TRY(error, FileSync::syncDirectory(textPath(place->mainPath())));
-    }
-    return ZEL_PASS(FileSync::syncDirectory(textPath(content)));
+    for (const auto &[path, file] : listing.files())
+        ZEL_TRY(error, FileSync::syncFile(textPath(targetOf(path))));
+    for (const QString &folder : listing.folders())
+        ZEL_TRY(error, FileSync::syncDirectory(textPath(targetOf(folder))));
+    return ZEL_PASS(FileSync::syncDirectory(textPath(place->mainPath())));
 }
 
 void FolderStaging::giveRoomBack()

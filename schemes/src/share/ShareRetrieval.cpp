@@ -253,7 +253,6 @@ Error ShareRetrieval::makeRight(const ShareListing &listing) const
         if (syncsEachFile && entry.kind == ShareListing::Kind::Folder)
             ZEL_TRY(error, FileSync::syncDirectory(textPath(targetOf(entry))));
     }
-    ZEL_TRY(error, FileSync::syncDirectory(textPath(area->contentDirectory())));
     return error;
 }
 

@@ -23,15 +23,6 @@ bool liesSomethingAt(const fs::path &path)
     return fs::symlink_status(path, ignored).type() != fs::file_type::not_found;
 }
 
-/// The new entry, and the folder that it is in, which may be new as well.
-Error syncAround(const fs::path &target)
-{
-    Error error;
-    ZEL_TRY(error, FileSync::syncDirectory(textPath(target.parent_path())));
-    ZEL_TRY(error, FileSync::syncDirectory(textPath(target.parent_path().parent_path())));
-    return error;
-}
-
 } // namespace
 
 Error Placement::place(const fs::path &staged, const fs::path &target, const std::string &owner)
@@ -41,7 +32,9 @@ Error Placement::place(const fs::path &staged, const fs::path &target, const std
     ZEL_TRY_LET(const bool isPlaced, placeInOneStep(staged, target));
     if (!isPlaced)
         ZEL_TRY(error, placeByNeighbour(staged, target, owner));
-    return ZEL_PASS(syncAround(target));
+    // Not the folder around it as well: if a new folder does not outlast a power cut, all in it is
+    // gone, as if it had never been fetched.
+    return ZEL_PASS(FileSync::syncDirectory(textPath(target.parent_path())));
 }
 
 /// Whether two places are on one volume shows in the attempt only: one volume may be mounted twice,
