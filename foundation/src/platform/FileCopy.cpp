@@ -26,6 +26,9 @@ int fill(const Descriptor &source, const struct stat &status, Descriptor *target
 {
     qint64 copied = 0;
     const auto count = [&](qint64 bytes) {
+        // The disk works while the next bytes are copied, instead of idling until all are there.
+        if (sync == FileCopySync::Yes)
+            startSync(target->get(), copied, bytes);
         copied += bytes;
         return advance(bytes);
     };

@@ -103,13 +103,7 @@ Error NativeFile::truncate(qint64 size)
 
 void NativeFile::startSync(qint64 offset, qint64 count)
 {
-#if defined(SYNC_FILE_RANGE_WRITE)
-    static_cast<void>(
-        ::sync_file_range(descriptor, off_t(offset), off_t(count), SYNC_FILE_RANGE_WRITE));
-#else
-    Q_UNUSED(offset)
-    Q_UNUSED(count)
-#endif
+    posix::startSync(descriptor, offset, count);
 }
 
 Error NativeFile::sync()

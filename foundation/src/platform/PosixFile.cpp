@@ -94,6 +94,17 @@ int writeAll(int file, const char *bytes, size_t size)
     return 0;
 }
 
+void startSync(int file, qint64 offset, qint64 count)
+{
+#if defined(SYNC_FILE_RANGE_WRITE)
+    static_cast<void>(::sync_file_range(file, off_t(offset), off_t(count), SYNC_FILE_RANGE_WRITE));
+#else
+    Q_UNUSED(file)
+    Q_UNUSED(offset)
+    Q_UNUSED(count)
+#endif
+}
+
 int syncFolder(int folder)
 {
     if (retried([&] { return ::fsync(folder); }) == 0)

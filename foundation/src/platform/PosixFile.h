@@ -77,6 +77,9 @@ int readEntries(int folder, std::vector<Entry> *entries);
 /// Writes all of it. 0 or errno.
 int writeAll(int file, const char *bytes, size_t size);
 
+/// Lets the disk begin with these bytes of the file, so that a later sync has less to wait for. A
+/// hint: waits for nothing, and what goes wrong is told by the sync.
+void startSync(int file, qint64 offset, qint64 count);
 /// Waits until the folder's entries are on the disk; a file system that cannot do that for a folder
 /// is no failure. 0 or errno.
 int syncFolder(int folder);
