@@ -135,33 +135,24 @@ void KillLoop::restore() const
 void KillLoop::killAtFileSteps(int first, int stride)
 {
     int step = first;
-    while (!testing::Test::HasFailure() && dieBy(u"die %1"_s.arg(step)) == Fate::Killed)
+    while (dieBy(u"die %1"_s.arg(step)) == Fate::Killed)
         step += stride;
-    if (testing::Test::HasFailure())
-        std::cerr << qPrintable(m_scenario.name) << " failed at step " << step << '\n';
 }
 
 void KillLoop::killInHalfStagedFiles()
 {
     const QString staging = QFileInfo(m_cache->baseDir()).canonicalFilePath() + u"/Staging"_s;
     int number = 0;
-    while (!testing::Test::HasFailure()
-           && dieBy(u"dieInHalf %1 %2"_s.arg(staging).arg(number)) == Fate::Killed)
+    while (dieBy(u"dieInHalf %1 %2"_s.arg(staging).arg(number)) == Fate::Killed)
         ++number;
-    if (testing::Test::HasFailure())
-        std::cerr << qPrintable(m_scenario.name) << " failed in half file " << number << '\n';
-    EXPECT_GT(number, 0) << "no file was left half";
+    EXPECT_GT(m_kills, 0) << "no file was left half";
 }
 
 void KillLoop::killAtSystemCalls(const QString &calls, int first, int stride)
 {
     int number = first;
-    while (!testing::Test::HasFailure() && dieAtSystemCall(calls, number) == Fate::Killed)
+    while (dieAtSystemCall(calls, number) == Fate::Killed)
         number += stride;
-    if (testing::Test::HasFailure()) {
-        std::cerr << qPrintable(m_scenario.name) << " failed at number " << number << " of "
-                  << qPrintable(calls) << '\n';
-    }
 }
 
 /// `command` tells the victim when to die.
@@ -172,7 +163,7 @@ KillLoop::Fate KillLoop::dieBy(const QString &command)
     QStringList commands = m_scenario.unharmed;
     commands << command << m_scenario.deadly;
     victim->send(commands.join(u';'));
-    return judge(victim.get());
+    return judge(victim.get(), command);
 }
 
 KillLoop::Fate KillLoop::dieAtSystemCall(const QString &calls, int number)
@@ -184,11 +175,12 @@ KillLoop::Fate KillLoop::dieAtSystemCall(const QString &calls, int number)
                           m_cache->baseDir() });
     // Alone it would be answered.
     victim.send((m_scenario.unharmed + m_scenario.deadly).join(u';') + u";loadSettings"_s);
-    return judge(&victim);
+    return judge(&victim, u"number %1 of %2"_s.arg(QString::number(number), calls));
 }
 
 /// The killed one and the survivor leave the same behind: a cache in which others go on.
-KillLoop::Fate KillLoop::judge(ActorProcess *victim)
+/// `death` is told after a failure.
+KillLoop::Fate KillLoop::judge(ActorProcess *victim, const QString &death)
 {
     const int code = victim->end();
     EXPECT_TRUE(code == killed || code == 0)
@@ -197,7 +189,11 @@ KillLoop::Fate KillLoop::judge(ActorProcess *victim)
     if (!testing::Test::HasFailure())
         checkRecovery();
     m_kills += code == killed ? 1 : 0;
-    m_recoveries += testing::Test::HasFailure() ? 0 : 1;
+    if (testing::Test::HasFailure()) {
+        std::cerr << qPrintable(m_scenario.name) << " failed at " << qPrintable(death) << '\n';
+        return Fate::Failed;
+    }
+    ++m_recoveries;
     return code == killed ? Fate::Killed : Fate::Survived;
 }
 

@@ -79,14 +79,14 @@ public:
     void recordFigures() const;
 
 private:
-    enum class Fate { Killed, Survived };
+    enum class Fate { Killed, Survived, Failed };
 
     std::unique_ptr<ActorProcess> program() const;
     void nameNext();
     QMap<QString, qint64> staged() const;
     void checkSent(const QMap<QString, qint64> &staged, bool wasReady) const;
     void restore() const;
-    Fate judge(ActorProcess *victim);
+    Fate judge(ActorProcess *victim, const QString &death);
     Fate dieBy(const QString &command);
     Fate dieAtSystemCall(const QString &calls, int number);
     void checkAfterDeath();
