@@ -196,7 +196,8 @@ Error FolderStaging::sync() const
         ZEL_TRY(error, FileSync::syncFile(textPath(targetOf(path))));
     for (const QString &folder : listing.folders())
         ZEL_TRY(error, FileSync::syncDirectory(textPath(targetOf(folder))));
-    return ZEL_PASS(FileSync::syncDirectory(textPath(place->mainPath())));
+    ZEL_TRY(error, FileSync::syncDirectory(textPath(place->mainPath())));
+    return ZEL_PASS(FileSync::syncDirectory(textPath(place->contentDirectory())));
 }
 
 void FolderStaging::giveRoomBack()

@@ -248,12 +248,12 @@ Error ShareRetrieval::makeRight(const ShareListing &listing) const
         }
     }
     if (!syncsEachFile)
-        ZEL_TRY(error, NativeFile::syncVolume(area->contentDirectory()));
+        return ZEL_PASS(NativeFile::syncVolume(area->contentDirectory()));
     for (const ShareListing::Entry &entry : listing.entries()) {
-        if (syncsEachFile && entry.kind == ShareListing::Kind::Folder)
+        if (entry.kind == ShareListing::Kind::Folder)
             ZEL_TRY(error, FileSync::syncDirectory(textPath(targetOf(entry))));
     }
-    return error;
+    return ZEL_PASS(FileSync::syncDirectory(textPath(area->contentDirectory())));
 }
 
 Error ShareRetrieval::sourceChanged() const

@@ -23,18 +23,29 @@ bool liesSomethingAt(const fs::path &path)
     return fs::symlink_status(path, ignored).type() != fs::file_type::not_found;
 }
 
+/// Where there is a new name once the target is in its place: its own folder, the one around it,
+/// since the folder may be new, and those in which further ones have to be made.
+std::vector<fs::path> foldersWithNewNames(const fs::path &target)
+{
+    std::vector<fs::path> folders { target.parent_path(), target.parent_path().parent_path() };
+    while (!liesSomethingAt(folders.back()) && folders.back().has_relative_path())
+        folders.push_back(folders.back().parent_path());
+    return folders;
+}
+
 } // namespace
 
 Error Placement::place(const fs::path &staged, const fs::path &target, const std::string &owner)
 {
     Error error;
+    const std::vector<fs::path> changed = foldersWithNewNames(target);
     ZEL_TRY(error, FileUtilsGeneric::mkPath(textPath(target.parent_path())));
     ZEL_TRY_LET(const bool isPlaced, placeInOneStep(staged, target));
     if (!isPlaced)
         ZEL_TRY(error, placeByNeighbour(staged, target, owner));
-    // Not the folder around it as well: if a new folder does not outlast a power cut, all in it is
-    // gone, as if it had never been fetched.
-    return ZEL_PASS(FileSync::syncDirectory(textPath(target.parent_path())));
+    for (const fs::path &folder : changed)
+        ZEL_TRY(error, FileSync::syncDirectory(textPath(folder)));
+    return error;
 }
 
 /// Whether two places are on one volume shows in the attempt only: one volume may be mounted twice,

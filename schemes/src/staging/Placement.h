@@ -20,9 +20,8 @@ public:
     /// made of `owner` (NeighbourName): no two callers with the same one at a time. What was
     /// replaced is at `staged` afterwards, or gone.
     ///
-    /// The target appears as a whole, and its folder is on the disk in the end, so that a power cut
-    /// brings nothing back that was replaced. Code 7 if the target's volume has no room for the
-    /// copy.
+    /// The target appears as a whole and is on the disk in the end. Code 7 if the target's volume
+    /// has no room for the copy.
     static Error place(const std::filesystem::path &staged, const std::filesystem::path &target,
                        const std::string &owner);
 

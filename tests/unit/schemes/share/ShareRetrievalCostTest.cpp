@@ -5,6 +5,8 @@
 #include "Task.h"
 #include "integrity/ManifestStore.h"
 
+#include <QDir>
+
 using namespace zel;
 using namespace zel::test;
 using namespace Qt::Literals::StringLiterals;
@@ -15,6 +17,8 @@ namespace {
 class ShareRetrievalCostTest : public StagingFixture, private FileStepWatcher
 {
 protected:
+    ShareRetrievalCostTest() { QDir().mkpath(schemeFolder()); }
+
     void fetch(const QString &name)
     {
         plan = planFor(u"share:/"_s + name, name);
@@ -26,6 +30,7 @@ protected:
         EXPECT_FALSE(error.hasError()) << error.description().toStdString();
     }
     QString share(const QString &name) const { return cache.outside(u"share/"_s + name); }
+    QString schemeFolder() const { return cache.dataDir() + u"/share"_s; }
     /// The folder that the resource is put into.
     QString folder() const { return QFileInfo(plan.expectedPath).path(); }
 
@@ -45,16 +50,29 @@ private:
 
 } // namespace
 
-TEST_F(ShareRetrievalCostTest, run_file_waitsForItsDataForItsFolderAndForTheManifest)
+// Or a power cut could leave a row that says Ready without its data.
+TEST_F(ShareRetrievalCostTest, run_file_waitsForItsDataForItsNamesAndForTheManifest)
 {
     writeFile(share(u"run.raw"_s), "content");
     fetch(u"run.raw"_s);
-    ASSERT_EQ(synced.size(), 3) << synced.join(u'\n').toStdString();
+    ASSERT_EQ(synced.size(), 5) << synced.join(u'\n').toStdString();
     EXPECT_TRUE(synced.at(0).startsWith(plan.stagingDirectory)) << synced.at(0).toStdString();
     EXPECT_EQ(QFileInfo(synced.at(0)).fileName(), u"run.raw"_s);
-    EXPECT_EQ(synced.at(1), folder());
-    EXPECT_TRUE(synced.at(2).startsWith(plan.manifestDirectory)) << synced.at(2).toStdString();
+    EXPECT_EQ(synced.at(1), QFileInfo(synced.at(0)).path());
+    EXPECT_EQ(synced.at(2), folder());
+    EXPECT_EQ(synced.at(3), QFileInfo(folder()).path());
+    EXPECT_TRUE(synced.at(4).startsWith(plan.manifestDirectory)) << synced.at(4).toStdString();
     EXPECT_EQ(volumes, 0);
+}
+
+TEST_F(ShareRetrievalCostTest, run_firstOfItsScheme_waitsForTheFoldersThatItMakesAsWell)
+{
+    QDir().rmpath(schemeFolder());
+    writeFile(share(u"run.raw"_s), "content");
+    fetch(u"run.raw"_s);
+    ASSERT_EQ(synced.size(), 7) << synced.join(u'\n').toStdString();
+    EXPECT_EQ(synced.at(4), cache.dataDir());
+    EXPECT_EQ(synced.at(5), cache.baseDir());
 }
 
 TEST_F(ShareRetrievalCostTest, run_smallFolder_waitsForItsFilesAndFolders)
@@ -62,8 +80,8 @@ TEST_F(ShareRetrievalCostTest, run_smallFolder_waitsForItsFilesAndFolders)
     for (const QString &name : { u"run.d/a"_s, u"run.d/b/c"_s })
         writeFile(share(name), "content");
     fetch(u"run.d"_s);
-    // Two files and two folders, where they come to, and the manifest.
-    EXPECT_EQ(synced.size(), 6) << synced.join(u'\n').toStdString();
+    // Two files and two folders, the two folders around it here and there, and the manifest.
+    EXPECT_EQ(synced.size(), 8) << synced.join(u'\n').toStdString();
     EXPECT_EQ(volumes, 0);
 }
 
@@ -73,5 +91,5 @@ TEST_F(ShareRetrievalCostTest, run_largeFolder_waitsForTheVolumeOnce)
         writeFile(share(u"run.d/%1"_s.arg(i)), "content");
     fetch(u"run.d"_s);
     EXPECT_EQ(volumes, 1);
-    EXPECT_EQ(synced.size(), 2) << synced.join(u'\n').toStdString();
+    EXPECT_EQ(synced.size(), 3) << synced.join(u'\n').toStdString();
 }
