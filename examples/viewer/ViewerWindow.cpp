@@ -181,8 +181,9 @@ void ViewerWindow::cancelSelected()
 void ViewerWindow::removeSelected()
 {
     for (ResourceRow *row : selectedRows()) {
+        // Out of the list first: that tells of the change while all of the row is there.
         if (!row->resource()->isBusy())
-            delete row;
+            delete list->takeTopLevelItem(list->indexOfTopLevelItem(row));
     }
     showState();
 }
