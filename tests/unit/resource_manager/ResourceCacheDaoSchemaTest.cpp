@@ -55,6 +55,22 @@ TEST_F(ResourceCacheDaoSchemaTest, open_absentFile_makesTheWholeSchema)
               QStringList({ QString::number(QCoreApplication::applicationPid()) }));
 }
 
+// docs/storage.md is what people go by who read the database by hand.
+TEST_F(ResourceCacheDaoSchemaTest, open_absentFile_everyColumnStandsOnThePage)
+{
+    QFile page(QStringLiteral(ZEL_STORAGE_PAGE));
+    ASSERT_TRUE(page.open(QIODevice::ReadOnly));
+    const QString text = QString::fromUtf8(page.readAll());
+    ASSERT_TRUE(succeeded(dao.open(path())));
+
+    for (const QString &table : names(u"table"_s)) {
+        const QString section
+            = text.section(u"\n### `%1`"_s.arg(table), 1).section(u"\n##"_s, 0, 0);
+        for (const QString &column : columns(table))
+            EXPECT_TRUE(section.contains(u"`%1`"_s.arg(column))) << qPrintable(table + column);
+    }
+}
+
 TEST_F(ResourceCacheDaoSchemaTest, open_absentFile_storesTheTextsToTheBlank)
 {
     ASSERT_TRUE(succeeded(dao.open(path())));
