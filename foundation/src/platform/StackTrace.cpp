@@ -85,14 +85,19 @@ std::string described(const std::vector<Place> &places)
 
 } // namespace
 
-StackTrace StackTrace::ofThisThread()
+[[gnu::noinline]] StackTrace StackTrace::ofThisThread()
 {
+    // Further in are this function and what a sanitizer may put around backtrace(), however many.
+    constexpr int furtherIn = 3;
+    void *const caller = __builtin_return_address(0);
+
+    std::array<void *, mostCalls + furtherIn> found {};
+    const auto end = found.begin() + backtrace(found.data(), int(found.size()));
+    const auto first = std::find(found.begin(), end, caller);
+
     StackTrace trace;
-    std::array<void *, mostCalls + 1> found {};
-    const int all = backtrace(found.data(), int(found.size()));
-    // The first one is this function.
-    trace.count = std::max(all - 1, 0);
-    std::copy_n(found.begin() + 1, trace.count, trace.calls.begin());
+    trace.count = std::min(int(end - first), mostCalls);
+    std::copy_n(first, trace.count, trace.calls.begin());
     return trace;
 }
 
