@@ -152,12 +152,11 @@ Result<bool> ResourceManager::Private::exists(const RawHandlers &handlers)
 void ResourceManager::Private::invalidateCachedRequestsValues(ResourceReference::Scheme scheme)
 {
     const std::lock_guard lock(memoGuard->mutex);
-    for (const QString &key : cachedRequestsValues.keys()) {
-        const auto parsed = ResourceReference::scheme(key);
+    cachedRequestsValues.removeIf([scheme](std::pair<const QString &, CachedRequestValue &> entry) {
+        const auto parsed = ResourceReference::scheme(entry.first);
         const auto own = parsed.hasValue() ? parsed.value() : ResourceReference::Scheme::Invalid;
-        if (own == scheme)
-            cachedRequestsValues.remove(key);
-    }
+        return own == scheme;
+    });
 }
 
 ResourceManager::Private::TaskResult ResourceManager::Private::retrieveMetadataAsync(
