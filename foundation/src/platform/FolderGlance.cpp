@@ -28,10 +28,10 @@ Descriptor openFolder(const QString &folder)
 }
 
 /// Reads the next entries of an open folder and shows them, until one of them is what is wanted.
-template<size_t size, typename IsWanted>
+template<size_t Size, typename IsWanted>
 bool findAmongNext(const Descriptor &folder, ssize_t *bytes, const IsWanted &isWanted)
 {
-    alignas(dirent64) std::array<char, size> buffer;
+    alignas(dirent64) std::array<char, Size> buffer;
     *bytes = ::getdents64(folder.get(), buffer.data(), buffer.size());
     for (ssize_t position = 0; position < *bytes;) {
         const auto *entry = reinterpret_cast<const dirent64 *>(buffer.data() + position);

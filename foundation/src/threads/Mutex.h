@@ -20,7 +20,8 @@ public:
         : kind(kind)
     {
     }
-    ~Mutex();
+    // Programs that were built with this library call it, so it cannot become an inline one.
+    ~Mutex(); // NOLINT(performance-trivially-destructible)
     Mutex(const Mutex &) = delete;
     Mutex &operator=(const Mutex &) = delete;
 
