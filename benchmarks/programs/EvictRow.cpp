@@ -86,7 +86,7 @@ public:
         database.setDatabaseName(pathOf(directory).databasePath());
         if (!database.open())
             giveUp("cannot open the database");
-        run(u"PRAGMA synchronous = NORMAL"_s);
+        execute(u"PRAGMA synchronous = NORMAL"_s);
     }
 
 private:
@@ -98,10 +98,10 @@ private:
 
     void evict() override
     {
-        run(u"BEGIN IMMEDIATE"_s);
+        execute(u"BEGIN IMMEDIATE"_s);
         for (const Resource &resource : oldest())
             remove(resource);
-        run(u"COMMIT"_s);
+        execute(u"COMMIT"_s);
     }
 
     QList<Resource> oldest()
@@ -122,18 +122,19 @@ private:
     {
         ::unlink(QFile::encodeName(resource.path));
         ::rmdir(QFile::encodeName(QFileInfo(resource.path).path()));
-        run(u"UPDATE CachedResources SET status = :status,lastAccessDateTime = :lastAccess, "
-            "lastStatusUpdateClientId = :client WHERE reference = :ref"_s,
-            { { u":status"_s, u"Missing"_s },
-              { u":lastAccess"_s, QDateTime::currentMSecsSinceEpoch() },
-              { u":client"_s, 1 },
-              { u":ref"_s, resource.reference } });
-        run(u"UPDATE CachedResources SET cachedPath = :cachedPath,fileSize = :size "
+        execute(u"UPDATE CachedResources SET status = :status,lastAccessDateTime = :lastAccess, "
+                "lastStatusUpdateClientId = :client WHERE reference = :ref"_s,
+                { { u":status"_s, u"Missing"_s },
+                  { u":lastAccess"_s, QDateTime::currentMSecsSinceEpoch() },
+                  { u":client"_s, 1 },
+                  { u":ref"_s, resource.reference } });
+        execute(
+            u"UPDATE CachedResources SET cachedPath = :cachedPath,fileSize = :size "
             "WHERE reference = :ref"_s,
             { { u":cachedPath"_s, {} }, { u":size"_s, {} }, { u":ref"_s, resource.reference } });
     }
 
-    void run(const QString &sql, const QList<std::pair<QString, QVariant>> &values = {})
+    void execute(const QString &sql, const QList<std::pair<QString, QVariant>> &values = {})
     {
         QSqlQuery query(database);
         query.prepare(sql);

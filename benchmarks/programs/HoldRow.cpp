@@ -125,9 +125,9 @@ public:
         database.setDatabaseName(directory + u"/bare.db"_s);
         if (!database.open())
             giveUp(database.lastError().text().toStdString());
-        run(u"PRAGMA journal_mode = WAL"_s);
-        run(u"PRAGMA synchronous = NORMAL"_s);
-        run(u"CREATE TABLE t(id INTEGER PRIMARY KEY, reference TEXT UNIQUE, status TEXT)"_s);
+        execute(u"PRAGMA journal_mode = WAL"_s);
+        execute(u"PRAGMA synchronous = NORMAL"_s);
+        execute(u"CREATE TABLE t(id INTEGER PRIMARY KEY, reference TEXT UNIQUE, status TEXT)"_s);
     }
 
 protected:
@@ -136,13 +136,13 @@ protected:
         for (int i = 0; i < resources * (percents + 10); ++i) {
             const QString reference = u"test:%1"_s.arg(number++);
             semaphore.acquire();
-            run(u"INSERT INTO t(reference, status) VALUES('%1', 'Ready')"_s.arg(reference));
+            execute(u"INSERT INTO t(reference, status) VALUES('%1', 'Ready')"_s.arg(reference));
             semaphore.release();
         }
     }
 
 private:
-    void run(const QString &statement)
+    void execute(const QString &statement)
     {
         QSqlQuery query(database);
         if (!query.exec(statement))
