@@ -23,6 +23,8 @@ function(zel_add_test name)
     endif()
     if("thread" IN_LIST ZEL_SANITIZE)
         math(EXPR ARG_TIMEOUT "10 * ${ARG_TIMEOUT}") # some take that much longer then
+    elseif("address" IN_LIST ZEL_SANITIZE)
+        math(EXPR ARG_TIMEOUT "4 * ${ARG_TIMEOUT}")
     endif()
     if(name IN_LIST ZEL_TESTS_WITH_THREADS AND NOT ARG_LABEL STREQUAL threads)
         # One text: the discovery does not keep a list together, and ctest -L looks for a part.

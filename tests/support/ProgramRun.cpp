@@ -8,6 +8,17 @@
 
 namespace zel::test {
 
+namespace {
+
+// How many times as long programs take.
+#ifdef __SANITIZE_ADDRESS__
+constexpr int slowness = 4;
+#else
+constexpr int slowness = 1;
+#endif
+
+} // namespace
+
 ProgramRun::ProgramRun(const QString &program, const QStringList &arguments)
     : ProgramRun(program, arguments, Options())
 {
@@ -15,7 +26,7 @@ ProgramRun::ProgramRun(const QString &program, const QStringList &arguments)
 
 ProgramRun::ProgramRun(const QString &program, const QStringList &arguments, const Options &options)
     : process(std::make_unique<QProcess>())
-    , limit(options.limit)
+    , limit(options.limit * slowness)
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     for (const QString &setting : options.environment)
