@@ -13,6 +13,11 @@
 #include <sys/sem.h>
 #include <unistd.h>
 
+#ifdef __SANITIZE_ADDRESS__
+// GCC does not bring the header.
+extern "C" size_t __sanitizer_get_current_allocated_bytes();
+#endif
+
 namespace zel::test {
 
 using namespace Qt::Literals::StringLiterals;
@@ -21,11 +26,18 @@ namespace {
 
 constexpr auto everything = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
 
+#ifdef __SANITIZE_ADDRESS__
+qint64 heapBytes()
+{
+    return qint64(__sanitizer_get_current_allocated_bytes());
+}
+#else
 qint64 heapBytes()
 {
     const struct mallinfo2 info = ::mallinfo2();
     return qint64(info.uordblks + info.hblkhd);
 }
+#endif
 
 /// The number behind a word of /proc/self/status.
 qint64 fromStatus(const QByteArray &word)
@@ -89,7 +101,12 @@ qint64 slackOf(ProcessUse::Quantity quantity)
     // What malloc() cannot give back: holes, and an arena for each of a few threads. A leak shows
     // in what it has given out.
     case ProcessUse::ResidentBytes:
+#ifdef __SANITIZE_ADDRESS__
+        // It keeps what is freed aside for a while, to see who uses it nevertheless.
+        return 512 * mebi;
+#else
         return 16 * mebi;
+#endif
     // Rows come and go, and so do pages; a few are kept in reserve.
     case ProcessUse::DatabaseBytes:
         return 64 * kibi;

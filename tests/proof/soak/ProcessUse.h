@@ -13,7 +13,7 @@ namespace zel::test {
 struct ProcessUse
 {
     enum Quantity {
-        HeapBytes, ///< what malloc() has given out, on all threads
+        HeapBytes, ///< what malloc(), or the address sanitizer's, has given out, on all threads
         ResidentBytes,
         Descriptors,
         Threads,
