@@ -24,7 +24,7 @@ bool isAsciiDigit(QChar character)
     return character >= u'0' && character <= u'9';
 }
 
-bool isPrefix(const QString &text)
+bool isPrefix(QStringView text)
 {
     return !text.isEmpty() && isAsciiLetter(text.front())
         && std::all_of(text.begin(), text.end(), [](QChar character) {
@@ -102,22 +102,31 @@ public:
             return ZEL_ERROR(ErrorCode::BadArgument,
                              tr("The resource reference contains control characters."));
         }
-        const QString prefix = text.left(std::max<qsizetype>(text.indexOf(u':'), 0));
+        const QStringView prefix = beforeColon(text);
         if (!isPrefix(prefix)) {
             return ZEL_ERROR(
                 ErrorCode::BadArgument,
                 tr("The resource reference does not start with a scheme. %1").arg(knownSchemes()));
         }
-        auto description = SchemeRegistry::instance().findByPrefix(prefix.toLower());
+        auto description = SchemeRegistry::instance().findByPrefix(prefix);
         if (!description) {
-            return ZEL_ERROR(ErrorCode::BadArgument,
-                             tr("Resource references with scheme \"%1\" are not known. %2")
-                                 .arg(ResourceReferenceUtils::printable(prefix), knownSchemes()));
+            return ZEL_ERROR(
+                ErrorCode::BadArgument,
+                tr("Resource references with scheme \"%1\" are not known. %2")
+                    .arg(ResourceReferenceUtils::printable(prefix.toString()), knownSchemes()));
         }
         return description;
     }
 
 private:
+    /// Empty without one.
+    static QStringView beforeColon(QStringView text)
+    {
+        // It stands near the beginning: a search made for long texts would take longer.
+        const auto colon = std::find(text.begin(), text.end(), u':');
+        return colon == text.end() ? QStringView() : QStringView(text.begin(), colon);
+    }
+
     static QString knownSchemes()
     {
         const QStringList prefixes = SchemeRegistry::instance().prefixes();

@@ -3,7 +3,7 @@
 #include "references/ResourceReference.h"
 #include "threads/Mutex.h"
 
-#include <QHash>
+#include <QList>
 
 #include <memory>
 
@@ -26,7 +26,8 @@ public:
     /// Null for one that is not known. Shared: a cache may have many references to look up.
     using Found = std::shared_ptr<const Description>;
     Found find(ResourceReference::Scheme scheme) const;
-    Found findByPrefix(const QString &prefix) const;
+    /// Of a prefix of ASCII characters, in any case.
+    Found findByPrefix(QStringView prefix) const;
     /// All prefixes, sorted.
     QStringList prefixes() const;
 
@@ -34,8 +35,8 @@ private:
     SchemeRegistry() = default;
 
     mutable Mutex mutex { "the table of schemes" };
-    QHash<ResourceReference::Scheme, Found> descriptions;
-    QHash<QString, ResourceReference::Scheme> schemesByPrefix;
+    /// A handful: going through them takes less time than making what a table is asked with.
+    QList<Found> descriptions;
 };
 
 } // namespace zel

@@ -14,7 +14,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 /// What need not be encoded in a segment, so that an address looks as servers write it.
-constexpr QLatin1StringView keptInSegment("!$&'()*+,;=:@");
+constexpr PercentEncoding::Kept keptInSegment("!$&'()*+,;=:@");
 
 QByteArray encoded(const QByteArray &segment)
 {

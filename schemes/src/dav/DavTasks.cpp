@@ -149,8 +149,8 @@ Result<QSharedPointer<ResourceReference>> Work::referenceBeside(const QString &n
 {
     const QString own = reference->referenceText(false).section(u'#', 0, 0);
     const QString folder = own.left(own.lastIndexOf(u'/') + 1);
-    return ZEL_PASS(
-        DavReference::parse(folder + PercentEncoding::encoded(name.toUtf8(), QLatin1StringView())));
+    return ZEL_PASS(DavReference::parse(
+        folder + PercentEncoding::encoded(name.toUtf8(), PercentEncoding::Kept(""))));
 }
 
 class SiblingsTask : public GetSiblingsTask

@@ -75,7 +75,7 @@ Result<HttpUrl> HttpUrl::below(const QString &relativePath) const
         = whole.left(whole.indexOf('?') < 0 ? whole.size() : whole.indexOf('?'));
     const QByteArray folder = withoutQuery.left(withoutQuery.lastIndexOf('/') + 1);
     const QString path
-        = PercentEncoding::encoded(relativePath.toUtf8(), QLatin1StringView("/!$&'()*+,=@"));
+        = PercentEncoding::encoded(relativePath.toUtf8(), PercentEncoding::Kept("/!$&'()*+,=@"));
     return ZEL_PASS(parse(folder + path.toLatin1()));
 }
 

@@ -3,7 +3,7 @@
 #include <QByteArray>
 #include <QString>
 
-#include <memory>
+#include <map>
 
 namespace zel {
 
@@ -16,13 +16,9 @@ namespace zel {
 /// be used on any thread.
 class LatestAddress
 {
-    struct Key;
-
 public:
     /// The one of the file with this key form.
-    static std::shared_ptr<LatestAddress> of(const QString &referenceKey);
-
-    LatestAddress(Key, const QString &referenceKey);
+    explicit LatestAddress(const QString &referenceKey);
     ~LatestAddress();
     LatestAddress(const LatestAddress &) = delete;
     LatestAddress &operator=(const LatestAddress &) = delete;
@@ -32,8 +28,17 @@ public:
     QByteArray get() const;
 
 private:
-    const QString referenceKey;
-    QByteArray address;
+    struct Shared
+    {
+        int holders = 0;
+        QByteArray address;
+    };
+    /// Ordered, so that places in it last: who holds one need not look it up again.
+    using Entries = std::map<QString, Shared>;
+    struct Table;
+    static Table &table();
+
+    Entries::iterator entry;
 };
 
 } // namespace zel

@@ -14,7 +14,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr QLatin1StringView keptInPath("/!$&'()*+,;=:@");
+constexpr PercentEncoding::Kept keptInPath("/!$&'()*+,;=:@");
 
 } // namespace
 

@@ -14,24 +14,21 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-bool isUnreserved(char byte)
-{
-    return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z')
-        || (byte >= '0' && byte <= '9') || byte == '-' || byte == '.' || byte == '_' || byte == '~';
-}
+using Kept = PercentEncoding::Kept;
 
-bool standsForItself(char byte, QLatin1StringView kept)
+constexpr Kept neverEncoded("");
+
+/// Bytes of more than seven bits never do.
+bool standsForItself(char byte, const Kept &kept)
 {
-    return isUnreserved(byte)
-        || std::find(kept.begin(), kept.end(), QLatin1Char(byte)) != kept.end();
+    return kept.contains(QLatin1Char(byte).unicode());
 }
 
 /// As good as always, since keys are: making those of a large cache anew would take long.
-bool isNormalised(const QString &text, QLatin1StringView kept)
+bool isNormalised(QStringView text, const Kept &kept)
 {
-    return std::all_of(text.begin(), text.end(), [kept](QChar character) {
-        return character.unicode() < 0x80 && standsForItself(character.toLatin1(), kept);
-    });
+    return std::all_of(text.begin(), text.end(),
+                       [&kept](QChar character) { return kept.contains(character.unicode()); });
 }
 
 std::optional<int> hexDigit(char byte)
@@ -71,10 +68,10 @@ std::optional<QString> printableText(const QByteArray &bytes)
 
 } // namespace
 
-Result<QString> PercentEncoding::normalised(const QString &text, QLatin1StringView kept)
+Result<QString> PercentEncoding::normalised(QStringView text, const Kept &kept)
 {
     if (isNormalised(text, kept))
-        return text;
+        return text.toString();
     const QByteArray bytes = text.toUtf8();
     QString result;
     result.reserve(bytes.size());
@@ -92,7 +89,7 @@ Result<QString> PercentEncoding::normalised(const QString &text, QLatin1StringVi
             return ZEL_ERROR(ErrorCode::BadArgument,
                              tr("A percent sign in a reference has to be written \"%25\"."));
         }
-        if (isUnreserved(*meant))
+        if (standsForItself(*meant, neverEncoded))
             result += QLatin1Char(*meant);
         else
             result += encodedText(*meant);
@@ -121,7 +118,7 @@ Result<QByteArray> PercentEncoding::decoded(const QString &text)
     return result;
 }
 
-QString PercentEncoding::encoded(const QByteArray &bytes, QLatin1StringView kept)
+QString PercentEncoding::encoded(const QByteArray &bytes, const Kept &kept)
 {
     QString result;
     for (const char byte : bytes) {

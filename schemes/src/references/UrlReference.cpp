@@ -17,8 +17,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr QLatin1StringView keptInPath("/!$&'()*+,;=:@");
-constexpr QLatin1StringView keptInQuery("/!$&'()*+,;=:@?");
+constexpr PercentEncoding::Kept keptInPath("/!$&'()*+,;=:@");
+constexpr PercentEncoding::Kept keptInQuery("/!$&'()*+,;=:@?");
 
 bool hasDotSegments(QStringView path)
 {
@@ -29,7 +29,7 @@ bool hasDotSegments(QStringView path)
 }
 
 /// "." and ".." resolved as browsers and servers do; nothing lies above the root.
-QString withoutDotSegments(const QString &path)
+QString withoutDotSegments(QString path)
 {
     if (path.startsWith(u'/') && !hasDotSegments(path))
         return path;
@@ -77,16 +77,26 @@ bool isHostCharacter(QChar character)
         || character == u'-' || character == u'.' || character == u'_';
 }
 
+/// The protocol is taken in any case, the host in its one spelling.
+QString serverText(QStringView protocol, QStringView host, QStringView port)
+{
+    QString text = protocol % u"://" % host % port;
+    const auto begin = text.begin();
+    std::transform(begin, begin + protocol.size(), begin,
+                   [](QChar character) { return character.toLower(); });
+    return text;
+}
+
 } // namespace
 
-UrlReference::UrlReference(Scheme scheme, const Parts &parts, const ExpectedContent &expected)
+UrlReference::UrlReference(Scheme scheme, Parts &&givenParts, ExpectedContent &&givenContent)
     : ResourceReference(scheme)
-    , parts(parts)
-    , expected(expected)
-    , latest(LatestAddress::of(UrlReference::referenceText(false)))
+    , parts(std::move(givenParts))
+    , expected(std::move(givenContent))
+    , latest(UrlReference::referenceText(false))
 {
     if (parts.path != parts.publicPath || parts.query != parts.publicQuery)
-        latest->set(ownRequestUrl());
+        latest.set(ownRequestUrl());
 }
 
 Result<QSharedPointer<ResourceReference>> UrlReference::parse(Scheme scheme, const QString &text)
@@ -96,17 +106,19 @@ Result<QSharedPointer<ResourceReference>> UrlReference::parse(Scheme scheme, con
     if (hash >= 0) {
         ZEL_TRY_LET(expected, ExpectedContent::fromString(text.mid(hash + 1)));
     }
-    ZEL_TRY_LET(const Parts parts, split(QStringView(text).first(hash < 0 ? text.size() : hash)));
-    return QSharedPointer<ResourceReference>(new UrlReference(scheme, parts, expected));
+    ZEL_TRY_LET(Parts parts, split(QStringView(text).first(hash < 0 ? text.size() : hash)));
+    return QSharedPointer<ResourceReference>(
+        new UrlReference(scheme, std::move(parts), std::move(expected)));
 }
 
 Result<UrlReference::Parts> UrlReference::split(QStringView text)
 {
-    const QString protocol = text.left(text.indexOf(u':')).toString().toLower();
+    const QStringView protocol = text.left(text.indexOf(u':'));
     const QStringView rest = text.mid(protocol.size() + 1);
     if (!rest.startsWith(u"//")) {
-        return ZEL_ERROR(ErrorCode::BadArgument,
-                         tr("An address starts with \"%1://\" and a host.").arg(protocol));
+        return ZEL_ERROR(
+            ErrorCode::BadArgument,
+            tr("An address starts with \"%1://\" and a host.").arg(protocol.toString().toLower()));
     }
     const qsizetype question = rest.indexOf(u'?');
     const QStringView place = question < 0 ? rest.mid(2) : rest.mid(2, question - 2);
@@ -114,21 +126,22 @@ Result<UrlReference::Parts> UrlReference::split(QStringView text)
 
     Parts parts;
     ZEL_TRY_LET(parts.server, normalisedServer(protocol, authority));
-    ZEL_TRY_LET(const QString path,
-                PercentEncoding::normalised(place.mid(authority.size()).toString(), keptInPath));
-    parts.path = withoutDotSegments(path.isEmpty() ? u"/"_s : path);
+    ZEL_TRY_LET(QString path, PercentEncoding::normalised(place.mid(authority.size()), keptInPath));
+    parts.path = path.isEmpty() ? u"/"_s : withoutDotSegments(std::move(path));
     const QString shown = publicPath(parts.path);
     // Once more: what stands before a parameter may be "..", and a key form is read again.
     parts.publicPath = shown == parts.path ? shown : withoutDotSegments(shown);
-    ZEL_TRY_LET(parts.query,
-                PercentEncoding::normalised(
-                    question < 0 ? QString() : rest.mid(question + 1).toString(), keptInQuery));
-    parts.publicQuery = publicQuery(parts.query);
+    if (question >= 0) {
+        ZEL_TRY_LET(parts.query, PercentEncoding::normalised(rest.mid(question + 1), keptInQuery));
+        parts.publicQuery = publicQuery(parts.query);
+    }
     return parts;
 }
 
-Result<QString> UrlReference::normalisedServer(const QString &protocol, QStringView authority)
+Result<QString> UrlReference::normalisedServer(QStringView protocol, QStringView authority)
 {
+    if (isPlainHost(authority))
+        return serverText(protocol, authority, {});
     if (authority.contains(u'@')) {
         return ZEL_ERROR(ErrorCode::BadArgument,
                          tr("An address must not contain a user name or a password. They belong "
@@ -142,14 +155,14 @@ Result<QString> UrlReference::normalisedServer(const QString &protocol, QStringV
     ZEL_TRY_LET(
         const QString port,
         normalisedPort(protocol, colon < 0 ? QString() : authority.mid(colon + 1).toString()));
-    return QString(protocol % u"://" % goodHost % port);
+    return serverText(protocol, goodHost, port);
 }
 
 Result<QString> UrlReference::normalisedHost(const QString &host)
 {
-    QString normalised;
     if (isPlainHost(host))
         return host;
+    QString normalised;
     if (host.startsWith(u'[') && host.endsWith(u']')) {
         QUrl url;
         url.setHost(host, QUrl::StrictMode);
@@ -169,7 +182,7 @@ Result<QString> UrlReference::normalisedHost(const QString &host)
     return normalised;
 }
 
-Result<QString> UrlReference::normalisedPort(const QString &protocol, const QString &port)
+Result<QString> UrlReference::normalisedPort(QStringView protocol, const QString &port)
 {
     if (port.isEmpty())
         return QString();
@@ -180,7 +193,8 @@ Result<QString> UrlReference::normalisedPort(const QString &protocol, const QStr
     // Not shown: it may be the password of a user without a host.
     if (!isNumber || !areDigits || number == 0)
         return ZEL_ERROR(ErrorCode::BadArgument, tr("The port of an address is no number."));
-    const bool isDefault = number == (protocol == u"https"_s ? 443u : 80u);
+    const bool isHttps = protocol.compare(u"https", Qt::CaseInsensitive) == 0;
+    const bool isDefault = number == (isHttps ? 443u : 80u);
     return isDefault ? QString() : u':' + QString::number(number);
 }
 
@@ -205,7 +219,7 @@ std::optional<QString> UrlReference::referenceFullPath() const
 
 QByteArray UrlReference::requestUrl() const
 {
-    const QByteArray signedLast = latest->get();
+    const QByteArray signedLast = latest.get();
     return signedLast.isEmpty() ? ownRequestUrl() : signedLast;
 }
 

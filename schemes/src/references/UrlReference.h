@@ -46,17 +46,17 @@ private:
         QString publicQuery; ///< the same without what signs or opens the request
     };
 
-    UrlReference(Scheme scheme, const Parts &parts, const ExpectedContent &expected);
+    UrlReference(Scheme scheme, Parts &&givenParts, ExpectedContent &&givenContent);
     static Result<Parts> split(QStringView text);
-    static Result<QString> normalisedServer(const QString &protocol, QStringView authority);
+    static Result<QString> normalisedServer(QStringView protocol, QStringView authority);
     static Result<QString> normalisedHost(const QString &host);
-    static Result<QString> normalisedPort(const QString &protocol, const QString &port);
+    static Result<QString> normalisedPort(QStringView protocol, const QString &port);
 
     QByteArray ownRequestUrl() const;
 
     const Parts parts;
     const ExpectedContent expected;
-    const std::shared_ptr<LatestAddress> latest;
+    LatestAddress latest;
 };
 
 } // namespace zel

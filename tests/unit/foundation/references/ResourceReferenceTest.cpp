@@ -94,6 +94,14 @@ TEST_F(ResourceReferenceTest, fromString_prefixInAnyCase_isTheSameScheme)
     EXPECT_TRUE(ResourceReference::fromString(u"words:a"_s).hasValue());
 }
 
+TEST_F(ResourceReferenceTest, fromString_beginningOrLetterLikeAPrefix_isAnother)
+{
+    EXPECT_FALSE(ResourceReference::fromString(u"wor:a"_s).hasValue());
+    EXPECT_FALSE(ResourceReference::fromString(u"wordss:a"_s).hasValue());
+    // A letter that is an "s" where case is ignored.
+    EXPECT_FALSE(ResourceReference::fromString(u"word\u017f:a"_s).hasValue());
+}
+
 TEST_F(ResourceReferenceTest, fromString_parserRefuses_passesItsFailureOn)
 {
     EXPECT_EQ(failureOf(u"word:a!"_s), u"No exclamations."_s);

@@ -1,5 +1,8 @@
 #include "references/UrlReference.h"
 
+#include <thread>
+#include <vector>
+
 using namespace zel;
 using namespace Qt::Literals::StringLiterals;
 
@@ -68,6 +71,8 @@ INSTANTIATE_TEST_SUITE_P(
     All, UrlReferenceSpelling,
     ::testing::Values(
         Spelling { "plain", u"http://host/a/b.raw"_s, u"http://host/a/b.raw"_s },
+        Spelling { "caseOfProtocol", u"HttpS://host.example/A.raw"_s,
+                   u"https://host.example/A.raw"_s },
         Spelling { "caseOfHost", u"HTTP://HoSt.Example/A.raw"_s, u"http://host.example/A.raw"_s },
         Spelling { "hyphensInHost", u"http://My-host-1.example/a"_s,
                    u"http://my-host-1.example/a"_s },
@@ -77,6 +82,7 @@ INSTANTIATE_TEST_SUITE_P(
                    u"http://xn--mnchen-3ya.example/a"_s },
         Spelling { "defaultPort", u"http://host:80/a"_s, u"http://host/a"_s },
         Spelling { "defaultPortTls", u"https://host:443/a"_s, u"https://host/a"_s },
+        Spelling { "defaultPortCaseOfTls", u"HTTPS://host:443/a"_s, u"https://host/a"_s },
         Spelling { "otherPort", u"http://host:443/a"_s, u"http://host:443/a"_s },
         Spelling { "emptyPort", u"http://host:/a"_s, u"http://host/a"_s },
         Spelling { "zerosInPort", u"http://host:0080/a"_s, u"http://host/a"_s },
@@ -84,6 +90,11 @@ INSTANTIATE_TEST_SUITE_P(
         Spelling { "needlessEncoding", u"http://host/%41%7e%2Da"_s, u"http://host/A~-a"_s },
         Spelling { "caseOfEncoding", u"http://host/a%2fb"_s, u"http://host/a%2Fb"_s },
         Spelling { "blank", u"http://host/a b"_s, u"http://host/a%20b"_s },
+        Spelling { "keptInPath", u"http://host/-._~!$&'()*+,;=:@az09AZ"_s,
+                   u"http://host/-._~!$&'()*+,;=:@az09AZ"_s },
+        Spelling { "encodedInPath", u"http://host/\"<>[]^`{|}\u007f"_s,
+                   u"http://host/%22%3C%3E%5B%5D%5E%60%7B%7C%7D%7F"_s },
+        Spelling { "queryInQuery", u"http://host/a?b?c=/d"_s, u"http://host/a?b?c=/d"_s },
         Spelling { "umlaut", u"http://host/ä"_s, u"http://host/%C3%A4"_s },
         Spelling { "backslash", u"http://host/a\\b"_s, u"http://host/a%5Cb"_s },
         Spelling { "dots", u"http://host/a/./b/../c"_s, u"http://host/a/c"_s },
@@ -213,6 +224,26 @@ TEST(UrlReferenceTest, requestUrl_allSignedReferencesGone_hasNoSignature)
     EXPECT_EQ(urlOf(parse(u"https://host/b.raw?token=old"_s).value()).requestUrl(),
               "https://host/b.raw?token=old");
     EXPECT_EQ(urlOf(parse(u"https://host/b.raw"_s).value()).requestUrl(), "https://host/b.raw");
+}
+
+TEST(UrlReferenceTest, requestUrl_namedOnManyThreads_lastsAsLongAsOneReferenceDoes)
+{
+    const QString one = u"https://host/c.raw"_s;
+    const QString other = u"https://host/d.raw"_s;
+    const auto kept = parse(one).value();
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&] {
+            for (int i = 0; i < 500; ++i) {
+                EXPECT_TRUE(parse(one + u"?token=new"_s).hasValue());
+                EXPECT_TRUE(parse(other + u"?token=new"_s).hasValue());
+            }
+        });
+    }
+    for (std::thread &thread : threads)
+        thread.join();
+    EXPECT_EQ(urlOf(kept).requestUrl(), "https://host/c.raw?token=new");
+    EXPECT_EQ(urlOf(parse(other).value()).requestUrl(), "https://host/d.raw");
 }
 
 TEST(UrlReferenceTest, key_ofTwoSignedLinksToOneFile_isTheSame)
