@@ -257,10 +257,10 @@ Error HttpDownload::flush()
     Error error;
     ZEL_TRY(error, sink->write(buffer));
     // All that is here has passed before: see catchUpWithCheck().
-    check.addBytes(buffer.constData(), buffer.size());
+    check.addBytes(buffer);
     checked += buffer.size();
     have += buffer.size();
-    // Another one, since the sink may still hold this one.
+    // Another one, since the sink and the check may still hold this one.
     buffer = QByteArray();
     buffer.reserve(writeSize);
     watch.report(have, state.size);
@@ -286,7 +286,7 @@ Error HttpDownload::catchUpWithCheck()
     check.reset();
     checked = 0;
     const Error error = sink->readBack([this](const char *data, qint64 size) {
-        check.addBytes(data, size);
+        check.addBytes(QByteArray(data, size));
         checked += size;
         return !watch.isCanceled();
     });

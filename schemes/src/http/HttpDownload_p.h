@@ -1,5 +1,6 @@
 #pragma once
 
+#include "http/CheckBehind.h"
 #include "http/HttpClient.h"
 #include "http/HttpSession.h"
 
@@ -69,8 +70,8 @@ private:
     Error fault; ///< why the receiver stopped, otherwise
     Error lastFailure;
 
-    ContentCheck check;
-    qint64 checked = 0; ///< bytes that have passed by the check
+    CheckBehind check;
+    qint64 checked = 0; ///< bytes that were handed to the check
 };
 
 } // namespace zel

@@ -44,7 +44,7 @@ Error HttpStagingSink::startAnew()
 
 Error HttpStagingSink::write(const QByteArray &bytes)
 {
-    return ZEL_PASS(writer->write(bytes));
+    return ZEL_PASS(writer->add(bytes));
 }
 
 Error HttpStagingSink::readBack(const std::function<bool(const char *data, qint64 size)> &take)
@@ -92,7 +92,7 @@ void HttpStagingSink::startWriting()
     // verification.
     sums = std::make_unique<BlockSums>(ContentManifest::defaultBlockBytes);
     sums->startAt(file->size());
-    writer = std::make_unique<WriteBehind>([this](const QByteArray &piece) {
+    writer = std::make_unique<WorkBehind>([this](const QByteArray &piece) {
         const Error error = ZEL_PASS(file->append(piece.constData(), piece.size()));
         sums->add(piece.constData(), piece.size());
         progress->advance(file->size(), file->durableBytes());

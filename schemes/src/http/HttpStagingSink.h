@@ -1,7 +1,7 @@
 #pragma once
 
 #include "http/HttpSink.h"
-#include "http/WriteBehind.h"
+#include "http/WorkBehind.h"
 #include "integrity/ContentSum.h"
 #include "staging/StagingArea.h"
 #include "staging/TransferProgress.h"
@@ -46,7 +46,7 @@ private:
     std::unique_ptr<StagedFile> file;
     std::unique_ptr<TransferProgress> progress; ///< of the writer's thread while there is one
     std::unique_ptr<BlockSums> sums; ///< the same
-    std::unique_ptr<WriteBehind> writer;
+    std::unique_ptr<WorkBehind> writer;
     HttpRepresentation openState;
 };
 

@@ -16,7 +16,7 @@ constexpr qint64 bytesBetweenSyncs = 16ll * 1024 * 1024;
 // The disk works while the next bytes come, instead of idling until they are synced: a file is on
 // it in half of the time. Smaller files are synced soon enough.
 constexpr qint64 bytesBetweenStarts = 1024ll * 1024;
-constexpr qint64 readBackBytes = 1024ll * 1024;
+constexpr qint64 readBackBytes = 256ll * 1024;
 
 } // namespace
 

@@ -1,4 +1,4 @@
-#include "http/WriteBehind.h"
+#include "http/WorkBehind.h"
 
 #include <utility>
 
@@ -6,28 +6,28 @@ namespace zel {
 
 namespace {
 
-/// Of a quarter of a megabyte each: enough to bridge a short wait for the disk.
+/// Of a quarter of a megabyte each: enough to bridge a short wait.
 constexpr size_t mostPieces = 16;
 
 } // namespace
 
-WriteBehind::WriteBehind(Write write)
-    : writePiece(std::move(write))
-    , writer([this] { run(); })
+WorkBehind::WorkBehind(Work work)
+    : work(std::move(work))
+    , worker([this] { run(); })
 {
 }
 
-WriteBehind::~WriteBehind()
+WorkBehind::~WorkBehind()
 {
     {
         const std::lock_guard lock(mutex);
         isEnding = true;
     }
     changed.notify_all();
-    writer.join();
+    worker.join();
 }
 
-Error WriteBehind::write(const QByteArray &piece)
+Error WorkBehind::add(const QByteArray &piece)
 {
     std::unique_lock lock(mutex);
     changed.wait(lock, [this] { return pieces.size() < mostPieces; });
@@ -38,30 +38,30 @@ Error WriteBehind::write(const QByteArray &piece)
     return {};
 }
 
-Error WriteBehind::drain()
+Error WorkBehind::drain()
 {
     std::unique_lock lock(mutex);
     changed.wait(lock, [this] { return pieces.empty(); });
     return failure;
 }
 
-void WriteBehind::run()
+void WorkBehind::run()
 {
     std::unique_lock lock(mutex);
     for (;;) {
         changed.wait(lock, [this] { return isEnding || !pieces.empty(); });
         if (isEnding)
             return;
-        writeFirst(lock);
+        workOnFirst(lock);
         changed.notify_all();
     }
 }
 
-void WriteBehind::writeFirst(std::unique_lock<Mutex> &lock)
+void WorkBehind::workOnFirst(std::unique_lock<Mutex> &lock)
 {
     const QByteArray piece = pieces.front();
     lock.unlock();
-    const Error outcome = writePiece(piece);
+    const Error outcome = work(piece);
     lock.lock();
     pieces.pop_front();
     if (outcome.hasError()) {
