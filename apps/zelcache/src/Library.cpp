@@ -166,4 +166,11 @@ Result<QSharedPointer<ResourceHandler>> handlerOf(const QString &argument)
     return ZEL_PASS(ResourceManager::getHandler(reference));
 }
 
+Result<LocalPlace> localPlaceOf(const QString &argument)
+{
+    ZEL_TRY_LET(const auto handler, handlerOf(argument));
+    ZEL_TRY_LET(const auto path, handler->expectedPath());
+    return LocalPlace { handler, path.toString(), handler->isAvailableLocally() };
+}
+
 } // namespace zel::cli

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "Export.h"
-
 #include <array>
 #include <string>
 
@@ -10,7 +8,7 @@ namespace zel {
 /// The calls that have led a thread to where it is. Quick to take, in microseconds; the names are
 /// looked up only when somebody wants to read them, which takes a second. Only builds that look at
 /// the takes of locks have it.
-class ZEL_RESOURCE_MANAGER_EXPORT StackTrace
+class StackTrace
 {
 public:
     /// Of the calling thread, the innermost call first, without this function.

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "Export.h"
-
 namespace zel {
 
 /// Looks, in debug builds, at every take of our locks: the mutexes, the semaphore of a cache, the
@@ -31,11 +29,11 @@ constexpr bool isChecked()
 #ifdef ZEL_CHECKS_LOCKS
 
 /// Before the wait for the lock; does not return if the take is a mistake.
-ZEL_RESOURCE_MANAGER_EXPORT void beforeTake(const void *lock, const char *kind);
+void beforeTake(const void *lock, const char *kind);
 /// From here on the calling thread holds it.
-ZEL_RESOURCE_MANAGER_EXPORT void afterTake(const void *lock, const char *kind);
+void afterTake(const void *lock, const char *kind);
 /// Whichever thread holds it, it does no more. Nothing if none does.
-ZEL_RESOURCE_MANAGER_EXPORT void beforeGivingBack(const void *lock);
+void beforeGivingBack(const void *lock);
 
 #else
 

@@ -35,9 +35,7 @@ using Metadata = Result<QSharedPointer<ResourceMetadata>>;
 /// Both sides of one resource.
 struct Description
 {
-    QSharedPointer<ResourceHandler> handler;
-    QString path;
-    bool available = false;
+    LocalPlace place;
     Metadata metadata = Error(ErrorCode::OperationFailed);
     ResourceCacheReader::Snapshot snapshot;
     std::optional<ResourceCacheReader::Resource> cached;
@@ -57,7 +55,7 @@ Metadata askSource(const QSharedPointer<ResourceHandler> &handler, int &signalNu
 
 void lookIntoCache(const Options &options, Description &description)
 {
-    const QString key = description.handler->reference()->referenceText(false);
+    const QString key = description.place.reference();
     const auto snapshot = readCacheFor({ key }, settingsOf(options));
     if (!snapshot.hasValue())
         return;
@@ -86,10 +84,11 @@ QJsonObject metadataJson(const ResourceMetadata &metadata)
 QJsonObject jsonOf(const Context &context, const Description &description)
 {
     QJsonObject answer = context.emptyAnswer();
-    answer.insert(u"reference"_s, description.handler->reference()->referenceText(false));
-    answer.insert(u"displayName"_s, description.handler->reference()->referenceText(true));
-    answer.insert(u"path"_s, description.path);
-    answer.insert(u"available"_s, description.available);
+    const LocalPlace &place = description.place;
+    answer.insert(u"reference"_s, place.reference());
+    answer.insert(u"displayName"_s, place.handler->reference()->referenceText(true));
+    answer.insert(u"path"_s, place.path);
+    answer.insert(u"available"_s, place.isAvailable);
     if (description.metadata.hasValue())
         answer.insert(u"metadata"_s, metadataJson(*description.metadata.value()));
     else
@@ -114,19 +113,29 @@ QList<Labeled> sourceLines(const QSharedPointer<ResourceMetadata> &metadata)
 
 QStringList linesOf(const Description &description)
 {
+    const LocalPlace &place = description.place;
     QList<Labeled> lines { { Texts::tr("Reference"),
-                             description.handler->reference()->referenceText(true) } };
+                             place.handler->reference()->referenceText(true) } };
     if (description.metadata.hasValue())
         lines += sourceLines(description.metadata.value());
-    lines.append({ Texts::tr("Local path"), description.path });
-    lines.append(
-        { Texts::tr("Is there"), description.available ? Texts::tr("yes") : Texts::tr("no") });
+    lines.append({ Texts::tr("Local path"), place.path });
+    lines.append({ Texts::tr("Is there"), place.isAvailable ? Texts::tr("yes") : Texts::tr("no") });
     if (description.cached) {
         lines.append({ Texts::tr("Status"), toText(description.cached->status) });
         lines.append({ Texts::tr("Local size"), sizeText(description.cached->size) });
         lines.append({ Texts::tr("Last access"), timeText(description.cached->lastAccess) });
     }
     return labeledLines(lines);
+}
+
+void tell(const Description &description, const Context &context)
+{
+    if (context.options.json) {
+        context.output.answer(jsonOf(context, description));
+        return;
+    }
+    for (const QString &line : linesOf(description))
+        context.output.answer(line);
 }
 
 class InfoCommand : public Command
@@ -150,35 +159,24 @@ ExitCode InfoCommand::run(const Context &context)
     if (const auto code = openCache(context))
         return *code;
     SignalWatch signalWatch([](int) {});
-    const auto handler = handlerOf(reference);
-    if (!handler.hasValue())
-        return context.fail(handler.error());
-    const auto path = handler.value()->expectedPath();
-    if (!path.hasValue())
-        return context.fail(path.error());
+    const auto place = localPlaceOf(reference);
+    if (!place.hasValue())
+        return context.fail(place.error());
 
     Description description;
-    description.handler = handler.value();
-    description.path = path.value().toString();
-    description.available = handler.value()->isAvailableLocally();
+    description.place = place.value();
     int signalNumber = 0;
-    description.metadata = askSource(description.handler, signalNumber);
+    description.metadata = askSource(description.place.handler, signalNumber);
     if (signalNumber != 0)
         return exitCodeOfSignal(signalNumber);
     // What lies here can be described without its source.
     if (!description.metadata.hasValue()) {
-        if (!description.available)
+        if (!description.place.isAvailable)
             return context.fail(description.metadata.error());
         context.output.warning(description.metadata.error().errorMessage());
     }
     lookIntoCache(context.options, description);
-
-    if (context.options.json) {
-        context.output.answer(jsonOf(context, description));
-    } else {
-        for (const QString &line : linesOf(description))
-            context.output.answer(line);
-    }
+    tell(description, context);
     return exitCodeAfter(signalWatch.receivedNow(), ExitCode::Success);
 }
 

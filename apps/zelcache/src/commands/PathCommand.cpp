@@ -39,33 +39,34 @@ private:
     QString reference;
 };
 
+void tell(const LocalPlace &place, const Context &context)
+{
+    if (!context.options.json) {
+        context.output.answer(place.path);
+        return;
+    }
+    QJsonObject answer = context.emptyAnswer();
+    answer.insert(u"reference"_s, place.reference());
+    answer.insert(u"path"_s, place.path);
+    answer.insert(u"available"_s, place.isAvailable);
+    context.output.answer(answer);
+}
+
 ExitCode PathCommand::run(const Context &context)
 {
     if (const auto code = openCache(context))
         return *code;
     SignalWatch signalWatch([](int) {});
-    const auto handler = handlerOf(reference);
-    if (!handler.hasValue())
-        return context.fail(handler.error());
-    const auto path = handler.value()->expectedPath();
-    if (!path.hasValue())
-        return context.fail(path.error());
+    const auto place = localPlaceOf(reference);
+    if (!place.hasValue())
+        return context.fail(place.error());
 
-    const bool available = handler.value()->isAvailableLocally();
-    if (context.options.json) {
-        const QString reference = handler.value()->reference()->referenceText(false);
-        QJsonObject answer = context.emptyAnswer();
-        answer.insert(u"reference"_s, reference);
-        answer.insert(u"path"_s, path.value().toString());
-        answer.insert(u"available"_s, available);
-        context.output.answer(answer);
-    } else {
-        context.output.answer(path.value().toString());
-    }
-    if (!available)
+    tell(place.value(), context);
+    const bool isAvailable = place.value().isAvailable;
+    if (!isAvailable)
         context.output.note(Texts::tr("The resource is not there yet."));
     return exitCodeAfter(signalWatch.receivedNow(),
-                         available ? ExitCode::Success : ExitCode::AnswerIsNo);
+                         isAvailable ? ExitCode::Success : ExitCode::AnswerIsNo);
 }
 
 } // namespace
