@@ -5,6 +5,8 @@
 #include <QByteArray>
 #include <QCoreApplication>
 
+#include <optional>
+
 namespace zel {
 
 /// Reads the small files that the schemes keep beside the cache. Others can put anything there:
@@ -17,6 +19,8 @@ class OwnFile
 public:
     /// Code 1 if it cannot be read, links included; 4 if it has more than `mostBytes`.
     static Result<QByteArray> read(const QString &path, qint64 mostBytes);
+    /// The same. No value if there is nothing, or nothing that could be seen.
+    static Result<std::optional<QByteArray>> readIfThere(const QString &path, qint64 mostBytes);
 };
 
 } // namespace zel

@@ -27,6 +27,7 @@ public:
 
     /// False: there is a failure.
     bool add(int folder, const posix::Entry &entry, const QByteArray &path);
+    bool takeFile(const struct stat &status, const QByteArray &path);
 
     std::optional<TreeListing::Failure> failure;
 
@@ -83,6 +84,11 @@ bool Lister::addFile(int folder, const QByteArray &name, const QByteArray &path)
     struct stat status;
     if (::fstatat(folder, name.constData(), &status, AT_SYMLINK_NOFOLLOW) != 0)
         return outcomeOf(errno, path);
+    return takeFile(status, path);
+}
+
+bool Lister::takeFile(const struct stat &status, const QByteArray &path)
+{
     constexpr qint64 second = 1'000'000'000; // in nanoseconds
     take({ path, status.st_size, status.st_mtim.tv_sec * second + status.st_mtim.tv_nsec, {} });
     return true;
@@ -109,7 +115,10 @@ std::optional<TreeListing::Failure> TreeListing::make(const std::filesystem::pat
     if (::lstat(path.constData(), &status) != 0)
         return Failure { folder / name.toStdString(),
                          std::error_code(errno, std::generic_category()) };
-    lister.add(AT_FDCWD, { path, static_cast<unsigned char>(IFTODT(status.st_mode)) }, name);
+    if (S_ISREG(status.st_mode))
+        lister.takeFile(status, name);
+    else
+        lister.add(AT_FDCWD, { path, static_cast<unsigned char>(IFTODT(status.st_mode)) }, name);
     return lister.failure;
 }
 

@@ -1,17 +1,11 @@
 #include "integrity/ContentManifest.h"
 
-#include "errors/Propagate.h"
-#include "integrity/ContentSum.h"
-#include "integrity/ManifestText.h"
-
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QSet>
 #include <QtNumeric>
 
 #include <algorithm>
-#include <array>
 #include <limits>
 
 namespace zel {
@@ -20,31 +14,10 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr qsizetype sumDigits = 32;
-
 /// A text, since numbers of JSON are not exact beyond 2^53.
 QJsonValue number(qint64 value)
 {
     return QString::number(value);
-}
-
-/// Empty for what is no number.
-std::optional<qint64> number(const QByteArray &text)
-{
-    bool isGood = false;
-    const qint64 found = text.toLongLong(&isGood);
-    return isGood ? std::optional(found) : std::nullopt;
-}
-
-std::optional<qint64> count(const QByteArray &text)
-{
-    const auto found = number(text);
-    return found && *found >= 0 ? found : std::nullopt;
-}
-
-std::optional<qint64> count(const QJsonValue &value)
-{
-    return count(value.toString().toLatin1());
 }
 
 void insertMoment(QJsonObject &object, const QString &name, const QDateTime &value)
@@ -53,76 +26,10 @@ void insertMoment(QJsonObject &object, const QString &name, const QDateTime &val
         object.insert(name, value.toUTC().toString(Qt::ISODateWithMs));
 }
 
-/// Of the very form that insertMoment() writes; invalid for any other.
-QDateTime writtenMoment(QStringView text)
-{
-    constexpr QStringView form = u"0000-00-00T00:00:00.000Z";
-    if (text.size() != form.size())
-        return {};
-    std::array<int, 7> numbers {};
-    std::size_t number = 0;
-    for (qsizetype i = 0; i < form.size(); ++i) {
-        const char16_t letter = text.at(i).unicode();
-        const bool isDigit = letter >= u'0' && letter <= u'9';
-        if (form.at(i) == u'0' ? !isDigit : text.at(i) != form.at(i))
-            return {};
-        if (isDigit)
-            numbers.at(number) = numbers.at(number) * 10 + (letter - u'0');
-        else
-            ++number;
-    }
-    const auto [year, month, day, hour, minute, second, millisecond] = numbers;
-    const QTime time(hour, minute, second, millisecond);
-    // Of a time that there is not Qt would make midnight.
-    return time.isValid() ? QDateTime(QDate(year, month, day), time, Qt::UTC) : QDateTime();
-}
-
-QDateTime moment(const QString &text)
-{
-    if (text.isEmpty())
-        return {};
-    // Qt reads all forms, but each time looks for the zone that this machine is in.
-    const QDateTime written = writtenMoment(text);
-    return written.isValid() ? written : QDateTime::fromString(text, Qt::ISODateWithMs);
-}
-
-QDateTime moment(const QJsonValue &value)
-{
-    return moment(value.toString());
-}
-
-QDateTime moment(const QByteArray &text)
-{
-    return moment(QString::fromLatin1(text));
-}
-
 /// Bytes that need not be text, in letters that every program reads alike.
 QString encoded(const QByteArray &name)
 {
     return QString::fromLatin1(name.toPercentEncoding("/ "));
-}
-
-QByteArray decoded(const QJsonValue &value)
-{
-    return QByteArray::fromPercentEncoding(value.toString().toLatin1());
-}
-
-bool staysBelow(const QByteArray &path)
-{
-    const QList<QByteArray> levels = path.split('/');
-    return !path.contains('\0')
-        && std::none_of(levels.begin(), levels.end(), [](const QByteArray &level) {
-               return level.isEmpty() || level == "." || level == "..";
-           });
-}
-
-bool isSum(const QByteArray &sum)
-{
-    const auto isDigit = [](char c) {
-        return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f');
-    };
-    return sum.isEmpty()
-        || (sum.size() == sumDigits && std::all_of(sum.begin(), sum.end(), isDigit));
 }
 
 QJsonObject toObject(const ContentManifest::File &file)
@@ -147,93 +54,6 @@ QJsonObject toObject(const ContentManifest::File &file)
     if (file.checkedBlocks > 0)
         object.insert(u"checkedBlocks"_s, number(file.checkedBlocks));
     return object;
-}
-
-/// The same as read from a manifest's text, for all else that JSON allows.
-ManifestText::File textOf(const QJsonObject &object)
-{
-    const auto text = [&object](const QString &name) {
-        return object.value(name).toString().toLatin1();
-    };
-    ManifestText::File file;
-    file.path = text(u"path"_s);
-    file.size = text(u"size"_s);
-    file.modified = text(u"modified"_s);
-    if (object.contains(u"link"_s))
-        file.link = text(u"link"_s);
-    const QJsonArray sums = object.value(u"xxh3"_s).toArray();
-    for (const auto &sum : sums)
-        file.sums.append(sum.toString().toLatin1());
-    file.verified = text(u"verified"_s);
-    file.changed = text(u"changed"_s);
-    file.checkedBlocks = text(u"checkedBlocks"_s);
-    file.isSummedLater = object.value(u"summedLater"_s).toBool();
-    file.isChecked = object.value(u"checked"_s).toBool();
-    return file;
-}
-
-QList<ManifestText::File> textsOf(const QJsonArray &array)
-{
-    QList<ManifestText::File> files;
-    for (const auto &value : array)
-        files.append(textOf(value.toObject()));
-    return files;
-}
-
-/// Empty if it makes no sense.
-std::optional<ContentManifest::File> fileOf(const ManifestText::File &text, qint64 blockBytes)
-{
-    const auto size = count(text.size);
-    const auto modified = number(text.modified);
-    ContentManifest::File file;
-    file.path = QByteArray::fromPercentEncoding(text.path);
-    if (!size || !modified || !staysBelow(file.path))
-        return std::nullopt;
-    file.size = *size;
-    file.modified = *modified;
-    if (text.link) {
-        file.linkTarget = QByteArray::fromPercentEncoding(*text.link);
-        return file;
-    }
-    file.sums = text.sums;
-    file.isSummedLater = text.isSummedLater;
-    file.verified = moment(text.verified);
-    file.foundChanged = moment(text.changed);
-    file.isChecked = text.isChecked;
-    file.checkedBlocks = count(text.checkedBlocks).value_or(0);
-    const bool isGood = file.sums.size() == BlockSums::blockCount(file.size, blockBytes)
-        && file.checkedBlocks <= file.sums.size()
-        && std::all_of(file.sums.begin(), file.sums.end(), isSum);
-    return isGood ? std::optional(file) : std::nullopt;
-}
-
-Error badManifest()
-{
-    return ZEL_ERROR(ErrorCode::BadData, ContentManifest::tr("This is no manifest of a resource."));
-}
-
-/// All but the files.
-ContentManifest headOf(const QJsonObject &object)
-{
-    ContentManifest manifest;
-    manifest.id = object.value(u"id"_s).toString();
-    manifest.referenceKey = object.value(u"key"_s).toString();
-    manifest.name = decoded(object.value(u"name"_s));
-    manifest.scheme = object.value(u"scheme"_s).toString();
-    manifest.host = object.value(u"host"_s).toString();
-    manifest.fetched = moment(object.value(u"fetched"_s));
-    manifest.fetchedBytes = count(object.value(u"bytes"_s)).value_or(0);
-    manifest.fetchMilliseconds = count(object.value(u"milliseconds"_s)).value_or(0);
-    manifest.folderMade = moment(object.value(u"folderMade"_s));
-    manifest.blockBytes = count(object.value(u"blockBytes"_s)).value_or(0);
-    manifest.verified = moment(object.value(u"verified"_s));
-    return manifest;
-}
-
-bool makesSense(const ContentManifest &manifest)
-{
-    return !manifest.id.isEmpty() && !manifest.referenceKey.isEmpty() && staysBelow(manifest.name)
-        && !manifest.name.contains('/') && manifest.blockBytes > 0 && manifest.fetched.isValid();
 }
 
 } // namespace
@@ -297,29 +117,6 @@ QByteArray ContentManifest::toJson() const
         list.append(toObject(file));
     object.insert(u"files"_s, list);
     return QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
-}
-
-Result<ContentManifest> ContentManifest::fromJson(const QByteArray &json)
-{
-    const auto text = ManifestText::takenApart(json);
-    const QJsonObject object = QJsonDocument::fromJson(text ? text->head : json).object();
-    ContentManifest manifest = headOf(object);
-    if (object.value(u"format"_s).toInt() != formatVersion || !makesSense(manifest))
-        return ZEL_PASS(badManifest());
-    QSet<QByteArray> paths;
-    qint64 total = 0;
-    const auto list = text ? text->files : textsOf(object.value(u"files"_s).toArray());
-    manifest.files.reserve(list.size());
-    for (const ManifestText::File &one : list) {
-        auto file = fileOf(one, manifest.blockBytes);
-        if (!file || paths.contains(file->path) || qAddOverflow(total, file->size, &total))
-            return ZEL_PASS(badManifest());
-        paths.insert(file->path);
-        manifest.files.append(std::move(*file));
-    }
-    if (manifest.files.isEmpty() && !object.contains(u"files"_s))
-        return ZEL_PASS(badManifest());
-    return manifest;
 }
 
 } // namespace zel

@@ -23,6 +23,51 @@ using File = ContentManifest::File;
 // Small enough that who cuts the reading short does not wait.
 constexpr qint64 pieceBytes = 1024ll * 1024;
 
+QByteArrayView topOf(const QByteArray &path)
+{
+    const qsizetype slash = path.indexOf('/');
+    return QByteArrayView(path).first(slash < 0 ? path.size() : slash);
+}
+
+/// Finds files by their paths, each once. They are asked for in their own order as a rule, so that
+/// the next one is the one that is wanted.
+class ListedFiles
+{
+public:
+    explicit ListedFiles(const QList<File> &files)
+        : files(files)
+        , areTaken(std::size_t(files.size()))
+    {
+    }
+
+    /// Null for a path that is not there, or not any more.
+    const File *take(const QByteArray &path)
+    {
+        if (next >= files.size() || files.at(next).path != path)
+            next = places().value(path, files.size());
+        if (next >= files.size() || isTaken(next))
+            return nullptr;
+        areTaken[std::size_t(next)] = true;
+        return &files.at(next++);
+    }
+    bool isTaken(qsizetype index) const { return areTaken[std::size_t(index)]; }
+
+private:
+    const QHash<QByteArray, qsizetype> &places()
+    {
+        if (byPath.isEmpty()) {
+            for (qsizetype i = 0; i < files.size(); ++i)
+                byPath.insert(files.at(i).path, i);
+        }
+        return byPath;
+    }
+
+    const QList<File> &files;
+    std::vector<bool> areTaken;
+    qsizetype next = 0;
+    QHash<QByteArray, qsizetype> byPath;
+};
+
 } // namespace
 
 ContentVerifier::ContentVerifier(const ContentManifest &manifest, const QString &folder)
@@ -36,9 +81,9 @@ QList<QByteArray> ContentVerifier::topNames() const
 {
     QList<QByteArray> names { current.name };
     for (const File &file : current.files) {
-        const QByteArray top = file.path.split('/').constFirst();
-        if (!names.contains(top))
-            names.append(top);
+        const QByteArrayView top = topOf(file.path);
+        if (names.constLast() != top && !names.contains(top))
+            names.append(top.toByteArray());
     }
     return names;
 }
@@ -57,14 +102,12 @@ void ContentVerifier::compare()
     }
     if (!found.isEmpty())
         return;
-    QHash<QByteArray, const File *> byPath;
-    for (const File &file : std::as_const(listed))
-        byPath.insert(file.path, &file);
+    ListedFiles there(listed);
     for (qsizetype i = 0; i < current.files.size(); ++i)
-        compareFile(i, byPath.take(current.files.at(i).path));
-    for (const File &file : std::as_const(listed)) {
-        if (byPath.contains(file.path))
-            found.append({ Kind::Extra, file.path, 0, file.size, -1, {} });
+        compareFile(i, there.take(current.files.at(i).path));
+    for (qsizetype i = 0; i < listed.size(); ++i) {
+        if (!there.isTaken(i))
+            found.append({ Kind::Extra, listed.at(i).path, 0, listed.at(i).size, -1, {} });
     }
     // What is most likely to have changed is read first.
     std::stable_partition(due.begin(), due.end(), [this](const Due &one) {

@@ -9,12 +9,13 @@
 #include "references/CacheFileName.h"
 
 #include <QDeadlineTimer>
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
 #include <QThread>
 #include <QUuid>
+
+#include <vector>
 
 namespace zel {
 
@@ -82,6 +83,38 @@ Error putInPlace(const QString &fresh, const QString &path)
                          .arg(path, QString::fromStdString(failure.message())));
 }
 
+bool isAtItsPlace(const ManifestStore &store, const Result<ContentManifest> &manifest,
+                  const QString &path)
+{
+    return manifest.hasValue() && store.pathFor(manifest.value().referenceKey) == path;
+}
+
+Error noManifest(const QString &path)
+{
+    return ZEL_ERROR(ErrorCode::BadData, ManifestStore::tr("\"%1\" is no manifest.").arg(path));
+}
+
+QString nameOf(const std::filesystem::directory_entry &entry)
+{
+    const std::string &path = entry.path().native();
+    return QFile::decodeName(path.c_str() + path.rfind('/') + 1);
+}
+
+/// All in the folder whose name ends so and is not hidden, with what the folder knows of it.
+std::vector<std::filesystem::directory_entry> entriesIn(const QString &folder,
+                                                        QLatin1StringView suffix)
+{
+    std::vector<std::filesystem::directory_entry> found;
+    std::error_code failure;
+    std::filesystem::directory_iterator entry(nativePath(folder), failure);
+    for (; !failure && entry != end(entry); entry.increment(failure)) {
+        const QString name = nameOf(*entry);
+        if (!name.startsWith(u'.') && name.endsWith(suffix, Qt::CaseInsensitive))
+            found.push_back(*entry);
+    }
+    return found;
+}
+
 } // namespace
 
 ManifestStore ManifestStore::forCache(const QString &cacheDataDirectory)
@@ -102,22 +135,25 @@ QString ManifestStore::pathFor(const QString &referenceKey) const
 Result<std::optional<ContentManifest>> ManifestStore::read(const QString &referenceKey) const
 {
     const QString path = pathFor(referenceKey);
-    if (!QFileInfo::exists(path))
+    ZEL_TRY_LET(const auto content, OwnFile::readIfThere(path, mostBytes));
+    if (!content)
         return std::optional<ContentManifest>();
-    ZEL_TRY_LET(ContentManifest manifest, readPath(path));
-    if (manifest.referenceKey != referenceKey) {
-        return ZEL_ERROR(ErrorCode::BadData,
-                         tr("\"%1\" is the manifest of another resource.").arg(path));
-    }
-    return std::optional(std::move(manifest));
+    auto manifest = ContentManifest::fromJson(*content);
+    // With this key its place is the right one.
+    if (manifest.hasValue() && manifest.value().referenceKey == referenceKey)
+        return std::optional(std::move(manifest.value()));
+    if (!isAtItsPlace(*this, manifest, path))
+        return ZEL_PASS(noManifest(path));
+    return ZEL_ERROR(ErrorCode::BadData,
+                     tr("\"%1\" is the manifest of another resource.").arg(path));
 }
 
 Result<ContentManifest> ManifestStore::readPath(const QString &path) const
 {
     ZEL_TRY_LET(const QByteArray content, OwnFile::read(path, mostBytes));
     auto manifest = ContentManifest::fromJson(content);
-    if (!manifest.hasValue() || pathFor(manifest.value().referenceKey) != path)
-        return ZEL_ERROR(ErrorCode::BadData, tr("\"%1\" is no manifest.").arg(path));
+    if (!isAtItsPlace(*this, manifest, path))
+        return ZEL_PASS(noManifest(path));
     return manifest;
 }
 
@@ -193,23 +229,24 @@ Error ManifestStore::removeNow(const QString &path)
 QStringList ManifestStore::paths() const
 {
     QStringList found;
-    const QDir directory(folder);
-    const QStringList names = directory.entryList({ u'*' + suffix }, QDir::Files, QDir::NoSort);
-    for (const QString &name : names)
-        found << folder + u'/' + name;
+    for (const auto &entry : entriesIn(folder, suffix)) {
+        std::error_code failure;
+        if (entry.is_regular_file(failure))
+            found << folder + u'/' + nameOf(entry);
+    }
     return found;
 }
 
 QMap<QString, Error> ManifestStore::failures() const
 {
     QMap<QString, Error> failures;
-    const QStringList names
-        = QDir(folder).entryList({ u'*' + suffix }, QDir::AllEntries | QDir::System, QDir::NoSort);
-    for (const QString &name : names) {
-        const QString path = folder + u'/' + name;
+    for (const auto &entry : entriesIn(folder, suffix)) {
+        const QString path = folder + u'/' + nameOf(entry);
         const auto manifest = readPath(path);
+        if (manifest.hasValue())
+            continue;
         const QFileInfo info(path);
-        if (!manifest.hasValue() && (info.exists() || info.isSymLink())) // else it went meanwhile
+        if (info.exists() || info.isSymLink()) // else it went meanwhile
             failures.insert(path, manifest.error());
     }
     return failures;
@@ -237,10 +274,9 @@ Error ManifestStore::setComparedLast(const QString &referenceKey) const
 void ManifestStore::removeRemains() const
 {
     const QDateTime now = QDateTime::currentDateTimeUtc();
-    const QFileInfoList remains
-        = QDir(folder).entryInfoList({ u'*' + freshSuffix }, QDir::Files, QDir::NoSort);
-    for (const QFileInfo &info : remains) {
-        if (info.lastModified().secsTo(now) > daySeconds)
+    for (const auto &entry : entriesIn(folder, freshSuffix)) {
+        const QFileInfo info(folder + u'/' + nameOf(entry));
+        if (info.isFile() && info.lastModified().secsTo(now) > daySeconds)
             ZEL_DROP(removeNow(info.filePath())); // the next one tries again
     }
 }

@@ -1,5 +1,6 @@
 #include "integrity/ManifestText.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace zel {
@@ -7,6 +8,11 @@ namespace zel {
 namespace {
 
 using File = ManifestText::File;
+using Member = ManifestText::Member;
+using Members = ManifestText::Members;
+
+/// More than a head has; names are compared one by one.
+constexpr qsizetype mostMembers = 32;
 
 /// Goes through a text from left to right. What a member does not find there ends the going: it
 /// says so and the place where it stands means nothing any more.
@@ -31,15 +37,19 @@ public:
     }
 
     /// A text of plain letters, without anything that would have to be decoded.
-    std::optional<QByteArray> text()
+    std::optional<QByteArrayView> text()
     {
         if (!skip("\""))
             return std::nullopt;
-        const char *begin = at;
-        while (at != end && isPlain(*at))
-            ++at;
-        const QByteArray found(begin, at - begin);
+        const QByteArrayView found = run([](char letter) { return isPlain(letter); });
         return skip("\"") ? std::optional(found) : std::nullopt;
+    }
+
+    /// At least one digit.
+    std::optional<QByteArrayView> digits()
+    {
+        const QByteArrayView found = run([](char letter) { return isDigit(letter); });
+        return found.isEmpty() ? std::nullopt : std::optional(found);
     }
 
     /// Everything between an opening and a closing sign, with commas in between.
@@ -58,6 +68,15 @@ public:
     }
 
 private:
+    template<typename IsOne>
+    QByteArrayView run(const IsOne &isOne)
+    {
+        const char *const begin = at;
+        at = std::find_if_not(at, end, isOne);
+        return { begin, at };
+    }
+
+    static bool isDigit(char letter) { return letter >= '0' && letter <= '9'; }
     static bool isPlain(char letter)
     {
         return letter >= ' ' && letter <= '~' && letter != '"' && letter != '\\';
@@ -72,13 +91,13 @@ bool scanSums(Scanner &scanner, QList<QByteArray> &sums)
     return scanner.listOf("[", "]", [&] {
         const auto sum = scanner.text();
         if (sum)
-            sums.append(*sum);
+            sums.append(sum->toByteArray());
         return sum.has_value();
     });
 }
 
 /// Null for a name that is none of those with a text.
-QByteArray *textMember(File &file, const QByteArray &name)
+QByteArrayView *textMember(File &file, QByteArrayView name)
 {
     if (name == "path")
         return &file.path;
@@ -106,10 +125,30 @@ bool scanMember(Scanner &scanner, File &file)
         return file.isSummedLater = scanner.skip("true");
     if (*name == "checked")
         return file.isChecked = scanner.skip("true");
-    QByteArray *const member = textMember(file, *name);
+    QByteArrayView *const member = textMember(file, *name);
     const auto value = member ? scanner.text() : std::nullopt;
     if (value)
         *member = *value;
+    return value.has_value();
+}
+
+bool isNew(QByteArrayView name, const Members &members)
+{
+    return std::none_of(members.begin(), members.end(),
+                        [name](const Member &member) { return member.name == name; });
+}
+
+bool scanHeadMember(Scanner &scanner, Members &members)
+{
+    const auto name = scanner.text();
+    if (!name || !scanner.skip(":") || members.size() == mostMembers || !isNew(*name, members))
+        return false;
+    if (*name == "files")
+        return scanner.skip("[]");
+    const auto text = scanner.text();
+    const auto value = text ? text : scanner.digits();
+    if (value)
+        members.append({ *name, *value, !text });
     return value.has_value();
 }
 
@@ -136,6 +175,16 @@ std::optional<ManifestText> ManifestText::takenApart(const QByteArray &json)
         return std::nullopt;
     text.head = json.first(list) + "[]" + json.sliced(after);
     return text;
+}
+
+std::optional<Members> ManifestText::membersOf(const QByteArray &head)
+{
+    const QByteArrayView text = QByteArrayView(head).trimmed();
+    Members members;
+    Scanner scanner(text);
+    const bool isScanned
+        = scanner.listOf("{", "}", [&] { return scanHeadMember(scanner, members); });
+    return isScanned && scanner.place() == text.end() ? std::optional(members) : std::nullopt;
 }
 
 } // namespace zel

@@ -13,6 +13,8 @@
 #include <QDateTime>
 #include <QSet>
 
+#include <algorithm>
+
 namespace zel::cli {
 
 using namespace Qt::Literals::StringLiterals;
@@ -141,6 +143,11 @@ int removeStale(const ManifestStore &store, const QStringList &paths, const QDat
     return removed;
 }
 
+bool isSuspect(const VerifyResult &result)
+{
+    return !result.failure.hasError() && result.verdict >= Verdict::BadManifest;
+}
+
 /// Whether the result still is one of what lies in the cache now.
 bool isStillHere(const VerifyResult &result, const ResourcesByKey &resources,
                  const ManifestStore &store)
@@ -155,6 +162,17 @@ bool isStillHere(const VerifyResult &result, const ResourcesByKey &resources,
     return manifest.hasValue() && manifest.value() && manifest.value()->fetched == result.fetched;
 }
 
+/// Of what lies in the cache by now. Nobody is told of the times and the users of data that is as
+/// it should be, other than a program that asks for all of it.
+Result<Snapshot> readAgain(const ResourceManagerSettings &settings, const VerifyReport &report,
+                           bool tellsAll)
+{
+    const bool needsRows
+        = tellsAll || std::any_of(report.results.begin(), report.results.end(), isSuspect);
+    return ZEL_PASS(needsRows ? readCache(settings, ResourceCacheReader::Path)
+                              : readCacheFor({}, settings));
+}
+
 /// What was removed or fetched anew while it was verified is not damaged.
 void complete(VerifyReport &report, const Snapshot &after, const ManifestStore &store,
               const ProcessLookup &look)
@@ -164,10 +182,10 @@ void complete(VerifyReport &report, const Snapshot &after, const ManifestStore &
     for (VerifyResult &result : report.results) {
         if (result.failure.hasError())
             continue;
-        const bool isSuspect = result.verdict >= Verdict::BadManifest;
-        if (isSuspect && !isStillHere(result, resources, store))
+        if (isSuspect(result) && !isStillHere(result, resources, store))
             setNotHere(result, Texts::tr("It has left the cache meanwhile."));
-        result.lastAccess = resources.value(result.reference).lastAccess;
+        if (const auto row = resources.constFind(result.reference); row != resources.cend())
+            result.lastAccess = row->lastAccess;
         result.holders = users.value(result.reference);
     }
 }
@@ -221,7 +239,7 @@ ExitCode VerifyCommand::run(const Context &context)
         report.staleManifests = removeStale(store, manifests, listed, before.value());
     verification.verify(report);
 
-    const auto after = readCache(settings, ResourceCacheReader::Path);
+    const auto after = readAgain(settings, report, context.options.json);
     if (!after.hasValue())
         return context.fail(ExitCode::CacheUnavailable, after.error().errorMessage());
     complete(report, after.value(), store, processesOf(settings.cachePath.databasePath()));

@@ -121,9 +121,11 @@ void ResourceVerification::findManifest()
 /// Detectors look for the inner files that make a format, names do not.
 void ResourceVerification::compareFormat()
 {
+    if (!DataFormats::detect(path).isEmpty())
+        return; // first, as it is the rule: then the name promises nothing else
     const QFileInfo info(path);
     const QStringList names = DataFormats::byName(path);
-    if (names.isEmpty() || !DataFormats::detect(path).isEmpty())
+    if (names.isEmpty())
         return;
     const QStringList promised = ofForm(info, names);
     lacksItsFormat = !promised.isEmpty();

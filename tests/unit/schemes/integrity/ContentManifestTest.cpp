@@ -92,6 +92,56 @@ TEST(ContentManifestTest, takenApart_anythingElse_isForAReaderOfJson)
     EXPECT_TRUE(ManifestText::takenApart("{\"files\":[]}"));
 }
 
+TEST(ContentManifestTest, membersOf_whatIsWritten_isUnderstood)
+{
+    const auto text = ManifestText::takenApart(sampleManifest().toJson());
+    const auto members = ManifestText::membersOf(text.value().head);
+    ASSERT_TRUE(members);
+    EXPECT_EQ(members->size(), sampleObject().size() - 1) << "all but the list";
+    for (const ManifestText::Member &member : *members)
+        EXPECT_EQ(member.isNumber, member.name == "format");
+}
+
+TEST(ContentManifestTest, membersOf_anythingElse_isForAReaderOfJson)
+{
+    for (const QByteArray &text :
+         { QByteArray(), QByteArray("{"), QByteArray("{}}"), QByteArray("{\"a\":}"),
+           QByteArray("{\"a\":1.5}"), QByteArray("{\"a\":-1}"), QByteArray("{\"a\":true}"),
+           QByteArray("{\"a\":\"\\n\"}"), QByteArray("{\"a\":\"\xc3\xa4\"}"),
+           QByteArray("{\"a\":\"1\",\"a\":\"2\"}"), QByteArray("{\"a\":[]}"),
+           QByteArray("{\"a\": 1}") })
+        EXPECT_FALSE(ManifestText::membersOf(text)) << text.toStdString();
+    EXPECT_TRUE(ManifestText::membersOf("{}\n"));
+    QByteArray many = "{\"0\":0";
+    for (int i = 1; i < 1000; ++i)
+        many += ",\"" + QByteArray::number(i) + "\":0";
+    EXPECT_FALSE(ManifestText::membersOf(many + '}')) << "more than a head has";
+}
+
+TEST(ContentManifestTest, fromJson_keyInLettersOfOtherLanguages_isTheSame)
+{
+    const ContentManifest manifest = sampleManifest(u"share:/a/\u00e4\u4e2d \"x\"\\.d"_s);
+    const auto read = ContentManifest::fromJson(manifest.toJson());
+    ASSERT_TRUE(read.hasValue());
+    EXPECT_EQ(read.value(), manifest);
+}
+
+TEST(ContentManifestTest, fromJson_filesInAnyOrder_areReadAndAreEachOnce)
+{
+    ContentManifest manifest = sampleManifest();
+    const ContentManifest::File file = manifest.files.first();
+    const QList<QByteArray> paths { "run.d/b", "run.d/a/c", "run.d/a.txt", "run.d", "run.d/a/b" };
+    manifest.files.clear();
+    for (const QByteArray &path : paths)
+        manifest.files.emplace_back(file).path = path;
+    EXPECT_EQ(ContentManifest::fromJson(manifest.toJson()).value(), manifest);
+    for (const QByteArray &path : paths) {
+        ContentManifest twice = manifest;
+        twice.files.emplace_back(file).path = path;
+        EXPECT_FALSE(ContentManifest::fromJson(twice.toJson()).hasValue()) << path.toStdString();
+    }
+}
+
 TEST(ContentManifestTest, fromJson_momentsOfOtherForms_areTheSameMoments)
 {
     const QDateTime moment(QDate(2024, 2, 29), QTime(23, 59, 58, 7), Qt::UTC);

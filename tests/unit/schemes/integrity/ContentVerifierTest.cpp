@@ -141,6 +141,23 @@ TEST_F(ContentVerifierTest, compare_sizesNamesAndKinds_areTold)
     EXPECT_EQ(verifier.bytesToRead(false), 0);
 }
 
+TEST_F(ContentVerifierTest, compare_manifestInAnotherOrder_findsTheSame)
+{
+    for (const char *name : { "a", "b", "c", "d" })
+        writeFile(folder + u"/run.d/"_s + QString::fromLatin1(name), "dddd");
+    ContentManifest manifest = manifestOf("run.d");
+    std::swap(manifest.files[0], manifest.files[2]);
+    manifest.files.removeAt(1); // b
+    manifest.files[1].path = "run.d/gone"; // was a
+    ContentVerifier verifier(manifest, folder);
+    verifier.compare();
+    EXPECT_EQ(kindsOf(verifier.findings()), QList({ Kind::Missing, Kind::Extra, Kind::Extra }));
+    EXPECT_EQ(verifier.findings().at(0).path, "run.d/gone");
+    EXPECT_EQ(verifier.findings().at(1).path, "run.d/a");
+    EXPECT_EQ(verifier.findings().at(2).path, "run.d/b");
+    EXPECT_EQ(verifier.bytesToRead(false), 8);
+}
+
 TEST_F(ContentVerifierTest, compare_biggerFileAndLinkInsteadOfAFile_areChanged)
 {
     const ContentManifest manifest = manifestOfRun();

@@ -60,6 +60,28 @@ private:
     const QString lockFile;
 };
 
+/// Counts how often manifests are opened and read.
+class ReadingCounter final : public FileStepWatcher
+{
+public:
+    ReadingCounter() { watchFileSteps(this); }
+    ~ReadingCounter() override { watchFileSteps(nullptr); }
+    ReadingCounter(const ReadingCounter &) = delete;
+    ReadingCounter &operator=(const ReadingCounter &) = delete;
+
+    int opens = 0;
+    int reads = 0;
+
+private:
+    int before(const FileStep &step) override
+    {
+        const bool isOfManifest = pathOf(step).ends_with(".json");
+        opens += isOfManifest && step.kind == FileStep::Kind::Open ? 1 : 0;
+        reads += isOfManifest && step.kind == FileStep::Kind::Read ? 1 : 0;
+        return 0;
+    }
+};
+
 } // namespace
 
 TEST_F(ManifestStoreTest, read_nothingThere_isNoValueAndMakesNothing)
@@ -150,6 +172,50 @@ TEST_F(ManifestStoreTest, read_whatIsNoFile_isCode1AndDoesNotWait)
     writeFile(cache.outside(u"elsewhere.json"_s), sample.toJson());
     ASSERT_TRUE(QFile::link(cache.outside(u"elsewhere.json"_s), path));
     EXPECT_EQ(failureOf(sample.referenceKey), 1);
+}
+
+TEST_F(ManifestStoreTest, read_linkThatLeadsNowhere_isNoValue)
+{
+    ASSERT_TRUE(QDir().mkpath(store.directory()));
+    ASSERT_TRUE(QFile::link(u"nowhere"_s, store.pathFor(sample.referenceKey)));
+    const auto read = store.read(sample.referenceKey);
+    ASSERT_TRUE(read.hasValue());
+    EXPECT_FALSE(read.value());
+}
+
+TEST_F(ManifestStoreTest, read_manifest_isOneOpeningAndOneReading)
+{
+    ASSERT_FALSE(store.write(sample).hasError());
+    ReadingCounter counter;
+    EXPECT_TRUE(store.read(sample.referenceKey).value());
+    EXPECT_EQ(counter.opens, 1);
+    EXPECT_EQ(counter.reads, 1);
+}
+
+TEST_F(ManifestStoreTest, failures_manifests_areOpenedAndReadOnce)
+{
+    constexpr int count = 5;
+    for (int i = 0; i < count; ++i)
+        ASSERT_FALSE(store.write(sampleManifest(u"share:/%1"_s.arg(i))).hasError());
+    ReadingCounter counter;
+    EXPECT_TRUE(store.failures().isEmpty());
+    EXPECT_EQ(counter.opens, count);
+    EXPECT_EQ(counter.reads, count);
+}
+
+TEST_F(ManifestStoreTest, failures_whatIsNoManifest_isTold)
+{
+    ASSERT_FALSE(store.write(sample).hasError());
+    const QString folder = store.directory();
+    ASSERT_TRUE(QFile::copy(store.pathFor(sample.referenceKey), folder + u"/copy.json"_s));
+    ASSERT_TRUE(QFile::link(u"nowhere"_s, folder + u"/link.json"_s));
+    ASSERT_TRUE(QDir().mkpath(folder + u"/folder.JSON"_s));
+    writeFile(folder + u"/.hidden.json"_s, "nonsense");
+    writeFile(folder + u"/other"_s, "nonsense");
+    EXPECT_EQ(store.failures().keys(),
+              QStringList({ folder + u"/copy.json"_s, folder + u"/folder.JSON"_s,
+                            folder + u"/link.json"_s }));
+    EXPECT_EQ(store.paths().size(), 2) << "those that are files";
 }
 
 TEST_F(ManifestStoreTest, writeIfSameFetch_otherFetchMeanwhile_doesNothing)

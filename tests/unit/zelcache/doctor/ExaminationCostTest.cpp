@@ -123,3 +123,21 @@ TEST_F(ExaminationCostTest, compare_everyFile_isLookedAtOnce)
     EXPECT_GE(looks.states, filesOfEach);
     EXPECT_LE(looks.states, filesOfEach + fewLooks);
 }
+
+TEST_F(ExaminationCostTest, compare_resourceOfOneFile_isLookedAtOnce)
+{
+    const QString path = dataPath(u"share/single/run.bin"_s);
+    writeFile(path, "12345");
+    ContentManifest manifest;
+    manifest.name = "run.bin";
+    ContentManifest::File &file = manifest.files.emplace_back();
+    file.path = manifest.name;
+    file.size = 5;
+    ContentVerifier verifier(manifest, QFileInfo(path).path());
+    startCounting();
+    verifier.compare();
+    const FileLooks looks = stopCounting();
+    EXPECT_TRUE(verifier.findings().isEmpty());
+    EXPECT_EQ(looks.entries, 0);
+    EXPECT_EQ(looks.states, 1);
+}
