@@ -1,7 +1,7 @@
 #include "CommandLine.h"
 
 #include "CommandOptions.h"
-#include "Text.h"
+#include "output/Text.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,6 +1,6 @@
 #include "CommandOptions.h"
 
-#include "Format.h"
+#include "output/Format.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "ExitCode.h"
-#include "Json.h"
 #include "Options.h"
-#include "Output.h"
+#include "output/Json.h"
+#include "output/Output.h"
 
 namespace zel::cli {
 

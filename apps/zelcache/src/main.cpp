@@ -1,12 +1,12 @@
 #include "CommandLine.h"
-#include "LogOutput.h"
 #include "ResourceCache.h"
 #include "ResourceCacheDao.h"
 #include "ResourceManager.h"
 #include "SignalWatch.h"
-#include "Translations.h"
 #include "commands/Commands.h"
 #include "errors/Tracer.h"
+#include "output/LogOutput.h"
+#include "output/Translations.h"
 
 #include <QCoreApplication>
 #include <QFile>

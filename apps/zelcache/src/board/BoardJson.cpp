@@ -1,7 +1,7 @@
 #include "board/BoardJson.h"
 
 #include "ExitCode.h"
-#include "Json.h"
+#include "output/Json.h"
 
 #include <QJsonArray>
 

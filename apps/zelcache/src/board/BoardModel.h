@@ -1,7 +1,7 @@
 #pragma once
 
-#include "ClientLife.h"
 #include "ResourceCacheSizes.h"
+#include "holders/ClientLife.h"
 
 #include <QHash>
 #include <QList>

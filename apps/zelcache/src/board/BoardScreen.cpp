@@ -1,7 +1,7 @@
 #include "board/BoardScreen.h"
 
-#include "Format.h"
-#include "Text.h"
+#include "output/Format.h"
+#include "output/Text.h"
 
 #include <QCoreApplication>
 

@@ -1,8 +1,8 @@
 #include "board/BoardTerminal.h"
 
 #include "SignalWatch.h"
-#include "Terminal.h"
 #include "board/BoardDrawing.h"
+#include "output/Terminal.h"
 
 #include <atomic>
 #include <cerrno>

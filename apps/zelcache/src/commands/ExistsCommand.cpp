@@ -3,7 +3,7 @@
 #include "Library.h"
 #include "ResourceManager.h"
 #include "TaskWait.h"
-#include "Text.h"
+#include "output/Text.h"
 
 #include <QJsonArray>
 

@@ -1,6 +1,6 @@
 #include "Command.h"
 #include "CommandOptions.h"
-#include "FormatReport.h"
+#include "reports/FormatReport.h"
 
 #include <QCoreApplication>
 

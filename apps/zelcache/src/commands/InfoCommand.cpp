@@ -1,14 +1,14 @@
-#include "CacheReport.h"
 #include "Command.h"
 #include "CommandOptions.h"
-#include "Format.h"
-#include "LabeledLines.h"
 #include "Library.h"
 #include "ResourceLookup.h"
 #include "ResourceManager.h"
 #include "SchemeMetadata.h"
 #include "SignalWatch.h"
 #include "TaskWait.h"
+#include "output/Format.h"
+#include "output/LabeledLines.h"
+#include "reports/CacheReport.h"
 
 #include <QCoreApplication>
 #include <QMetaEnum>

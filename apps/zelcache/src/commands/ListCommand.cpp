@@ -1,8 +1,8 @@
-#include "CacheReport.h"
 #include "Command.h"
 #include "CommandOptions.h"
 #include "Library.h"
-#include "ListSelection.h"
+#include "reports/CacheReport.h"
+#include "reports/ListSelection.h"
 
 namespace zel::cli {
 

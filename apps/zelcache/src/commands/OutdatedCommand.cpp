@@ -1,12 +1,12 @@
 #include "Command.h"
 #include "CommandOptions.h"
 #include "Library.h"
-#include "OutdatedResources.h"
-#include "RemovalReport.h"
 #include "ResourceCache.h"
 #include "ResourceManager.h"
 #include "SchemesRegistration.h"
 #include "TaskWait.h"
+#include "removal/OutdatedResources.h"
+#include "removal/RemovalReport.h"
 
 #include <QCoreApplication>
 #include <QDateTime>

@@ -1,10 +1,10 @@
 #include "Command.h"
 #include "CommandOptions.h"
 #include "Library.h"
-#include "RemovalReport.h"
 #include "ResourceCache.h"
 #include "ResourceManager.h"
 #include "SignalWatch.h"
+#include "removal/RemovalReport.h"
 
 #include <QCoreApplication>
 #include <QDateTime>

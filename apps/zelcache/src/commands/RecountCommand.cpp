@@ -1,16 +1,16 @@
 #include "Command.h"
 #include "CommandOptions.h"
-#include "Format.h"
 #include "Library.h"
-#include "RecountReport.h"
 #include "ResourceCache.h"
 #include "ResourceManager.h"
 #include "SignalWatch.h"
 #include "Task.h"
 #include "TaskWait.h"
-#include "Text.h"
 #include "errors/Propagate.h"
 #include "files/FileUtils.h"
+#include "output/Format.h"
+#include "output/Text.h"
+#include "reports/RecountReport.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

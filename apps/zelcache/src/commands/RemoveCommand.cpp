@@ -1,14 +1,14 @@
 #include "Command.h"
 #include "CommandOptions.h"
-#include "Format.h"
 #include "Library.h"
-#include "RemovalVerdict.h"
 #include "ResourceCache.h"
 #include "ResourceLookup.h"
 #include "ResourceManager.h"
 #include "SchemesRegistration.h"
 #include "SignalWatch.h"
-#include "Text.h"
+#include "output/Format.h"
+#include "output/Text.h"
+#include "removal/RemovalVerdict.h"
 
 #include <QCoreApplication>
 #include <QDateTime>

@@ -1,9 +1,9 @@
-#include "CacheReport.h"
 #include "Command.h"
 #include "CommandOptions.h"
 #include "Library.h"
 #include "board/BoardSource.h"
 #include "board/BoardWatch.h"
+#include "reports/CacheReport.h"
 
 namespace zel::cli {
 

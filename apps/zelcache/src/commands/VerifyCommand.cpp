@@ -2,10 +2,10 @@
 #include "CommandOptions.h"
 #include "Library.h"
 #include "ResourceLookup.h"
-#include "ResourceUsers.h"
 #include "SchemesRegistration.h"
-#include "Text.h"
 #include "errors/Propagate.h"
+#include "holders/ResourceUsers.h"
+#include "output/Text.h"
 #include "verify/VerifyReport.h"
 #include "verify/VerifyRun.h"
 

@@ -1,6 +1,6 @@
 #include "doctor/Checks.h"
 
-#include "Format.h"
+#include "output/Format.h"
 
 #include <QCoreApplication>
 

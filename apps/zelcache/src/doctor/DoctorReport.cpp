@@ -1,6 +1,6 @@
 #include "doctor/DoctorReport.h"
 
-#include "Json.h"
+#include "output/Json.h"
 
 #include <QCoreApplication>
 #include <QJsonArray>

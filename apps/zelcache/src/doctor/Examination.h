@@ -1,10 +1,10 @@
 #pragma once
 
-#include "ClientLife.h"
 #include "ResourceCacheReader.h"
 #include "ResourceManagerSettings.h"
 #include "doctor/DataInventory.h"
 #include "doctor/Finding.h"
+#include "holders/ClientLife.h"
 #include "platform/DirectoryLockState.h"
 #include "platform/ProcessFacts.h"
 #include "platform/SystemSemaphoreState.h"

@@ -1,6 +1,6 @@
 #include "doctor/Checks.h"
 
-#include "ResourceUsers.h"
+#include "holders/ResourceUsers.h"
 
 #include <QCoreApplication>
 

@@ -4,8 +4,8 @@
 #include "Library.h"
 #include "ResourceManager.h"
 #include "TaskWait.h"
-#include "Text.h"
 #include "files/FileUtils.h"
+#include "output/Text.h"
 #include "plan/FetchPlanning.h"
 #include "verify/VerifyReport.h"
 

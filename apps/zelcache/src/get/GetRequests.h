@@ -1,12 +1,12 @@
 #pragma once
 
 #include "Context.h"
-#include "OverallProgress.h"
 #include "SignalWatch.h"
 #include "get/TransferReport.h"
+#include "output/OverallProgress.h"
 
 #include "ResourceHandler.h"
-#include "TerminalPrompting.h"
+#include "output/TerminalPrompting.h"
 
 #include <QJsonArray>
 

@@ -1,7 +1,7 @@
 #include "holders/CacheReasons.h"
 
-#include "Format.h"
-#include "RemovalReport.h"
+#include "output/Format.h"
+#include "removal/RemovalReport.h"
 
 #include <QCoreApplication>
 #include <QSet>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Output.h"
+#include "output/Output.h"
 
 #include <QStringList>
 

@@ -1,6 +1,6 @@
 #include "holders/Holders.h"
 
-#include "Format.h"
+#include "output/Format.h"
 
 #include <QCoreApplication>
 #include <QJsonObject>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ClientLife.h"
+#include "holders/ClientLife.h"
 
 #include <QJsonArray>
 #include <QStringList>

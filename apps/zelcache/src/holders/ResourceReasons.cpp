@@ -1,9 +1,9 @@
 #include "holders/ResourceReasons.h"
 
-#include "Format.h"
-#include "LabeledLines.h"
-#include "PurgePlan.h"
+#include "output/Format.h"
+#include "output/LabeledLines.h"
 #include "references/ResourceReference.h"
+#include "removal/PurgePlan.h"
 
 #include <QCoreApplication>
 

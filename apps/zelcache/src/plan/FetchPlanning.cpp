@@ -1,12 +1,12 @@
 #include "plan/FetchPlanning.h"
 
-#include "Format.h"
 #include "Library.h"
-#include "RemovalReport.h"
 #include "ResourceCache.h"
 #include "ResourceManager.h"
 #include "errors/Propagate.h"
+#include "output/Format.h"
 #include "plan/SourceSizes.h"
+#include "removal/RemovalReport.h"
 #include "staging/StagingRecord.h"
 
 #include <QCoreApplication>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PurgePlan.h"
+#include "removal/PurgePlan.h"
 
 #include <QJsonObject>
 #include <QStringList>

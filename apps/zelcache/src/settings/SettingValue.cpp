@@ -1,7 +1,7 @@
 #include "settings/SettingValue.h"
 
-#include "Format.h"
 #include "errors/Propagate.h"
+#include "output/Format.h"
 
 #include <QCoreApplication>
 #include <QDir>

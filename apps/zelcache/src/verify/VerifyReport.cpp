@@ -1,8 +1,8 @@
 #include "verify/VerifyReport.h"
 
-#include "Format.h"
-#include "Json.h"
-#include "ResourceUsers.h"
+#include "holders/ResourceUsers.h"
+#include "output/Format.h"
+#include "output/Json.h"
 
 #include <QCoreApplication>
 #include <QFile>

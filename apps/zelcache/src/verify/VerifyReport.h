@@ -1,7 +1,7 @@
 #pragma once
 
 #include "ExitCode.h"
-#include "ResourceUsers.h"
+#include "holders/ResourceUsers.h"
 #include "verify/ResourceVerification.h"
 
 #include <QJsonObject>

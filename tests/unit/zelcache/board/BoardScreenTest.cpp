@@ -1,8 +1,8 @@
 #include "board/BoardScreen.h"
 
-#include "Format.h"
 #include "Printers.h"
-#include "Text.h"
+#include "output/Format.h"
+#include "output/Text.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,0 +1,74 @@
+#include "output/LogOutput.h"
+
+#include "output/Text.h"
+
+#include <QThread>
+
+#include <atomic>
+
+#include <unistd.h>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// Plain values: lines come until the very end of the program.
+std::atomic<Output *> currentOutput = nullptr;
+std::atomic<Qt::HANDLE> outputThread = nullptr;
+std::atomic<int> currentVerbosity = 0;
+
+bool isShown(QtMsgType type)
+{
+    switch (type) {
+    case QtDebugMsg:
+    case QtInfoMsg:
+        return currentVerbosity > 1;
+    case QtWarningMsg:
+        return currentVerbosity > 0;
+    case QtCriticalMsg:
+    case QtFatalMsg:
+        break;
+    }
+    return true;
+}
+
+void writeLine(const QString &line)
+{
+    Output *output = currentOutput;
+    if (output && QThread::currentThreadId() == outputThread) {
+        output->line(line);
+        return;
+    }
+    // In one piece, so that lines of several threads do not mix.
+    const QByteArray bytes = escaped(line).toUtf8() + '\n';
+    static_cast<void>(::write(STDERR_FILENO, bytes.constData(), std::size_t(bytes.size())) < 0);
+}
+
+void onLogMessage(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    if (!isShown(type))
+        return;
+    const QString category = QString::fromUtf8(context.category);
+    // The trail of a failure has a line for each place.
+    for (const QString &line : message.split(u'\n'))
+        writeLine(u"zelcache: log: "_s + category + u": "_s + line);
+}
+
+} // namespace
+
+LogOutput::LogOutput(Output *output, int verbosity)
+{
+    outputThread = QThread::currentThreadId();
+    currentVerbosity = verbosity;
+    currentOutput = output;
+    qInstallMessageHandler(onLogMessage);
+}
+
+LogOutput::~LogOutput()
+{
+    currentOutput = nullptr;
+}
+
+} // namespace zel::cli

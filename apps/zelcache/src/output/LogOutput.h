@@ -1,0 +1,21 @@
+#pragma once
+
+#include "output/Output.h"
+
+namespace zel::cli {
+
+/// Sends the log of the library and of Qt to standard error: what is serious always, warnings if
+/// the user wants to know more, everything else if he wants it all. Lines come from any thread.
+///
+/// The destructor parts it from the output, which is borrowed; lines that come even later, while
+/// the program ends, are judged in the same way. Make one, on the main thread, first of all.
+class LogOutput
+{
+public:
+    LogOutput(Output *output, int verbosity);
+    ~LogOutput();
+    LogOutput(const LogOutput &) = delete;
+    LogOutput &operator=(const LogOutput &) = delete;
+};
+
+} // namespace zel::cli

@@ -1,0 +1,90 @@
+#include "removal/RemovalVerdict.h"
+
+#include "Printers.h"
+
+#include <gtest/gtest.h>
+
+namespace zel::cli {
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// No system gives a process this number.
+constexpr qint64 someProcess = 4'999'999;
+
+ResourceCacheReader::Snapshot snapshotWith(ResourceStatus status, ResourceCleanupPolicy policy)
+{
+    ResourceCacheReader::Resource resource;
+    resource.reference = u"a"_s;
+    resource.status = status;
+    resource.policy = policy;
+    ResourceCacheReader::Snapshot snapshot;
+    snapshot.resources.append(resource);
+    return snapshot;
+}
+
+QString reasonFor(ResourceStatus status, ResourceCleanupPolicy policy, bool force = false)
+{
+    const auto refusal = refusalOf(snapshotWith(status, policy), {}, u"a"_s, force);
+    return refusal ? refusal->reason : QString();
+}
+
+} // namespace
+
+TEST(RemovalVerdict, refusalOf_readyAndUnused_isNone)
+{
+    EXPECT_EQ(reasonFor(ResourceStatus::Ready, ResourceCleanupPolicy::OnDemand), QString());
+    EXPECT_EQ(reasonFor(ResourceStatus::Ready, ResourceCleanupPolicy::OnClose), QString());
+}
+
+TEST(RemovalVerdict, refusalOf_never_isOvercomeByForce)
+{
+    EXPECT_TRUE(
+        reasonFor(ResourceStatus::Ready, ResourceCleanupPolicy::Never).contains(u"--force"_s));
+    EXPECT_EQ(reasonFor(ResourceStatus::Ready, ResourceCleanupPolicy::Never, true), QString());
+}
+
+TEST(RemovalVerdict, refusalOf_policyThatIsNotKnown_isNotOvercome)
+{
+    for (const bool force : { false, true })
+        EXPECT_TRUE(reasonFor(ResourceStatus::Ready, ResourceCleanupPolicy::Invalid, force)
+                        .contains(u"policy"_s));
+}
+
+TEST(RemovalVerdict, refusalOf_everyOtherStatus_hasItsReason)
+{
+    const auto policy = ResourceCleanupPolicy::OnDemand;
+    EXPECT_EQ(reasonFor(ResourceStatus::Missing, policy), u"Nothing is there to remove."_s);
+    EXPECT_EQ(reasonFor(ResourceStatus::ScheduledForAcquire, policy), u"It is wanted."_s);
+    EXPECT_EQ(reasonFor(ResourceStatus::Acquiring, policy, true), u"It is being fetched."_s);
+    EXPECT_TRUE(reasonFor(ResourceStatus::Invalid, policy).contains(u"status"_s));
+}
+
+TEST(RemovalVerdict, refusalOf_unknownKey_isRefused)
+{
+    const auto refusal = refusalOf({}, {}, u"a"_s, true);
+    ASSERT_TRUE(refusal);
+    EXPECT_EQ(refusal->reason, u"The cache does not know it."_s);
+}
+
+TEST(RemovalVerdict, refusalOf_inUse_namesTheProcesses)
+{
+    const auto snapshot = snapshotWith(ResourceStatus::Ready, ResourceCleanupPolicy::Never);
+    const auto refusal = refusalOf(snapshot, { { u"a"_s, { someProcess } } }, u"a"_s, true);
+    ASSERT_TRUE(refusal);
+    EXPECT_EQ(refusal->reason, u"It is in use by process 4999999."_s);
+    EXPECT_EQ(refusal->processes, UserProcesses { someProcess });
+}
+
+TEST(RemovalVerdict, refusalOf_beingFetched_namesTheFetcherThoughItUsesItToo)
+{
+    auto snapshot = snapshotWith(ResourceStatus::Acquiring, ResourceCleanupPolicy::OnDemand);
+    snapshot.clients.append({ 1, someProcess, 0 });
+    snapshot.acquiringTasks.append({ u"a"_s, 1, someProcess, 40 });
+    const auto refusal = refusalOf(snapshot, { { u"a"_s, { someProcess } } }, u"a"_s, false);
+    ASSERT_TRUE(refusal);
+    EXPECT_EQ(refusal->reason, u"It is being fetched by process 4999999."_s);
+}
+
+} // namespace zel::cli
