@@ -40,6 +40,9 @@ if(ZEL_SANITIZE)
     target_link_options(zel_build_settings INTERFACE -fsanitize=${sanitizers})
 endif()
 
+# Only the libraries' own folders count their lines (zel_add_folder): tests need not be tested.
+option(ZEL_COVERAGE "Count which lines of the libraries run" OFF)
+
 # Debug builds look at each take of a lock (foundation/src/threads). ThreadSanitizer looks itself.
 set(ZEL_CHECKS_LOCKS $<CONFIG:Debug>)
 if("thread" IN_LIST ZEL_SANITIZE)
@@ -56,4 +59,9 @@ function(zel_add_folder name)
         $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/${ARG_INCLUDE}>)
     target_link_libraries(${name} PUBLIC ${ARG_LINK} PRIVATE zel_build_settings)
     target_compile_definitions(${name} PRIVATE ZEL_RESOURCE_MANAGER_BUILD)
+    if(ZEL_COVERAGE)
+        # Several threads count at a time.
+        target_compile_options(${name} PRIVATE --coverage -fprofile-update=atomic)
+        target_link_options(${name} INTERFACE --coverage)
+    endif()
 endfunction()
