@@ -50,6 +50,11 @@ TEST_P(CacheFaultTest, fetches)
     m_loop.prove(fetchOperations());
 }
 
+TEST_P(CacheFaultTest, handlers)
+{
+    m_loop.prove(handlerOperations());
+}
+
 TEST_P(CacheFaultTest, databaseAccess)
 {
     m_loop.prove(daoOperations());

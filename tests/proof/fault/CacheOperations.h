@@ -4,13 +4,14 @@
 
 namespace zel::test {
 
-// The tables of all that ResourceCache, ResourceRetrieveHandle and ResourceCacheReader offer and
-// that asks the database or the disk.
+// The tables of all that ResourceCache, ResourceRetrieveHandle, RemoteResourceHandler and
+// ResourceCacheReader offer and that asks the database or the disk.
 
 QList<FaultOperation> openingOperations();
 QList<FaultOperation> rowOperations();
 QList<FaultOperation> removalOperations();
 QList<FaultOperation> fetchOperations();
+QList<FaultOperation> handlerOperations();
 QList<FaultOperation> readerOperations();
 /// Those of ResourceCacheDao.
 QList<FaultOperation> daoOperations();

@@ -1,12 +1,19 @@
 #include "CacheWorld.h"
 
+#include "ResourceManager.h"
+#include "support/TestHandlers.h"
+#include "support/TestReference.h"
 #include "zacq/Zacq.h"
 #include "zacq/ZacqWriter.h"
 
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QTimerEvent>
+
+#include <thread>
 
 namespace zel::test {
 
@@ -58,7 +65,7 @@ void addRow(CacheDatabase &rows, const QString &reference, const QString &status
              { reference, path, size, status, lastAccess, writer, version });
 }
 
-void addClient(CacheDatabase &rows, qint64 id, qint64 lastPing)
+void addClientRow(CacheDatabase &rows, qint64 id, qint64 lastPing)
 {
     rows.run(u"INSERT INTO Clients (id, processId, lastPingTime) VALUES (?, ?, ?)"_s,
              { id, 4000000 + id, lastPing });
@@ -79,6 +86,30 @@ void addFetch(CacheDatabase &rows, const QString &reference, qint64 clientId)
              { clientId, reference });
 }
 
+/// Sees which timer something is posted to.
+class TimerWatch : public QObject
+{
+public:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::MetaCall && qobject_cast<QTimer *>(watched))
+            timer = static_cast<QTimer *>(watched);
+        return false;
+    }
+
+    QTimer *timer = nullptr;
+};
+
+/// The process's own manager, whose cache is of no interest but for the place that it names.
+ResourceCache &cacheOfManager()
+{
+    static const TemporaryCache elsewhere; // goes after the manager
+    ResourceManagerSettings settings;
+    settings.cachePath.setBaseDirPath(elsewhere.baseDir());
+    ResourceManager::overrideDefaultSettings(settings);
+    return *ResourceManager::cache();
+}
+
 } // namespace
 
 CacheWorld::CacheWorld()
@@ -97,7 +128,7 @@ CacheWorld::CacheWorld()
     addRow(rows, u"test:missing"_s, u"Missing"_s);
     addRow(rows, u"test:bystander"_s, u"Ready"_s, dataPath(u"test/bystander/name"_s), 9, 10,
            u"3.0"_s);
-    addClient(rows, otherClient, QDateTime::currentMSecsSinceEpoch());
+    addClientRow(rows, otherClient, QDateTime::currentMSecsSinceEpoch());
     addUse(rows, u"test:bystander"_s, otherClient);
     addFetch(rows, u"test:taken"_s, otherClient);
     rows.run(u"COMMIT"_s);
@@ -105,10 +136,16 @@ CacheWorld::CacheWorld()
 
 CacheWorld::~CacheWorld()
 {
+    letGo();
+    cache->close();
+}
+
+void CacheWorld::letGo()
+{
     use.reset();
     fetch.reset();
     secondFetch.reset();
-    cache->close();
+    handler.reset();
 }
 
 CacheInvariants CacheWorld::invariants() const
@@ -145,9 +182,7 @@ QString CacheWorld::damageToOthers() const
 
 Error CacheWorld::reopen()
 {
-    use.reset();
-    fetch.reset();
-    secondFetch.reset();
+    letGo();
     dao.close();
     cache->close();
     return open();
@@ -156,11 +191,16 @@ Error CacheWorld::reopen()
 /// The count of all sizes that the first opening starts is over when this returns.
 Error CacheWorld::open()
 {
-    ResourceCachePath path;
-    path.setBaseDirPath(files.baseDir());
-    const Error error = cache->open(path, sizes);
+    const Error error = cache->open(path(), sizes);
     static_cast<void>(cache->isOpen()); // waits for the semaphore, which the count holds
     return error;
+}
+
+ResourceCachePath CacheWorld::path() const
+{
+    ResourceCachePath path;
+    path.setBaseDirPath(files.baseDir());
+    return path;
 }
 
 QString CacheWorld::text(const QString &sql, const QList<QVariant> &values) const
@@ -233,10 +273,54 @@ void CacheWorld::startFetch(const QString &reference, const QString &path)
 
 void CacheWorld::addDeadClient()
 {
+    addClient(deadClient);
     CacheDatabase rows = database();
-    addClient(rows, deadClient, 0);
     addUse(rows, u"test:file"_s, deadClient);
     addFetch(rows, u"test:dead"_s, deadClient);
+}
+
+void CacheWorld::addClient(qint64 id)
+{
+    CacheDatabase rows = database();
+    addClientRow(rows, id, 0);
+    m_hasDeadClient = true;
+}
+
+void CacheWorld::spoilSums() const
+{
+    CacheDatabase rows = database();
+    rows.run(u"INSERT INTO CacheMetadata (currentSize) VALUES (0)"_s);
+    rows.run(u"UPDATE CacheMetadata SET currentSize = 7"_s);
+}
+
+/// What another thread asks of the ping is posted to its timer.
+void CacheWorld::findPing()
+{
+    TimerWatch watch;
+    std::thread([this] { cache->setPingEnabled(true); }).join();
+    qApp->installEventFilter(&watch);
+    QCoreApplication::sendPostedEvents();
+    qApp->removeEventFilter(&watch);
+    m_pingTimer = watch.timer;
+    ASSERT_TRUE(m_pingTimer && m_pingTimer->isActive());
+}
+
+void CacheWorld::ping()
+{
+    ASSERT_TRUE(m_pingTimer);
+    QTimerEvent turn(m_pingTimer->timerId());
+    QCoreApplication::sendEvent(m_pingTimer, &turn);
+}
+
+/// A handler asks the process's manager for the place, which is where that had its own cache last.
+void CacheWorld::makeHandler()
+{
+    cache->close();
+    const Error error = cacheOfManager().open(path(), {});
+    EXPECT_FALSE(error.hasError()) << qPrintable(error.description());
+    cacheOfManager().close();
+    EXPECT_FALSE(open().hasError());
+    handler = std::make_unique<RemoteTestHandler>(testReference(u"added"_s), cache.get());
 }
 
 QString CacheWorld::difference(const QVariant &actual, const QVariant &expected)

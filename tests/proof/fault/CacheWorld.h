@@ -1,9 +1,12 @@
 #pragma once
 
 #include "CacheInvariants.h"
+#include "RemoteResourceHandler.h"
 #include "ResourceRetrieveHandle.h"
 #include "support/CacheTest.h"
 
+#include <QPointer>
+#include <QTimer>
 #include <QVariant>
 
 namespace zel::test {
@@ -44,6 +47,16 @@ public:
     void addSparseContainer();
     /// A process that has died in the middle of a fetch of test:dead, using test:file.
     void addDeadClient();
+    /// A process of this client number that has died with nothing.
+    void addClient(qint64 id);
+    bool hasDeadClient() const { return m_hasDeadClient; }
+    /// The row of sums is there twice, and wrong.
+    void spoilSums() const;
+    /// Lets the ping's turn come, which has to be found before.
+    void findPing();
+    void ping();
+    /// A handler of test:added in this cache, which is to lie in test/added/.
+    void makeHandler();
     std::unique_ptr<ResourceRetrieveHandle> newFetch(const QString &reference,
                                                      const QString &path) const;
     /// Makes this process the fetcher.
@@ -60,12 +73,18 @@ public:
     std::unique_ptr<ResourceCache::InUseHandle> use;
     std::unique_ptr<ResourceRetrieveHandle> fetch;
     std::unique_ptr<ResourceRetrieveHandle> secondFetch;
+    std::unique_ptr<RemoteResourceHandler> handler;
     ResourceCacheSizes sizes;
     QVariant answer;
 
 private:
+    void letGo();
+    ResourceCachePath path() const;
+
     bool m_hasContainer = false; ///< whose size is not that at its path
     bool m_hasOthers = true;
+    bool m_hasDeadClient = false;
+    QPointer<QTimer> m_pingTimer;
 };
 
 } // namespace zel::test

@@ -35,6 +35,27 @@ FaultOperation question(const char *name, Ask ask, Read read, const QVariant &ex
     return { .name = name, .setUp = openDao, .run = run, .missing = missing };
 }
 
+/// A question inside a transaction of the caller's.
+template<typename Ask, typename Read>
+FaultOperation questionInside(const char *name, Ask ask, Read read, const QVariant &expected)
+{
+    const auto run = [ask, read](CacheWorld &world) {
+        world.answer = QVariant();
+        const auto context = world.dao.createTransaction();
+        if (!context.hasValue())
+            return context.error();
+        const auto result = ask(world.dao, context.value().get());
+        if (!result.hasValue())
+            return result.error();
+        world.answer = QVariant(read(result.value()));
+        return context.value()->commit();
+    };
+    const auto missing = [expected](CacheWorld &world) {
+        return CacheWorld::difference(world.answer, expected);
+    };
+    return { .name = name, .setUp = openDao, .run = run, .missing = missing };
+}
+
 /// A change, and what a statement gives after it.
 FaultOperation change(const char *name, const std::function<Error(ResourceCacheDao &)> &run,
                       const QString &sql, const QString &expected)
@@ -61,6 +82,49 @@ FaultOperation changeInside(const char *name,
         return error.hasError() ? error : context.value()->commit();
     };
     return change(name, whole, sql, expected);
+}
+
+/// The operation in a world that has become another one before.
+FaultOperation in(const std::function<void(CacheWorld &)> &setUp, FaultOperation operation)
+{
+    operation.setUp = setUp;
+    return operation;
+}
+
+/// The cache's file is open beside a client that has died.
+void openBesideTheDead(CacheWorld &world)
+{
+    world.addDeadClient();
+    openDao(world);
+}
+
+/// This process wants a resource.
+void openWithTask(CacheWorld &world)
+{
+    openDao(world);
+    EXPECT_FALSE(world.dao.addRetrievingTask(u"test:missing"_s).hasError());
+}
+
+/// This process fetches a resource.
+void openWithFetch(CacheWorld &world)
+{
+    openWithTask(world);
+    EXPECT_FALSE(world.dao.updateProgress(u"test:missing"_s, 20).hasError());
+}
+
+/// All that a list holds, in its order.
+template<typename T, typename ToText>
+QString joined(const QList<T> &list, ToText toText)
+{
+    QStringList texts;
+    for (const T &entry : list)
+        texts.append(toText(entry));
+    return texts.join(u' ');
+}
+
+QString namesOf(const QList<ResourceCacheDao::Resource> &resources)
+{
+    return joined(resources, [](const auto &resource) { return resource.reference; });
 }
 
 QString rowOf(const QString &column)
@@ -101,6 +165,14 @@ QList<FaultOperation> questionsOfOne()
             "dao: retrieveInProgress", [](Dao &dao) { return dao.retrieveInProgress(taken); }, same,
             true),
         question(
+            "dao: retrieveInProgressElsewhere",
+            [](Dao &dao) { return dao.retrieveInProgressElsewhere(taken); }, same, true),
+        in(openWithFetch,
+           question(
+               "dao: retrieveInProgressElsewhere of what is fetched here",
+               [](Dao &dao) { return dao.retrieveInProgressElsewhere(u"test:missing"_s); }, same,
+               false)),
+        question(
             "dao: readProgress", [](Dao &dao) { return dao.readProgress(taken); },
             [](const std::optional<int> &progress) { return progress.value_or(-1); }, 10),
     };
@@ -111,20 +183,25 @@ QList<FaultOperation> questionsOfAll()
     const auto same = [](const auto &value) {
         return QVariant::fromValue(value);
     };
-    const auto count = [](const auto &list) {
-        return QVariant(int(list.size()));
-    };
     using Dao = ResourceCacheDao;
+    const QString ready = u"test:file test:tree test:bystander"_s;
     return {
         question(
             "dao: selectResources",
-            [](Dao &dao) { return dao.selectResources(ResourceStatus::Ready); }, count, 3),
+            [](Dao &dao) { return dao.selectResources(ResourceStatus::Ready); },
+            [](const QList<Dao::VersionableResource> &resources) {
+                return joined(resources, [](const auto &resource) {
+                    return resource.reference + u'@' + resource.version.toString();
+                });
+            },
+            u"test:file@1.0 test:tree@1.0 test:bystander@3.0"_s),
         question(
             "dao: selectResourcesWithStatus",
-            [](Dao &dao) { return dao.selectResourcesWithStatus(ResourceStatus::Ready); }, count,
-            3),
+            [](Dao &dao) { return dao.selectResourcesWithStatus(ResourceStatus::Ready); }, namesOf,
+            ready),
         question(
-            "dao: selectAllResources", [](Dao &dao) { return dao.selectAllResources(); }, count, 5),
+            "dao: selectAllResources", [](Dao &dao) { return dao.selectAllResources(); }, namesOf,
+            u"test:file test:tree test:missing test:bystander test:taken"_s),
         question(
             "dao: selectCurrentSize", [](Dao &dao) { return dao.selectCurrentSize(); }, same,
             qint64 { 25 }),
@@ -134,10 +211,31 @@ QList<FaultOperation> questionsOfAll()
         question(
             "dao: selectPinnedSize", [](Dao &dao) { return dao.selectPinnedSize(); },
             [](const Dao::PinnedSize &pinned) { return pinned.size; }, qint64 { 9 }),
-        question(
-            "dao: selectPinningClients", [](Dao &dao) { return dao.selectPinningClients(3); },
-            count, 1),
+        in(openBesideTheDead,
+           question(
+               "dao: selectPinningClients", [](Dao &dao) { return dao.selectPinningClients(3); },
+               [](const QList<Dao::PinningClient> &clients) {
+                   return joined(clients, [](const Dao::PinningClient &client) {
+                       return u"%1:%2"_s.arg(client.clientId).arg(client.size);
+                   });
+               },
+               u"1002:10 1001:9"_s)),
     };
+}
+
+FaultOperation rebuilding()
+{
+    FaultOperation operation = changeInside(
+        "dao: rebuildMetadata",
+        [](ResourceCacheDao &dao, Context *context) { return dao.rebuildMetadata(context); },
+        u"SELECT GROUP_CONCAT(currentSize) FROM CacheMetadata"_s, u"25"_s);
+    operation.setUp = [](CacheWorld &world) {
+        openDao(world);
+        world.spoilSums();
+    };
+    operation.exceptions = { CacheInvariants::Exception::OtherSums };
+    operation.whyExcepted = "They were wrong before.";
+    return operation;
 }
 
 QList<FaultOperation> changesOfResources()
@@ -186,89 +284,157 @@ QList<FaultOperation> changesOfResources()
             "dao: updateLastScanTimestamp",
             [](Dao &dao, Context *context) { return dao.updateLastScanTimestamp(context, 1234); },
             u"SELECT lastScanTimestamp FROM CacheMetadata"_s, u"1234"_s),
-        changeInside(
-            "dao: rebuildMetadata",
-            [](Dao &dao, Context *context) { return dao.rebuildMetadata(context); },
-            u"SELECT currentSize FROM CacheMetadata"_s, u"25"_s),
-        changeInside(
+        rebuilding(),
+        questionInside(
             "dao: selectOldestReferencesWithCombinedSize",
             [](Dao &dao, Context *context) {
-                return errorOf(dao.selectOldestReferencesWithCombinedSize(context, 100));
+                return dao.selectOldestReferencesWithCombinedSize(context, 100);
             },
-            u"SELECT COUNT(*) FROM CachedResources"_s, u"5"_s),
+            [](const QList<Dao::ReferenceAndPath> &oldest) {
+                return joined(oldest, [](const Dao::ReferenceAndPath &one) {
+                    return one.reference + u'@' + one.cachedPath.section(u'/', -2);
+                });
+            },
+            u"test:file@file/name test:tree@tree/folder"_s),
     };
 }
 
-QList<FaultOperation> changesOfClients()
+/// A client of which nothing hangs on anything.
+FaultOperation deletionOfClient()
+{
+    constexpr qint64 idle = 1003;
+    FaultOperation operation = change(
+        "dao: deleteClientById", [](ResourceCacheDao &dao) { return dao.deleteClientById(idle); },
+        u"SELECT COUNT(*) FROM Clients WHERE id = 1003"_s, u"0"_s);
+    operation.setUp = [](CacheWorld &world) {
+        world.addClient(idle);
+        openDao(world);
+    };
+    return operation;
+}
+
+/// With two of them, so that a list that ends too early is another one.
+FaultOperation selectionOfInactive()
+{
+    FaultOperation operation = questionInside(
+        "dao: selectInactiveClients",
+        [](ResourceCacheDao &dao, Context *context) {
+            return dao.selectInactiveClients(context, 30s);
+        },
+        [](const QList<qint64> &clients) {
+            return joined(clients, [](qint64 id) { return QString::number(id); });
+        },
+        u"1002 1003"_s);
+    operation.setUp = [](CacheWorld &world) {
+        world.addDeadClient();
+        world.addClient(1003);
+        openDao(world);
+    };
+    return operation;
+}
+
+/// Of the two that there are, by the other client and by the dead one.
+QList<FaultOperation> changesOfUses()
 {
     using Dao = ResourceCacheDao;
-    const QString uses = u"SELECT COUNT(*) FROM ResourceUsages"_s;
-    const QString clients = u"SELECT COUNT(*) FROM Clients"_s;
+    const QString uses = u"SELECT COALESCE(GROUP_CONCAT(clientId), '') FROM ResourceUsages"_s;
+    constexpr qint64 useOfOther = 1;
+    constexpr qint64 useOfDead = 2;
+    const auto deleteOne = [](Dao &, Context *context) {
+        const auto removed = Dao::deleteResourceUsage(context, useOfDead);
+        if (removed.hasValue() && removed.value() != 1)
+            return Error(ErrorCode::OperationFailed, u"It was another number of rows."_s);
+        return errorOf(removed);
+    };
     return {
         changeInside(
             "dao: insertResourceUsage",
             [](Dao &, Context *context) {
                 return errorOf(Dao::insertResourceUsage(context, file));
             },
-            uses, u"2"_s),
-        changeInside(
-            "dao: deleteResourceUsage",
-            [](Dao &, Context *context) { return errorOf(Dao::deleteResourceUsage(context, 99)); },
-            uses, u"1"_s),
-        changeInside(
-            "dao: deleteUsages",
-            [](Dao &, Context *context) {
-                return Dao::deleteUsages(context, { 98, 99 });
-            },
-            uses, u"1"_s),
-        changeInside(
-            "dao: selectResourceUsagesForClient",
-            [](Dao &, Context *context) {
-                return errorOf(Dao::selectResourceUsagesForClient(context, 1001));
-            },
-            uses, u"1"_s),
+            u"SELECT COUNT(*) FROM ResourceUsages"_s, u"2"_s),
+        in(openBesideTheDead, changeInside("dao: deleteResourceUsage", deleteOne, uses, u"1001"_s)),
+        in(openBesideTheDead,
+           changeInside(
+               "dao: deleteUsages",
+               [](Dao &, Context *context) {
+                   return Dao::deleteUsages(context, { useOfOther, useOfDead });
+               },
+               uses, QString())),
+        // Always empty, also for one that uses something.
+        in(openBesideTheDead,
+           questionInside(
+               "dao: selectResourceUsagesForClient",
+               [](Dao &, Context *context) {
+                   return Dao::selectResourceUsagesForClient(context, 1002);
+               },
+               [](const QList<Dao::ResourceUsage> &list) {
+                   return joined(list, [](const Dao::ResourceUsage &use) { return use.reference; });
+               },
+               QString())),
+    };
+}
+
+QList<FaultOperation> changesOfClients()
+{
+    return {
         change(
             "dao: updateClientLastPingTime",
-            [](Dao &dao) { return dao.updateClientLastPingTime(4321); },
+            [](ResourceCacheDao &dao) { return dao.updateClientLastPingTime(4321); },
             u"SELECT COUNT(*) FROM Clients WHERE lastPingTime = 4321"_s, u"1"_s),
-        changeInside(
-            "dao: selectInactiveClients",
-            [](Dao &dao, Context *context) {
-                return errorOf(dao.selectInactiveClients(context, 30s));
-            },
-            clients, u"2"_s),
-        change(
-            "dao: deleteClientById", [](Dao &dao) { return dao.deleteClientById(99); }, clients,
-            u"2"_s),
+        selectionOfInactive(),
+        deletionOfClient(),
     };
+}
+
+/// How many tasks there are, those of this resource, and its status.
+QString tasksOf(const QString &reference)
+{
+    return u"SELECT (SELECT COUNT(*) FROM AcquiringTasks) || ' ' || "
+           "COALESCE((SELECT COALESCE(progress, 'wish') FROM AcquiringTasks "
+           "WHERE resourceId = cr.id), '-') || ' ' || status FROM CachedResources cr "
+           "WHERE reference = '%1'"_s.arg(reference);
 }
 
 QList<FaultOperation> changesOfTasks()
 {
     using Dao = ResourceCacheDao;
-    const QString tasks = u"SELECT COUNT(*) FROM AcquiringTasks"_s;
+    const QString ofDead = tasksOf(u"test:dead"_s);
+    const QString own = tasksOf(u"test:missing"_s);
+    const auto report = [](std::optional<int> progress) {
+        return [progress](Dao &dao) {
+            return dao.updateProgress(u"test:missing"_s, progress);
+        };
+    };
     return {
-        changeInside(
-            "dao: deleteRetrievingTasksForClient",
-            [](Dao &, Context *context) {
-                return Dao::deleteRetrievingTasksForClient(context, 99);
-            },
-            tasks, u"1"_s),
-        changeInside(
-            "dao: updateIntermediateStatusesForClient",
-            [](Dao &, Context *context) {
-                return Dao::updateIntermediateStatusesForClient(context, 99);
-            },
-            tasks, u"1"_s),
+        in(openBesideTheDead,
+           changeInside(
+               "dao: deleteRetrievingTasksForClient",
+               [](Dao &, Context *context) {
+                   return Dao::deleteRetrievingTasksForClient(context, 1002);
+               },
+               ofDead, u"1 - Missing"_s)),
+        in(openBesideTheDead,
+           changeInside(
+               "dao: updateIntermediateStatusesForClient",
+               [](Dao &, Context *context) {
+                   return Dao::updateIntermediateStatusesForClient(context, 1002);
+               },
+               ofDead, u"2 10 ScheduledForAcquire"_s)),
         change(
             "dao: addRetrievingTask",
-            [](Dao &dao) { return dao.addRetrievingTask(u"test:missing"_s); }, tasks, u"2"_s),
-        change(
-            "dao: deleteRetrievingTask",
-            [](Dao &dao) { return dao.deleteRetrievingTask(u"test:missing"_s); }, tasks, u"1"_s),
-        change(
-            "dao: updateProgress",
-            [](Dao &dao) { return dao.updateProgress(u"test:missing"_s, 5); }, tasks, u"1"_s),
+            [](Dao &dao) { return dao.addRetrievingTask(u"test:missing"_s); }, own,
+            u"2 wish ScheduledForAcquire"_s),
+        in(openWithTask,
+           change(
+               "dao: deleteRetrievingTask",
+               [](Dao &dao) { return dao.deleteRetrievingTask(u"test:missing"_s); }, own,
+               u"1 - Missing"_s)),
+        in(openWithTask,
+           change("dao: updateProgress", report(5), own, u"2 5 ScheduledForAcquire"_s)),
+        in(openWithFetch,
+           change("dao: updateProgress to none", report(std::nullopt), own,
+                  u"2 wish ScheduledForAcquire"_s)),
     };
 }
 
@@ -277,7 +443,8 @@ QList<FaultOperation> changesOfTasks()
 QList<FaultOperation> daoOperations()
 {
     QList<FaultOperation> operations = questionsOfOne() + questionsOfAll();
-    return operations + changesOfResources() + changesOfClients() + changesOfTasks();
+    operations += changesOfResources() + changesOfUses();
+    return operations + changesOfClients() + changesOfTasks();
 }
 
 } // namespace zel::test

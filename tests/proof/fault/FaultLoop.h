@@ -27,6 +27,8 @@ struct FaultOperation
     /// What is no promise after a failure, until it is repeated, and why not.
     QList<Exception> exceptions = {};
     const char *whyExcepted = "";
+    /// What it leaves behind even if it has done all, for the next opening.
+    QList<Exception> leftUntilOpened = {};
     /// Its answer is a failure of its own.
     bool isRefused = false;
 };

@@ -1,6 +1,8 @@
 #include "CacheOperations.h"
+#include "FailingStatement.h"
 
 #include <QCoreApplication>
+#include <QDateTime>
 
 #include <chrono>
 
@@ -152,11 +154,56 @@ QList<FaultOperation> closings()
     };
 }
 
+/// Beside a dead client, and with a row of this process that could not be removed when its handle
+/// ended.
+void prepareTurn(CacheWorld &world)
+{
+    world.addDeadClient();
+    world.startFetch();
+    {
+        const FailingStatement failing(0);
+        world.fetch.reset();
+        EXPECT_TRUE(failing.hasFailed());
+    }
+    CacheDatabase rows = world.database();
+    EXPECT_EQ(rows.count(u"AcquiringTasks"_s), 3);
+    rows.run(u"UPDATE Clients SET lastPingTime = lastPingTime - 20000 WHERE processId = ?"_s,
+             { QCoreApplication::applicationPid() });
+    world.findPing();
+}
+
+QString lackOfTurn(CacheWorld &world)
+{
+    const QString own = world.text(
+        u"SELECT lastPingTime > ? FROM Clients WHERE processId = ?"_s,
+        { QDateTime::currentMSecsSinceEpoch() - 15000, QCoreApplication::applicationPid() });
+    return CacheWorld::difference(own, u"1"_s)
+        + CacheWorld::difference(rowsLeftBy(world, CacheWorld::deadProcess), u"0 2 1"_s)
+        + CacheWorld::difference(world.status(u"test:dead"_s), u"Missing"_s)
+        + CacheWorld::difference(world.status(u"test:missing"_s), u"Missing"_s);
+}
+
+QList<FaultOperation> turns()
+{
+    return {
+        { .name = "the ping's turn",
+          .setUp = prepareTurn,
+          .run =
+              [](CacheWorld &world) {
+                  world.ping();
+                  return Error();
+              },
+          .missing = lackOfTurn,
+          .silence = "A timer has nobody to report to; the next turn does what this one has not.",
+          .leftUntilOpened = { Exception::RowsOfTheDead } },
+    };
+}
+
 } // namespace
 
 QList<FaultOperation> openingOperations()
 {
-    return openings() + closings();
+    return openings() + closings() + turns();
 }
 
 } // namespace zel::test

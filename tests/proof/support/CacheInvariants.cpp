@@ -34,11 +34,12 @@ const RowRule rowRules[] = {
       "SELECT * FROM pragma_integrity_check "
       "WHERE integrity_check <> 'ok'" },
     { "There is not one row of metadata but",
-      "SELECT COUNT(*) FROM CacheMetadata HAVING COUNT(*) <> 1" },
+      "SELECT COUNT(*) FROM CacheMetadata HAVING COUNT(*) <> 1", Exception::OtherSums },
     { "The current size is not the sum of all sizes",
       "SELECT COALESCE(m.currentSize, 0) || ' instead of ' || s.total FROM CacheMetadata m, "
       "(SELECT COALESCE(SUM(fileSize), 0) AS total FROM CachedResources) s "
-      "WHERE COALESCE(m.currentSize, 0) <> s.total" },
+      "WHERE COALESCE(m.currentSize, 0) <> s.total",
+      Exception::OtherSums },
     { "A size is none",
       "SELECT reference || ': ' || fileSize FROM CachedResources WHERE fileSize IS NOT NULL "
       "AND (typeof(fileSize) <> 'integer' OR fileSize < 0)" },

@@ -25,6 +25,7 @@ public:
         WishWithoutTask, ///< ScheduledForAcquire without a task, after the clean-up for a client
         LostData, ///< Ready with nothing at the path; what is there is still compared
         OtherSizes, ///< sizes of rows that count more, or other, files than those at the path
+        OtherSums, ///< what the rows of metadata sum up, until they are made anew
         NoDatabase, ///< no file, or one without tables, as before the first opening
     };
 

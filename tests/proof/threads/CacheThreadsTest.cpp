@@ -20,6 +20,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr int resourceCount = 6;
+constexpr int addedCount = 8; ///< fewer than there are tries
 constexpr qint64 resourceSize = 1000;
 
 /// Several threads of one program at one cache, which is about to purge all the time.
@@ -52,6 +53,9 @@ protected:
                 finish(handle, number);
         }
         EXPECT_EQ(readFile(placeOf(number)), contentOf(number));
+        expectSuccess(cache.updateFileSize(reference));
+        const auto left = cache.moveLeftoversAside(reference, UnknownPath(placeOf(number)));
+        EXPECT_TRUE(left.hasValue() && left.value().isPublished);
     }
 
     /// One operation, whichever; none of them may fail.
@@ -59,7 +63,7 @@ protected:
     {
         const int number = int(random() % resourceCount);
         const QString reference = referenceOf(number);
-        switch (random() % 12) {
+        switch (random() % 18) {
         case 0:
         case 1:
         case 2:
@@ -81,17 +85,58 @@ protected:
         case 10:
             EXPECT_GE(cache.readCurrentCacheSize().value(), 0);
             return;
+        case 11:
+            return addOnce(int(random() % addedCount));
+        case 12:
+            return expectSuccess(cache.saveStatus(
+                fixed, random() % 2 == 0 ? ResourceStatus::Ready : ResourceStatus::Missing));
+        case 13:
+            return expectSuccess(
+                cache.saveLocalPath(fixed, UnknownPath(placeOf(resourceCount)), resourceSize));
+        case 14:
+            return expectSuccess(cache.updateVersion(fixed, QVersionNumber(1, 0)));
+        case 15:
+            return countFixed();
+        case 16:
+            return clearAway(number);
         default:
             return expectSuccess(cache.existsInDb(reference));
         }
     }
 
+    /// A resource whose data stays, while all write what its row says.
+    std::unique_ptr<ResourceCache::InUseHandle> makeFixed()
+    {
+        writeFile(placeOf(resourceCount), contentOf(resourceCount));
+        auto use = cache.useResource(fixed);
+        expectSuccess(use);
+        expectSuccess(
+            cache.saveLocalPath(fixed, UnknownPath(placeOf(resourceCount)), resourceSize));
+        expectSuccess(cache.updateVersion(fixed, QVersionNumber(1, 0)));
+        return std::move(use).value();
+    }
+
+    /// Whatever the threads have said last.
+    void expectFixedIsThere()
+    {
+        expectSuccess(cache.saveStatus(fixed, ResourceStatus::Ready));
+        expectSuccess(cache.updateFileSize(fixed));
+        EXPECT_EQ(readFile(placeOf(resourceCount)), contentOf(resourceCount));
+    }
+
     QStringList violations()
     {
         CacheInvariants invariants(directory.databasePath(), directory.dataDir());
-        for (int number = 0; number < resourceCount; ++number)
+        for (int number = 0; number <= resourceCount; ++number)
             invariants.expectContent(referenceOf(number), contentOf(number));
         return invariants.violations();
+    }
+
+    int rowsOf(const QString &reference) const
+    {
+        return database()
+            .value(u"SELECT COUNT(*) FROM CachedResources WHERE reference = ?"_s, { reference })
+            .toInt();
     }
 
     static void expectSuccess(const Error &error)
@@ -104,7 +149,9 @@ protected:
         expectSuccess(result.hasValue() ? Error() : result.error());
     }
 
+    const QString fixed = referenceOf(resourceCount);
     std::atomic<int> fetches = 0;
+    std::array<std::atomic<int>, addedCount> added {}; ///< how often each has been
 
 private:
     static bool isReady(const ResourceRetrieveHandle &handle)
@@ -123,6 +170,32 @@ private:
         isFetched[size_t(number)] = false;
         expectSuccess(handle.finalizeRetrieve(Error()));
         expectSuccess(handle.removeTaskFromDatabase());
+    }
+
+    /// Of all that try, one.
+    void addOnce(int number)
+    {
+        const QString reference = u"test:added%1"_s.arg(number);
+        if (!cache.add(reference, ResourceCleanupPolicy::OnDemand).hasError())
+            ++added[size_t(number)];
+        const auto isThere = cache.existsInDb(reference);
+        EXPECT_TRUE(isThere.hasValue() && isThere.value());
+    }
+
+    /// It is Ready or it is not.
+    void countFixed()
+    {
+        const Error error = cache.updateFileSize(fixed);
+        EXPECT_TRUE(!error.hasError() || error.errorCode() == ErrorCode::OperationFailed);
+    }
+
+    /// Nothing is left over where all fetches end well.
+    void clearAway(int number)
+    {
+        const auto left
+            = cache.moveLeftoversAside(referenceOf(number), UnknownPath(placeOf(number)));
+        expectSuccess(left);
+        EXPECT_EQ(left.hasValue() ? left.value().movedTo : QString(), QString());
     }
 
     static ResourceCleanupPolicy anyPolicy(Random &random)
@@ -195,14 +268,19 @@ TEST_F(CacheThreadsTest, allOperations_severalThreads_agreeInTheEnd)
     const int rounds = forProof(60, 600);
     cache.setFullScanInterval(std::chrono::days(0)); // one count runs from the start
     openCache({ 4 * resourceSize, 1000 * resourceSize });
+    auto use = makeFixed();
     together([&](int thread) {
         Random random(seed + std::uint32_t(thread));
         for (int round = 0; round < rounds; ++round)
             operate(random);
     });
+    expectFixedIsThere();
+    use.reset();
     cache.close();
     EXPECT_EQ(violations(), QStringList());
     EXPECT_GT(fetches, 0);
+    for (int number = 0; number < addedCount; ++number)
+        EXPECT_EQ(added[size_t(number)], rowsOf(u"test:added%1"_s.arg(number))) << number;
     EXPECT_EQ(database().count(u"ResourceUsages"_s), 0);
     EXPECT_EQ(database().count(u"AcquiringTasks"_s), 0);
     EXPECT_EQ(database().count(u"Clients"_s), 0);
