@@ -1,5 +1,6 @@
 #include "Holds.h"
 
+#include "LockCalls.h"
 #include "Wrapper.h"
 
 #include <atomic>
@@ -36,6 +37,7 @@ extern "C" {
 ZEL_VISIBLE int semop(int set, sembuf *operations, size_t count) noexcept
 {
     static const auto next = original<int (*)(int, sembuf *, size_t)>("semop");
+    zel::test::tellLockCall(zel::test::LockCall::Semaphore);
     const int outcome = next(set, operations, count);
     if (isCounting && outcome == 0 && operations->sem_op < 0)
         ++holds;

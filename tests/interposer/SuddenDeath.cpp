@@ -37,6 +37,15 @@ private:
     const Counts m_counts;
 };
 
+std::atomic<LockCall> deadlyCall = LockCall::Semaphore;
+std::atomic<int> callsToLive = 0;
+
+void dieIfItIsTime(LockCall call)
+{
+    if (call == deadlyCall && callsToLive.fetch_sub(1) == 0)
+        ::kill(::getpid(), SIGKILL);
+}
+
 } // namespace
 
 void dieAtFileStep(int step)
@@ -50,6 +59,13 @@ void dieInHalfFile(int number, const std::string &folder)
         return step.kind == FileStep::Kind::Write && step.offset > 0
             && pathOf(step).starts_with(below);
     }));
+}
+
+void dieAtLockCall(LockCall call, int number)
+{
+    deadlyCall = call;
+    callsToLive = number;
+    watchLockCalls(dieIfItIsTime);
 }
 
 } // namespace zel::test

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "LockCalls.h"
+
 #include <string>
 
 namespace zel::test {
@@ -14,5 +16,9 @@ void dieAtFileStep(int step);
 /// The same, counting only the writes that go on with a file below this folder: the file is left
 /// with a part of its bytes. The folder is absolute and without links.
 void dieInHalfFile(int number, const std::string &folder);
+
+/// The same right before call number `number` for such a lock, whether it would take it or give it
+/// back: the process dies with what it holds until then.
+void dieAtLockCall(LockCall call, int number);
 
 } // namespace zel::test

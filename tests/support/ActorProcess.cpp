@@ -120,7 +120,9 @@ int ActorProcess::end()
     if (process.state() != QProcess::NotRunning) {
         EXPECT_TRUE(process.waitForFinished(int(limit.count()))) << "process " << processId;
     }
-    return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    // The code of a crash is the number of the signal.
+    const bool isCrash = process.exitStatus() == QProcess::CrashExit;
+    return isCrash ? -process.exitCode() : process.exitCode();
 }
 
 QChar ActorProcess::state() const

@@ -39,7 +39,8 @@ public:
     /// SIGSTOP and SIGCONT; the process stands still when stop() returns.
     void stop();
     void cont();
-    /// Waits for the end of the process: its exit code, or -1 if it crashed or was killed.
+    /// Waits for the end of the process: its exit code, or the signal that has ended it as a number
+    /// below 0, -SIGKILL or -SIGSEGV.
     int end();
 
     qint64 pid() const { return processId; }

@@ -3,6 +3,8 @@
 #include "ActorProcess.h"
 #include "CacheDatabase.h"
 #include "CacheInvariants.h"
+#include "Fate.h"
+#include "FileAnswers.h"
 #include "TemporaryCache.h"
 
 #include <QMap>
@@ -27,13 +29,6 @@ struct KilledResource
     bool isContainer = false; ///< then only its sample counts, wherever that lies
 };
 
-/// What a server has sent of a file.
-struct FileAnswer
-{
-    qint64 bytes = 0;
-    qint64 fileSize = 0;
-};
-
 /// What a program is killed in the middle of.
 struct KillScenario
 {
@@ -44,12 +39,13 @@ struct KillScenario
     QStringList deadly = {}; ///< those in which it is killed, its end among them
     QStringList again = {}; ///< what another program does first afterwards
     bool isRemoval = false; ///< the resources are gone when that was done, with all that they left
+    /// Data goes before its row: after a death in between, a resource is Ready with nothing there.
+    bool mayLoseData = false;
     QList<KilledResource> resources = {};
     bool hasBeside = true; ///< a resource that has nothing to do with it all is in the cache, too
     QList<CacheInvariants::Exception> exceptions = {};
-    /// By paths, the last answer of the server for each file of the one resource to who goes by
-    /// this name. To one who has a part already an answer with all is only begun, and broken off.
-    std::function<QMap<QString, FileAnswer>(const QString &user)> answersTo = {};
+    /// By paths, the server's answers for each file of the one resource to who goes by this name.
+    std::function<QMap<QString, FileAnswers>(const QString &user)> answersTo = {};
 };
 
 /// Kills a program before each of the things that it does to files, or at each of its system calls
@@ -67,11 +63,15 @@ public:
 
     /// Makes the cache as the scenario wants it, and keeps a copy.
     void prepare(const KillScenario &scenario);
-    /// Dies at the first step, and at each `stride`th from there on, until one program survives.
+    /// Dies at the first step, and at each `stride`th from there on, until one program survives. If
+    /// there are fewer steps than that, it dies at an earlier one, and so at one at least.
     void killAtFileSteps(int first, int stride);
     /// Dies each time that a staged file has a part of its bytes and the next ones are written.
     void killInHalfStagedFiles();
-    /// The same by the system's own tracer, for calls of these names, as strace lists them.
+    /// The same at calls for locks: "semaphore", "folder" or "range", as kill_actor knows them.
+    void killAtLockCalls(const QString &lock, int first, int stride);
+    /// The same by the system's own tracer, for calls of these names, as strace lists them. It
+    /// counts from the start of the program, in each thread by itself.
     void killAtSystemCalls(const QString &calls, int first, int stride);
 
     int kills() const { return m_kills; }
@@ -79,14 +79,13 @@ public:
     void recordFigures() const;
 
 private:
-    enum class Fate { Killed, Survived, Failed };
-
     std::unique_ptr<ActorProcess> program() const;
     void nameNext();
     QMap<QString, qint64> staged() const;
     void checkSent(const QMap<QString, qint64> &staged, bool wasReady) const;
     void restore() const;
     Fate judge(ActorProcess *victim, const QString &death);
+    void killAtEach(int first, int stride, const std::function<Fate(int)> &dieAt) const;
     Fate dieBy(const QString &command);
     Fate dieAtSystemCall(const QString &calls, int number);
     void checkAfterDeath();

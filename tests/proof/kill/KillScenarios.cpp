@@ -151,6 +151,7 @@ KillScenario KillScenarios::ofFetching(const QString &name, ActorProcess *actor)
     }
     if (name == u"fetchAfterLoss"_s) {
         scenario.before = { retrieve(fetched) };
+        scenario.mayLoseData = true; // it is lost from the beginning
         scenario.arrange = [fetched](CacheDatabase *database) {
             QDir(pathOf(database, fetched.reference)).removeRecursively();
         };
@@ -168,6 +169,7 @@ KillScenario KillScenarios::ofRemoving(const QString &name, ActorProcess *actor)
                             .deadly = { u"purge 1200"_s }, // just what lies beside
                             .again = { u"purge 1200"_s, u"setSizes 1000000"_s },
                             .isRemoval = true,
+                            .mayLoseData = true,
                             .resources = { first, second } };
     if (first.isContainer)
         scenario.exceptions = { Exception::OtherSizes };
@@ -283,16 +285,19 @@ KilledResource KillScenarios::davFolder()
     return { davServer().url(u"dav.d"_s), source };
 }
 
-QMap<QString, FileAnswer> KillScenarios::answersTo(const QString &user) const
+QMap<QString, FileAnswers> KillScenarios::answersTo(const QString &user) const
 {
     const QString name = u"Basic "_s + QString::fromLatin1((user.toUtf8() + ":x").toBase64());
-    QMap<QString, FileAnswer> answers;
+    QMap<QString, FileAnswers> answers;
     for (const LoggedRequest &request : m_server ? m_server->requests() : m_davServer->requests()) {
         const bool isFile = request.method == u"GET"_s && !request.path.endsWith(listName);
         // The sources lie here by the paths that they have on the server.
-        if (isFile && request.authorization == name && request.status / 100 == 2)
-            answers[request.path.section(u'/', 1)]
-                = { request.bodyBytes, QFileInfo(path(request.path.section(u'/', 1))).size() };
+        if (!isFile || request.authorization != name || request.status / 100 != 2)
+            continue;
+        const QString file = request.path.section(u'/', 1);
+        if (!answers.contains(file))
+            answers.insert(file, FileAnswers(QFileInfo(path(file)).size()));
+        answers[file].add(request.status, request.bodyBytes);
     }
     return answers;
 }

@@ -35,7 +35,7 @@ private:
     KillScenario ofCounting(const QString &name);
     QString path(const QString &name) const { return m_directory.filePath(name); }
     /// Those of the server that there is.
-    QMap<QString, FileAnswer> answersTo(const QString &user) const;
+    QMap<QString, FileAnswers> answersTo(const QString &user) const;
     const NginxServer &server();
     const ApacheServer &davServer();
 

@@ -1,4 +1,4 @@
-#include "ActorProcess.h"
+#include "Fate.h"
 #include "Proof.h"
 #include "TemporaryCache.h"
 
@@ -10,8 +10,6 @@ using namespace zel::test;
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-constexpr int killed = -1;
 
 QStringList entries(const QString &folder)
 {
@@ -35,7 +33,7 @@ TEST(SettingsKillTest, save_atEachFileStep_theFileIsTheOldOrTheNewOne)
     for (int step = 0; !HasFailure(); ++step, ++kills) {
         const auto victim = program();
         victim->send(u"die %1;saveSettings 2000"_s.arg(step));
-        const bool wasKilled = victim->end() == killed;
+        const bool wasKilled = fateOf(victim.get()) == Fate::Killed;
 
         const auto next = program();
         const QString found = next->ask(u"loadSettings"_s);

@@ -1,5 +1,6 @@
 #include "CacheDatabase.h"
 #include "CacheProcess.h"
+#include "Fate.h"
 #include "FetchProcess.h"
 #include "Proof.h"
 #include "TemporaryCache.h"
@@ -19,7 +20,6 @@ class SuddenDeathTest : public testing::TestWithParam<int>
 protected:
     static constexpr int hands = 4;
     static constexpr int sourceSize = 10'000;
-    static constexpr int killed = -1;
 
     /// Runs the attempt with step after step until one attempt survives.
     template<typename Attempt>
@@ -66,7 +66,7 @@ TEST_P(SuddenDeathTest, retrieve_killedAtEachStep_nextHasWholeData)
         const FetchSource source(cache.outside(u"source"_s), sourceSize);
         const QString path = cache.dataDir() + u"/test/a/data"_s;
         FetchProcess victim(cache.baseDir(), source, { u"test:a"_s }, { .dieAtFileStep = step });
-        const bool wasKilled = victim.end() == killed;
+        const bool wasKilled = fateOf(&victim) == Fate::Killed;
         if (QFile::exists(cache.databasePath()))
             letTimePass(cache.databasePath());
 
@@ -96,7 +96,7 @@ TEST_P(SuddenDeathTest, purge_killedAtEachStep_nextPurgeMendsTheRows)
         EXPECT_EQ(victim.ask(u"dieAtFileStep %1"_s.arg(step)), u"ok"_s);
         victim.send(u"setSizes 1 1"_s);
         victim.send(u"exit"_s);
-        const bool wasKilled = victim.end() == killed;
+        const bool wasKilled = fateOf(&victim) == Fate::Killed;
 
         CacheDatabase database(cache.databasePath());
         const QStringList statuses

@@ -21,6 +21,7 @@
 #include <QFileInfo>
 #include <QMap>
 
+#include <csignal>
 #include <functional>
 
 namespace zel::test {
@@ -134,6 +135,19 @@ void addOtherCommands(Commands *all)
     // dieInHalf FOLDER N: before the N-th write from now on that goes on with a file below it
     obeyed[u"dieInHalf"_s] = [](const Words &words) {
         dieInHalfFile(words.at(1).toInt(), words.at(0).toStdString());
+        return ok;
+    };
+    // dieAtLock LOCK N: before the N-th call from now on that takes or gives back such a lock
+    obeyed[u"dieAtLock"_s] = [](const Words &words) {
+        const QMap<QString, LockCall> locks { { u"semaphore"_s, LockCall::Semaphore },
+                                              { u"folder"_s, LockCall::Folder },
+                                              { u"range"_s, LockCall::Range } };
+        dieAtLockCall(locks[words.at(0)], words.at(1).toInt());
+        return ok;
+    };
+    // raise SIGNAL: what a crash would raise
+    obeyed[u"raise"_s] = [](const Words &words) {
+        ::raise(words.at(0).toInt());
         return ok;
     };
     // makeContainer PATH SAMPLE_FILE PATH_IN_CONTAINER

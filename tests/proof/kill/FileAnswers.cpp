@@ -1,0 +1,31 @@
+#include "FileAnswers.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace zel::test {
+
+namespace {
+
+constexpr int partialContent = 206;
+
+qint64 sum(const QList<qint64> &sizes)
+{
+    return std::accumulate(sizes.begin(), sizes.end(), qint64(0));
+}
+
+} // namespace
+
+void FileAnswers::add(int status, qint64 bytes)
+{
+    (status == partialContent ? m_rests : m_wholes).append(bytes);
+}
+
+qint64 FileAnswers::bytesTaken(bool hadAll) const
+{
+    const bool isOneOnlyBegun = !m_wholes.isEmpty() && (hadAll || !m_rests.isEmpty());
+    const qint64 begun = isOneOnlyBegun ? *std::min_element(m_wholes.begin(), m_wholes.end()) : 0;
+    return sum(m_wholes) + sum(m_rests) - begun;
+}
+
+} // namespace zel::test
