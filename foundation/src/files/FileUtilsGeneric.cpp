@@ -1,6 +1,7 @@
 #include "files/FileUtilsGeneric.h"
 
 #include "errors/Propagate.h"
+#include "platform/FileSync.h"
 #include "platform/FreeSpace.h"
 #include "platform/TreeSize.h"
 
@@ -28,6 +29,15 @@ Error FileUtilsGeneric::mkPath(const QString &path)
     // Qt may lose the reason on its way; and of a quota the volume tells nothing.
     const int code = FreeSpace::isFull(path) ? FreeSpace::lackingCode : FreeSpace::codeOf(reason);
     return ZEL_ERROR(code, tr("The folder \"%1\" cannot be created.").arg(path));
+}
+
+Error FileUtilsGeneric::mkPathDurably(const QString &path)
+{
+    Error error;
+    const QStringList changed = FileSync::foldersAround(path);
+    ZEL_TRY(error, mkPath(path));
+    ZEL_TRY(error, FileSync::syncDirectories(changed));
+    return error;
 }
 
 } // namespace zel

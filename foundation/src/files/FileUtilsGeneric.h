@@ -23,6 +23,9 @@ public:
     /// more fits on the volume, 1 otherwise, also if a file is in the way; the message names the
     /// path.
     static Error mkPath(const QString &path);
+    /// The same, and waits until the names of the folder and of all new ones around it are on the
+    /// disk, so that what is put into the folder is not lost with it in a power cut.
+    static Error mkPathDurably(const QString &path);
 };
 
 } // namespace zel

@@ -3,7 +3,9 @@
 #include "errors/Propagate.h"
 #include "platform/PosixFile.h"
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 #include <cstdio>
 
@@ -25,6 +27,12 @@ int syncFolderAt(const QByteArray &path)
 {
     const Descriptor folder = openAt(AT_FDCWD, path, O_RDONLY | O_DIRECTORY);
     return folder.isOpen() ? syncFolder(folder.get()) : errno;
+}
+
+bool liesSomethingAt(const QString &path)
+{
+    const QFileInfo info(path);
+    return info.exists() || info.isSymLink();
 }
 
 /// Fills the new file completely; it then has the rights of the file that it is to replace.
@@ -92,6 +100,22 @@ Error FileSync::syncDirectory(const QString &path)
             tr("Writing the folder \"%1\" failed: %2").arg(path, qt_error_string(error)));
     }
     return {};
+}
+
+Error FileSync::syncDirectories(const QStringList &paths)
+{
+    Error error;
+    for (const QString &path : paths)
+        ZEL_TRY(error, syncDirectory(path));
+    return error;
+}
+
+QStringList FileSync::foldersAround(const QString &folder)
+{
+    QStringList folders { QFileInfo(QDir::cleanPath(folder)).path() };
+    while (!liesSomethingAt(folders.constLast()))
+        folders.append(QFileInfo(folders.constLast()).path());
+    return folders;
 }
 
 Error FileSync::replaceContent(const QString &path, const QByteArray &content)

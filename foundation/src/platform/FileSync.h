@@ -3,6 +3,7 @@
 #include "errors/Error.h"
 
 #include <QCoreApplication>
+#include <QStringList>
 
 class QFileDevice;
 
@@ -22,6 +23,13 @@ public:
     /// Waits until the folder's entries are on the disk, which makes a rename or a new file in it
     /// outlast a power cut. File systems that cannot do this for a folder count as a success.
     static Error syncDirectory(const QString &path);
+    /// The same for several, in their order; the first failure ends it.
+    static Error syncDirectories(const QStringList &paths);
+
+    /// Where names have to be on the disk for this folder to outlast a power cut: in the one around
+    /// it, since somebody may have made the folder a moment ago, and in those in which further ones
+    /// are missing. Ask before they are made, and sync these folders afterwards.
+    static QStringList foldersAround(const QString &folder);
 
     /// Replaces the file's content as a whole: after a power cut the old content or the new one is
     /// there. The file comes from a new one beside it, renamed to the path.

@@ -112,7 +112,7 @@ Error SparseConversion::stage()
     // What came with the container under this name, be it a link, is no part of it.
     if (container.findSampleInStaging(manifest).isEmpty())
         ZEL_TRY(error, TreeRemoval::remove(container.stagingPath()));
-    ZEL_TRY(error, FileUtilsGeneric::mkPath(container.stagingPath()));
+    ZEL_TRY(error, FileUtilsGeneric::mkPathDurably(container.stagingPath()));
     ZacqManifest staged;
     staged.metadata = manifest.metadata;
     staged.sampleSize = manifest.sampleSize;
@@ -131,7 +131,7 @@ Error SparseConversion::move()
         return ZEL_PASS(FileSync::renameDurably(sample.path(), staged));
     // A sample beside the manifest has no folder of its own that could move.
     Error error;
-    ZEL_TRY(error, FileUtilsGeneric::mkPath(staged));
+    ZEL_TRY(error, FileUtilsGeneric::mkPathDurably(staged));
     return ZEL_PASS(FileSync::renameDurably(sample.filePath(), staged + u'/' + sample.fileName()));
 }
 
@@ -139,7 +139,7 @@ Error SparseConversion::publish()
 {
     Error error;
     const QString targets = QFileInfo(target).path();
-    ZEL_TRY(error, FileUtilsGeneric::mkPath(targets));
+    ZEL_TRY(error, FileUtilsGeneric::mkPathDurably(targets));
     if (QFileInfo(targets).isSymLink()) {
         return ZEL_ERROR(ErrorCode::BadData, tr("\"%1\" is a link and not a folder.").arg(targets));
     }

@@ -13,7 +13,8 @@ namespace zel::zacq {
 /// 4. publish(): one rename takes the whole to its place.
 ///
 /// So the target exists only when it is whole, and nothing lies outside the container before.
-/// Every step looks first whether an interrupted run has done it already.
+/// Every step looks first whether an interrupted run has done it already. None takes the sample to
+/// a folder whose name is not on the disk yet.
 class SparseConversion
 {
     Q_DECLARE_TR_FUNCTIONS(zel::zacq::SparseConversion)

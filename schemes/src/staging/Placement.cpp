@@ -3,6 +3,7 @@
 #include "NativePath.h"
 #include "SchemeErrors.h"
 #include "errors/Propagate.h"
+#include "errors/UnifiedError.h"
 #include "files/FileUtilsGeneric.h"
 #include "platform/FileSync.h"
 #include "platform/FreeSpace.h"
@@ -23,28 +24,18 @@ bool liesSomethingAt(const fs::path &path)
     return fs::symlink_status(path, ignored).type() != fs::file_type::not_found;
 }
 
-/// Where there is a new name once the target is in its place: its own folder, the one around it,
-/// since the folder may be new, and those in which further ones have to be made.
-std::vector<fs::path> foldersWithNewNames(const fs::path &target)
-{
-    std::vector<fs::path> folders { target.parent_path(), target.parent_path().parent_path() };
-    while (!liesSomethingAt(folders.back()) && folders.back().has_relative_path())
-        folders.push_back(folders.back().parent_path());
-    return folders;
-}
-
 } // namespace
 
 Error Placement::place(const fs::path &staged, const fs::path &target, const std::string &owner)
 {
     Error error;
-    const std::vector<fs::path> changed = foldersWithNewNames(target);
-    ZEL_TRY(error, FileUtilsGeneric::mkPath(textPath(target.parent_path())));
+    const QString folder = textPath(target.parent_path());
+    const QStringList changed = QStringList { folder } + FileSync::foldersAround(folder);
+    ZEL_TRY(error, FileUtilsGeneric::mkPath(folder));
     ZEL_TRY_LET(const bool isPlaced, placeInOneStep(staged, target));
     if (!isPlaced)
         ZEL_TRY(error, placeByNeighbour(staged, target, owner));
-    for (const fs::path &folder : changed)
-        ZEL_TRY(error, FileSync::syncDirectory(textPath(folder)));
+    ZEL_TRY(error, FileSync::syncDirectories(changed));
     return error;
 }
 
@@ -98,10 +89,33 @@ Error Placement::replace(const fs::path &incoming, const fs::path &target, const
     if (isPlaced)
         return error;
 
-    ZEL_TRY(error, FileSync::renameDurably(textPath(target), textPath(replaced)));
-    ZEL_TRY(error, FileSync::renameDurably(textPath(incoming), textPath(target)));
+    const Error failure = replaceInTwoSteps(incoming, target, replaced);
+    if (failure.hasError())
+        return ZEL_PASS(withFormerBack(failure, target, replaced));
     ZEL_DROP(TreeRemoval::remove(textPath(replaced))); // the new one is in place
     return error;
+}
+
+Error Placement::replaceInTwoSteps(const fs::path &incoming, const fs::path &target,
+                                   const fs::path &replaced)
+{
+    Error error;
+    ZEL_TRY(error, FileSync::renameDurably(textPath(target), textPath(replaced)));
+    ZEL_TRY(error, FileSync::renameDurably(textPath(incoming), textPath(target)));
+    return error;
+}
+
+/// A failure takes nothing away: what had lain at the target lies there again, unless the new one
+/// does. Gives the failure, with that of this attempt.
+Error Placement::withFormerBack(const Error &failure, const fs::path &target,
+                                const fs::path &replaced)
+{
+    if (!liesSomethingAt(replaced))
+        return failure;
+    const auto isBack = VolumeMove::moveIfFree(replaced, target);
+    if (isBack.hasValue())
+        return failure;
+    return ZEL_PASS(UnifiedError::computeUnifiedError({ failure, isBack.error() }));
 }
 
 } // namespace zel

@@ -1,9 +1,12 @@
 #include "platform/FileSync.h"
 
 #include "FileSteps.h"
+#include "files/FileUtilsGeneric.h"
 
 #include <QDir>
 #include <QTemporaryDir>
+
+#include <functional>
 
 using namespace zel;
 using namespace zel::test;
@@ -24,25 +27,35 @@ protected:
     }
     QString at(const QString &name) const { return directory.filePath(name); }
 
-    int syncsOfRename(const QString &from, const QString &to)
+    /// The folders and files that are synced meanwhile, below the directory.
+    QStringList syncedBy(const std::function<Error()> &work)
     {
-        syncs = 0;
+        synced.clear();
         watchFileSteps(this);
-        const Error error = FileSync::renameDurably(at(from), at(to));
+        const Error error = work();
         watchFileSteps(nullptr);
         EXPECT_FALSE(error.hasError());
-        return syncs;
+        return synced;
+    }
+    qsizetype syncsOfRename(const QString &from, const QString &to)
+    {
+        return syncedBy([&] { return FileSync::renameDurably(at(from), at(to)); }).size();
+    }
+    QStringList syncedByMaking(const QString &folder)
+    {
+        return syncedBy([&] { return FileUtilsGeneric::mkPathDurably(at(folder)); });
     }
 
 private:
     int before(const FileStep &step) override
     {
-        syncs += step.kind == FileStep::Kind::Sync;
+        if (step.kind == FileStep::Kind::Sync)
+            synced << QDir(directory.path()).relativeFilePath(QString::fromStdString(pathOf(step)));
         return 0;
     }
 
     const QTemporaryDir directory;
-    int syncs = 0;
+    QStringList synced;
 };
 
 } // namespace
@@ -55,4 +68,15 @@ TEST_F(FileSyncCostTest, renameDurably_withinAFolder_syncsItOnce)
 TEST_F(FileSyncCostTest, renameDurably_toAnotherFolder_syncsBoth)
 {
     EXPECT_EQ(syncsOfRename(u"a/f"_s, u"b/f"_s), 2);
+}
+
+TEST_F(FileSyncCostTest, mkPathDurably_newFolders_syncsEachInWhichThereIsANewName)
+{
+    EXPECT_EQ(syncedByMaking(u"a/x/y"_s), (QStringList { u"a/x"_s, u"a"_s }));
+}
+
+// Whoever made it may not have come to that.
+TEST_F(FileSyncCostTest, mkPathDurably_folderIsThere_syncsTheOneAroundIt)
+{
+    EXPECT_EQ(syncedByMaking(u"a"_s), QStringList { u"."_s });
 }

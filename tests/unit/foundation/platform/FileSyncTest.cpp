@@ -100,6 +100,25 @@ TEST_F(FileSyncTest, replaceContent_nameOfTheLongestKind_works)
     EXPECT_TRUE(FileSync::replaceContent(at(u"no/such/folder"_s), "x").hasError());
 }
 
+TEST_F(FileSyncTest, foldersAround_anyFolder_isTheOneAroundItAndThoseInWhichOnesAreMissing)
+{
+    const QString base = directory.path();
+    EXPECT_EQ(FileSync::foldersAround(base), QStringList { QFileInfo(base).path() });
+    EXPECT_EQ(FileSync::foldersAround(at(u"a/"_s)), QStringList { base });
+    EXPECT_EQ(FileSync::foldersAround(at(u"a/b/c"_s)),
+              (QStringList { at(u"a/b"_s), at(u"a"_s), base }));
+    ASSERT_TRUE(QDir().mkpath(at(u"a/b"_s)));
+    EXPECT_EQ(FileSync::foldersAround(at(u"a/b/c"_s)), QStringList { at(u"a/b"_s) });
+    EXPECT_EQ(FileSync::foldersAround(u"/"_s), QStringList { u"/"_s });
+}
+
+TEST_F(FileSyncTest, syncDirectories_oneIsMissing_failsAndNamesIt)
+{
+    EXPECT_FALSE(FileSync::syncDirectories({ directory.path(), u"/"_s }).hasError());
+    const Error error = FileSync::syncDirectories({ directory.path(), at(u"no"_s) });
+    EXPECT_TRUE(error.errorMessage().contains(at(u"no"_s)));
+}
+
 TEST_F(FileSyncTest, renameDurably_fileAndFolder_moves)
 {
     writeFile(at(u"a/f"_s), "x");

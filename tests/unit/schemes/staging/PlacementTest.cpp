@@ -8,8 +8,10 @@
 #include <QDir>
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <vector>
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -41,6 +43,39 @@ private:
     int stepsToLive;
 };
 
+/// The same, and nothing that lies beside the target can be moved there.
+class ClosedTarget final : public FileStepWatcher
+{
+public:
+    /// `closedTo` are the beginnings of names.
+    ClosedTarget(std::string target, std::vector<std::string> closedTo)
+        : target(std::move(target))
+        , closedTo(std::move(closedTo))
+    {
+        watchFileSteps(this);
+    }
+    ClosedTarget(const ClosedTarget &) = delete;
+    ClosedTarget &operator=(const ClosedTarget &) = delete;
+    ~ClosedTarget() override { watchFileSteps(nullptr); }
+
+private:
+    int before(const FileStep &step) override
+    {
+        if (step.kind != FileStep::Kind::Rename)
+            return 0;
+        if (step.flags != 0)
+            return EINVAL;
+        const bool isClosed = newPathOf(step) == target
+            && std::any_of(closedTo.begin(), closedTo.end(), [&](const std::string &name) {
+                                  return pathOf(step).find('/' + name) != std::string::npos;
+                              });
+        return isClosed ? EIO : 0;
+    }
+
+    const std::string target;
+    const std::vector<std::string> closedTo;
+};
+
 /// From one volume to a place on another one at which something lies already.
 class PlacementTest : public testing::Test
 {
@@ -55,6 +90,11 @@ protected:
 
     QString target() const { return cache.dataDir() + u"/share/folder"_s; }
 
+    Error place()
+    {
+        return Placement::place(staging.filePath(u"run.d"_s).toStdString(),
+                                (target() + u"/run.d"_s).toStdString(), "owner-state-0");
+    }
     /// In a process of its own; false if it was killed.
     bool place(int stepsToLive)
     {
@@ -63,10 +103,7 @@ protected:
         if (child == 0) {
             PoorVolume volume(stepsToLive);
             watchFileSteps(&volume);
-            const Error error
-                = Placement::place(staging.filePath(u"run.d"_s).toStdString(),
-                                   (target() + u"/run.d"_s).toStdString(), "owner-state-0");
-            ::_exit(error.hasError() ? 1 : 0);
+            ::_exit(place().hasError() ? 1 : 0);
         }
         int status = 0;
         EXPECT_EQ(::waitpid(child, &status, 0), child);
@@ -103,6 +140,31 @@ TEST_F(PlacementTest, place_killedAtEachStep_leavesOnlyNamesThatAreKnownAndTheNe
         writeFile(target() + u"/run.d/old"_s, "old");
     }
     EXPECT_EQ(seen, (QSet<QString> { u".incoming-owner-state-0"_s, u".replaced-owner-state-0"_s }));
+}
+
+TEST_F(PlacementTest, place_newOneCannotTakeThePlace_formerOneIsBack)
+{
+    writeFile(staging.filePath(u"run.d/new"_s), "new");
+    const ClosedTarget closed((target() + u"/run.d"_s).toStdString(), { ".incoming-" });
+    const Error error = place();
+    EXPECT_EQ(error.errorCode(), ErrorCode::OperationFailed);
+    EXPECT_TRUE(error.errorMessage().contains(u".incoming-owner-state-0"_s))
+        << error.errorMessage().toStdString();
+    EXPECT_EQ(readFile(target() + u"/run.d/old"_s), "old");
+    EXPECT_EQ(neighbours(), QStringList());
+}
+
+TEST_F(PlacementTest, place_formerOneCannotGoBackEither_bothFailuresAreTold)
+{
+    writeFile(staging.filePath(u"run.d/new"_s), "new");
+    const ClosedTarget closed((target() + u"/run.d"_s).toStdString(),
+                              { ".incoming-", ".replaced-" });
+    const Error error = place();
+    EXPECT_TRUE(error.errorMessage().contains(u".incoming-owner-state-0"_s))
+        << error.errorMessage().toStdString();
+    EXPECT_TRUE(error.errorMessage().contains(u".replaced-owner-state-0"_s))
+        << error.errorMessage().toStdString();
+    EXPECT_EQ(readFile(target() + u"/.replaced-owner-state-0/old"_s), "old");
 }
 
 TEST_F(PlacementTest, neighbourName_otherNames_areNone)
