@@ -119,16 +119,14 @@ Error NativeFile::writeFailure(int reason)
                      tr("Writing \"%1\" failed: %2").arg(shown(path), qt_error_string(reason)));
 }
 
-Error NativeFile::syncVolume(const std::filesystem::path &path)
+Error NativeFile::syncVolume()
 {
-    const Descriptor file = openPath(path, O_RDONLY);
-    if (!file.isOpen() || ::syncfs(file.get()) != 0) {
-        const int reason = errno;
-        return ZEL_ERROR(codeOf(reason),
-                         tr("Writing the volume of \"%1\" failed: %2")
-                             .arg(shown(path), qt_error_string(reason)));
-    }
-    return {};
+    if (::syncfs(descriptor) == 0)
+        return {};
+    const int reason = errno;
+    return ZEL_ERROR(
+        codeOf(reason),
+        tr("Writing the volume of \"%1\" failed: %2").arg(shown(path), qt_error_string(reason)));
 }
 
 } // namespace zel

@@ -22,7 +22,8 @@ public:
         ReadWrite, ///< made if it is missing; what it holds stays
     };
 
-    /// Opens the file of this path; links are followed.
+    /// Opens the file of this path; links are followed. A folder can be opened to read, for
+    /// syncVolume().
     static Result<NativeFile> open(const std::filesystem::path &path, Mode mode);
     NativeFile(NativeFile &&other) noexcept; ///< the other one is closed then
     NativeFile &operator=(NativeFile &&other) noexcept; ///< the two change places
@@ -39,12 +40,13 @@ public:
     void startSync(qint64 offset, qint64 count);
     /// Waits until the content is on the disk.
     Error sync();
+    /// Waits until everything that was written to the volume of the file is on the disk. For many
+    /// files at once far cheaper than one by one. Open this one before the first byte of them: that
+    /// bytes did not arrive is told to everybody who has the volume open then, but to nobody who
+    /// opens it after somebody, such as another program, was told.
+    Error syncVolume();
     /// Whether the last failure was for want of space.
     bool isOutOfSpace() const { return outOfSpace; }
-
-    /// Waits until everything that was written to the volume of the path is on the disk. For many
-    /// files at once far cheaper than one by one.
-    static Error syncVolume(const std::filesystem::path &path);
 
 private:
     NativeFile(const std::filesystem::path &path, int descriptor);

@@ -61,6 +61,8 @@ FolderStaging::FolderStaging(std::unique_ptr<StagingArea> area, const RemoteList
 Error FolderStaging::prepare(const std::map<QString, qint64> &sizes)
 {
     Error error;
+    if (listing.files().size() + listing.folders().size() > mostSingleSyncs)
+        ZEL_TRY(error, openVolume());
     ZEL_TRY(error, makeFolder(partsDirectory()));
     ZEL_TRY(error, makeFolder(place->mainPath()));
     for (const QString &folder : listing.folders())
@@ -74,6 +76,14 @@ Error FolderStaging::prepare(const std::map<QString, qint64> &sizes)
             ZEL_TRY(error, TreeRemoval::remove(textPath(targetOf(path))));
     }
     return error;
+}
+
+Error FolderStaging::openVolume()
+{
+    ZEL_TRY_LET(NativeFile folder,
+                NativeFile::open(place->contentDirectory(), NativeFile::Mode::Read));
+    volume = std::move(folder);
+    return {};
 }
 
 Error FolderStaging::makeFolder(const fs::path &path) const
@@ -187,10 +197,10 @@ Error FolderStaging::publish()
     return ZEL_PASS(place->publish());
 }
 
-Error FolderStaging::sync() const
+Error FolderStaging::sync()
 {
-    if (listing.files().size() + listing.folders().size() > mostSingleSyncs)
-        return ZEL_PASS(NativeFile::syncVolume(place->mainPath()));
+    if (volume)
+        return ZEL_PASS(volume->syncVolume());
     Error error;
     for (const auto &[path, file] : listing.files())
         ZEL_TRY(error, FileSync::syncFile(textPath(targetOf(path))));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "folder/RemoteListing.h"
+#include "platform/NativeFile.h"
 #include "staging/StagingArea.h"
 #include "threads/Mutex.h"
 
@@ -8,6 +9,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 
 namespace zel {
 
@@ -49,7 +51,8 @@ public:
 
 private:
     Error makeFolder(const std::filesystem::path &path) const;
-    Error sync() const;
+    Error openVolume();
+    Error sync();
     bool isComplete() const;
     std::filesystem::path targetOf(const QString &path) const;
     std::filesystem::path partsDirectory() const;
@@ -58,6 +61,8 @@ private:
 
     std::unique_ptr<StagingArea> place;
     const RemoteListing &listing;
+    /// Of the place, if all files are synced at once; from before the first byte on.
+    std::optional<NativeFile> volume;
     /// Guards the sizes and the sums while files are being finished.
     Mutex mutex { "the sums of a staged folder" };
     std::map<QString, qint64> wholeSizes;

@@ -102,12 +102,22 @@ Error ShareRetrieval::collect(const ShareListing &listing)
     doneBytes = stagedBytes(listing);
     progress->begin(doneBytes, listing.totalBytes());
     ZEL_TRY(error, area->requireSpace(listing.totalBytes() - doneBytes));
+    if (!syncsEachFile)
+        ZEL_TRY(error, openVolume());
     for (const ShareListing::Entry &entry : listing.entries()) {
         if (isCanceled())
             return ZEL_PASS(Error(ErrorCode::Canceled));
         ZEL_TRY(error, copyEntry(entry));
     }
     return error;
+}
+
+Error ShareRetrieval::openVolume()
+{
+    ZEL_TRY_LET(NativeFile folder,
+                NativeFile::open(area->contentDirectory(), NativeFile::Mode::Read));
+    volume = std::move(folder);
+    return {};
 }
 
 /// What an earlier fetch of the same state has left.
@@ -237,7 +247,7 @@ Error ShareRetrieval::checkUnchanged(const ShareListing &listing)
 
 /// Times of folders come last, since everything that is made in them changes them. Then all of it
 /// is brought to the disk at once.
-Error ShareRetrieval::makeRight(const ShareListing &listing) const
+Error ShareRetrieval::makeRight(const ShareListing &listing)
 {
     Error error;
     for (auto entry = listing.entries().rbegin(); entry != listing.entries().rend(); ++entry) {
@@ -247,8 +257,8 @@ Error ShareRetrieval::makeRight(const ShareListing &listing) const
             fs::last_write_time(targetOf(*entry), entry->modified, ignored);
         }
     }
-    if (!syncsEachFile)
-        return ZEL_PASS(NativeFile::syncVolume(area->contentDirectory()));
+    if (volume)
+        return ZEL_PASS(volume->syncVolume());
     for (const ShareListing::Entry &entry : listing.entries()) {
         if (entry.kind == ShareListing::Kind::Folder)
             ZEL_TRY(error, FileSync::syncDirectory(textPath(targetOf(entry))));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "integrity/ContentSum.h"
+#include "platform/NativeFile.h"
 #include "references/ExpectedContent.h"
 #include "share/ShareListing.h"
 #include "staging/StagingArea.h"
@@ -9,6 +10,7 @@
 #include <QCoreApplication>
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace zel {
@@ -36,6 +38,7 @@ public:
 private:
     Error checkExpected(const ShareListing &listing) const;
     Error collect(const ShareListing &listing);
+    Error openVolume();
     qint64 stagedBytes(const ShareListing &listing) const;
     Error copyEntry(const ShareListing::Entry &entry);
     Error copyLink(const ShareListing::Entry &entry) const;
@@ -44,7 +47,7 @@ private:
                     BlockSums &sums);
     Error finishFile(const ShareListing::Entry &entry, StagedFile &file,
                      const ContentCheck &check) const;
-    Error makeRight(const ShareListing &listing) const;
+    Error makeRight(const ShareListing &listing);
     Error checkUnchanged(const ShareListing &listing);
     Error sourceChanged() const;
 
@@ -58,6 +61,8 @@ private:
     const ExpectedContent expected;
     std::unique_ptr<StagingArea> area;
     std::unique_ptr<TransferProgress> progress;
+    /// Of the staging place, if all files are synced at once; from before the first byte on.
+    std::optional<NativeFile> volume;
     std::vector<char> buffer;
     qint64 doneBytes = 0;
     bool isSingleFile = false;

@@ -88,8 +88,8 @@ TEST_F(NativeFileTest, move_passesTheFileOn)
     EXPECT_EQ(second.size().value(), 0);
 }
 
-TEST_F(NativeFileTest, syncVolume_missingPath_fails)
+TEST_F(NativeFileTest, syncVolume_fileAndFolder_succeeds)
 {
-    EXPECT_FALSE(NativeFile::syncVolume(path("")).hasError());
-    EXPECT_TRUE(NativeFile::syncVolume(path("missing")).hasError());
+    EXPECT_FALSE(open("file").syncVolume().hasError());
+    EXPECT_FALSE(open("", NativeFile::Mode::Read).syncVolume().hasError());
 }
