@@ -8,6 +8,7 @@ from driver.rows import Goal, Place, Row
 from rows.sides import MakeSide, python_script, zelcache
 
 RESOURCES = 100_000
+ONE = "https://data.example.org/runs/sample-77777.raw"
 FILL = """
     WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < ?)
     INSERT INTO CachedResources (reference, cachedPath, fileSize, status, cleanupPolicy,
@@ -33,10 +34,10 @@ def _fill(place: Place) -> None:
     database.close()
 
 
-def _ours(command: str) -> MakeSide:
+def _ours(*arguments: str) -> MakeSide:
     def make(place: Place) -> Contestant:
         _fill(place)
-        return Command(zelcache(place, command))
+        return Command(zelcache(place, *arguments))
 
     return make
 
@@ -56,7 +57,14 @@ def _diskcache(place: Place) -> Contestant:
     return Command(command)
 
 
-LIMITS = [Goal("seconds", 0.2), Goal("peak", 64)]
+def _look(name: str, *arguments: str) -> Row:
+    command = " ".join(arguments).replace(ONE, "REF")
+    label = f"zelcache {command}, 100,000 resources"
+    return Row(name, label, {"ours": _ours(*arguments)}, [PROMPT])
+
+
+PROMPT = Goal("seconds", 0.2)
+LIMITS = [PROMPT, Goal("peak", 64)]
 ROWS = [
     Row(
         "list",
@@ -70,4 +78,12 @@ ROWS = [
         {"ours": _ours("status"), "floor": _bare(BARE_STATUS)},
         LIMITS,
     ),
+    _look("listJson", "list", "--json"),
+    _look("who", "who", ONE),
+    _look("why", "why"),
+    _look("whyOne", "why", ONE),
+    _look("policy", "policy", ONE),
+    _look("purgePlan", "purge", "--dry-run", "--to", "0"),
+    _look("outdatedPlan", "outdated", "--dry-run"),
+    _look("fetchPlan", "get", "--plan", ONE),
 ]
