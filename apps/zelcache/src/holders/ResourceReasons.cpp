@@ -157,6 +157,8 @@ QString verdictText(const ResourceReasons &reasons)
 
 QString versionText(const ResourceReasons &reasons)
 {
+    if (!reasons.hasCopy())
+        return Texts::tr("none");
     const QVersionNumber &stored = reasons.resource.version;
     const QString text = stored.isNull() ? Texts::tr("none") : stored.toString();
     if (!reasons.declared)
@@ -228,7 +230,7 @@ QStringList resourceReasonLines(const ResourceReasons &reasons)
     QList<Labeled> lines {
         { Texts::tr("Reference"), resource.reference },
         { Texts::tr("Status"), toText(resource.status) },
-        { Texts::tr("Last access"), timeLine(reasons) },
+        { Texts::tr("Status since"), timeLine(reasons) },
         { Texts::tr("Written by"), programText(reasons.lastWriter, reasons.now) },
         { Texts::tr("Policy"), toText(resource.policy) },
         { Texts::tr("Size"), resource.size > 0 ? sizeText(resource.size) : Texts::tr("unknown") },
@@ -243,7 +245,9 @@ QStringList resourceReasonLines(const ResourceReasons &reasons)
 QJsonObject resourceReasonsJson(const ResourceReasons &reasons)
 {
     const Resource &resource = reasons.resource;
-    const QJsonValue outdated = reasons.declared ? QJsonValue(reasons.isOutdated()) : QJsonValue();
+    const bool isKnown = reasons.declared || !reasons.hasCopy();
+    const QJsonValue outdated = isKnown ? QJsonValue(reasons.isOutdated()) : QJsonValue();
+    const QJsonValue version = reasons.hasCopy() ? versionJson(resource.version) : QJsonValue();
     return { { u"reference"_s, resource.reference },
              { u"verdict"_s, verdictName(reasons.verdict) },
              { u"status"_s, toText(resource.status) },
@@ -252,7 +256,7 @@ QJsonObject resourceReasonsJson(const ResourceReasons &reasons)
              { u"lastAccess"_s, resource.lastAccess },
              { u"lastWriter"_s, programJson(reasons.lastWriter) },
              { u"cleanupPolicy"_s, toText(resource.policy) },
-             { u"version"_s, versionJson(resource.version) },
+             { u"version"_s, version },
              { u"declaredVersion"_s, versionJson(reasons.declared.value_or(QVersionNumber())) },
              { u"outdated"_s, outdated },
              { u"purgePlace"_s, placeJson(reasons.place) },

@@ -41,9 +41,14 @@ struct ResourceReasons
     std::optional<Place> place; ///< empty if a purge leaves it alone
     qint64 now = 0; ///< milliseconds since the epoch
 
+    /// What has left the cache keeps its version.
+    bool hasCopy() const
+    {
+        return resource.status == ResourceStatus::Ready && verdict != Verdict::DataGone;
+    }
     bool isOutdated() const
     {
-        return declared && declared->majorVersion() > resource.version.majorVersion();
+        return hasCopy() && declared && declared->majorVersion() > resource.version.majorVersion();
     }
 };
 

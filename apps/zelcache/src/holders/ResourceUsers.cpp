@@ -53,6 +53,22 @@ QHash<qint64, UserProcess> countingUsers(const Snapshot &snapshot, qint64 now,
     return processes;
 }
 
+/// Who fetches has a progress.
+UserProcesses acquiring(const Snapshot &snapshot, const QString &reference, bool hasProgress,
+                        const ProcessLookup &look)
+{
+    UserProcesses processes;
+    for (const ResourceCacheReader::AcquiringTask &task : snapshot.acquiringTasks) {
+        if (task.reference != reference || task.progress.has_value() != hasProgress)
+            continue;
+        for (const ResourceCacheReader::Client &client : snapshot.clients) {
+            if (client.id == task.clientId)
+                addOnce(processes, processOf(client, look));
+        }
+    }
+    return processes;
+}
+
 } // namespace
 
 ResourceUsers usersByReference(const Snapshot &snapshot, qint64 now, const ProcessLookup &look)
@@ -70,18 +86,13 @@ ResourceUsers usersByReference(const Snapshot &snapshot, qint64 now, const Proce
 UserProcesses fetchersOf(const Snapshot &snapshot, const QString &reference,
                          const ProcessLookup &look)
 {
-    UserProcesses fetchers;
-    for (const bool fetching : { true, false }) {
-        for (const ResourceCacheReader::AcquiringTask &task : snapshot.acquiringTasks) {
-            if (task.reference != reference || task.progress.has_value() != fetching)
-                continue;
-            for (const ResourceCacheReader::Client &client : snapshot.clients) {
-                if (client.id == task.clientId)
-                    addOnce(fetchers, processOf(client, look));
-            }
-        }
-    }
-    return fetchers;
+    return acquiring(snapshot, reference, true, look);
+}
+
+UserProcesses waitersOf(const Snapshot &snapshot, const QString &reference,
+                        const ProcessLookup &look)
+{
+    return acquiring(snapshot, reference, false, look);
 }
 
 QString processesText(const UserProcesses &processes)

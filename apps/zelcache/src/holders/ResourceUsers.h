@@ -33,10 +33,12 @@ using ResourceUsers = QHash<QString, UserProcesses>;
 ResourceUsers usersByReference(const ResourceCacheReader::Snapshot &snapshot, qint64 now,
                                const ProcessLookup &look = {});
 
-/// The processes that fetch the resource or wait for that, the fetching one first. Without `look`
-/// no programs are named.
+/// The processes that fetch the resource, and those that want it and do not. Without `look` no
+/// programs are named.
 UserProcesses fetchersOf(const ResourceCacheReader::Snapshot &snapshot, const QString &reference,
                          const ProcessLookup &look = {});
+UserProcesses waitersOf(const ResourceCacheReader::Snapshot &snapshot, const QString &reference,
+                        const ProcessLookup &look = {});
 
 /// "process 12 (program), process 13"; without the name of one that cannot be seen from here.
 QString processesText(const UserProcesses &processes);

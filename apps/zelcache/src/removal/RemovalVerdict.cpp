@@ -33,16 +33,15 @@ Refusal refusalOfFetched(const UserProcesses &processes)
 std::optional<Refusal> refusalOfStatus(const ResourceCacheReader::Snapshot &snapshot,
                                        const Resource &resource, const ProcessLookup &look)
 {
-    const UserProcesses fetchers = fetchersOf(snapshot, resource.reference, look);
     switch (resource.status) {
     case ResourceStatus::Ready:
         return {};
     case ResourceStatus::Missing:
         return Refusal { Texts::tr("Nothing is there to remove."), {} };
     case ResourceStatus::ScheduledForAcquire:
-        return refusalOfWanted(fetchers);
+        return refusalOfWanted(waitersOf(snapshot, resource.reference, look));
     case ResourceStatus::Acquiring:
-        return refusalOfFetched(fetchers);
+        return refusalOfFetched(fetchersOf(snapshot, resource.reference, look));
     case ResourceStatus::Invalid:
         break;
     }

@@ -136,7 +136,7 @@ TEST_F(ResourceReasonsTest, missing_anyWay_inventsNoHistory)
     EXPECT_EQ(line(0, u"Purge"_s), u"not in line, since nothing is here"_s);
     EXPECT_EQ(line(0, u"Size"_s), u"unknown"_s);
     EXPECT_TRUE(
-        line(0, u"Last access"_s).endsWith(u"(1:00 ago); what was before is not recorded"_s));
+        line(0, u"Status since"_s).endsWith(u"(1:00 ago); what was before is not recorded"_s));
     snapshot.resources[0].policy = ResourceCleanupPolicy::OnClose;
     EXPECT_TRUE(resourceReasonLines(reasonsFor(0)).first().contains(u"the end of its last use"_s));
 }
@@ -164,6 +164,23 @@ TEST_F(ResourceReasonsTest, version_declaredByTheReference_tellsWhetherItIsOutda
     const QJsonObject json = resourceReasonsJson(reasonsFor(2));
     EXPECT_TRUE(json.value(u"outdated"_s).isNull());
     EXPECT_TRUE(json.value(u"declaredVersion"_s).isNull());
+}
+
+TEST_F(ResourceReasonsTest, version_withoutACopy_isNoneAndNotOutdated)
+{
+    snapshot.resources[0].status = ResourceStatus::Acquiring;
+    snapshot.resources[0].version = QVersionNumber();
+    snapshot.resources[0].path.clear();
+    snapshot.resources[1].status = ResourceStatus::Missing; // but keeps the version that it had
+    snapshot.resources[2].status = ResourceStatus::Missing;
+    for (const qsizetype index : { 0, 1, 2 }) {
+        EXPECT_EQ(line(index, u"Version"_s), u"none"_s);
+        const QJsonObject json = resourceReasonsJson(reasonsFor(index));
+        EXPECT_EQ(json.value(u"outdated"_s), QJsonValue(false));
+        EXPECT_TRUE(json.value(u"version"_s).isNull());
+    }
+    const QJsonObject gone = resourceReasonsJson(reasonsFor(0, 1000, false));
+    EXPECT_EQ(gone.value(u"outdated"_s), QJsonValue(false));
 }
 
 TEST_F(ResourceReasonsTest, json_ready_hasPlaceAndHolders)

@@ -51,7 +51,7 @@ TEST(ResourceUsers, usersByReference_numberReused_hasNotTheNameOfTheOtherProgram
     EXPECT_EQ(processesText(users.value(u"d"_s)), u"process 300"_s);
 }
 
-TEST(ResourceUsers, fetchersOf_tasks_nameTheFetchingOneFirst)
+TEST(ResourceUsers, fetchersOf_tasks_areThoseThatFetchAndWaitersOfTheOthers)
 {
     ResourceCacheReader::Snapshot snapshot;
     snapshot.clients
@@ -61,11 +61,13 @@ TEST(ResourceUsers, fetchersOf_tasks_nameTheFetchingOneFirst)
     snapshot.acquiringTasks.append({ u"a"_s, 3, std::nullopt, std::nullopt });
     snapshot.acquiringTasks.append({ u"b"_s, 4, 400, 50 });
     snapshot.acquiringTasks.append({ u"c"_s, 5, 300, 50 });
-    EXPECT_EQ(fetchersOf(snapshot, u"a"_s), (UserProcesses { 200, 100 }));
-    EXPECT_EQ(processesText(fetchersOf(snapshot, u"a"_s, sightOf)),
-              u"process 200 (viewer), process 100 (viewer)"_s);
+    EXPECT_EQ(fetchersOf(snapshot, u"a"_s), UserProcesses { 200 });
+    EXPECT_EQ(waitersOf(snapshot, u"a"_s), UserProcesses { 100 });
+    EXPECT_EQ(processesText(fetchersOf(snapshot, u"a"_s, sightOf)), u"process 200 (viewer)"_s);
+    EXPECT_EQ(processesText(waitersOf(snapshot, u"a"_s, sightOf)), u"process 100 (viewer)"_s);
     EXPECT_EQ(processesText(fetchersOf(snapshot, u"c"_s, sightOf)), u"process 300"_s);
     EXPECT_TRUE(fetchersOf(snapshot, u"d"_s).isEmpty());
+    EXPECT_TRUE(waitersOf(snapshot, u"c"_s).isEmpty());
 }
 
 TEST(ResourceUsers, processesText_none_isEmpty)

@@ -87,4 +87,18 @@ TEST(RemovalVerdict, refusalOf_beingFetched_namesTheFetcherThoughItUsesItToo)
     EXPECT_EQ(refusal->reason, u"It is being fetched by process 4999999."_s);
 }
 
+TEST(RemovalVerdict, refusalOf_whoWaits_isNoFetcher)
+{
+    auto snapshot = snapshotWith(ResourceStatus::Acquiring, ResourceCleanupPolicy::OnDemand);
+    snapshot.clients = { { 1, someProcess, 0 }, { 2, someProcess - 1, 0 } };
+    snapshot.acquiringTasks.append({ u"a"_s, 2, someProcess - 1, std::nullopt });
+    EXPECT_EQ(refusalOf(snapshot, {}, u"a"_s, false)->reason, u"It is being fetched."_s);
+    snapshot.acquiringTasks.append({ u"a"_s, 1, someProcess, 40 });
+    EXPECT_EQ(refusalOf(snapshot, {}, u"a"_s, false)->reason,
+              u"It is being fetched by process 4999999."_s);
+    snapshot.resources[0].status = ResourceStatus::ScheduledForAcquire;
+    EXPECT_EQ(refusalOf(snapshot, {}, u"a"_s, false)->reason,
+              u"It is wanted by process 4999998."_s);
+}
+
 } // namespace zel::cli
