@@ -667,6 +667,10 @@
         <source>%1: It cannot be verified. %2</source>
         <translation>%1: Kann nicht geprüft werden. %2</translation>
     </message>
+    <message>
+        <source>The fetch was refused.</source>
+        <translation>Der Abruf wurde abgelehnt.</translation>
+    </message>
 </context>
 <context>
     <name>zel::cli::HeldProgram</name>
@@ -1281,10 +1285,6 @@
         <translation>Status</translation>
     </message>
     <message>
-        <source>Last access</source>
-        <translation>Letzter Zugriff</translation>
-    </message>
-    <message>
         <source>Written by</source>
         <translation>Geschrieben von</translation>
     </message>
@@ -1311,6 +1311,10 @@
     <message>
         <source>Program</source>
         <translation>Programm</translation>
+    </message>
+    <message>
+        <source>Status since</source>
+        <translation>Status seit</translation>
     </message>
 </context>
 <context>

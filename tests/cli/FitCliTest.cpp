@@ -104,6 +104,35 @@ TEST_F(FitCliTest, get_fitsOnlyAfterEviction_makesRoomBeforeTheFirstByte)
     EXPECT_EQ(readyReferences(), (QStringList { here.at(2), server.url(u"new.raw"_s) }));
 }
 
+TEST_F(FitCliTest, refusal_inACacheAboveItsOptimum_throwsNothingOut)
+{
+    const QStringList here = fill({ 1000, 1000, 1000 });
+    const QStringList before = rows();
+    const QString big = sharedFile(u"big.raw"_s, QByteArray(5000, 'b'));
+    const QString small = sharedFile(u"small.raw"_s, "small");
+    const QByteArray settings = settingsWith(2000, 4000);
+    const auto refused = [&](const QStringList &arguments, int exitCode) {
+        const auto run = startWithSettings(settings, arguments);
+        EXPECT_EQ(run->exitCode(), exitCode) << run->errors().toStdString();
+        EXPECT_EQ(rows(), before) << qPrintable(arguments.join(u' '));
+    };
+    refused({ u"get"_s, big, here.at(2) }, 7);
+    refused({ u"hold"_s, big, u"--"_s, u"true"_s }, 7);
+    refused({ u"get"_s, u"--prompt"_s, small }, 20);
+    EXPECT_EQ(readyReferences(), here);
+}
+
+TEST_F(FitCliTest, get_aboveTheOptimum_throwsOutAsMuchAsThePlanSays)
+{
+    const QStringList here = fill({ 1000, 1000, 1000 });
+    const QString wanted = sharedFile(u"new.raw"_s, QByteArray(500, 'n'));
+    const auto run = getWithin(2000, 4000, { u"-v"_s, wanted, here.at(0) });
+    EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
+    EXPECT_TRUE(run->errors().contains("Made room: 2 resources, 2.0 KiB"))
+        << run->errors().toStdString();
+    EXPECT_EQ(readyReferences(), (QStringList { here.at(0), wanted }));
+}
+
 TEST_F(FitCliTest, get_unknownSize_stopsNothing)
 {
     fill({ 600 });

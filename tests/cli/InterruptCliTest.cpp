@@ -145,4 +145,23 @@ TEST_F(InterruptCliTest, interrupt_ofAWaiter_leavesTheFetcherAlone)
     EXPECT_EQ(linesOf(fetcher->output()).size(), 1);
 }
 
+TEST_F(InterruptCliTest, terminate_ofAWaiter_saysThatItWasCanceled)
+{
+    const auto fetcher = startedFetch();
+    const auto text = start({ u"get"_s, reference });
+    const auto json = start({ u"get"_s, u"--json"_s, reference });
+    const auto holder = start({ u"hold"_s, reference, u"--"_s, u"true"_s });
+    CacheDatabase database(cache.databasePath());
+    waitUntil([&database] { return database.count(u"AcquiringTasks"_s) == 4; });
+    const QByteArray said = "zelcache: error: " + reference.toUtf8() + ": canceled\n";
+    for (ProgramRun *waiter : { text.get(), json.get(), holder.get() }) {
+        waiter->sendSignal(SIGTERM);
+        EXPECT_EQ(waiter->exitCode(), 143);
+        EXPECT_EQ(waiter->errors(), said);
+    }
+    EXPECT_EQ(jsonOf(json->output()).value(u"results"_s)[0][u"error"_s][u"message"_s].toString(),
+              u"canceled"_s);
+    EXPECT_EQ(fetcher->exitCode(), 0) << fetcher->errors().toStdString();
+}
+
 } // namespace zel::test

@@ -2,7 +2,7 @@
 
 #include "AccessReason.h"
 #include "CacheDirectoryTag.h"
-#include "ResourceCache.h"
+#include "ResourceHandlerFactory.h"
 #include "ResourceLookup.h"
 #include "ResourceManager.h"
 #include "SchemesRegistration.h"
@@ -158,6 +158,12 @@ std::optional<qint64> freeBytesOf(const ResourceManagerSettings &settings)
 {
     const auto free = FreeSpace::availableBytes(settings.cachePath.cacheDataDir());
     return free.hasValue() ? std::optional(free.value()) : std::nullopt;
+}
+
+Result<QSharedPointer<ResourceHandler>> SourceHandlers::handlerOf(const QString &argument)
+{
+    ZEL_TRY_LET(const auto reference, ResourceReference::fromString(argument));
+    return ZEL_PASS(ResourceHandlerFactory::create(reference, &cache));
 }
 
 Result<QSharedPointer<ResourceHandler>> handlerOf(const QString &argument)

@@ -2,6 +2,7 @@
 
 #include "Context.h"
 
+#include "ResourceCache.h"
 #include "ResourceCacheReader.h"
 #include "ResourceHandler.h"
 #include "ResourceManagerSettings.h"
@@ -38,6 +39,18 @@ Result<ResourceCacheReader::Activity> readActivity(const ResourceManagerSettings
 
 /// How much is free on the volume of the cache's data, in bytes, if that can be told.
 std::optional<qint64> freeBytesOf(const ResourceManagerSettings &settings);
+
+/// Makes handlers that ask sources and enter nothing: the cache that they are lent is never opened.
+/// It must outlive them.
+class SourceHandlers
+{
+public:
+    /// Of a reference as the user wrote it.
+    Result<QSharedPointer<ResourceHandler>> handlerOf(const QString &argument);
+
+private:
+    ResourceCache cache;
+};
 
 /// The handler of a reference as the user wrote it.
 Result<QSharedPointer<ResourceHandler>> handlerOf(const QString &argument);

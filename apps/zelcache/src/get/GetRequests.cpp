@@ -36,6 +36,14 @@ Error refusalOf(const VerifyResult &result)
     return Error(int(ExitCode::IntegrityViolated), text.arg(reason, result.reference));
 }
 
+/// A fetch that was canceled ends without a word.
+Error worded(const Error &failure)
+{
+    const bool isMute
+        = failure.errorCode() == ErrorCode::Canceled && failure.errorMessage().isEmpty();
+    return isMute ? Error(ErrorCode::Canceled, Texts::tr("canceled")) : failure;
+}
+
 /// What only the system knows of a resource whose fetch could not even begin.
 QString whyNotBegun(const QString &path)
 {
@@ -53,7 +61,7 @@ bool GetRequests::Fetch::isSettled() const
 
 Error GetRequests::Fetch::error() const
 {
-    return task ? task->error() : failure;
+    return task ? worded(task->error()) : failure;
 }
 
 /// The path, if something is really there: a success alone is no proof.
@@ -61,7 +69,7 @@ Result<QString> GetRequests::Fetch::outcome() const
 {
     if (isRefused)
         return ZEL_PASS(failure);
-    if (handler->isAvailableLocally())
+    if (handler && handler->isAvailableLocally())
         return path;
     const Error reason = error();
     if (reason.hasError())
@@ -107,14 +115,9 @@ ExitCode GetRequests::run()
 {
     if (const int signalNumber = receivedSignal())
         return context.cancel(signalNumber);
-    const Handlers missing = findMissing();
-    const bool isConfirmed = confirm(missing);
-    if (const int signalNumber = receivedSignal())
-        return context.cancel(signalNumber);
-    if (isConfirmed && manner.makesRoom && !missing.isEmpty()) {
-        if (const auto code = makeRoomFor(context, missing))
-            return *code;
-    }
+    enterWhatIsHere();
+    if (const auto code = agreeOnFetching())
+        return *code;
     TaskWait wait;
     if (manner.verifies)
         verifyAll(wait);
@@ -127,40 +130,106 @@ ExitCode GetRequests::run()
     return finish(signalNumber);
 }
 
+/// Enters what is missing, unless it is not to be fetched. Gives the code to end with at once.
+std::optional<ExitCode> GetRequests::agreeOnFetching()
+{
+    const Handlers missing = findMissing();
+    const bool isConfirmed = confirm(missing);
+    if (const int signalNumber = receivedSignal())
+        return context.cancel(signalNumber);
+    if (!isConfirmed)
+        return {};
+    if (manner.makesRoom && !missing.isEmpty()) {
+        if (const auto code = makeRoomFor(context, missing))
+            return code;
+    }
+    enterWhatIsMissing();
+    const int signalNumber = receivedSignal();
+    return signalNumber != 0 ? std::optional(context.cancel(signalNumber)) : std::nullopt;
+}
+
 void GetRequests::addRequest(const QString &argument)
 {
     Request request;
     request.reference = withoutSecrets(argument);
-    const auto handler = handlerOf(argument);
-    if (handler.hasValue()) {
-        request.reference = handler.value()->reference()->referenceText(false);
-        request.fetch = fetchOf(handler.value());
+    const auto source = sources.handlerOf(argument);
+    if (source.hasValue()) {
+        request.reference = source.value()->reference()->referenceText(false);
+        request.fetch = fetchOf(source.value());
     } else {
-        request.failure = handler.error();
+        request.failure = source.error();
     }
     requests.push_back(request);
 }
 
-GetRequests::Fetch *GetRequests::fetchOf(const QSharedPointer<ResourceHandler> &handler)
+GetRequests::Fetch *GetRequests::fetchOf(const QSharedPointer<ResourceHandler> &source)
 {
-    // One resource has one handler as long as somebody holds it.
-    Fetch *&known = fetchByHandler[handler.data()];
+    const QString key = source->reference()->referenceText(false);
+    Fetch *&known = fetchByKey[key];
     if (!known) {
         fetches.push_back(std::make_unique<Fetch>());
         known = fetches.back().get();
-        known->handler = handler;
-        known->key = handler->reference()->referenceText(false);
+        known->source = source;
+        known->key = key;
+        // Until it is entered.
+        known->failure = Error(ErrorCode::Canceled, Texts::tr("The fetch was refused."));
     }
     return known;
 }
 
-GetRequests::Handlers GetRequests::findMissing()
+/// By their rows. Of a cache that cannot be read nothing is known to be here.
+QSet<QString> GetRequests::keysOfWhatIsHere() const
+{
+    QSet<QString> here;
+    const ResourceCacheReader reader(ResourceManager::cachePath().databasePath());
+    const auto snapshot = reader.readRowsOf(fetchByKey.keys());
+    if (!snapshot.hasValue())
+        return here;
+    for (const ResourceCacheReader::Resource &resource : snapshot.value().resources) {
+        if (cli::isHere(resource))
+            here.insert(resource.reference);
+    }
+    return here;
+}
+
+/// In use from now on, so that no purge takes it.
+void GetRequests::enterWhatIsHere()
+{
+    const QSet<QString> here = keysOfWhatIsHere();
+    for (const auto &fetch : fetches) {
+        if (here.contains(fetch->key) || !takesRoom(*fetch->source))
+            enter(*fetch);
+    }
+}
+
+void GetRequests::enterWhatIsMissing()
+{
+    for (const auto &fetch : fetches) {
+        if (!fetch->handler)
+            enter(*fetch);
+    }
+}
+
+void GetRequests::enter(Fetch &fetch)
+{
+    if (receivedSignal() != 0)
+        return; // run() ends at once
+    const auto handler = ResourceManager::getHandler(fetch.source->reference());
+    if (!handler.hasValue()) {
+        fetch.failure = handler.error();
+        return;
+    }
+    fetch.failure = Error();
+    fetch.handler = handler.value();
+    fetch.isHere = fetch.handler->isAvailableLocally();
+}
+
+GetRequests::Handlers GetRequests::findMissing() const
 {
     Handlers missing;
     for (const auto &fetch : fetches) {
-        fetch->isHere = fetch->handler->isAvailableLocally();
         if (!fetch->isHere)
-            missing.append(fetch->handler);
+            missing.append(fetch->source);
     }
     return missing;
 }
@@ -184,10 +253,11 @@ void GetRequests::verifyAll(TaskWait &wait)
 {
     const QString dataDir = ResourceManager::cachePath().cacheDataDir();
     for (const auto &fetch : fetches) {
+        if (!fetch->isHere)
+            continue;
         const auto path = fetch->handler->expectedPath();
         // What is used where it lies is nobody's copy.
-        if (!path.hasValue() || !FileUtils::isSubPath(path.value().toString(), dataDir)
-            || !fetch->isHere)
+        if (!path.hasValue() || !FileUtils::isSubPath(path.value().toString(), dataDir))
             continue;
         fetch->path = path.value();
         verify(*fetch, wait);
@@ -228,7 +298,7 @@ void GetRequests::verify(Fetch &fetch, TaskWait &wait)
 void GetRequests::startAll(TaskWait &wait)
 {
     for (const auto &fetch : fetches) {
-        if (!fetch->isRefused)
+        if (fetch->handler && !fetch->isRefused)
             start(*fetch);
         if (!fetch->task)
             continue;

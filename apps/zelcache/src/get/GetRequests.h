@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Context.h"
+#include "Library.h"
 #include "SignalWatch.h"
 #include "get/TransferReport.h"
 #include "output/OverallProgress.h"
@@ -9,6 +10,7 @@
 #include "output/TerminalPrompting.h"
 
 #include <QJsonArray>
+#include <QSet>
 
 #include <memory>
 #include <vector>
@@ -21,6 +23,9 @@ class TaskWait;
 /// arguments and each as soon as all before it are settled. One that cannot be had does not keep
 /// the others from being fetched. What is here stays in use as long as this object lives, and so
 /// long no first signal ends the program. The manager's cache must be open. Main thread only.
+///
+/// To enter what is missing into a cache that is too full makes room in it at once, at the cost of
+/// others. So it is entered only when nothing speaks against its fetch any more.
 class GetRequests
 {
 public:
@@ -49,7 +54,8 @@ private:
     /// One resource to bring here.
     struct Fetch
     {
-        QSharedPointer<ResourceHandler> handler;
+        QSharedPointer<ResourceHandler> source; ///< enters nothing
+        QSharedPointer<ResourceHandler> handler; ///< keeps it in use; null until it is entered
         QString key;
         QString path;
         std::unique_ptr<Task> task; ///< null if there is nothing to do, or nothing can be done
@@ -74,9 +80,14 @@ private:
     using Handlers = QList<QSharedPointer<ResourceHandler>>;
 
     void addRequest(const QString &argument);
-    Fetch *fetchOf(const QSharedPointer<ResourceHandler> &handler);
-    Handlers findMissing();
+    Fetch *fetchOf(const QSharedPointer<ResourceHandler> &source);
+    QSet<QString> keysOfWhatIsHere() const;
+    void enterWhatIsHere();
+    void enterWhatIsMissing();
+    void enter(Fetch &fetch);
+    Handlers findMissing() const;
     bool confirm(const Handlers &missing);
+    std::optional<ExitCode> agreeOnFetching();
     void verifyAll(TaskWait &wait);
     void verify(Fetch &fetch, TaskWait &wait);
     void startAll(TaskWait &wait);
@@ -93,9 +104,10 @@ private:
     SignalWatch signalWatch; ///< outlives what is in use
     const Manner manner;
     TerminalPrompting prompting;
+    SourceHandlers sources; ///< outlives those that it has made
     std::vector<Request> requests;
     std::vector<std::unique_ptr<Fetch>> fetches;
-    QHash<const ResourceHandler *, Fetch *> fetchByHandler;
+    QHash<QString, Fetch *> fetchByKey;
     std::size_t answeredCount = 0;
     QJsonArray results;
     QStringList pathsHere;
