@@ -5,9 +5,6 @@
 #include <QFile>
 #include <QRandomGenerator>
 
-#include <memory>
-
-#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -61,12 +58,34 @@ int readEntries(int folder, std::vector<Entry> *entries)
     Descriptor twin(::fcntl(folder, F_DUPFD_CLOEXEC, 0));
     if (!twin.isOpen())
         return errno;
-    const std::unique_ptr<DIR, int (*)(DIR *)> stream(::fdopendir(twin.get()), &::closedir);
-    if (!stream)
+    const FolderStream stream(std::move(twin));
+    if (!stream.isOpen())
         return errno;
-    static_cast<void>(twin.release()); // the stream closes it
     // The twin shares its position with the original, which may have been read before.
-    ::rewinddir(stream.get());
+    static_cast<void>(::lseek(stream.get(), 0, SEEK_SET));
+    return stream.readEntries(entries);
+}
+
+FolderStream::FolderStream(Descriptor &&folder)
+    : stream(folder.isOpen() ? ::fdopendir(folder.get()) : nullptr)
+{
+    if (stream)
+        static_cast<void>(folder.release()); // the stream closes it
+}
+
+void FolderStream::Closing::operator()(DIR *stream) const
+{
+    ::closedir(stream);
+}
+
+int FolderStream::get() const
+{
+    return ::dirfd(stream.get());
+}
+
+int FolderStream::readEntries(std::vector<Entry> *entries) const
+{
+    entries->clear();
     while (true) {
         errno = 0;
         const dirent *entry = ::readdir(stream.get());
@@ -76,7 +95,7 @@ int readEntries(int folder, std::vector<Entry> *entries)
             continue;
         const QByteArray name(entry->d_name);
         const bool isTold = entry->d_type != DT_UNKNOWN;
-        entries->push_back({ name, isTold ? entry->d_type : typeByLook(folder, name) });
+        entries->push_back({ name, isTold ? entry->d_type : typeByLook(get(), name) });
     }
 }
 

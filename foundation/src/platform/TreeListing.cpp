@@ -66,11 +66,11 @@ bool Lister::add(int folder, const posix::Entry &entry, const QByteArray &path)
 
 bool Lister::addBelow(int around, const QByteArray &name, const QByteArray &path)
 {
-    const Descriptor folder = openFolderAt(around, name);
+    const FolderStream folder(openFolderAt(around, name));
     if (!folder.isOpen())
         return outcomeOf(errno, path);
     std::vector<posix::Entry> entries;
-    if (const int error = readEntries(folder.get(), &entries); error != 0)
+    if (const int error = folder.readEntries(&entries); error != 0)
         return outcomeOf(error, path);
     std::sort(entries.begin(), entries.end(),
               [](const auto &left, const auto &right) { return left.name < right.name; });

@@ -23,14 +23,14 @@ public:
     {
     }
 
-    void enter(const Descriptor &folder, const QByteArray &path);
+    void enter(const FolderStream &folder, const QByteArray &path);
 
     TreeSurvey::Outcome outcome;
 
 private:
-    void ask(const Descriptor &folder, const posix::Entry &entry, const QByteArray &path);
-    void measure(const Descriptor &folder, const posix::Entry &entry, TreeSurvey::Entry *sum);
-    void measureFolder(const Descriptor &folder, TreeSurvey::Entry *sum);
+    void ask(const FolderStream &folder, const posix::Entry &entry, const QByteArray &path);
+    void measure(const FolderStream &folder, const posix::Entry &entry, TreeSurvey::Entry *sum);
+    void measureFolder(const FolderStream &folder, TreeSurvey::Entry *sum);
 
     const TreeSurvey::Question &question;
 };
@@ -45,10 +45,10 @@ void add(const struct stat &status, TreeSurvey::Entry *sum)
         sum->bytes += status.st_size;
 }
 
-void Surveyor::enter(const Descriptor &folder, const QByteArray &path)
+void Surveyor::enter(const FolderStream &folder, const QByteArray &path)
 {
     std::vector<posix::Entry> entries;
-    if (!folder.isOpen() || readEntries(folder.get(), &entries) != 0) {
+    if (!folder.isOpen() || folder.readEntries(&entries) != 0) {
         outcome.unreadable.append(path);
         return;
     }
@@ -56,14 +56,14 @@ void Surveyor::enter(const Descriptor &folder, const QByteArray &path)
         ask(folder, entry, path.isEmpty() ? entry.name : joined(path, entry.name));
 }
 
-void Surveyor::ask(const Descriptor &folder, const posix::Entry &entry, const QByteArray &path)
+void Surveyor::ask(const FolderStream &folder, const posix::Entry &entry, const QByteArray &path)
 {
     const bool isFolder = entry.type == DT_DIR;
     const TreeSurvey::Step step = question(path, isFolder);
     if (step == TreeSurvey::Step::Skip)
         return;
     if (step == TreeSurvey::Step::Enter && isFolder) {
-        enter(openFolderAt(folder.get(), entry.name), path);
+        enter(FolderStream(openFolderAt(folder.get(), entry.name)), path);
         return;
     }
     TreeSurvey::Entry sum;
@@ -73,10 +73,11 @@ void Surveyor::ask(const Descriptor &folder, const posix::Entry &entry, const QB
     outcome.entries.append(sum);
 }
 
-void Surveyor::measure(const Descriptor &folder, const posix::Entry &entry, TreeSurvey::Entry *sum)
+void Surveyor::measure(const FolderStream &folder, const posix::Entry &entry,
+                       TreeSurvey::Entry *sum)
 {
     if (entry.type == DT_DIR) {
-        measureFolder(openFolderAt(folder.get(), entry.name), sum);
+        measureFolder(FolderStream(openFolderAt(folder.get(), entry.name)), sum);
         return;
     }
     struct stat status;
@@ -85,12 +86,12 @@ void Surveyor::measure(const Descriptor &folder, const posix::Entry &entry, Tree
         add(status, sum);
 }
 
-void Surveyor::measureFolder(const Descriptor &folder, TreeSurvey::Entry *sum)
+void Surveyor::measureFolder(const FolderStream &folder, TreeSurvey::Entry *sum)
 {
     struct stat status;
     std::vector<posix::Entry> entries;
     if (!folder.isOpen() || ::fstat(folder.get(), &status) != 0
-        || readEntries(folder.get(), &entries) != 0) {
+        || folder.readEntries(&entries) != 0) {
         // One for all folders in it, which come one after the other.
         if (outcome.unreadable.isEmpty() || outcome.unreadable.constLast() != sum->path)
             outcome.unreadable.append(sum->path);
@@ -106,7 +107,7 @@ void Surveyor::measureFolder(const Descriptor &folder, TreeSurvey::Entry *sum)
 TreeSurvey::Outcome TreeSurvey::make(const QString &folder, const Question &question)
 {
     Surveyor surveyor(question);
-    const Descriptor opened = openAt(AT_FDCWD, QFile::encodeName(folder), O_RDONLY | O_DIRECTORY);
+    const FolderStream opened(openAt(AT_FDCWD, QFile::encodeName(folder), O_RDONLY | O_DIRECTORY));
     surveyor.outcome.exists = opened.isOpen();
     if (opened.isOpen())
         surveyor.enter(opened, QByteArray());
