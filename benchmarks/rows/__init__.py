@@ -2,9 +2,19 @@
 
 from driver.rows import Row
 
-from . import adding, bookkeeping, counting, evicting, listing, locks, starting, transfers
+from . import (
+    adding,
+    bookkeeping,
+    counting,
+    evicting,
+    examining,
+    listing,
+    locks,
+    starting,
+    transfers,
+)
 
-SUBJECTS = [locks, bookkeeping, adding, counting, evicting, starting, transfers, listing]
+SUBJECTS = [locks, bookkeeping, adding, counting, evicting, starting, transfers, listing, examining]
 
 
 def all_rows() -> list[Row]:
