@@ -1,8 +1,11 @@
 #include "DiskModel.h"
 
+#include "TemporaryCache.h"
+
 #include <gtest/gtest.h>
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 
@@ -11,6 +14,7 @@
 
 #include <fcntl.h>
 #include <linux/fs.h>
+#include <sys/stat.h>
 
 namespace zel::test {
 
@@ -20,6 +24,7 @@ using Kind = FileStep::Kind;
 namespace {
 
 constexpr qsizetype sectorSize = 512;
+constexpr qsizetype mostBytesOfSmall = 64 * 1024;
 
 /// Part of a file that was written, or its new size.
 struct Written
@@ -81,14 +86,25 @@ struct DiskModel::Content
     QByteArray synced;
     std::vector<Written> written; ///< since the sync
 
+    bool isSmall() const
+    {
+        qsizetype size = synced.size();
+        for (const Written &part : written)
+            size = std::max(size, part.offset + part.bytes.size());
+        return size <= mostBytesOfSmall;
+    }
+
     QByteArray afterCut(Kept kept, std::mt19937 &random) const
     {
         QByteArray content = synced;
+        const bool isWhole = kept == Kept::All || (kept == Kept::Small && isSmall());
         for (const Written &part : written) {
-            if (kept == Kept::All)
+            if (isWhole)
                 put(content, part);
             else if (kept == Kept::Names)
                 put(content, zeroed(part));
+            else if (kept == Kept::Small)
+                put(content, byChance(random) ? part : zeroed(part));
             else if (kept == Kept::Some && byChance(random))
                 put(content, byChance(random) ? part : torn(part, random));
         }
@@ -104,33 +120,35 @@ struct DiskModel::Content
     }
 };
 
-/// A name comes, goes, or both at once.
+/// A name comes, goes, or both at once; or two change places.
 struct DiskModel::NameChange
 {
     QString gone = {};
     QString come = {};
     std::shared_ptr<Content> content = {}; ///< of `come`
+    std::shared_ptr<Content> exchanged = {}; ///< of `gone`, if they change places
     std::uint64_t step = 0;
     bool isDurable = false;
 
     void applyTo(Names &names) const
     {
-        if (gone.isEmpty() || come.isEmpty()) {
-            names.erase(gone);
-        } else { // a folder takes along what is in it
-            const QString inside = gone + u'/';
-            Names moved;
-            for (auto name = names.begin(); name != names.end();) {
-                const bool isMoved = name->first == gone || name->first.startsWith(inside);
-                if (isMoved)
-                    moved[come + name->first.mid(gone.size())] = name->second;
-                name = isMoved ? names.erase(name) : std::next(name);
-            }
-            for (auto &[path, content] : moved)
-                names[path] = content;
-        }
-        if (!come.isEmpty())
+        if (gone.isEmpty()) {
             names[come] = content;
+            return;
+        }
+        if (come.isEmpty()) {
+            names.erase(gone);
+            return;
+        }
+        Names arriving = taken(names, gone, come);
+        arriving[come] = content;
+        Names leaving = taken(names, come, gone); // or replaced by what arrives
+        if (exchanged) {
+            leaving[gone] = exchanged;
+            arriving.merge(leaving);
+        }
+        for (auto &[path, moved] : arriving)
+            names[path] = moved;
     }
 
     bool isIn(const QString &folder) const
@@ -141,11 +159,30 @@ struct DiskModel::NameChange
         return (!gone.isEmpty() && parentOf(gone) == folder)
             || (!come.isEmpty() && parentOf(come) == folder);
     }
+
+private:
+    /// Takes a name out, with all that is in it if it is a folder, and gives it a new one.
+    static Names taken(Names &names, const QString &from, const QString &to)
+    {
+        const QString inside = from + u'/';
+        Names moved;
+        for (auto name = names.begin(); name != names.end();) {
+            const bool isMoved = name->first == from || name->first.startsWith(inside);
+            if (isMoved)
+                moved[to + name->first.mid(from.size())] = name->second;
+            name = isMoved ? names.erase(name) : std::next(name);
+        }
+        return moved;
+    }
 };
 
 DiskModel::DiskModel(QString folder)
     : m_folder(std::move(folder))
 {
+    QDirIterator all(m_folder, QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot,
+                     QDirIterator::Subdirectories);
+    while (all.hasNext())
+        takeOver(all.next());
 }
 
 DiskModel::~DiskModel() = default;
@@ -169,8 +206,7 @@ void DiskModel::apply(const LoggedStep &step)
         syncAll(step.head.coveredSteps);
         break;
     case Kind::Rename:
-        ASSERT_EQ(step.head.flags & RENAME_EXCHANGE, 0);
-        change({ .gone = path, .come = relative(step.newPath), .content = m_names[path] });
+        rename(step);
         break;
     case Kind::MakeFolder: {
         if (path.isEmpty())
@@ -195,6 +231,18 @@ QString DiskModel::relative(const QString &path) const
     return path.mid(m_folder.size() + 1);
 }
 
+void DiskModel::takeOver(const QString &path)
+{
+    struct stat info = {};
+    ASSERT_EQ(::lstat(QFile::encodeName(path).constData(), &info), 0) << path.toStdString();
+    auto content = std::make_shared<Content>();
+    content->isFolder = S_ISDIR(info.st_mode);
+    if (!content->isFolder)
+        content->synced = readFile(path);
+    m_byInode[info.st_ino] = content;
+    change({ .come = relative(path), .content = content, .isDurable = true });
+}
+
 void DiskModel::change(NameChange change)
 {
     change.step = m_stepsDone;
@@ -210,6 +258,18 @@ std::shared_ptr<DiskModel::Content> DiskModel::contentOf(const LoggedStep &step)
         return named->second;
     const auto known = m_byInode.find(step.head.inode);
     return known == m_byInode.end() ? nullptr : known->second;
+}
+
+void DiskModel::rename(const LoggedStep &step)
+{
+    const QString from = relative(step.path);
+    const QString to = relative(step.newPath);
+    const bool isExchange = (step.head.flags & RENAME_EXCHANGE) != 0;
+    ASSERT_TRUE(m_names.contains(from)) << from.toStdString();
+    change({ .gone = from,
+             .come = to,
+             .content = m_names[from],
+             .exchanged = isExchange ? m_names[to] : nullptr });
 }
 
 void DiskModel::open(const LoggedStep &step)
@@ -261,7 +321,7 @@ void DiskModel::syncAll(std::uint64_t covered)
 DiskModel::Names DiskModel::namesAfterCut(Kept kept, std::mt19937 &random) const
 {
     size_t first = 0; // those before it came through
-    if (kept == Kept::All || kept == Kept::Names)
+    if (kept == Kept::All || kept == Kept::Names || kept == Kept::Small)
         first = m_changes.size();
     else if (kept == Kept::Some)
         first = random() % (m_changes.size() + 1);

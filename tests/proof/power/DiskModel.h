@@ -2,14 +2,11 @@
 
 #include "StepLog.h"
 
-#include <QMap>
 #include <QString>
 
-#include <functional>
 #include <map>
 #include <memory>
 #include <random>
-#include <set>
 #include <vector>
 
 namespace zel::test {
@@ -20,18 +17,20 @@ enum class Kept {
     All, ///< everything, as after a kill
     Some, ///< a part by chance: of the bytes in any order and torn, of the names a first part
     Names, ///< all names and sizes; bytes that were not synced are zeros
+    Small, ///< all names and sizes, and small files; of the bytes of others a part by chance
 };
 
 /// The folder of a cache on a disk whose power can be cut after any step.
 ///
 /// Bytes are durable once their file was synced after they were written; a name, new or gone, once
 /// one of the folders that it is in was. The sync of a whole file system makes all durable. A
-/// rename is never half done. What was not synced may be on the disk in any mixture, but for names:
-/// these come in the order in which they were made, as file systems with a journal keep them.
+/// rename is never half done, nor is an exchange. What was not synced may be on the disk in any
+/// mixture, but for names: these come in the order in which they were made, as file systems with a
+/// journal keep them.
 class DiskModel
 {
 public:
-    /// `folder` holds nothing but what the steps have made.
+    /// What is in the folder now is on the disk for sure.
     explicit DiskModel(QString folder);
     ~DiskModel();
 
@@ -48,7 +47,9 @@ private:
 
     std::shared_ptr<Content> contentOf(const LoggedStep &step);
     QString relative(const QString &path) const;
+    void takeOver(const QString &path);
     void change(NameChange change);
+    void rename(const LoggedStep &step);
     void open(const LoggedStep &step);
     void writeBytes(const LoggedStep &step);
     void sync(const LoggedStep &step);

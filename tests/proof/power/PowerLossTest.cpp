@@ -1,223 +1,236 @@
-#include "ActorProcess.h"
-#include "CacheDatabase.h"
-#include "DiskModel.h"
-#include "Proof.h"
-#include "TemporaryCache.h"
+#include "NginxServer.h"
+#include "PowerCuts.h"
 
 #include <gtest/gtest.h>
 
 #include <QCryptographicHash>
-#include <QDir>
-#include <QDirIterator>
-#include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
+
+#include <linux/fs.h>
 
 using namespace zel::test;
 using namespace Qt::Literals::StringLiterals;
+using Kind = FileStep::Kind;
 
 namespace {
 
-/// Sizes and sums by the path below the resource's.
-using Files = QMap<QString, QString>;
+// From one megabyte on a file goes to the disk while more of it comes, and each sixteen have to be
+// there before the next ones come.
+constexpr int largeFile = 1536 * 1024;
+constexpr int hugeFile = 20 * 1024 * 1024;
+constexpr int partOfHugeFile = 17 * 1024 * 1024; // what has come when its fetch breaks off
 
-QString digestOf(const QString &path)
-{
-    const QByteArray bytes = readFile(path);
-    const QByteArray sum = QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex().left(8);
-    return QString::number(bytes.size()) + u':' + QString::fromLatin1(sum);
-}
+// More of them than are brought to the disk one by one.
+constexpr int manyFiles = 20;
 
-/// What a cut leaves, of the data and of the database. Each pair is a disk that could be.
-struct Cut
-{
-    Kept data;
-    Kept database;
-};
-constexpr Cut cuts[] = {
-    { Kept::Synced, Kept::Synced }, { Kept::Synced, Kept::All }, { Kept::Names, Kept::All },
-    { Kept::All, Kept::Synced },    { Kept::Some, Kept::Some },  { Kept::Some, Kept::All },
-};
-
-/// Records what a program does to its cache, and cuts the power after each of its steps.
-class PowerLossTest : public testing::Test
-{
-protected:
-    QString share(const QString &name) const { return m_cache.outside(u"share/"_s + name); }
-
-    /// Lets a program obey the commands, and takes its cache apart again.
-    QList<LoggedStep> record(const QStringList &commands)
-    {
-        const QString log = m_cache.outside(u"log"_s);
-        ActorProcess program(QStringLiteral(ZEL_SCHEMES_ACTOR), { m_cache.baseDir(), log });
-        for (const QString &command : commands)
-            EXPECT_TRUE(program.ask(command).startsWith(u"ok"_s)) << command.toStdString();
-        program.send(u"quit"_s);
-        EXPECT_EQ(program.end(), 0);
-        return readStepLog(log);
-    }
-
-    static Files filesBelow(const QString &path)
-    {
-        if (QFileInfo(path).isFile())
-            return { { u""_s, digestOf(path) } };
-        Files files;
-        QDirIterator all(path, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
-        while (all.hasNext()) {
-            const QString file = all.next();
-            files.insert(file.mid(path.size() + 1), digestOf(file));
-        }
-        return files;
-    }
-
-    /// A Ready row with a part of its data would be handed out. Without any it is fetched anew,
-    /// which only removals may leave.
-    void checkRows()
-    {
-        if (!QFile::exists(m_cache.databasePath()))
-            return;
-        CacheDatabase database(m_cache.databasePath());
-        database.run(u"PRAGMA synchronous = OFF"_s); // nobody cuts the power of the test
-        EXPECT_EQ(database.value(u"PRAGMA integrity_check"_s).toString(), u"ok"_s);
-        if (database.value(u"SELECT COUNT(*) FROM sqlite_master"_s) == 0)
-            return;
-        const QString ready = u"FROM CachedResources WHERE status = 'Ready' ORDER BY id"_s;
-        const QStringList references = database.column(u"SELECT reference "_s + ready);
-        const QStringList paths = database.column(u"SELECT cachedPath "_s + ready);
-        for (qsizetype i = 0; i < references.size(); ++i) {
-            if (!QFileInfo::exists(paths.at(i))) {
-                EXPECT_TRUE(m_isDataRemoved) << references.at(i).toStdString() << " is not there";
-                continue;
-            }
-            const QString source = references.at(i).mid(QStringLiteral("share:").size());
-            EXPECT_EQ(filesBelow(paths.at(i)), filesBelow(source))
-                << references.at(i).toStdString();
-            ++m_readyRows;
-        }
-    }
-
-    /// The newest may be missing; what is there can be read.
-    void checkManifests()
-    {
-        const QDir folder(m_cache.baseDir() + u"/Manifests"_s);
-        const QStringList names = folder.entryList({ u"*.json"_s }, QDir::Files);
-        for (const QString &name : names) {
-            const auto manifest = QJsonDocument::fromJson(readFile(folder.filePath(name)));
-            EXPECT_FALSE(manifest[u"files"].toArray().isEmpty()) << name.toStdString();
-            ++m_manifests;
-        }
-    }
-
-    /// Another program comes once the machine is up again: whoever fetched has been silent for
-    /// long.
-    void checkNextFetch(const QString &reference)
-    {
-        if (QFile::exists(m_cache.databasePath())) {
-            CacheDatabase database(m_cache.databasePath());
-            if (database.value(u"SELECT COUNT(*) FROM sqlite_master"_s) != 0)
-                database.run(u"UPDATE Clients SET lastPingTime = lastPingTime - 31000"_s);
-        }
-        ActorProcess next(QStringLiteral(ZEL_SCHEMES_ACTOR), { m_cache.baseDir() });
-        const QString answer = next.ask(u"retrieve "_s + reference);
-        ASSERT_TRUE(answer.startsWith(u"ok "_s)) << answer.toStdString();
-        EXPECT_EQ(filesBelow(answer.mid(3)), filesBelow(reference.mid(6)));
-        next.send(u"quit"_s);
-        EXPECT_EQ(next.end(), 0);
-    }
-
-    /// After each step a cut of each kind, and after some of them another program.
-    void cutEverywhere(const QList<LoggedStep> &steps, const QStringList &references)
-    {
-        const quint32 seed = proofSeed();
-        std::mt19937 random(seed);
-        DiskModel disk(m_cache.baseDir());
-        int cutsMade = 0;
-        int programs = 0;
-        for (qsizetype i = 0; i < steps.size() && !HasFailure(); ++i) {
-            disk.apply(steps.at(i));
-            for (const Cut &cut : cuts) {
-                if (HasFailure() || random() % forProof(cutsBetween, 1u) != 0)
-                    continue;
-                disk.writeTo(m_cache.baseDir(), cut.data, cut.database, random);
-                checkRows();
-                checkManifests();
-                if (!HasFailure() && ++cutsMade % forProof(100, 10) == 0) {
-                    checkNextFetch(references.at(++programs % references.size()));
-                }
-                if (HasFailure()) {
-                    std::cerr << "cut after step " << i << " of " << steps.size() << ", kind "
-                              << &cut - &cuts[0] << ", ZEL_SEED=" << seed << '\n';
-                }
-            }
-        }
-        recordFigure(u"steps"_s, steps.size());
-        recordFigure(u"cuts"_s, cutsMade);
-        recordFigure(u"rows found Ready"_s, m_readyRows);
-        recordFigure(u"manifests found"_s, m_manifests);
-        recordFigure(u"programs afterwards"_s, programs);
-        recordFigure(u"violations"_s, HasFailure() ? 1 : 0);
-        EXPECT_GT(m_readyRows, 0);
-        EXPECT_GT(m_manifests, 0);
-    }
-
-    static constexpr quint32 cutsBetween = 6;
-    const TemporaryCache m_cache;
-    bool m_isDataRemoved = false; ///< by what was recorded
-    int m_readyRows = 0;
-    int m_manifests = 0;
-};
+constexpr int longFileName = 200; // longer than what a sparse container is made for
 
 QByteArray content(int size)
 {
     QByteArray bytes;
+    bytes.reserve(size + 16);
     while (bytes.size() < size)
         bytes += QByteArray::number(bytes.size()) + ' ';
     return bytes;
 }
 
-} // namespace
-
-// Or the cuts are made in something else than what happened.
-TEST_F(PowerLossTest, model_allKept_isWhatTheProgramLeft)
+QString retrieve(const CutResource &resource)
 {
-    writeFile(share(u"run.mzML"_s), content(20'000));
-    const QList<LoggedStep> steps
-        = record({ u"retrieve share:"_s + share(u"run.mzML"_s), u"purge"_s });
-    Files left = filesBelow(m_cache.baseDir());
-    DiskModel disk(m_cache.baseDir());
-    for (const LoggedStep &step : steps)
-        disk.apply(step);
-    std::mt19937 random;
-    disk.writeTo(m_cache.outside(u"copy"_s), Kept::All, Kept::All, random);
-    Files made = filesBelow(m_cache.outside(u"copy"_s));
-    EXPECT_EQ(made.keys(), left.keys());
-    EXPECT_EQ(made, left);
+    return u"retrieve "_s + resource.reference;
 }
+
+QString retrieveInPart(const CutResource &resource)
+{
+    return u"retrieveInPart %1 %2"_s.arg(QString::number(partOfHugeFile), resource.reference);
+}
+
+/// The sources and what is done with them.
+class PowerLossTest : public testing::Test
+{
+protected:
+    CutResource shared(const QString &name) const
+    {
+        const QString source = m_power.outside(u"share/"_s + name);
+        return { u"share:"_s + source, source };
+    }
+    CutResource file(const QString &name, int size) const
+    {
+        const CutResource resource = shared(name);
+        writeFile(resource.source, content(size));
+        return resource;
+    }
+    CutResource folder(const QString &name, const QStringList &files, int size) const
+    {
+        const CutResource resource = shared(name);
+        for (const QString &each : files)
+            writeFile(resource.source + u'/' + each, content(size));
+        return resource;
+    }
+    CutResource webFile(const QString &name, int size) const
+    {
+        const QString source = m_power.outside(u"web/"_s + name);
+        writeFile(source, content(size));
+        m_server.addFile(name, content(size));
+        return { m_server.url(name), source };
+    }
+    CutResource webFolder(const QString &name, const QMap<QString, int> &sizes) const
+    {
+        const QString list = name + u"/SHA256SUMS"_s;
+        QByteArray sums;
+        for (auto size = sizes.begin(); size != sizes.end(); ++size) {
+            const QByteArray bytes = content(*size);
+            webFile(name + u'/' + size.key(), *size);
+            sums += QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex() + "  "
+                + size.key().toUtf8() + '\n';
+        }
+        m_server.addFile(list, sums);
+        return { u"list+"_s + m_server.url(list), m_power.outside(u"web/"_s + name) };
+    }
+    CutResource container(const QString &name)
+    {
+        const QString sample = m_power.outside(u"sample"_s);
+        writeFile(sample, content(30'000));
+        const QString source
+            = file(name + u"/beside"_s, 0).source.section(u'/', 0, -2) + u"/run.zacq"_s;
+        const QString inside = u"data/%1.raw"_s.arg(QString(longFileName, u'n'));
+        EXPECT_EQ(m_power.askOther(u"makeContainer %1 %2 %3"_s.arg(source, sample, inside)),
+                  u"ok"_s);
+        return { u"share:"_s + source, sample, true };
+    }
+    static QStringList names(int count)
+    {
+        QStringList names;
+        for (int i = 0; i < count; ++i)
+            names << u"file%1"_s.arg(i);
+        return names;
+    }
+
+    void cutFetchesOf(const QList<CutResource> &resources)
+    {
+        QStringList commands;
+        for (const CutResource &resource : resources)
+            commands << retrieve(resource);
+        cut(resources, commands);
+    }
+    void cut(const QList<CutResource> &resources, const QStringList &commands)
+    {
+        m_power.expect(resources);
+        m_power.record(commands);
+        m_power.cutEverywhere();
+    }
+    bool hasSyncedAll() const
+    {
+        return m_power.hasRecorded(
+            [](const LoggedStep &step) { return step.kind() == Kind::SyncFileSystem; });
+    }
+    bool hasExchanged() const
+    {
+        return m_power.hasRecorded([](const LoggedStep &step) {
+            return step.kind() == Kind::Rename && (step.head.flags & RENAME_EXCHANGE) != 0;
+        });
+    }
+    bool hasMade(const QString &part) const
+    {
+        return m_power.hasRecorded([&](const LoggedStep &step) {
+            return step.path.contains(part) || step.newPath.contains(part);
+        });
+    }
+
+    const NginxServer m_server;
+    PowerCuts m_power;
+};
+
+} // namespace
 
 TEST_F(PowerLossTest, fetchOfFiles_cutAfterEachStep_eachReadyRowHasAllOfItsData)
 {
-    writeFile(share(u"a/x.wiff"_s), content(20'000));
-    writeFile(share(u"b/run.mzML"_s), content(70'000));
-    const QStringList references { u"share:"_s + share(u"a/x.wiff"_s),
-                                   u"share:"_s + share(u"b/run.mzML"_s) };
-    cutEverywhere(record({ u"retrieve "_s + references.at(0), u"retrieve "_s + references.at(1) }),
-                  references);
+    cutFetchesOf({ file(u"a/x.wiff"_s, 20'000), file(u"b/run.mzML"_s, 70'000) });
+    EXPECT_GT(m_power.manifestsFound(), 0);
 }
 
 TEST_F(PowerLossTest, fetchOfAFolder_cutAfterEachStep_eachReadyRowHasAllOfItsData)
 {
-    for (const char *name : { "a", "b/c", "b/d/e" })
-        writeFile(share(u"run.d/"_s + QString::fromLatin1(name)), content(5'000));
-    const QString reference = u"share:"_s + share(u"run.d"_s);
-    cutEverywhere(record({ u"retrieve "_s + reference }), { reference });
+    cutFetchesOf({ folder(u"run.d"_s, { u"a"_s, u"b/c"_s, u"b/d/e"_s }, 5'000) });
+    EXPECT_GT(m_power.manifestsFound(), 0);
+    EXPECT_FALSE(hasSyncedAll());
+}
+
+TEST_F(PowerLossTest, fetchOfManyFiles_cutAfterEachStep_eachReadyRowHasAllOfItsData)
+{
+    cutFetchesOf({ folder(u"run.d"_s, names(manyFiles), 2'000) });
+    EXPECT_TRUE(hasSyncedAll());
+}
+
+TEST_F(PowerLossTest, fetchOfLargeFiles_cutAfterEachStep_nextFetchIsWhole)
+{
+    cutFetchesOf({ file(u"run.raw"_s, largeFile), webFile(u"run.raw"_s, largeFile) });
+}
+
+// The bytes that were waited for stay, and holes behind them do not.
+TEST_F(PowerLossTest, fetchThatBrokeOff_cutAfterEachStep_nextFetchIsWhole)
+{
+    const CutResource resource = file(u"run.raw"_s, hugeFile);
+    cut({ resource }, { retrieveInPart(resource), retrieve(resource) });
+}
+
+TEST_F(PowerLossTest, fetchFromAServerThatBrokeOff_cutAfterEachStep_nextFetchIsWhole)
+{
+    const CutResource resource = webFile(u"run.raw"_s, hugeFile);
+    cut({ resource }, { retrieveInPart(resource), retrieve(resource) });
+}
+
+TEST_F(PowerLossTest, fetchOfAWebFolder_cutAfterEachStep_nextFetchIsWhole)
+{
+    cutFetchesOf({ webFolder(u"run.d"_s, { { u"a"_s, 5'000 }, { u"b/c"_s, largeFile } }) });
+    EXPECT_FALSE(hasSyncedAll());
+}
+
+TEST_F(PowerLossTest, fetchOfManyWebFiles_cutAfterEachStep_eachReadyRowHasAllOfItsData)
+{
+    QMap<QString, int> sizes;
+    for (const QString &name : names(manyFiles))
+        sizes.insert(name, 2'000);
+    cutFetchesOf({ webFolder(u"run.d"_s, sizes) });
+    EXPECT_TRUE(hasSyncedAll());
+}
+
+TEST_F(PowerLossTest, fetchOverOtherData_cutAfterEachStep_eachReadyRowHasAllOfItsData)
+{
+    const CutResource other = folder(u"old/run.d"_s, { u"a"_s, u"more"_s }, 3'000);
+    const CutResource fetched = folder(u"new/run.d"_s, { u"a"_s, u"b"_s }, 5'000);
+    const CutResource otherFile = file(u"old/run.raw"_s, 3'000);
+    const CutResource fetchedFile = file(u"new/run.raw"_s, 5'000);
+    const QString over = u"retrieveOver %1 %2"_s;
+    cut({ fetched, fetchedFile },
+        { over.arg(other.source, fetched.reference),
+          over.arg(otherFile.source, fetchedFile.reference) });
+    EXPECT_TRUE(hasExchanged());
+}
+
+TEST_F(PowerLossTest, fetchOverOtherDataWithoutExchange_cutAfterEachStep_rowsAreWhole)
+{
+    const CutResource other = folder(u"old/run.d"_s, { u"a"_s, u"more"_s }, 3'000);
+    const CutResource fetched = folder(u"new/run.d"_s, { u"a"_s, u"b"_s }, 5'000);
+    cut({ fetched },
+        { u"refuseExchanges"_s, u"retrieveOver %1 %2"_s.arg(other.source, fetched.reference) });
+    EXPECT_TRUE(hasMade(u"/.replaced-"_s));
+}
+
+TEST_F(PowerLossTest, fetchFromAnotherVolume_cutAfterEachStep_eachReadyRowHasAllOfItsData)
+{
+    const CutResource fetched = folder(u"run.d"_s, { u"a"_s, u"b/c"_s }, 5'000);
+    const CutResource fetchedFile = file(u"run.raw"_s, 5'000);
+    cut({ fetched, fetchedFile }, { u"refuseMoves"_s, retrieve(fetched), retrieve(fetchedFile) });
+    EXPECT_TRUE(hasMade(u"/.incoming-"_s));
+}
+
+TEST_F(PowerLossTest, fetchOfAContainer_cutAfterEachStep_sampleOfEachReadyRowIsThere)
+{
+    cutFetchesOf({ container(u"container"_s) });
+    EXPECT_TRUE(hasMade(u"/Cache/zacq/"_s));
 }
 
 TEST_F(PowerLossTest, purgeAndFetchAgain_cutAfterEachStep_noReadyRowHasAPartOfItsData)
 {
-    m_isDataRemoved = true;
-    writeFile(share(u"run.d/a"_s), content(5'000));
-    writeFile(share(u"run.d/b"_s), content(5'000));
-    const QString reference = u"share:"_s + share(u"run.d"_s);
-    const QString retrieve = u"retrieve "_s + reference;
-    cutEverywhere(record({ retrieve, u"purge"_s, retrieve, u"purge"_s }), { reference });
+    const CutResource resource = folder(u"run.d"_s, { u"a"_s, u"b"_s }, 5'000);
+    cut({ resource }, { retrieve(resource), u"purge"_s, retrieve(resource), u"purge"_s });
 }
