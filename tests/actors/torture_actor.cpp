@@ -4,8 +4,8 @@
 ///
 /// It says "ready", then obeys lines "ID COMMAND ARGUMENT..." and answers each with "ID ANSWER", a
 /// fetch when it has ended. The commands are the names of TortureActor::commands(). What a resource
-/// looks like is answered as "whole VERSION PATH", "torn BYTES PATH" or "gone - PATH". Resources
-/// whose names start with "s" are files of SHARE_DIR, the others are made by TortureScheme.
+/// looks like is answered as "whole VERSION PATH", "torn - PATH" or "gone - PATH". Resources whose
+/// names start with "r" are made by TortureScheme, the others are files and folders of SHARE_DIR.
 
 #include "Actor.h"
 #include "LineServer.h"
@@ -16,7 +16,6 @@
 #include "TortureScheme.h"
 
 #include <QCoreApplication>
-#include <QFile>
 #include <QHash>
 #include <QMap>
 
@@ -41,7 +40,7 @@ ResourceCache *cache()
 QString key(const QString &name)
 {
     const QString share = QCoreApplication::arguments().at(3);
-    return name.startsWith(u's') ? u"share:"_s + share + u'/' + name : u"torture:"_s + name;
+    return name.startsWith(u'r') ? u"torture:"_s + name : u"share:"_s + share + u'/' + name;
 }
 
 QString nameOf(const HandlerPointer &handler)
@@ -53,13 +52,10 @@ QString nameOf(const HandlerPointer &handler)
 QString look(const HandlerPointer &handler)
 {
     const QString path = handler->expectedPath().value();
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return u"gone - "_s + path;
-    const QByteArray bytes = file.readAll();
-    const int version = versionIn(bytes, nameOf(handler));
-    return version > 0 ? u"whole %1 %2"_s.arg(QString::number(version), path)
-                       : u"torn %1 %2"_s.arg(QString::number(bytes.size()), path);
+    const int version = versionAt(path, nameOf(handler));
+    if (version > 0)
+        return u"whole %1 %2"_s.arg(QString::number(version), path);
+    return (version == nothingThere ? u"gone - "_s : u"torn - "_s) + path;
 }
 
 class TortureActor
@@ -94,7 +90,7 @@ private:
     std::map<QString, Flight> flights;
     /// Handlers made before the cache was closed hold nothing in it.
     int opening = 0;
-    ResourceCacheSizes sizes { 1'000'000, 2'000'000 };
+    ResourceCacheSizes sizes { 10'000'000, 20'000'000 };
     QMap<QString, std::function<QString(const Words &)>> commands;
 };
 
@@ -277,7 +273,7 @@ int main(int argc, char **argv)
     zel::registerResourceSchemes();
     zel::ResourceManagerSettings settings;
     settings.cachePath.setBaseDirPath(arguments.at(2));
-    settings.sizes = { 1'000'000, 2'000'000 };
+    settings.sizes = { 10'000'000, 20'000'000 };
     zel::ResourceManager::overrideDefaultSettings(settings);
     const bool isOpen = zel::ResourceManager::cache()->isOpen();
     zel::test::TortureActor actor;

@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <memory>
+#include <optional>
 
 namespace zel::test {
 
@@ -23,6 +24,23 @@ struct Flight
     int opening = 0;
     bool mayFail = false; ///< its source fails, or it was cancelled
     bool isVoid = false; ///< something befell it after which it may find nothing
+};
+
+/// A command that has not been answered. Until then what it does may have happened or not.
+struct Errand
+{
+    enum class Kind {
+        Other, ///< nothing that anybody holds depends on it
+        Release,
+        Outdated, ///< removes copies of older versions, whoever holds them
+        Opening, ///< its program may be registered in either cache, or in none
+    };
+
+    QString command;
+    Kind kind = Kind::Other;
+    QString name = {}; ///< of the resource, if it is about one
+    bool mayFail = false;
+    int id = 0;
 };
 
 /// One of the programs, and what the model knows of it.
@@ -43,10 +61,12 @@ struct Player
     bool isGhost = false;
     QMap<QString, Hold> holds;
     QMap<int, Flight> flights;
+    std::optional<Errand> errand; ///< until it is answered, it is given nothing else to do
     QMap<int, QString> answers;
     QString lastCommand;
 
     bool isStopped() const { return stoppedUntil >= 0; }
+    bool isOn(Errand::Kind kind) const { return errand && errand->kind == kind; }
     bool isRegistered() const { return process && isOpen && !isGhost; }
 };
 

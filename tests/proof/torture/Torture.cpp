@@ -7,6 +7,8 @@
 #include <QDeadlineTimer>
 #include <QThread>
 
+#include <utility>
+
 namespace zel::test {
 
 using namespace Qt::Literals::StringLiterals;
@@ -17,7 +19,7 @@ namespace {
 constexpr int playerCount = 8;
 constexpr int stepsBetweenRests = 250;
 /// Nothing here takes so long, but for what waits for a program that stands still with the lock.
-constexpr auto patience = 2s;
+constexpr auto patience = 1s;
 constexpr auto limit = 60s;
 
 } // namespace
@@ -29,8 +31,10 @@ Torture::Torture(std::uint32_t seed)
 {
     for (std::size_t base = 0; base < bases.size(); ++base)
         bases[base] = std::make_unique<TemporaryCache>();
-    for (const QString &name : sharedNames())
-        writeFile(shareDir() + u'/' + name, contentOf(name, 1));
+    for (const QString &name : sharedNames()) {
+        for (const QString &file : isFolderName(name) ? filesOf(name) : QStringList(name))
+            writeFile(shareDir() + u'/' + file, contentOf(file, 1));
+    }
     for (int number = 0; number < playerCount; ++number) {
         players[std::size_t(number)].number = number;
         start(players[std::size_t(number)], number % int(bases.size()), 1);
@@ -118,8 +122,7 @@ void Torture::leave(Player &player)
 
 void Torture::open(Player &player)
 {
-    demand(player, u"open"_s);
-    opened(player);
+    order(player, { .command = u"open"_s, .kind = Errand::Kind::Opening });
 }
 
 void Torture::goOn(Player &player)
@@ -169,19 +172,29 @@ void Torture::demand(Player &player, const QString &command)
 
 QString Torture::await(Player &player, int id)
 {
+    awaitUntil(player, [&] { return player.answers.contains(id); });
+    return player.answers.take(id);
+}
+
+void Torture::awaitErrand(Player &player)
+{
+    awaitUntil(player, [&] { return !player.errand; });
+}
+
+void Torture::awaitUntil(Player &player, const std::function<bool()> &isDone)
+{
     const QDeadlineTimer impatient(patience);
     const QDeadlineTimer deadline(limit);
-    while (!player.answers.contains(id) && !deadline.hasExpired()) {
+    while (!isDone() && !deadline.hasExpired()) {
         readAll();
         // Who stands still may do so with the lock, and so stop everybody.
         if (impatient.hasExpired())
             goOnAll();
-        if (!player.answers.contains(id))
+        if (!isDone())
             QThread::usleep(200);
     }
-    if (!player.answers.contains(id))
+    if (!isDone())
         violation(u"player %1 hangs"_s.arg(player.number));
-    return player.answers.take(id);
 }
 
 void Torture::readAll()
@@ -200,6 +213,8 @@ void Torture::read(Player &player)
             note(player, line);
         else if (const int id = line.section(u' ', 0, 0).toInt(); player.flights.contains(id))
             land(player, id, line.section(u' ', 1));
+        else if (player.errand && player.errand->id == id)
+            finishErrand(player, line.section(u' ', 1));
         else
             player.answers.insert(id, id > 0 ? line.section(u' ', 1) : line);
     }
@@ -219,13 +234,31 @@ void Torture::land(Player &player, int id, const QString &answer)
         return;
     if (what == u"whole"_s) {
         const Hold hold { answer.section(u' ', 1, 1).toInt(), answer.section(u' ', 2) };
-        if (player.isRegistered())
+        const bool isLetGo
+            = player.isOn(Errand::Kind::Release) && player.errand->name == flight.name;
+        if (player.isRegistered() && !isLetGo)
             player.holds.insert(flight.name, hold);
         return;
     }
     refresh(player);
     if (!player.isGhost && !(what == u"error"_s && flight.mayFail))
         violation(told());
+}
+
+void Torture::finishErrand(Player &player, const QString &answer)
+{
+    const Errand errand = *std::exchange(player.errand, std::nullopt);
+    if (answer != u"ok"_s && !errand.mayFail) {
+        violation(u"player %1 could not %2: %3"_s.arg(player.number).arg(errand.command, answer));
+    }
+    if (errand.kind == Errand::Kind::Outdated)
+        forgetOutdated(player);
+    if (errand.kind != Errand::Kind::Opening)
+        return;
+    // It may have been stopped, or the clock may have been set, since it was registered.
+    const bool wasSuspect = player.isSuspect;
+    opened(player);
+    player.isSuspect = wasSuspect;
 }
 
 void Torture::note(const Player &player, const QString &line)

@@ -12,6 +12,7 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <random>
 #include <vector>
@@ -39,6 +40,8 @@ public:
         qint64 fetches = 0; ///< begun
         qint64 kills = 0;
         qint64 stops = 0;
+        qint64 overlaps = 0; ///< commands given while others had not been answered
+        qint64 cuts = 0; ///< kills and stops amid a command that was not a fetch
         qint64 clockSteps = 0;
         qint64 moves = 0;
         qint64 takeOvers = 0; ///< fetches begun after that of a program that was gone
@@ -69,6 +72,9 @@ private:
     static QStringList sharedNames();
     static const std::vector<Choice> &choices();
     void operate();
+    /// Gives a command, and waits for its answer or not, or kills or stops who works at it.
+    void order(Player &player, Errand errand);
+    void strike(Player &player);
     void fetch(Player &player, const QString &name, std::uint32_t parameter);
     void use(Player &player, const QString &name, std::uint32_t parameter);
     void release(Player &player, const QString &name, std::uint32_t parameter);
@@ -99,19 +105,28 @@ private:
     void goOnAll();
     /// Sets back when these clients have last been heard of.
     void age(int base, const QString &clients, const QList<QVariant> &values, qint64 milliseconds);
+    /// By more than a client may be silent.
+    void ageProcess(Player &player);
     int send(Player &player, const QString &command);
     QString ask(Player &player, const QString &command);
     /// The same for what must succeed.
     void demand(Player &player, const QString &command);
     QString await(Player &player, int id);
+    void awaitErrand(Player &player);
+    void awaitUntil(Player &player, const std::function<bool()> &isDone);
     void read(Player &player);
     void readAll();
     void land(Player &player, int id, const QString &answer);
+    void finishErrand(Player &player, const QString &answer);
     void note(const Player &player, const QString &line);
 
     // The model looks: TortureChecks.cpp
     void check();
     void checkHolds(Player &player);
+    /// Who has it removes what is outdated to it, on purpose, and may have done so already.
+    bool isPurged(int base, const QString &name) const;
+    void forgetOutdated(const Player &purger);
+    void forgetOutdated();
     /// Two that fetch one resource at a time must not both be alive.
     void checkFetches();
     void begin(const Event &event);
@@ -145,8 +160,9 @@ private:
     QList<Event> events;
     QMap<QString, QList<Event>> begun; ///< fetches that have not ended, by path
     QSet<QString> lateFetches; ///< paths of those that ended when nobody counted on them
-    QHash<QString, QByteArray> contents;
+    QHash<QString, QString> intact; ///< traces of what has been read as a whole, by path
     Figures counted;
+    std::uint32_t manner = 0; ///< in which this step's command is given
     int step = 0;
     int lastId = 0;
     int lastOpening = 0;

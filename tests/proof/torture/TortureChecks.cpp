@@ -6,11 +6,14 @@
 
 #include <QDateTime>
 #include <QDeadlineTimer>
+#include <QDir>
 #include <QFile>
 #include <QThread>
 
 #include <algorithm>
 #include <chrono>
+
+#include <sys/stat.h>
 
 namespace zel::test {
 
@@ -25,6 +28,7 @@ using Exception = CacheInvariants::Exception;
 constexpr std::chrono::milliseconds surelyAlive = 20s;
 /// What a waiter needs at most: half a minute and the next ping.
 constexpr auto limitOfFetches = 90s;
+constexpr qint64 looksBetweenReadings = 20;
 /// Far more than all steps of the clock together.
 constexpr qint64 longAgo = 1'000'000'000;
 
@@ -35,12 +39,33 @@ QString nameIn(const QString &reference)
 
 QString wrongContent(const QString &reference, const QString &path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return u"cannot be read"_s;
-    const QByteArray bytes = file.readAll();
-    const bool isWhole = versionIn(bytes, nameIn(reference)) > 0;
-    return isWhole ? QString() : u"%1 bytes that are not all"_s.arg(bytes.size());
+    return versionAt(path, nameIn(reference)) > 0 ? QString() : u"not all, or more"_s;
+}
+
+/// Tells whether anything was written to what is there, or something else stands there.
+QString tracesOf(const QString &path)
+{
+    struct stat entry
+    {
+    };
+    if (::stat(QFile::encodeName(path), &entry) != 0)
+        return u"none"_s;
+    QString traces = u"%1 %2 %3.%4;"_s.arg(entry.st_ino)
+                         .arg(entry.st_size)
+                         .arg(entry.st_mtim.tv_sec)
+                         .arg(entry.st_mtim.tv_nsec);
+    if (!S_ISDIR(entry.st_mode))
+        return traces;
+    const auto all = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+    for (const QString &name : QDir(path).entryList(all, QDir::Name))
+        traces += name + u' ' + tracesOf(path + u'/' + name);
+    return traces;
+}
+
+/// The others have one version, whoever fetches them.
+bool isVersioned(const QString &name)
+{
+    return name.startsWith(u'r');
 }
 
 } // namespace
@@ -52,6 +77,7 @@ void Torture::check()
             refresh(player);
     }
     checkFetches();
+    forgetOutdated();
     for (Player &player : players)
         checkHolds(player);
     checkSums();
@@ -144,6 +170,9 @@ void Torture::checkHolds(Player &player)
             player.holds.remove(hold.key());
             continue;
         }
+        forgetOutdated();
+        if (!player.holds.contains(hold.key()))
+            continue;
         violation(u"player %1 has lost what it holds: %2 version %3 at %4; the row says %5"_s.arg(
             QString::number(player.number), hold.key(), QString::number(hold->version), hold->path,
             rowOf(player.base, hold.key())));
@@ -165,13 +194,54 @@ QString Torture::rowOf(int base, const QString &name)
         .join(u' ');
 }
 
+bool Torture::isPurged(int base, const QString &name) const
+{
+    return isVersioned(name)
+        && std::any_of(players.begin(), players.end(), [base](const Player &player) {
+               return player.isOn(Errand::Kind::Outdated) && player.base == base
+                   && player.version > 1;
+           });
+}
+
+void Torture::forgetOutdated()
+{
+    readAll();
+    for (const Player &player : players) {
+        if (player.isOn(Errand::Kind::Outdated))
+            forgetOutdated(player);
+    }
+}
+
+void Torture::forgetOutdated(const Player &purger)
+{
+    // What was fetched late may be newer than its row says.
+    const QStringList outdated = database(purger.base)
+                                     .column(u"SELECT cachedPath FROM CachedResources "
+                                             "WHERE CAST(version AS INTEGER) < ?"_s,
+                                             { purger.version });
+    for (Player &other : players) {
+        if (other.base != purger.base)
+            continue;
+        other.holds.removeIf([&](const auto &hold) {
+            const Hold &held = hold.value();
+            return isVersioned(hold.key())
+                && (held.version < purger.version || outdated.contains(held.path)
+                    || isFetchedLate(held.path));
+        });
+        for (Flight &flight : other.flights)
+            flight.isVoid = flight.isVoid || (purger.version > 1 && isVersioned(flight.name));
+    }
+}
+
+/// What has been read, and is still the same to the file system, is read again now and then only.
 bool Torture::isIntact(const QString &name, const Hold &hold)
 {
-    QByteArray &content = contents[u"%1 %2"_s.arg(name).arg(hold.version)];
-    if (content.isEmpty())
-        content = contentOf(name, hold.version);
-    QFile file(hold.path);
-    return file.open(QIODevice::ReadOnly) && file.readAll() == content;
+    const QString traces = u"%1 %2"_s.arg(hold.version).arg(tracesOf(hold.path));
+    if (intact.value(hold.path) == traces && counted.looks % looksBetweenReadings != 0)
+        return true;
+    const bool isWhole = versionAt(hold.path, name) == hold.version;
+    intact.insert(hold.path, isWhole ? traces : QString());
+    return isWhole;
 }
 
 bool Torture::isFetchedLate(const QString &path)
@@ -186,9 +256,7 @@ bool Torture::isFetchedLate(const QString &path)
 /// have: the same data, but for programs of another version.
 bool Torture::isReplaced(const QString &name, const Hold &hold)
 {
-    QFile file(hold.path);
-    return isFetchedLate(hold.path) && file.open(QIODevice::ReadOnly)
-        && versionIn(file.readAll(), name) > 0;
+    return isFetchedLate(hold.path) && versionAt(hold.path, name) > 0;
 }
 
 void Torture::checkSums()
@@ -206,6 +274,9 @@ void Torture::checkSums()
 void Torture::settle()
 {
     goOnAll();
+    manner = 0; // everything is waited for
+    for (Player &player : players)
+        awaitErrand(player);
     letTheDeadGrowOld();
 
     awaitFetches();
@@ -323,9 +394,9 @@ QString Torture::states() const
                               player.isSuspect ? u" suspect"_s : QString(),
                               player.isGhost ? u" ghost"_s : QString(),
                               player.isOpen ? QString() : u" closed"_s)
-                     + u", last: %1, holds %2, fetches %3"_s.arg(
-                         player.lastCommand, QStringList(player.holds.keys()).join(u','),
-                         flights.join(u',')));
+                     + u", last: %1%2, holds %3, fetches %4"_s.arg(
+                         player.lastCommand, player.errand ? u" (unanswered)"_s : QString(),
+                         QStringList(player.holds.keys()).join(u','), flights.join(u',')));
     }
     return lines.join(u'\n');
 }

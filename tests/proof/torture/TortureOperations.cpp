@@ -1,6 +1,9 @@
 #include "Torture.h"
 
+#include <QThread>
+
 #include <algorithm>
+#include <array>
 #include <numeric>
 
 namespace zel::test {
@@ -9,14 +12,29 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr std::uint32_t ownNames = 20; ///< of the slow scheme
-constexpr std::uint32_t allNames = 25; ///< the others are files that the library's scheme copies
+/// How many names there are of each kind: those of the slow scheme, and the files, large files and
+/// folders that the library's scheme copies.
+struct Kind
+{
+    char letter;
+    std::uint32_t count;
+};
+constexpr std::array<Kind, 4> kinds { { { 'r', 18 }, { 's', 3 }, { 'b', 3 }, { 'd', 4 } } };
+constexpr std::uint32_t allNames = 28;
+/// Of as many ways to give a command, in how many its answer is awaited, and it is struck.
+constexpr std::uint32_t manners = 16;
+constexpr std::uint32_t waits = 5;
+constexpr std::uint32_t strikes = 2;
+constexpr std::uint32_t longestDelay = 20'000; ///< microseconds
 /// More than a client may be silent.
 constexpr qint64 tooLong = 31'000;
 
 QString nameOf(std::uint32_t number)
 {
-    return (number < ownNames ? u"r%1"_s : u"s%1"_s).arg(number);
+    auto kind = kinds.begin();
+    for (; number >= kind->count; ++kind)
+        number -= kind->count;
+    return QLatin1Char(kind->letter) + QString::number(number);
 }
 
 } // namespace
@@ -24,7 +42,7 @@ QString nameOf(std::uint32_t number)
 QStringList Torture::sharedNames()
 {
     QStringList names;
-    for (std::uint32_t number = ownNames; number < allNames; ++number)
+    for (std::uint32_t number = kinds.front().count; number < allNames; ++number)
         names.append(nameOf(number));
     return names;
 }
@@ -49,6 +67,7 @@ void Torture::operate()
     Player &player = players[engine() % players.size()];
     const QString name = nameOf(engine() % allNames);
     const std::uint32_t parameter = engine();
+    manner = engine();
     const int weights
         = std::accumulate(choices().begin(), choices().end(), 0,
                           [](int sum, const Choice &choice) { return sum + choice.weight; });
@@ -62,14 +81,40 @@ void Torture::operate()
             goOn(stopped);
     }
     ++counted.operations;
+    const bool isBlow = choice->operation == &Torture::kill
+        || (choice->operation == &Torture::stop && !player.isStopped());
     if (!player.process)
         start(player, int(parameter % 2), 1 + int(parameter / 2 % 2));
-    else if (player.isStopped() && choice->operation != &Torture::kill)
+    else if ((player.isStopped() || player.errand) && !isBlow)
         return;
-    else if (!player.isOpen)
+    else if (!player.isOpen && !player.errand)
         open(player);
     else
         (this->*choice->operation)(player, name, parameter);
+}
+
+void Torture::order(Player &player, Errand errand)
+{
+    const bool isBeside = std::any_of(players.begin(), players.end(),
+                                      [](const Player &other) { return other.errand.has_value(); });
+    counted.overlaps += isBeside ? 1 : 0;
+    errand.id = send(player, errand.command);
+    player.errand = errand;
+    if (manner % manners < waits)
+        awaitErrand(player);
+    else if (manner % manners >= manners - strikes)
+        strike(player);
+}
+
+/// Most commands take a millisecond or two, some take long.
+void Torture::strike(Player &player)
+{
+    const std::uint32_t drawn = manner / manners;
+    QThread::usleep((drawn / 4 % longestDelay) >> (drawn % 4 * 2));
+    if (manner % manners == manners - 1)
+        kill(player, {}, drawn);
+    else
+        stop(player, {}, drawn);
 }
 
 void Torture::fetch(Player &player, const QString &name, std::uint32_t parameter)
@@ -77,7 +122,8 @@ void Torture::fetch(Player &player, const QString &name, std::uint32_t parameter
     const int milliseconds = parameter % 4 == 0 ? 0 : int(parameter / 4 % 400);
     const bool fails = parameter % 13 == 0;
     player.lastCommand = u"fetch "_s + name;
-    player.flights.insert(lastId + 1, { name, player.opening, fails, player.isGhost });
+    const bool isVoid = player.isGhost || isPurged(player.base, name);
+    player.flights.insert(lastId + 1, { name, player.opening, fails, isVoid });
     send(player,
          u"fetch %1 %2 %3 %4"_s.arg(name, QString::number(milliseconds),
                                     QString::number(int(fails)), QString::number(player.opening)));
@@ -86,20 +132,21 @@ void Torture::fetch(Player &player, const QString &name, std::uint32_t parameter
 void Torture::use(Player &player, const QString &name, std::uint32_t)
 {
     // It looks at the data that is there, and holds it like one that has fetched it.
+    const bool isVoid = isPurged(player.base, name);
     const QString answer = ask(player, u"use "_s + name);
     refresh(player);
     const QString what = answer.section(u' ', 0, 0);
-    if (what == u"torn"_s || what == u"error"_s)
+    const bool isLost = what == u"gone"_s && !isVoid && !player.isGhost;
+    if (what == u"torn"_s || what == u"error"_s || isLost)
         violation(u"player %1 uses %2: %3"_s.arg(player.number).arg(name, answer));
-    if (what == u"whole"_s && player.isRegistered())
+    if (what == u"whole"_s && !isVoid && player.isRegistered())
         player.holds.insert(name, { answer.section(u' ', 1, 1).toInt(), answer.section(u' ', 2) });
 }
 
 void Torture::release(Player &player, const QString &name, std::uint32_t)
 {
     player.holds.remove(name);
-    demand(player, u"release "_s + name);
-    player.holds.remove(name); // a fetch may have ended just before
+    order(player, { u"release "_s + name, Errand::Kind::Release, name });
 }
 
 void Torture::cancel(Player &player, const QString &name, std::uint32_t)
@@ -113,55 +160,43 @@ void Torture::cancel(Player &player, const QString &name, std::uint32_t)
 
 void Torture::resize(Player &player, const QString &, std::uint32_t parameter)
 {
-    const int optimal = int(parameter % 1'500'000);
-    demand(player, u"sizes %1 %2"_s.arg(optimal).arg(optimal + int(parameter / 7 % 500'000)));
+    const int optimal = int(parameter % 15'000'000);
+    const int maximum = optimal + int(parameter / 7 % 5'000'000);
+    order(player, { .command = u"sizes %1 %2"_s.arg(optimal).arg(maximum) });
 }
 
 void Torture::purge(Player &player, const QString &, std::uint32_t parameter)
 {
-    demand(player, u"purge %1"_s.arg(parameter % 2'000'000));
+    order(player, { .command = u"purge %1"_s.arg(parameter % 20'000'000) });
 }
 
 void Torture::purgeOutdated(Player &player, const QString &, std::uint32_t)
 {
-    // It removes older copies whoever uses them, on purpose. What was fetched late may be newer
-    // than its row says.
-    const QStringList outdated = database(player.base)
-                                     .column(u"SELECT cachedPath FROM CachedResources "
-                                             "WHERE CAST(version AS INTEGER) < ?"_s,
-                                             { player.version });
-    for (Player &other : players) {
-        if (other.base != player.base)
-            continue;
-        other.holds.removeIf([&](const auto &hold) {
-            const Hold &held = hold.value();
-            return held.version < player.version || outdated.contains(held.path)
-                || isFetchedLate(held.path);
-        });
-        for (Flight &flight : other.flights)
-            flight.isVoid = flight.isVoid || player.version > 1;
-    }
-    demand(player, u"outdated"_s);
+    forgetOutdated(player);
+    order(player, { .command = u"outdated"_s, .kind = Errand::Kind::Outdated });
 }
 
 void Torture::recount(Player &player, const QString &, std::uint32_t)
 {
-    demand(player, u"recount"_s);
+    order(player, { .command = u"recount"_s });
 }
 
 void Torture::recountOne(Player &player, const QString &name, std::uint32_t)
 {
-    ask(player, u"recountOne "_s + name); // fails for what is not here
+    // Fails for what is not here.
+    order(player, { .command = u"recountOne "_s + name, .mayFail = true });
 }
 
 void Torture::rebuild(Player &player, const QString &, std::uint32_t)
 {
-    demand(player, u"rebuild"_s);
+    order(player, { .command = u"rebuild"_s });
 }
 
 void Torture::changePolicy(Player &player, const QString &name, std::uint32_t parameter)
 {
-    ask(player, u"policy %1 %2"_s.arg(name).arg(1 + parameter % 3)); // fails for what is unknown
+    // Fails for what is unknown.
+    const int policy = 1 + int(parameter % 3);
+    order(player, { .command = u"policy %1 %2"_s.arg(name).arg(policy), .mayFail = true });
 }
 
 void Torture::restrict(Player &player, const QString &, std::uint32_t parameter)
@@ -178,7 +213,7 @@ void Torture::reopen(Player &player, const QString &, std::uint32_t)
 void Torture::close(Player &player, const QString &, std::uint32_t)
 {
     leave(player);
-    demand(player, u"close"_s);
+    order(player, { .command = u"close"_s });
 }
 
 void Torture::move(Player &player, const QString &, std::uint32_t)
@@ -186,24 +221,24 @@ void Torture::move(Player &player, const QString &, std::uint32_t)
     ++counted.moves;
     leave(player);
     player.base = 1 - player.base;
-    demand(player, u"move "_s + baseDir(player.base));
-    opened(player);
+    order(player, { .command = u"move "_s + baseDir(player.base), .kind = Errand::Kind::Opening });
 }
 
 void Torture::kill(Player &player, const QString &, std::uint32_t parameter)
 {
     ++counted.kills;
-    const qint64 processId = player.process->pid();
     player.process->kill();
     read(player); // what it had said before it died was true
+    counted.cuts += player.errand ? 1 : 0;
+    // As if it had died half a minute ago; otherwise the others wait for that.
+    if (parameter % 4 != 0)
+        ageProcess(player);
     leave(player);
     player.flights.clear();
+    player.errand.reset();
     player.stoppedUntil = -1;
     player.process.reset();
     player.lastCommand = u"(killed)"_s;
-    // As if it had died half a minute ago; otherwise the others wait for that.
-    if (parameter % 4 != 0)
-        age(player.base, u"processId = ?"_s, { processId }, tooLong);
 }
 
 void Torture::stop(Player &player, const QString &, std::uint32_t parameter)
@@ -212,23 +247,37 @@ void Torture::stop(Player &player, const QString &, std::uint32_t parameter)
     player.isSuspect = true;
     player.process->stop();
     player.stoppedUntil = step + 5 + int(parameter % 40);
+    read(player);
+    counted.cuts += player.errand ? 1 : 0;
     if (parameter % 2 != 0)
-        age(player.base, u"id = ?"_s, { player.clientId }, tooLong);
+        ageProcess(player);
 }
 
 void Torture::silence(Player &player, const QString &, std::uint32_t)
 {
     player.isSuspect = true;
-    age(player.base, u"id = ?"_s, { player.clientId }, tooLong);
+    ageProcess(player);
 }
 
 void Torture::stepClock(Player &player, const QString &, std::uint32_t parameter)
 {
     ++counted.clockSteps;
     const bool isForward = parameter % 2 == 0;
-    for (Player &other : players)
-        other.isSuspect = other.isSuspect || (isForward && other.base == player.base);
+    for (Player &other : players) {
+        const bool isMeant = other.base == player.base || other.isOn(Errand::Kind::Opening);
+        other.isSuspect = other.isSuspect || (isForward && isMeant);
+    }
     age(player.base, u"TRUE"_s, {}, isForward ? tooLong : -tooLong);
+}
+
+/// In whichever cache it is.
+void Torture::ageProcess(Player &player)
+{
+    const bool isAnywhere = player.isOn(Errand::Kind::Opening);
+    for (int base = 0; base < int(bases.size()); ++base) {
+        if (base == player.base || isAnywhere)
+            age(base, u"processId = ?"_s, { player.process->pid() }, tooLong);
+    }
 }
 
 } // namespace zel::test

@@ -18,6 +18,8 @@ void record(const Torture::Figures &figures)
     recordFigure(u"looks at held data"_s, figures.looks);
     recordFigure(u"kills"_s, figures.kills);
     recordFigure(u"stops"_s, figures.stops);
+    recordFigure(u"commands at a time"_s, figures.overlaps);
+    recordFigure(u"commands cut"_s, figures.cuts);
     recordFigure(u"clock steps"_s, figures.clockSteps);
     recordFigure(u"cache moves"_s, figures.moves);
     recordFigure(u"taken for dead alive"_s, figures.ghosts);
@@ -45,4 +47,11 @@ TEST(TortureTest, cache_programsDoAnythingAndDie_nothingHeldIsLost)
     EXPECT_EQ(torture.figures().violations, 0);
     EXPECT_GT(torture.figures().operations, 0);
     EXPECT_GT(torture.figures().kills, 0);
+    EXPECT_GT(torture.figures().looks, 0);
+    if (!isLongProof())
+        return; // the others need their time
+    EXPECT_GT(torture.figures().takeOvers, 0);
+    EXPECT_GT(torture.figures().ghosts, 0);
+    EXPECT_GT(torture.figures().overlaps, 0);
+    EXPECT_GT(torture.figures().cuts, 0);
 }
