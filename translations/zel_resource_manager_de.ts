@@ -445,6 +445,13 @@
     </message>
 </context>
 <context>
+    <name>zel::WholeCopy</name>
+    <message>
+        <source>%1 is there already.</source>
+        <translation>%1 ist schon da.</translation>
+    </message>
+</context>
+<context>
     <name>zel::db</name>
     <message>
         <source>Database is not open.</source>

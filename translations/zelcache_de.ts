@@ -1656,13 +1656,6 @@
     </message>
 </context>
 <context>
-    <name>zel::cli::WholeCopy</name>
-    <message>
-        <source>%1 is there already.</source>
-        <translation>%1 ist schon da.</translation>
-    </message>
-</context>
-<context>
     <name>zel::cli::WhyCommand</name>
     <message>
         <source>The cache does not know it.</source>

@@ -7,10 +7,11 @@
 #include "errors/Propagate.h"
 #include "files/FileUtils.h"
 #include "files/FileUtilsGeneric.h"
+#include "files/WholeCopy.h"
+#include "platform/FileSync.h"
 #include "tasks/RemoteResourceRetrievingTask.h"
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 
 namespace zel {
@@ -28,6 +29,8 @@ public:
     PathImpl<PathType::Unknown> localPath() const;
     std::optional<std::unique_ptr<Task>> retrieveTask();
     Error copyToLocalPath(const QString &source) const;
+    Error copyFile(const QString &source) const;
+    Error copyFolder(const QString &source) const;
     Error publish() const;
 
     RemoteResourceHandler *q;
@@ -96,15 +99,24 @@ std::optional<std::unique_ptr<Task>> RemoteResourceHandler::Private::retrieveTas
 
 Error RemoteResourceHandler::Private::copyToLocalPath(const QString &source) const
 {
-    const QString target = localPath();
-    if (QFileInfo(source).isFile()) {
-        if (QFile::copy(source, target))
-            return Error();
-        return ZEL_ERROR(ErrorCode::OperationFailed,
-                         tr("Copying a file to the cache location failed."));
-    }
+    const bool isFile = QFileInfo(source).isFile();
+    return ZEL_PASS(isFile ? copyFile(source) : copyFolder(source));
+}
 
+Error RemoteResourceHandler::Private::copyFile(const QString &source) const
+{
+    const Error failure = WholeCopy::copy(source, localPath());
+    if (!failure.hasError())
+        return {};
+    ZEL_DROP(failure); // the caller only learns that it is not there; the reason stands in the log
+    return ZEL_ERROR(ErrorCode::OperationFailed,
+                     tr("Copying a file to the cache location failed."));
+}
+
+Error RemoteResourceHandler::Private::copyFolder(const QString &source) const
+{
     Error error;
+    const QString target = localPath();
     ZEL_TRY(error, FileUtilsGeneric::mkPath(target));
     const FileUtils::CopyFilesOptions options(RecursionPolicy::Recursive,
                                               DuplicateFilesPolicy::Overwrite);
@@ -171,7 +183,13 @@ Result<PathImpl<PathType::Dir>> RemoteResourceHandler::createTargetDirectory()
 {
     Error error;
     const QString directory = QFileInfo(d->localPath()).dir().absolutePath();
+    // Whoever puts something into the folder brings its name to the disk with that. The folders
+    // around it are there for many resources, and nobody who finds one looks further.
+    const QString around = QFileInfo(directory).path();
+    const QStringList changed
+        = QFileInfo::exists(around) ? QStringList() : FileSync::foldersAround(around);
     ZEL_TRY(error, FileUtilsGeneric::mkPath(directory));
+    ZEL_TRY(error, FileSync::syncDirectories(changed));
     return PathImpl<PathType::Dir>(directory);
 }
 

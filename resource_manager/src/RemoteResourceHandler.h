@@ -26,10 +26,12 @@ public:
     bool isAvailableLocally() const override;
 
     /// Copies a local file or folder into the cache as this resource, and marks it Ready. Blocks
-    /// for the length of the copy. A file that is there already is not overwritten: code 1.
+    /// for the length of the copy. A file that is there already is not overwritten: code 1. A file
+    /// appears there as a whole; it and its names are on the disk before the resource is Ready.
     /// Must not run beside a retrieval of the same resource.
     Error addToCache(const PathImpl<PathType::Unknown> &source);
-    /// The same with the caller's own copy step, which puts the data at expectedPath().
+    /// The same with the caller's own copy step, which puts the data at expectedPath(), and on the
+    /// disk if it is to outlast a power cut: WholeCopy does both.
     Error addToCache(const std::function<Error()> &copier);
 
 protected:
@@ -57,7 +59,8 @@ protected:
 private:
     class Private;
 
-    /// The parent of localPath(), made if it is not there.
+    /// The parent of localPath(), made if it is not there. The names of the folders around it are
+    /// on the disk then.
     Result<PathImpl<PathType::Dir>> createTargetDirectory();
 
     const std::unique_ptr<Private> d;

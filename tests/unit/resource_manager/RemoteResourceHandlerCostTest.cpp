@@ -2,6 +2,7 @@
 
 #include "FileLooks.h"
 #include "FileSteps.h"
+#include "UnsyncedFolders.h"
 #include "WalFile.h"
 #include "support/ManagerTest.h"
 
@@ -56,6 +57,12 @@ protected:
         }
         return directory.outside(u"tree"_s);
     }
+    RemoteResourceHandlerCostTest() { makeSchemeFolder(); }
+
+    QString schemeFolder() const { return directory.dataDir() + u"/test"_s; }
+    /// Made by the first resource of its scheme.
+    void makeSchemeFolder() const { ASSERT_TRUE(QDir().mkpath(schemeFolder())); }
+
     void add(const QString &source)
     {
         ASSERT_TRUE(succeeds(remote->addToCache(PathImpl<PathType::Unknown>(source))));
@@ -75,13 +82,39 @@ TEST_F(RemoteResourceHandlerCostTest, addToCache_folder_waitsForTheDiskOnce)
     EXPECT_EQ(waits.forOneFile, 0);
 }
 
-TEST_F(RemoteResourceHandlerCostTest, addToCache_file_waitsForTheDiskOnce)
+// For its bytes, its name on the way and at its place, and the name of its folder.
+TEST_F(RemoteResourceHandlerCostTest, addToCache_file_waitsForItsBytesAndNames)
 {
     const QString file = makeFile();
     const DiskWaits waits;
     add(file);
     EXPECT_EQ(waits.forAll, 0);
-    EXPECT_EQ(waits.forOneFile, 1);
+    EXPECT_EQ(waits.forOneFile, 4);
+}
+
+TEST_F(RemoteResourceHandlerCostTest, addToCache_firstOfItsScheme_allNewFoldersAreOnTheDisk)
+{
+    for (const QString &source : { makeFile(), makeTree() }) {
+        ASSERT_TRUE(QDir(directory.dataDir()).removeRecursively());
+        const UnsyncedFolders folders(directory.baseDir().toStdString());
+        add(source);
+        EXPECT_EQ(folders.now(), std::set<std::string>());
+    }
+}
+
+TEST_F(RemoteResourceHandlerCostTest, addToCache_ownCopier_allNewFoldersButItsOwnAreOnTheDisk)
+{
+    ASSERT_TRUE(QDir(directory.dataDir()).removeRecursively());
+    const UnsyncedFolders folders(directory.baseDir().toStdString());
+    ASSERT_TRUE(succeeds(remote->addToCache([] { return Error(); })));
+    EXPECT_EQ(folders.now(), std::set<std::string> { (schemeFolder() + u"/a"_s).toStdString() });
+}
+
+TEST_F(RemoteResourceHandlerCostTest, retrieveTask_schemeHasItsFolder_waitsForNothing)
+{
+    const DiskWaits waits;
+    EXPECT_TRUE(remote->retrieveTask().has_value());
+    EXPECT_EQ(waits.forAll + waits.forOneFile, 0);
 }
 
 TEST_F(RemoteResourceHandlerCostTest, addToCache_folder_readsItOnceToCopyAndTheCopyOnceToCount)

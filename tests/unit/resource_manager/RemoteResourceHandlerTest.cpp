@@ -204,6 +204,29 @@ TEST_F(RemoteResourceHandlerTest, addToCache_fileOverAnExistingOne_failsAndKeeps
     EXPECT_EQ(database().status(key(u"a"_s)), u"Missing"_s);
 }
 
+TEST_F(RemoteResourceHandlerTest, addToCache_fileThatCannotTakeItsPlace_leavesNothingAndIsLogged)
+{
+    script(u"a"_s).cacheFileName = u"a/"_s + QString(300, u'x'); // longer than any name
+    const auto remote = handler(u"a"_s);
+    const LogCapture log;
+    EXPECT_TRUE(failsWith(remote->addToCache(UnknownPath(source(u"file"_s, "1"))),
+                          ErrorCode::OperationFailed,
+                          u"Copying a file to the cache location failed."_s));
+    EXPECT_FALSE(log.texts(QtWarningMsg).filter(QString(300, u'x')).isEmpty());
+    EXPECT_TRUE(QDir(directory.dataDir() + u"/test/a"_s)
+                    .isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
+}
+
+TEST_F(RemoteResourceHandlerTest, addToCache_remainsOfACopyThatWasKilled_areReplaced)
+{
+    const auto remote = handler(u"a"_s);
+    const QString remains = QFileInfo(pathOf(u"a"_s)).path() + u"/.adding-999999999-7-1"_s;
+    writeFile(remains, "half");
+    EXPECT_TRUE(succeeds(remote->addToCache(UnknownPath(source(u"file"_s, "whole")))));
+    EXPECT_EQ(readFile(pathOf(u"a"_s)), "whole");
+    EXPECT_FALSE(QFileInfo::exists(remains));
+}
+
 TEST_F(RemoteResourceHandlerTest, addToCache_folder_recordsTheSizeOfItsWholeContent)
 {
     writeFile(directory.outside(u"tree/one"_s), "12");

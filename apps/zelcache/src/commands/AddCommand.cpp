@@ -4,7 +4,7 @@
 #include "RemoteResourceHandler.h"
 #include "ResourceManager.h"
 #include "SignalWatch.h"
-#include "WholeCopy.h"
+#include "files/WholeCopy.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -51,7 +51,7 @@ Error addTo(const QSharedPointer<ResourceHandler> &handler, const QString &sourc
         const auto goesOn = [&signalWatch](qint64) {
             return signalWatch.receivedNow() == 0;
         };
-        const Error outcome = ZEL_PASS(copyWhole(path, target, goesOn));
+        const Error outcome = ZEL_PASS(WholeCopy::copy(path, target, goesOn));
         for (const QString &warning : outcome.warnings())
             context.output.warning(warning);
         return outcome;

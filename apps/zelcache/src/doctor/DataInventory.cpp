@@ -1,7 +1,7 @@
 #include "doctor/DataInventory.h"
 
-#include "WholeCopy.h"
 #include "doctor/AsideName.h"
+#include "files/WholeCopy.h"
 #include "staging/NeighbourName.h"
 
 #include <QCryptographicHash>
@@ -43,7 +43,7 @@ bool isRemains(const QByteArray &name)
     return name.startsWith(".leftover-") || AsideName::isOne(name)
         || NeighbourName::isOne({ name.constData(), std::size_t(name.size()) })
         || (name.startsWith(".zel-") && name.endsWith(".partial"))
-        || (isCopyOnItsWay(name) && !isCopyInProgress(name));
+        || (WholeCopy::isOnItsWay(name) && !WholeCopy::isInProgress(name));
 }
 
 } // namespace

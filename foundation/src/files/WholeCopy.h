@@ -1,0 +1,36 @@
+#pragma once
+
+#include "errors/Error.h"
+#include "platform/TreeCopy.h"
+
+#include <QByteArray>
+#include <QCoreApplication>
+#include <QString>
+
+namespace zel {
+
+/// Copies a file or folder to a place where nothing lies yet. It appears there as a whole, or not
+/// at all: a failure leaves nothing behind, and what a copy leaves beside the place that was killed
+/// goes with the next one to a place in that folder. What comes to the place meanwhile is not
+/// replaced. Threads: as many calls at once as you like.
+class ZEL_RESOURCE_MANAGER_EXPORT WholeCopy
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::WholeCopy)
+
+public:
+    /// After a success the data, its name and that of the folder around it are on the disk. The
+    /// folder has to be there.
+    ///
+    /// The failure names what could not be read or written, or the place that is taken; code 7 for
+    /// want of space, code 20 without a message if the progress was refused, else 1. A success has
+    /// warnings if links that lead out of the folder were left out.
+    static Error copy(const QString &source, const QString &target,
+                      const TreeCopy::Progress &progress = {});
+
+    /// Whether a file or folder of this name is what a copy makes on its way.
+    static bool isOnItsWay(const QByteArray &name);
+    /// Whether the program that makes this copy still runs.
+    static bool isInProgress(const QByteArray &name);
+};
+
+} // namespace zel

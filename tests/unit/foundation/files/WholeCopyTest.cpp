@@ -1,0 +1,192 @@
+#include "files/WholeCopy.h"
+
+#include "AsAnybody.h"
+#include "FailingStep.h"
+#include "SuddenDeath.h"
+#include "TemporaryCache.h"
+#include "UnsyncedFolders.h"
+#include "platform/ProcessIdentity.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QTemporaryDir>
+
+#include <cerrno>
+#include <functional>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace zel;
+using namespace zel::test;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// Somebody else puts something at the place at the last moment.
+class LateComer final : public FileStepWatcher
+{
+public:
+    LateComer(std::string place, std::function<void()> come)
+        : place(std::move(place))
+        , come(std::move(come))
+    {
+        watchFileSteps(this);
+    }
+    LateComer(const LateComer &) = delete;
+    LateComer &operator=(const LateComer &) = delete;
+    ~LateComer() override { watchFileSteps(nullptr); }
+
+private:
+    int before(const FileStep &step) override
+    {
+        if (step.kind == FileStep::Kind::Rename && newPathOf(step) == place)
+            come();
+        return 0;
+    }
+
+    const std::string place;
+    const std::function<void()> come;
+};
+
+class WholeCopyTest : public ::testing::Test
+{
+protected:
+    WholeCopyTest()
+    {
+        writeFile(at(u"source/a"_s), "a");
+        writeFile(at(u"source/deep/b"_s), "b");
+        EXPECT_TRUE(QDir().mkpath(at(u"place"_s)));
+    }
+    QString at(const QString &name) const { return directory.filePath(name); }
+    /// What is there now, hidden things too.
+    QStringList atThePlace() const
+    {
+        return QDir(at(u"place"_s))
+            .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+    }
+
+    /// Copies in a process of its own; false if that died at this step.
+    bool copyUntil(int step)
+    {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            dieAtFileStep(step);
+            ::_exit(WholeCopy::copy(at(u"source/a"_s), at(u"place/run.raw"_s)).hasError() ? 1 : 0);
+        }
+        int status = 0;
+        EXPECT_EQ(::waitpid(child, &status, 0), child);
+        EXPECT_TRUE(WIFSIGNALED(status) || WEXITSTATUS(status) == 0);
+        return !WIFSIGNALED(status);
+    }
+
+    QTemporaryDir directory;
+};
+
+} // namespace
+
+TEST_F(WholeCopyTest, copy_fileAndFolder_areThereWithNothingBeside)
+{
+    EXPECT_FALSE(WholeCopy::copy(at(u"source"_s), at(u"place/run.d"_s)).hasError());
+    EXPECT_FALSE(WholeCopy::copy(at(u"source/a"_s), at(u"place/run.raw"_s)).hasError());
+    EXPECT_EQ(readFile(at(u"place/run.d/deep/b"_s)), "b");
+    EXPECT_EQ(readFile(at(u"place/run.raw"_s)), "a");
+    EXPECT_EQ(atThePlace(), QStringList({ u"run.d"_s, u"run.raw"_s }));
+}
+
+TEST_F(WholeCopyTest, copy_fileThatCannotBeRead_isNamedAndLeavesNothing)
+{
+    ASSERT_TRUE(QFile::setPermissions(at(u"source/deep/b"_s), {}));
+    for (const QString &folder : { QString(), u"place"_s, u"source"_s, u"source/deep"_s })
+        ASSERT_TRUE(QFile::setPermissions(at(folder), QFile::Permissions(0x7777)));
+    const AsAnybody anybody;
+    if (!anybody.canReach(at(u"source/a"_s)))
+        GTEST_SKIP() << "the folders above are closed to anybody";
+    const Error error = WholeCopy::copy(at(u"source"_s), at(u"place/run.d"_s));
+    EXPECT_EQ(error.errorCode(), ErrorCode::OperationFailed);
+    EXPECT_TRUE(error.errorMessage().contains(at(u"source/deep/b"_s)))
+        << qPrintable(error.errorMessage());
+    EXPECT_EQ(atThePlace(), QStringList());
+}
+
+TEST_F(WholeCopyTest, copy_placeIsTaken_failsAndKeepsWhatIsThere)
+{
+    writeFile(at(u"place/run.raw"_s), "first");
+    EXPECT_TRUE(WholeCopy::copy(at(u"source/a"_s), at(u"place/run.raw"_s)).hasError());
+    EXPECT_EQ(readFile(at(u"place/run.raw"_s)), "first");
+    EXPECT_EQ(atThePlace(), QStringList({ u"run.raw"_s }));
+}
+
+TEST_F(WholeCopyTest, copy_remainsOfKilledCopies_goAndACopyUnderWayStays)
+{
+    const ProcessIdentity self = ProcessIdentity::current();
+    const QString underWay
+        = u".adding-%1-%2-else"_s.arg(QString::number(self.pid), QString::number(self.startTime));
+    writeFile(at(u"place/"_s + underWay), "half");
+    writeFile(at(u"place/.adding-%1-1/big"_s.arg(self.pid)), "half"); // of an earlier process
+    writeFile(at(u"place/.adding-999999999-7"_s), "half");
+    EXPECT_FALSE(WholeCopy::copy(at(u"source/a"_s), at(u"place/run.raw"_s)).hasError());
+    EXPECT_EQ(atThePlace(), QStringList({ underWay, u"run.raw"_s }));
+}
+
+TEST_F(WholeCopyTest, copy_linkThatLeadsOut_isTold)
+{
+    ASSERT_TRUE(QFile::link(u"/etc/hostname"_s, at(u"source/link"_s)));
+    const Error outcome = WholeCopy::copy(at(u"source"_s), at(u"place/run.d"_s));
+    EXPECT_FALSE(outcome.hasError());
+    EXPECT_EQ(outcome.warnings().size(), 1);
+}
+
+TEST_F(WholeCopyTest, copy_intoANewFolder_itsNameIsOnTheDisk)
+{
+    for (const QString &source : { u"source"_s, u"source/a"_s }) {
+        const QString folder = u"place/of "_s + QFileInfo(source).fileName();
+        const UnsyncedFolders folders(directory.path().toStdString());
+        ASSERT_TRUE(QDir().mkdir(at(folder)));
+        ASSERT_EQ(folders.now().size(), 1u);
+        EXPECT_FALSE(WholeCopy::copy(at(source), at(folder + u"/run"_s)).hasError());
+        EXPECT_EQ(folders.now(), std::set<std::string>());
+    }
+}
+
+TEST_F(WholeCopyTest, copy_somethingComesMeanwhile_isNotReplaced)
+{
+    const QString place = at(u"place/run.raw"_s);
+    const LateComer comer(place.toStdString(), [&place] { writeFile(place, "theirs"); });
+    const Error error = WholeCopy::copy(at(u"source/a"_s), place);
+    EXPECT_EQ(error.errorCode(), ErrorCode::OperationFailed);
+    EXPECT_EQ(error.errorMessage(), place + u" is there already."_s);
+    EXPECT_EQ(readFile(place), "theirs");
+    EXPECT_EQ(atThePlace(), QStringList({ u"run.raw"_s }));
+}
+
+TEST_F(WholeCopyTest, copy_killedAtEachStep_leavesNothingOrTheWholeAndTheNextOneEndsIt)
+{
+    int step = 0;
+    for (; !HasFailure() && !copyUntil(step); ++step) {
+        if (!QFile::exists(at(u"place/run.raw"_s))) {
+            EXPECT_FALSE(WholeCopy::copy(at(u"source/a"_s), at(u"place/run.raw"_s)).hasError());
+        }
+        EXPECT_EQ(readFile(at(u"place/run.raw"_s)), "a");
+        EXPECT_EQ(atThePlace(), QStringList({ u"run.raw"_s })) << step;
+        ASSERT_TRUE(QFile::remove(at(u"place/run.raw"_s)));
+    }
+    EXPECT_GT(step, 3);
+}
+
+TEST_F(WholeCopyTest, copy_anyStepFails_leavesNothingOrTheWhole)
+{
+    const std::string place = at(u"place"_s).toStdString();
+    bool wasReached = true;
+    for (int step = 0; wasReached && !HasFailure(); ++step) {
+        Error error;
+        {
+            const FailingStep failing(place, step, EIO);
+            error = WholeCopy::copy(at(u"source/a"_s), at(u"place/run.raw"_s));
+            wasReached = failing.hasFailed();
+        }
+        EXPECT_EQ(QFile::exists(at(u"place/run.raw"_s)), !error.hasError()) << step;
+        QFile::remove(at(u"place/run.raw"_s));
+    }
+}
