@@ -25,7 +25,7 @@ Result<qint64> HttpStagingSink::open(const HttpRepresentation &state)
     ZEL_TRY_LET(file, area->openMainFile());
     // More than all of it is not the beginning of it.
     if (state.size && file->size() > *state.size)
-        ZEL_TRY(error, file->truncate(0));
+        ZEL_TRY(error, dropBytes());
     if (state.size)
         ZEL_TRY(error, area->requireSpace(*state.size - file->size()));
     openState = state;
@@ -37,9 +37,15 @@ Error HttpStagingSink::startAnew()
 {
     Error error;
     stopWriting();
-    ZEL_TRY(error, file->truncate(0));
+    ZEL_TRY(error, dropBytes());
     startWriting();
     return error;
+}
+
+Error HttpStagingSink::dropBytes()
+{
+    area->trustAtMost(0);
+    return ZEL_PASS(file->truncate(0));
 }
 
 Error HttpStagingSink::write(const QByteArray &bytes)

@@ -35,6 +35,7 @@ public:
     void giveUp(const Error &reason);
 
 private:
+    Error dropBytes();
     void startWriting();
     void stopWriting();
     void closeFile();

@@ -9,8 +9,6 @@
 #include "platform/FreeSpace.h"
 #include "staging/StagingCleaner.h"
 
-#include <algorithm>
-
 namespace zel {
 
 namespace fs = std::filesystem;
@@ -120,7 +118,8 @@ Error ShareRetrieval::openVolume()
     return {};
 }
 
-/// What an earlier fetch of the same state has left.
+/// What an earlier fetch of the same state has left. More than all of a file is not the beginning
+/// of it.
 qint64 ShareRetrieval::stagedBytes(const ShareListing &listing) const
 {
     qint64 staged = 0;
@@ -128,8 +127,8 @@ qint64 ShareRetrieval::stagedBytes(const ShareListing &listing) const
         std::error_code code;
         const auto size
             = entry.kind == ShareListing::Kind::File ? fs::file_size(targetOf(entry), code) : 0;
-        if (!code)
-            staged += std::min(qint64(size), entry.size);
+        if (!code && qint64(size) <= entry.size)
+            staged += qint64(size);
     }
     return staged;
 }
@@ -171,10 +170,8 @@ Error ShareRetrieval::copyFile(const ShareListing::Entry &entry)
     const bool isMain = entry.suffix.empty();
     ContentCheck check(isMain ? expected : ExpectedContent());
     ZEL_TRY_LET(const auto file, StagedFile::open(targetOf(entry)));
-    if (file->size() > entry.size) {
-        doneBytes -= entry.size;
+    if (file->size() > entry.size)
         ZEL_TRY(error, file->truncate(0));
-    }
     BlockSums sums(ContentManifest::defaultBlockBytes);
     sums.startAt(check.needsBytes() ? 0 : file->size());
     if (check.needsBytes()) {

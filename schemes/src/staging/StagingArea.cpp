@@ -4,12 +4,14 @@
 #include "SchemeErrors.h"
 #include "errors/Propagate.h"
 #include "files/FileUtilsGeneric.h"
+#include "platform/FileSync.h"
 #include "platform/FreeSpace.h"
 #include "platform/TreeRemoval.h"
 #include "staging/Placement.h"
 #include "staging/StagingFolder.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QLocale>
 #include <QUuid>
@@ -129,10 +131,19 @@ Error StagingArea::prepare()
         ZEL_TRY(error, clearContent());
     else if (former.value().process.bootId != currentRecord.process.bootId)
         ZEL_TRY(error, distrustAfterReboot(former.value()));
-    if (isSameState)
-        currentRecord.durableBytes = former.value().durableBytes;
+    if (isSameState) {
+        vouchedBytes = former.value().durableBytes;
+        currentRecord.durableBytes = std::min(vouchedBytes, mainFileBytes());
+    }
     saveRecord();
     return error;
+}
+
+/// 0 if it is none, or a folder.
+qint64 StagingArea::mainFileBytes() const
+{
+    const QFileInfo main(textPath(mainPath()));
+    return main.isFile() ? main.size() : 0;
 }
 
 /// The machine has started anew since the place was written to. If that was not in good order,
@@ -215,6 +226,8 @@ void StagingArea::giveRoomBack()
         ZEL_DROP(clear());
         return;
     }
+    // Before the record, for which there is no room yet: whoever opens the place next compares the
+    // two before he writes.
     const qint64 freed = shortenFiles(contentDirectory(), bytesToLeaveFree - available.value());
     currentRecord.bytes = std::max(currentRecord.bytes - freed, qint64(0));
     currentRecord.durableBytes = std::min(currentRecord.durableBytes, currentRecord.bytes);
@@ -285,7 +298,33 @@ void StagingArea::saveRecord()
     if (isRemoved)
         return;
     currentRecord.updated = QDateTime::currentDateTimeUtc();
+    if (currentRecord.durableBytes < vouchedBytes) {
+        replaceRecordDurably();
+        return;
+    }
+    vouchedBytes = currentRecord.durableBytes;
     ZEL_DROP(currentRecord.write(StagingFolder::recordPath(folder))); // the fetch goes on without
+}
+
+void StagingArea::replaceRecordDurably()
+{
+    Error error = currentRecord.writeDurably(StagingFolder::recordPath(folder));
+    if (error.hasError()) {
+        ZEL_DROP(error); // without any record nothing is trusted
+        QFile::remove(StagingFolder::recordPath(folder));
+        error = FileSync::syncDirectory(folder);
+    }
+    if (!error.hasError())
+        vouchedBytes = currentRecord.durableBytes;
+    ZEL_DROP(error); // the next record tries again
+}
+
+void StagingArea::trustAtMost(qint64 bytes)
+{
+    if (currentRecord.durableBytes <= bytes)
+        return;
+    currentRecord.durableBytes = bytes;
+    saveRecord();
 }
 
 } // namespace zel

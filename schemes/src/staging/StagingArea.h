@@ -72,8 +72,13 @@ public:
 
     /// What is told to those who look.
     StagingRecord &record() { return currentRecord; }
-    /// Writes the record; a failure is logged only, since the fetch does not need it.
+    /// Writes the record; a failure is logged only, since the fetch does not need it. Waits for the
+    /// disk if fewer bytes are durable than were before: the record of that time must not come
+    /// back in a power cut, to vouch for bytes that came in the place of those.
     void saveRecord();
+    /// No more than the first `bytes` bytes count as durable from now on. Call it before those
+    /// behind them go.
+    void trustAtMost(qint64 bytes);
 
 private:
     StagingArea(const FetchPlan &plan, const QString &validator, const QString &folder,
@@ -86,6 +91,8 @@ private:
     Error distrustAfterReboot(const StagingRecord &former);
     void removeOtherStates() const;
     Error clearContent() const;
+    qint64 mainFileBytes() const;
+    void replaceRecordDurably();
     bool isReadyAlready() const;
     std::vector<std::filesystem::path> stagedPaths() const;
     Error placeAll();
@@ -94,6 +101,7 @@ private:
     QString folder;
     FileLock lock;
     StagingRecord currentRecord;
+    qint64 vouchedBytes = 0; ///< the most durable ones that a record on the disk may tell of
     FetchManifest fetchManifest;
     bool isRemoved = false;
 };

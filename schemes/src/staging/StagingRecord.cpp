@@ -3,6 +3,7 @@
 #include "NativePath.h"
 #include "OwnFile.h"
 #include "errors/Propagate.h"
+#include "platform/FileSync.h"
 #include "platform/NativeFile.h"
 #include "platform/VolumeMove.h"
 #include "staging/StagingFolder.h"
@@ -42,7 +43,7 @@ QDateTime moment(const QJsonValue &value)
     return QDateTime::fromString(value.toString(), Qt::ISODateWithMs);
 }
 
-QJsonObject toJson(const StagingRecord &record)
+QByteArray toJson(const StagingRecord &record)
 {
     QJsonObject object {
         { u"reference"_s, record.displayText },
@@ -59,7 +60,7 @@ QJsonObject toJson(const StagingRecord &record)
     };
     if (record.totalBytes)
         object.insert(u"total"_s, number(*record.totalBytes));
-    return object;
+    return QJsonDocument(object).toJson(QJsonDocument::Indented);
 }
 
 /// Whether the numbers can be those of a transfer: whoever adds them up or divides by them relies
@@ -122,7 +123,7 @@ Result<StagingRecord> StagingRecord::read(const QString &path)
 
 Error StagingRecord::write(const QString &path) const
 {
-    const QByteArray content = QJsonDocument(toJson(*this)).toJson(QJsonDocument::Indented);
+    const QByteArray content = toJson(*this);
     const std::filesystem::path target = nativePath(path);
     const std::filesystem::path fresh = nativePath(path + u".new"_s);
 
@@ -133,6 +134,11 @@ Error StagingRecord::write(const QString &path) const
     ZEL_TRY_LET(const bool isMoved, VolumeMove::move(fresh, target));
     return isMoved ? error
                    : ZEL_ERROR(ErrorCode::OperationFailed, tr("Writing \"%1\" failed.").arg(path));
+}
+
+Error StagingRecord::writeDurably(const QString &path) const
+{
+    return ZEL_PASS(FileSync::replaceContent(path, toJson(*this)));
 }
 
 } // namespace zel

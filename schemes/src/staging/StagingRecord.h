@@ -42,6 +42,8 @@ public:
     static Result<StagingRecord> read(const QString &path);
     /// Replaces the file as a whole. A power cut may lose it: it is not waited for.
     Error write(const QString &path) const;
+    /// The same, and waits until the new content and the file's name are on the disk.
+    Error writeDurably(const QString &path) const;
 };
 
 } // namespace zel

@@ -63,9 +63,17 @@ TEST_F(StagingRecordTest, write_unknownTotal_staysUnknown)
     EXPECT_EQ(StagingRecord::read(path()).value().totalBytes, std::nullopt);
 }
 
+TEST_F(StagingRecordTest, writeDurably_thenRead_givesTheSame)
+{
+    ASSERT_FALSE(someRecord().writeDurably(path()).hasError());
+    EXPECT_EQ(StagingRecord::read(path()).value().bytes, someRecord().bytes);
+    EXPECT_TRUE(someRecord().writeDurably(directory.filePath(u"no/record"_s)).hasError());
+}
+
 TEST_F(StagingRecordTest, write_again_leavesOneFile)
 {
     ASSERT_FALSE(someRecord().write(path()).hasError());
+    ASSERT_FALSE(someRecord().writeDurably(path()).hasError());
     ASSERT_FALSE(someRecord().write(path()).hasError());
     EXPECT_EQ(QDir(directory.path()).entryList(QDir::Files), QStringList { u"record.json"_s });
 }
