@@ -15,5 +15,7 @@ QList<FaultOperation> handlerOperations();
 QList<FaultOperation> readerOperations();
 /// Those of ResourceCacheDao.
 QList<FaultOperation> daoOperations();
+/// Those of them that are about clients, their uses and their tasks.
+QList<FaultOperation> daoOperationsOfClients();
 
 } // namespace zel::test

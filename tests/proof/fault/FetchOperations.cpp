@@ -208,11 +208,60 @@ QList<FaultOperation> endings()
     };
 }
 
+/// As it is mended: who takes part knows that nobody else does.
+Error endAbandoned(CacheWorld &world)
+{
+    const Handle handle = world.newFetch(u"test:missing"_s, missingPath);
+    const auto started = handle->tryStartRetrieve();
+    if (!started.hasValue() || !started.value())
+        return errorOf(started);
+    const Error error
+        = handle->finalizeRetrieve(Error(ErrorCode::Canceled, u"Nobody fetches it."_s));
+    return error.hasError() ? error : handle->removeTaskFromDatabase();
+}
+
+/// What others can mend by the operations of the cache.
+QList<FaultOperation> repairs()
+{
+    return {
+        { .name = "end of a fetch that nobody runs",
+          .setUp =
+              [](CacheWorld &world) {
+                  CacheDatabase rows = world.database();
+                  rows.run(u"UPDATE CachedResources SET status = 'ScheduledForAcquire' "
+                           "WHERE reference = 'test:missing'"_s);
+              },
+          .run = endAbandoned,
+          .missing = leaves(u"Missing:"_s),
+          .exceptions = { Exception::WishWithoutTask },
+          .whyExcepted = "It was so before." },
+        { .name = "saveLocalPath of data that was moved",
+          .setUp =
+              [](CacheWorld &world) {
+                  EXPECT_TRUE(QFile::rename(world.dataPath(u"test/file/name"_s),
+                                            world.dataPath(u"test/file/moved"_s)));
+              },
+          .run =
+              [](CacheWorld &world) {
+                  return world.cache->saveLocalPath(u"test:file"_s,
+                                                    world.dataPath(u"test/file/moved"_s), 10);
+              },
+          .missing =
+              [](CacheWorld &world) {
+                  const QString path = world.text(
+                      u"SELECT cachedPath FROM CachedResources WHERE reference = 'test:file'"_s);
+                  return CacheWorld::difference(path, world.dataPath(u"test/file/moved"_s));
+              },
+          .exceptions = { Exception::LostData },
+          .whyExcepted = "It was so before." },
+    };
+}
+
 } // namespace
 
 QList<FaultOperation> fetchOperations()
 {
-    return starts() + progresses() + endings();
+    return starts() + progresses() + endings() + repairs();
 }
 
 } // namespace zel::test
