@@ -24,9 +24,9 @@ enum class Kept {
 ///
 /// Bytes are durable once their file was synced after they were written; a name, new or gone, once
 /// one of the folders that it is in was. The sync of a whole file system makes all durable. A
-/// rename is never half done, nor is an exchange. What was not synced may be on the disk in any
-/// mixture, but for names: these come in the order in which they were made, as file systems with a
-/// journal keep them.
+/// rename is never half done, nor is an exchange. What is in a folder goes with the folder's name.
+/// What was not synced may be on the disk in any mixture, but for names: these come in the order in
+/// which they were made, as file systems with a journal keep them.
 class DiskModel
 {
 public:

@@ -32,9 +32,9 @@ const QString actor = QStringLiteral(ZEL_POWER_ACTOR);
 constexpr qint64 mostBytesOfSmall = 8 * 1024 * 1024;
 constexpr quint32 stepsBetweenLargeCuts = 4; // in a long proof
 
-// In a short proof: of the steps of one command.
-constexpr qsizetype cutsOfACommand = 12;
-constexpr qsizetype largeCutsOfACommand = 4;
+// In a short proof: after the steps of one command, of each kind, and of that which leaves holes.
+constexpr qsizetype cutsOfAKind = 2;
+constexpr qsizetype cutsWithHoles = 3;
 
 QString digestOf(const QString &path)
 {
@@ -53,6 +53,12 @@ qint64 sizeInLog(const LoggedStep &step)
 QJsonObject recordAt(const QString &path)
 {
     return QFile::exists(path) ? QJsonDocument::fromJson(readFile(path)).object() : QJsonObject();
+}
+
+/// In large files, with a record beside them.
+bool leavesHoles(Kept kept)
+{
+    return kept == Kept::Small || kept == Kept::Some;
 }
 
 bool hasTables(CacheDatabase *database)
@@ -81,6 +87,13 @@ const PowerCuts::Cut PowerCuts::cuts[] = {
     { Kept::All, Kept::Synced },    { Kept::Some, Kept::Some },  { Kept::Some, Kept::All },
     { Kept::Small, Kept::All },
 };
+
+void PowerCuts::expect(const QList<CutResource> &resources)
+{
+    m_resources = resources;
+    for (const CutResource &resource : resources)
+        m_expected.insert(resource.reference, filesBelow(resource.source));
+}
 
 void PowerCuts::record(const QStringList &commands)
 {
@@ -131,6 +144,8 @@ void PowerCuts::cutEverywhere()
     const quint32 seed = proofSeed();
     m_random.seed(seed);
     for (qsizetype i = 0; i < m_steps.size() && !testing::Test::HasFailure(); ++i) {
+        if (m_ends.contains(i))
+            m_cutsWithStaged = 0;
         m_disk->apply(m_steps.at(i));
         for (auto &[reference, data] : m_removed)
             data.see(m_steps.at(i));
@@ -156,13 +171,12 @@ bool PowerCuts::isChosen(qsizetype step, const Cut &cut)
         return !m_isLarge || isLongProof() || cut.database == Kept::All;
     if (isLongProof())
         return !m_isLarge || m_random() % stepsBetweenLargeCuts == 0;
-    if (m_isLarge && cut.data != Kept::Small)
+    if (m_isLarge && (!leavesHoles(cut.data) || cut.database != Kept::All))
         return false;
     const auto end = std::upper_bound(m_ends.begin(), m_ends.end(), step);
     const qsizetype begin = end == m_ends.begin() ? 0 : *std::prev(end);
-    const qsizetype possible = (*end - begin) * (m_isLarge ? 1 : qsizetype(std::size(cuts)));
-    const qsizetype wanted = m_isLarge ? largeCutsOfACommand : cutsOfACommand;
-    return m_random() % std::max(quint32(possible / wanted), 1u) == 0;
+    const qsizetype wanted = cut.data == Kept::Small ? cutsWithHoles : cutsOfAKind;
+    return m_random() % std::max(quint32((*end - begin) / wanted), 1u) == 0;
 }
 
 void PowerCuts::cut(const Cut &cut)
@@ -171,7 +185,7 @@ void PowerCuts::cut(const Cut &cut)
     ++m_cuts;
     checkRows();
     checkManifests();
-    if (!testing::Test::HasFailure() && isTimeForAProgram())
+    if (!testing::Test::HasFailure() && isTimeForAProgramAfter(cut))
         checkNextFetches();
 }
 
@@ -218,7 +232,7 @@ QString PowerCuts::contentFailure(const QString &reference, const QString &path)
         content = answer.mid(3);
     }
     const Files files = filesBelow(content);
-    if (files == filesBelow(known->source))
+    if (files == m_expected.value(reference))
         return {};
     return u"it holds "_s + files.keys().join(u',') + u" of "_s
         + QStringList(files.values()).join(u',');
@@ -244,11 +258,13 @@ void PowerCuts::checkManifests()
     }
 }
 
-/// More often where a fetch finds what another one has staged.
-bool PowerCuts::isTimeForAProgram()
+/// More often where a fetch finds what another one has staged, most of all with holes in it.
+bool PowerCuts::isTimeForAProgramAfter(const Cut &cut)
 {
-    return isSomethingStaged() ? m_cutsWithStaged++ % forProof(4, 8) == 0
-                               : m_cuts % forProof(24, 12) == 0;
+    if (!isSomethingStaged())
+        return m_cuts % forProof(24, 12) == 0;
+    const bool isQuick = !m_isLarge && !isLongProof();
+    return (isQuick && cut.data == Kept::Small) || m_cutsWithStaged++ % forProof(5, 8) == 0;
 }
 
 bool PowerCuts::isSomethingStaged() const

@@ -38,7 +38,7 @@ public:
     /// A path for what lies beside the cache.
     QString outside(const QString &name) const { return m_cache.outside(name); }
     /// Nothing but these may be fetched.
-    void expect(const QList<CutResource> &resources) { m_resources = resources; }
+    void expect(const QList<CutResource> &resources);
 
     /// Lets a program obey the commands (see power_actor.cpp), and takes its cache apart again.
     void record(const QStringList &commands);
@@ -68,7 +68,7 @@ private:
     void checkRows();
     QString contentFailure(const QString &reference, const QString &path);
     void checkManifests();
-    bool isTimeForAProgram();
+    bool isTimeForAProgramAfter(const Cut &cut);
     bool isSomethingStaged() const;
     void startMachineAnew() const;
     void checkNextFetches();
@@ -77,6 +77,7 @@ private:
 
     TemporaryCache m_cache;
     QList<CutResource> m_resources;
+    QMap<QString, Files> m_expected; ///< by reference
     QList<LoggedStep> m_steps;
     QList<qsizetype> m_ends; ///< how many steps were done when a command was; the last: at the end
     std::map<QString, RemovedData> m_removed; ///< by reference
@@ -86,7 +87,7 @@ private:
     std::unique_ptr<ActorProcess> m_other;
     std::mt19937 m_random;
     int m_cuts = 0;
-    int m_cutsWithStaged = 0;
+    int m_cutsWithStaged = 0; ///< by the steps of one command
     int m_programs = 0;
     int m_readyRows = 0;
     int m_manifests = 0;

@@ -22,15 +22,17 @@ constexpr int partOfHugeFile = 17 * 1024 * 1024; // what has come when its fetch
 // More of them than are brought to the disk one by one.
 constexpr int manyFiles = 20;
 
+constexpr int sectorSize = 512;
 constexpr int longFileName = 200; // longer than what a sparse container is made for
 
+/// No sector of it is like another one, or like a hole.
 QByteArray content(int size)
 {
     QByteArray bytes;
-    bytes.reserve(size + 16);
+    bytes.reserve(size + sectorSize);
     while (bytes.size() < size)
-        bytes += QByteArray::number(bytes.size()) + ' ';
-    return bytes;
+        bytes += QByteArray::number(bytes.size()).leftJustified(sectorSize, '.');
+    return bytes.left(size);
 }
 
 QString retrieve(const CutResource &resource)
@@ -67,10 +69,14 @@ protected:
     }
     CutResource webFile(const QString &name, int size) const
     {
+        return webFile(name, size, m_server);
+    }
+    CutResource webFile(const QString &name, int size, const NginxServer &server) const
+    {
         const QString source = m_power.outside(u"web/"_s + name);
         writeFile(source, content(size));
-        m_server.addFile(name, content(size));
-        return { m_server.url(name), source };
+        server.addFile(name, content(size));
+        return { server.url(name), source };
     }
     CutResource webFolder(const QString &name, const QMap<QString, int> &sizes) const
     {
@@ -156,7 +162,7 @@ TEST_F(PowerLossTest, fetchOfAFolder_cutAfterEachStep_eachReadyRowHasAllOfItsDat
 
 TEST_F(PowerLossTest, fetchOfManyFiles_cutAfterEachStep_eachReadyRowHasAllOfItsData)
 {
-    cutFetchesOf({ folder(u"run.d"_s, names(manyFiles), 2'000) });
+    cutFetchesOf({ folder(u"run.d"_s, names(manyFiles), 5'000) });
     EXPECT_TRUE(hasSyncedAll());
 }
 
@@ -178,6 +184,19 @@ TEST_F(PowerLossTest, fetchFromAServerThatBrokeOff_cutAfterEachStep_nextFetchIsW
     cut({ resource }, { retrieveInPart(resource), retrieve(resource) });
 }
 
+// What was waited for once is of no worth any more when the file is begun anew.
+TEST_F(PowerLossTest, fetchBegunAnew_cutAfterEachStep_nextFetchIsWhole)
+{
+    NginxServer::Options options;
+    options.ranges = false;
+    const NginxServer withoutRanges(options);
+    const CutResource resource = webFile(u"run.raw"_s, hugeFile, withoutRanges);
+    cut({ resource }, { retrieveInPart(resource), retrieve(resource) });
+    EXPECT_TRUE(m_power.hasRecorded([](const LoggedStep &step) {
+        return step.kind() == Kind::Resize && step.path.endsWith(u"/content/run.raw"_s);
+    }));
+}
+
 TEST_F(PowerLossTest, fetchOfAWebFolder_cutAfterEachStep_nextFetchIsWhole)
 {
     cutFetchesOf({ webFolder(u"run.d"_s, { { u"a"_s, 5'000 }, { u"b/c"_s, largeFile } }) });
@@ -188,7 +207,7 @@ TEST_F(PowerLossTest, fetchOfManyWebFiles_cutAfterEachStep_eachReadyRowHasAllOfI
 {
     QMap<QString, int> sizes;
     for (const QString &name : names(manyFiles))
-        sizes.insert(name, 2'000);
+        sizes.insert(name, 5'000);
     cutFetchesOf({ webFolder(u"run.d"_s, sizes) });
     EXPECT_TRUE(hasSyncedAll());
 }
@@ -227,6 +246,15 @@ TEST_F(PowerLossTest, fetchOfAContainer_cutAfterEachStep_sampleOfEachReadyRowIsT
 {
     cutFetchesOf({ container(u"container"_s) });
     EXPECT_TRUE(hasMade(u"/Cache/zacq/"_s));
+}
+
+TEST_F(PowerLossTest, add_cutAfterEachStep_eachReadyRowHasAllOfItsData)
+{
+    const CutResource added = folder(u"run.d"_s, { u"a"_s, u"b/c"_s }, 5'000);
+    const CutResource addedFile = file(u"run.raw"_s, 70'000);
+    const QString add = u"add %1 %2"_s;
+    cut({ added, addedFile },
+        { add.arg(added.source, added.reference), add.arg(addedFile.source, addedFile.reference) });
 }
 
 TEST_F(PowerLossTest, purgeAndFetchAgain_cutAfterEachStep_noReadyRowHasAPartOfItsData)
