@@ -295,6 +295,21 @@
     </message>
 </context>
 <context>
+    <name>zel::cli::DataPlaces</name>
+    <message>
+        <source>&quot;%1&quot; lies in the data directory, which other programs spell in another way.</source>
+        <translation>„%1“ liegt im Datenverzeichnis, das andere Programme anders schreiben.</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; lies in the data directory itself, without a folder of its own: what removes it removes all data.</source>
+        <translation>„%1“ liegt im Datenverzeichnis selbst, ohne eigenen Ordner: was es entfernt, entfernt alle Daten.</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot; lies outside of the data directory: what removes it removes the folder around it.</source>
+        <translation>„%1“ liegt außerhalb des Datenverzeichnisses: was es entfernt, entfernt den Ordner darum.</translation>
+    </message>
+</context>
+<context>
     <name>zel::cli::DatabaseChecks</name>
     <message>
         <source>The cache counts %1 bytes, its resources have %2 in all. It removes too much or too little.</source>
@@ -427,6 +442,13 @@
     </message>
 </context>
 <context>
+    <name>zel::cli::EnteringDanger</name>
+    <message>
+        <source>Nothing is done: the cache would then remove what follows by itself, and other data with it.</source>
+        <translation>Nichts geschieht: Der Cache würde dabei von selbst entfernen, was folgt, und andere Daten mit.</translation>
+    </message>
+</context>
+<context>
     <name>zel::cli::FetchPlanning</name>
     <message>
         <source>%1; --force fetches nevertheless</source>
@@ -443,6 +465,10 @@
     <message>
         <source>canceled</source>
         <translation>abgebrochen</translation>
+    </message>
+    <message>
+        <source>Nothing is fetched: to make room for it would take more than what is to go.</source>
+        <translation>Nichts wird geholt: Dafür Platz zu schaffen nähme mehr mit als das, was gehen soll.</translation>
     </message>
 </context>
 <context>
@@ -881,6 +907,10 @@
         <source>Still outdated: %1.</source>
         <translation>Immer noch veraltet: %1.</translation>
     </message>
+    <message>
+        <source>Nothing is removed: that would take more than what is outdated.</source>
+        <translation>Nichts wird entfernt: Das nähme mehr mit als das, was veraltet ist.</translation>
+    </message>
 </context>
 <context>
     <name>zel::cli::OutdatedResources</name>
@@ -972,6 +1002,13 @@
     </message>
 </context>
 <context>
+    <name>zel::cli::PurgeCommand</name>
+    <message>
+        <source>Nothing is removed: a purge would take more than what is to go.</source>
+        <translation>Nichts wird entfernt: Ein Aufräumen nähme mehr mit als das, was gehen soll.</translation>
+    </message>
+</context>
+<context>
     <name>zel::cli::RecountCommand</name>
     <message>
         <source>its data is gone from the cache.</source>
@@ -1029,6 +1066,17 @@
     <message>
         <source>The list %1 is longer than 64 MiB.</source>
         <translation>Die Liste %1 ist länger als 64 MiB.</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::RemovalDanger</name>
+    <message>
+        <source>&quot;zelcache doctor&quot; tells what helps.</source>
+        <translation>„zelcache doctor“ sagt, was hilft.</translation>
+    </message>
+    <message>
+        <source>... and %1 more</source>
+        <translation>... und noch %1</translation>
     </message>
 </context>
 <context>
@@ -1096,10 +1144,6 @@
         <translation>Es ist nichts da, was zu entfernen wäre.</translation>
     </message>
     <message>
-        <source>Its status is none that this program knows.</source>
-        <translation>Ihr Status ist keiner, den dieses Programm kennt.</translation>
-    </message>
-    <message>
         <source>Its cleanup policy is none that this program knows.</source>
         <translation>Ihre Aufräumregel ist keine, die dieses Programm kennt.</translation>
     </message>
@@ -1114,6 +1158,10 @@
     <message>
         <source>It is in use by %1.</source>
         <translation>Sie wird von %1 benutzt.</translation>
+    </message>
+    <message>
+        <source>Its status is none that this program knows; --force removes it all the same.</source>
+        <translation>Ihr Status ist keiner, den dieses Programm kennt; --force entfernt sie trotzdem.</translation>
     </message>
 </context>
 <context>
@@ -1376,18 +1424,6 @@
     <message>
         <source>There is nothing at &quot;%1&quot;, but its data lies at &quot;%2&quot;.</source>
         <translation>Unter „%1“ liegt nichts, aber ihre Daten liegen unter „%2“.</translation>
-    </message>
-    <message>
-        <source>&quot;%1&quot; lies in the data directory itself, without a folder of its own: what removes it removes all data.</source>
-        <translation>„%1“ liegt im Datenverzeichnis selbst, ohne eigenen Ordner: was es entfernt, entfernt alle Daten.</translation>
-    </message>
-    <message>
-        <source>&quot;%1&quot; lies in the data directory, which other programs spell in another way.</source>
-        <translation>„%1“ liegt im Datenverzeichnis, das andere Programme anders schreiben.</translation>
-    </message>
-    <message>
-        <source>&quot;%1&quot; lies outside of the data directory: what removes it removes the folder around it.</source>
-        <translation>„%1“ liegt außerhalb des Datenverzeichnisses: was es entfernt, entfernt den Ordner darum.</translation>
     </message>
     <message>
         <source>&quot;%1&quot; is also the path of %2.</source>

@@ -229,4 +229,51 @@ TEST_F(FitCliTest, plan_interruptedFetch_tellsWhatIsOnTheDiskAlready)
     EXPECT_GT(missing[u"stagedBytes"_s].toInt(), 300'000);
 }
 
+TEST_F(FitCliTest, get_roomThatTakesADangerousPath_isRefusedBeforeTheFirstByte)
+{
+    const QStringList here = fill({ 600, 600 });
+    moveData(here.at(0), cache.dataDir() + u"/run.raw"_s);
+    const QString wanted = sharedFile(u"new.raw"_s, QByteArray(900, 'n'));
+    for (const char *option : { "--plan", "--no-progress" }) {
+        const auto run = getWithin(1500, 2500, { QString::fromLatin1(option), wanted });
+        EXPECT_EQ(run->exitCode(), 3) << run->errors().toStdString();
+        EXPECT_TRUE(run->errors().contains("Nothing is fetched")) << run->errors().toStdString();
+    }
+    EXPECT_EQ(readyReferences(), here);
+    EXPECT_TRUE(QFileInfo::exists(pathOf(here.at(0))));
+}
+
+/// Each enters its resource, for which a cache above its optimal size makes room by itself.
+TEST_F(FitCliTest, entering_purgeThatTakesADangerousPath_isRefusedWhereSomethingIsEntered)
+{
+    const QStringList here = fill({ 600, 600 });
+    moveData(here.at(0), cache.dataDir() + u"/run.raw"_s);
+    const QString wanted = sharedFile(u"new.raw"_s, QByteArray(900, 'n'));
+    const QList<QStringList> commands { { u"get"_s, wanted },
+                                        { u"get"_s, u"--force"_s, wanted },
+                                        { u"hold"_s, wanted, u"--for"_s, u"1s"_s },
+                                        { u"exists"_s, wanted },
+                                        { u"path"_s, wanted },
+                                        { u"info"_s, wanted },
+                                        { u"add"_s, wanted, cache.databasePath() } };
+    for (const QStringList &command : commands) {
+        const auto run = startWithSettings(settingsWith(100, 2500), command);
+        EXPECT_EQ(run->exitCode(), 3) << qPrintable(command.join(u' '));
+        EXPECT_TRUE(run->errors().contains("tells what helps.")) << run->errors().toStdString();
+    }
+    EXPECT_EQ(readyReferences(), here);
+    EXPECT_TRUE(QFileInfo::exists(pathOf(here.at(0))));
+    EXPECT_EQ(getWithin(100, 2500, { here.at(1) })->exitCode(), 0) << "it makes no room";
+}
+
+TEST_F(FitCliTest, entering_dangerousPathThatGoesWithItsUse_isRefused)
+{
+    const QStringList here = fill({ 600, 600 });
+    moveData(here.at(0), cache.dataDir() + u"/run.raw"_s);
+    CacheDatabase(cache.databasePath())
+        .run(u"UPDATE CachedResources SET cleanupPolicy = ?"_s, { u"OnClose"_s });
+    expectDangerNamed({ u"get"_s, here.at(0) }, here.at(0));
+    EXPECT_TRUE(QFileInfo::exists(pathOf(here.at(1))));
+}
+
 } // namespace zel::test

@@ -65,6 +65,19 @@ TEST_F(OutdatedCliTest, outdated_olderMajorVersions_goAndNoOthers)
     EXPECT_EQ(currentSize(), 1400);
 }
 
+TEST_F(OutdatedCliTest, outdated_dangerousPath_isRefusedAndTakesNothing)
+{
+    const QStringList references = fill({ 500, 600 });
+    setAllVersions(u"0.9"_s);
+    moveData(references.at(0), cache.dataDir() + u"/run.raw"_s);
+    expectDangerNamed({ u"outdated"_s }, references.at(0));
+    expectDangerNamed({ u"outdated"_s, u"--dry-run"_s }, references.at(0));
+    EXPECT_TRUE(QFileInfo::exists(pathOf(references.at(1))));
+    setVersion(references.at(0), u"99.0"_s);
+    EXPECT_EQ(start({ u"outdated"_s })->exitCode(), 0);
+    EXPECT_EQ(readyReferences(), references.first(1));
+}
+
 TEST_F(OutdatedCliTest, outdated_text_showsBothVersions)
 {
     const QStringList references = fill({ 500, 2048 });

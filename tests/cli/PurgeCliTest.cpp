@@ -222,6 +222,24 @@ TEST_F(PurgeCliTest, purge_referenceWithControlCharacters_cannotSteerTheTerminal
     EXPECT_FALSE(run->seen().contains("\x1b[2J"));
 }
 
+TEST_F(PurgeCliTest, purge_dangerousPathAmongWhatWouldGo_isRefusedAndTakesNothing)
+{
+    const QStringList references = fill({ 500, 600 });
+    moveData(references.at(1), cache.dataDir() + u"/run.raw"_s);
+    for (const char *option : { "--json", "--dry-run" }) {
+        const auto run = start({ u"purge"_s, u"--to"_s, u"0"_s, QString::fromLatin1(option) });
+        EXPECT_EQ(run->exitCode(), 3) << run->errors().toStdString();
+        EXPECT_EQ(run->output().contains("\"error\""), option == QByteArray("--json"));
+    }
+    expectDangerNamed({ u"purge"_s, u"--to"_s, u"0"_s }, references.at(1));
+    EXPECT_TRUE(QFileInfo::exists(pathOf(references.at(0))));
+    EXPECT_TRUE(QFileInfo::exists(pathOf(references.at(1))));
+
+    // As long as it stays, others may go.
+    EXPECT_EQ(start({ u"purge"_s, u"--to"_s, u"1000"_s })->exitCode(), 0);
+    EXPECT_EQ(readyReferences(), references.last(1));
+}
+
 TEST_F(PurgeCliTest, purge_text_namesWhatWentAndTheSums)
 {
     const QStringList references = fill({ 500, 2048 });

@@ -104,6 +104,28 @@ qint64 RemovalCli::currentSize() const
         .toLongLong();
 }
 
+void RemovalCli::moveData(const QString &reference, const QString &path) const
+{
+    writeFile(path, readFile(pathOf(reference)));
+    EXPECT_TRUE(QFile::remove(pathOf(reference)));
+    CacheDatabase(cache.databasePath())
+        .run(u"UPDATE CachedResources SET cachedPath = ? WHERE reference = ?"_s,
+             { path, reference });
+}
+
+void RemovalCli::expectDangerNamed(const QStringList &arguments, const QString &reference) const
+{
+    const QStringList before = rows();
+    const auto run = start(arguments);
+    EXPECT_EQ(run->exitCode(), 3) << run->errors().toStdString();
+    EXPECT_EQ(run->output(), "");
+    EXPECT_TRUE(run->errors().contains("\"zelcache doctor\" tells what helps."))
+        << run->errors().toStdString();
+    EXPECT_TRUE(run->errors().contains((reference + u": \""_s + pathOf(reference)).toUtf8()))
+        << run->errors().toStdString();
+    EXPECT_EQ(rows(), before);
+}
+
 QJsonObject RemovalCli::rehearseAndRun(const QStringList &arguments, int exitCode) const
 {
     const QStringList before = rows();

@@ -34,6 +34,13 @@ protected:
     QString pathOf(const QString &reference) const;
     qint64 currentSize() const;
 
+    /// Moves the data to this path, and the path in its row with it.
+    void moveData(const QString &reference, const QString &path) const;
+
+    /// Checks that the command, and its rehearsal if it has one, refuses with code 3 because of
+    /// this resource and leaves everything as it is.
+    void expectDangerNamed(const QStringList &arguments, const QString &reference) const;
+
     /// Runs the command twice, first without consequences, and checks that it announces what it
     /// then does and changed nothing before. Gives the answer of the second run.
     QJsonObject rehearseAndRun(const QStringList &arguments, int exitCode) const;

@@ -164,6 +164,59 @@ TEST_F(RemoveCliTest, remove_notReady_isRefused)
     expectRefused(u"share:"_s + cache.outside(u"unknown.raw"_s), u"does not know"_s);
 }
 
+TEST_F(RemoveCliTest, remove_pathWithoutAFolderOfItsOwn_isRefusedAndTakesNothing)
+{
+    const QStringList references = fill({ 500, 600 });
+    moveData(references.at(0), cache.dataDir() + u"/run.raw"_s);
+    expectRefused(references.at(0), u"\"zelcache doctor\" tells what helps."_s);
+    for (const char *option : { "--force", "--dry-run" })
+        expectDangerNamed({ u"remove"_s, QString::fromLatin1(option), references.at(0) },
+                          references.at(0));
+    EXPECT_EQ(readFile(cache.dataDir() + u"/run.raw"_s), QByteArray(500, 'a'));
+    EXPECT_EQ(readFile(pathOf(references.at(1))), QByteArray(600, 'a'));
+}
+
+TEST_F(RemoveCliTest, remove_pathOutsideOfTheCache_isRefusedAndTakesNothing)
+{
+    const QStringList references = fill({ 500 });
+    const QString neighbour = cache.outside(u"elsewhere/thesis.txt"_s);
+    writeFile(neighbour, "years");
+    moveData(references.at(0), cache.outside(u"elsewhere/run.raw"_s));
+    expectRefused(references.at(0), u"outside of the data directory"_s);
+    EXPECT_EQ(readFile(neighbour), "years");
+    EXPECT_TRUE(QFileInfo::exists(pathOf(references.at(0))));
+}
+
+TEST_F(RemoveCliTest, remove_dangerousOneAmongOthers_theOthersGo)
+{
+    const QStringList references = fill({ 500, 600 });
+    moveData(references.at(0), cache.dataDir() + u"/run.raw"_s);
+    rehearseAndRun(QStringList { u"remove"_s } + references, 3);
+    EXPECT_EQ(readyReferences(), references.first(1));
+    EXPECT_TRUE(QFileInfo::exists(cache.dataDir() + u"/run.raw"_s));
+}
+
+TEST_F(RemoveCliTest, remove_statusThatNobodyKnows_goesByForce)
+{
+    const QStringList references = fill({ 500, 600, 700 });
+    const QString path = pathOf(references.at(0));
+    for (const QString &reference : references.first(2))
+        setStatus(reference, u"Odd"_s);
+    setPolicy(references.at(0), u"Never"_s);
+    CacheDatabase(cache.databasePath())
+        .run(u"UPDATE CachedResources SET cachedPath = NULL, fileSize = NULL WHERE reference = ?"_s,
+             { references.at(1) });
+    for (const QString &reference : references.first(2)) {
+        EXPECT_TRUE(
+            resultOf({ u"remove"_s, u"--force"_s, reference }, 0).value(u"removed"_s).toBool());
+        EXPECT_EQ(statusOf(reference), u"Missing"_s);
+    }
+    EXPECT_FALSE(QFileInfo::exists(path));
+    EXPECT_EQ(policyOf(references.at(0)), u"Never"_s);
+    EXPECT_EQ(currentSize(), 700);
+    EXPECT_EQ(readyReferences(), references.last(1));
+}
+
 TEST_F(RemoveCliTest, remove_beingFetchedByAnotherProgram_saysByWhom)
 {
     fill({ 500 });

@@ -5,6 +5,7 @@
 #include "ResourceManager.h"
 #include "SignalWatch.h"
 #include "files/WholeCopy.h"
+#include "removal/EnteringDanger.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -86,7 +87,7 @@ private:
 
 ExitCode AddCommand::run(const Context &context)
 {
-    if (const auto code = openCache(context))
+    if (const auto code = openCacheToEnter(context, { reference }))
         return *code;
     SignalWatch signalWatch([](int) {});
     // Asked first: a handler enters its resource into the cache.

@@ -4,6 +4,7 @@
 #include "ResourceManager.h"
 #include "TaskWait.h"
 #include "output/Text.h"
+#include "removal/EnteringDanger.h"
 
 #include <QJsonArray>
 
@@ -113,7 +114,7 @@ private:
 
 ExitCode ExistsCommand::run(const Context &context)
 {
-    if (const auto code = openCache(context))
+    if (const auto code = openCacheToEnter(context, references))
         return *code;
     TaskWait wait;
     std::vector<Question> questions;

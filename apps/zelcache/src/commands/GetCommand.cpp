@@ -1,9 +1,9 @@
 #include "Command.h"
 #include "CommandOptions.h"
-#include "Library.h"
 #include "get/GetRequests.h"
 #include "get/ReferenceList.h"
 #include "plan/PlanRequests.h"
+#include "removal/EnteringDanger.h"
 
 namespace zel::cli {
 
@@ -85,7 +85,7 @@ ExitCode GetCommand::run(const Context &context)
     }
     if (plans)
         return planRequests(context, all);
-    if (const auto code = openCache(context))
+    if (const auto code = openCacheToEnter(context, all))
         return *code;
     GetRequests::Manner manner;
     manner.verifies = verifies;

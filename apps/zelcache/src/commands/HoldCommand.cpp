@@ -1,9 +1,9 @@
 #include "Command.h"
 #include "CommandOptions.h"
-#include "Library.h"
 #include "get/GetRequests.h"
 #include "holders/HeldProgram.h"
 #include "holders/ProgramLine.h"
+#include "removal/EnteringDanger.h"
 
 #include <QCoreApplication>
 
@@ -93,7 +93,7 @@ ExitCode HoldCommand::run(const Context &context)
             ExitCode::BadArgument,
             Texts::tr("--json and a command exclude each other: standard output is the "
                       "command's"));
-    if (const auto code = openCache(context))
+    if (const auto code = openCacheToEnter(context, references))
         return *code;
     GetRequests::Manner manner;
     manner.printsPaths = !runsProgram;

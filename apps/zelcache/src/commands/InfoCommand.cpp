@@ -8,6 +8,7 @@
 #include "TaskWait.h"
 #include "output/Format.h"
 #include "output/LabeledLines.h"
+#include "removal/EnteringDanger.h"
 #include "reports/CacheReport.h"
 
 #include <QCoreApplication>
@@ -156,7 +157,7 @@ private:
 
 ExitCode InfoCommand::run(const Context &context)
 {
-    if (const auto code = openCache(context))
+    if (const auto code = openCacheToEnter(context, { reference }))
         return *code;
     SignalWatch signalWatch([](int) {});
     const auto place = localPlaceOf(reference);

@@ -6,6 +6,7 @@
 #include "SchemesRegistration.h"
 #include "TaskWait.h"
 #include "removal/OutdatedResources.h"
+#include "removal/RemovalDanger.h"
 #include "removal/RemovalReport.h"
 
 #include <QCoreApplication>
@@ -25,15 +26,20 @@ struct Texts
 constexpr auto helpDetails
     = R"(Lists and removes the resources whose reference stands for a newer major version
 than the copy in the cache, in use or not: the next program that wants one fetches
-it anew. Ctrl-C stops after the resource that is just being removed.
+it anew. Ctrl-C stops after the resource that is just being removed. If a removal would
+take more than its own data, nothing goes, and the exit code is 3.
 
 Examples:
   zelcache outdated --dry-run
   zelcache outdated --json | jq '.removed[].reference')";
 
+/// Where it lies tells what would go with it.
+constexpr auto neededDetails = ResourceCacheReader::Version | ResourceCacheReader::Path;
+
 struct Outcome
 {
     OutdatedReport report;
+    QString refusal; ///< why nothing was or would be removed at all
     Error failure;
     int signalNumber = 0;
 };
@@ -41,10 +47,26 @@ struct Outcome
 Result<OutdatedResources> outdatedNow(const Context &context)
 {
     const ResourceManagerSettings settings = settingsOf(context.options);
-    ZEL_TRY_LET(const auto snapshot, readCache(settings, ResourceCacheReader::Version));
+    ZEL_TRY_LET(const auto snapshot, readCache(settings, neededDetails));
     const ResourceUsers users = usersByReference(snapshot, QDateTime::currentMSecsSinceEpoch(),
                                                  processesOf(settings.cachePath.databasePath()));
     return ZEL_PASS(outdatedOf(snapshot, users));
+}
+
+QString refusalOf(const Context &context, const OutdatedResources &outdated)
+{
+    ResourceRows rows;
+    for (const OutdatedResource &each : outdated)
+        rows.append(each.resource);
+    return dangersText(Texts::tr("Nothing is removed: that would take more than what is outdated."),
+                       rows, DataPlaces(settingsOf(context.options).cachePath.cacheDataDir()));
+}
+
+Outcome refused(const QString &why)
+{
+    Outcome outcome;
+    outcome.refusal = why;
+    return outcome;
 }
 
 void warnOfUsers(const Context &context, const OutdatedResources &outdated)
@@ -92,6 +114,8 @@ Result<Outcome> purged(const Context &context)
     // Who is made to wait for the cache here can be interrupted at once.
     ZEL_TRY_LET(const auto task, ResourceManager::purgeOutdatedResourcesTask());
     ZEL_TRY_LET(const OutdatedResources before, outdatedNow(context));
+    if (const QString why = refusalOf(context, before); !why.isEmpty())
+        return refused(why);
     warnOfUsers(context, before);
 
     Outcome outcome;
@@ -107,6 +131,8 @@ Result<Outcome> purged(const Context &context)
 Result<Outcome> rehearse(const Context &context)
 {
     ZEL_TRY_LET(const OutdatedResources outdated, outdatedNow(context));
+    if (const QString why = refusalOf(context, outdated); !why.isEmpty())
+        return refused(why);
     warnOfUsers(context, outdated);
     Outcome outcome;
     outcome.report = reportOf(outdated, {});
@@ -121,10 +147,7 @@ void writeAnswer(const Context &context, const Outcome &outcome)
                                    outdatedLines(outcome.report));
         return;
     }
-    QJsonObject answer = context.emptyAnswer();
-    const QJsonObject members = outdatedJson(outcome.report);
-    for (auto member = members.begin(); member != members.end(); ++member)
-        answer.insert(member.key(), member.value());
+    QJsonObject answer = context.answerWith(outdatedJson(outcome.report));
     if (outcome.failure.hasError())
         answer.insert(u"error"_s, json::error(outcome.failure));
     context.output.answer(answer);
@@ -132,6 +155,8 @@ void writeAnswer(const Context &context, const Outcome &outcome)
 
 ExitCode answer(const Context &context, const Outcome &outcome)
 {
+    if (!outcome.refusal.isEmpty())
+        return context.fail(ExitCode::AnswerIsNo, outcome.refusal);
     writeAnswer(context, outcome);
     if (!outcome.report.left.isEmpty())
         context.output.warning(

@@ -2,6 +2,7 @@
 #include "CommandOptions.h"
 #include "Library.h"
 #include "SignalWatch.h"
+#include "removal/EnteringDanger.h"
 
 #include <QCoreApplication>
 
@@ -54,7 +55,7 @@ void tell(const LocalPlace &place, const Context &context)
 
 ExitCode PathCommand::run(const Context &context)
 {
-    if (const auto code = openCache(context))
+    if (const auto code = openCacheToEnter(context, { reference }))
         return *code;
     SignalWatch signalWatch([](int) {});
     const auto place = localPlaceOf(reference);

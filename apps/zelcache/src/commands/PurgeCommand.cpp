@@ -4,6 +4,7 @@
 #include "ResourceCache.h"
 #include "ResourceManager.h"
 #include "SignalWatch.h"
+#include "removal/RemovalDanger.h"
 #include "removal/RemovalReport.h"
 
 #include <QCoreApplication>
@@ -15,11 +16,17 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::PurgeCommand)
+};
+
 constexpr auto helpDetails
     = R"(Removes what was accessed longest ago and is not in use, until the cache is small
 enough: at nine tenths of its optimal size, if it is above that, or at SIZE. The
 last resource that goes may take it below. No setting changes. The exit code is 3
 if it could not become small enough; standard error then says what holds the rest.
+It is 3, too, and nothing goes, if a removal would take more than what is to go.
 
 Sizes: K, M, G, T and KiB, MiB, ... are powers of 1024, KB, MB, ... of 1000.
 
@@ -30,7 +37,8 @@ Examples:
 
 using Snapshot = ResourceCacheReader::Snapshot;
 
-constexpr auto neededDetails = ResourceCacheReader::NoDetail;
+/// Where it lies tells what would go with it.
+constexpr auto neededDetails = ResourceCacheReader::Path;
 
 struct Request
 {
@@ -45,6 +53,7 @@ struct Outcome
 {
     PurgeReport report;
     QList<Pin> pins; ///< only if the goal was not reached
+    QString refusal; ///< why nothing was or would be removed at all
     Error failure;
     int signalNumber = 0;
 };
@@ -60,6 +69,19 @@ PurgePlan planned(const ResourceManagerSettings &settings, const Request &reques
 {
     return planPurge(snapshot, purgeLimits(settings.sizes, request.target),
                      usersNow(settings, snapshot));
+}
+
+QString refusalOf(const ResourceManagerSettings &settings, const PurgePlan &plan)
+{
+    return dangersText(Texts::tr("Nothing is removed: a purge would take more than what is to go."),
+                       plan.resources, DataPlaces(settings.cachePath.cacheDataDir()));
+}
+
+Outcome refused(const QString &why)
+{
+    Outcome outcome;
+    outcome.refusal = why;
+    return outcome;
 }
 
 /// Leaves the state after a purge that keeps to the plan.
@@ -100,6 +122,8 @@ Result<Outcome> purged(const Context &context, const Request &request)
     const SignalWatch signalWatch([](int) {});
     ZEL_TRY_LET(const Snapshot before, readCache(settings, neededDetails));
     const PurgePlan plan = planned(settings, request, before);
+    if (const QString why = refusalOf(settings, plan); !why.isEmpty())
+        return refused(why);
     const Error failure = purge(purgeLimits(settings.sizes, request.target));
     ZEL_TRY_LET(const Snapshot after, readCache(settings, neededDetails));
 
@@ -117,6 +141,8 @@ Result<Outcome> rehearse(const Context &context, const Request &request)
     const ResourceManagerSettings settings = settingsOf(context.options);
     ZEL_TRY_LET(Snapshot snapshot, readCache(settings, neededDetails));
     const PurgePlan plan = planned(settings, request, snapshot);
+    if (const QString why = refusalOf(settings, plan); !why.isEmpty())
+        return refused(why);
     Outcome outcome
         = outcomeOf(plan, plan.resources, snapshot.currentSize - sizeOfAll(plan.resources));
     if (!outcome.report.isGoalReached()) {
@@ -127,22 +153,26 @@ Result<Outcome> rehearse(const Context &context, const Request &request)
     return outcome;
 }
 
+void writeAnswer(const Context &context, const Outcome &outcome)
+{
+    const qsizetype removed = outcome.report.removed.size();
+    if (!context.options.json) {
+        context.output.answerLines(removed + 1, purgeLines(outcome.report));
+        return;
+    }
+    QJsonObject answer = context.answerWith(purgeJson(outcome.report));
+    if (outcome.failure.hasError())
+        answer.insert(u"error"_s, json::error(outcome.failure));
+    context.output.answer(answer,
+                          { { u"pinned"_s, outcome.pins.size(), pinnedJson(outcome.pins) },
+                            { u"removed"_s, removed, removedJson(outcome.report) } });
+}
+
 ExitCode answer(const Context &context, const Outcome &outcome)
 {
-    if (context.options.json) {
-        QJsonObject answer = context.emptyAnswer();
-        const QJsonObject members = purgeJson(outcome.report);
-        for (auto member = members.begin(); member != members.end(); ++member)
-            answer.insert(member.key(), member.value());
-        if (outcome.failure.hasError())
-            answer.insert(u"error"_s, json::error(outcome.failure));
-        const qsizetype removed = outcome.report.removed.size();
-        context.output.answer(answer,
-                              { { u"pinned"_s, outcome.pins.size(), pinnedJson(outcome.pins) },
-                                { u"removed"_s, removed, removedJson(outcome.report) } });
-    } else {
-        context.output.answerLines(outcome.report.removed.size() + 1, purgeLines(outcome.report));
-    }
+    if (!outcome.refusal.isEmpty())
+        return context.fail(ExitCode::AnswerIsNo, outcome.refusal);
+    writeAnswer(context, outcome);
     for (const QString &line : pinLines(outcome.pins, shownPins))
         context.output.warning(line);
     if (outcome.failure.hasError())

@@ -32,8 +32,9 @@ struct Texts
 
 constexpr auto helpDetails
     = R"(Removes the data of resources that nobody uses. One that is not there, is in use
-or has the policy Never is left alone; the others still go. The exit code is 3
-then, and standard error says why and who uses it.
+or has the policy Never is left alone; the others still go. So is one whose removal
+would take more than its own data. The exit code is 3 then, and standard error
+says why and who uses it.
 
 Examples:
   zelcache remove https://data.example.org/runs/run1.raw
@@ -61,29 +62,47 @@ struct Request
     QString reference; ///< as it is shown and answered
     qint64 size = 0;
     ResourceCleanupPolicy policy = ResourceCleanupPolicy::Invalid;
+    ResourceStatus status = ResourceStatus::Invalid;
+    bool hasPath = false;
     Outcome outcome;
 
     bool isAccepted() const { return outcome.code == ExitCode::Success; }
 };
 
-Request judged(const Snapshot &snapshot, const ResourceUsers &users, const QString &argument,
-               bool force, const ProcessLookup &look)
+/// What the requests are judged by.
+struct Grounds
+{
+    Snapshot snapshot;
+    ResourceUsers users;
+    DataPlaces places;
+    ProcessLookup look;
+    bool force = false;
+};
+
+void take(const ResourceCacheReader::Resource &resource, Request &request)
+{
+    request.size = resource.size;
+    request.policy = resource.policy;
+    request.status = resource.status;
+    request.hasPath = resource.hasPath;
+}
+
+Request judged(const Grounds &grounds, const QString &argument)
 {
     Request request;
-    const auto key = keyOf(snapshot, argument);
+    const auto key = keyOf(grounds.snapshot, argument);
     if (!key.hasValue()) {
         request.reference = withoutSecrets(argument);
         request.outcome = { exitCodeOf(key.error()), key.error().errorMessage(), {} };
         return request;
     }
     request.reference = key.value();
-    if (const auto refusal = refusalOf(snapshot, users, key.value(), force, look)) {
+    const auto refusal = refusalOf(grounds.snapshot, grounds.users, grounds.places, key.value(),
+                                   grounds.force, grounds.look);
+    if (refusal)
         request.outcome = { ExitCode::AnswerIsNo, refusal->reason, refusal->processes };
-    } else {
-        const auto resource = resourceOf(snapshot, key.value());
-        request.size = resource->size;
-        request.policy = resource->policy;
-    }
+    else
+        take(*resourceOf(grounds.snapshot, key.value()), request);
     return request;
 }
 
@@ -104,17 +123,31 @@ Error useAndRelease(const QString &key)
 }
 
 /// No restriction reaches the policy Never, so another one is stored for the length of the removal.
-Error removeData(const Request &request)
+Error releaseWhatIsNeverToGo(const Request &request)
 {
-    if (request.policy != ResourceCleanupPolicy::Never)
-        return ZEL_PASS(useAndRelease(request.reference));
-
     ResourceCache *cache = ResourceManager::cache();
     Error error;
     ZEL_TRY(error, cache->saveCleanupPolicy(request.reference, ResourceCleanupPolicy::OnDemand));
     const Error outcome = ZEL_PASS(useAndRelease(request.reference));
     ZEL_TRY(error, cache->saveCleanupPolicy(request.reference, request.policy));
     return outcome;
+}
+
+/// The end of a use takes what is Ready only. What has no path has nothing to be taken.
+Error settleUnknownStatus(const Request &request)
+{
+    const ResourceStatus status = request.hasPath ? ResourceStatus::Ready : ResourceStatus::Missing;
+    return ZEL_PASS(ResourceManager::cache()->saveStatus(request.reference, status));
+}
+
+Error removeData(const Request &request)
+{
+    Error error;
+    if (request.status == ResourceStatus::Invalid)
+        ZEL_TRY(error, settleUnknownStatus(request));
+    return request.policy == ResourceCleanupPolicy::Never
+        ? ZEL_PASS(releaseWhatIsNeverToGo(request))
+        : ZEL_PASS(useAndRelease(request.reference));
 }
 
 /// A release has nobody to report to: what it did is seen in the cache.
@@ -236,7 +269,8 @@ public:
     {
         options::addReferences(app, references, true);
         options::addDryRun(app, dryRun);
-        options::addSwitch(app, "--force", "Remove what has the policy Never, too", force);
+        options::addSwitch(app, "--force",
+                           "Remove what has the policy Never or an unknown status, too", force);
     }
 
     ExitCode run(const Context &context) override;
@@ -244,7 +278,7 @@ public:
 private:
     QStringList references;
     bool dryRun = false;
-    bool force = false; ///< what is never to go, too
+    bool force = false; ///< what is never to go and what nobody knows the status of, too
 };
 
 ExitCode RemoveCommand::run(const Context &context)
@@ -255,10 +289,11 @@ ExitCode RemoveCommand::run(const Context &context)
     if (!snapshot.hasValue())
         return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
     const ProcessLookup look = processesOf(settings.cachePath.databasePath());
-    const ResourceUsers users = usersNow(snapshot.value(), look);
+    const Grounds grounds { snapshot.value(), usersNow(snapshot.value(), look),
+                            DataPlaces(settings.cachePath.cacheDataDir()), look, force };
     std::vector<Request> requests;
     for (const QString &argument : references)
-        requests.push_back(judged(snapshot.value(), users, argument, force, look));
+        requests.push_back(judged(grounds, argument));
 
     if (dryRun || !isAnyAccepted(requests)) {
         for (const Request &request : requests)

@@ -1,5 +1,6 @@
 #include "doctor/DataPlaces.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -9,6 +10,11 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::DataPlaces)
+};
 
 bool isClean(const QString &path)
 {
@@ -70,6 +76,39 @@ QByteArray DataPlaces::afterMove(const QString &path) const
 QString DataPlaces::pathTo(const QByteArray &place) const
 {
     return prefix + QFile::decodeName(place);
+}
+
+DataPlaces::Position DataPlaces::positionOf(const QString &path, const QByteArray &place) const
+{
+    if (!place.isEmpty())
+        return place.contains('/') ? Position::InFolder : Position::InRoot;
+    const QString resolved = QFileInfo(path).canonicalFilePath();
+    if (resolvedPrefix.isEmpty() || !resolved.startsWith(resolvedPrefix))
+        return Position::Outside;
+    return resolved.indexOf(u'/', resolvedPrefix.size()) < 0 ? Position::InRoot
+                                                             : Position::OtherSpelling;
+}
+
+QString positionText(DataPlaces::Position position, const QString &path)
+{
+    using Position = DataPlaces::Position;
+    switch (position) {
+    case Position::InFolder:
+        break;
+    case Position::OtherSpelling:
+        return Texts::tr("\"%1\" lies in the data directory, which other programs spell in "
+                         "another way.")
+            .arg(path);
+    case Position::InRoot:
+        return Texts::tr("\"%1\" lies in the data directory itself, without a folder of its own: "
+                         "what removes it removes all data.")
+            .arg(path);
+    case Position::Outside:
+        return Texts::tr("\"%1\" lies outside of the data directory: what removes it removes the "
+                         "folder around it.")
+            .arg(path);
+    }
+    return {};
 }
 
 QByteArray folderAround(const QByteArray &place)

@@ -23,11 +23,24 @@ public:
     /// The path of a place.
     QString pathTo(const QByteArray &place) const;
 
+    /// How the path of a row lies. The cache removes the folder around a path with it.
+    enum class Position {
+        InFolder, ///< as it should be: in the data directory, in a folder
+        OtherSpelling, ///< the same by another name
+        InRoot, ///< by whatever name: the folder around it is the data directory
+        Outside, ///< the folder around it is none of the cache's
+    };
+    /// `place`: what named() says of the path.
+    Position positionOf(const QString &path, const QByteArray &place) const;
+
 private:
     QString prefix; ///< the data directory and a slash
     QString resolvedPrefix; ///< the same without links; empty if there is no such directory
     QString ownName; ///< the data directory's name between slashes
 };
+
+/// What is wrong with a path that lies so, in a sentence; empty if nothing is.
+QString positionText(DataPlaces::Position position, const QString &path);
 
 QByteArray folderAround(const QByteArray &place);
 QByteArray nameOf(const QByteArray &place);

@@ -18,6 +18,21 @@ struct Texts
 
 using Resource = ResourceCacheReader::Resource;
 
+std::optional<FindingKind> kindOf(DataPlaces::Position position)
+{
+    switch (position) {
+    case DataPlaces::Position::InFolder:
+        break;
+    case DataPlaces::Position::OtherSpelling:
+        return FindingKind::PathOtherSpelling;
+    case DataPlaces::Position::InRoot:
+        return FindingKind::PathInRoot;
+    case DataPlaces::Position::Outside:
+        return FindingKind::PathOutside;
+    }
+    return {};
+}
+
 class RowChecks
 {
 public:
@@ -38,7 +53,6 @@ private:
 
     const Examination &all;
     Findings &findings;
-    QString resolvedDataDirectory;
     QSet<QString> wanted; ///< by somebody who is alive
     QHash<QByteArray, QString> ownersOfPaths;
 };
@@ -46,8 +60,6 @@ private:
 RowChecks::RowChecks(const Examination &all, Findings &findings)
     : all(all)
     , findings(findings)
-    , resolvedDataDirectory(
-          QFileInfo(all.settings.cachePath.cacheDataDir().toString()).canonicalFilePath())
 {
     for (const ResourceCacheReader::AcquiringTask &task : all.snapshot.acquiringTasks) {
         if (!wanted.contains(task.reference) && all.isAlive(task.clientId))
@@ -152,23 +164,9 @@ bool RowChecks::wasMovedAside(const Resource &resource, const QByteArray &path)
 /// `path` is that below the data directory, empty for one that does not lie there.
 void RowChecks::checkPlace(const Resource &resource, const QByteArray &path)
 {
-    if (!path.isEmpty() && !path.contains('/')) {
-        add(FindingKind::PathInRoot, resource,
-            Texts::tr("\"%1\" lies in the data directory itself, without a folder of its own: what "
-                      "removes it removes all data.")
-                .arg(resource.path));
-    } else if (path.isEmpty()) {
-        const QString resolved = QFileInfo(resource.path).canonicalFilePath();
-        const bool isInside
-            = !resolvedDataDirectory.isEmpty() && resolved.startsWith(resolvedDataDirectory + u'/');
-        const QString text = isInside
-            ? Texts::tr(
-                "\"%1\" lies in the data directory, which other programs spell in another way.")
-            : Texts::tr("\"%1\" lies outside of the data directory: what removes it removes the "
-                        "folder around it.");
-        add(isInside ? FindingKind::PathOtherSpelling : FindingKind::PathOutside, resource,
-            text.arg(resource.path));
-    }
+    const auto position = all.data.places().positionOf(resource.path, path);
+    if (const auto kind = kindOf(position))
+        add(*kind, resource, positionText(position, resource.path));
     if (!path.isEmpty() && !all.data.isShared(path))
         return;
     QString &owner

@@ -6,6 +6,7 @@
 #include "errors/Propagate.h"
 #include "output/Format.h"
 #include "plan/SourceSizes.h"
+#include "removal/RemovalDanger.h"
 #include "removal/RemovalReport.h"
 #include "staging/StagingRecord.h"
 
@@ -91,6 +92,14 @@ std::optional<ExitCode> purgeFor(const Context &context, const FitPlan &plan)
 
 } // namespace
 
+QString whyNotToMakeRoom(const ResourceManagerSettings &settings, const FitPlan &plan)
+{
+    return dangersText(
+        Texts::tr("Nothing is fetched: to make room for it would take more than what "
+                  "is to go."),
+        plan.evicted, DataPlaces(settings.cachePath.cacheDataDir()));
+}
+
 bool takesRoom(const ResourceHandler &handler)
 {
     return handler.reference()->scheme() != ResourceReference::File;
@@ -123,7 +132,7 @@ Result<FitPlan> planFetch(const ResourceManagerSettings &settings, QList<FitPlan
     if (isNotMadeYet(settings))
         return plan;
     // What has come since the first reading counts as data that its fetch replaces.
-    ZEL_TRY_LET(const auto allRows, readCache(settings, ResourceCacheReader::NoDetail));
+    ZEL_TRY_LET(const auto allRows, readCache(settings, ResourceCacheReader::Path));
     return plannedFor(allRows);
 }
 
@@ -147,6 +156,9 @@ std::optional<ExitCode> makeRoomFor(const Context &context, const Handlers &miss
         return {};
     if (!plan.value().fits())
         return refuse(context, fitPlanSummary(plan.value()));
+    const QString why = whyNotToMakeRoom(settingsOf(context.options), plan.value());
+    if (!why.isEmpty())
+        return context.fail(ExitCode::AnswerIsNo, why);
     return plan.value().evicted.isEmpty() ? std::nullopt : purgeFor(context, plan.value());
 }
 

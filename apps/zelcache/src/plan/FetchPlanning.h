@@ -18,6 +18,10 @@ Result<ResourceCacheReader::Snapshot> rowsToPlanWith(const ResourceManagerSettin
 Result<FitPlan> planFetch(const ResourceManagerSettings &settings, QList<FitPlan::Missing> missing,
                           const QStringList &wanted);
 
+/// Why a fetch with that plan must not begin: what would go for it would take more than itself.
+/// Empty if it may.
+QString whyNotToMakeRoom(const ResourceManagerSettings &settings, const FitPlan &plan);
+
 /// Asks the sources of what a fetch is about to bring. If it cannot fit, even after what can go has
 /// gone, that is said and the code to end with returned; if something has to go for it, that goes.
 /// What cannot be told stops nothing. The manager's cache must be open. Main thread only.

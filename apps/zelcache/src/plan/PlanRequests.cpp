@@ -95,8 +95,10 @@ ExitCode planRequests(const Context &context, const QStringList &arguments)
         return exitCodeOfSignal(sizes.signalNumber);
     addRates(sizes.missing, ManifestStore::forCache(settings.cachePath.cacheDataDir()));
     const auto plan = planFetch(settings, sizes.missing, wanted.value().keys);
-    return plan.hasValue() ? answer(context, plan.value())
-                           : context.fail(ExitCode::CacheUnavailable, plan.error().errorMessage());
+    if (!plan.hasValue())
+        return context.fail(ExitCode::CacheUnavailable, plan.error().errorMessage());
+    const QString why = whyNotToMakeRoom(settings, plan.value());
+    return why.isEmpty() ? answer(context, plan.value()) : context.fail(ExitCode::AnswerIsNo, why);
 }
 
 } // namespace zel::cli

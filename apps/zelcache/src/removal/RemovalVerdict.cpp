@@ -1,6 +1,7 @@
 #include "removal/RemovalVerdict.h"
 
 #include "ResourceLookup.h"
+#include "removal/RemovalDanger.h"
 
 #include <QCoreApplication>
 
@@ -29,9 +30,22 @@ Refusal refusalOfFetched(const UserProcesses &processes)
     return { Texts::tr("It is being fetched by %1.").arg(processesText(processes)), processes };
 }
 
+/// Somebody may know what it means, and fetch it or use it.
+std::optional<Refusal> refusalOfUnknownStatus(const UserProcesses &fetchers, bool force)
+{
+    if (!fetchers.isEmpty())
+        return refusalOfFetched(fetchers);
+    if (force)
+        return {};
+    return Refusal { Texts::tr("Its status is none that this program knows; --force removes it "
+                               "all the same."),
+                     {} };
+}
+
 /// The reason that lies in the status, if any.
 std::optional<Refusal> refusalOfStatus(const ResourceCacheReader::Snapshot &snapshot,
-                                       const Resource &resource, const ProcessLookup &look)
+                                       const Resource &resource, bool force,
+                                       const ProcessLookup &look)
 {
     switch (resource.status) {
     case ResourceStatus::Ready:
@@ -45,7 +59,9 @@ std::optional<Refusal> refusalOfStatus(const ResourceCacheReader::Snapshot &snap
     case ResourceStatus::Invalid:
         break;
     }
-    return Refusal { Texts::tr("Its status is none that this program knows."), {} };
+    return refusalOfUnknownStatus(fetchersOf(snapshot, resource.reference, look)
+                                      + waitersOf(snapshot, resource.reference, look),
+                                  force);
 }
 
 std::optional<Refusal> refusalOfPolicy(ResourceCleanupPolicy policy, bool force)
@@ -62,18 +78,20 @@ std::optional<Refusal> refusalOfPolicy(ResourceCleanupPolicy policy, bool force)
 } // namespace
 
 std::optional<Refusal> refusalOf(const ResourceCacheReader::Snapshot &snapshot,
-                                 const ResourceUsers &users, const QString &key, bool force,
-                                 const ProcessLookup &look)
+                                 const ResourceUsers &users, const DataPlaces &places,
+                                 const QString &key, bool force, const ProcessLookup &look)
 {
     const auto resource = resourceOf(snapshot, key);
     if (!resource)
         return Refusal { Texts::tr("The cache does not know it."), {} };
-    if (const auto refusal = refusalOfStatus(snapshot, *resource, look))
+    if (const auto refusal = refusalOfStatus(snapshot, *resource, force, look))
         return refusal;
     const UserProcesses processes = users.value(key);
     if (!processes.isEmpty())
         return Refusal { Texts::tr("It is in use by %1.").arg(processesText(processes)),
                          processes };
+    if (const QString danger = dangerOf(*resource, places); !danger.isEmpty())
+        return Refusal { danger, {} };
     return refusalOfPolicy(resource->policy, force);
 }
 
