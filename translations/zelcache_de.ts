@@ -440,6 +440,21 @@
         <source>interrupted after %1</source>
         <translation>unterbrochen nach %1</translation>
     </message>
+    <message>
+        <source>1 plan</source>
+        <translation>1 Plan</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n plans</source>
+        <translation>
+            <numerusform>%n Plan</numerusform>
+            <numerusform>%n Pläne</numerusform>
+        </translation>
+    </message>
+    <message>
+        <source>Then it is looked again. What this brings to light is repaired as well, with at most %1 more.</source>
+        <translation>Danach wird noch einmal nachgesehen. Was dabei ans Licht kommt, wird auch repariert, mit höchstens %1 mehr.</translation>
+    </message>
 </context>
 <context>
     <name>zel::cli::EnteringDanger</name>
@@ -468,7 +483,7 @@
     </message>
     <message>
         <source>Nothing is fetched: to make room for it would take more than what is to go.</source>
-        <translation>Nichts wird geholt: Dafür Platz zu schaffen nähme mehr mit als das, was gehen soll.</translation>
+        <translation>Nichts wird abgerufen: Dafür Platz zu schaffen nähme mehr mit als das, was gehen soll.</translation>
     </message>
 </context>
 <context>
@@ -488,14 +503,6 @@
     <message>
         <source>Close all programs and let &quot;sqlite3 ResourceCache.db .recover&quot; make a new file.</source>
         <translation>Alle Programme schließen und mit „sqlite3 ResourceCache.db .recover“ eine neue Datei machen.</translation>
-    </message>
-    <message>
-        <source>A newer program may know it. Otherwise &quot;zelcache get&quot; fetches the resource anew.</source>
-        <translation>Ein neueres Programm kennt ihn vielleicht. Sonst ruft „zelcache get“ die Ressource neu ab.</translation>
-    </message>
-    <message>
-        <source>Let all programs use one spelling of the base directory, and fetch the resource anew.</source>
-        <translation>Alle Programme das Basisverzeichnis auf eine Art schreiben lassen und die Ressource neu abrufen.</translation>
     </message>
     <message>
         <source>What removes the one takes the other&apos;s data along: &quot;zelcache doctor --repair&quot; mends its row then, and &quot;zelcache get&quot; fetches both anew.</source>
@@ -580,6 +587,26 @@
     <message>
         <source>The database has no tables. If it was lost, put it back. If it is to be empty, open the cache once, as &quot;zelcache get&quot; does: then &quot;zelcache doctor --repair&quot; removes it.</source>
         <translation>Die Datenbank hat keine Tabellen. Ging sie verloren, ist sie zurückzulegen. Soll sie leer sein, ist der Cache einmal zu öffnen, wie es „zelcache get“ tut: Dann entfernt „zelcache doctor --repair“ es.</translation>
+    </message>
+    <message>
+        <source>To count all sizes would hide that data is damaged. Mend that first; then &quot;zelcache doctor --repair&quot; mends this.</source>
+        <translation>Alle Größen zu zählen würde verbergen, dass Daten beschädigt sind. Das zuerst beheben; dann behebt „zelcache doctor --repair“ dies.</translation>
+    </message>
+    <message>
+        <source>A newer program may know it. Otherwise &quot;zelcache remove --force REF&quot; removes it, and &quot;zelcache get REF&quot; fetches it anew.</source>
+        <translation>Ein neueres Programm kennt ihn vielleicht. Sonst entfernt „zelcache remove --force REF“ die Ressource, und „zelcache get REF“ ruft sie neu ab.</translation>
+    </message>
+    <message>
+        <source>Let all programs use one spelling of the base directory. Then &quot;zelcache remove REF&quot; and &quot;zelcache get REF&quot; fetch the resource anew.</source>
+        <translation>Alle Programme das Basisverzeichnis auf eine Art schreiben lassen. Dann rufen „zelcache remove REF“ und „zelcache get REF“ die Ressource neu ab.</translation>
+    </message>
+    <message>
+        <source>&quot;zelcache verify REF&quot; tells what is damaged. &quot;zelcache remove REF&quot; and &quot;zelcache get REF&quot; fetch it anew.</source>
+        <translation>„zelcache verify REF“ sagt, was beschädigt ist. „zelcache remove REF“ und „zelcache get REF“ rufen sie neu ab.</translation>
+    </message>
+    <message>
+        <source>It may be cut off: &quot;zelcache remove REF&quot; and &quot;zelcache get REF&quot; fetch it anew. If it is as it should be, &quot;zelcache recount REF&quot; counts it anew.</source>
+        <translation>Sie kann abgeschnitten sein: „zelcache remove REF“ und „zelcache get REF“ rufen sie neu ab. Ist sie, wie sie sein soll, zählt „zelcache recount REF“ sie neu.</translation>
     </message>
 </context>
 <context>
@@ -1241,6 +1268,10 @@
         <source>&quot;%1&quot; cannot be moved back.</source>
         <translation>„%1“ kann nicht zurückbewegt werden.</translation>
     </message>
+    <message>
+        <source>Clear path and size of &quot;%1&quot;: it is Missing.</source>
+        <translation>Pfad und Größe von „%1“ leeren: Sie ist Missing.</translation>
+    </message>
 </context>
 <context>
     <name>zel::cli::ResourceReasons</name>
@@ -1441,6 +1472,10 @@
         <source>There is nothing at &quot;%1&quot;, but a repair that was interrupted has moved its data to &quot;%2&quot;.</source>
         <translation>Unter „%1“ liegt nichts, aber eine unterbrochene Reparatur hat die Daten nach „%2“ bewegt.</translation>
     </message>
+    <message>
+        <source>It is Missing, but the cache counts %1 bytes for it.</source>
+        <translation>Sie ist Missing, aber der Cache zählt %1 Bytes für sie.</translation>
+    </message>
 </context>
 <context>
     <name>zel::cli::SettingValue</name>
@@ -1582,10 +1617,6 @@
         <source>It has left the cache meanwhile.</source>
         <translation>Sie hat den Cache inzwischen verlassen.</translation>
     </message>
-    <message>
-        <source>Manifests of what has left the cache: %1, removed.</source>
-        <translation>Manifeste von dem, was den Cache verlassen hat: %1, entfernt.</translation>
-    </message>
 </context>
 <context>
     <name>zel::cli::VerifyReport</name>
@@ -1671,6 +1702,10 @@
     <message>
         <source>bad manifest</source>
         <translation>defektes Manifest</translation>
+    </message>
+    <message>
+        <source>Manifests of what has left the cache: %1, removed.</source>
+        <translation>Manifeste von dem, was den Cache verlassen hat: %1, entfernt.</translation>
     </message>
 </context>
 <context>

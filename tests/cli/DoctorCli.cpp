@@ -36,6 +36,15 @@ QStringList DoctorCli::doctor(const QStringList &arguments, int exitCode) const
     return textsOf(jsonOf(run->output()).value(u"findings"_s), u"id"_s);
 }
 
+qint64 DoctorCli::bytesOnDisk() const
+{
+    qint64 bytes = 0;
+    QDirIterator files(cache.dataDir(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (files.hasNext())
+        bytes += QFileInfo(files.next()).size();
+    return bytes;
+}
+
 void DoctorCli::expectUntouched(const QString &reference) const
 {
     EXPECT_EQ(CacheDatabase(cache.databasePath()).status(reference), u"Ready"_s);

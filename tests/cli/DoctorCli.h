@@ -22,6 +22,8 @@ public:
 
     /// The ids of all findings, with no minimum age; checks the exit code.
     QStringList doctor(const QStringList &arguments, int exitCode) const;
+    /// All data, as the disk has it.
+    qint64 bytesOnDisk() const;
     void expectUntouched(const QString &reference) const;
     /// Every file with its bytes and every folder. Without the file of shared memory, in which
     /// readers note that they read, and an empty log, which they leave.

@@ -53,8 +53,12 @@ TEST_P(DoctorDamageTest, doctor_damage_isNamedAndRepairedIfItMayBe)
     EXPECT_TRUE(doctor({ u"--repair"_s }, damage.isRepaired ? 1 : 4).contains(id));
     const QStringList left = doctor({}, damage.isRepaired ? 0 : 4);
     EXPECT_EQ(left.contains(id), !damage.isRepaired) << left.join(u' ').toStdString();
-    if (damage.isRepaired)
+    if (damage.isRepaired) {
         expectUntouched(references.last());
+        const auto status = start({ u"status"_s, u"--json"_s });
+        EXPECT_EQ(status->exitCode(), 0);
+        EXPECT_EQ(jsonOf(status->output())[u"sizes"_s][u"current"_s].toInteger(), bytesOnDisk());
+    }
 }
 
 const Damage damages[] {
@@ -104,6 +108,11 @@ const Damage damages[] {
       } },
     { "data-of-missing-row", true,
       [](const DoctorCli &test) {
+          test.setOfFirst(u"status"_s, u"Missing"_s);
+      } },
+    { "size-of-missing-row", true,
+      [](const DoctorCli &test) {
+          QFile::remove(test.firstPath());
           test.setOfFirst(u"status"_s, u"Missing"_s);
       } },
     { "status-unknown", false,
@@ -194,9 +203,9 @@ TEST_F(DoctorDamageCliTest, doctor_allRepairableDamagesAtOnce_areRepairedAtOnce)
     for (const Damage &damage : damages) {
         const QString id = QString::fromLatin1(damage.id);
         // Two things cannot be wrong with one status at a time.
-        if (!damage.isRepaired || id == u"data-of-missing-row" || id == u"fetch-without-task"
-            || id == u"size-differs" || id == u"row-without-path" || id == u"path-moved"
-            || id == u"data-aside")
+        if (!damage.isRepaired || id == u"data-of-missing-row" || id == u"size-of-missing-row"
+            || id == u"fetch-without-task" || id == u"size-differs" || id == u"row-without-path"
+            || id == u"path-moved" || id == u"data-aside")
             continue;
         damage.make(*this);
         made.insert(id);

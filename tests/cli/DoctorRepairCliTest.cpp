@@ -210,8 +210,70 @@ TEST_F(DoctorRepairCliTest, repair_missingRowWithThePathOfAnother_leavesItsData)
     QFile::remove(firstPath());
     setOfFirst(u"cachedPath"_s, lastPath());
     setOfFirst(u"status"_s, u"Missing"_s);
-    EXPECT_EQ(doctor({ u"--repair"_s }, 0), QStringList());
+    EXPECT_EQ(doctor({ u"--repair"_s }, 1), QStringList { u"size-of-missing-row"_s });
+    EXPECT_EQ(doctor({}, 0), QStringList());
+    EXPECT_EQ(currentSize(), bytesOnDisk());
     expectUntouched(references.last());
+}
+
+TEST_F(DoctorRepairCliTest, repair_missingRow_noPurgeCountsOnItsSize)
+{
+    setOfFirst(u"status"_s, u"Missing"_s);
+    EXPECT_EQ(doctor({ u"--repair"_s }, 1), QStringList { u"data-of-missing-row"_s });
+    EXPECT_EQ(currentSize(), bytesOnDisk());
+    const auto purge = start({ u"purge"_s, u"-n"_s, u"--to"_s, u"1"_s, u"--json"_s });
+    EXPECT_EQ(purge->exitCode(), 0);
+    EXPECT_EQ(textsOf(jsonOf(purge->output()).value(u"removed"_s), u"reference"_s),
+              references.last(1));
+    EXPECT_EQ(start({ u"get"_s, references.first() })->exitCode(), 0);
+    EXPECT_EQ(doctor({}, 0), QStringList());
+}
+
+TEST_F(DoctorRepairCliTest, repair_missingRowThatLeadsOutside_forgetsItAndTouchesNothing)
+{
+    const QString outside = cache.outside(u"elsewhere/run.raw"_s);
+    moveData(references.first(), outside);
+    setOfFirst(u"status"_s, u"Missing"_s);
+    EXPECT_EQ(doctor({ u"--repair"_s }, 1), QStringList { u"size-of-missing-row"_s });
+    EXPECT_TRUE(QFileInfo::exists(outside));
+    EXPECT_EQ(start({ u"purge"_s, u"--to"_s, u"0"_s })->exitCode(), 0);
+    EXPECT_TRUE(QFileInfo::exists(outside));
+}
+
+TEST_F(DoctorRepairCliTest, dryRun_fetchThatNobodyRuns_announcesAllThatTheRepairDoes)
+{
+    setOfFirst(u"status"_s, u"Acquiring"_s);
+    const auto rehearsal = start({ u"doctor"_s, u"--repair"_s, u"-n"_s, u"--json"_s });
+    EXPECT_EQ(rehearsal->exitCode(), 4);
+    const QJsonObject announced = jsonOf(rehearsal->output());
+    EXPECT_EQ(textsOf(announced.value(u"plan"_s), u"operation"_s),
+              (QStringList { u"end-fetch"_s, u"clear-missing"_s }));
+    EXPECT_EQ(announced.value(u"furtherPlans"_s).toInt(), 2);
+    const auto run = start({ u"doctor"_s, u"--repair"_s, u"--json"_s });
+    EXPECT_EQ(run->exitCode(), 1);
+    const QJsonObject done = jsonOf(run->output());
+    EXPECT_EQ(done.value(u"plan"_s), announced.value(u"plan"_s));
+    EXPECT_EQ(done.value(u"repairs"_s), announced.value(u"plan"_s));
+    EXPECT_EQ(currentSize(), bytesOnDisk());
+}
+
+TEST_F(DoctorRepairCliTest, repair_damageBroughtToLight_isAnnouncedAndMendedByAFurtherPlan)
+{
+    // What several rows claim is nobody's once they have let go of it.
+    const QString path = lastPath();
+    setOfFirst(u"cachedPath"_s, path);
+    sql(u"UPDATE CachedResources SET status = 'Missing'"_s);
+    const auto rehearsal = start({ u"doctor"_s, u"--repair"_s, u"-n"_s, u"--min-age"_s, u"0"_s });
+    EXPECT_EQ(rehearsal->exitCode(), 4);
+    EXPECT_TRUE(rehearsal->output().contains("What this brings to light is repaired as well, with "
+                                             "at most 2 plans more."))
+        << rehearsal->output().toStdString();
+    const auto run = start({ u"doctor"_s, u"--repair"_s, u"--min-age"_s, u"0"_s });
+    EXPECT_EQ(run->exitCode(), 1) << run->errors().toStdString();
+    EXPECT_EQ(run->output().count("Plan:"), 2) << run->output().toStdString();
+    EXPECT_TRUE(run->output().contains("at most 1 plan more.")) << run->output().toStdString();
+    EXPECT_FALSE(QFileInfo::exists(path));
+    EXPECT_EQ(doctor({}, 0), QStringList());
 }
 
 TEST_F(DoctorRepairCliTest, repair_cacheThatWasMovedAsAWhole_followsAndKeepsAllData)
@@ -226,6 +288,15 @@ TEST_F(DoctorRepairCliTest, repair_cacheThatWasMovedAsAWhole_followsAndKeepsAllD
         EXPECT_TRUE(pathOf(reference).startsWith(cache.dataDir()));
         expectUntouched(reference);
     }
+}
+
+TEST_F(DoctorRepairCliTest, repair_cacheThatWasMovedInPart_tellsWhatWasCutOff)
+{
+    QFile(firstPath()).resize(100);
+    sql(u"UPDATE CachedResources SET cachedPath = replace(cachedPath, ?, ?)"_s,
+        { cache.dataDir(), cache.outside(u"former/Cache"_s) });
+    doctor({ u"--repair"_s }, 4);
+    EXPECT_EQ(doctor({}, 4), QStringList { u"size-differs"_s });
 }
 
 TEST_F(DoctorRepairCliTest, repair_cacheThatWasCopiedAsAWhole_keepsTheCopy)

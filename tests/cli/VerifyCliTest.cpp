@@ -71,6 +71,14 @@ protected:
             paths.append(directory.filePath(name));
         return paths;
     }
+    QString manifestOf(const QString &reference) const
+    {
+        for (const QString &path : manifests()) {
+            if (manifestAt(path).value(u"key"_s).toString() == reference)
+                return path;
+        }
+        return {};
+    }
     static QJsonObject manifestAt(const QString &path)
     {
         return QJsonDocument::fromJson(readFile(path)).object();
@@ -309,6 +317,32 @@ TEST_F(VerifyCliTest, verify_manifestOfWhatLeft_isRemovedAndTheNextFetchMakesAno
     fetch(gone);
     EXPECT_EQ(manifests().size(), 2);
     EXPECT_EQ(countOf(verify({}, 0), u"intact"_s), 2);
+}
+
+TEST_F(VerifyCliTest, verify_filesThatAreNoManifests_stayAndRemovalsAreTold)
+{
+    const QString gone = sharedFile(u"a.raw"_s, "content");
+    const QString newer = sharedFile(u"b.raw"_s, "content");
+    fetch(gone);
+    const QString ofGone = manifests().at(0);
+    fetch(newer);
+    fetchFile(u"c.raw"_s, "content");
+    const QString ofNewer = manifestOf(newer);
+    QJsonObject manifest = manifestAt(ofNewer);
+    manifest.insert(u"format"_s, 2);
+    writeFile(ofNewer, QJsonDocument(manifest).toJson());
+    const QString notes = cache.baseDir() + u"/Manifests/notes.json"_s;
+    writeFile(notes, "{}");
+    for (const QString &reference : { gone, newer })
+        ASSERT_EQ(start({ u"remove"_s, reference })->exitCode(), 0);
+
+    const auto run = start({ u"verify"_s });
+    EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
+    EXPECT_EQ(linesOf(run->output()).value(0),
+              u"Manifests of what has left the cache: 1, removed."_s);
+    EXPECT_FALSE(QFile::exists(ofGone));
+    EXPECT_EQ(manifestAt(ofNewer).value(u"format"_s).toInt(), 2);
+    EXPECT_EQ(readFile(notes), "{}");
 }
 
 TEST_F(VerifyCliTest, verify_references_areAnsweredOnceAndInOrder)

@@ -109,48 +109,81 @@ std::optional<ExitCode> openedAgain(const Context &context)
         : std::nullopt;
 }
 
-/// One repair may bring to light what another one mends: so often it is looked again.
-constexpr int mostRounds = 3;
+/// Does the plan on the open cache, and closes it. The code to end with if a signal came.
+std::optional<ExitCode> doPlan(const Context &context, const Request &request,
+                               const RepairPlan &plan, DoctorReport &report)
+{
+    // While it waits for the others, and while it looks, a signal ends it at once.
+    SignalWatch signalWatch([](int) {});
+    const auto isInterrupted = [&signalWatch] {
+        return signalWatch.receivedNow() != 0;
+    };
+    Repair repair(ResourceManager::cache(), settingsOf(context.options), request.minimumAge,
+                  isInterrupted);
+    const auto outcomes = repair.run(plan);
+    // Not to be found by the next look itself.
+    ResourceManager::cache()->close();
+    for (const RepairOutcome &outcome : outcomes) {
+        if (outcome.failure.hasError())
+            context.output.error(outcome.failure.errorMessage());
+    }
+    report.repairs->append(outcomes);
+    report.isInterrupted = isInterrupted();
+    return report.isInterrupted ? std::optional(exitCodeOfSignal(signalWatch.received()))
+                                : std::nullopt;
+}
+
+std::optional<ExitCode> lookAgain(const Context &context, const Request &request,
+                                  DoctorReport &report)
+{
+    const auto left = lookedAt(settingsOf(context.options), request);
+    if (!left.hasValue())
+        return context.fail(ExitCode::CacheUnavailable, left.error().errorMessage());
+    report.left = left.value();
+    return {};
+}
+
+/// Only what is new.
+RepairPlan planForWhatIsLeft(const DoctorReport &report)
+{
+    RepairPlan plan = planOf(report.left);
+    plan.removeIf([&report](const RepairStep &step) { return report.hasTried(step); });
+    return plan;
+}
 
 /// Does the plan, looks again, and goes on while there is something new to do. The code to end with
-/// if the cache cannot be opened or read.
+/// if the cache cannot be opened or read, or a signal came.
 std::optional<ExitCode> repair(const Context &context, const Request &request, DoctorReport &report)
 {
-    const ResourceManagerSettings settings = settingsOf(context.options);
     report.repairs.emplace();
     RepairPlan plan = report.plan;
-    for (int round = 0; round < mostRounds && !plan.isEmpty(); ++round) {
-        if (const auto code = round == 0 ? openExistingCache(context) : openedAgain(context))
+    for (int further = DoctorReport::mostPlans - 1; !plan.isEmpty(); --further) {
+        const bool isFirst = report.repairs->isEmpty();
+        if (const auto code = isFirst ? openExistingCache(context) : openedAgain(context))
             return code;
-        // While it waits for the others, and while it looks, a signal ends it at once.
-        SignalWatch signalWatch([](int) {});
-        const auto isInterrupted = [&signalWatch] {
-            return signalWatch.receivedNow() != 0;
-        };
-        const auto outcomes
-            = Repair(ResourceManager::cache(), settings, request.minimumAge, isInterrupted)
-                  .run(plan);
-        // Not to be found by the next look itself.
-        ResourceManager::cache()->close();
-        for (const RepairOutcome &outcome : outcomes) {
-            if (outcome.failure.hasError())
-                context.output.error(outcome.failure.errorMessage());
-        }
-        report.repairs->append(outcomes);
-        if (isInterrupted()) {
-            report.isInterrupted = true;
-            return exitCodeOfSignal(signalWatch.received());
-        }
-
-        const auto left = lookedAt(settings, request);
-        if (!left.hasValue())
-            return context.fail(ExitCode::CacheUnavailable, left.error().errorMessage());
-        report.left = left.value();
-        plan = planOf(report.left);
-        plan.removeIf([&report](const RepairStep &step) { return report.hasTried(step); });
-        write(context, planLines(plan));
+        if (const auto code = doPlan(context, request, plan, report))
+            return code;
+        if (const auto code = lookAgain(context, request, report))
+            return code;
+        if (further == 0)
+            break;
+        plan = planForWhatIsLeft(report);
+        write(context, planLines(plan, further - 1));
     }
     return {};
+}
+
+void tellLeft(const Context &context, const DoctorReport &report)
+{
+    if (const Findings left = damagesOf(report.left); !left.isEmpty())
+        write(context, QStringList { Texts::tr("Left:") } + findingLines(left));
+}
+
+void answer(const Context &context, const DoctorReport &report)
+{
+    if (context.options.json)
+        context.output.answer(context.answerWith(doctorJson(report)));
+    write(context, { verdictText(report) });
 }
 
 ExitCode DoctorCommand::run(const Context &context)
@@ -164,24 +197,15 @@ ExitCode DoctorCommand::run(const Context &context)
     report.isDryRun = request.dryRun;
     write(context, findingLines(report.findings));
     if (request.repair || request.dryRun)
-        write(context, planLines(report.plan));
+        write(context, planLines(report.plan, DoctorReport::mostPlans - 1));
 
     std::optional<ExitCode> code;
-    if (request.repair && !request.dryRun && !report.plan.isEmpty()) {
+    if (request.repair && !request.dryRun && !report.plan.isEmpty())
         code = repair(context, request, report);
-        if (code && !report.isInterrupted)
-            return *code;
-        if (const Findings left = damagesOf(report.left); !left.isEmpty())
-            write(context, QStringList { Texts::tr("Left:") } + findingLines(left));
-    }
-    if (context.options.json) {
-        QJsonObject answer = context.emptyAnswer();
-        const QJsonObject members = doctorJson(report);
-        for (auto member = members.begin(); member != members.end(); ++member)
-            answer.insert(member.key(), member.value());
-        context.output.answer(answer);
-    }
-    write(context, { verdictText(report) });
+    if (code && !report.isInterrupted)
+        return *code;
+    tellLeft(context, report);
+    answer(context, report);
     return code.value_or(exitCodeOf(report));
 }
 

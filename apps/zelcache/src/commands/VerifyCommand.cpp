@@ -135,7 +135,8 @@ int removeStale(const ManifestStore &store, const QStringList &paths, const QDat
     }
     int removed = 0;
     for (const QString &path : paths) {
-        if (ofSomething.contains(path))
+        // A newer program may have written what is no manifest for this one.
+        if (ofSomething.contains(path) || !store.readPath(path).hasValue())
             continue;
         const auto isRemoved = ZEL_PASS(store.removeIfOlder(path, listed));
         removed += isRemoved.hasValue() && isRemoved.value() ? 1 : 0; // of no harm where it stays
@@ -255,9 +256,6 @@ ExitCode VerifyCommand::answer(const Context &context, VerifyReport &report, int
         if (result.failure.hasError())
             context.output.error(result.reference + u": "_s + result.failure.errorMessage());
     }
-    if (report.staleManifests > 0)
-        context.output.note(Texts::tr("Manifests of what has left the cache: %1, removed.")
-                                .arg(report.staleManifests));
     if (context.options.json) {
         QJsonObject answer = context.emptyAnswer();
         const QJsonObject members = verifyJson(report);

@@ -45,10 +45,10 @@ QString severityWord(Severity severity)
 
 QString stepName(RepairStep::Kind kind)
 {
-    static constexpr std::array<QStringView, 11> names {
-        u"open-cache",  u"end-fetch",     u"put-back",   u"follow-move",
-        u"forget-data", u"clear-missing", u"count-size", u"count-all",
-        u"sum-up",      u"clean-staging", u"remove-data"
+    static constexpr std::array<QStringView, 12> names {
+        u"open-cache",  u"end-fetch",     u"put-back",      u"follow-move",
+        u"forget-data", u"clear-missing", u"forget-size",   u"count-size",
+        u"count-all",   u"sum-up",        u"clean-staging", u"remove-data"
     };
     return names.at(std::size_t(kind)).toString();
 }
@@ -61,6 +61,11 @@ QString damagesText(qsizetype count)
 QString repairsText(qsizetype count)
 {
     return count == 1 ? Texts::tr("1 repair") : Texts::tr("%n repairs", nullptr, int(count));
+}
+
+QString plansText(int count)
+{
+    return count == 1 ? Texts::tr("1 plan") : Texts::tr("%n plans", nullptr, count);
 }
 
 QJsonValue orNull(const QString &text)
@@ -157,7 +162,7 @@ QStringList findingLines(const Findings &findings)
     return lines;
 }
 
-QStringList planLines(const RepairPlan &plan)
+QStringList planLines(const RepairPlan &plan, int furtherPlans)
 {
     if (plan.isEmpty())
         return {};
@@ -166,6 +171,10 @@ QStringList planLines(const RepairPlan &plan)
         lines.append(u"  "_s + stepText(step));
     if (plan.size() > shownSteps)
         lines.append(u"  "_s + Texts::tr("and %1 more").arg(plan.size() - shownSteps));
+    if (furtherPlans > 0)
+        lines.append(Texts::tr("Then it is looked again. What this brings to light is repaired as "
+                               "well, with at most %1 more.")
+                         .arg(plansText(furtherPlans)));
     return lines;
 }
 
@@ -190,6 +199,8 @@ QJsonObject doctorJson(const DoctorReport &report)
 {
     QJsonObject object { { u"findings"_s, findingsJson(report.findings) },
                          { u"plan"_s, planJson(report.plan) },
+                         { u"furtherPlans"_s,
+                           report.plan.isEmpty() ? 0 : DoctorReport::mostPlans - 1 },
                          { u"dryRun"_s, report.isDryRun } };
     if (report.repairs) {
         object.insert(u"repairs"_s, repairsJson(*report.repairs));

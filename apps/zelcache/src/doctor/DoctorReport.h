@@ -18,6 +18,10 @@ inline constexpr ExitCode left = ExitCode(4); ///< there are damages
 /// What an examination has found, and what a repair has done about it.
 struct DoctorReport
 {
+    /// One repair may bring to light what another one mends: so many plans it makes at most, each
+    /// after a look of its own.
+    static constexpr int mostPlans = 3;
+
     Findings findings;
     RepairPlan plan; ///< what a repair does, whether it is done or not
     bool isDryRun = false;
@@ -37,7 +41,8 @@ Findings damagesOf(const Findings &findings);
 
 /// A few lines for each finding; of many of one kind the first ones, and how many more there are.
 QStringList findingLines(const Findings &findings);
-QStringList planLines(const RepairPlan &plan);
+/// `furtherPlans`: so many may follow once it is done.
+QStringList planLines(const RepairPlan &plan, int furtherPlans);
 /// The last line: how it stands.
 QString verdictText(const DoctorReport &report);
 

@@ -27,6 +27,11 @@ constexpr auto byRepair
 constexpr auto notNow = QT_TRANSLATE_NOOP(
     "zel::cli::Finding", "A repair leaves it alone as things are now; look again later.");
 
+constexpr auto afterTheSizes = QT_TRANSLATE_NOOP(
+    "zel::cli::Finding",
+    "To count all sizes would hide that data is damaged. Mend that first; then \"zelcache doctor "
+    "--repair\" mends this.");
+
 constexpr auto afterTheOthers = QT_TRANSLATE_NOOP(
     "zel::cli::Finding",
     "Nothing is repaired as long as the database is damaged or the lock is stuck. Mend that first; "
@@ -60,7 +65,8 @@ constexpr std::array descriptions {
         Kind::StatusUnknown, u"status-unknown", warning,
         QT_TRANSLATE_NOOP(
             "zel::cli::Finding",
-            "A newer program may know it. Otherwise \"zelcache get\" fetches the resource anew.") },
+            "A newer program may know it. Otherwise \"zelcache remove --force REF\" removes it, "
+            "and \"zelcache get REF\" fetches it anew.") },
     FindingDescription { Kind::SizeDiffers, u"size-differs", warning, byRepair },
     FindingDescription { Kind::PathMoved, u"path-moved", error, byRepair },
     FindingDescription { Kind::DataAside, u"data-aside", error, byRepair },
@@ -69,7 +75,8 @@ constexpr std::array descriptions {
     FindingDescription { Kind::PathOtherSpelling, u"path-other-spelling", warning,
                          QT_TRANSLATE_NOOP("zel::cli::Finding",
                                            "Let all programs use one spelling of the base "
-                                           "directory, and fetch the resource anew.") },
+                                           "directory. Then \"zelcache remove REF\" and \"zelcache "
+                                           "get REF\" fetch the resource anew.") },
     FindingDescription {
         Kind::PathShared, u"path-shared", warning,
         QT_TRANSLATE_NOOP(
@@ -84,6 +91,7 @@ constexpr std::array descriptions {
             "If its volume is not mounted, mount it. If the data is gone for good, "
             "make the directory: then \"zelcache doctor --repair\" mends the rows.") },
     FindingDescription { Kind::DataOfMissingRow, u"data-of-missing-row", warning, byRepair },
+    FindingDescription { Kind::SizeOfMissingRow, u"size-of-missing-row", error, byRepair },
     FindingDescription { Kind::DataWithoutRow, u"data-without-row", warning, byRepair },
     FindingDescription {
         Kind::DataYoung, u"data-young", note,
@@ -171,6 +179,25 @@ bool forbidsRepair(const Finding &finding)
         || finding.kind == Kind::LockStuck;
 }
 
+bool isDamagedData(const Finding &finding)
+{
+    return finding.kind == Kind::SizeDiffers && !finding.repair;
+}
+
+bool countsAll(const Finding &finding)
+{
+    return finding.repair && finding.repair->kind == RepairStep::Kind::CountAll;
+}
+
+/// Its remedy says why.
+void withdraw(Finding &finding, const char *remedy)
+{
+    if (finding.repair)
+        finding.remedy = remedy;
+    finding.repair.reset();
+    finding.consequence.reset();
+}
+
 } // namespace
 
 std::span<const FindingDescription> allFindingDescriptions()
@@ -185,6 +212,18 @@ const FindingDescription &descriptionOf(FindingKind kind)
         [kind](const FindingDescription &description) { return description.kind == kind; });
     return *found;
 }
+
+const char *const remedyOfDamagedData
+    = QT_TRANSLATE_NOOP("zel::cli::Finding",
+                        "\"zelcache verify REF\" tells what is damaged. \"zelcache remove REF\" "
+                        "and \"zelcache get REF\" "
+                        "fetch it anew.");
+
+const char *const remedyOfLessData
+    = QT_TRANSLATE_NOOP("zel::cli::Finding",
+                        "It may be cut off: \"zelcache remove REF\" and \"zelcache get REF\" fetch "
+                        "it anew. If it is as "
+                        "it should be, \"zelcache recount REF\" counts it anew.");
 
 const char *const remedyWithoutTables = QT_TRANSLATE_NOOP(
     "zel::cli::Finding",
@@ -203,12 +242,13 @@ QString remedyText(const Finding &finding)
 
 void withdrawForbiddenRepairs(Findings &findings)
 {
-    if (std::none_of(findings.begin(), findings.end(), forbidsRepair))
-        return;
+    const bool areForbidden = std::any_of(findings.begin(), findings.end(), forbidsRepair);
+    const bool hidesDamage = std::any_of(findings.begin(), findings.end(), isDamagedData);
     for (Finding &finding : findings) {
-        if (finding.repair)
-            finding.remedy = afterTheOthers;
-        finding.repair.reset();
+        if (areForbidden)
+            withdraw(finding, afterTheOthers);
+        else if (hidesDamage && countsAll(finding))
+            withdraw(finding, afterTheSizes);
     }
 }
 

@@ -32,6 +32,7 @@ enum class FindingKind {
     PathShared,
     FetchWithoutTask,
     DataOfMissingRow,
+    SizeOfMissingRow,
     DataWithoutRow,
     DataYoung,
     Leftover,
@@ -82,7 +83,8 @@ struct RepairStep
         PutBack, ///< the data of `reference`, which a repair has moved aside to `path`
         FollowMove, ///< of `reference`, whose data has come to lie at `path`
         ForgetData, ///< of `reference`, which should be at `path`
-        ClearMissing, ///< the data at `path`, which `reference` does not know any more
+        ClearMissing, ///< the data at `path`, and path and size of `reference`, which is Missing
+        ForgetSize, ///< and path of `reference`, which is Missing
         CountSize, ///< of `reference`
         CountAll,
         SumUp, ///< the sizes that are stored, in the one row of sums
@@ -109,6 +111,7 @@ struct Finding
     QString explanation; ///< a sentence
     std::optional<RepairStep> repair; ///< empty if no operation of the library helps
     const char *remedy = nullptr; ///< in English, instead of that of its kind
+    std::optional<RepairStep> consequence {}; ///< what is to be done once it is repaired
 
     Severity severity() const { return descriptionOf(kind).severity; }
     bool isDamage() const { return severity() != Severity::Note; }
@@ -120,6 +123,10 @@ using Findings = QList<Finding>;
 QString remedyText(const Finding &finding);
 /// Some damages forbid all repairs: then none is offered for the others.
 void withdrawForbiddenRepairs(Findings &findings);
+
+/// Of data that is not what its manifest says, or is less than there was and has no manifest.
+extern const char *const remedyOfDamagedData;
+extern const char *const remedyOfLessData;
 
 /// Of a database without tables, which nobody may take for an empty cache.
 extern const char *const remedyWithoutTables;

@@ -1,6 +1,7 @@
 #include "doctor/Repair.h"
 
 #include "ResourceCache.h"
+#include "ResourceCacheReader.h"
 #include "ResourceRetrieveHandle.h"
 #include "doctor/AsideName.h"
 #include "doctor/UnclaimedData.h"
@@ -24,6 +25,8 @@ struct Texts
     Q_DECLARE_TR_FUNCTIONS(zel::cli::Repair)
 };
 
+using UnknownPath = PathImpl<PathType::Unknown>;
+
 Error failed(const QString &text)
 {
     return Error(ErrorCode::OperationFailed, text);
@@ -39,6 +42,8 @@ RepairPlan planOf(const Findings &findings)
     for (const Finding &finding : std::as_const(mendable)) {
         if (finding.repair)
             plan.append(*finding.repair);
+        if (finding.consequence)
+            plan.append(*finding.consequence);
     }
     std::stable_sort(plan.begin(), plan.end(), [](const RepairStep &left, const RepairStep &right) {
         return left.kind < right.kind;
@@ -66,6 +71,8 @@ QString stepText(const RepairStep &step)
         return Texts::tr("Set \"%1\" to Missing: its data is gone.").arg(step.reference);
     case Kind::ClearMissing:
         return Texts::tr("Remove \"%1\": its resource is Missing.").arg(step.path);
+    case Kind::ForgetSize:
+        return Texts::tr("Clear path and size of \"%1\": it is Missing.").arg(step.reference);
     case Kind::CountSize:
         return Texts::tr("Count the size of \"%1\" anew.").arg(step.reference);
     case Kind::CountAll:
@@ -131,6 +138,8 @@ Error Repair::run(const RepairStep &step)
         return ZEL_PASS(forgetData(step));
     case Kind::ClearMissing:
         return ZEL_PASS(clearMissing(step));
+    case Kind::ForgetSize:
+        return ZEL_PASS(forgetSize(step));
     case Kind::CountSize:
         return ZEL_PASS(cache->updateFileSize(step.reference));
     case Kind::CountAll:
@@ -147,17 +156,25 @@ Error Repair::run(const RepairStep &step)
 }
 
 /// By taking part: whoever fetches by now is left alone, and nobody starts meanwhile.
+Error Repair::insteadOfAFetch(const RepairStep &step, const std::function<Error()> &change)
+{
+    ResourceRetrieveHandle fetch(step.reference, step.path, cache, QVersionNumber());
+    ZEL_TRY_LET(const bool isFetcher, fetch.tryStartRetrieve());
+    if (!isFetcher)
+        return {};
+    const Error outcome = change();
+    Error error;
+    ZEL_TRY(error,
+            fetch.finalizeRetrieve(Error(ErrorCode::Canceled, Texts::tr("nobody fetches it"))));
+    return outcome;
+}
+
 Error Repair::endFetch(const RepairStep &step)
 {
     ZEL_TRY_LET(const ResourceStatus status, cache->readStatus(step.reference));
     if (status != ResourceStatus::Acquiring && status != ResourceStatus::ScheduledForAcquire)
         return {};
-    ResourceRetrieveHandle fetch(step.reference, step.path, cache, QVersionNumber());
-    ZEL_TRY_LET(const bool isFetcher, fetch.tryStartRetrieve());
-    if (!isFetcher)
-        return {};
-    return ZEL_PASS(
-        fetch.finalizeRetrieve(Error(ErrorCode::Canceled, Texts::tr("nobody fetches it"))));
+    return ZEL_PASS(insteadOfAFetch(step, [] { return Error(); }));
 }
 
 /// Several resources can have been in one folder: the first one's step brings it back for all.
@@ -170,7 +187,8 @@ Error Repair::putBack(const RepairStep &step)
 }
 
 /// Only for a resource that leads to nothing still; the lock is not held in between, but whoever
-/// fetches it meanwhile puts it at this very path.
+/// fetches it meanwhile puts it at this very path. Its size stays: what was moved in part is told
+/// by that.
 Error Repair::followMove(const RepairStep &step)
 {
     ZEL_TRY_LET(const ResourceStatus status, cache->readStatus(step.reference));
@@ -181,8 +199,10 @@ Error Repair::followMove(const RepairStep &step)
         return {};
     if (!QFileInfo::exists(step.path))
         return failed(Texts::tr("\"%1\" is gone.").arg(step.path));
-    return ZEL_PASS(cache->saveLocalPath(step.reference, PathImpl<PathType::Unknown>(step.path),
-                                         FileUtilsGeneric::contentSize(step.path)));
+    const ResourceCacheReader reader(settings.cachePath.databasePath());
+    ZEL_TRY_LET(const auto rows, reader.readRowsOf({ step.reference }));
+    const qint64 size = rows.resources.value(0).size;
+    return ZEL_PASS(cache->saveLocalPath(step.reference, UnknownPath(step.path), size));
 }
 
 /// The library's own clean-up before a fetch, which makes a Ready resource without data Missing.
@@ -197,10 +217,22 @@ Error Repair::forgetData(const RepairStep &step)
 
 Error Repair::clearMissing(const RepairStep &step)
 {
+    Error error;
     ZEL_TRY_LET(const auto leftovers, cache->moveLeftoversAside(step.reference, step.path));
-    if (leftovers.isPublished || leftovers.movedTo.isEmpty())
+    if (leftovers.isPublished)
+        return error;
+    ZEL_TRY(error, forgetSize(step));
+    return leftovers.movedTo.isEmpty() ? error : ZEL_PASS(TreeRemoval::remove(leftovers.movedTo));
+}
+
+/// A purge believes the size of whatever row: it would take this one for room that it has made.
+Error Repair::forgetSize(const RepairStep &step)
+{
+    ZEL_TRY_LET(const ResourceStatus status, cache->readStatus(step.reference));
+    if (status != ResourceStatus::Missing)
         return {};
-    return ZEL_PASS(TreeRemoval::remove(leftovers.movedTo));
+    return ZEL_PASS(insteadOfAFetch(
+        step, [&] { return cache->saveLocalPath(step.reference, UnknownPath(QString()), 0); }));
 }
 
 void Repair::cleanStaging()

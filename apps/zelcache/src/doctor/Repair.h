@@ -47,11 +47,13 @@ public:
 
 private:
     Error run(const RepairStep &step);
+    Error insteadOfAFetch(const RepairStep &step, const std::function<Error()> &change);
     Error endFetch(const RepairStep &step);
     static Error putBack(const RepairStep &step);
     Error followMove(const RepairStep &step);
     Error forgetData(const RepairStep &step);
     Error clearMissing(const RepairStep &step);
+    Error forgetSize(const RepairStep &step);
     void cleanStaging();
 
     ResourceCache *cache;

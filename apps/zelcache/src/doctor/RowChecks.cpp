@@ -1,11 +1,15 @@
 #include "doctor/Checks.h"
 
 #include "files/FileUtilsGeneric.h"
+#include "integrity/ContentVerifier.h"
+#include "integrity/ManifestStore.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+
+#include <algorithm>
 
 namespace zel::cli::checks {
 
@@ -33,6 +37,24 @@ std::optional<FindingKind> kindOf(DataPlaces::Position position)
     return {};
 }
 
+/// Whether names and sizes are those of its fetch; empty if there is no manifest of it.
+std::optional<bool> isAsFetched(const Resource &resource, const ManifestStore &store)
+{
+    const auto manifest = store.read(resource.reference);
+    const QFileInfo info(resource.path);
+    if (!manifest.hasValue() || !manifest.value()
+        || manifest.value()->name != QFile::encodeName(info.fileName()))
+        return {};
+    ContentVerifier verifier(*manifest.value(), info.path());
+    verifier.compare();
+    if (verifier.isOfSomethingElse())
+        return {};
+    const auto findings = verifier.findings();
+    return std::all_of(findings.begin(), findings.end(), [](const auto &finding) {
+        return finding.kind == ContentVerifier::Kind::Extra;
+    });
+}
+
 class RowChecks
 {
 public:
@@ -44,9 +66,12 @@ private:
     void add(FindingKind kind, const Resource &resource, const QString &explanation,
              std::optional<RepairStep::Kind> repair = {});
     void checkReady(const Resource &resource);
+    void checkFetched(const Resource &resource);
     void checkMissing(const Resource &resource);
+    std::optional<RepairStep> clearingOf(const Resource &resource) const;
     void checkPlace(const Resource &resource, const QByteArray &path);
     void checkSize(const Resource &resource, const QByteArray &path);
+    void addSize(const Resource &resource, qint64 counted);
     bool wasMoved(const Resource &resource);
     bool wasMovedAside(const Resource &resource, const QByteArray &path);
     bool isThere(const Resource &resource, const QByteArray &path) const;
@@ -87,11 +112,7 @@ void RowChecks::check(const Resource &resource)
         break;
     case ResourceStatus::ScheduledForAcquire:
     case ResourceStatus::Acquiring:
-        if (!wanted.contains(resource.reference)) {
-            add(FindingKind::FetchWithoutTask, resource,
-                Texts::tr("It is said to be fetched, but no living process fetches it."),
-                RepairStep::Kind::EndFetch);
-        }
+        checkFetched(resource);
         break;
     case ResourceStatus::Invalid:
         add(FindingKind::StatusUnknown, resource,
@@ -189,23 +210,63 @@ void RowChecks::checkSize(const Resource &resource, const QByteArray &path)
     const qint64 counted = FileUtilsGeneric::contentSize(resource.path);
     if (resource.size == counted || resource.size == counted + beside)
         return;
-    add(FindingKind::SizeDiffers, resource,
-        Texts::tr("The cache counts %1 bytes, on the disk it has %2.")
-            .arg(resource.size)
-            .arg(counted),
-        RepairStep::Kind::CountSize);
+    addSize(resource, counted);
+}
+
+/// Data that was cut off is not mended by a row that says so. Without a manifest nobody knows, and
+/// less than there was is suspect.
+void RowChecks::addSize(const Resource &resource, qint64 counted)
+{
+    const auto store = ManifestStore::forCache(all.settings.cachePath.cacheDataDir());
+    const std::optional<bool> isFetched = isAsFetched(resource, store);
+    const QString text = Texts::tr("The cache counts %1 bytes, on the disk it has %2.")
+                             .arg(resource.size)
+                             .arg(counted);
+    if (isFetched.value_or(counted > resource.size)) {
+        add(FindingKind::SizeDiffers, resource, text, RepairStep::Kind::CountSize);
+        return;
+    }
+    add(FindingKind::SizeDiffers, resource, text);
+    findings.last().remedy = isFetched ? remedyOfDamagedData : remedyOfLessData;
+}
+
+void RowChecks::checkFetched(const Resource &resource)
+{
+    if (wanted.contains(resource.reference))
+        return;
+    add(FindingKind::FetchWithoutTask, resource,
+        Texts::tr("It is said to be fetched, but no living process fetches it."),
+        RepairStep::Kind::EndFetch);
+    findings.last().consequence = clearingOf(resource);
 }
 
 void RowChecks::checkMissing(const Resource &resource)
 {
-    const QByteArray path = all.data.places().named(resource.path);
-    // What lies elsewhere is none of the cache's, and what is another row's stays.
-    if (!path.contains('/') || !all.data.sizeAt(path) || wanted.contains(resource.reference)
-        || all.data.isOfSeveral(path))
+    if (wanted.contains(resource.reference))
         return;
-    add(FindingKind::DataOfMissingRow, resource,
-        Texts::tr("It is Missing, but something lies at \"%1\".").arg(resource.path),
-        RepairStep::Kind::ClearMissing);
+    const auto clearing = clearingOf(resource);
+    if (!clearing)
+        return;
+    const bool hasData = clearing->kind == RepairStep::Kind::ClearMissing;
+    const QString text = hasData
+        ? Texts::tr("It is Missing, but something lies at \"%1\".").arg(resource.path)
+        : Texts::tr("It is Missing, but the cache counts %1 bytes for it.").arg(resource.size);
+    findings.append({ hasData ? FindingKind::DataOfMissingRow : FindingKind::SizeOfMissingRow,
+                      resource.reference, text, clearing });
+}
+
+/// What is left to be done for a row that is Missing, or becomes so. What lies elsewhere is none of
+/// the cache's, and what is another row's stays.
+std::optional<RepairStep> RowChecks::clearingOf(const Resource &resource) const
+{
+    const QByteArray path = all.data.places().named(resource.path);
+    if (!path.isEmpty() && (all.data.isHidden(path) || !all.data.exists()))
+        return {};
+    if (path.contains('/') && all.data.sizeAt(path) && !all.data.isOfSeveral(path))
+        return RepairStep { RepairStep::Kind::ClearMissing, resource.reference, resource.path };
+    if (resource.size != 0)
+        return RepairStep { RepairStep::Kind::ForgetSize, resource.reference, {} };
+    return {};
 }
 
 } // namespace

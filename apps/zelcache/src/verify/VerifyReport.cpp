@@ -206,6 +206,9 @@ QStringList verifyLines(const VerifyReport &report, bool tellsAll)
         for (const QString &detail : details)
             lines.append(QString(columns, u' ') + detail);
     }
+    if (report.staleManifests > 0)
+        lines.append(Texts::tr("Manifests of what has left the cache: %1, removed.")
+                         .arg(report.staleManifests));
     lines.append(totalLine(report));
     return lines;
 }

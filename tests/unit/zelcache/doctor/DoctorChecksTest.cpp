@@ -276,6 +276,29 @@ TEST_F(DoctorChecksTest, planOf_equalSteps_areDoneOnceAndInOrder)
     EXPECT_EQ(planOf(findings), (RepairPlan { open, remove }));
 }
 
+TEST_F(DoctorChecksTest, planOf_consequence_isPlannedAtOnceAndWithdrawnWithItsRepair)
+{
+    const RepairStep end { RepairStep::Kind::EndFetch, u"a"_s, u"/a"_s };
+    const RepairStep clear { RepairStep::Kind::ClearMissing, u"a"_s, u"/a"_s };
+    Finding fetch { FindingKind::FetchWithoutTask, u"a"_s, {}, end };
+    fetch.consequence = clear;
+    EXPECT_EQ(planOf({ fetch }), (RepairPlan { end, clear }));
+    EXPECT_EQ(planOf({ fetch, { FindingKind::DatabaseDamaged, {}, {}, {} } }), RepairPlan());
+}
+
+TEST_F(DoctorChecksTest, planOf_countOfAllSizes_neverHidesDamagedData)
+{
+    const RepairStep countAll { RepairStep::Kind::CountAll, {}, {} };
+    const RepairStep count { RepairStep::Kind::CountSize, u"a"_s, u"/a"_s };
+    const Finding scan { FindingKind::ScanInFuture, {}, {}, countAll };
+    EXPECT_EQ(planOf({ scan, { FindingKind::SizeDiffers, u"a"_s, {}, count } }),
+              (RepairPlan { count, countAll }));
+    Findings findings { scan, { FindingKind::SizeDiffers, u"a"_s, {}, {}, remedyOfDamagedData } };
+    EXPECT_EQ(planOf(findings), RepairPlan());
+    withdrawForbiddenRepairs(findings);
+    EXPECT_TRUE(remedyText(findings.first()).startsWith(u"To count all sizes"_s));
+}
+
 TEST_F(DoctorChecksTest, keepUnchanged_rowsThatChangedMeanwhile_areNotTold)
 {
     ResourceCacheReader::Resource row;
