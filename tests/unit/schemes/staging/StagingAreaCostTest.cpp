@@ -1,6 +1,7 @@
 #include "StagingFixture.h"
 
 #include "FileSteps.h"
+#include "platform/ChildProcess.h"
 
 #include <cerrno>
 
@@ -105,4 +106,24 @@ TEST_F(StagingAreaCostTest, open_allIsHereThatTheRecordSays_doesNotWait)
     area = open(plan, u"v1"_s);
     EXPECT_EQ(vouchedBytes(), 10);
     EXPECT_TRUE(synced.isEmpty());
+}
+
+TEST_F(StagingAreaCostTest, giveRoomBack_durableBytesGo_waitsForTheRecordAndItsName)
+{
+    area.reset();
+    constexpr qint64 smallVolume = 1'000'000; // less than is to stay free
+    const auto isRight = withVolumeAt(QFile::encodeName(cache.baseDir()), smallVolume, [this] {
+        area = open(plan, u"v1"_s);
+        append(*area, "0123456789");
+        area->record().bytes = 10;
+        area->record().durableBytes = 10;
+        area->saveRecord();
+        synced.clear();
+        area->giveRoomBack();
+        return stagedBytes(*area) == 0 && vouchedBytes() == 0 && synced.size() == 2
+            && synced.at(1) == folder();
+    });
+    if (!isRight)
+        GTEST_SKIP() << "no volume can be mounted here";
+    EXPECT_TRUE(*isRight);
 }
