@@ -101,9 +101,7 @@ inline int versionOfFolder(const QString &path, const QString &name)
 /// What stands at the path: the volume's number of it; empty without anything.
 inline std::optional<ino_t> identityAt(const QString &path)
 {
-    struct stat entry
-    {
-    };
+    struct stat entry = {};
     if (::stat(QFile::encodeName(path), &entry) != 0)
         return std::nullopt;
     return entry.st_ino;

@@ -123,8 +123,9 @@ private:
     // The model looks: TortureChecks.cpp
     void check();
     void checkHolds(Player &player);
-    /// Who has it removes what is outdated to it, on purpose, and may have done so already.
+    /// Whether somebody may just remove older copies of it, on purpose and whoever holds them.
     bool isPurged(int base, const QString &name) const;
+    /// Counts on nothing any more that such a one removes.
     void forgetOutdated(const Player &purger);
     void forgetOutdated();
     /// Two that fetch one resource at a time must not both be alive.
@@ -137,6 +138,8 @@ private:
     bool isIntact(const QString &name, const Hold &hold);
     bool isFetchedLate(const QString &path);
     bool isReplaced(const QString &name, const Hold &hold);
+
+    // At rest: TortureRest.cpp
     /// Lets all fetches end, and holds the caches against all that they promise.
     void settle();
     void letTheDeadGrowOld();
@@ -145,6 +148,7 @@ private:
     void healAbandoned(int base);
     void checkCaches();
     void checkNothingIsLeft();
+
     void violation(const QString &text);
     QString states() const;
 

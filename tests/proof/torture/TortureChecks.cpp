@@ -1,14 +1,11 @@
-#include "CacheInvariants.h"
 #include "NamedContent.h"
 #include "Torture.h"
 
 #include <gtest/gtest.h>
 
 #include <QDateTime>
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
-#include <QThread>
 
 #include <algorithm>
 #include <chrono>
@@ -22,32 +19,14 @@ using namespace std::chrono_literals;
 
 namespace {
 
-using Exception = CacheInvariants::Exception;
-
 /// Below the half minute after which a client counts as dead, with time to look.
 constexpr std::chrono::milliseconds surelyAlive = 20s;
-/// What a waiter needs at most: half a minute and the next ping.
-constexpr auto limitOfFetches = 90s;
 constexpr qint64 looksBetweenReadings = 20;
-/// Far more than all steps of the clock together.
-constexpr qint64 longAgo = 1'000'000'000;
-
-QString nameIn(const QString &reference)
-{
-    return reference.section(u':', 1).section(u'/', -1);
-}
-
-QString wrongContent(const QString &reference, const QString &path)
-{
-    return versionAt(path, nameIn(reference)) > 0 ? QString() : u"not all, or more"_s;
-}
 
 /// Tells whether anything was written to what is there, or something else stands there.
 QString tracesOf(const QString &path)
 {
-    struct stat entry
-    {
-    };
+    struct stat entry = {};
     if (::stat(QFile::encodeName(path), &entry) != 0)
         return u"none"_s;
     QString traces = u"%1 %2 %3.%4;"_s.arg(entry.st_ino)
@@ -268,106 +247,6 @@ void Torture::checkSums()
         if (difference.toLongLong() != 0)
             violation(
                 u"the size of cache %1 is wrong by %2"_s.arg(base).arg(difference.toLongLong()));
-    }
-}
-
-void Torture::settle()
-{
-    goOnAll();
-    manner = 0; // everything is waited for
-    for (Player &player : players)
-        awaitErrand(player);
-    letTheDeadGrowOld();
-
-    awaitFetches();
-    // Who was taken for dead comes back, and with it goes what only the dead have left.
-    for (Player &player : players) {
-        if (player.process)
-            open(player);
-    }
-    for (int base = 0; base < int(bases.size()); ++base)
-        healAbandoned(base);
-    lateFetches.clear();
-    check();
-    checkCaches();
-}
-
-void Torture::awaitFetches()
-{
-    const QDeadlineTimer deadline(limitOfFetches);
-    const auto isFlying = [](const Player &player) {
-        return player.process && !player.flights.isEmpty();
-    };
-    while (std::any_of(players.begin(), players.end(), isFlying)) {
-        if (deadline.hasExpired()) {
-            violation(u"a fetch does not end"_s);
-            return;
-        }
-        readAll();
-        QThread::msleep(1);
-    }
-}
-
-void Torture::healAbandoned(int base)
-{
-    const QStringList references = database(base).column(
-        u"SELECT reference FROM CachedResources cr WHERE status = 'Acquiring' AND NOT EXISTS "
-        "(SELECT 1 FROM AcquiringTasks at WHERE at.resourceId = cr.id)"_s);
-    const auto healer = std::find_if(players.begin(), players.end(), [base](const Player &player) {
-        return player.process && player.base == base;
-    });
-    for (const QString &reference : references) {
-        if (healer != players.end())
-            fetch(*healer, nameIn(reference), 4);
-    }
-    awaitFetches();
-}
-
-void Torture::letTheDeadGrowOld()
-{
-    for (int base = 0; base < int(bases.size()); ++base) {
-        const QStringList clients = database(base).column(u"SELECT processId FROM Clients"_s);
-        for (const QString &processId : clients) {
-            const bool lives
-                = std::any_of(players.begin(), players.end(), [&](const Player &player) {
-                      return player.process && player.process->pid() == processId.toLongLong();
-                  });
-            if (!lives)
-                age(base, u"processId = ?"_s, { processId.toLongLong() }, longAgo);
-        }
-        // Any opening cleans up.
-        ActorProcess cleaner(QStringLiteral(ZEL_TORTURE_ACTOR),
-                             { u"1"_s, baseDir(base), shareDir() });
-        EXPECT_EQ(cleaner.answer(), u"ready"_s);
-        EXPECT_EQ(cleaner.ask(u"1 quit"_s), u"1 ok"_s);
-        EXPECT_EQ(cleaner.end(), 0);
-    }
-}
-
-void Torture::checkCaches()
-{
-    for (const auto &base : bases) {
-        CacheInvariants invariants(base->databasePath(), base->dataDir());
-        // A program that is killed in a purge leaves the row of data that is gone; the clean-up for
-        // a dead one leaves wishes.
-        invariants.except(Exception::LostData).except(Exception::WishWithoutTask);
-        invariants.setContentCheck(wrongContent);
-        for (const QString &text : invariants.violations())
-            violation(text);
-    }
-}
-
-void Torture::checkNothingIsLeft()
-{
-    letTheDeadGrowOld();
-    checkCaches();
-    for (int base = 0; base < int(bases.size()); ++base) {
-        for (const char *table : { "Clients", "ResourceUsages", "AcquiringTasks" }) {
-            if (const int rows = database(base).count(QString::fromLatin1(table)); rows != 0)
-                violation(u"%1 rows of %2 are left in cache %3"_s.arg(rows)
-                              .arg(QString::fromLatin1(table))
-                              .arg(base));
-        }
     }
 }
 
