@@ -1,5 +1,7 @@
 #include "SemaphoreRegistry.h"
 
+#include "errors/Logging.h"
+#include "platform/UnfinishedSemaphore.h"
 #include "threads/Mutex.h"
 
 #include <QDir>
@@ -12,6 +14,11 @@
 namespace zel {
 
 namespace {
+
+using namespace std::chrono_literals;
+
+/// Far more than lies between the two calls that make a semaphore.
+constexpr auto patienceWithMaker = 2s;
 
 struct Table
 {
@@ -49,10 +56,7 @@ RegisteredSemaphore *entryOf(Table &semaphores, const QString &key)
 /// Under the table's mutex: a failing call of two threads would abort.
 void tryAgain(RegisteredSemaphore *entry)
 {
-    // The same key once more would be taken for no change.
-    entry->keeper.setKey(QString());
-    entry->keeper.setKey(entry->key, 1, QSystemSemaphore::Open);
-    entry->usable = entry->keeper.error() == QSystemSemaphore::NoError;
+    entry->open();
     if (entry->usable)
         entry->isRefusalTaken = false;
 }
@@ -61,9 +65,27 @@ void tryAgain(RegisteredSemaphore *entry)
 
 RegisteredSemaphore::RegisteredSemaphore(const QString &key)
     : key(key)
-    , keeper(key, 1, QSystemSemaphore::Open)
-    , usable(keeper.error() == QSystemSemaphore::NoError)
+    , keeper(QString())
 {
+    open();
+}
+
+void RegisteredSemaphore::open()
+{
+    const auto openKeeper = [this] {
+        // The same key once more would be taken for no change.
+        keeper.setKey(QString());
+        keeper.setKey(key, 1, QSystemSemaphore::Open);
+        usable = keeper.error() == QSystemSemaphore::NoError;
+    };
+    openKeeper();
+    // Before anybody waits for it.
+    while (usable && UnfinishedSemaphore::remove(key, patienceWithMaker)) {
+        qCWarning(lcResourceManager)
+            << "The semaphore" << key
+            << "was not set up by a program that has died; it is made anew.";
+        openKeeper();
+    }
 }
 
 DirectoryUse::DirectoryUse(RegisteredSemaphore *entry)

@@ -15,6 +15,9 @@ namespace zel {
 struct RegisteredSemaphore
 {
     explicit RegisteredSemaphore(const QString &key);
+    /// Opens the keeper, or tries once more. A semaphore that its maker has died over is made anew:
+    /// each program would wait for it for ever. Not while anybody may call the keeper.
+    void open();
 
     const QString key;
     /// The process's own object of the key. The object that creates a semaphore in the system also
@@ -24,7 +27,7 @@ struct RegisteredSemaphore
     QSystemSemaphore keeper;
     /// False while the system refuses the semaphore: calling the keeper from several threads would
     /// abort. Nobody has called it then, so that it may be made anew.
-    std::atomic<bool> usable;
+    std::atomic<bool> usable = false;
     /// Whether takeRefusal() has told of it; under the table's mutex.
     bool isRefusalTaken = false;
     /// The thread that holds it in this process.

@@ -1,36 +1,17 @@
 #include "platform/SystemSemaphoreState.h"
 
-#include <QCryptographicHash>
-#include <QDir>
-#include <QFile>
+#include "platform/SystemSemaphoreKey.h"
+
 #include <QFileInfo>
 
 #include <algorithm>
 #include <cerrno>
 
-#include <sys/ipc.h>
 #include <sys/sem.h>
 
 namespace zel {
 
-using namespace Qt::Literals::StringLiterals;
-
 namespace {
-
-bool isPlainLetter(QChar letter)
-{
-    return (letter >= u'a' && letter <= u'z') || (letter >= u'A' && letter <= u'Z');
-}
-
-/// The file that stands for the key: Qt's own naming, of which it has no public form.
-QString keyFileOf(const QString &key)
-{
-    QString letters = key;
-    letters.removeIf([](QChar letter) { return !isPlainLetter(letter); });
-    const QByteArray digest
-        = QCryptographicHash::hash(key.toUtf8(), QCryptographicHash::Sha1).toHex();
-    return QDir::tempPath() + u"/qipc_systemsem_"_s + letters + QString::fromLatin1(digest);
-}
 
 QString ownerOf(const QString &file)
 {
@@ -45,15 +26,11 @@ QString ownerOf(const QString &file)
 SystemSemaphoreState SystemSemaphoreState::of(const QString &key)
 {
     SystemSemaphoreState state;
-    state.keyFile = keyFileOf(key);
+    state.keyFile = SystemSemaphoreKey::fileOf(key);
     state.owner = ownerOf(state.keyFile);
-    constexpr int project = 'Q';
-    const key_t number = ::ftok(QFile::encodeName(state.keyFile).constData(), project);
-    if (number == key_t(-1))
-        return state;
     // To be read only: neither made nor changed.
     constexpr int mayBeRead = 0400;
-    const int set = ::semget(number, 1, mayBeRead);
+    const int set = SystemSemaphoreKey::findSet(key, mayBeRead);
     if (set < 0) {
         state.access = errno == EACCES ? Access::Refused : Access::Absent;
         return state;

@@ -129,6 +129,9 @@ void KillLoop::prepare(const KillScenario &scenario)
 void KillLoop::restore() const
 {
     copyTree(m_cache->outside(u"template"_s), m_cache->baseDir());
+    // A cache that nobody has opened has no semaphore, either.
+    if (!m_scenario.hasBeside)
+        removeSystemSemaphore(TemporaryCache::semaphoreKey(m_cache->baseDir()));
 }
 
 void KillLoop::killAtFileSteps(int first, int stride)

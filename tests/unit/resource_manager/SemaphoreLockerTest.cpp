@@ -2,7 +2,9 @@
 
 #include "SemaphoreRegistry.h"
 #include "TaskWithSemaphore.h"
+#include "UnfinishedMaker.h"
 #include "platform/DirectoryLockState.h"
+#include "platform/SystemSemaphoreState.h"
 #include "support/CacheTest.h"
 #include "threads/LockOrder.h"
 
@@ -156,6 +158,24 @@ TEST_F(SemaphoreLockerTest, keepForDirectory_systemRefusedBefore_excludesFromThe
         EXPECT_FALSE(isFree());
     }
     joinWaiters(); // before the semaphore goes
+}
+
+// Killed between the two calls by which a semaphore is made: without the look at it, each program
+// would wait for ever from then on.
+TEST_F(SemaphoreLockerTest, keep_makerOfTheSemaphoreDied_excludesFromThenOn)
+{
+    const TemporaryCache other;
+    const QString otherKey = TemporaryCache::semaphoreKey(other.baseDir());
+    ASSERT_GE(makeUnfinishedSemaphore(SystemSemaphoreState::of(otherKey).keyFile), 0);
+    const RegisteredSemaphore *const entry = SemaphoreRegistry::keep(otherKey);
+    EXPECT_TRUE(entry->usable);
+    EXPECT_EQ(SystemSemaphoreState::of(otherKey).value, 1);
+    QSystemSemaphore handle(otherKey, 1, QSystemSemaphore::Open);
+    {
+        const SemaphoreLocker lock(&handle, 1);
+        EXPECT_EQ(SystemSemaphoreState::of(otherKey).value, 0);
+    }
+    EXPECT_EQ(SystemSemaphoreState::of(otherKey).value, 1);
 }
 
 TEST_F(SemaphoreLockerTest, destroy_semaphoreGotAnotherKey_releasesTheOneThatWasTaken)
