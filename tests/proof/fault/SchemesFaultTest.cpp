@@ -1,4 +1,5 @@
 #include "../../unit/schemes/SchemeManagerFixture.h"
+#include "ApacheServer.h"
 #include "CacheInvariants.h"
 #include "FailingStep.h"
 #include "LogCapture.h"
@@ -26,10 +27,14 @@ struct Source
 {
     friend void PrintTo(const Source &source, std::ostream *out) { *out << source.name; }
 
+    enum class Place { Share, Web, Dav };
+
     const char *name;
-    bool isWeb;
+    Place place;
     bool isFolder;
 };
+
+using Place = Source::Place;
 
 struct FailureKind
 {
@@ -67,27 +72,35 @@ protected:
     {
         NginxServer::Options options;
         options.directives = u"autoindex on; autoindex_format json;"_s;
-        if (GetParam().isWeb)
-            server = std::make_unique<NginxServer>(options);
-        sources = server ? server->root() : cache.outside(u"sources"_s);
+        if (GetParam().place == Place::Web)
+            web = std::make_unique<NginxServer>(options);
+        else if (GetParam().place == Place::Dav)
+            dav = std::make_unique<ApacheServer>();
         EXPECT_TRUE(ResourceManager::cache()->isOpen());
         surroundings = QFileInfo(QFileInfo(cache.baseDir()).canonicalFilePath()).path();
     }
 
-    /// A source of its own for each round.
+    void add(const QString &path, const QByteArray &bytes) const
+    {
+        if (web)
+            web->addFile(path, bytes);
+        else if (dav)
+            dav->addFile(path, bytes);
+        else
+            writeFile(cache.outside(u"sources/"_s + path), bytes);
+    }
+
+    /// A source of its own for each round, and its reference.
     QString makeSource(int round) const
     {
-        const QString name = u"%1.%2"_s.arg(round).arg(GetParam().isFolder ? u"d" : u"raw");
-        const QString path = sources + u'/' + name;
-        if (GetParam().isFolder) {
-            writeFile(path + u"/first.raw"_s, "first");
-            writeFile(path + u"/second/file.raw"_s, content);
-        } else {
-            writeFile(path, content);
-        }
-        if (!server)
-            return u"share:"_s + path;
-        return GetParam().isFolder ? u"list+"_s + server->url(name + u'/') : server->url(name);
+        const bool isFolder = GetParam().isFolder;
+        const QString name = u"%1.%2"_s.arg(round).arg(isFolder ? u"d" : u"raw");
+        if (isFolder)
+            add(name + u"/first.raw"_s, "first");
+        add(isFolder ? name + u"/second/file.raw"_s : name, content);
+        if (web)
+            return isFolder ? u"list+"_s + web->url(name + u'/') : web->url(name);
+        return dav ? dav->url(name) : u"share:"_s + cache.outside(u"sources/"_s + name);
     }
 
     static QString wrongContent(const QString &path)
@@ -155,8 +168,8 @@ protected:
 
     static inline const QByteArray content = QByteArray("all of it ").repeated(20'000);
     QString surroundings;
-    QString sources;
-    std::unique_ptr<NginxServer> server;
+    std::unique_ptr<NginxServer> web;
+    std::unique_ptr<ApacheServer> dav;
     int rounds = 0;
     int failures = 0;
     int told = 0;
@@ -218,10 +231,11 @@ TEST_P(SchemesFaultTest, retrieve_stepOnFilesFails_isWholeOrMissingAndSucceedsAg
 }
 
 INSTANTIATE_TEST_SUITE_P(Fault, SchemesFaultTest,
-                         testing::Values(Source { "sharedFile", false, false },
-                                         Source { "sharedFolder", false, true },
-                                         Source { "webFile", true, false },
-                                         Source { "webFolder", true, true }),
+                         testing::Values(Source { "sharedFile", Place::Share, false },
+                                         Source { "sharedFolder", Place::Share, true },
+                                         Source { "webFile", Place::Web, false },
+                                         Source { "webFolder", Place::Web, true },
+                                         Source { "davFolder", Place::Dav, true }),
                          [](const auto &source) { return source.param.name; });
 
 } // namespace zel
