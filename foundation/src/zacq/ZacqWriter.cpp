@@ -98,7 +98,7 @@ Error ZacqWriter::createFolder(const QString &path, const QString &sampleFile,
     ZEL_TRY_LET(const QString workPath, work.pathInside());
     const ZacqFolder folder(workPath);
     const QString sample = folder.path() + u'/' + samplePath;
-    ZEL_TRY(error, FileUtilsGeneric::mkPath(QFileInfo(sample).path()));
+    ZEL_TRY(error, FileUtilsGeneric::mkPathDurably(QFileInfo(sample).path()));
     ZEL_TRY(error, TreeCopy::copyFile(sampleFile, sample, {}));
     ZEL_TRY_LET(ZacqManifest manifest, manifestOf(sample, sampleName));
     manifest.samplePath = samplePath;
