@@ -138,6 +138,11 @@ TEST_F(CompletionCliTest, values_areThoseThatTheProgramTakes)
               (QStringList { u"get"_s, u"path"_s, u"set"_s, u"show"_s }));
     EXPECT_EQ(offered({ u"config"_s, u"get"_s, u"Max"_s }), QStringList(u"MaximumCacheSize"_s));
     EXPECT_EQ(offered({ u"list"_s, u"--sort=s"_s }), QStringList(u"size"_s));
+    // Where the program takes any letter case.
+    EXPECT_EQ(offered({ u"list"_s, u"--format"_s, u"MZML"_s }), QStringList(u"Mzml"_s));
+    EXPECT_EQ(offered({ u"list"_s, u"--status"_s, u"re"_s }), QStringList(u"Ready"_s));
+    EXPECT_EQ(offered({ u"policy"_s, u"share:/a"_s, u"onc"_s }), QStringList(u"OnClose"_s));
+    EXPECT_EQ(offered({ u"config"_s, u"get"_s, u"opt"_s }), QStringList(u"OptimalCacheSize"_s));
     ASSERT_EQ(start({ u"get"_s, sharedFile(u"run1.raw"_s, "one") })->exitCode(), 0);
     for (const QString &option : { u"--sort"_s, u"--status"_s, u"--format"_s }) {
         const QStringList values = offered({ u"list"_s, option, QString() });

@@ -23,6 +23,13 @@ _zelcache_words() { # WORD...
     mapfile -t COMPREPLY < <(compgen -W "$*" -- "$word")
 }
 
+_zelcache_names() { # WORD...: of which the program takes any letter case
+    local each
+    for each in "$@"; do
+        [[ ${each,,} != "${word,,}"* ]] || COMPREPLY+=("$each")
+    done
+}
+
 _zelcache_references() {
     local options=() found=()
     [[ -z $cache ]] || options=(--cache "${cache/#\~\//$HOME/}")
@@ -35,9 +42,9 @@ _zelcache_value() { # OPTION: what may stand as its value
     case $1 in
     --cache) _zelcache_files directory ;;
     -f | --file | --trace) _zelcache_files file ;;
-    --sort) _zelcache_words size age name ;;
-    --status) _zelcache_words Ready Missing ScheduledForAcquire Acquiring ;;
-    --format) _zelcache_words "$("$program" formats 2>/dev/null | sed '1d; s/ .*//')" ;;
+    --sort) _zelcache_names size age name ;;
+    --status) _zelcache_names Ready Missing ScheduledForAcquire Acquiring ;;
+    --format) _zelcache_names $("$program" formats 2>/dev/null | sed '1d; s/ .*//') ;;
     --prefix) _zelcache_references ;;
     esac
 }
@@ -47,11 +54,11 @@ _zelcache_argument() { # COMMAND, then the arguments before the word
     get:* | hold:* | exists:* | remove:* | verify:* | recount:*) _zelcache_references ;;
     info:1 | path:1 | who:1 | why:1 | add:1 | policy:1) _zelcache_references ;;
     add:2 | formats:*) _zelcache_files file ;;
-    policy:2) _zelcache_words Never OnClose OnDemand ;;
+    policy:2) _zelcache_names Never OnClose OnDemand ;;
     config:1) _zelcache_words show get set path ;;
     config:2)
         [[ $2 != @(get|set) ]] ||
-            _zelcache_words CacheLocationPath OptimalCacheSize MaximumCacheSize
+            _zelcache_names CacheLocationPath OptimalCacheSize MaximumCacheSize
         ;;
     config:3) [[ $2:${3,,} != set:cachelocationpath ]] || _zelcache_files directory ;;
     esac

@@ -1,9 +1,12 @@
 #include "CommandLine.h"
 
 #include "CommandOptions.h"
+#include "output/NearestWord.h"
 #include "output/Text.h"
 
 #include <CLI/CLI.hpp>
+
+#include <QRegularExpression>
 
 #include <algorithm>
 #include <sstream>
@@ -40,8 +43,12 @@ private:
     void addCommonOptions();
     void addCommand(std::unique_ptr<Command> &command);
     QStringList withoutProgramLine(const QStringList &arguments);
+    QStringList plainWords(const QStringList &words) const;
     Command *commandIn(const QStringList &words);
-    ParseOutcome stopped(const CLI::ParseError &reason);
+    const CLI::App *helperWith(const QStringList &plain) const;
+    QString complaintOf(const CLI::ParseError &reason, const QStringList &plain) const;
+    ParseOutcome mistake(const QString &text, const QStringList &plain) const;
+    ParseOutcome stopped(const CLI::ParseError &reason, const QStringList &plain);
 
     CLI::App app {
         "Fetches remote resources into the cache that all programs of this machine share "
@@ -122,23 +129,29 @@ void Parser::addCommand(std::unique_ptr<Command> &command)
     subcommand->add_flag("-0", options.nullTerminated)->group("");
 }
 
-/// The command that the words start with, behind common options; null without one.
-Command *Parser::commandIn(const QStringList &words)
+/// The words that are neither options nor values of common ones: a command comes first.
+QStringList Parser::plainWords(const QStringList &words) const
 {
+    QStringList plain;
     for (qsizetype index = 0; index < words.size(); ++index) {
         const QString &word = words.at(index);
         const CLI::Option *option = app.get_option_no_throw(word.toStdString());
         if (option && option->get_items_expected_min() > 0)
             ++index; // its value is no command
-        if (word.startsWith(u'-'))
-            continue;
-        const auto meant
-            = std::find_if(commands.begin(), commands.end(), [&word](const auto &each) {
-                  return word == QLatin1StringView(each->name());
-              });
-        return meant == commands.end() ? nullptr : meant->get();
+        if (!word.startsWith(u'-'))
+            plain.append(word);
     }
-    return nullptr;
+    return plain;
+}
+
+/// The command that the words start with, behind common options; null without one.
+Command *Parser::commandIn(const QStringList &words)
+{
+    const QString word = plainWords(words).value(0);
+    const auto meant = std::find_if(commands.begin(), commands.end(), [&word](const auto &each) {
+        return word == QLatin1StringView(each->name());
+    });
+    return meant == commands.end() ? nullptr : meant->get();
 }
 
 /// Hands what stands behind "--" to a command that runs a program with it.
@@ -153,39 +166,93 @@ QStringList Parser::withoutProgramLine(const QStringList &arguments)
     return arguments.first(mark);
 }
 
-ParseOutcome mistake(const QString &text)
+QStringList namesBelow(const CLI::App &app)
 {
-    const QString shown = u"zelcache: %1\nRun \"zelcache --help\" for the usage.\n"_s;
-    return { nullptr, {}, shown.arg(escaped(text)), ExitCode::BadArgument };
+    QStringList names;
+    for (const CLI::App *each : app.get_subcommands([](const CLI::App *) { return true; }))
+        names.append(QString::fromStdString(each->get_name()));
+    return names;
 }
 
-ParseOutcome Parser::stopped(const CLI::ParseError &reason)
+/// Which word the parser misses below a command, or below the program itself.
+QString missingWord(const CLI::App &app, const QString &written)
+{
+    const bool isProgram = app.get_parent() == nullptr;
+    const QString kind = isProgram ? u"command"_s : u"action"_s;
+    const QStringList known = namesBelow(app);
+    if (written.isEmpty() && isProgram)
+        return u"a command is needed, such as get or status"_s;
+    const QString name = QString::fromStdString(app.get_name());
+    if (written.isEmpty())
+        return u"%1 needs an action: %2"_s.arg(name, known.join(u", "_s));
+    const QString text = u"there is no %1 \"%2\""_s.arg(kind, withoutSecrets(written));
+    const QString nearest = nearestWord(written, known);
+    if (!nearest.isEmpty())
+        return text + u"; the nearest one is \"%1\""_s.arg(nearest);
+    return isProgram ? text : text + u", only "_s + known.join(u", "_s);
+}
+
+/// What can tell the usage: the command, if there is one of the name, or the program.
+const CLI::App *Parser::helperWith(const QStringList &plain) const
+{
+    const std::string name = plain.value(0).toStdString();
+    const auto found
+        = app.get_subcommands([&name](const CLI::App *each) { return each->get_name() == name; });
+    return found.empty() ? &app : found.front();
+}
+
+/// In words of ours where those of the parser are no words of its users.
+QString Parser::complaintOf(const CLI::ParseError &reason, const QStringList &plain) const
+{
+    const QString text = QString::fromUtf8(reason.what());
+    if (text == u"A subcommand is required"_s) {
+        const CLI::App *helper = helperWith(plain);
+        return missingWord(*helper, plain.value(helper == &app ? 0 : 1));
+    }
+    const QRegularExpression withoutValue(u"^(\\S+): 1 required (\\S+) missing$"_s);
+    const QRegularExpressionMatch match = withoutValue.match(text);
+    return match.hasMatch() ? u"%1 needs a value: %2"_s.arg(match.captured(1), match.captured(2))
+                            : text;
+}
+
+ParseOutcome Parser::mistake(const QString &text, const QStringList &plain) const
+{
+    const CLI::App *helper = helperWith(plain);
+    const QString command
+        = helper == &app ? QString() : u' ' + QString::fromStdString(helper->get_name());
+    const QString shown = u"zelcache: %1\nRun \"zelcache%2 --help\" for the usage.\n"_s;
+    return { nullptr, {}, shown.arg(escaped(text), command), ExitCode::BadArgument };
+}
+
+ParseOutcome Parser::stopped(const CLI::ParseError &reason, const QStringList &plain)
 {
     std::ostringstream text;
     std::ostringstream complaint;
     if (app.exit(reason, text, complaint) == 0)
         return { nullptr, {}, QString::fromStdString(text.str()), ExitCode::Success };
-    return mistake(QString::fromUtf8(reason.what()));
+    return mistake(complaintOf(reason, plain), plain);
 }
 
 ParseOutcome Parser::parse(const QStringList &arguments)
 {
+    const QStringList given = withoutProgramLine(arguments);
+    const QStringList plain = plainWords(given);
     std::vector<std::string> words;
-    for (const QString &argument : withoutProgramLine(arguments))
+    for (const QString &argument : given)
         words.push_back(argument.toStdString());
     // The last word first: that is how this form of parse() takes them.
     std::reverse(words.begin(), words.end());
     try {
         app.parse(words);
     } catch (const CLI::ParseError &reason) {
-        return stopped(reason);
+        return stopped(reason, plain);
     }
     if (options.quiet && options.verbosity > 0)
-        return mistake(u"--quiet and --verbose exclude each other"_s);
+        return mistake(u"--quiet and --verbose exclude each other"_s, plain);
     if (options.json && options.nullTerminated)
-        return mistake(u"--json and --null exclude each other"_s);
+        return mistake(u"--json and --null exclude each other"_s, plain);
     if (const auto complaint = chosen->check())
-        return mistake(*complaint);
+        return mistake(*complaint, plain);
     return { std::move(chosen), options, {}, ExitCode::Success };
 }
 

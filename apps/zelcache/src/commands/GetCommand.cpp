@@ -59,6 +59,8 @@ public:
             return u"get needs a reference or a list of them"_s;
         if (plans && forces)
             return u"--plan and --force exclude each other"_s;
+        if (plans && verifies)
+            return u"--plan and --verify exclude each other"_s;
         return {};
     }
 
