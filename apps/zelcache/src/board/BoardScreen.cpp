@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <limits>
 
 namespace zel::cli {
 
@@ -63,6 +64,21 @@ QStringList flowed(const QString &start, const QStringList &pieces, const QStrin
         isFresh = false;
     }
     return isFresh ? QStringList() : lines;
+}
+
+/// A number of things, whose name may be cut behind the number.
+QString counted(const QString &text, int columns)
+{
+    const QString digits = u"0123456789"_s;
+    const auto isDigit = [&digits](QChar letter) {
+        return digits.contains(letter);
+    };
+    const auto last = std::find_if(text.rbegin(), text.rend(), isDigit);
+    const qsizetype end = text.rend() - last; // behind the number
+    constexpr int least = 4; // of the name, with the dots
+    if (columnsOf(text) <= columns || columns < end + least)
+        return text;
+    return text.left(columns - 2) + u".."_s;
 }
 
 /// What is said in words may be cut.
@@ -179,8 +195,10 @@ QString headLine(const Board &board, int columns)
 
 QStringList troubleLines(const Board &board, int columns)
 {
-    return QStringList { QString() } + flowedWords(escaped(board.trouble), columns)
-        + flowedWords(Texts::tr("The board waits for it."), columns);
+    QStringList lines { QString() };
+    for (const QString &line : board.trouble.split(u'\n'))
+        lines += flowedWords(escaped(line), columns);
+    return lines + flowedWords(Texts::tr("The board waits for it."), columns);
 }
 
 QStringList sizeLines(const Board &board, int columns)
@@ -198,10 +216,12 @@ QStringList sizeLines(const Board &board, int columns)
     QStringList sizes { size, Texts::tr("at most %1").arg(sizeText(board.limits.maximumSize)) };
     if (board.freeBytes)
         sizes.append(Texts::tr("%1 free on disk").arg(sizeText(*board.freeBytes)));
+    const int ready = count(ResourceStatus::Ready);
     const QStringList resources {
-        Texts::tr("Resources: %1 ready").arg(count(ResourceStatus::Ready)),
-        Texts::tr("%1 being fetched").arg(wanted),
-        Texts::tr("%1 missing").arg(count(ResourceStatus::Missing))
+        fitting({ Texts::tr("Resources: %1 ready").arg(ready), Texts::tr("%1 ready").arg(ready) },
+                columns - 1),
+        counted(Texts::tr("%1 being fetched").arg(wanted), columns - indent - 1),
+        counted(Texts::tr("%1 missing").arg(count(ResourceStatus::Missing)), columns - indent - 1)
     };
     return flowed(QString(), sizes, u", "_s, columns)
         + flowed(QString(), resources, u", "_s, columns);
@@ -223,22 +243,20 @@ QList<Section> sectionsOf(const Board &board, int columns)
              { Texts::tr("Programs"), board.clients.size(), client } };
 }
 
-/// As many items as `rows` hold.
-QList<QStringList> fittingItems(const Section &section, int rows)
+/// Shows items of a section until there are so many, as far as the rows reach that are left.
+void addItems(const Section &section, qsizetype upTo, QList<QStringList> &items, int &rows)
 {
-    QList<QStringList> items;
-    for (qsizetype index = 0; index < section.count && rows > 0; ++index) {
-        const QStringList item = section.item(index);
+    while (items.size() < std::min(upTo, section.count)) {
+        const QStringList item = section.item(items.size());
+        if (item.size() > rows)
+            return;
         rows -= int(item.size());
-        if (rows >= 0)
-            items.append(item);
+        items.append(item);
     }
-    return items;
 }
 
-QStringList sectionLines(const Section &section, int rows, int columns)
+QStringList sectionLines(const Section &section, const QList<QStringList> &items, int columns)
 {
-    const QList<QStringList> items = fittingItems(section, rows);
     const QString title = u"%1: %2"_s.arg(section.title, QString::number(section.count));
     QStringList titles { title };
     if (items.size() < section.count)
@@ -252,15 +270,18 @@ QStringList sectionLines(const Section &section, int rows, int columns)
 QStringList listLines(const Board &board, int rows, int columns)
 {
     constexpr int titleRows = 2; // with the free one above it
-    constexpr int keptRows = 3; // for a list, before one above it takes all there is
+    constexpr qsizetype all = std::numeric_limits<qsizetype>::max();
     const QList<Section> sections = sectionsOf(board, columns);
-    QStringList lines;
-    for (auto section = sections.begin(); section != sections.end(); ++section) {
-        int kept = titleRows;
-        for (auto later = section + 1; later != sections.end(); ++later)
-            kept += titleRows + int(std::min<qsizetype>(later->count, keptRows));
-        lines += sectionLines(*section, rows - int(lines.size()) - kept, columns);
+    rows -= titleRows * int(sections.size());
+    // One of each before any has several, and those above come first.
+    QList<QList<QStringList>> items(sections.size());
+    for (const qsizetype upTo : { qsizetype(1), qsizetype(3), all }) {
+        for (qsizetype i = 0; i < sections.size(); ++i)
+            addItems(sections.at(i), upTo, items[i], rows);
     }
+    QStringList lines;
+    for (qsizetype i = 0; i < sections.size(); ++i)
+        lines += sectionLines(sections.at(i), items.at(i), columns);
     return lines;
 }
 

@@ -8,6 +8,7 @@
 
 #include <QDateTime>
 #include <QEventLoop>
+#include <QRegularExpression>
 #include <QTimer>
 
 #include <cmath>
@@ -115,9 +116,9 @@ std::optional<std::chrono::milliseconds> intervalFromText(const QString &text)
 {
     constexpr double shortest = 0.1;
     constexpr double longest = 3'600;
-    bool isNumber = false;
-    const double seconds = text.toDouble(&isNumber);
-    if (!isNumber || !(seconds >= shortest && seconds <= longest))
+    const QRegularExpression pattern(u"^[0-9]{1,4}(\\.[0-9]{1,9})?\\z"_s);
+    const double seconds = pattern.match(text).captured().toDouble();
+    if (seconds < shortest || seconds > longest)
         return {};
     return std::chrono::milliseconds(qint64(std::round(seconds * 1'000)));
 }

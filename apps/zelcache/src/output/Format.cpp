@@ -105,9 +105,9 @@ QString durationText(std::chrono::seconds duration)
 std::optional<std::chrono::milliseconds> durationFromText(const QString &text)
 {
     // Behind a fraction there is nothing but its unit.
-    const QString number = u"([0-9]{1,10}(?:\\.[0-9]{1,9}(?= ?[dhms]\\z))?)"_s;
+    const QString number = u"([0-9]{1,10}(?:\\.[0-9]{1,9}(?= ?[dhms]?\\z))?)"_s;
     const QRegularExpression pattern(
-        u"^(?:(?:%1 ?d)?(?:%1 ?h)?(?:%1 ?m)?(?:%1 ?s)?|([0-9]{1,10}))\\z"_s.arg(number),
+        u"^(?:(?:%1 ?d)?(?:%1 ?h)?(?:%1 ?m)?(?:%1 ?s)?|%1)\\z"_s.arg(number),
         QRegularExpression::CaseInsensitiveOption);
     const QRegularExpressionMatch match = pattern.match(text);
     static constexpr std::array<double, 5> secondsOfParts { 86400, 3600, 60, 1, 1 };

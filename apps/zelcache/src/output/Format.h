@@ -21,9 +21,9 @@ QString rateText(double bytesPerSecond);
 /// "0:42", "12:05", "1:02:03", "2d 03h"; whole seconds, never negative.
 QString durationText(std::chrono::seconds duration);
 
-/// The time that somebody means by "90", "90s", "15m", "1.5h", "2d" or "1h30m"; a number alone is
-/// seconds, only the last number may have a fraction, and letter case does not count. Empty for
-/// anything else, for no time at all and for more than a hundred years.
+/// The time that somebody means by "90", "0.5", "90s", "15m", "1.5h", "2d" or "1h30m"; a number
+/// alone is seconds, only the last number may have a fraction, and letter case does not count.
+/// Empty for anything else, for no time at all and for more than a hundred years.
 std::optional<std::chrono::milliseconds> durationFromText(const QString &text);
 
 /// A local point in time that sorts as text: "2024-05-31 17:02:11". Milliseconds since the epoch.

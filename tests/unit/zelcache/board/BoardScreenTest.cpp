@@ -274,6 +274,44 @@ TEST(BoardScreen, boardLines_tooManyForTheRows_tellsHowManyAreNotShown)
     EXPECT_EQ(lines.filter(QRegularExpression(u"^  plot "_s)).size(), 3);
 }
 
+TEST(BoardScreen, boardLines_fewRows_showOneOfEachListFromTheTopDownFirst)
+{
+    Board board = emptyBoard();
+    for (int i = 0; i < 3; ++i) {
+        board.fetches.append(bareFetch(u"share:/run%1"_s.arg(i), party(1, u"get"_s), 1));
+        board.clients.append(party(i, u"plot"_s));
+    }
+    board.waiters.append({ u"share:/run0"_s, party(2, u"plot"_s), now });
+    const auto titles = [&board](int rows) {
+        return boardLines(board, { 50, rows })
+            .filter(QRegularExpression(u"^[A-Z].*: [0-9](,|$)"_s));
+    };
+    EXPECT_EQ(titles(14),
+              (QStringList { u"Fetches: 3, 2 not shown"_s, u"Waiting: 1"_s,
+                             u"Programs: 3, 3 not shown"_s }));
+    EXPECT_EQ(titles(15).constLast(), u"Programs: 3, 2 not shown"_s);
+    EXPECT_EQ(titles(17),
+              (QStringList { u"Fetches: 3, 1 not shown"_s, u"Waiting: 1"_s,
+                             u"Programs: 3, 2 not shown"_s }));
+    EXPECT_EQ(titles(21), (QStringList { u"Fetches: 3"_s, u"Waiting: 1"_s, u"Programs: 3"_s }));
+}
+
+TEST(BoardScreen, boardLines_narrowTerminal_showsThatTheWordsBehindANumberAreCut)
+{
+    const QStringList lines = boardLines(busyBoard(), { 20, 60 });
+    EXPECT_THAT(lines, testing::Contains(u"      3 being fe..,"_s));
+    EXPECT_THAT(lines, testing::Contains(u"      7 missing"_s));
+    EXPECT_THAT(lines, testing::Contains(u"1021 ready,"_s));
+}
+
+TEST(BoardScreen, boardLines_troubleOfTwoLines_keepsThem)
+{
+    Board board = emptyBoard();
+    board.trouble = u"It cannot be read.\n\"/a\": Is a directory"_s;
+    EXPECT_THAT(atWidth(board, 80),
+                testing::IsSupersetOf({ u"It cannot be read."_s, u"\"/a\": Is a directory"_s }));
+}
+
 TEST(BoardScreen, boardLines_unboundedRows_showsEverything)
 {
     Board board = emptyBoard();

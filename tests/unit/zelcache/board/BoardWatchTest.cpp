@@ -19,8 +19,9 @@ TEST(BoardWatch, intervalFromText_seconds_areUnderstood)
 
 TEST(BoardWatch, intervalFromText_anythingElse_isRefused)
 {
-    for (const QString &text : { QString(), u"0"_s, u"0.09"_s, u"-1"_s, u"3601"_s, u"1s"_s,
-                                 u"nan"_s, u"inf"_s, u"one"_s })
+    for (const QString &text :
+         { QString(), u"0"_s, u"0.09"_s, u"-1"_s, u"3601"_s, u"1s"_s, u"nan"_s, u"inf"_s, u"one"_s,
+           u"1e1"_s, u" 1"_s, u"1."_s, u".5"_s, u"0x1"_s })
         EXPECT_EQ(intervalFromText(text), std::nullopt) << qPrintable(text);
 }
 

@@ -137,6 +137,8 @@ TEST(Format, durationFromText_times_areRead)
 {
     const std::pair<QString, std::chrono::milliseconds> table[] {
         { u"90"_s, 90s },
+        { u"1.5"_s, 1500ms },
+        { u"0.2"_s, 200ms },
         { u"90s"_s, 90s },
         { u"15m"_s, 15min },
         { u"2h"_s, 2h },
@@ -164,7 +166,7 @@ TEST(Format, durationFromText_anythingElse_isNone)
                                  u"0.0001s"_s,    u"-1"_s,
                                  u"-1s"_s,        u"+1"_s,
                                  u"h"_s,          u"2h3d"_s,
-                                 u"1m1m"_s,       u"1.5"_s,
+                                 u"1m1m"_s,       u"1.5.5"_s,
                                  u"1."_s,         u".5h"_s,
                                  u"1,5h"_s,       u"1.5h30m"_s,
                                  u"1h30"_s,       u"5x"_s,
