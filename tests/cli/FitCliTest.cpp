@@ -130,6 +130,7 @@ TEST_F(FitCliTest, get_aboveTheOptimum_throwsOutAsMuchAsThePlanSays)
     EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
     EXPECT_TRUE(run->errors().contains("Made room: 2 resources, 2.0 KiB"))
         << run->errors().toStdString();
+    EXPECT_FALSE(run->errors().contains("zelcache: log:")) << run->errors().toStdString();
     EXPECT_EQ(readyReferences(), (QStringList { here.at(0), wanted }));
 }
 

@@ -50,6 +50,30 @@ TEST_F(OpenFailureCliTest, get_baseDirectoryIsAFile_isCode8)
     ASSERT_TRUE(QFile::remove(cache.baseDir()));
 }
 
+TEST_F(OpenFailureCliTest, getAndList_whatStandsInTheWay_isNamedAsItIs)
+{
+    const QString reference = sharedFile(u"a.raw"_s, "a");
+    const auto lastLines = [&](const QByteArray &expected) {
+        for (const QStringList &command :
+             { QStringList { u"get"_s, reference }, QStringList { u"list"_s } }) {
+            const auto run = start(command);
+            EXPECT_EQ(run->exitCode(), 8);
+            EXPECT_TRUE(run->errors().endsWith(expected + '\n')) << run->errors().toStdString();
+        }
+    };
+    const QByteArray database = cache.databasePath().toUtf8();
+    writeFile(cache.databasePath(), QByteArray(10'000, 'x'));
+    lastLines('"' + database + "\" is not a cache database.");
+    ASSERT_TRUE(QFile::remove(cache.databasePath()));
+    ASSERT_TRUE(QDir().mkdir(cache.databasePath()));
+    lastLines('"' + database + "\": Is a directory");
+    ASSERT_TRUE(QDir().rmdir(cache.databasePath()));
+    ASSERT_TRUE(QDir().rmdir(cache.baseDir()));
+    writeFile(cache.baseDir(), "a file");
+    lastLines('"' + cache.baseDir().toUtf8() + "\": Not a directory");
+    ASSERT_TRUE(QFile::remove(cache.baseDir()));
+}
+
 TEST_F(OpenFailureCliTest, get_json_hasTheReason)
 {
     writeFile(cache.databasePath(), QByteArray(10'000, 'x'));

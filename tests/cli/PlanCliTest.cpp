@@ -3,6 +3,7 @@
 #include "CacheProcess.h"
 #include "NginxServer.h"
 #include "Printers.h"
+#include "ScriptedServer.h"
 
 #include <QDir>
 #include <QFile>
@@ -117,20 +118,43 @@ TEST_F(PlanCliTest, plan_whatCannotFit_isCode7)
     EXPECT_FALSE(plan(2000, 4000, { wanted }, 7).value(u"fits"_s).toBool());
 }
 
-TEST_F(PlanCliTest, plan_noSource_sizeIsUnknown)
+TEST_F(PlanCliTest, plan_noSource_isCode3AndNothingToFetch)
 {
     fill({ 600 });
-    const auto run = start({ u"get"_s, u"--plan"_s, u"share:/no/such/file"_s });
+    const NginxServer server;
+    for (const QString &reference : { u"share:/no/such/file"_s, server.url(u"none.raw"_s) }) {
+        const auto run = start({ u"get"_s, u"--plan"_s, reference });
+        EXPECT_EQ(run->exitCode(), 3) << run->errors().toStdString();
+        EXPECT_EQ(linesOf(run->output()), QStringList(u"not there           -  "_s + reference));
+        EXPECT_TRUE(run->errors().startsWith("zelcache: error: " + reference.toUtf8() + ": "))
+            << run->errors().toStdString();
+    }
+    const QString there = sharedFile(u"new.raw"_s, "new");
+    const QJsonObject answer = plan(2000, 4000, { u"share:/no/such/file"_s, there }, 3);
+    EXPECT_EQ(textsOf(answer.value(u"missing"_s), u"reference"_s), QStringList(there));
+    EXPECT_EQ(answer.value(u"notThere"_s)[0][u"error"_s][u"code"_s].toInt(), 3);
+    EXPECT_EQ(answer.value(u"unknownSizes"_s).toInt(), 0);
+    const QString big = sharedFile(u"big.raw"_s, QByteArray(5000, 'b'));
+    plan(2000, 4000, { u"share:/no/such/file"_s, big }, 7);
+}
+
+TEST_F(PlanCliTest, plan_sourceWithoutASize_isUnknownAndThere)
+{
+    fill({ 600 });
+    const ScriptedServer server([](const auto &, auto &connection) {
+        connection.send("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n");
+    });
+    const auto run = start({ u"get"_s, u"--plan"_s, server.url(u"a.raw"_s) });
     EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
-    EXPECT_TRUE(linesOf(run->output()).at(0).contains(u"unknown"_s));
-    EXPECT_TRUE(run->errors().contains("share:/no/such/file")) << run->errors().toStdString();
+    EXPECT_TRUE(linesOf(run->output()).contains(u"1 resource to fetch, of unknown size"_s))
+        << run->output().toStdString();
 }
 
 TEST_F(PlanCliTest, plan_list_isReadAndNothingElseIsSaid)
 {
     fill({ 600 });
     writeFile(cache.outside(u"list"_s), sharedFile(u"new.raw"_s, "new").toUtf8() + '\n');
-    const auto run = start({ u"get"_s, u"--plan"_s, u"-f"_s, cache.outside(u"list"_s) });
+    const auto run = start({ u"get"_s, u"-v"_s, u"--plan"_s, u"-f"_s, cache.outside(u"list"_s) });
     EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
     EXPECT_EQ(run->errors(), "");
     EXPECT_TRUE(linesOf(run->output()).contains(u"1 resource to fetch, 3 B"_s));

@@ -34,9 +34,24 @@ QString whyUnreadable(const QString &path)
 QString whyUnwritable(const QString &folder)
 {
     QString place = QFileInfo(folder).absoluteFilePath();
-    while (refusalOf(place, F_OK) == ENOENT && place != u"/"_s)
+    const auto isNothing = [&place](int refusal) {
+        return (refusal == ENOENT || refusal == ENOTDIR) && place != u"/"_s;
+    };
+    while (isNothing(refusalOf(place, F_OK)))
         place = QFileInfo(place).path();
-    return reasonText(place, refusalOf(place, W_OK | X_OK));
+    // A plain file refuses, too, but for want of a right that nobody needs.
+    return QFileInfo(place).isDir() ? reasonText(place, refusalOf(place, W_OK | X_OK))
+                                    : reasonText(place, ENOTDIR);
+}
+
+QString whyNoFile(const QString &path)
+{
+    return QFileInfo(path).isDir() ? reasonText(path, EISDIR) : QString();
+}
+
+QString whyNotExecutable(const QString &path)
+{
+    return qt_error_string(QFileInfo(path).isDir() ? EISDIR : refusalOf(path, X_OK));
 }
 
 Error withReason(const Error &failure, const QString &reason)

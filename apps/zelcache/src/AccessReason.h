@@ -14,6 +14,12 @@ QString whyUnreadable(const QString &path);
 /// nearest folder around it that is.
 QString whyUnwritable(const QString &folder);
 
+/// Why what lies there is no file. Empty if nothing is there, too.
+QString whyNoFile(const QString &path);
+
+/// Why the system does not run it as a program, in its words.
+QString whyNotExecutable(const QString &path);
+
 /// The failure with a reason as a line of its own behind its message; as it is for an empty one.
 Error withReason(const Error &failure, const QString &reason);
 

@@ -9,6 +9,7 @@
 #include "SignalWatch.h"
 #include "errors/Propagate.h"
 #include "errors/Tracer.h"
+#include "output/LogOutput.h"
 #include "platform/FreeSpace.h"
 
 #include <QCoreApplication>
@@ -44,6 +45,25 @@ ResourceCacheReader readerOf(const ResourceManagerSettings &settings)
     return ResourceCacheReader(settings.cachePath.databasePath());
 }
 
+/// Why no cache can be where it is to be, in the system's words; empty if they say nothing.
+QString whyNoCache(const ResourceManagerSettings &settings)
+{
+    const QString place = whyUnwritable(settings.cachePath.baseDirPath());
+    return place.isEmpty() ? whyNoFile(settings.cachePath.databasePath()) : place;
+}
+
+/// The failure with all that can be told of it.
+Error explained(const Error &failure, const ResourceManagerSettings &settings)
+{
+    const QString place = whyNoCache(settings);
+    if (!place.isEmpty())
+        return withReason(failure, place);
+    // Who only reads knows what is no database.
+    const auto read = readerOf(settings).readRowsOf({});
+    const bool isNone = !read.hasValue() && read.error().errorCode() == ErrorCode::BadData;
+    return isNone ? read.error() : failure;
+}
+
 /// What was read, or the failure with the cache that it is about.
 template<typename Value>
 Result<Value> orWhichCache(const ResourceManagerSettings &settings, Result<Value> outcome)
@@ -51,9 +71,12 @@ Result<Value> orWhichCache(const ResourceManagerSettings &settings, Result<Value
     if (outcome.hasValue())
         return outcome;
     const QString text = Texts::tr("The cache in %1 cannot be read: %2");
-    return ZEL_ERROR(
-        outcome.error().errorCode(),
-        text.arg(settings.cachePath.baseDirPath().toString(), outcome.error().errorMessage()));
+    const QString baseDir = settings.cachePath.baseDirPath();
+    const QString place = QFileInfo(baseDir).exists() && !QFileInfo(baseDir).isDir()
+        ? whyUnwritable(baseDir)
+        : whyNoFile(settings.cachePath.databasePath());
+    const Error failure = withReason(outcome.error(), place);
+    return ZEL_ERROR(failure.errorCode(), text.arg(baseDir, failure.errorMessage()));
 }
 
 bool hasUsagesOfTheDead(const ResourceManagerSettings &settings)
@@ -103,8 +126,8 @@ std::optional<ExitCode> openCache(const Context &context)
         return canceledMeanwhile(context);
     const QString text = Texts::tr("The cache in %1 cannot be opened: %2");
     const QString baseDir = settings.cachePath.baseDirPath();
-    const Error reason = withReason(failure, whyUnwritable(baseDir));
-    return context.fail(ExitCode::CacheUnavailable, text.arg(baseDir, reason.errorMessage()));
+    return context.fail(ExitCode::CacheUnavailable,
+                        text.arg(baseDir, explained(failure, settings).errorMessage()));
 }
 
 void registerSourcesOnly(const Context &context)
@@ -114,6 +137,8 @@ void registerSourcesOnly(const Context &context)
     // A manager whose cache cannot be made lives on, and nowhere there can be none.
     settings.cachePath.setBaseDirPath({});
     ResourceManager::overrideDefaultSettings(settings);
+    const ExpectedFailures notOpened;
+    static_cast<void>(ResourceManager::cachePath()); // makes the manager
 }
 
 std::optional<ExitCode> openExistingCache(const Context &context)
@@ -163,6 +188,7 @@ std::optional<qint64> freeBytesOf(const ResourceManagerSettings &settings)
 Result<QSharedPointer<ResourceHandler>> SourceHandlers::handlerOf(const QString &argument)
 {
     ZEL_TRY_LET(const auto reference, ResourceReference::fromString(argument));
+    const ExpectedFailures notEntered;
     return ZEL_PASS(ResourceHandlerFactory::create(reference, &cache));
 }
 

@@ -18,20 +18,24 @@ namespace {
 std::atomic<Output *> currentOutput = nullptr;
 std::atomic<Qt::HANDLE> outputThread = nullptr;
 std::atomic<int> currentVerbosity = 0;
+thread_local int expectedFailures = 0;
 
-bool isShown(QtMsgType type)
+constexpr int everything = 2;
+
+int neededVerbosity(QtMsgType type)
 {
     switch (type) {
     case QtDebugMsg:
     case QtInfoMsg:
-        return currentVerbosity > 1;
+        return everything;
     case QtWarningMsg:
-        return currentVerbosity > 0;
+        return expectedFailures > 0 ? everything : 1;
     case QtCriticalMsg:
+        return expectedFailures > 0 ? everything : 0;
     case QtFatalMsg:
         break;
     }
-    return true;
+    return 0;
 }
 
 void writeLine(const QString &line)
@@ -48,7 +52,7 @@ void writeLine(const QString &line)
 
 void onLogMessage(QtMsgType type, const QMessageLogContext &context, const QString &message)
 {
-    if (!isShown(type))
+    if (currentVerbosity < neededVerbosity(type))
         return;
     const QString category = QString::fromUtf8(context.category);
     // The trail of a failure has a line for each place.
@@ -69,6 +73,16 @@ LogOutput::LogOutput(Output *output, int verbosity)
 LogOutput::~LogOutput()
 {
     currentOutput = nullptr;
+}
+
+ExpectedFailures::ExpectedFailures()
+{
+    ++expectedFailures;
+}
+
+ExpectedFailures::~ExpectedFailures()
+{
+    --expectedFailures;
 }
 
 } // namespace zel::cli

@@ -18,4 +18,15 @@ public:
     LogOutput &operator=(const LogOutput &) = delete;
 };
 
+/// For what is meant to fail: as long as it lives, what the library says of it on this thread is
+/// shown only to a user who wants it all.
+class ExpectedFailures
+{
+public:
+    ExpectedFailures();
+    ~ExpectedFailures();
+    ExpectedFailures(const ExpectedFailures &) = delete;
+    ExpectedFailures &operator=(const ExpectedFailures &) = delete;
+};
+
 } // namespace zel::cli

@@ -74,7 +74,10 @@ bool isNotMadeYet(const ResourceManagerSettings &settings)
 
 ExitCode refuse(const Context &context, const QString &why)
 {
-    return context.fail(ExitCode::NoSpace, Texts::tr("%1; --force fetches nevertheless").arg(why));
+    return context.fail(ExitCode::NoSpace,
+                        Texts::tr("%1; --force fetches nevertheless, \"zelcache why\" tells what "
+                                  "fills the cache")
+                            .arg(why));
 }
 
 std::optional<ExitCode> purgeFor(const Context &context, const FitPlan &plan)

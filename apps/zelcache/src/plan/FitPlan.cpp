@@ -1,6 +1,8 @@
 #include "plan/FitPlan.h"
 
+#include "ExitCode.h"
 #include "output/Format.h"
+#include "output/Json.h"
 #include "removal/RemovalReport.h"
 
 #include <QCoreApplication>
@@ -48,8 +50,10 @@ QString sumText(const FitPlan &plan)
     const QString size = sizeText(plan.missingBytes());
     if (plan.unknownSizes() == 0)
         return Texts::tr("%1 to fetch, %2").arg(count, size);
-    return Texts::tr("%1 to fetch, %2 and %3 of unknown size")
-        .arg(count, size, countText(plan.unknownSizes()));
+    if (plan.unknownSizes() == plan.missing.size())
+        return Texts::tr("%1 to fetch, of unknown size").arg(count);
+    return Texts::tr("%1 to fetch, %2 without the %3 of unknown size")
+        .arg(count, size, QString::number(plan.unknownSizes()));
 }
 
 QString verdictText(const FitPlan &plan)
@@ -183,7 +187,8 @@ QStringList fitPlanLines(const FitPlan &plan)
 {
     const QString comes = Texts::tr("fetch");
     const QString goes = Texts::tr("evict");
-    const auto line = [width = std::max(comes.size(), goes.size())](
+    const QString absent = plan.nowhere.isEmpty() ? QString() : Texts::tr("not there");
+    const auto line = [width = std::max({ comes.size(), goes.size(), absent.size() })](
                           const QString &what, const QString &size, const QString &reference) {
         return u"%1  %2  %3"_s.arg(what.leftJustified(width), size.rightJustified(10), reference);
     };
@@ -193,10 +198,16 @@ QStringList fitPlanLines(const FitPlan &plan)
             line(comes, each.size ? sizeText(*each.size) : Texts::tr("unknown"), each.reference));
     for (const ResourceCacheReader::Resource &resource : plan.evicted)
         lines.append(line(goes, sizeText(resource.size), resource.reference));
+    for (const Missing &each : plan.nowhere)
+        lines.append(line(absent, u"-"_s, each.reference));
+    if (plan.missing.isEmpty() && !plan.nowhere.isEmpty())
+        return lines;
     lines.append(sumText(plan));
     if (!plan.missing.isEmpty())
         lines.append(timeText(plan));
     lines.append(verdictText(plan));
+    if (!plan.fits())
+        lines.append(Texts::tr("\"zelcache why\" tells what fills the cache."));
     return lines;
 }
 
@@ -217,8 +228,12 @@ QJsonObject fitPlanJson(const FitPlan &plan)
     for (const ResourceCacheReader::Resource &resource : plan.evicted)
         evicted.append(
             QJsonObject { { u"reference"_s, resource.reference }, { u"size"_s, resource.size } });
+    QJsonArray nowhere;
+    for (const Missing &each : plan.nowhere)
+        nowhere.append(json::entry(each.reference, Error(int(ExitCode::AnswerIsNo), each.reason)));
     const auto time = plan.time();
     return { { u"missing"_s, missing },
+             { u"notThere"_s, nowhere },
              { u"missingBytes"_s, plan.missingBytes() },
              { u"unknownSizes"_s, plan.unknownSizes() },
              { u"seconds"_s, time ? QJsonValue(qint64(time->count())) : QJsonValue() },

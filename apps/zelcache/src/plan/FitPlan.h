@@ -24,6 +24,7 @@ struct FitPlan
         QString reference; ///< its key
         std::optional<qint64> size; ///< bytes, as its source tells
         QString reason; ///< why the size is unknown; may be empty
+        bool isNowhere = false; ///< its source says that there is none
         qint64 stagedBytes = 0; ///< what an earlier fetch of it has left on the disk
         std::optional<qint64> bytesPerSecond; ///< of earlier fetches from its host; not 0
 
@@ -32,6 +33,7 @@ struct FitPlan
     };
 
     QList<Missing> missing;
+    QList<Missing> nowhere; ///< what is asked for, but cannot be fetched
     ResourceRows evicted; ///< what would go, in this order
     ResourceCacheSizes limits;
     qint64 size = 0; ///< of the cache now, in bytes

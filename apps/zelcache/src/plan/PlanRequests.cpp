@@ -8,6 +8,8 @@
 
 #include <QSet>
 
+#include <algorithm>
+
 namespace zel::cli {
 
 using namespace Qt::Literals::StringLiterals;
@@ -24,7 +26,8 @@ struct Wanted
     QList<QSharedPointer<ResourceHandler>> missing;
 };
 
-Result<Wanted> wantedOf(const Snapshot &snapshot, const QStringList &arguments)
+Result<Wanted> wantedOf(const Snapshot &snapshot, const QStringList &arguments,
+                        SourceHandlers &sources)
 {
     QHash<QString, bool> known;
     for (const ResourceCacheReader::Resource &resource : snapshot.resources)
@@ -44,7 +47,7 @@ Result<Wanted> wantedOf(const Snapshot &snapshot, const QStringList &arguments)
         wanted.keys.append(key);
         if (known.value(key))
             continue;
-        ZEL_TRY_LET(const auto handler, handlerOf(argument));
+        ZEL_TRY_LET(const auto handler, sources.handlerOf(argument));
         if (takesRoom(*handler))
             wanted.missing.append(handler);
     }
@@ -69,13 +72,38 @@ ExitCode answer(const Context &context, const FitPlan &plan)
         if (!each.size)
             context.output.warning(each.reference + u": "_s + each.reason);
     }
+    for (const Missing &each : plan.nowhere)
+        context.output.error(each.reference + u": "_s + each.reason);
     if (context.options.json) {
         context.output.answer(context.answerWith(fitPlanJson(plan)));
     } else {
         for (const QString &line : fitPlanLines(plan))
             context.output.answer(line);
     }
-    return plan.fits() ? ExitCode::Success : ExitCode::NoSpace;
+    if (!plan.fits())
+        return ExitCode::NoSpace;
+    return plan.nowhere.isEmpty() ? ExitCode::Success : ExitCode::AnswerIsNo;
+}
+
+/// Takes those out that cannot be fetched.
+QList<Missing> takeNowhere(QList<Missing> &missing)
+{
+    const auto isThere = [](const Missing &each) {
+        return !each.isNowhere;
+    };
+    const auto nowhere = std::stable_partition(missing.begin(), missing.end(), isThere);
+    const QList<Missing> taken(nowhere, missing.end());
+    missing.erase(nowhere, missing.end());
+    return taken;
+}
+
+/// What the sources tell. Ends early with a signal.
+SourceSizes askSources(const QList<QSharedPointer<ResourceHandler>> &handlers)
+{
+    SourceSizes sizes = askForSizes(handlers);
+    if (sizes.signalNumber == 0)
+        askWhatIsNowhere(handlers, sizes);
+    return sizes;
 }
 
 } // namespace
@@ -87,18 +115,22 @@ ExitCode planRequests(const Context &context, const QStringList &arguments)
     const auto snapshot = rowsToPlanWith(settings, arguments);
     if (!snapshot.hasValue())
         return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
-    const auto wanted = wantedOf(snapshot.value(), arguments);
+    SourceHandlers handlers;
+    const auto wanted = wantedOf(snapshot.value(), arguments, handlers);
     if (!wanted.hasValue())
         return context.fail(wanted.error());
-    SourceSizes sizes = askForSizes(wanted.value().missing);
+    SourceSizes sizes = askSources(wanted.value().missing);
     if (sizes.signalNumber != 0)
-        return exitCodeOfSignal(sizes.signalNumber);
+        return context.cancel(sizes.signalNumber);
+    const QList<Missing> nowhere = takeNowhere(sizes.missing);
     addRates(sizes.missing, ManifestStore::forCache(settings.cachePath.cacheDataDir()));
-    const auto plan = planFetch(settings, sizes.missing, wanted.value().keys);
+    auto plan = planFetch(settings, sizes.missing, wanted.value().keys);
     if (!plan.hasValue())
         return context.fail(ExitCode::CacheUnavailable, plan.error().errorMessage());
-    const QString why = whyNotToMakeRoom(settings, plan.value());
-    return why.isEmpty() ? answer(context, plan.value()) : context.fail(ExitCode::AnswerIsNo, why);
+    if (const QString why = whyNotToMakeRoom(settings, plan.value()); !why.isEmpty())
+        return context.fail(ExitCode::AnswerIsNo, why);
+    plan.value().nowhere = nowhere;
+    return answer(context, plan.value());
 }
 
 } // namespace zel::cli

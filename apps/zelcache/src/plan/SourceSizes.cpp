@@ -9,6 +9,7 @@
 #include <QElapsedTimer>
 
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace zel::cli {
@@ -73,6 +74,26 @@ SourceSizes askForSizes(const QList<QSharedPointer<ResourceHandler>> &handlers,
     for (qsizetype i = 0; i < handlers.size(); ++i)
         sizes.missing.append(missingOf(*handlers.at(i), tasks.at(std::size_t(i))));
     return sizes;
+}
+
+void askWhatIsNowhere(const QList<QSharedPointer<ResourceHandler>> &handlers, SourceSizes &sizes)
+{
+    TaskWait wait;
+    std::vector<std::pair<qsizetype, AskTask>> asked;
+    for (qsizetype i = 0; i < handlers.size(); ++i) {
+        if (sizes.missing.at(i).size)
+            continue;
+        auto task = ResourceManager::existsAsync(handlers.at(i), ResourceHandler::Queued);
+        if (!task.hasValue())
+            continue;
+        wait.add(task.value().get());
+        asked.emplace_back(i, std::move(task));
+    }
+    sizes.signalNumber = wait.run([] {});
+    for (const auto &[index, task] : asked) {
+        const auto answer = task.value()->result<bool>();
+        sizes.missing[index].isNowhere = answer.hasValue() && !answer.value();
+    }
 }
 
 } // namespace zel::cli

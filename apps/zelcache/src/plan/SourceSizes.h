@@ -18,4 +18,8 @@ struct SourceSizes
 SourceSizes askForSizes(const QList<QSharedPointer<ResourceHandler>> &handlers,
                         std::optional<std::chrono::milliseconds> patience = std::nullopt);
 
+/// Asks the sources that have told no size whether there is anything at all, and enters those that
+/// say no. What cannot be asked may be there. `sizes`: of these handlers.
+void askWhatIsNowhere(const QList<QSharedPointer<ResourceHandler>> &handlers, SourceSizes &sizes);
+
 } // namespace zel::cli

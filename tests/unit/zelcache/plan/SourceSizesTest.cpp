@@ -88,4 +88,22 @@ TEST_F(SourceSizesTest, askForSizes_sourceWithoutASize_isUnknown)
     EXPECT_EQ(sizes.missing.at(0).reason, u"Its source tells no size."_s);
 }
 
+TEST_F(SourceSizesTest, askWhatIsNowhere_onlyASourceThatSaysNo_isBelieved)
+{
+    const test::ScriptedServer server([](const auto &, auto &connection) {
+        connection.send("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n");
+    });
+    const test::ScriptedServer broken([](const auto &, auto &) {});
+    const QList<QSharedPointer<ResourceHandler>> handlers { shared(u"a"_s, "content"),
+                                                            handlerOf(u"share:/no/such/file"_s),
+                                                            handlerOf(server.url(u"run.raw"_s)),
+                                                            handlerOf(broken.url(u"run.raw"_s)) };
+    auto sizes = askForSizes(handlers);
+    askWhatIsNowhere(handlers, sizes);
+    QList<bool> nowhere;
+    for (const auto &each : sizes.missing)
+        nowhere.append(each.isNowhere);
+    EXPECT_EQ(nowhere, (QList<bool> { false, true, false, false }));
+}
+
 } // namespace zel::cli
