@@ -102,6 +102,10 @@
         <source>%1 not shown</source>
         <translation>%1 nicht gezeigt</translation>
     </message>
+    <message>
+        <source>%1 ready</source>
+        <translation>%1 bereit</translation>
+    </message>
 </context>
 <context>
     <name>zel::cli::CacheReasons</name>
@@ -260,7 +264,7 @@
         <translation>Der Prozess ist weg und gab vor %1 das letzte Lebenszeichen; was er benutzte und abrief, ist noch eingetragen.</translation>
     </message>
     <message>
-        <source>%1 usages and %2 fetches belong to clients that are gone.</source>
+        <source>Usages (%1) and fetches (%2) belong to clients that are gone.</source>
         <translation>Zu Programmen, die es nicht mehr gibt, gehören Benutzungen (%1) und Abrufe (%2).</translation>
     </message>
 </context>
@@ -466,10 +470,6 @@
 <context>
     <name>zel::cli::FetchPlanning</name>
     <message>
-        <source>%1; --force fetches nevertheless</source>
-        <translation>%1; --force ruft trotzdem ab</translation>
-    </message>
-    <message>
         <source>%1. Room for it cannot be made: %2</source>
         <translation>%1. Der Platz dafür kann nicht geschaffen werden: %2</translation>
     </message>
@@ -484,6 +484,10 @@
     <message>
         <source>Nothing is fetched: to make room for it would take more than what is to go.</source>
         <translation>Nichts wird abgerufen: Dafür Platz zu schaffen nähme mehr mit als das, was gehen soll.</translation>
+    </message>
+    <message>
+        <source>%1; --force fetches nevertheless, &quot;zelcache why&quot; tells what fills the cache</source>
+        <translation>%1; --force ruft trotzdem ab, „zelcache why“ sagt, was den Cache füllt</translation>
     </message>
 </context>
 <context>
@@ -616,10 +620,6 @@
         <translation>%1 abzurufen, %2</translation>
     </message>
     <message>
-        <source>%1 to fetch, %2 and %3 of unknown size</source>
-        <translation>%1 abzurufen, %2 und %3 unbekannter Größe</translation>
-    </message>
-    <message>
         <source>Does not fit the cache: %1 afterwards, at most %2</source>
         <translation>Passt nicht in den Cache: danach %1, höchstens %2</translation>
     </message>
@@ -654,6 +654,22 @@
     <message>
         <source>unknown</source>
         <translation>unbekannt</translation>
+    </message>
+    <message>
+        <source>%1 to fetch, of unknown size</source>
+        <translation>%1 abzurufen, von unbekannter Größe</translation>
+    </message>
+    <message>
+        <source>%1 to fetch, %2 without the %3 of unknown size</source>
+        <translation>%1 abzurufen, %2 ohne die %3 unbekannter Größe</translation>
+    </message>
+    <message>
+        <source>not there</source>
+        <translation>nicht da</translation>
+    </message>
+    <message>
+        <source>&quot;zelcache why&quot; tells what fills the cache.</source>
+        <translation>„zelcache why“ sagt, was den Cache füllt.</translation>
     </message>
 </context>
 <context>
@@ -730,10 +746,6 @@
     <message>
         <source>There is no program %1.</source>
         <translation>Es gibt kein Programm %1.</translation>
-    </message>
-    <message>
-        <source>%1 cannot be started.</source>
-        <translation>%1 kann nicht gestartet werden.</translation>
     </message>
     <message>
         <source>%1 cannot be started: %2</source>
@@ -844,8 +856,8 @@
         <translation>Lokale Größe</translation>
     </message>
     <message>
-        <source>Last access</source>
-        <translation>Letzter Zugriff</translation>
+        <source>Status since</source>
+        <translation>Status seit</translation>
     </message>
 </context>
 <context>
@@ -1395,6 +1407,10 @@
         <source>Status since</source>
         <translation>Status seit</translation>
     </message>
+    <message>
+        <source>Its fetch stands still: the program that fetched it is dead, or cannot be seen from here. Until it has been silent for 30 s, nobody takes over.</source>
+        <translation>Ihr Abruf steht still: Das Programm, das sie abrief, ist tot oder von hier nicht zu sehen. Bevor es 30 s geschwiegen hat, übernimmt niemand.</translation>
+    </message>
 </context>
 <context>
     <name>zel::cli::ResourceUsers</name>
@@ -1676,14 +1692,6 @@
         <source>%1 came in after the fetch.</source>
         <translation>%1 kam nach dem Abruf hinzu.</translation>
     </message>
-    <message>
-        <source>Last accessed %1; nobody uses it.</source>
-        <translation>Letzter Zugriff %1; niemand benutzt sie.</translation>
-    </message>
-    <message>
-        <source>Last accessed %1; in use by %2.</source>
-        <translation>Letzter Zugriff %1; benutzt von %2.</translation>
-    </message>
     <message numerus="yes">
         <source>And %n more files.</source>
         <translation>
@@ -1706,6 +1714,14 @@
     <message>
         <source>Manifests of what has left the cache: %1, removed.</source>
         <translation>Manifeste von dem, was den Cache verlassen hat: %1, entfernt.</translation>
+    </message>
+    <message>
+        <source>Here since %1; nobody uses it.</source>
+        <translation>Hier seit %1; niemand benutzt sie.</translation>
+    </message>
+    <message>
+        <source>Here since %1; in use by %2.</source>
+        <translation>Hier seit %1; benutzt von %2.</translation>
     </message>
 </context>
 <context>

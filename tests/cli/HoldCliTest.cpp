@@ -130,10 +130,15 @@ TEST_F(HoldCliTest, hold_commandThatCannotBeStarted_isCode127Or126)
     EXPECT_EQ(none->exitCode(), 127);
     EXPECT_TRUE(none->errors().contains("no-such-program")) << none->errors().toStdString();
     EXPECT_EQ(start({ u"hold"_s, reference, u"--"_s, u"/no/such/program"_s })->exitCode(), 127);
-    EXPECT_EQ(start({ u"hold"_s, reference, u"--"_s, cache.baseDir() })->exitCode(), 126);
+    const auto folder = start({ u"hold"_s, reference, u"--"_s, cache.baseDir() });
+    EXPECT_EQ(folder->exitCode(), 126);
+    EXPECT_TRUE(folder->errors().endsWith("cannot be started: Is a directory\n"))
+        << folder->errors().toStdString();
     writeFile(cache.outside(u"script"_s), "no program\n");
-    EXPECT_EQ(start({ u"hold"_s, reference, u"--"_s, cache.outside(u"script"_s) })->exitCode(),
-              126);
+    const auto script = start({ u"hold"_s, reference, u"--"_s, cache.outside(u"script"_s) });
+    EXPECT_EQ(script->exitCode(), 126);
+    EXPECT_TRUE(script->errors().endsWith("cannot be started: Permission denied\n"))
+        << script->errors().toStdString();
     writeFile(cache.outside(u"bad"_s), "#!/no/such/interpreter\n");
     QFile::setPermissions(cache.outside(u"bad"_s), QFile::Permissions(0x7755));
     EXPECT_EQ(start({ u"hold"_s, reference, u"--"_s, cache.outside(u"bad"_s) })->exitCode(), 126);
@@ -273,6 +278,7 @@ TEST_F(HoldCliTest, hold_badUsage_isCode2AndFetchesNothing)
            { u"hold"_s, reference, u"--"_s },
            { u"hold"_s, reference, u"--for"_s, u"soon"_s },
            { u"hold"_s, reference, u"--for"_s, u"0"_s },
+           { u"hold"_s, reference, u"--for"_s, u"1e1"_s },
            { u"--json"_s, u"hold"_s, reference, u"--"_s, u"true"_s } }) {
         const auto run = start(arguments);
         EXPECT_EQ(run->exitCode(), 2) << qPrintable(arguments.join(u' '));

@@ -167,7 +167,7 @@ TEST_F(VerifyCliTest, verify_truncated_isToldWithBothSizesToPeople)
     ASSERT_EQ(lines.size(), 4);
     EXPECT_EQ(lines.at(0), u"truncated     "_s + referenceOf(u"a.raw"_s));
     EXPECT_EQ(lines.at(1), QString(14, u' ') + u"a.raw is cut off: 3 of 7 bytes."_s);
-    EXPECT_TRUE(lines.at(2).contains(u"Last accessed 2"_s)) << lines.at(2).toStdString();
+    EXPECT_TRUE(lines.at(2).contains(u"Here since 2"_s)) << lines.at(2).toStdString();
     EXPECT_TRUE(lines.at(2).endsWith(u"nobody uses it."_s)) << lines.at(2).toStdString();
     EXPECT_EQ(lines.at(3), u"Read 0 B: 1 truncated"_s);
 }

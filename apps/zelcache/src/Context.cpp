@@ -1,5 +1,7 @@
 #include "Context.h"
 
+#include "output/Text.h"
+
 #include <QCoreApplication>
 
 namespace zel::cli {
@@ -32,6 +34,11 @@ ExitCode Context::fail(ExitCode code, const QString &message) const
         output.answer(answer);
     }
     return code;
+}
+
+ExitCode Context::failOn(const QString &argument, const Error &error) const
+{
+    return fail(exitCodeOf(error), withoutSecrets(argument) + u": "_s + error.errorMessage());
 }
 
 ExitCode Context::cancel(int signalNumber) const

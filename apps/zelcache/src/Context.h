@@ -23,6 +23,8 @@ struct Context
     ExitCode fail(ExitCode code, const QString &message) const;
     /// Ends it because of a signal.
     ExitCode cancel(int signalNumber) const;
+    /// With the argument that it is about, as far as that may be shown.
+    ExitCode failOn(const QString &argument, const Error &error) const;
     ExitCode fail(const Error &error) const
     {
         return fail(exitCodeOf(error), error.errorMessage());

@@ -95,7 +95,7 @@ ExitCode AddCommand::run(const Context &context)
         return context.fail(ExitCode::Failed, Texts::tr("\"%1\" does not exist.").arg(source));
     const auto handler = handlerOf(reference);
     if (!handler.hasValue())
-        return context.fail(handler.error());
+        return context.failOn(reference, handler.error());
     const Error failure = addTo(handler.value(), source, signalWatch, context);
     if (failure.hasError())
         return signalWatch.received() != 0 ? context.cancel(signalWatch.received())

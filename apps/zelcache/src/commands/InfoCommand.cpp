@@ -124,7 +124,7 @@ QStringList linesOf(const Description &description)
     if (description.cached) {
         lines.append({ Texts::tr("Status"), toText(description.cached->status) });
         lines.append({ Texts::tr("Local size"), sizeText(description.cached->size) });
-        lines.append({ Texts::tr("Last access"), timeText(description.cached->lastAccess) });
+        lines.append({ Texts::tr("Status since"), timeText(description.cached->lastAccess) });
     }
     return labeledLines(lines);
 }
@@ -162,7 +162,7 @@ ExitCode InfoCommand::run(const Context &context)
     SignalWatch signalWatch([](int) {});
     const auto place = localPlaceOf(reference);
     if (!place.hasValue())
-        return context.fail(place.error());
+        return context.failOn(reference, place.error());
 
     Description description;
     description.place = place.value();

@@ -14,7 +14,7 @@ constexpr auto helpDetails
     = R"(Lists the resources that the cache knows. Waits for nobody: it works while other
 programs use the cache, and changes nothing.
 
-Orders: size (biggest first), age (longest unaccessed first), name (by reference).
+Orders: size (biggest first), age (fetched or changed longest ago first), name (by reference).
 "zelcache formats" names the formats; the name of the local copy tells them here.
 
 Examples:

@@ -60,7 +60,7 @@ ExitCode PathCommand::run(const Context &context)
     SignalWatch signalWatch([](int) {});
     const auto place = localPlaceOf(reference);
     if (!place.hasValue())
-        return context.fail(place.error());
+        return context.failOn(reference, place.error());
 
     tell(place.value(), context);
     const bool isAvailable = place.value().isAvailable;

@@ -108,7 +108,7 @@ ExitCode PolicyCommand::run(const Context &context)
         return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
     const auto key = keyOf(snapshot.value(), reference);
     if (!key.hasValue())
-        return context.fail(key.error());
+        return context.failOn(reference, key.error());
     const auto resource = resourceOf(snapshot.value(), key.value());
     if (!resource)
         return context.fail(ExitCode::AnswerIsNo,

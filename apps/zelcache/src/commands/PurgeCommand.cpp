@@ -22,7 +22,7 @@ struct Texts
 };
 
 constexpr auto helpDetails
-    = R"(Removes what was accessed longest ago and is not in use, until the cache is small
+    = R"(Removes what was fetched longest ago and is not in use, until the cache is small
 enough: at nine tenths of its optimal size, if it is above that, or at SIZE. The
 last resource that goes may take it below. No setting changes. The exit code is 3
 if it could not become small enough; standard error then says what holds the rest.

@@ -29,7 +29,7 @@ struct Texts
 constexpr auto helpDetails
     = R"(Compares cached data with what was written down when it was fetched: first names and
 sizes, then every byte. Without a reference it verifies all that is ready. It tells what
-is changed, cut off or incomplete, who uses it now, and when it was last accessed.
+is changed, cut off or incomplete, who uses it now, and since when it is here.
 
 With a budget it ends in time, and the next run with one goes on where this one ended,
 with what was not verified for the longest time. It changes nothing in the cache.

@@ -21,7 +21,7 @@ struct Texts
 
 constexpr auto helpDetails
     = R"(Prints who fetches a resource, who waits for that, and who uses it: a line for
-each program, with what became of it. The usage of one that has been silent for 30
+each program, with what became of it, or one that says that it is nobody. The usage of one that has been silent for 30
 seconds holds nothing any more. Waits for nobody and changes nothing. The exit code
 is 3 for a resource that the cache does not know.
 
@@ -57,7 +57,7 @@ void answer(const Context &context, const QString &key, const QList<Holder> &hol
     for (const QString &line : holderLines(holders, now))
         context.output.answer(line);
     if (holders.isEmpty())
-        context.output.note(Texts::tr("Nobody uses it, fetches it or waits for it."));
+        context.output.answer(Texts::tr("Nobody uses it, fetches it or waits for it."));
 }
 
 ExitCode WhoCommand::run(const Context &context)
@@ -69,7 +69,7 @@ ExitCode WhoCommand::run(const Context &context)
         return context.fail(ExitCode::CacheUnavailable, snapshot.error().errorMessage());
     const auto key = keyOf(snapshot.value(), reference);
     if (!key.hasValue())
-        return context.fail(key.error());
+        return context.failOn(reference, key.error());
     if (!resourceOf(snapshot.value(), key.value()))
         return context.fail(ExitCode::AnswerIsNo,
                             key.value() + u": "_s + Texts::tr("The cache does not know it."));

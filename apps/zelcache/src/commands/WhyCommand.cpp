@@ -93,7 +93,7 @@ ExitCode WhyCommand::tellOfResource(const Context &context, const Snapshot &snap
 {
     const auto key = keyOf(snapshot, *reference);
     if (!key.hasValue())
-        return context.fail(key.error());
+        return context.failOn(*reference, key.error());
     const auto resource = resourceOf(snapshot, key.value());
     if (!resource)
         return context.fail(ExitCode::AnswerIsNo,

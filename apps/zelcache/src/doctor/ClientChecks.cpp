@@ -93,7 +93,7 @@ void clients(const Examination &all, Findings &findings)
         return;
     findings.append({ FindingKind::StrayRows,
                       {},
-                      Texts::tr("%1 usages and %2 fetches belong to clients that are gone.")
+                      Texts::tr("Usages (%1) and fetches (%2) belong to clients that are gone.")
                           .arg(usages)
                           .arg(tasks),
                       RepairStep { RepairStep::Kind::OpenCache, {}, {} } });

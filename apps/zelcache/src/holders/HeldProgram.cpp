@@ -1,5 +1,6 @@
 #include "holders/HeldProgram.h"
 
+#include "AccessReason.h"
 #include "SignalWatch.h"
 #include "holders/ProgramLine.h"
 
@@ -103,8 +104,10 @@ int runHeldProgram(Output &output, const QStringList &programLine, const QString
 {
     const QString &program = programLine.first();
     if (const int obstacle = obstacleTo(program)) {
-        output.error(obstacle == notFound ? Texts::tr("There is no program %1.").arg(program)
-                                          : Texts::tr("%1 cannot be started.").arg(program));
+        output.error(
+            obstacle == notFound
+                ? Texts::tr("There is no program %1.").arg(program)
+                : Texts::tr("%1 cannot be started: %2").arg(program, whyNotExecutable(program)));
         return obstacle;
     }
     QEventLoop loop;

@@ -128,6 +128,21 @@ QString missingText(const ResourceReasons &reasons)
         : text;
 }
 
+/// A program counts for a while after its end.
+QString fetchedText(const ResourceReasons &reasons)
+{
+    const bool isAnyThere
+        = std::any_of(reasons.holders.begin(), reasons.holders.end(), [](const Holder &holder) {
+              const Liveness liveness = holder.program.liveness;
+              return holder.role == Holder::Role::Fetches
+                  && (liveness == Liveness::Alive || liveness == Liveness::Silent);
+          });
+    return isAnyThere
+        ? Texts::tr("It is being fetched.")
+        : Texts::tr("Its fetch stands still: the program that fetched it is dead, or cannot be "
+                    "seen from here. Until it has been silent for 30 s, nobody takes over.");
+}
+
 QString verdictText(const ResourceReasons &reasons)
 {
     switch (reasons.verdict) {
@@ -142,7 +157,7 @@ QString verdictText(const ResourceReasons &reasons)
     case Verdict::Missing:
         return missingText(reasons);
     case Verdict::Fetched:
-        return Texts::tr("It is being fetched.");
+        return fetchedText(reasons);
     case Verdict::FetcherGone:
         return Texts::tr("Its fetch stands still: the program that fetched it is gone or silent.");
     case Verdict::Waiting:

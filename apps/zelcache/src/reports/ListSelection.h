@@ -12,7 +12,7 @@ struct ListSelection
     enum class Order {
         AsAdded,
         Size, ///< biggest first
-        Age, ///< longest unaccessed first
+        Age, ///< whose status is the oldest first
         Name, ///< by reference
     };
 

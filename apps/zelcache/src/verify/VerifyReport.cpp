@@ -99,8 +99,8 @@ QString useText(const VerifyResult &result)
 {
     const QString time = timeText(result.lastAccess);
     if (result.holders.isEmpty())
-        return Texts::tr("Last accessed %1; nobody uses it.").arg(time);
-    return Texts::tr("Last accessed %1; in use by %2.").arg(time, processesText(result.holders));
+        return Texts::tr("Here since %1; nobody uses it.").arg(time);
+    return Texts::tr("Here since %1; in use by %2.").arg(time, processesText(result.holders));
 }
 
 QStringList detailLines(const VerifyResult &result)

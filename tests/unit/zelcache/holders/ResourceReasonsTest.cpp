@@ -153,6 +153,21 @@ TEST_F(ResourceReasonsTest, onItsWay_whoeverIsKnown_decides)
     EXPECT_EQ(verdict(0), Verdict::Fetched);
 }
 
+TEST_F(ResourceReasonsTest, fetched_byADeadProgramThatStillCounts_standsStill)
+{
+    snapshot.resources[0].status = ResourceStatus::Acquiring;
+    snapshot.acquiringTasks.append({ u"share:/a"_s, 1, 101, 50 });
+    EXPECT_EQ(resourceReasonLines(reasonsFor(0)).first(), u"It is being fetched."_s);
+    const auto nobody = [](qint64) {
+        return ProcessSight();
+    };
+    const ResourceReasons reasons
+        = resourceReasons(snapshot, snapshot.resources.at(0), true, { 1000, 5000 }, now, nobody);
+    EXPECT_EQ(reasons.verdict, Verdict::Fetched);
+    EXPECT_TRUE(
+        resourceReasonLines(reasons).first().startsWith(u"Its fetch stands still: the program"_s));
+}
+
 TEST_F(ResourceReasonsTest, version_declaredByTheReference_tellsWhetherItIsOutdated)
 {
     EXPECT_FALSE(reasonsFor(0).isOutdated());
