@@ -224,7 +224,7 @@ TEST_F(TextsCliTest, doctor_isAllTexts)
                             u"sum"_s, u"scan"_s,    u"in"_s,   u"future"_s };
     expectSameJson({ u"doctor"_s });
     expectAllInBrackets({ u"doctor"_s, u"--dry-run"_s }, 4, ids);
-    expectAllInBrackets({ u"doctor"_s, u"--repair"_s }, 1, ids);
+    expectAllInBrackets({ u"doctor"_s, u"--repair"_s }, 4, ids);
 }
 
 TEST_F(TextsCliTest, board_isAllTexts)
