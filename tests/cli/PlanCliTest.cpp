@@ -30,7 +30,7 @@ protected:
         EXPECT_EQ(database.count(u"AcquiringTasks"_s), 0);
         return jsonOf(run->output());
     }
-    /// The first of these places was accessed longest ago.
+    /// The first of these places has the oldest status.
     void lastAccessedInThisOrder(const QStringList &references, const QList<int> &places) const
     {
         CacheDatabase database(cache.databasePath());
@@ -122,7 +122,8 @@ TEST_F(PlanCliTest, plan_noSource_isCode3AndNothingToFetch)
 {
     fill({ 600 });
     const NginxServer server;
-    for (const QString &reference : { u"share:/no/such/file"_s, server.url(u"none.raw"_s) }) {
+    for (const QString &reference :
+         { u"share:/no/such/file"_s, u"file:/no/such/file"_s, server.url(u"none.raw"_s) }) {
         const auto run = start({ u"get"_s, u"--plan"_s, reference });
         EXPECT_EQ(run->exitCode(), 3) << run->errors().toStdString();
         EXPECT_EQ(linesOf(run->output()), QStringList(u"not there           -  "_s + reference));

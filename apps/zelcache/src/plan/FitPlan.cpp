@@ -85,6 +85,55 @@ QJsonValue orNull(const std::optional<Number> &number)
     return number ? QJsonValue(qint64(*number)) : QJsonValue();
 }
 
+/// What comes, what goes and what cannot be had.
+QStringList resourceLines(const FitPlan &plan)
+{
+    const QString comes = Texts::tr("fetch");
+    const QString goes = Texts::tr("evict");
+    const QString absent = plan.nowhere.isEmpty() ? QString() : Texts::tr("not there");
+    const auto line = [width = std::max({ comes.size(), goes.size(), absent.size() })](
+                          const QString &what, const QString &size, const QString &reference) {
+        return u"%1  %2  %3"_s.arg(what.leftJustified(width), size.rightJustified(10), reference);
+    };
+    QStringList lines;
+    for (const Missing &each : plan.missing)
+        lines.append(
+            line(comes, each.size ? sizeText(*each.size) : Texts::tr("unknown"), each.reference));
+    for (const ResourceCacheReader::Resource &resource : plan.evicted)
+        lines.append(line(goes, sizeText(resource.size), resource.reference));
+    for (const Missing &each : plan.nowhere)
+        lines.append(line(absent, u"-"_s, each.reference));
+    return lines;
+}
+
+QJsonArray missingJson(const FitPlan &plan)
+{
+    QJsonArray missing;
+    for (const Missing &each : plan.missing)
+        missing.append(QJsonObject { { u"reference"_s, each.reference },
+                                     { u"size"_s, orNull(each.size) },
+                                     { u"stagedBytes"_s, each.stagedBytes },
+                                     { u"bytesPerSecond"_s, orNull(each.bytesPerSecond) } });
+    return missing;
+}
+
+QJsonArray nowhereJson(const FitPlan &plan)
+{
+    QJsonArray nowhere;
+    for (const Missing &each : plan.nowhere)
+        nowhere.append(json::entry(each.reference, Error(int(ExitCode::AnswerIsNo), each.reason)));
+    return nowhere;
+}
+
+QJsonArray evictedJson(const FitPlan &plan)
+{
+    QJsonArray evicted;
+    for (const ResourceCacheReader::Resource &resource : plan.evicted)
+        evicted.append(
+            QJsonObject { { u"reference"_s, resource.reference }, { u"size"_s, resource.size } });
+    return evicted;
+}
+
 } // namespace
 
 qint64 FitPlan::missingBytes() const
@@ -185,21 +234,7 @@ FitPlan fitPlan(const ResourceCacheReader::Snapshot &snapshot, const ResourceCac
 
 QStringList fitPlanLines(const FitPlan &plan)
 {
-    const QString comes = Texts::tr("fetch");
-    const QString goes = Texts::tr("evict");
-    const QString absent = plan.nowhere.isEmpty() ? QString() : Texts::tr("not there");
-    const auto line = [width = std::max({ comes.size(), goes.size(), absent.size() })](
-                          const QString &what, const QString &size, const QString &reference) {
-        return u"%1  %2  %3"_s.arg(what.leftJustified(width), size.rightJustified(10), reference);
-    };
-    QStringList lines;
-    for (const Missing &each : plan.missing)
-        lines.append(
-            line(comes, each.size ? sizeText(*each.size) : Texts::tr("unknown"), each.reference));
-    for (const ResourceCacheReader::Resource &resource : plan.evicted)
-        lines.append(line(goes, sizeText(resource.size), resource.reference));
-    for (const Missing &each : plan.nowhere)
-        lines.append(line(absent, u"-"_s, each.reference));
+    QStringList lines = resourceLines(plan);
     if (plan.missing.isEmpty() && !plan.nowhere.isEmpty())
         return lines;
     lines.append(sumText(plan));
@@ -218,26 +253,13 @@ QString fitPlanSummary(const FitPlan &plan)
 
 QJsonObject fitPlanJson(const FitPlan &plan)
 {
-    QJsonArray missing;
-    for (const Missing &each : plan.missing)
-        missing.append(QJsonObject { { u"reference"_s, each.reference },
-                                     { u"size"_s, orNull(each.size) },
-                                     { u"stagedBytes"_s, each.stagedBytes },
-                                     { u"bytesPerSecond"_s, orNull(each.bytesPerSecond) } });
-    QJsonArray evicted;
-    for (const ResourceCacheReader::Resource &resource : plan.evicted)
-        evicted.append(
-            QJsonObject { { u"reference"_s, resource.reference }, { u"size"_s, resource.size } });
-    QJsonArray nowhere;
-    for (const Missing &each : plan.nowhere)
-        nowhere.append(json::entry(each.reference, Error(int(ExitCode::AnswerIsNo), each.reason)));
     const auto time = plan.time();
-    return { { u"missing"_s, missing },
-             { u"notThere"_s, nowhere },
+    return { { u"missing"_s, missingJson(plan) },
+             { u"notThere"_s, nowhereJson(plan) },
              { u"missingBytes"_s, plan.missingBytes() },
              { u"unknownSizes"_s, plan.unknownSizes() },
              { u"seconds"_s, time ? QJsonValue(qint64(time->count())) : QJsonValue() },
-             { u"evicted"_s, evicted },
+             { u"evicted"_s, evictedJson(plan) },
              { u"size"_s, plan.size },
              { u"sizeAfterwards"_s, plan.sizeAfterwards() },
              { u"maximum"_s, plan.limits.maximumSize },

@@ -2,6 +2,7 @@
 
 #include "Library.h"
 #include "errors/Propagate.h"
+#include "output/Text.h"
 #include "plan/FetchPlanning.h"
 #include "plan/RecordedRates.h"
 #include "plan/SourceSizes.h"
@@ -26,6 +27,16 @@ struct Wanted
     QList<QSharedPointer<ResourceHandler>> missing;
 };
 
+/// A failure with the argument that it is about.
+template<typename Value>
+Result<Value> named(const QString &argument, Result<Value> outcome)
+{
+    if (outcome.hasValue())
+        return outcome;
+    return ZEL_ERROR(outcome.error().errorCode(),
+                     withoutSecrets(argument) + u": "_s + outcome.error().errorMessage());
+}
+
 Result<Wanted> wantedOf(const Snapshot &snapshot, const QStringList &arguments,
                         SourceHandlers &sources)
 {
@@ -38,7 +49,8 @@ Result<Wanted> wantedOf(const Snapshot &snapshot, const QStringList &arguments,
     for (const QString &argument : arguments) {
         QString key = argument;
         if (!known.contains(argument)) {
-            ZEL_TRY_LET(const auto reference, ResourceReference::fromString(argument));
+            ZEL_TRY_LET(const auto reference,
+                        named(argument, ResourceReference::fromString(argument)));
             key = reference->referenceText(false);
         }
         if (seen.contains(key))
@@ -47,8 +59,8 @@ Result<Wanted> wantedOf(const Snapshot &snapshot, const QStringList &arguments,
         wanted.keys.append(key);
         if (known.value(key))
             continue;
-        ZEL_TRY_LET(const auto handler, sources.handlerOf(argument));
-        if (takesRoom(*handler))
+        ZEL_TRY_LET(const auto handler, named(argument, sources.handlerOf(argument)));
+        if (takesRoom(*handler) || !handler->isAvailableLocally())
             wanted.missing.append(handler);
     }
     return wanted;
@@ -106,6 +118,21 @@ SourceSizes askSources(const QList<QSharedPointer<ResourceHandler>> &handlers)
     return sizes;
 }
 
+/// With what the sources have told.
+ExitCode planAndAnswer(const Context &context, const ResourceManagerSettings &settings,
+                       QList<Missing> missing, const QStringList &wanted)
+{
+    const QList<Missing> nowhere = takeNowhere(missing);
+    addRates(missing, ManifestStore::forCache(settings.cachePath.cacheDataDir()));
+    auto plan = planFetch(settings, missing, wanted);
+    if (!plan.hasValue())
+        return context.fail(ExitCode::CacheUnavailable, plan.error().errorMessage());
+    if (const QString why = whyNotToMakeRoom(settings, plan.value()); !why.isEmpty())
+        return context.fail(ExitCode::AnswerIsNo, why);
+    plan.value().nowhere = nowhere;
+    return answer(context, plan.value());
+}
+
 } // namespace
 
 ExitCode planRequests(const Context &context, const QStringList &arguments)
@@ -119,18 +146,10 @@ ExitCode planRequests(const Context &context, const QStringList &arguments)
     const auto wanted = wantedOf(snapshot.value(), arguments, handlers);
     if (!wanted.hasValue())
         return context.fail(wanted.error());
-    SourceSizes sizes = askSources(wanted.value().missing);
+    const SourceSizes sizes = askSources(wanted.value().missing);
     if (sizes.signalNumber != 0)
         return context.cancel(sizes.signalNumber);
-    const QList<Missing> nowhere = takeNowhere(sizes.missing);
-    addRates(sizes.missing, ManifestStore::forCache(settings.cachePath.cacheDataDir()));
-    auto plan = planFetch(settings, sizes.missing, wanted.value().keys);
-    if (!plan.hasValue())
-        return context.fail(ExitCode::CacheUnavailable, plan.error().errorMessage());
-    if (const QString why = whyNotToMakeRoom(settings, plan.value()); !why.isEmpty())
-        return context.fail(ExitCode::AnswerIsNo, why);
-    plan.value().nowhere = nowhere;
-    return answer(context, plan.value());
+    return planAndAnswer(context, settings, sizes.missing, wanted.value().keys);
 }
 
 } // namespace zel::cli
