@@ -1133,8 +1133,8 @@
         <translation>%1 konnte nicht entfernt werden</translation>
     </message>
     <message>
-        <source>%1 was accessed while the purge ran</source>
-        <translation>%1 wurde während des Aufräumens benutzt</translation>
+        <source>%1 has changed while the purge ran</source>
+        <translation>%1 hat sich während des Aufräumens geändert</translation>
     </message>
     <message>
         <source>%1 would go, %2; %3 would be left</source>

@@ -8,7 +8,7 @@ namespace zel::test {
 class RemovalCli : public ZelcacheCli
 {
 protected:
-    /// Fetches one shared file for each size; the first one was accessed longest ago. Gives their
+    /// Fetches one shared file for each size; the first one has the oldest status. Gives their
     /// references.
     QStringList fill(const QList<int> &sizes);
 

@@ -24,7 +24,7 @@ struct InLine
 };
 using Line = QList<InLine>;
 
-/// Of two that were accessed at the same time, the one that came first stays first.
+/// Of two whose status is of the same time, the one that came first stays first.
 void sortByLastAccess(Line &line)
 {
     std::stable_sort(line.begin(), line.end(), [](const InLine &left, const InLine &right) {

@@ -19,7 +19,7 @@ struct PurgePlan
 };
 
 /// Whether a purge may take it at all: what has a size and no user. Of those it takes the one first
-/// that was accessed longest ago, and of the same age the one whose row comes first.
+/// whose status is the oldest, and of the same age the one whose row comes first.
 bool mayBePurged(const ResourceCacheReader::Resource &resource, const ResourceUsers &users);
 
 /// The limits that a purge works with. With a target it is to go down to that many bytes, without
@@ -42,7 +42,7 @@ PurgePlan planPurge(const ResourceCacheReader::Snapshot &snapshot, const PurgeLi
                     const ResourceUsers &users);
 
 /// The resources that had a size in the first state and have no data in the second, those that were
-/// accessed longest ago first.
+/// whose status was the oldest first.
 ResourceRows removedBetween(const ResourceCacheReader::Snapshot &before,
                             const ResourceCacheReader::Snapshot &after);
 

@@ -49,7 +49,7 @@ QString pinText(const Pin &pin)
     case Reason::NotRemoved:
         return Texts::tr("%1 could not be removed").arg(subject);
     case Reason::Newer:
-        return Texts::tr("%1 was accessed while the purge ran").arg(subject);
+        return Texts::tr("%1 has changed while the purge ran").arg(subject);
     }
     return subject;
 }

@@ -29,7 +29,7 @@ struct Pin
         InUse, ///< by the processes
         SizeUnknown, ///< data without a size: a purge does not take it
         NotRemoved, ///< was to go and is still there, unchanged
-        Newer, ///< came, or was accessed, while the purge ran
+        Newer, ///< came, or came anew, while the purge ran
     };
 
     ResourceCacheReader::Resource resource;
