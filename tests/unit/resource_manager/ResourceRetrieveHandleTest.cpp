@@ -40,6 +40,13 @@ protected:
         openCache();
         return handle;
     }
+    /// What subclasses reach.
+    struct OnACache : ResourceRetrieveHandle
+    {
+        using ResourceRetrieveHandle::addTaskToDatabase;
+        using ResourceRetrieveHandle::removeTaskFromDatabase;
+        using ResourceRetrieveHandle::tryStartRetrieve;
+    };
     /// Runs the work on a thread of its own.
     class WaitingThread
     {
@@ -139,6 +146,18 @@ TEST_F(ResourceRetrieveHandleTest, addTaskToDatabase_twice_addsOneRow)
     ASSERT_FALSE(handle->addTaskToDatabase().hasError());
     ASSERT_FALSE(handle->addTaskToDatabase().hasError());
     EXPECT_EQ(taskRows(), 1);
+}
+
+TEST_F(ResourceRetrieveHandleTest, formsForSubclasses_aWholeRetrieve_doTheSameOnACache)
+{
+    ASSERT_FALSE(OnACache::addTaskToDatabase(&cache, reference).hasError());
+    EXPECT_EQ(status(), u"ScheduledForAcquire"_s);
+    EXPECT_EQ(taskRows(), 1);
+    EXPECT_TRUE(OnACache::tryStartRetrieve(&cache, reference).value());
+    EXPECT_EQ(status(), u"Acquiring"_s);
+    ASSERT_FALSE(OnACache::removeTaskFromDatabase(&cache, reference).hasError());
+    EXPECT_EQ(status(), u"Missing"_s);
+    EXPECT_EQ(taskRows(), 0);
 }
 
 TEST_F(ResourceRetrieveHandleTest, saveProgress_fetcher_isSeenByTheWatcher)

@@ -178,6 +178,18 @@ TEST_F(SemaphoreLockerTest, keep_makerOfTheSemaphoreDied_excludesFromThenOn)
     EXPECT_EQ(SystemSemaphoreState::of(otherKey).value, 1);
 }
 
+TEST_F(SemaphoreLockerTest, construct_keyOfNoCache_takesTheObjectItself)
+{
+    const QString foreign = key + u"-foreign"_s;
+    QSystemSemaphore own(foreign, 1, QSystemSemaphore::Create); // removes it, too
+    {
+        const SemaphoreLocker lock(&own, 1);
+        EXPECT_FALSE(SemaphoreRegistry::find(foreign));
+        EXPECT_EQ(SystemSemaphoreState::of(foreign).value, 0);
+    }
+    EXPECT_EQ(SystemSemaphoreState::of(foreign).value, 1);
+}
+
 TEST_F(SemaphoreLockerTest, destroy_semaphoreGotAnotherKey_releasesTheOneThatWasTaken)
 {
     const TemporaryCache other;

@@ -3,7 +3,9 @@
 #include "platform/ProcessFacts.h"
 #include "platform/SystemSemaphoreState.h"
 
+#include "AsAnybody.h"
 #include "TemporaryCache.h"
+#include "platform/ChildProcess.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -70,6 +72,22 @@ TEST_F(SystemSemaphoreStateTest, of_semaphoreThatIsTakenAndGivenBack_followsIt)
     EXPECT_EQ(SystemSemaphoreState::of(key).value, 1);
 }
 
+TEST_F(SystemSemaphoreStateTest, of_semaphoreThatIsKeptForItsOwner_isRefused)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only the superuser can be somebody else";
+    const QSystemSemaphore semaphore(key, 1, QSystemSemaphore::Create);
+    {
+        const AsAnybody anybody;
+        if (!anybody.canReach(SystemSemaphoreState::of(key).keyFile))
+            GTEST_SKIP() << "the folder of temporary files is closed to others";
+    }
+    const QTemporaryDir own;
+    EXPECT_TRUE(asOrdinaryUser(QFile::encodeName(own.path()), [this] {
+        return SystemSemaphoreState::of(key).access == SystemSemaphoreState::Access::Refused;
+    }));
+}
+
 TEST(DirectoryLockStateTest, of_lockThatIsHeldAndFree_followsItAndNamesTheHolder)
 {
     const QTemporaryDir directory;
@@ -82,6 +100,18 @@ TEST(DirectoryLockStateTest, of_lockThatIsHeldAndFree_followsItAndNamesTheHolder
     }
     EXPECT_FALSE(DirectoryLockState::of(directory.path()).isHeld);
     EXPECT_FALSE(DirectoryLockState::of(directory.filePath(u"none"_s)).isHeld);
+}
+
+TEST(DirectoryLockStateTest, of_lockOfAnotherUser_isHeldAndNobodyElseIsNamed)
+{
+    const QTemporaryDir directory;
+    const DirectoryLock lock(QFile::encodeName(directory.path()));
+    const qint64 holder = ::getpid();
+    // Not on all file systems does the list of locks name the directory as others see it.
+    EXPECT_TRUE(asOrdinaryUser(QFile::encodeName(directory.path()), [&] {
+        const auto state = DirectoryLockState::of(directory.path());
+        return state.isHeld && state.holder.value_or(holder) == holder;
+    }));
 }
 
 TEST(ProcessFactsTest, of_thisProcess_isWhatItKnowsOfItself)

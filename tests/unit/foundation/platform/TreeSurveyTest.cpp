@@ -1,12 +1,15 @@
 #include "platform/TreeSurvey.h"
 
 #include "TemporaryCache.h"
+#include "platform/ChildProcess.h"
 
 #include <QDateTime>
 #include <QFile>
 #include <QTemporaryDir>
 
 #include <algorithm>
+
+#include <sys/stat.h>
 
 using namespace zel;
 using namespace zel::test;
@@ -93,4 +96,22 @@ TEST_F(TreeSurveyTest, make_noFolder_saysSo)
                            [](const QByteArray &, bool) { return TreeSurvey::Step::Enter; });
     EXPECT_FALSE(outcome.exists);
     EXPECT_TRUE(outcome.entries.isEmpty());
+}
+
+TEST_F(TreeSurveyTest, make_folderThatMayNotBeRead_isNamedAndTheRestIsCounted)
+{
+    ASSERT_EQ(::chmod(QFile::encodeName(directory.filePath(u"a/whole/deep"_s)).constData(), 0), 0);
+    EXPECT_TRUE(asOrdinaryUser(QFile::encodeName(directory.path()), [this] {
+        const auto outcome = survey();
+        const auto whole = entry(outcome, "a/whole");
+        return outcome.unreadable == QList<QByteArray> { "a/whole" } && whole && whole->bytes == 5
+            && entry(outcome, "a/file");
+    }));
+    ASSERT_EQ(::chmod(QFile::encodeName(directory.filePath(u"a"_s)).constData(), 0), 0);
+    EXPECT_TRUE(asOrdinaryUser(QFile::encodeName(directory.path()), [this] {
+        const auto outcome = survey();
+        return outcome.unreadable == QList<QByteArray> { "a" } && outcome.entries.isEmpty();
+    }));
+    for (const QString &name : { u"a"_s, u"a/whole/deep"_s }) // or it could not be removed
+        ASSERT_EQ(::chmod(QFile::encodeName(directory.filePath(name)).constData(), 0755), 0);
 }
