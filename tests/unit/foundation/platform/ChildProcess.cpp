@@ -14,6 +14,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#ifdef ZEL_COVERAGE
+extern "C" { // which it does not say itself
+#include <gcov.h>
+}
+#endif
+
 namespace zel::test {
 
 namespace {
@@ -43,12 +49,22 @@ bool leaveMounts()
     return true;
 }
 
+/// Nothing of what the parent has open may be ended by the child, so it ends at once; only which
+/// lines it has run is told.
+[[noreturn]] void endChild(int code)
+{
+#ifdef ZEL_COVERAGE
+    __gcov_dump();
+#endif
+    ::_exit(code);
+}
+
 /// What the child ends with; empty if it crashed.
 std::optional<int> codeOfChild(const std::function<int()> &work)
 {
     const pid_t child = ::fork();
     if (child == 0)
-        ::_exit(work());
+        endChild(work());
     int status = 0;
     EXPECT_EQ(::waitpid(child, &status, 0), child);
     return WIFEXITED(status) ? std::optional(WEXITSTATUS(status)) : std::nullopt;
@@ -80,9 +96,13 @@ bool asOrdinaryUser(const QByteArray &folder, const std::function<bool()> &work)
 bool withShortFiles(qint64 longest, const std::function<bool()> &work)
 {
     return inChild([&] {
-        const rlimit limit { static_cast<rlim_t>(longest), static_cast<rlim_t>(longest) };
+        rlimit before {};
+        if (::getrlimit(RLIMIT_FSIZE, &before) != 0)
+            return false;
+        const rlimit limit { static_cast<rlim_t>(longest), before.rlim_max };
         std::signal(SIGXFSZ, SIG_IGN); // or the first refused write ends the process
-        return ::setrlimit(RLIMIT_FSIZE, &limit) == 0 && work();
+        const bool isGood = ::setrlimit(RLIMIT_FSIZE, &limit) == 0 && work();
+        return ::setrlimit(RLIMIT_FSIZE, &before) == 0 && isGood;
     });
 }
 
