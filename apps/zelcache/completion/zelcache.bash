@@ -38,13 +38,19 @@ _zelcache_references() {
     COMPREPLY=("${found[@]}") needs_quotes=yes
 }
 
+_zelcache_formats() {
+    local formats=()
+    mapfile -t formats < <("$program" formats 2>/dev/null | sed '1d; s/ .*//')
+    _zelcache_names "${formats[@]}"
+}
+
 _zelcache_value() { # OPTION: what may stand as its value
     case $1 in
     --cache) _zelcache_files directory ;;
     -f | --file | --trace) _zelcache_files file ;;
     --sort) _zelcache_names size age name ;;
     --status) _zelcache_names Ready Missing ScheduledForAcquire Acquiring ;;
-    --format) _zelcache_names $("$program" formats 2>/dev/null | sed '1d; s/ .*//') ;;
+    --format) _zelcache_formats ;;
     --prefix) _zelcache_references ;;
     esac
 }
