@@ -36,6 +36,8 @@ Error refusalOf(const VerifyResult &result)
     return Error(int(ExitCode::IntegrityViolated), text.arg(reason, result.reference));
 }
 
+using Snapshot = ResourceCacheReader::Snapshot;
+
 /// A fetch that was canceled ends without a word.
 Error worded(const Error &failure)
 {
@@ -177,25 +179,13 @@ GetRequests::Fetch *GetRequests::fetchOf(const QSharedPointer<ResourceHandler> &
     return known;
 }
 
-/// By their rows. Of a cache that cannot be read nothing is known to be here.
-QSet<QString> GetRequests::keysOfWhatIsHere() const
-{
-    QSet<QString> here;
-    const ResourceCacheReader reader(ResourceManager::cachePath().databasePath());
-    const auto snapshot = reader.readRowsOf(fetchByKey.keys());
-    if (!snapshot.hasValue())
-        return here;
-    for (const ResourceCacheReader::Resource &resource : snapshot.value().resources) {
-        if (cli::isHere(resource))
-            here.insert(resource.reference);
-    }
-    return here;
-}
-
-/// In use from now on, so that no purge takes it.
+/// In use from now on, so that no purge takes it. Of a cache that cannot be read nothing is known
+/// to be here.
 void GetRequests::enterWhatIsHere()
 {
-    const QSet<QString> here = keysOfWhatIsHere();
+    const ResourceCacheReader reader(ResourceManager::cachePath().databasePath());
+    const auto rows = reader.readRowsOf(fetchByKey.keys());
+    const QSet<QString> here = keysOfWhatIsHere(rows.hasValue() ? rows.value() : Snapshot());
     for (const auto &fetch : fetches) {
         if (here.contains(fetch->key) || !takesRoom(*fetch->source))
             enter(*fetch);

@@ -10,7 +10,6 @@
 #include "output/TerminalPrompting.h"
 
 #include <QJsonArray>
-#include <QSet>
 
 #include <memory>
 #include <vector>
@@ -81,7 +80,6 @@ private:
 
     void addRequest(const QString &argument);
     Fetch *fetchOf(const QSharedPointer<ResourceHandler> &source);
-    QSet<QString> keysOfWhatIsHere() const;
     void enterWhatIsHere();
     void enterWhatIsMissing();
     void enter(Fetch &fetch);

@@ -13,7 +13,6 @@
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QFileInfo>
-#include <QSet>
 
 #include <algorithm>
 #include <iterator>
@@ -29,7 +28,6 @@ struct Texts
     Q_DECLARE_TR_FUNCTIONS(zel::cli::FetchPlanning)
 };
 
-using Resource = ResourceCacheReader::Resource;
 using Snapshot = ResourceCacheReader::Snapshot;
 using Handlers = QList<QSharedPointer<ResourceHandler>>;
 
@@ -47,16 +45,10 @@ void addStagedBytes(QList<FitPlan::Missing> &missing, const ResourceCachePath &p
 }
 
 /// Without what has come while the sources were asked: the cache's size has it already.
-QList<FitPlan::Missing> stillMissing(QList<FitPlan::Missing> missing, const Snapshot &snapshot)
+/// `theirRows`: of the missing ones.
+QList<FitPlan::Missing> stillMissing(QList<FitPlan::Missing> missing, const Snapshot &theirRows)
 {
-    QSet<QString> wanted;
-    for (const FitPlan::Missing &each : missing)
-        wanted.insert(each.reference);
-    QSet<QString> here;
-    for (const Resource &resource : snapshot.resources) {
-        if (wanted.contains(resource.reference) && isHere(resource))
-            here.insert(resource.reference);
-    }
+    const QSet<QString> here = keysOfWhatIsHere(theirRows);
     missing.removeIf([&here](const auto &each) { return here.contains(each.reference); });
     return missing;
 }

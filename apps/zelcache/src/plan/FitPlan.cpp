@@ -8,7 +8,6 @@
 #include <QCoreApplication>
 #include <QFileInfo>
 #include <QJsonArray>
-#include <QSet>
 #include <QtNumeric>
 
 #include <algorithm>
@@ -204,6 +203,16 @@ bool isHere(const ResourceCacheReader::Resource &resource)
         return false;
     const QFileInfo data(resource.path);
     return data.exists() && data.isReadable();
+}
+
+QSet<QString> keysOfWhatIsHere(const ResourceCacheReader::Snapshot &snapshot)
+{
+    QSet<QString> keys;
+    for (const ResourceCacheReader::Resource &resource : snapshot.resources) {
+        if (isHere(resource))
+            keys.insert(resource.reference);
+    }
+    return keys;
 }
 
 FitPlan fitPlan(const ResourceCacheReader::Snapshot &snapshot, const ResourceCacheSizes &limits,

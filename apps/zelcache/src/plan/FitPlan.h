@@ -3,6 +3,7 @@
 #include "removal/PurgePlan.h"
 
 #include <QJsonObject>
+#include <QSet>
 #include <QStringList>
 
 #include <algorithm>
@@ -66,6 +67,9 @@ struct FitPlan
 
 /// Whether a fetch finds the resource here: a row alone is no data.
 bool isHere(const ResourceCacheReader::Resource &resource);
+
+/// The keys of those that a fetch finds here. Looks at the disk for each row.
+QSet<QString> keysOfWhatIsHere(const ResourceCacheReader::Snapshot &snapshot);
 
 /// What a fetch of these would evict. `wanted`: keys of all that is asked for; what of it is here
 /// already stays.
