@@ -71,13 +71,11 @@ bool byChance(std::mt19937 &random)
     return random() % 2 == 0;
 }
 
-/// How many of the changes came through. Often most of them: disks get them every few seconds.
-size_t firstPart(size_t changes, std::mt19937 &random)
+/// How many of the changes came through if those of the last moment may be lacking.
+size_t mostOf(size_t changes, std::mt19937 &random)
 {
     constexpr size_t latest = 8;
-    if (changes > latest && byChance(random))
-        return changes - random() % latest;
-    return random() % (changes + 1);
+    return byChance(random) ? changes : changes - random() % std::min(latest, changes + 1);
 }
 
 /// SQLite recovers from all that disks do; the rest is ours to keep.
@@ -330,10 +328,12 @@ void DiskModel::syncAll(std::uint64_t covered)
 DiskModel::Names DiskModel::namesAfterCut(Kept kept, std::mt19937 &random) const
 {
     size_t first = 0; // those before it came through
-    if (kept == Kept::All || kept == Kept::Names || kept == Kept::Small)
+    if (kept == Kept::All || kept == Kept::Names)
         first = m_changes.size();
+    else if (kept == Kept::Small)
+        first = mostOf(m_changes.size(), random);
     else if (kept == Kept::Some)
-        first = firstPart(m_changes.size(), random);
+        first = random() % (m_changes.size() + 1);
     Names names;
     for (size_t i = 0; i < m_changes.size(); ++i) {
         if (i < first || m_changes[i].isDurable)

@@ -17,7 +17,7 @@ enum class Kept {
     All, ///< everything, as after a kill
     Some, ///< a part by chance: of the bytes in any order and torn, of the names a first part
     Names, ///< all names and sizes; bytes that were not synced are zeros
-    Small, ///< all names and sizes, and small files; of the bytes of others a part by chance
+    Small, ///< small files, all sizes, all names or most; of other bytes a part by chance
 };
 
 /// The folder of a cache on a disk whose power can be cut after any step.

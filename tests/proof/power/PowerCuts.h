@@ -49,7 +49,7 @@ public:
     void cutEverywhere();
     int manifestsFound() const { return m_manifests; }
 
-    /// A program that takes no part.
+    /// What a program with another cache answers.
     QString askOther(const QString &command);
 
 private:
@@ -87,7 +87,6 @@ private:
     std::unique_ptr<ActorProcess> m_other;
     std::mt19937 m_random;
     int m_cuts = 0;
-    int m_cutsWithStaged = 0; ///< by the steps of one command
     int m_programs = 0;
     int m_readyRows = 0;
     int m_manifests = 0;

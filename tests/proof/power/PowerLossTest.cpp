@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <QCryptographicHash>
+#include <QFile>
 
 #include <linux/fs.h>
 
@@ -188,13 +189,18 @@ TEST_F(PowerLossTest, fetchFromAServerThatBrokeOff_cutAfterEachStep_nextFetchIsW
 TEST_F(PowerLossTest, fetchBegunAnew_cutAfterEachStep_nextFetchIsWhole)
 {
     NginxServer::Options options;
-    options.ranges = false;
-    const NginxServer withoutRanges(options);
-    const CutResource resource = webFile(u"run.raw"_s, hugeFile, withoutRanges);
-    cut({ resource }, { retrieveInPart(resource), retrieve(resource) });
+    options.directives = u"if (-f $document_root/no-ranges) { rewrite ^/run /all$uri last; }\n"
+                         "location /all/ { max_ranges 0; rewrite ^/all(.*)$ $1 break; }"_s;
+    const NginxServer server(options);
+    const CutResource resource = webFile(u"run.raw"_s, hugeFile, server);
+    server.addFile(u"no-ranges"_s, {});
+    m_power.expect({ resource });
+    m_power.record({ retrieveInPart(resource), retrieve(resource) });
     EXPECT_TRUE(m_power.hasRecorded([](const LoggedStep &step) {
         return step.kind() == Kind::Resize && step.path.endsWith(u"/content/run.raw"_s);
     }));
+    EXPECT_TRUE(QFile::remove(server.root() + u"/no-ranges"_s)); // the next ones can go on
+    m_power.cutEverywhere();
 }
 
 TEST_F(PowerLossTest, fetchOfAWebFolder_cutAfterEachStep_nextFetchIsWhole)
@@ -234,7 +240,7 @@ TEST_F(PowerLossTest, fetchOverOtherDataWithoutExchange_cutAfterEachStep_rowsAre
     EXPECT_TRUE(hasMade(u"/.replaced-"_s));
 }
 
-TEST_F(PowerLossTest, fetchFromAnotherVolume_cutAfterEachStep_eachReadyRowHasAllOfItsData)
+TEST_F(PowerLossTest, fetchStagedOnAnotherVolume_cutAfterEachStep_eachReadyRowHasAllOfItsData)
 {
     const CutResource fetched = folder(u"run.d"_s, { u"a"_s, u"b/c"_s }, 5'000);
     const CutResource fetchedFile = file(u"run.raw"_s, 5'000);
