@@ -156,12 +156,14 @@ void PowerCuts::cutEverywhere()
     recordFigures();
 }
 
-/// A command of few steps is cut as often as one of many. After the last step nothing is to come
-/// any more that makes up for a sync that is lacking.
+/// A command of few steps is cut as often as one of many. After the last step of a command nothing
+/// is to come any more that makes up for a sync that is lacking.
 bool PowerCuts::isChosen(qsizetype step, const Cut &cut)
 {
     if (step == m_steps.size() - 1)
         return !m_isLarge || isLongProof() || cut.database == Kept::All;
+    if (!m_isLarge && m_ends.contains(step + 1))
+        return true;
     if (isLongProof())
         return !m_isLarge || m_random() % stepsBetweenLargeCuts == 0;
     if (m_isLarge && cut.data != Kept::Small)

@@ -37,7 +37,7 @@ void RemovedData::see(const LoggedStep &step)
 
 bool RemovedData::isTakenAwayBy(const LoggedStep &step) const
 {
-    const bool isHere = step.path == m_path || step.path.startsWith(m_path + u'/');
+    const bool isHere = step.path == m_path || m_path.startsWith(step.path + u'/');
     const bool isGone = step.kind() == Kind::Unlink || step.kind() == Kind::RemoveFolder
         || (step.kind() == Kind::Rename && !isExchange(step));
     return isHere && isGone;
