@@ -75,7 +75,7 @@ TEST_F(LargeCacheCliTest, outdated_rehearsed_readsOnce)
 {
     const Look none = lookAt({ u"outdated"_s, u"--dry-run"_s });
     EXPECT_EQ(none.reads, (QStringList { u"0"_s, u"100001"_s }));
-    EXPECT_EQ(none.columns, QStringList { u"5"_s }); // and versions
+    EXPECT_EQ(none.columns, QStringList { u"6"_s }); // and versions and paths
     EXPECT_EQ(none.lines, QStringList { u"0 resources would go, 0 B"_s });
     CacheDatabase(cache.databasePath()).run(u"UPDATE CachedResources SET version = '0.9'"_s);
     EXPECT_EQ(lookAt({ u"outdated"_s, u"--dry-run"_s }).lines.size(), 100'002);
@@ -86,7 +86,7 @@ TEST_F(LargeCacheCliTest, purge_rehearsed_readsOnce)
     const QStringList command { u"purge"_s, u"--dry-run"_s, u"--to"_s, u"0"_s };
     const Look look = lookAt(command);
     EXPECT_EQ(look.reads, onceAll);
-    EXPECT_EQ(look.columns, QStringList { u"4"_s });
+    EXPECT_EQ(look.columns, QStringList { u"5"_s }); // and paths
     EXPECT_EQ(look.lines.size(), 100'002);
     const Look json = lookAt(command + QStringList { u"--json"_s });
     EXPECT_EQ(json.reads, onceAll);
