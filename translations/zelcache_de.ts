@@ -312,6 +312,10 @@
         <source>&quot;%1&quot; lies outside of the data directory: what removes it removes the folder around it.</source>
         <translation>„%1“ liegt außerhalb des Datenverzeichnisses: was es entfernt, entfernt den Ordner darum.</translation>
     </message>
+    <message>
+        <source>&quot;%1&quot; lies in the folder of a scheme itself, without a folder of its own: what removes it removes all data of the scheme.</source>
+        <translation>„%1“ liegt im Ordner eines Schemas selbst, ohne eigenen Ordner: was es entfernt, entfernt alle Daten des Schemas.</translation>
+    </message>
 </context>
 <context>
     <name>zel::cli::DatabaseChecks</name>

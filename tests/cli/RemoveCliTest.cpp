@@ -176,6 +176,15 @@ TEST_F(RemoveCliTest, remove_pathWithoutAFolderOfItsOwn_isRefusedAndTakesNothing
     EXPECT_EQ(readFile(pathOf(references.at(1))), QByteArray(600, 'a'));
 }
 
+TEST_F(RemoveCliTest, remove_pathInTheFolderOfItsScheme_isRefusedAndTakesNothing)
+{
+    const QStringList references = fill({ 500, 600 });
+    moveData(references.at(0), cache.dataDir() + u"/share/run.raw"_s);
+    expectRefused(references.at(0), u"all data of the scheme"_s);
+    EXPECT_EQ(readFile(cache.dataDir() + u"/share/run.raw"_s), QByteArray(500, 'a'));
+    EXPECT_EQ(readFile(pathOf(references.at(1))), QByteArray(600, 'a'));
+}
+
 TEST_F(RemoveCliTest, remove_pathOutsideOfTheCache_isRefusedAndTakesNothing)
 {
     const QStringList references = fill({ 500 });

@@ -115,6 +115,14 @@ std::vector<std::filesystem::directory_entry> entriesIn(const QString &folder,
     return found;
 }
 
+/// Whether writeFresh() has made it: "....json.ID.new". Others may have left files of their own.
+bool isFresh(const QString &name)
+{
+    constexpr qsizetype idLength = 32;
+    const qsizetype length = name.size() - idLength - freshSuffix.size();
+    return length > 0 && name.left(length).endsWith(suffix + u'.');
+}
+
 } // namespace
 
 ManifestStore ManifestStore::forCache(const QString &cacheDataDirectory)
@@ -276,7 +284,7 @@ void ManifestStore::removeRemains() const
     const QDateTime now = QDateTime::currentDateTimeUtc();
     for (const auto &entry : entriesIn(folder, freshSuffix)) {
         const QFileInfo info(folder + u'/' + nameOf(entry));
-        if (info.isFile() && info.lastModified().secsTo(now) > daySeconds)
+        if (isFresh(nameOf(entry)) && info.isFile() && info.lastModified().secsTo(now) > daySeconds)
             ZEL_DROP(removeNow(info.filePath())); // the next one tries again
     }
 }

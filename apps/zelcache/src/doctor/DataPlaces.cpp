@@ -33,6 +33,19 @@ QByteArray encoded(const QString &path, qsizetype first)
     return QFile::encodeName(path.mid(first));
 }
 
+/// `inOwnFolder`: what it is if it lies deep enough.
+DataPlaces::Position inside(const QByteArray &place, DataPlaces::Position inOwnFolder)
+{
+    switch (place.count('/')) {
+    case 0:
+        return DataPlaces::Position::InRoot;
+    case 1:
+        return DataPlaces::Position::InSchemeFolder;
+    default:
+        return inOwnFolder;
+    }
+}
+
 } // namespace
 
 DataPlaces::DataPlaces(const QString &dataDirectory)
@@ -81,12 +94,11 @@ QString DataPlaces::pathTo(const QByteArray &place) const
 DataPlaces::Position DataPlaces::positionOf(const QString &path, const QByteArray &place) const
 {
     if (!place.isEmpty())
-        return place.contains('/') ? Position::InFolder : Position::InRoot;
+        return inside(place, Position::InFolder);
     const QString resolved = QFileInfo(path).canonicalFilePath();
     if (resolvedPrefix.isEmpty() || !resolved.startsWith(resolvedPrefix))
         return Position::Outside;
-    return resolved.indexOf(u'/', resolvedPrefix.size()) < 0 ? Position::InRoot
-                                                             : Position::OtherSpelling;
+    return inside(encoded(resolved, resolvedPrefix.size()), Position::OtherSpelling);
 }
 
 QString positionText(DataPlaces::Position position, const QString &path)
@@ -102,6 +114,10 @@ QString positionText(DataPlaces::Position position, const QString &path)
     case Position::InRoot:
         return Texts::tr("\"%1\" lies in the data directory itself, without a folder of its own: "
                          "what removes it removes all data.")
+            .arg(path);
+    case Position::InSchemeFolder:
+        return Texts::tr("\"%1\" lies in the folder of a scheme itself, without a folder of its "
+                         "own: what removes it removes all data of the scheme.")
             .arg(path);
     case Position::Outside:
         return Texts::tr("\"%1\" lies outside of the data directory: what removes it removes the "

@@ -25,9 +25,10 @@ public:
 
     /// How the path of a row lies. The cache removes the folder around a path with it.
     enum class Position {
-        InFolder, ///< as it should be: in the data directory, in a folder
+        InFolder, ///< as it should be: in a folder of its own, in that of its scheme
         OtherSpelling, ///< the same by another name
         InRoot, ///< by whatever name: the folder around it is the data directory
+        InSchemeFolder, ///< the same, but that of a scheme
         Outside, ///< the folder around it is none of the cache's
     };
     /// `place`: what named() says of the path.

@@ -30,6 +30,7 @@ std::optional<FindingKind> kindOf(DataPlaces::Position position)
     case DataPlaces::Position::OtherSpelling:
         return FindingKind::PathOtherSpelling;
     case DataPlaces::Position::InRoot:
+    case DataPlaces::Position::InSchemeFolder:
         return FindingKind::PathInRoot;
     case DataPlaces::Position::Outside:
         return FindingKind::PathOutside;

@@ -24,14 +24,18 @@ using Position = DataPlaces::Position;
 /// So many are named.
 constexpr qsizetype shownDangers = 20;
 
+bool isDangerous(Position position)
+{
+    return position != Position::InFolder && position != Position::OtherSpelling;
+}
+
 /// Empty for one whose removal takes its own data only. Of what is gone a removal takes nothing.
 QString sentenceOf(const Resource &resource, const DataPlaces &places)
 {
     if (resource.path.isEmpty())
         return {};
     const auto position = places.positionOf(resource.path, places.named(resource.path));
-    const bool isDangerous = position == Position::InRoot || position == Position::Outside;
-    return isDangerous && QFileInfo::exists(QDir::cleanPath(resource.path))
+    return isDangerous(position) && QFileInfo::exists(QDir::cleanPath(resource.path))
         ? positionText(position, resource.path)
         : QString();
 }

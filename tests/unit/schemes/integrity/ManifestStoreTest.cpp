@@ -306,18 +306,24 @@ TEST_F(ManifestStoreTest, remove_twice_isASuccess)
 
 TEST_F(ManifestStoreTest, removeRemains_ofAKilledProgram_goAfterADay)
 {
-    const QString old = store.pathFor(sample.referenceKey) + u".1.new"_s;
-    const QString young = store.pathFor(sample.referenceKey) + u".2.new"_s;
-    for (const QString &path : { old, young })
+    const auto remains = [this](QChar digit) {
+        return store.pathFor(sample.referenceKey) + u'.' + QString(32, digit) + u".new"_s;
+    };
+    const QString old = remains(u'1');
+    const QString young = remains(u'2');
+    const QString foreign = store.directory() + u"/somebodys.new"_s;
+    for (const QString &path : { old, young, foreign })
         writeFile(path, "half");
-    QFile file(old);
-    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
-    ASSERT_TRUE(file.setFileTime(QDateTime::currentDateTimeUtc().addDays(-2),
-                                 QFileDevice::FileModificationTime));
-    file.close();
+    for (const QString &path : { old, foreign }) {
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+        ASSERT_TRUE(file.setFileTime(QDateTime::currentDateTimeUtc().addDays(-2),
+                                     QFileDevice::FileModificationTime));
+    }
     EXPECT_TRUE(store.paths().isEmpty());
     EXPECT_TRUE(QFileInfo::exists(old));
     store.removeRemains();
     EXPECT_FALSE(QFileInfo::exists(old));
     EXPECT_TRUE(QFileInfo::exists(young));
+    EXPECT_TRUE(QFileInfo::exists(foreign));
 }

@@ -87,20 +87,24 @@ TEST(RemovalVerdict, refusalOf_pathWhoseRemovalTakesMore_isNotOvercome)
         const auto refusal = refusalOf(snapshot, {}, DataPlaces(data), u"a"_s, true);
         return refusal ? refusal->reason : QString();
     };
-    for (const QString &path : { data + u"/share/own/run.raw"_s, data + u"/run.raw"_s,
-                                 directory.filePath(u"elsewhere/run.raw"_s) }) {
+    for (const QString &path :
+         { data + u"/share/own/run.raw"_s, data + u"/run.raw"_s, data + u"/share/run.raw"_s,
+           directory.filePath(u"elsewhere/run.raw"_s) }) {
         EXPECT_EQ(refusalAt(path), QString()) << "nothing is there to be taken";
         writeFile(path, "data");
     }
     EXPECT_EQ(refusalAt(data + u"/share/own/run.raw"_s), QString());
     EXPECT_TRUE(refusalAt(data + u"/run.raw"_s).contains(u"zelcache doctor"_s));
     EXPECT_TRUE(refusalAt(data + u"/share/../run.raw"_s).contains(u"all data"_s));
+    EXPECT_TRUE(refusalAt(data + u"/share/run.raw"_s).contains(u"all data of the scheme"_s));
+    EXPECT_TRUE(refusalAt(data + u"/share/own"_s).contains(u"all data of the scheme"_s));
     EXPECT_TRUE(refusalAt(directory.filePath(u"elsewhere/run.raw"_s)).contains(u"outside"_s));
 
     const QString link = directory.filePath(u"link"_s);
     ASSERT_TRUE(QFile::link(data, link));
     EXPECT_EQ(refusalAt(link + u"/share/own/run.raw"_s), QString());
     EXPECT_TRUE(refusalAt(link + u"/run.raw"_s).contains(u"all data"_s));
+    EXPECT_TRUE(refusalAt(link + u"/share/run.raw"_s).contains(u"of the scheme"_s));
 }
 
 TEST(RemovalVerdict, refusalOf_unknownKey_isRefused)
