@@ -505,14 +505,6 @@
         <translation>Was dort liegt, aus dem Weg räumen. Dann vergisst „zelcache doctor --repair“ es, und „zelcache get“ ruft die Ressource an ihren Platz ab. Die Ressource nicht vorher entfernen.</translation>
     </message>
     <message>
-        <source>Close all programs, move the file aside and fetch anew what is needed.</source>
-        <translation>Alle Programme schließen, die Datei beiseitelegen und neu abrufen, was gebraucht wird.</translation>
-    </message>
-    <message>
-        <source>Close all programs and let &quot;sqlite3 ResourceCache.db .recover&quot; make a new file.</source>
-        <translation>Alle Programme schließen und mit „sqlite3 ResourceCache.db .recover“ eine neue Datei machen.</translation>
-    </message>
-    <message>
         <source>What removes the one takes the other&apos;s data along: &quot;zelcache doctor --repair&quot; mends its row then, and &quot;zelcache get&quot; fetches both anew.</source>
         <translation>Was die eine entfernt, nimmt die Daten der anderen mit: „zelcache doctor --repair“ behebt dann deren Zeile, und „zelcache get“ ruft beide neu ab.</translation>
     </message>
@@ -615,6 +607,14 @@
     <message>
         <source>It may be cut off: &quot;zelcache remove REF&quot; and &quot;zelcache get REF&quot; fetch it anew. If it is as it should be, &quot;zelcache recount REF&quot; counts it anew.</source>
         <translation>Sie kann abgeschnitten sein: „zelcache remove REF“ und „zelcache get REF“ rufen sie neu ab. Ist sie, wie sie sein soll, zählt „zelcache recount REF“ sie neu.</translation>
+    </message>
+    <message>
+        <source>Close all programs, move the file aside, with its -wal and -shm if there are any, and fetch anew what is needed.</source>
+        <translation>Alle Programme schließen, die Datei beiseitelegen, mit ihrer -wal und -shm, falls es sie gibt, und neu abrufen, was gebraucht wird.</translation>
+    </message>
+    <message>
+        <source>Close all programs. Some builds of sqlite3 can save much: &quot;sqlite3 ResourceCache.db .recover&quot; prints it for a new file. Otherwise move the file aside, with its -wal and -shm if there are any, and fetch anew what is needed.</source>
+        <translation>Alle Programme schließen. Manche Ausgaben von sqlite3 können vieles retten: „sqlite3 ResourceCache.db .recover“ gibt es für eine neue Datei aus. Sonst die Datei beiseitelegen, mit ihrer -wal und -shm, falls es sie gibt, und neu abrufen, was gebraucht wird.</translation>
     </message>
 </context>
 <context>

@@ -4,6 +4,7 @@
 
 #include <QDateTime>
 #include <QDirIterator>
+#include <QFile>
 #include <QFileInfo>
 
 namespace zel::test {
@@ -20,6 +21,21 @@ void DoctorCli::SetUp()
 void DoctorCli::sql(const QString &statement, const QList<QVariant> &values) const
 {
     CacheDatabase(cache.databasePath()).run(statement, values);
+}
+
+void DoctorCli::damagePages() const
+{
+    sql(u"CREATE TABLE Big(t TEXT)"_s);
+    sql(u"WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i < 400) "
+        "INSERT INTO Big SELECT hex(zeroblob(500)) FROM n"_s);
+    CacheDatabase(cache.databasePath()).value(u"PRAGMA wal_checkpoint(TRUNCATE)"_s);
+    QFile file(cache.databasePath());
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    constexpr qint64 pageBytes = 4096;
+    ASSERT_GT(file.size(), 80 * pageBytes);
+    ASSERT_TRUE(file.seek(file.size() - 50 * pageBytes)); // in the midst of that table
+    file.write(QByteArray(pageBytes, 'x'));
+    file.close();
 }
 
 void DoctorCli::setOfFirst(const QString &column, const QVariant &value) const

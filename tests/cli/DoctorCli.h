@@ -16,6 +16,8 @@ public:
     void SetUp() override;
 
     void sql(const QString &statement, const QList<QVariant> &values = {}) const;
+    /// Damages pages of the database that a look at the rows does not read.
+    void damagePages() const;
     void setOfFirst(const QString &column, const QVariant &value) const;
     QString firstPath() const { return pathOf(references.first()); }
     QString lastPath() const { return pathOf(references.last()); }

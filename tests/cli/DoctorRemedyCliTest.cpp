@@ -38,6 +38,18 @@ protected:
         expectUntouched(references.first());
         expectUntouched(references.last());
     }
+    /// Moves the database aside and fetches everything anew.
+    void expectMendedByANewDatabase() const
+    {
+        for (const char *suffix : { "", "-wal", "-shm" }) {
+            const QString path = cache.databasePath() + QString::fromLatin1(suffix);
+            if (QFileInfo::exists(path)) {
+                EXPECT_TRUE(QFile::rename(path, cache.outside(QFileInfo(path).fileName())));
+            }
+        }
+        expectCode(QStringList { u"get"_s } + references, 0);
+        expectMended();
+    }
     void truncateFirst() const { EXPECT_TRUE(QFile::resize(firstPath(), 100)); }
     qint64 sizeInFirstRow() const
     {
@@ -142,6 +154,20 @@ TEST_F(DoctorRemedyCliTest, remedy_missingDataDirectory_makeItAndRepair)
     EXPECT_EQ(doctor({ u"--repair"_s }, 1).size(), 2);
     expectCode(QStringList { u"get"_s } + references, 0);
     expectMended();
+}
+
+TEST_F(DoctorRemedyCliTest, remedy_damagedDatabase_moveItAsideAndGet)
+{
+    damagePages();
+    EXPECT_TRUE(doctor({}, 4).value(0).startsWith(u"database-"_s));
+    expectMendedByANewDatabase();
+}
+
+TEST_F(DoctorRemedyCliTest, remedy_fileThatIsNoDatabase_moveItAsideAndGet)
+{
+    writeFile(cache.databasePath(), QByteArray(8192, 'x'));
+    EXPECT_EQ(doctor({}, 4).value(0), u"database-unreadable"_s);
+    expectMendedByANewDatabase();
 }
 
 TEST_F(DoctorRemedyCliTest, remedy_limits_configSet)

@@ -312,18 +312,7 @@ TEST_F(DoctorRepairCliTest, repair_cacheThatWasCopiedAsAWhole_keepsTheCopy)
 
 TEST_F(DoctorRepairCliTest, repair_damagedPages_areNamedAndNothingIsTouched)
 {
-    // More than the pages that a look at the rows reads.
-    sql(u"CREATE TABLE Big(t TEXT)"_s);
-    sql(u"WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i < 400) "
-        "INSERT INTO Big SELECT hex(zeroblob(500)) FROM n"_s);
-    CacheDatabase(cache.databasePath()).value(u"PRAGMA wal_checkpoint(TRUNCATE)"_s);
-    QFile file(cache.databasePath());
-    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
-    constexpr qint64 pageBytes = 4096;
-    ASSERT_GT(file.size(), 80 * pageBytes);
-    ASSERT_TRUE(file.seek(file.size() - 50 * pageBytes)); // in the midst of that table
-    file.write(QByteArray(pageBytes, 'x'));
-    file.close();
+    damagePages();
     QFile::remove(firstPath());
 
     const QString stray = cache.dataDir() + u"/share/nobodys/run.raw"_s;

@@ -48,12 +48,15 @@ constexpr std::array descriptions {
         Kind::DatabaseUnreadable, u"database-unreadable", error,
         QT_TRANSLATE_NOOP(
             "zel::cli::Finding",
-            "Close all programs, move the file aside and fetch anew what is needed.") },
+            "Close all programs, move the file aside, with its -wal and -shm if there are any, and "
+            "fetch anew what is needed.") },
     FindingDescription {
         Kind::DatabaseDamaged, u"database-damaged", error,
         QT_TRANSLATE_NOOP(
             "zel::cli::Finding",
-            "Close all programs and let \"sqlite3 ResourceCache.db .recover\" make a new file.") },
+            "Close all programs. Some builds of sqlite3 can save much: \"sqlite3 ResourceCache.db "
+            ".recover\" prints it for a new file. Otherwise move the file aside, with its -wal and "
+            "-shm if there are any, and fetch anew what is needed.") },
     FindingDescription { Kind::MetadataRows, u"metadata-rows", error, byRepair },
     FindingDescription { Kind::SumDiffers, u"sum-differs", error, byRepair },
     FindingDescription { Kind::ScanInFuture, u"scan-in-future", warning, byRepair },

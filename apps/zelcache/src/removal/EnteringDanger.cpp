@@ -36,14 +36,17 @@ bool isAllReady(const Snapshot &snapshot, qsizetype count)
         >= count;
 }
 
-ResourceRows goingForRoom(const ResourceManagerSettings &settings, const PurgeLimits &limits)
+ResourceRows goingForRoom(const ResourceManagerSettings &settings, const Snapshot &theirs,
+                          qsizetype count)
 {
-    const auto snapshot = readCache(settings, ResourceCacheReader::Path);
-    if (!snapshot.hasValue())
+    const PurgeLimits limits = purgeLimits(settings.sizes, {});
+    if (isAllReady(theirs, count) || !bytesToFree(theirs.currentSize, limits))
         return {};
-    const ResourceUsers users
-        = usersByReference(snapshot.value(), QDateTime::currentMSecsSinceEpoch());
-    return planPurge(snapshot.value(), limits, users).resources;
+    const auto all = readCache(settings, ResourceCacheReader::Path);
+    if (!all.hasValue())
+        return {};
+    const ResourceUsers users = usersByReference(all.value(), QDateTime::currentMSecsSinceEpoch());
+    return planPurge(all.value(), limits, users).resources;
 }
 
 } // namespace
@@ -56,12 +59,8 @@ std::optional<ExitCode> openCacheToEnter(const Context &context, const QStringLi
     const auto theirRows = readCacheFor(references, settings);
     if (!theirRows.hasValue())
         return {}; // the work on the open cache tells what is wrong with it
-    ResourceRows going = goingWithTheirUse(theirRows.value());
-    const PurgeLimits limits = purgeLimits(settings.sizes, {});
-    if (!isAllReady(theirRows.value(), references.size())
-        && bytesToFree(theirRows.value().currentSize, limits))
-        going += goingForRoom(settings, limits);
-
+    const ResourceRows going = goingWithTheirUse(theirRows.value())
+        + goingForRoom(settings, theirRows.value(), references.size());
     const QString why
         = dangersText(Texts::tr("Nothing is done: the cache would then remove what follows by "
                                 "itself, and other data with it."),
