@@ -124,10 +124,4 @@ void StepRecorder::write(LoggedHead head, const std::string &path, const std::st
     ++m_stepsDone;
 }
 
-void recordFileSteps(const std::string &folder, const std::string &logPath)
-{
-    // Never destroyed: threads still write while the process ends.
-    watchFileSteps(new StepRecorder(folder, logPath));
-}
-
 } // namespace zel::test

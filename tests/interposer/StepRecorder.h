@@ -43,7 +43,4 @@ private:
     std::uint64_t m_stepsDone = 0;
 };
 
-/// Records from now on and for as long as the process lives.
-void recordFileSteps(const std::string &folder, const std::string &logPath);
-
 } // namespace zel::test
