@@ -25,11 +25,18 @@ bool isOfEveryLanguage(const QString &text)
         u"--interval needs --watch"_s,
         u"--json and --null exclude each other"_s,
         u"--plan and --force exclude each other"_s,
+        u"--plan and --verify exclude each other"_s,
         u"--quiet and --verbose exclude each other"_s,
         u"SOURCE must not be empty"_s,
         u"get needs a reference or a list of them"_s,
         u"hold needs a command behind --"_s,
-        u"zelcache: %1\\nRun \\\"zelcache --help\\\" for the usage.\\n"_s,
+        u"a command is needed, such as get or status"_s,
+        u"%1 needs an action: %2"_s,
+        u"there is no %1 \\\"%2\\\""_s,
+        u"; the nearest one is \\\"%1\\\""_s,
+        u"%1 needs a value: %2"_s,
+        u"zelcache: %1\\nRun \\\"zelcache%2 --help\\\" for the usage.\\n"_s,
+        u"A subcommand is required"_s, // the parser's own, never shown
         // The log.
         u"zelcache: log: "_s,
         // What scripts compare.
