@@ -29,7 +29,8 @@ std::optional<qint64> optionalNumber(const QVariant &value)
 }
 
 /// A number instead of the text: as cheap as can be for each of many rows. The texts and numbers
-/// are those of the enumeration; any other text is Invalid.
+/// are those of the enumeration, the most frequent first, as they are compared in this order; any
+/// other text is Invalid.
 template<typename Enum>
 QString asNumber(const QString &column, std::initializer_list<Enum> values)
 {
@@ -97,21 +98,22 @@ private:
 QString ResourceColumns::status()
 {
     return asNumber(u"status"_s,
-                    { ResourceStatus::Missing, ResourceStatus::Ready,
+                    { ResourceStatus::Ready, ResourceStatus::Missing,
                       ResourceStatus::ScheduledForAcquire, ResourceStatus::Acquiring });
 }
 
 QString ResourceColumns::policy()
 {
     return asNumber(u"cleanupPolicy"_s,
-                    { ResourceCleanupPolicy::Never, ResourceCleanupPolicy::OnClose,
-                      ResourceCleanupPolicy::OnDemand });
+                    { ResourceCleanupPolicy::OnDemand, ResourceCleanupPolicy::OnClose,
+                      ResourceCleanupPolicy::Never });
 }
 
 /// All that is a small number, in one.
 QString ResourceColumns::state() const
 {
-    const QString hasPath = u"(IFNULL(cachedPath, '') <> '')"_s;
+    const QString hasPath = details & Reader::Path ? u"0"_s // which tells it by itself
+                                                   : u"(IFNULL(cachedPath, '') <> '')"_s;
     const QString others = details & Reader::Policy ? hasPath + u" + 2 * "_s + policy() : hasPath;
     return u"%1 + %2 * (%3)"_s.arg(status(), QString::number(statusCount), others);
 }
@@ -146,8 +148,10 @@ Resource ResourceColumns::read(const QSqlQuery &row)
     resource.size = row.value(column++).toLongLong();
     readState(row.value(column++).toInt(), resource);
     resource.lastAccess = row.value(column++).toLongLong();
-    if (details & Reader::Path)
+    if (details & Reader::Path) {
         resource.path = textOf(row.value(column++));
+        resource.hasPath = !resource.path.isEmpty();
+    }
     if (details & Reader::LastWriter)
         resource.lastWriterClientId = row.value(column++).toLongLong();
     if (details & Reader::Version)

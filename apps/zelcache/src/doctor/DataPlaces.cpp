@@ -33,10 +33,10 @@ QByteArray encoded(const QString &path, qsizetype first)
     return QFile::encodeName(path.mid(first));
 }
 
-/// `inOwnFolder`: what it is if it lies deep enough.
-DataPlaces::Position inside(const QByteArray &place, DataPlaces::Position inOwnFolder)
+/// In so many folders below the data directory. `inOwnFolder`: what it is if these are enough.
+DataPlaces::Position inside(qsizetype folders, DataPlaces::Position inOwnFolder)
 {
-    switch (place.count('/')) {
+    switch (folders) {
     case 0:
         return DataPlaces::Position::InRoot;
     case 1:
@@ -91,14 +91,18 @@ QString DataPlaces::pathTo(const QByteArray &place) const
     return prefix + QFile::decodeName(place);
 }
 
-DataPlaces::Position DataPlaces::positionOf(const QString &path, const QByteArray &place) const
+DataPlaces::Position DataPlaces::positionOf(const QString &path) const
 {
-    if (!place.isEmpty())
-        return inside(place, Position::InFolder);
+    // As all paths should be: nothing is copied for them.
+    if (!prefix.isEmpty() && path.startsWith(prefix) && isClean(path))
+        return inside(QStringView(path).mid(prefix.size()).count(u'/'), Position::InFolder);
+    if (const QByteArray place = named(path); !place.isEmpty())
+        return inside(place.count('/'), Position::InFolder);
     const QString resolved = QFileInfo(path).canonicalFilePath();
     if (resolvedPrefix.isEmpty() || !resolved.startsWith(resolvedPrefix))
         return Position::Outside;
-    return inside(encoded(resolved, resolvedPrefix.size()), Position::OtherSpelling);
+    const auto below = QStringView(resolved).mid(resolvedPrefix.size());
+    return inside(below.count(u'/'), Position::OtherSpelling);
 }
 
 QString positionText(DataPlaces::Position position, const QString &path)

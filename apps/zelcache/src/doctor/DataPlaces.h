@@ -31,8 +31,7 @@ public:
         InSchemeFolder, ///< the same, but that of a scheme
         Outside, ///< the folder around it is none of the cache's
     };
-    /// `place`: what named() says of the path.
-    Position positionOf(const QString &path, const QByteArray &place) const;
+    Position positionOf(const QString &path) const;
 
 private:
     QString prefix; ///< the data directory and a slash

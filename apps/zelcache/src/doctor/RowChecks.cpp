@@ -186,7 +186,7 @@ bool RowChecks::wasMovedAside(const Resource &resource, const QByteArray &path)
 /// `path` is that below the data directory, empty for one that does not lie there.
 void RowChecks::checkPlace(const Resource &resource, const QByteArray &path)
 {
-    const auto position = all.data.places().positionOf(resource.path, path);
+    const auto position = all.data.places().positionOf(resource.path);
     if (const auto kind = kindOf(position))
         add(*kind, resource, positionText(position, resource.path));
     if (!path.isEmpty() && !all.data.isShared(path))

@@ -34,7 +34,7 @@ QString sentenceOf(const Resource &resource, const DataPlaces &places)
 {
     if (resource.path.isEmpty())
         return {};
-    const auto position = places.positionOf(resource.path, places.named(resource.path));
+    const auto position = places.positionOf(resource.path);
     return isDangerous(position) && QFileInfo::exists(QDir::cleanPath(resource.path))
         ? positionText(position, resource.path)
         : QString();
