@@ -16,8 +16,7 @@ def as_time(seconds: float) -> str:
 def verdict(goal: Goal, outcome: Outcome) -> tuple[str, str]:
     value = goal.measured(outcome.medians)
     if value is None:
-        side = "ours" if "ours" in outcome.absent else goal.side
-        return "-", f"no {side}: {outcome.absent[side]}"
+        return "-", "skipped"
     return f"{value:.3g}", "met" if goal.is_met(value) else "MISSED"
 
 
@@ -28,6 +27,8 @@ def lines_of(outcome: Outcome) -> list[list[str]]:
     lines = [[outcome.row.name, outcome.row.title, times, "", ""]]
     for goal in outcome.row.goals:
         lines.append(["", f"  {goal}", "", *verdict(goal, outcome)])
+    for side, reason in outcome.absent.items():
+        lines.append(["", f"  no {side}: {reason}", "", "", ""])
     return lines
 
 
