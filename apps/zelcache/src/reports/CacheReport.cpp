@@ -53,17 +53,33 @@ QString quotedOrNull(const QString &text)
     return text.isEmpty() ? u"null"_s : json::quoted(text);
 }
 
+/// Versions as JSON, of which most are the same as the one before.
+class VersionTexts
+{
+public:
+    const QString &of(const QVersionNumber &version)
+    {
+        if (version != last) {
+            last = version;
+            text = quotedOrNull(version.toString());
+        }
+        return text;
+    }
+
+private:
+    QVersionNumber last; ///< at first none
+    QString text = u"null"_s;
+};
+
 /// The same as text, its members in the same order. By hand: objects of each of many resources
 /// would take most of the time of a list.
-QString resourceJsonText(const Reader::Resource &resource, int usages)
+QString resourceJsonText(const Reader::Resource &resource, int usages, const QString &version)
 {
-    const QString version = resource.version.isNull() ? QString() : resource.version.toString();
     return u"{\"cleanupPolicy\":\"" % toText(resource.policy) % u"\",\"lastAccess\":"
         % QString::number(resource.lastAccess) % u",\"path\":" % quotedOrNull(resource.path)
         % u",\"reference\":" % json::quoted(resource.reference) % u",\"size\":"
         % QString::number(resource.size) % u",\"status\":\"" % toText(resource.status)
-        % u"\",\"usages\":" % QString::number(usages) % u",\"version\":" % quotedOrNull(version)
-        % u'}';
+        % u"\",\"usages\":" % QString::number(usages) % u",\"version\":" % version % u'}';
 }
 
 QString resourcesText(const QHash<ResourceStatus, int> &counts)
@@ -168,9 +184,11 @@ TextAt listLines(const Reader::Snapshot &snapshot)
 
 TextAt listJson(const Reader::Snapshot &snapshot)
 {
-    return [&snapshot, usages = usagesByReference(snapshot)](qsizetype index) {
+    return [&snapshot, usages = usagesByReference(snapshot),
+            versions = VersionTexts()](qsizetype index) mutable {
         const Reader::Resource &resource = snapshot.resources.at(index);
-        return resourceJsonText(resource, usages.value(resource.reference));
+        return resourceJsonText(resource, usages.value(resource.reference),
+                                versions.of(resource.version));
     };
 }
 

@@ -89,6 +89,7 @@ TEST(CacheReport, listJson_eachResource_isWhatResourceJsonGives)
 {
     auto cache = busyCache();
     cache.resources[0].path = u"/c/\u00e4 \"x\" \\ \x1b.raw"_s;
+    cache.resources[0].version = QVersionNumber(3); // others have none, the last another one
     const TextAt texts = listJson(cache);
     for (qsizetype i = 0; i < cache.resources.size(); ++i) {
         const auto document = QJsonDocument::fromJson(texts(i).toUtf8());
