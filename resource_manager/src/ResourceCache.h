@@ -167,8 +167,8 @@ public:
     /// leaves exactly one row of sums and sums up in it what is stored. Looks at no file.
     Error rebuildMetadata();
     /// If the current size and `extraSize` bytes exceed the optimal size, removes the resources
-    /// accessed longest ago that nobody uses until nine tenths of it are reached. A removal that
-    /// fails is an error only above the maximum size.
+    /// fetched or changed longest ago that nobody uses until nine tenths of it are reached. A
+    /// removal that fails is an error only above the maximum size.
     Error purgeCacheIfNeeded(qint64 extraSize);
     /// Removes every Ready resource whose reference declares a higher major version than the copy
     /// has, used or not. The first failure ends it; what was removed stays removed.

@@ -14,7 +14,7 @@ protected:
                                 { reference });
     }
 
-    /// Ready resources of these sizes, the first one accessed longest ago.
+    /// Ready resources of these sizes, the first one changed longest ago.
     void insertBySize(const QList<qint64> &sizes)
     {
         for (qsizetype i = 0; i < sizes.size(); ++i) {
