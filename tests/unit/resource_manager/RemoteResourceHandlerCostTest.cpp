@@ -1,41 +1,16 @@
 #include "RemoteResourceHandler.h"
 
+#include "DiskWaits.h"
 #include "FileLooks.h"
-#include "FileSteps.h"
 #include "UnsyncedFolders.h"
 #include "WalFile.h"
 #include "support/ManagerTest.h"
-
-#include <atomic>
 
 using namespace zel;
 using namespace zel::test;
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-/// Counts how often this process waits for a disk.
-class DiskWaits final : public FileStepWatcher
-{
-public:
-    DiskWaits() { watchFileSteps(this); }
-    DiskWaits(const DiskWaits &) = delete;
-    DiskWaits &operator=(const DiskWaits &) = delete;
-    ~DiskWaits() override { watchFileSteps(nullptr); }
-
-    std::atomic<int> forOneFile = 0;
-    std::atomic<int> forAll = 0;
-
-private:
-    int before(const FileStep &step) override
-    {
-        if (step.kind == FileStep::Kind::Sync)
-            ++forOneFile;
-        if (step.kind == FileStep::Kind::SyncFileSystem)
-            ++forAll;
-        return 0;
-    }
-};
 
 /// What it takes to copy into the cache, counted.
 class RemoteResourceHandlerCostTest : public ManagerTest
@@ -78,8 +53,8 @@ TEST_F(RemoteResourceHandlerCostTest, addToCache_folder_waitsForTheDiskOnce)
     const QString tree = makeTree();
     const DiskWaits waits;
     add(tree);
-    EXPECT_EQ(waits.forAll, 1);
-    EXPECT_EQ(waits.forOneFile, 0);
+    EXPECT_EQ(waits.volumes(), 1);
+    EXPECT_EQ(waits.countOf({}), 0);
 }
 
 // For its bytes, its name on the way and at its place, and the name of its folder.
@@ -88,8 +63,8 @@ TEST_F(RemoteResourceHandlerCostTest, addToCache_file_waitsForItsBytesAndNames)
     const QString file = makeFile();
     const DiskWaits waits;
     add(file);
-    EXPECT_EQ(waits.forAll, 0);
-    EXPECT_EQ(waits.forOneFile, 4);
+    EXPECT_EQ(waits.volumes(), 0);
+    EXPECT_EQ(waits.countOf({}), 4);
 }
 
 TEST_F(RemoteResourceHandlerCostTest, addToCache_firstOfItsScheme_allNewFoldersAreOnTheDisk)
@@ -114,7 +89,7 @@ TEST_F(RemoteResourceHandlerCostTest, retrieveTask_schemeHasItsFolder_waitsForNo
 {
     const DiskWaits waits;
     EXPECT_TRUE(remote->retrieveTask().has_value());
-    EXPECT_EQ(waits.forAll + waits.forOneFile, 0);
+    EXPECT_EQ(waits.volumes() + waits.countOf({}), 0);
 }
 
 TEST_F(RemoteResourceHandlerCostTest, addToCache_folder_readsItOnceToCopyAndTheCopyOnceToCount)
