@@ -16,6 +16,14 @@ class Outcome:
     medians: dict[str, Figures] = field(default_factory=dict)  # by side
     absent: dict[str, str] = field(default_factory=dict)  # side: why
 
+    def ratios(self) -> dict[str, float]:
+        """How much longer ours takes than each other side."""
+        ours = self.medians.get("ours")
+        others = {side: figures for side, figures in self.medians.items() if side != "ours"}
+        if ours is None:
+            return {}
+        return {side: ours["seconds"] / figures["seconds"] for side, figures in others.items()}
+
 
 def measure(row: Row, place: Place, rounds: int) -> Outcome:
     outcome = Outcome(row)

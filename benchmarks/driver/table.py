@@ -27,9 +27,19 @@ def lines_of(outcome: Outcome) -> list[list[str]]:
     lines = [[outcome.row.name, outcome.row.title, times, "", ""]]
     for goal in outcome.row.goals:
         lines.append(["", f"  {goal}", "", *verdict(goal, outcome)])
+    lines += lines_without_goal(outcome)
     for side, reason in outcome.absent.items():
         lines.append(["", f"  no {side}: {reason}", "", "", ""])
     return lines
+
+
+def lines_without_goal(outcome: Outcome) -> list[list[str]]:
+    with_goal = {goal.side for goal in outcome.row.goals}
+    return [
+        ["", f"  seconds : {side}", "", f"{ratio:.3g}", ""]
+        for side, ratio in outcome.ratios().items()
+        if side not in with_goal
+    ]
 
 
 def print_table(outcomes: list[Outcome]) -> None:
@@ -51,5 +61,10 @@ def print_json(outcomes: list[Outcome]) -> None:
             }
             for goal in outcome.row.goals
         ]
-        row = {"row": outcome.row.name, "medians": outcome.medians, "absent": outcome.absent}
+        row = {
+            "row": outcome.row.name,
+            "medians": outcome.medians,
+            "ratios": outcome.ratios(),
+            "absent": outcome.absent,
+        }
         print(json.dumps(row | {"goals": goals}))

@@ -4,7 +4,7 @@ import subprocess
 
 from driver.contestants import Command, Contestant
 from driver.rows import Goal, Place, Row
-from rows.sides import python_script, zelcache
+from rows.sides import MakeSide, python_script, zelcache
 
 STARTS = 10  # a round
 REMOTE = "sample.raw"
@@ -22,8 +22,8 @@ def _get(place: Place) -> Contestant:
     return Command(command, repeat=STARTS)
 
 
-def _empty(place: Place) -> Contestant:
-    return Command([place.build / "benchmarks/zel_empty"], repeat=STARTS)
+def _doing_nothing(program: str) -> MakeSide:
+    return lambda place: Command([place.build / "benchmarks" / program], repeat=STARTS)
 
 
 def _diskcache(place: Place) -> Contestant:
@@ -36,7 +36,12 @@ ROWS = [
     Row(
         "start",
         "process start to the path of a hit",
-        {"ours": _get, "floor": _empty, "diskcache": _diskcache},
+        {
+            "ours": _get,
+            "floor": _doing_nothing("zel_empty"),
+            "linked": _doing_nothing("zel_linked"),
+            "diskcache": _diskcache,
+        },
         [Goal("seconds", 2, "floor"), Goal("seconds", 0.3, "diskcache")],
     ),
 ]
