@@ -104,7 +104,7 @@ TEST_F(FileSizesScanTest, scan_killedAtEachStep_leavesAllOrNothingAndTheNextScan
         victim.send(u"open"_s);
         victim.send(u"readCurrentCacheSize"_s);
         victim.send(u"exit"_s);
-        wasKilled = victim.end() != 0;
+        wasKilled = fateOf(&victim) == Fate::Killed;
         EXPECT_EQ(currentSize(), lastScan() == longAgo ? 4 : 10);
 
         CacheProcess next(cache.baseDir());

@@ -132,7 +132,7 @@ TEST_F(SchemesTest, retrieve_killedAtAnyFileStep_theNextProcessEndsWithTheWhole)
             EXPECT_EQ(dying.ask(u"dieAtFileStep %1"_s.arg(step)), u"ok"_s);
             dying.send(u"retrieve "_s + reference(u"x.wiff"_s));
             dying.send(u"quit"_s);
-            isKilled = dying.end() != 0;
+            isKilled = fateOf(&dying) == Fate::Killed;
         }
         CacheDatabase(fresh.databasePath())
             .run(u"UPDATE Clients SET lastPingTime = lastPingTime - 31000"_s);

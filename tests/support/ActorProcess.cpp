@@ -136,4 +136,10 @@ QChar ActorProcess::state() const
     return behindName < 0 ? QChar() : QChar::fromLatin1(text.at(behindName + 2));
 }
 
+Fate fateOf(ActorProcess *victim)
+{
+    const int code = victim->end();
+    return fateOf(code, code > 0 ? victim->takeLine() : QString());
+}
+
 } // namespace zel::test

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Fate.h"
+
 #include <QList>
 #include <QMap>
 #include <QProcess>
@@ -52,5 +54,8 @@ private:
     QProcess process;
     qint64 processId = 0;
 };
+
+/// Waits for the end of the program, and fails the test if it is Fate::Failed.
+Fate fateOf(ActorProcess *victim);
 
 } // namespace zel::test

@@ -1,4 +1,4 @@
-#include "Fate.h"
+#include "ActorProcess.h"
 #include "FileAnswers.h"
 
 #include <gtest/gtest-spi.h>

@@ -1,4 +1,4 @@
-#include "Fate.h"
+#include "ActorProcess.h"
 #include "Proof.h"
 #include "TemporaryCache.h"
 

@@ -1,3 +1,4 @@
+#include "ApacheServer.h"
 #include "NginxServer.h"
 #include "PowerCuts.h"
 
@@ -92,6 +93,19 @@ protected:
         m_server.addFile(list, sums);
         return { u"list+"_s + m_server.url(list), m_power.outside(u"web/"_s + name) };
     }
+    CutResource davFile(const QString &name, int size)
+    {
+        const QString source = m_power.outside(u"dav/"_s + name);
+        writeFile(source, content(size));
+        davServer().addFile(name, content(size));
+        return { davServer().url(name), source };
+    }
+    CutResource davFolder(const QString &name, const QMap<QString, int> &sizes)
+    {
+        for (auto size = sizes.begin(); size != sizes.end(); ++size)
+            davFile(name + u'/' + size.key(), *size);
+        return { davServer().url(name), m_power.outside(u"dav/"_s + name) };
+    }
     CutResource container(const QString &name)
     {
         const QString sample = m_power.outside(u"sample"_s);
@@ -142,7 +156,15 @@ protected:
         });
     }
 
+    const ApacheServer &davServer()
+    {
+        if (!m_davServer)
+            m_davServer = std::make_unique<ApacheServer>();
+        return *m_davServer;
+    }
+
     const NginxServer m_server;
+    std::unique_ptr<ApacheServer> m_davServer;
     PowerCuts m_power;
 };
 
@@ -216,6 +238,20 @@ TEST_F(PowerLossTest, fetchOfManyWebFiles_cutAfterEachStep_eachReadyRowHasAllOfI
         sizes.insert(name, 5'000);
     cutFetchesOf({ webFolder(u"run.d"_s, sizes) });
     EXPECT_TRUE(hasSyncedAll());
+}
+
+TEST_F(PowerLossTest, fetchOfADavFile_cutAfterEachStep_nextFetchIsWhole)
+{
+    const CutResource resource = davFile(u"run.raw"_s, hugeFile);
+    cut({ resource }, { retrieveInPart(resource), retrieve(resource) });
+}
+
+TEST_F(PowerLossTest, fetchOfADavFolder_cutAfterEachStep_nextFetchIsWhole)
+{
+    cutFetchesOf({ davFolder(
+        u"run.d"_s, { { u"a"_s, 5'000 }, { u"b/c"_s, largeFile }, { u"b/d/e"_s, 5'000 } }) });
+    EXPECT_GT(m_power.manifestsFound(), 0);
+    EXPECT_FALSE(hasSyncedAll());
 }
 
 TEST_F(PowerLossTest, fetchOverOtherData_cutAfterEachStep_eachReadyRowHasAllOfItsData)

@@ -2,6 +2,7 @@
 
 #include "AsAnybody.h"
 #include "FailingStep.h"
+#include "Fate.h"
 #include "SuddenDeath.h"
 #include "TemporaryCache.h"
 #include "UnsyncedFolders.h"
@@ -15,7 +16,6 @@
 #include <cerrno>
 #include <functional>
 
-#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace zel;
@@ -75,10 +75,7 @@ protected:
             dieAtFileStep(step);
             ::_exit(WholeCopy::copy(at(u"source/a"_s), at(u"place/run.raw"_s)).hasError() ? 1 : 0);
         }
-        int status = 0;
-        EXPECT_EQ(::waitpid(child, &status, 0), child);
-        EXPECT_TRUE(WIFSIGNALED(status) || WEXITSTATUS(status) == 0);
-        return !WIFSIGNALED(status);
+        return fateOfChild(child) != Fate::Killed;
     }
 
     QTemporaryDir directory;

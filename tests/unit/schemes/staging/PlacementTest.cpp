@@ -1,5 +1,6 @@
 #include "staging/Placement.h"
 
+#include "Fate.h"
 #include "FileSteps.h"
 #include "TemporaryCache.h"
 #include "platform/FreeSpace.h"
@@ -13,7 +14,6 @@
 #include <csignal>
 #include <vector>
 
-#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace zel;
@@ -105,10 +105,7 @@ protected:
             watchFileSteps(&volume);
             ::_exit(place().hasError() ? 1 : 0);
         }
-        int status = 0;
-        EXPECT_EQ(::waitpid(child, &status, 0), child);
-        EXPECT_TRUE(WIFSIGNALED(status) || WEXITSTATUS(status) == 0);
-        return !WIFSIGNALED(status);
+        return fateOfChild(child) != Fate::Killed;
     }
     /// What lies beside the target.
     QStringList neighbours() const

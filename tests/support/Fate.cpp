@@ -4,11 +4,12 @@
 
 #include <csignal>
 
+#include <sys/wait.h>
+
 namespace zel::test {
 
-Fate fateOf(ActorProcess *victim)
+Fate fateOf(int code, const QString &last)
 {
-    const int code = victim->end();
     if (code == -SIGKILL)
         return Fate::Killed;
     if (code == 0)
@@ -16,8 +17,15 @@ Fate fateOf(ActorProcess *victim)
     if (code < 0)
         ADD_FAILURE() << "signal " << -code << " ended the program";
     else
-        ADD_FAILURE() << "code " << code << ": " << qPrintable(victim->takeLine());
+        ADD_FAILURE() << "code " << code << ": " << qPrintable(last);
     return Fate::Failed;
+}
+
+Fate fateOfChild(pid_t child)
+{
+    int status = 0;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    return fateOf(WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status));
 }
 
 } // namespace zel::test

@@ -1,6 +1,8 @@
 #pragma once
 
-#include "ActorProcess.h"
+#include <QString>
+
+#include <sys/types.h>
 
 namespace zel::test {
 
@@ -11,7 +13,10 @@ enum class Fate {
     Failed, ///< anything else; a crash of its own must not pass for the death that was meant
 };
 
-/// Waits for the end of the program, and fails the test if it is Fate::Failed.
-Fate fateOf(ActorProcess *victim);
+/// The fate of who has ended with this code, or by the signal of that number below 0. Fails the
+/// test if it is Fate::Failed, with what was said last.
+Fate fateOf(int code, const QString &last = {});
+/// Waits for the end of a child of this process.
+Fate fateOfChild(pid_t child);
 
 } // namespace zel::test
