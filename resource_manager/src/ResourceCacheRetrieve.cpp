@@ -2,6 +2,7 @@
 
 #include "errors/Propagate.h"
 #include "files/FileUtilsGeneric.h"
+#include "platform/FileIdentity.h"
 
 #include <QFileInfo>
 
@@ -40,7 +41,24 @@ Result<ResourceRetrieveHandle::ProgressAndStatus> ResourceCache::Private::readPr
     return ProgressAndStatus { std::nullopt, status };
 }
 
+ResourceCache::Private::CountedSize ResourceCache::Private::countSize(const UnknownPath &path)
+{
+    // In this order: what comes to lie there meanwhile is not taken for what was counted.
+    const QByteArray identity = fileIdentity(path);
+    return { FileUtilsGeneric::contentSize(path), identity };
+}
+
+/// Process A fetches and is taken for dead; while it counts, or waits for the semaphore, process B
+/// clears its data away and publishes its own in the same place. What A has counted is of no use
+/// then.
+qint64 ResourceCache::Private::sizeNow(const UnknownPath &path, const CountedSize &counted)
+{
+    return fileIdentity(path) == counted.identity ? counted.size
+                                                  : FileUtilsGeneric::contentSize(path);
+}
+
 Error ResourceCache::Private::finalizeRetrieve(const QString &reference, const UnknownPath &path,
+                                               const CountedSize &counted,
                                                const QVersionNumber &version,
                                                const Error &retrieveError)
 {
@@ -53,7 +71,7 @@ Error ResourceCache::Private::finalizeRetrieve(const QString &reference, const U
         return ZEL_ERROR(ErrorCode::OperationFailed,
                          tr("Trying to finalize retrieve for non existing resource"));
     }
-    ZEL_TRY(error, saveLocalPath(reference, path, FileUtilsGeneric::contentSize(path)));
+    ZEL_TRY(error, saveLocalPath(reference, path, sizeNow(path, counted)));
     // The data is good as it is, only its path is long.
     ZEL_DROP(postProcess(reference, path));
     ZEL_TRY(error, updateVersion(reference, version));

@@ -47,6 +47,12 @@ public:
         /// On the timer's thread only. Does nothing if the object is gone, or going just then.
         void pass(const std::function<void(Private *)> &work);
     };
+    /// How large the data at a path was, and what lay there.
+    struct CountedSize
+    {
+        qint64 size = 0; ///< bytes
+        QByteArray identity; ///< see fileIdentity()
+    };
     /// The event loop of the timer's thread would go on with a timer that another thread deleted.
     struct DeletionOnItsThread
     {
@@ -118,8 +124,12 @@ public:
     // Retrieval; see ResourceRetrieveHandle
     Result<bool> tryStartRetrieve(const QString &reference);
     Result<ResourceRetrieveHandle::ProgressAndStatus> readProgress(const QString &reference) const;
+    /// For finalizeRetrieve(), without the semaphore: a folder of many files takes long to count.
+    static CountedSize countSize(const UnknownPath &path);
+    static qint64 sizeNow(const UnknownPath &path, const CountedSize &counted);
     Error finalizeRetrieve(const QString &reference, const UnknownPath &path,
-                           const QVersionNumber &version, const Error &retrieveError);
+                           const CountedSize &counted, const QVersionNumber &version,
+                           const Error &retrieveError);
     Error giveUpRetrieve(const QString &reference);
     Result<bool> retrieveInProgress(const QString &reference) const;
     Error updateProgress(const QString &reference, std::optional<int> progress);

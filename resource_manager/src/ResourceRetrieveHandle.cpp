@@ -138,6 +138,10 @@ Result<bool> ResourceRetrieveHandle::isReadyUnderHold() const
 
 Error ResourceRetrieveHandle::finalizeRetrieve(Error retrieveError)
 {
+    using CachePrivate = ResourceCache::Private;
+    // Before the lock, or everybody would wait for it; the data is this process's to touch.
+    const auto counted = retrieveError.hasError() ? CachePrivate::CountedSize()
+                                                  : CachePrivate::countSize(localPath);
     const auto lock = cache->d->hold();
     // The data lies in the other cache, and this one knows nothing of it.
     if (const Error misplaced = ZEL_PASS(checkPlace()); misplaced.hasError())
@@ -146,7 +150,8 @@ Error ResourceRetrieveHandle::finalizeRetrieve(Error retrieveError)
     // also within this process.
     if (retrieveError.hasError() && hasLostItsRow())
         return {};
-    return ZEL_PASS(cache->d->finalizeRetrieve(reference, localPath, version, retrieveError));
+    return ZEL_PASS(
+        cache->d->finalizeRetrieve(reference, localPath, counted, version, retrieveError));
 }
 
 bool ResourceRetrieveHandle::hasLostItsRow() const

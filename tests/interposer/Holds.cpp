@@ -11,6 +11,7 @@ namespace {
 
 std::atomic<bool> isCounting = false;
 std::atomic<int> holds = 0;
+std::atomic<int> held = 0;
 
 } // namespace
 
@@ -28,6 +29,11 @@ int stopCountingHolds()
     return holds;
 }
 
+bool isHolding()
+{
+    return held > 0;
+}
+
 } // namespace zel::test
 
 using zel::test::original;
@@ -38,8 +44,14 @@ ZEL_VISIBLE int semop(int set, sembuf *operations, size_t count) noexcept
 {
     static const auto next = original<int (*)(int, sembuf *, size_t)>("semop");
     zel::test::tellLockCall(zel::test::LockCall::Semaphore);
+    // Given back before the call: whoever has waited for it may go on before this thread does.
+    if (operations->sem_op > 0)
+        --held;
     const int outcome = next(set, operations, count);
-    if (isCounting && outcome == 0 && operations->sem_op < 0)
+    if (outcome != 0 || operations->sem_op >= 0)
+        return outcome;
+    ++held;
+    if (isCounting)
         ++holds;
     return outcome;
 }

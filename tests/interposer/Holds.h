@@ -6,5 +6,7 @@ namespace zel::test {
 /// whatever thread.
 void startCountingHolds();
 int stopCountingHolds();
+/// Whether this program has one at this moment, on whatever thread.
+bool isHolding();
 
 } // namespace zel::test

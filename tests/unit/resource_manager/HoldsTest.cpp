@@ -1,4 +1,5 @@
 #include "Holds.h"
+#include "HeldSteps.h"
 #include "ResourceRetrieveHandle.h"
 #include "support/ManagerTest.h"
 
@@ -122,4 +123,17 @@ TEST_F(HoldsTest, retrieve_transfer_holdsNothingMeanwhile)
     };
     EXPECT_TRUE(succeeds(ResourceManager::retrieve(handler(u"a"_s))));
     EXPECT_EQ(holdsMeanwhile, 1);
+}
+
+TEST_F(HoldsTest, retrieve_folder_touchesNoneOfItUnderAHold)
+{
+    script(u"a"_s).fetch = [](Task *, const QString &path) {
+        for (int i = 0; i < 10; ++i)
+            writeFile(u"%1/%2/f"_s.arg(path).arg(i), "data");
+        return Error();
+    };
+    const auto handle = handler(u"a"_s);
+    const HeldSteps steps(directory.dataDir().toStdString());
+    EXPECT_TRUE(succeeds(ResourceManager::retrieve(handle)));
+    EXPECT_EQ(steps.count(), 0);
 }

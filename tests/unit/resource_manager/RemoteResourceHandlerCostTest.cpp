@@ -2,6 +2,7 @@
 
 #include "DiskWaits.h"
 #include "FileLooks.h"
+#include "HeldSteps.h"
 #include "UnsyncedFolders.h"
 #include "WalFile.h"
 #include "support/ManagerTest.h"
@@ -107,4 +108,14 @@ TEST_F(RemoteResourceHandlerCostTest, addToCache_folder_isThreeTransactions)
     add(tree);
     // Path with size, version, and Ready behind both.
     EXPECT_EQ(commitsInJournal(directory.databasePath()), 3);
+}
+
+TEST_F(RemoteResourceHandlerCostTest, addToCache_anything_isNeitherCopiedNorCountedUnderAHold)
+{
+    for (const QString &source : { makeFile(), makeTree() }) {
+        ASSERT_TRUE(QDir(schemeFolder()).removeRecursively());
+        const HeldSteps steps(directory.dataDir().toStdString());
+        add(source);
+        EXPECT_EQ(steps.count(), 0);
+    }
 }

@@ -1,6 +1,8 @@
 #include "FailingStatement.h"
 #include "FileSteps.h"
+#include "HeldSteps.h"
 #include "Holds.h"
+#include "LockCalls.h"
 #include "ResourceRetrieveHandle.h"
 #include "WalFile.h"
 #include "support/CacheTest.h"
@@ -43,6 +45,31 @@ private:
     std::atomic<int> syncs = 0;
 };
 
+/// Lets something be done once, right before this program takes the semaphore the next time.
+class BeforeNextHold
+{
+public:
+    explicit BeforeNextHold(std::function<void()> work)
+    {
+        pending = std::move(work);
+        watchLockCalls(perform);
+    }
+    BeforeNextHold(const BeforeNextHold &) = delete;
+    BeforeNextHold &operator=(const BeforeNextHold &) = delete;
+    ~BeforeNextHold() { watchLockCalls(nullptr); }
+
+private:
+    static void perform(LockCall call)
+    {
+        if (call != LockCall::Semaphore)
+            return;
+        watchLockCalls(nullptr);
+        pending();
+    }
+
+    inline static std::function<void()> pending;
+};
+
 /// What the operations ask of the database and of the other processes, counted: it holds on every
 /// machine.
 class ResourceCacheCostTest : public CacheTest
@@ -79,6 +106,22 @@ protected:
         cost.syncs = syncs.seen();
         cost.commits = commitsInJournal(directory.databasePath());
         return cost;
+    }
+    /// A folder of ten folders with a file each, of ten bytes together.
+    QString makeFolder(const QString &name)
+    {
+        for (int i = 0; i < 10; ++i)
+            writeFile(dataPath(u"s/%1/%2/f"_s.arg(name).arg(i)), "x");
+        return dataPath(u"s/"_s + name);
+    }
+    /// One that this process fetches, in its place.
+    std::unique_ptr<ResourceRetrieveHandle> fetchOf(const QString &path)
+    {
+        EXPECT_FALSE(cache.add(u"test:a"_s, ResourceCleanupPolicy::OnDemand).hasError());
+        auto handle = std::make_unique<ResourceRetrieveHandle>(
+            u"test:a"_s, PathImpl<PathType::Unknown>(path), &cache, QVersionNumber(1));
+        EXPECT_TRUE(handle->tryStartRetrieve().value());
+        return handle;
     }
     /// The whole bookkeeping of a resource that nobody knew, with so many changes of the percent.
     void retrieve(const QString &reference, int percentChanges)
@@ -166,4 +209,39 @@ TEST_F(ResourceCacheCostTest, retrievals_many_syncOnceForFive)
     });
     EXPECT_GT(cost.syncs, 0); // the journal was copied back at least once
     EXPECT_LE(cost.syncs, count / 5);
+}
+
+TEST_F(ResourceCacheCostTest, finalizeRetrieve_folder_touchesNoneOfItUnderTheHold)
+{
+    openQuietly();
+    const auto fetch = fetchOf(makeFolder(u"a"_s));
+    const HeldSteps steps(directory.dataDir().toStdString());
+    EXPECT_FALSE(fetch->finalizeRetrieve({}).hasError());
+    EXPECT_EQ(steps.count(), 0);
+    EXPECT_EQ(rowValue(u"fileSize"_s, u"test:a"_s).toInt(), 10);
+}
+
+TEST_F(ResourceCacheCostTest, finalizeRetrieve_replacedBeforeTheHold_countsWhatIsThere)
+{
+    openQuietly();
+    const QString path = makeFolder(u"a"_s);
+    const QString replacement = makeFolder(u"b"_s);
+    writeFile(replacement + u"/more"_s, "12345");
+    const auto fetch = fetchOf(path);
+    const BeforeNextHold exchange([&] {
+        EXPECT_TRUE(QDir().rename(path, path + u".old"_s));
+        EXPECT_TRUE(QDir().rename(replacement, path));
+    });
+    EXPECT_FALSE(fetch->finalizeRetrieve({}).hasError());
+    EXPECT_FALSE(QFileInfo::exists(replacement));
+    EXPECT_EQ(rowValue(u"fileSize"_s, u"test:a"_s).toInt(), 15);
+}
+
+TEST_F(ResourceCacheCostTest, updateFileSizes_folder_isReadUnderTheHold)
+{
+    openQuietly();
+    EXPECT_FALSE(fetchOf(makeFolder(u"a"_s))->finalizeRetrieve({}).hasError());
+    const HeldSteps steps(directory.dataDir().toStdString());
+    EXPECT_FALSE(cache.updateFileSizes().hasError());
+    EXPECT_EQ(steps.folders(), 11);
 }
