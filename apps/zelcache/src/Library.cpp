@@ -1,16 +1,16 @@
 #include "Library.h"
 
-#include "AccessReason.h"
 #include "CacheDirectoryTag.h"
 #include "ResourceHandlerFactory.h"
 #include "ResourceLookup.h"
 #include "ResourceManager.h"
 #include "SchemesRegistration.h"
-#include "SignalWatch.h"
 #include "errors/Propagate.h"
 #include "errors/Tracer.h"
 #include "output/LogOutput.h"
+#include "platform/AccessReason.h"
 #include "platform/FreeSpace.h"
+#include "platform/SignalWatch.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "SignalWatch.h"
+#include "platform/SignalWatch.h"
 
 #include <QList>
 

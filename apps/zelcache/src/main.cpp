@@ -2,20 +2,15 @@
 #include "ResourceCache.h"
 #include "ResourceCacheDao.h"
 #include "ResourceManager.h"
-#include "SignalWatch.h"
 #include "commands/Commands.h"
 #include "errors/Tracer.h"
 #include "output/LogOutput.h"
 #include "output/Translations.h"
+#include "platform/SignalWatch.h"
+#include "platform/Streams.h"
 
 #include <QCoreApplication>
 #include <QFile>
-
-#include <cerrno>
-#include <cstring>
-
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace zel::cli {
 
@@ -31,12 +26,12 @@ struct Texts
 /// The code of an answer that could not be written. Whoever closed the pipe knows it.
 ExitCode codeOfAnswer(Output &output, ExitCode code)
 {
-    const int failure = output.answerFailure();
-    if (failure == 0)
+    const std::error_code failure = output.answerFailure();
+    if (!failure)
         return code;
-    if (failure != EPIPE)
+    if (failure != std::errc::broken_pipe)
         output.error(Texts::tr("The answer cannot be written: %1")
-                         .arg(QString::fromLocal8Bit(std::strerror(failure))));
+                         .arg(QString::fromLocal8Bit(failure.message().c_str())));
     return code == ExitCode::Success ? ExitCode::Failed : code;
 }
 
@@ -69,16 +64,6 @@ ExitCode run(Command &command, const Options &options, int argc, char **argv)
     return codeOfAnswer(output, code);
 }
 
-/// A descriptor that the caller of the program has closed would be given to the next file that is
-/// opened. So it is taken, in a way in which writing to it fails.
-void occupyStandardDescriptors()
-{
-    for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
-        if (::fcntl(descriptor, F_GETFD) < 0)
-            static_cast<void>(::open("/dev/null", O_RDONLY));
-    }
-}
-
 /// Help, the version, or a mistake in the usage.
 ExitCode say(const ParseOutcome &outcome)
 {
@@ -92,7 +77,7 @@ ExitCode say(const ParseOutcome &outcome)
 
 ExitCode mainWith(int argc, char **argv)
 {
-    occupyStandardDescriptors();
+    streams::occupyClosed();
     QStringList arguments;
     for (int index = 1; index < argc; ++index)
         arguments.append(QFile::decodeName(argv[index]));

@@ -1,135 +1,16 @@
 #include "board/BoardTerminal.h"
 
-#include "SignalWatch.h"
 #include "board/BoardDrawing.h"
-#include "output/Terminal.h"
-
-#include <atomic>
-#include <cerrno>
-#include <csignal>
-
-#include <fcntl.h>
-#include <termios.h>
-#include <unistd.h>
+#include "platform/Streams.h"
+#include "platform/Terminal.h"
 
 namespace zel::cli {
 
-using namespace Qt::Literals::StringLiterals;
-
-namespace {
-
-/// Where the handlers tell that all has to be drawn anew; -1 while nobody wants to know.
-std::atomic<int> sizeDescriptor = -1;
-static_assert(std::atomic<int>::is_always_lock_free, "a signal handler must not wait");
-
-// As a signal handler needs them: made before the board takes the terminal, and never destroyed.
-const QByteArray *enteringBytes = nullptr;
-const QByteArray *leavingBytes = nullptr;
-termios formerKeys {};
-termios boardKeys {};
-bool keysAreChanged = false;
-
-void askForRedrawing()
-{
-    const char byte = 0;
-    // A pipe that is full asks for it already.
-    if (const int descriptor = sizeDescriptor; descriptor >= 0)
-        static_cast<void>(::write(descriptor, &byte, 1) < 0);
-}
-
-void takeTerminal()
-{
-    // First, since a program in the background is stopped here, before it draws anything.
-    if (keysAreChanged)
-        ::tcsetattr(STDIN_FILENO, TCSANOW, &boardKeys);
-    static_cast<void>(terminal::writeAll(STDOUT_FILENO, *enteringBytes));
-}
-
-void giveTerminalBack()
-{
-    static_cast<void>(terminal::writeAll(STDOUT_FILENO, *leavingBytes));
-    if (keysAreChanged)
-        ::tcsetattr(STDIN_FILENO, TCSANOW, &formerKeys);
-}
-
-void setHandler(int number, void (*handler)(int))
-{
-    struct sigaction action
-    {
-    };
-    action.sa_handler = handler;
-    action.sa_flags = SA_RESTART;
-    sigemptyset(&action.sa_mask);
-    ::sigaction(number, &action, nullptr);
-}
-
-/// What the system does with the signal by itself, now: it returns if the program goes on.
-void letHappen(int number)
-{
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, number);
-    setHandler(number, SIG_DFL);
-    ::raise(number);
-    ::pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
-}
-
-// The handlers do only what is allowed in one.
-
-extern "C" void onNewSize(int)
-{
-    const int errnoBefore = errno;
-    askForRedrawing();
-    errno = errnoBefore;
-}
-
-extern "C" void onQuitKey(int number)
-{
-    giveTerminalBack();
-    letHappen(number);
-}
-
-extern "C" void onStop(int number)
-{
-    const int errnoBefore = errno;
-    giveTerminalBack();
-    letHappen(number);
-    setHandler(number, onStop);
-    takeTerminal();
-    askForRedrawing();
-    errno = errnoBefore;
-}
-
-void prepareKeys()
-{
-    keysAreChanged = ::isatty(STDIN_FILENO) != 0 && ::tcgetattr(STDIN_FILENO, &formerKeys) == 0;
-    boardKeys = formerKeys;
-    boardKeys.c_lflag &= ~tcflag_t(ICANON | ECHO);
-    boardKeys.c_cc[VMIN] = 1;
-    boardKeys.c_cc[VTIME] = 0;
-}
-
-/// But not for those that the caller of the program ignores.
-void handle(int number, void (*handler)(int))
-{
-    struct sigaction before
-    {
-    };
-    if (::sigaction(number, nullptr, &before) == 0 && before.sa_handler != SIG_IGN)
-        setHandler(number, handler);
-}
-
-void handleSignals(void (*quit)(int), void (*stop)(int))
-{
-    handle(SIGQUIT, quit);
-    handle(SIGTSTP, stop);
-}
-
-} // namespace
+using streams::standardOutput;
 
 bool BoardTerminal::canBeDrawnOn()
 {
-    return terminal::canBeDrawnOn(STDOUT_FILENO);
+    return terminal::canBeDrawnOn(standardOutput);
 }
 
 BoardRoom BoardTerminal::roomToAppend()
@@ -137,91 +18,49 @@ BoardRoom BoardTerminal::roomToAppend()
     BoardRoom room;
     constexpr int asWideAsItTakes = 10'000;
     room.columns = asWideAsItTakes;
-    if (::isatty(STDOUT_FILENO) != 0)
-        room.columns = terminal::sizeOf(STDOUT_FILENO).columns;
+    if (terminal::isTerminal(standardOutput))
+        room.columns = terminal::sizeOf(standardOutput).columns;
     return room;
 }
 
 BoardTerminal::BoardTerminal(std::function<void()> onResize, std::function<void()> onQuit)
     : onResize(std::move(onResize))
     , onQuit(std::move(onQuit))
+    , takeover({ drawing::entering(), drawing::leaving() },
+               { [this] { startAnew(); },
+                 [this](QByteArrayView keys) {
+                     take(keys);
+                 } })
 {
-    enteringBytes = new QByteArray(drawing::entering());
-    leavingBytes = new QByteArray(drawing::leaving());
-    prepareKeys();
-    SignalWatch::beforeSuddenEnd(giveTerminalBack);
-    handleSignals(onQuitKey, onStop);
-    takeTerminal();
-    watchSize();
-    if (keysAreChanged) {
-        keyNotifier = std::make_unique<QSocketNotifier>(STDIN_FILENO, QSocketNotifier::Read);
-        QObject::connect(keyNotifier.get(), &QSocketNotifier::activated, keyNotifier.get(),
-                         [this] { readKeys(); });
-    }
-}
-
-BoardTerminal::~BoardTerminal()
-{
-    setHandler(SIGWINCH, SIG_DFL);
-    sizeDescriptor = -1;
-    sizeNotifier.reset();
-    for (const int descriptor : sizePipe) {
-        if (descriptor >= 0)
-            ::close(descriptor);
-    }
-    SignalWatch::beforeSuddenEnd(nullptr);
-    handleSignals(SIG_DFL, SIG_DFL);
-    giveTerminalBack();
 }
 
 BoardRoom BoardTerminal::room() const
 {
-    const terminal::Size size = terminal::sizeOf(STDOUT_FILENO);
+    const terminal::Size size = terminal::sizeOf(standardOutput);
     BoardRoom room;
     room.columns = size.columns;
     room.rows = size.rows;
     return room;
 }
 
-int BoardTerminal::show(const QStringList &lines)
+std::error_code BoardTerminal::show(const QStringList &lines)
 {
     const QByteArray bytes = drawing::change(shown, lines);
     shown = lines;
-    return terminal::writeAll(STDOUT_FILENO, bytes);
+    return streams::writeAll(standardOutput, bytes);
 }
 
-void BoardTerminal::readKeys()
+void BoardTerminal::startAnew()
 {
-    std::array<char, 64> keys {};
-    const ssize_t count = ::read(STDIN_FILENO, keys.data(), keys.size());
-    if (count < 0 && errno == EINTR)
-        return;
-    // Without a user at the keys there is nobody who could end the board with them.
-    if (count <= 0)
-        keyNotifier->setEnabled(false);
-    else if (QByteArrayView(keys.data(), count).contains('q'))
-        onQuit();
-}
-
-void BoardTerminal::watchSize()
-{
-    // Without a pipe a new size is found at the next look.
-    if (::pipe2(sizePipe.data(), O_CLOEXEC | O_NONBLOCK) != 0)
-        return;
-    sizeNotifier = std::make_unique<QSocketNotifier>(sizePipe[0], QSocketNotifier::Read);
-    QObject::connect(sizeNotifier.get(), &QSocketNotifier::activated, sizeNotifier.get(),
-                     [this] { onSizeChanged(); });
-    sizeDescriptor = sizePipe[1];
-    setHandler(SIGWINCH, onNewSize);
-}
-
-void BoardTerminal::onSizeChanged()
-{
-    std::array<char, 64> bytes {};
-    static_cast<void>(::read(sizePipe[0], bytes.data(), bytes.size()) < 0);
-    static_cast<void>(terminal::writeAll(STDOUT_FILENO, drawing::emptying()));
+    static_cast<void>(streams::writeAll(standardOutput, drawing::emptying()));
     shown.clear();
     onResize();
+}
+
+void BoardTerminal::take(QByteArrayView keys)
+{
+    if (keys.contains('q'))
+        onQuit();
 }
 
 } // namespace zel::cli

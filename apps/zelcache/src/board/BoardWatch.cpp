@@ -1,10 +1,10 @@
 #include "board/BoardWatch.h"
 
 #include "Library.h"
-#include "SignalWatch.h"
 #include "board/BoardJson.h"
 #include "board/BoardLooker.h"
 #include "board/BoardTerminal.h"
+#include "platform/SignalWatch.h"
 
 #include <QDateTime>
 #include <QEventLoop>
@@ -83,7 +83,7 @@ void BoardWatch::show()
     if (!board)
         return;
     if (terminal) {
-        if (terminal->show(boardLines(*board, terminal->room())) != 0)
+        if (terminal->show(boardLines(*board, terminal->room())))
             loop.quit();
         return;
     }

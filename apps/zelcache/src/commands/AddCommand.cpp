@@ -3,8 +3,8 @@
 #include "Library.h"
 #include "RemoteResourceHandler.h"
 #include "ResourceManager.h"
-#include "SignalWatch.h"
 #include "files/WholeCopy.h"
+#include "platform/SignalWatch.h"
 #include "removal/EnteringDanger.h"
 
 #include <QCoreApplication>

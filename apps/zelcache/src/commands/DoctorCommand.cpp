@@ -2,9 +2,9 @@
 #include "CommandOptions.h"
 #include "Library.h"
 #include "ResourceManager.h"
-#include "SignalWatch.h"
 #include "doctor/DoctorReport.h"
 #include "errors/Propagate.h"
+#include "platform/SignalWatch.h"
 
 #include "ResourceCache.h"
 

@@ -4,10 +4,10 @@
 #include "ResourceLookup.h"
 #include "ResourceManager.h"
 #include "SchemeMetadata.h"
-#include "SignalWatch.h"
 #include "TaskWait.h"
 #include "output/Format.h"
 #include "output/LabeledLines.h"
+#include "platform/SignalWatch.h"
 #include "removal/EnteringDanger.h"
 #include "reports/CacheReport.h"
 

@@ -1,7 +1,7 @@
 #include "Command.h"
 #include "CommandOptions.h"
 #include "Library.h"
-#include "SignalWatch.h"
+#include "platform/SignalWatch.h"
 #include "removal/EnteringDanger.h"
 
 #include <QCoreApplication>

@@ -5,7 +5,7 @@
 #include "ResourceLookup.h"
 #include "ResourceManager.h"
 #include "SchemesRegistration.h"
-#include "SignalWatch.h"
+#include "platform/SignalWatch.h"
 
 #include <QCoreApplication>
 

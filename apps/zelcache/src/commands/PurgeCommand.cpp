@@ -3,7 +3,7 @@
 #include "Library.h"
 #include "ResourceCache.h"
 #include "ResourceManager.h"
-#include "SignalWatch.h"
+#include "platform/SignalWatch.h"
 #include "removal/RemovalDanger.h"
 #include "removal/RemovalReport.h"
 

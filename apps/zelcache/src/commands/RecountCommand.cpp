@@ -3,13 +3,13 @@
 #include "Library.h"
 #include "ResourceCache.h"
 #include "ResourceManager.h"
-#include "SignalWatch.h"
 #include "Task.h"
 #include "TaskWait.h"
 #include "errors/Propagate.h"
 #include "files/FileUtils.h"
 #include "output/Format.h"
 #include "output/Text.h"
+#include "platform/SignalWatch.h"
 #include "reports/RecountReport.h"
 
 #include <QCoreApplication>

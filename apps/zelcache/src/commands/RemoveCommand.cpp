@@ -5,9 +5,9 @@
 #include "ResourceLookup.h"
 #include "ResourceManager.h"
 #include "SchemesRegistration.h"
-#include "SignalWatch.h"
 #include "output/Format.h"
 #include "output/Text.h"
+#include "platform/SignalWatch.h"
 #include "removal/RemovalVerdict.h"
 
 #include <QCoreApplication>

@@ -1,12 +1,12 @@
 #include "get/GetRequests.h"
 
-#include "AccessReason.h"
 #include "Library.h"
 #include "ResourceManager.h"
 #include "TaskWait.h"
 #include "files/FileUtils.h"
 #include "output/Text.h"
 #include "plan/FetchPlanning.h"
+#include "platform/AccessReason.h"
 #include "verify/VerifyReport.h"
 
 #include <QCoreApplication>

@@ -2,9 +2,9 @@
 
 #include "Context.h"
 #include "Library.h"
-#include "SignalWatch.h"
 #include "get/TransferReport.h"
 #include "output/OverallProgress.h"
+#include "platform/SignalWatch.h"
 
 #include "ResourceHandler.h"
 #include "output/TerminalPrompting.h"

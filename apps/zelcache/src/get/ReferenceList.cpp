@@ -1,11 +1,10 @@
 #include "get/ReferenceList.h"
 
 #include "errors/Propagate.h"
+#include "platform/Streams.h"
 
 #include <QCoreApplication>
 #include <QFile>
-
-#include <unistd.h>
 
 namespace zel::cli {
 
@@ -52,7 +51,7 @@ QStringList referencesIn(const QString &text, ListForm form)
 Result<QStringList> readReferenceList(const QString &filePath, ListForm form)
 {
     QFile file(filePath);
-    const bool opened = filePath == u"-"_s ? file.open(STDIN_FILENO, QIODevice::ReadOnly)
+    const bool opened = filePath == u"-"_s ? file.open(streams::standardInput, QIODevice::ReadOnly)
                                            : file.open(QIODevice::ReadOnly);
     const QByteArray content = opened ? readBounded(file) : QByteArray();
     if (!opened || file.error() != QFileDevice::NoError)

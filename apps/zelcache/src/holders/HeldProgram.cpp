@@ -1,8 +1,9 @@
 #include "holders/HeldProgram.h"
 
-#include "AccessReason.h"
-#include "SignalWatch.h"
 #include "holders/ProgramLine.h"
+#include "platform/AccessReason.h"
+#include "platform/ProcessSignal.h"
+#include "platform/SignalWatch.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -13,7 +14,6 @@
 #include <QTimer>
 
 #include <algorithm>
-#include <csignal>
 #include <functional>
 
 namespace zel::cli {
@@ -59,13 +59,6 @@ private:
     QDeadlineTimer end;
     QTimer timer;
 };
-
-void send(const QProcess &process, int signalNumber)
-{
-    // Not to -1 and 0, which stand for many programs.
-    if (process.processId() > 0)
-        ::kill(pid_t(process.processId()), signalNumber);
-}
 
 /// 127 or 126 if it is plain beforehand that the program cannot be started.
 int obstacleTo(const QString &program)
@@ -122,14 +115,14 @@ int runHeldProgram(Output &output, const QStringList &programLine, const QString
     const SignalWatch signalWatch(
         [&process, &watch](int number) {
             // Whether a terminal that is gone tells all its programs depends on who leads them.
-            if (!watch->isFromTerminal() || number == SIGHUP)
-                send(process, number);
+            if (!watch->isFromTerminal() || isHangup(number))
+                sendSignal(process.processId(), number);
         },
         SignalWatch::Signals::All);
     watch = &signalWatch;
     prepare(process, programLine, paths);
     process.start();
-    const Alarm alarm(time, [&process] { send(process, SIGTERM); });
+    const Alarm alarm(time, [&process] { process.terminate(); });
     if (process.state() != QProcess::NotRunning)
         loop.exec();
     if (process.error() == QProcess::FailedToStart)

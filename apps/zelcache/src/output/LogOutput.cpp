@@ -1,12 +1,11 @@
 #include "output/LogOutput.h"
 
 #include "output/Text.h"
+#include "platform/Streams.h"
 
 #include <QThread>
 
 #include <atomic>
-
-#include <unistd.h>
 
 namespace zel::cli {
 
@@ -47,7 +46,7 @@ void writeLine(const QString &line)
     }
     // In one piece, so that lines of several threads do not mix.
     const QByteArray bytes = escaped(line).toUtf8() + '\n';
-    static_cast<void>(::write(STDERR_FILENO, bytes.constData(), std::size_t(bytes.size())) < 0);
+    static_cast<void>(streams::writeAll(streams::standardError, bytes));
 }
 
 void onLogMessage(QtMsgType type, const QMessageLogContext &context, const QString &message)

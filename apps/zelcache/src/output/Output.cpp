@@ -1,15 +1,10 @@
 #include "output/Output.h"
 
 #include "output/Json.h"
-#include "output/Terminal.h"
 #include "output/Text.h"
+#include "platform/Terminal.h"
 
 #include <QCoreApplication>
-
-#include <cerrno>
-
-#include <poll.h>
-#include <unistd.h>
 
 namespace zel::cli {
 
@@ -49,7 +44,7 @@ QString shortened(const QString &line)
 
 Output::Output(const Manner &manner)
     : manner(manner)
-    , answerToTerminal(::isatty(manner.answerDescriptor) != 0)
+    , answerToTerminal(terminal::isTerminal(manner.answerDescriptor))
 {
     const bool canDraw = terminal::canBeDrawnOn(manner.messageDescriptor);
     colors = canDraw && qEnvironmentVariableIsEmpty("NO_COLOR");
@@ -80,7 +75,7 @@ void Output::answerLines(qsizetype count, const TextAt &lineAt)
 {
     clearProgress();
     QString part;
-    for (qsizetype i = 0; i < count && answerErrno == 0; ++i) {
+    for (qsizetype i = 0; i < count && !answerFailure_; ++i) {
         part += shown(lineAt(i));
         part += QLatin1Char(manner.lineEnd);
         writePart(part, partSize);
@@ -107,7 +102,7 @@ void Output::answer(const QJsonObject &frame, const QList<LongArray> &arrays)
 
 void Output::writeElements(QString &part, const LongArray &array)
 {
-    for (qsizetype i = 0; i < array.count && answerErrno == 0; ++i) {
+    for (qsizetype i = 0; i < array.count && !answerFailure_; ++i) {
         if (i > 0)
             part += u',';
         part += shown(array.elementAt(i));
@@ -119,9 +114,9 @@ void Output::writeElements(QString &part, const LongArray &array)
 /// several times as long.
 void Output::writePart(QString &part, qsizetype atLeast)
 {
-    if (answerErrno != 0 || part.size() < atLeast)
+    if (answerFailure_ || part.size() < atLeast)
         return;
-    answerErrno = terminal::writeAll(manner.answerDescriptor, part.toLocal8Bit());
+    answerFailure_ = streams::writeAll(manner.answerDescriptor, part.toLocal8Bit());
     part.resize(0); // its room is used again
 }
 
@@ -132,10 +127,9 @@ QString Output::shown(const QString &text) const
 
 bool Output::isAnswerWanted()
 {
-    pollfd answers { manner.answerDescriptor, 0, 0 };
-    if (answerErrno == 0 && ::poll(&answers, 1, 0) > 0 && (answers.revents & POLLERR) != 0)
-        answerErrno = EPIPE;
-    return answerErrno == 0;
+    if (!answerFailure_ && streams::isReaderGone(manner.answerDescriptor))
+        answerFailure_ = std::make_error_code(std::errc::broken_pipe);
+    return !answerFailure_;
 }
 
 void Output::error(const QString &message)
@@ -181,7 +175,7 @@ void Output::message(const QString &kind, const char *color, const QString &text
 void Output::writeMessage(const QString &text)
 {
     // Nobody is left to be told if this does not work out.
-    static_cast<void>(terminal::writeAll(manner.messageDescriptor, text.toLocal8Bit()));
+    static_cast<void>(streams::writeAll(manner.messageDescriptor, text.toLocal8Bit()));
 }
 
 void Output::showProgress(const ProgressState &state)

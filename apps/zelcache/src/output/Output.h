@@ -2,9 +2,12 @@
 
 #include "output/ProgressBar.h"
 #include "output/TextAt.h"
+#include "platform/Streams.h"
 
 #include <QJsonObject>
 #include <QString>
+
+#include <system_error>
 
 namespace zel::cli {
 
@@ -23,8 +26,8 @@ public:
         int verbosity = 0;
         char lineEnd = '\n'; ///< behind each line of the answer
         bool showProgress = true; ///< a bar, if standard error is a terminal that can draw one
-        int answerDescriptor = 1;
-        int messageDescriptor = 2;
+        int answerDescriptor = streams::standardOutput;
+        int messageDescriptor = streams::standardError;
     };
 
     explicit Output(const Manner &manner);
@@ -65,9 +68,8 @@ public:
 
     /// Whether somebody can still read answers: no once the other end of the pipe is closed.
     bool isAnswerWanted();
-    /// The errno of the first write of an answer that did not work out, else 0. After it answers
-    /// are swallowed.
-    int answerFailure() const { return answerErrno; }
+    /// Of the first write of an answer that did not work out. After it answers are swallowed.
+    std::error_code answerFailure() const { return answerFailure_; }
 
 private:
     void writeElements(QString &part, const LongArray &array);
@@ -81,7 +83,7 @@ private:
     bool colors = false;
     bool progress = false;
     QString shownLine;
-    int answerErrno = 0;
+    std::error_code answerFailure_;
 };
 
 } // namespace zel::cli

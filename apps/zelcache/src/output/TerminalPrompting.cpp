@@ -1,14 +1,14 @@
 #include "output/TerminalPrompting.h"
 
-#include "SignalWatch.h"
+#include "platform/SignalWatch.h"
+#include "platform/Streams.h"
+#include "platform/Terminal.h"
 #include "references/ResourceReferenceUtils.h"
 
 #include <QCoreApplication>
 #include <QFile>
 
 #include <algorithm>
-
-#include <unistd.h>
 
 namespace zel::cli {
 
@@ -69,7 +69,7 @@ bool TerminalPrompting::isAnswered(const QSharedPointer<ResourceReference> &refe
 
 bool TerminalPrompting::ask(const QList<QSharedPointer<ResourceReference>> &references)
 {
-    if (::isatty(STDIN_FILENO) == 0) {
+    if (!terminal::isTerminal(streams::standardInput)) {
         output->warning(Texts::tr("Nobody can be asked, since standard input is no terminal; "
                                   "--yes answers in advance."));
         return false;
@@ -77,12 +77,12 @@ bool TerminalPrompting::ask(const QList<QSharedPointer<ResourceReference>> &refe
     for (const auto &reference : references)
         output->line(reference->referenceText(true));
     output->question(questionFor(references.size()));
-    if (!SignalWatch::waitForInput(STDIN_FILENO)) {
+    if (!SignalWatch::waitForInput(streams::standardInput)) {
         output->line({}); // ends the line of the question
         return false;
     }
     QFile input;
-    return input.open(STDIN_FILENO, QIODevice::ReadOnly) && isYes(input.readLine());
+    return input.open(streams::standardInput, QIODevice::ReadOnly) && isYes(input.readLine());
 }
 
 } // namespace zel::cli

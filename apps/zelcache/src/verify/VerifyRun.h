@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Context.h"
-#include "SignalWatch.h"
+#include "platform/SignalWatch.h"
 #include "verify/VerifyReport.h"
 
 #include "ResourceCacheReader.h"

@@ -148,7 +148,7 @@ TEST_F(OutputTest, answer_deviceFull_isReportedAndNotTriedAgain)
     ASSERT_GE(full.answerDescriptor, 0);
     Output output(full);
     output.answer(u"/a"_s);
-    EXPECT_EQ(output.answerFailure(), ENOSPC);
+    EXPECT_EQ(output.answerFailure(), std::errc::no_space_on_device);
     ::close(full.answerDescriptor);
 }
 
@@ -162,7 +162,7 @@ TEST_F(OutputTest, isAnswerWanted_readerGone_isFalse)
     EXPECT_TRUE(output.isAnswerWanted());
     ::close(pipe[0]);
     EXPECT_FALSE(output.isAnswerWanted());
-    EXPECT_EQ(output.answerFailure(), EPIPE);
+    EXPECT_EQ(output.answerFailure(), std::errc::broken_pipe);
     ::close(pipe[1]);
 }
 

@@ -1,4 +1,4 @@
-#include "SignalWatch.h"
+#include "platform/SignalWatch.h"
 
 #include <array>
 #include <atomic>

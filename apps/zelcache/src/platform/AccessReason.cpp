@@ -1,4 +1,4 @@
-#include "AccessReason.h"
+#include "platform/AccessReason.h"
 
 #include <QFile>
 #include <QFileInfo>

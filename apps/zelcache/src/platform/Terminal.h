@@ -1,8 +1,6 @@
 #pragma once
 
-#include <QByteArrayView>
-
-/// What there is to know of and to do with a descriptor that may be a terminal.
+/// What there is to know of a descriptor that may be a terminal.
 namespace zel::cli::terminal {
 
 struct Size
@@ -11,15 +9,13 @@ struct Size
     int rows = 24;
 };
 
+bool isTerminal(int descriptor);
+
 /// Whether it is a terminal on which what stands there can be replaced. One that does not say what
 /// it is counts as one that cannot do that.
 bool canBeDrawnOn(int descriptor);
 
 /// The usual size for what is no terminal or does not tell.
 Size sizeOf(int descriptor);
-
-/// Writes everything; 0 or the errno that stopped it. Waits where there is no room for more, even
-/// if the descriptor was set not to. May be called from a signal handler.
-int writeAll(int descriptor, QByteArrayView bytes);
 
 } // namespace zel::cli::terminal
