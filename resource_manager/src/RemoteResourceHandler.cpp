@@ -28,16 +28,19 @@ public:
     void useIfUnmarked();
     PathImpl<PathType::Unknown> localPath() const;
     std::optional<std::unique_ptr<Task>> retrieveTask();
-    Error copyToLocalPath(const QString &source) const;
-    Error copyFile(const QString &source) const;
+    Error copyToLocalPath(const QString &source);
+    Error copyFile(const QString &source);
     Error copyFolder(const QString &source) const;
-    Error publish() const;
+    Error publish();
 
     RemoteResourceHandler *q;
     ResourceCache *cache;
     QSharedPointer<ResourceReference> reference;
     QString referenceKey;
     std::unique_ptr<ResourceCache::InUseHandle> inUseHandle;
+    /// The file that addToCache() has copied and of which no row could be made to tell. It stays,
+    /// and the next call may replace it.
+    WholeCopy::Placed unpublished;
 };
 
 RemoteResourceHandler::Private::Private(RemoteResourceHandler *owner, ResourceCache *cache,
@@ -97,15 +100,15 @@ std::optional<std::unique_ptr<Task>> RemoteResourceHandler::Private::retrieveTas
                                                           reference->referenceText(true), nullptr);
 }
 
-Error RemoteResourceHandler::Private::copyToLocalPath(const QString &source) const
+Error RemoteResourceHandler::Private::copyToLocalPath(const QString &source)
 {
     const bool isFile = QFileInfo(source).isFile();
     return ZEL_PASS(isFile ? copyFile(source) : copyFolder(source));
 }
 
-Error RemoteResourceHandler::Private::copyFile(const QString &source) const
+Error RemoteResourceHandler::Private::copyFile(const QString &source)
 {
-    const Error failure = WholeCopy::copy(source, localPath());
+    const Error failure = WholeCopy::copyOver(source, localPath(), &unpublished);
     if (!failure.hasError())
         return {};
     ZEL_DROP(failure); // the caller only learns that it is not there; the reason stands in the log
@@ -127,7 +130,7 @@ Error RemoteResourceHandler::Private::copyFolder(const QString &source) const
     return error;
 }
 
-Error RemoteResourceHandler::Private::publish() const
+Error RemoteResourceHandler::Private::publish()
 {
     // Ready as the last step: nobody is to see it without data.
     Error error;
@@ -135,6 +138,7 @@ Error RemoteResourceHandler::Private::publish() const
     ZEL_TRY(error, cache->saveLocalPath(referenceKey, path, FileUtilsGeneric::contentSize(path)));
     ZEL_TRY(error, cache->updateVersion(referenceKey, reference->referenceVersion()));
     ZEL_TRY(error, cache->saveStatus(referenceKey, ResourceStatus::Ready));
+    unpublished = {};
     return error;
 }
 

@@ -106,7 +106,7 @@ TEST_F(AskCliTest, info_text_namesSizeAndPath)
 TEST_F(AskCliTest, info_missingResource_fails)
 {
     const auto run = start({ u"info"_s, u"share:"_s + cache.outside(u"missing"_s) });
-    EXPECT_NE(run->exitCode(), 0);
+    EXPECT_EQ(run->exitCode(), 1);
     EXPECT_EQ(run->output(), "");
     EXPECT_NE(run->errors(), "");
 }

@@ -68,7 +68,7 @@ TEST_F(GetCliTest, get_folderOfAServer_printsThePathOfTheFolder)
                    "inner/a b.bin\n");
     const QStringList command { u"get"_s, u"list+"_s + server.url(u"run.d/SHA256SUMS"_s) };
     const auto refused = start(command);
-    EXPECT_NE(refused->exitCode(), 0);
+    EXPECT_EQ(refused->exitCode(), 6);
     EXPECT_EQ(refused->output(), "");
     EXPECT_TRUE(refused->errors().contains("a b.bin")) << refused->errors().toStdString();
 
@@ -156,7 +156,7 @@ TEST_F(GetCliTest, get_oneCannotBeHad_fetchesTheOthersAndFails)
     const NginxServer server;
     const auto run = start({ u"get"_s, sharedFile(u"a.raw"_s, "a"), server.url(u"missing.raw"_s),
                              sharedFile(u"b.raw"_s, "b") });
-    EXPECT_NE(run->exitCode(), 0);
+    EXPECT_EQ(run->exitCode(), 1);
     const QStringList lines = linesOf(run->output());
     ASSERT_EQ(lines.size(), 2);
     EXPECT_TRUE(lines.at(0).endsWith(u"/a.raw"_s));
@@ -327,7 +327,7 @@ TEST_F(GetCliTest, get_readerGone_stopsFetchingWithoutAWord)
     server.addFile(u"slow.raw"_s, QByteArray(10'000'000, 's'));
     const auto run = startInShell(u"$zelcache get %1 %2 | head -n 1; exit ${PIPESTATUS[0]}"_s.arg(
         sharedFile(u"a.raw"_s, "a"), server.url(u"slow.raw"_s)));
-    EXPECT_NE(run->exitCode(), 0);
+    EXPECT_EQ(run->exitCode(), 20);
     EXPECT_EQ(linesOf(run->output()).size(), 1);
     EXPECT_EQ(run->errors(), "");
     EXPECT_EQ(CacheDatabase(cache.databasePath()).status(server.url(u"slow.raw"_s)), u"Missing"_s);

@@ -47,13 +47,13 @@ TEST_F(StreamsCliTest, error_ofALongReference_repeatsItsEndsOnly)
     for (const QString &command : { u"get"_s, u"path"_s, u"policy"_s }) {
         ProgramRun::Options options;
         const auto run = start({ command, reference }, options);
-        EXPECT_NE(run->exitCode(), 0);
+        EXPECT_EQ(run->exitCode(), 2);
         EXPECT_LT(run->errors().size(), 5'000) << qPrintable(command);
         EXPECT_TRUE(run->errors().startsWith("zelcache: error: "));
     }
     const QString missing = u"share:/start/"_s + QString(100'000, u'x') + u"/end.raw"_s;
     const auto run = start({ u"get"_s, missing });
-    EXPECT_NE(run->exitCode(), 0);
+    EXPECT_EQ(run->exitCode(), 1);
     EXPECT_LT(run->errors().size(), 5'000);
     EXPECT_TRUE(run->errors().contains("share:/start/xx")) << run->errors().toStdString();
     EXPECT_TRUE(run->errors().contains("xx/end.raw: ")) << run->errors().toStdString();

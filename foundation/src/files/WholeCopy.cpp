@@ -57,25 +57,27 @@ Error placeIsTaken(const QString &target)
     return ZEL_ERROR(ErrorCode::OperationFailed, WholeCopy::tr("%1 is there already.").arg(target));
 }
 
-Error publish(const QString &incoming, const QString &target)
+Error publish(const QString &incoming, const QString &target, WholeCopy::Placed *own)
 {
-    ZEL_TRY_LET(const bool isMoved,
-                VolumeMove::moveIfFree(nativePath(incoming), nativePath(target)));
+    const auto move = own->isThereStill() ? &VolumeMove::move : &VolumeMove::moveIfFree;
+    ZEL_TRY_LET(const bool isMoved, move(nativePath(incoming), nativePath(target)));
     if (!isMoved)
         return ZEL_PASS(placeIsTaken(target));
     const Error failure = syncNames(QFileInfo(target).path());
     // Nobody knows of it yet, and the next copy needs the place.
     if (failure.hasError())
         ZEL_DROP(TreeRemoval::remove(target));
+    *own = WholeCopy::Placed::at(target);
     return ZEL_PASS(failure);
 }
 
-Error copyToFree(const QString &source, const QString &target, const TreeCopy::Progress &progress)
+Error copyToPlace(const QString &source, const QString &target, WholeCopy::Placed *own,
+                  const TreeCopy::Progress &progress)
 {
     const QString incoming = incomingFor(target);
     const auto copier = QFileInfo(source).isDir() ? &TreeCopy::copyTree : &TreeCopy::copyFile;
     const Error copied = ZEL_PASS(copier(source, incoming, {}, progress));
-    const Error failure = copied.hasError() ? copied : publish(incoming, target);
+    const Error failure = copied.hasError() ? copied : publish(incoming, target, own);
     if (!failure.hasError())
         return copied; // with its warnings
     ZEL_DROP(TreeRemoval::remove(incoming)); // the next copy tries again
@@ -97,14 +99,34 @@ bool WholeCopy::isInProgress(const QByteArray &name)
     return isOnItsWay(name) && owner.isAlive();
 }
 
+WholeCopy::Placed WholeCopy::Placed::at(const QString &path)
+{
+    const QFileInfo info(path);
+    return info.exists() ? Placed { path, info.size(), info.metadataChangeTime() } : Placed();
+}
+
+bool WholeCopy::Placed::isThereStill() const
+{
+    return !path.isEmpty() && at(path) == *this;
+}
+
 Error WholeCopy::copy(const QString &source, const QString &target,
                       const TreeCopy::Progress &progress)
 {
+    Placed nothing;
+    return ZEL_PASS(copyOver(source, target, &nothing, progress));
+}
+
+Error WholeCopy::copyOver(const QString &source, const QString &target, Placed *own,
+                          const TreeCopy::Progress &progress)
+{
+    if (own->path != target)
+        *own = Placed();
     removeRemains(QFileInfo(target).dir());
     // Looked at before the work, and again when it is done.
-    if (QFileInfo::exists(target))
+    if (QFileInfo::exists(target) && !own->isThereStill())
         return ZEL_PASS(placeIsTaken(target));
-    return ZEL_PASS(copyToFree(source, target, progress));
+    return ZEL_PASS(copyToPlace(source, target, own, progress));
 }
 
 } // namespace zel

@@ -5,6 +5,7 @@
 
 #include <QByteArray>
 #include <QCoreApplication>
+#include <QDateTime>
 #include <QString>
 
 namespace zel {
@@ -18,6 +19,19 @@ class ZEL_RESOURCE_MANAGER_EXPORT WholeCopy
     Q_DECLARE_TR_FUNCTIONS(zel::WholeCopy)
 
 public:
+    /// A file at its place, to be known again: it is another one once somebody has touched it.
+    struct Placed
+    {
+        /// The one that lies there now; if nothing does, one that lies nowhere.
+        static Placed at(const QString &path);
+        bool isThereStill() const;
+        bool operator==(const Placed &) const = default;
+
+        QString path;
+        qint64 size = 0;
+        QDateTime changed; ///< when its content or its names did
+    };
+
     /// After a success the data, its name and that of the folder around it are on the disk. The
     /// folder has to be there.
     ///
@@ -26,6 +40,11 @@ public:
     /// warnings if links that lead out of the folder were left out.
     static Error copy(const QString &source, const QString &target,
                       const TreeCopy::Progress &progress = {});
+    /// The same for a file that takes the place of what an earlier call has put there in vain, if
+    /// that lies there still. `own` tells of it, and afterwards of what this call has left there: a
+    /// call that fails may find that it cannot even take its file away again.
+    static Error copyOver(const QString &source, const QString &target, Placed *own,
+                          const TreeCopy::Progress &progress = {});
 
     /// Whether a file or folder of this name is what a copy makes on its way.
     static bool isOnItsWay(const QByteArray &name);

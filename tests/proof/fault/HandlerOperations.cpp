@@ -11,16 +11,6 @@ const QString added = u"test:added"_s;
 const QString addedPath = u"test/added/added.dat"_s;
 constexpr auto content = "what is added";
 
-/// A file that is there already is not overwritten: who adds it once more clears it away first.
-Error addFileAgain(CacheWorld &world)
-{
-    const auto left
-        = world.cache->moveLeftoversAside(added, UnknownPath(world.dataPath(addedPath)));
-    if (!left.hasValue())
-        return left.error();
-    return world.handler->addToCache(UnknownPath(world.files.outside(u"added"_s)));
-}
-
 /// Of the row, and of what lies below its path under these names.
 auto lacks(const QStringList &names)
 {
@@ -55,8 +45,7 @@ FaultOperation adding(const char *name, const QStringList &names)
 
 QList<FaultOperation> handlerOperations()
 {
-    FaultOperation file = adding("addFile", { QString() });
-    file.repeat = addFileAgain;
+    const FaultOperation file = adding("addFile", { QString() });
     FaultOperation folder = adding("addFolder", { u"/a"_s, u"/b/c"_s, u"/b/d"_s });
     folder.exceptions = { CacheInvariants::Exception::OtherSizes };
     folder.whyExcepted

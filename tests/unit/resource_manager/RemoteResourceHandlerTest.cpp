@@ -23,6 +23,19 @@ protected:
         writeFile(directory.outside(name), content);
         return directory.outside(name);
     }
+    static void whileClosed(const std::function<void()> &work)
+    {
+        ResourceCache &cache = *ResourceManager::cache();
+        cache.close();
+        work();
+        ASSERT_TRUE(succeeds(cache.open(ResourceManager::cachePath(), cache.sizes())));
+    }
+    /// A closed cache writes no row.
+    void addWithoutARow(RemoteResourceHandler *remote, const QByteArray &content) const
+    {
+        const PathImpl<PathType::Unknown> file(source(u"file"_s, content));
+        whileClosed([&] { EXPECT_TRUE(remote->addToCache(file).hasError()); });
+    }
 };
 
 using UnknownPath = PathImpl<PathType::Unknown>;
@@ -202,6 +215,57 @@ TEST_F(RemoteResourceHandlerTest, addToCache_fileOverAnExistingOne_failsAndKeeps
                           u"Copying a file to the cache location failed."_s));
     EXPECT_EQ(readFile(pathOf(u"a"_s)), "old");
     EXPECT_EQ(database().status(key(u"a"_s)), u"Missing"_s);
+}
+
+TEST_F(RemoteResourceHandlerTest, addToCache_rowCannotBeWritten_leavesTheCopyThatTheNextReplaces)
+{
+    const auto remote = handler(u"a"_s);
+    addWithoutARow(remote.get(), "first");
+    EXPECT_EQ(readFile(pathOf(u"a"_s)), "first");
+    EXPECT_EQ(database().status(key(u"a"_s)), u"Missing"_s);
+
+    ASSERT_TRUE(succeeds(remote->addToCache(UnknownPath(source(u"file"_s, "as it is now")))));
+    EXPECT_TRUE(remote->isAvailableLocally());
+    EXPECT_EQ(readFile(pathOf(u"a"_s)), "as it is now");
+    EXPECT_EQ(rowValue(u"fileSize"_s, u"a"_s).toLongLong(), 12);
+
+    // From then on it is one that is there already.
+    EXPECT_TRUE(failsWith(remote->addToCache(UnknownPath(source(u"file"_s, "once more"))),
+                          ErrorCode::OperationFailed,
+                          u"Copying a file to the cache location failed."_s));
+    EXPECT_EQ(readFile(pathOf(u"a"_s)), "as it is now");
+}
+
+TEST_F(RemoteResourceHandlerTest, addToCache_anotherFileCameAfterTheFailure_isNotOverwritten)
+{
+    const auto remote = handler(u"a"_s);
+    addWithoutARow(remote.get(), "first");
+    ASSERT_TRUE(QFile::remove(pathOf(u"a"_s)));
+    writeFile(pathOf(u"a"_s), "of somebody else");
+    EXPECT_TRUE(failsWith(remote->addToCache(UnknownPath(source(u"file"_s, "first"))),
+                          ErrorCode::OperationFailed,
+                          u"Copying a file to the cache location failed."_s));
+    EXPECT_EQ(readFile(pathOf(u"a"_s)), "of somebody else");
+}
+
+TEST_F(RemoteResourceHandlerTest, addToCache_otherHandlerAfterTheFailure_overwritesNothing)
+{
+    addWithoutARow(handler(u"a"_s).get(), "first");
+    EXPECT_TRUE(failsWith(handler(u"a"_s)->addToCache(UnknownPath(source(u"file"_s, "next"))),
+                          ErrorCode::OperationFailed,
+                          u"Copying a file to the cache location failed."_s));
+    EXPECT_EQ(readFile(pathOf(u"a"_s)), "first");
+}
+
+TEST_F(RemoteResourceHandlerTest, addToCache_folderWhoseRowCannotBeWritten_canBeAddedAgain)
+{
+    writeFile(directory.outside(u"tree/one"_s), "12");
+    const UnknownPath tree(directory.outside(u"tree"_s));
+    const auto remote = handler(u"a"_s);
+    whileClosed([&] { EXPECT_TRUE(remote->addToCache(tree).hasError()); });
+    ASSERT_TRUE(succeeds(remote->addToCache(tree)));
+    EXPECT_EQ(readFile(pathOf(u"a"_s) + u"/one"_s), "12");
+    EXPECT_TRUE(remote->isAvailableLocally());
 }
 
 TEST_F(RemoteResourceHandlerTest, addToCache_fileThatCannotTakeItsPlace_leavesNothingAndIsLogged)

@@ -158,6 +158,54 @@ TEST_F(WholeCopyTest, copy_somethingComesMeanwhile_isNotReplaced)
     EXPECT_EQ(atThePlace(), QStringList({ u"run.raw"_s }));
 }
 
+TEST_F(WholeCopyTest, copyOver_ownFile_isReplacedAndKnown)
+{
+    const QString place = at(u"place/run.raw"_s);
+    WholeCopy::Placed own;
+    EXPECT_FALSE(own.isThereStill());
+    EXPECT_FALSE(WholeCopy::copyOver(at(u"source/a"_s), place, &own).hasError());
+    EXPECT_TRUE(own.isThereStill());
+    writeFile(at(u"source/a"_s), "newer");
+    EXPECT_FALSE(WholeCopy::copyOver(at(u"source/a"_s), place, &own).hasError());
+    EXPECT_EQ(readFile(place), "newer");
+    EXPECT_TRUE(own.isThereStill());
+    EXPECT_EQ(atThePlace(), QStringList({ u"run.raw"_s }));
+}
+
+TEST_F(WholeCopyTest, copyOver_anotherPlace_isNotOwn)
+{
+    WholeCopy::Placed own;
+    EXPECT_FALSE(WholeCopy::copyOver(at(u"source/a"_s), at(u"place/one"_s), &own).hasError());
+    writeFile(at(u"place/other"_s), "theirs");
+    EXPECT_TRUE(WholeCopy::copyOver(at(u"source/a"_s), at(u"place/other"_s), &own).hasError());
+    EXPECT_EQ(readFile(at(u"place/other"_s)), "theirs");
+    EXPECT_FALSE(own.isThereStill());
+}
+
+// Neither its name can be brought to the disk, nor the file be taken away.
+TEST_F(WholeCopyTest, copyOver_diskDiesAtAnyStep_nextOneEndsIt)
+{
+    const std::string folder = at(u"place"_s).toStdString();
+    const QString place = at(u"place/run.raw"_s);
+    bool wasReached = true;
+    int left = 0;
+    for (int step = 0; wasReached && !HasFailure(); ++step) {
+        WholeCopy::Placed own;
+        {
+            const FailingStep failing(folder, step, EIO, FailingStep::Lasting::FromThereOn);
+            const Error error = WholeCopy::copyOver(at(u"source/a"_s), place, &own);
+            wasReached = failing.hasFailed();
+            EXPECT_EQ(error.hasError(), wasReached);
+        }
+        EXPECT_EQ(own.isThereStill(), QFile::exists(place)) << step;
+        left += wasReached && own.isThereStill() ? 1 : 0;
+        EXPECT_FALSE(WholeCopy::copyOver(at(u"source/a"_s), place, &own).hasError()) << step;
+        EXPECT_EQ(readFile(place), "a");
+        EXPECT_TRUE(QFile::remove(place));
+    }
+    EXPECT_GT(left, 0);
+}
+
 TEST_F(WholeCopyTest, copy_killedAtEachStep_leavesNothingOrTheWholeAndTheNextOneEndsIt)
 {
     int step = 0;
