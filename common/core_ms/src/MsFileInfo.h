@@ -1,5 +1,6 @@
 #pragma once
 
+#include "DataSourceLocation.h"
 #include "MsDataFormat.h"
 
 #include <QSet>

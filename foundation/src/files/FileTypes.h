@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Export.h"
-#include "files/ExtendableEnum.h"
+#include "values/ExtendableEnum.h"
 
 #include <QStringList>
 

@@ -12,8 +12,9 @@
 #include <dirent.h>
 #include <sys/stat.h>
 
-/// What the sources of this folder share about descriptors. System headers: include it in sources
-/// only. Names are bytes here, since the names of a file system need not be valid text.
+/// What the sources of this folder share about descriptors. It brings headers of the system along,
+/// so nothing outside includes it. Names are bytes here, since those of a file system need not be
+/// valid text.
 namespace zel::posix {
 
 /// Owns one file descriptor.

@@ -1,4 +1,4 @@
-#include "MsDataFormat.h"
+#include "DataSourceLocation.h"
 
 #include "BracketTranslator.h"
 #include "database/DatabaseHandler.h"

@@ -19,13 +19,6 @@ bool isOf(const QString &path, const QStringList &extensions)
     return FileTypes::isType(path, FileType(QLatin1StringView(names.back()), { extensions }));
 }
 
-qsizetype countOf(QLatin1StringView name)
-{
-    const auto &values = FileType::registeredValues();
-    return std::count_if(values.begin(), values.end(),
-                         [name](const FileType &value) { return value.name() == name; });
-}
-
 } // namespace
 
 TEST(FileTypesTest, isType_endOfTheName_decidesWhateverTheCase)
@@ -47,33 +40,4 @@ TEST(FileTypesTest, isType_otherNames_areNoneOfIt)
     EXPECT_FALSE(isOf(u"/data/a."_s, { QString() }));
     EXPECT_FALSE(isOf(u"/data/a.raw"_s, {}));
     EXPECT_FALSE(isOf(QString(), { u"raw"_s }));
-}
-
-TEST(ExtendableEnumTest, constructor_nameThatIsRegistered_addsNothingAndTheFirstDataStays)
-{
-    const FileType first("TWICE"_L1, { { u"one"_s } });
-    EXPECT_EQ(countOf("TWICE"_L1), 1);
-    const char sameText[] = "TWICE";
-    const FileType second(QLatin1StringView(sameText), { { u"two"_s } });
-    EXPECT_EQ(countOf("TWICE"_L1), 1);
-    EXPECT_EQ(second.data().extensions, QStringList(u"two"_s));
-    EXPECT_EQ(ExtendableEnumRef(second).data().extensions, QStringList(u"one"_s));
-}
-
-TEST(ExtendableEnumTest, constructor_nameThatBeginsAlike_isAnotherValue)
-{
-    const FileType whole("LONGER"_L1, { { u"one"_s } });
-    const FileType part("LONG"_L1, { { u"two"_s } });
-    EXPECT_EQ(ExtendableEnumRef(part).data().extensions, QStringList(u"two"_s));
-}
-
-TEST(ExtendableEnumRefTest, comparison_goesByName)
-{
-    const FileType one("ORDER_A"_L1, {});
-    const FileType same("ORDER_A"_L1, {});
-    const FileType other("ORDER_B"_L1, {});
-    EXPECT_TRUE(ExtendableEnumRef(one) == ExtendableEnumRef(same));
-    EXPECT_FALSE(ExtendableEnumRef(one) == ExtendableEnumRef(other));
-    EXPECT_TRUE(ExtendableEnumRef(one) < ExtendableEnumRef(other));
-    EXPECT_FALSE(ExtendableEnumRef(other) < ExtendableEnumRef(one));
 }

@@ -1,4 +1,4 @@
-#include "files/StringifierState.h"
+#include "values/StringifierState.h"
 
 using namespace zel;
 using namespace Qt::Literals::StringLiterals;
