@@ -1,8 +1,8 @@
 #include "Command.h"
 #include "CommandOptions.h"
 #include "get/GetRequests.h"
-#include "holders/HeldProgram.h"
-#include "holders/ProgramLine.h"
+#include "hold/HeldProgram.h"
+#include "hold/ProgramLine.h"
 #include "removal/EnteringDanger.h"
 
 #include <QCoreApplication>

@@ -1,6 +1,6 @@
-#include "holders/HeldProgram.h"
+#include "hold/HeldProgram.h"
 
-#include "holders/ProgramLine.h"
+#include "hold/ProgramLine.h"
 #include "platform/AccessReason.h"
 #include "platform/ProcessSignal.h"
 #include "platform/SignalWatch.h"

@@ -1,4 +1,4 @@
-#include "holders/ProgramLine.h"
+#include "hold/ProgramLine.h"
 
 #include "Printers.h"
 
