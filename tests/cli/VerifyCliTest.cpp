@@ -1,4 +1,4 @@
-#include "ZelcacheCli.h"
+#include "VerifyCli.h"
 
 #include "CacheProcess.h"
 #include "NginxServer.h"
@@ -8,119 +8,13 @@
 #include <QJsonDocument>
 #include <QSystemSemaphore>
 
-#include <csignal>
 #include <filesystem>
 
 namespace zel::test {
 
 using namespace Qt::Literals::StringLiterals;
 
-class VerifyCliTest : public ZelcacheCli
-{
-protected:
-    /// Fetches it; gives its path in the cache.
-    QString fetch(const QString &reference) const
-    {
-        const auto run = start({ u"get"_s, reference });
-        EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
-        return linesOf(run->output()).value(0);
-    }
-    QString fetchFile(const QString &name, const QByteArray &content) const
-    {
-        return fetch(sharedFile(name, content));
-    }
-    /// A folder with these files, as a share has it.
-    QString sharedFolder(const QString &name, const QStringList &files) const
-    {
-        for (const QString &file : files)
-            sharedFile(name + u'/' + file, file.toUtf8() + " content");
-        return referenceOf(name);
-    }
-    QString referenceOf(const QString &name) const { return u"share:"_s + cache.outside(name); }
-
-    /// Changes a file without its time changing.
-    static void changeSecretly(const QString &path, const std::function<void()> &change)
-    {
-        const std::filesystem::path native = path.toStdString();
-        const auto time = std::filesystem::last_write_time(native);
-        change();
-        std::filesystem::last_write_time(native, time);
-    }
-
-    QJsonObject verify(const QStringList &arguments, int exitCode) const
-    {
-        const auto run = start(QStringList { u"verify"_s, u"--json"_s } + arguments);
-        EXPECT_EQ(run->exitCode(), exitCode) << run->errors().toStdString();
-        return jsonOf(run->output());
-    }
-    QJsonObject verifyOne(const QString &reference, int exitCode) const
-    {
-        return verify({ reference }, exitCode).value(u"results"_s).toArray().at(0).toObject();
-    }
-    static int countOf(const QJsonObject &answer, const QString &verdict)
-    {
-        return answer.value(u"counts"_s).toObject().value(verdict).toInt();
-    }
-
-    QStringList manifests() const
-    {
-        const QDir directory(cache.baseDir() + u"/Manifests"_s);
-        QStringList paths;
-        const QStringList names = directory.entryList(QDir::Files);
-        for (const QString &name : names)
-            paths.append(directory.filePath(name));
-        return paths;
-    }
-    QString manifestOf(const QString &reference) const
-    {
-        for (const QString &path : manifests()) {
-            if (manifestAt(path).value(u"key"_s).toString() == reference)
-                return path;
-        }
-        return {};
-    }
-    static QJsonObject manifestAt(const QString &path)
-    {
-        return QJsonDocument::fromJson(readFile(path)).object();
-    }
-
-    /// Makes a fetched file, and its manifest, so long that reading it takes a while; it takes no
-    /// room on the disk. Its sums are not known.
-    void makeHuge(const QString &path, const QString &manifestPath) const
-    {
-        changeSecretly(path,
-                       [&path] { EXPECT_TRUE(QFile::resize(path, hugeBlocks * blockBytes)); });
-        QJsonObject manifest = manifestAt(manifestPath);
-        QJsonObject file = manifest.value(u"files"_s).toArray().at(0).toObject();
-        QJsonArray sums;
-        for (qint64 i = 0; i < hugeBlocks; ++i)
-            sums.append(QString());
-        file.insert(u"size"_s, QString::number(hugeBlocks * blockBytes));
-        file.insert(u"xxh3"_s, sums);
-        manifest.insert(u"files"_s, QJsonArray { file });
-        writeFile(manifestPath, QJsonDocument(manifest).toJson());
-    }
-    static qint64 checkedBlocks(const QString &manifestPath)
-    {
-        const QJsonObject file
-            = manifestAt(manifestPath).value(u"files"_s).toArray().at(0).toObject();
-        return file.value(u"checkedBlocks"_s).toString().toLongLong();
-    }
-
-    /// Rows that are Ready, without data.
-    void addRows(int count) const
-    {
-        CacheDatabase(cache.databasePath())
-            .run(u"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < ?) "
-                 "INSERT INTO CachedResources (reference, cachedPath, fileSize, status, "
-                 "cleanupPolicy, lastAccessDateTime, lastStatusUpdateClientId) SELECT "
-                 "'share:/many' || i, ? || i, 1, 'Ready', 'OnDemand', 1, 1 FROM n"_s,
-                 { count, cache.dataDir() + u"/many/"_s });
-    }
-
-    static constexpr qint64 blockBytes = 64ll * 1024 * 1024;
-    static constexpr qint64 hugeBlocks = 4096;
-};
+using VerifyCliTest = VerifyCli;
 
 TEST_F(VerifyCliTest, verify_untouched_isIntactAndSaysHowMuchWasRead)
 {
@@ -410,106 +304,6 @@ TEST_F(VerifyCliTest, verify_heldSemaphore_waitsForNobodyAndChangesNoRow)
     EXPECT_TRUE(semaphore.release());
     EXPECT_EQ(rows(), before);
     EXPECT_EQ(CacheDatabase(cache.databasePath()).count(u"Clients"_s), 0);
-}
-
-TEST_F(VerifyCliTest, verify_budget_endsInTimeAndTheNextRunGoesOn)
-{
-    const QString path = fetchFile(u"a.raw"_s, "content");
-    const QString manifest = manifests().at(0);
-    makeHuge(path, manifest);
-    const QJsonObject first = verify({ u"--budget"_s, u"1s"_s }, 0);
-    EXPECT_FALSE(first.value(u"complete"_s).toBool());
-    EXPECT_EQ(countOf(first, u"notReached"_s), 1);
-    const qint64 blocks = checkedBlocks(manifest);
-    ASSERT_GT(blocks, 0);
-    ASSERT_LT(blocks, hugeBlocks);
-
-    const QJsonObject second = verify({ u"--budget"_s, u"1s"_s }, 0);
-    const qint64 more = checkedBlocks(manifest) - blocks;
-    EXPECT_GT(more, 0);
-    const qint64 read = second.value(u"readBytes"_s).toInteger();
-    EXPECT_GE(read, more * blockBytes);
-    EXPECT_LT(read, (more + 1) * blockBytes) << "what the first run has read is not read again";
-}
-
-TEST_F(VerifyCliTest, verify_budgetTooSmallForAnything_getsRoundTheCacheAllTheSame)
-{
-    fetchFile(u"a.raw"_s, "content");
-    addRows(250); // without data: they are compared only
-    fetchFile(u"b.raw"_s, "content");
-    const auto verified = [this] {
-        const QStringList all = manifests();
-        return std::all_of(all.begin(), all.end(), [](const QString &path) {
-            return manifestAt(path).contains(u"verified"_s);
-        });
-    };
-    int runs = 0;
-    for (; runs < 10 && !verified(); ++runs)
-        verify({ u"--budget"_s, u"0.001s"_s }, 6);
-    EXPECT_TRUE(verified());
-    EXPECT_GT(runs, 1) << "one run was to be too short";
-}
-
-TEST_F(VerifyCliTest, verify_budget_beginsWithWhatWasNotReadForTheLongestTime)
-{
-    const QString old = sharedFile(u"old.raw"_s, "content");
-    const QString young = sharedFile(u"young.raw"_s, "content");
-    const QString never = sharedFile(u"never.raw"_s, "content");
-    fetch(young);
-    fetch(old);
-    ASSERT_EQ(start({ u"verify"_s, old })->exitCode(), 0);
-    ASSERT_EQ(start({ u"verify"_s, young })->exitCode(), 0);
-    fetch(never);
-    const auto run = start({ u"verify"_s, u"-v"_s, u"--budget"_s, u"1h"_s });
-    EXPECT_EQ(run->exitCode(), 0);
-    const QByteArray said = run->errors();
-    const auto placeOf = [&said](const QString &reference) {
-        return said.indexOf("Reading " + reference.toUtf8());
-    };
-    EXPECT_GE(placeOf(never), 0) << said.toStdString();
-    EXPECT_LT(placeOf(never), placeOf(old));
-    EXPECT_LT(placeOf(old), placeOf(young));
-}
-
-TEST_F(VerifyCliTest, verify_changeFoundInAnEarlierRun_isToldUntilItIsReadAgain)
-{
-    const QString path = fetchFile(u"a.raw"_s, "content");
-    const QString manifest = manifests().at(0);
-    changeSecretly(path, [&path] { writeFile(path, "cOntent"); });
-    EXPECT_EQ(countOf(verify({}, 6), u"changed"_s), 1);
-    // So little time that nothing can be read.
-    EXPECT_EQ(countOf(verify({ u"--budget"_s, u"1h"_s }, 6), u"changed"_s), 1);
-    changeSecretly(path, [&path] { writeFile(path, "content"); });
-    EXPECT_EQ(countOf(verify({}, 0), u"intact"_s), 1);
-}
-
-TEST_F(VerifyCliTest, verify_interrupted_endsSoonAndKeepsWhatWasDone)
-{
-    const QString small = fetchFile(u"a.raw"_s, "content");
-    const QString smallManifest = manifests().at(0);
-    const QString huge = fetchFile(u"b.raw"_s, "content");
-    QStringList both = manifests();
-    both.removeOne(smallManifest);
-    makeHuge(huge, both.at(0));
-    const auto run = start({ u"verify"_s, u"-v"_s });
-    waitUntil([&run, this] {
-        return run->errors().contains("Reading " + referenceOf(u"b.raw"_s).toUtf8());
-    });
-    run->sendSignal(SIGINT);
-    EXPECT_EQ(run->exitCode(), 130);
-    EXPECT_TRUE(run->output().contains("1 intact, 1 not reached")) << run->output().toStdString();
-    EXPECT_TRUE(manifestAt(smallManifest).contains(u"verified"_s));
-    EXPECT_FALSE(manifestAt(both.at(0)).contains(u"verified"_s));
-}
-
-TEST_F(VerifyCliTest, verify_atATerminal_showsHowFarItIs)
-{
-    const QString path = fetchFile(u"a.raw"_s, "content");
-    makeHuge(path, manifests().at(0));
-    const auto run = startAtTerminal({ u"verify"_s });
-    EXPECT_TRUE(run->waitFor(" of 256.0 GiB")) << run->seen().right(500).toStdString();
-    run->type("\x03");
-    EXPECT_EQ(run->exitCode(), 130);
 }
 
 TEST_F(VerifyCliTest, verify_hundredThousandRows_isNoTrouble)

@@ -1,5 +1,4 @@
-#include "HttpTestSupport.h"
-#include "ScriptedServer.h"
+#include "HttpFaults.h"
 
 #include <gtest/gtest.h>
 
@@ -13,43 +12,6 @@ namespace {
 
 using namespace Qt::Literals::StringLiterals;
 using namespace zel::test;
-using Request = ScriptedServer::Request;
-using Connection = ScriptedServer::Connection;
-
-const QByteArray content = "0123456789";
-const QByteArray etag = "ETag: \"one\"\r\n";
-
-Error download(const ScriptedServer &server, HttpSink *sink, const HttpSettings &settings,
-               const HttpWatch &watch = HttpWatch())
-{
-    return HttpClient(settings).download(targetOf(server.url()), sink, watch);
-}
-
-/// A decent server of `content`, as far as one file and open ranges go.
-void serveProperly(const Request &request, Connection &connection)
-{
-    const QByteArray range = request.header("range");
-    if (range.isEmpty() || request.header("if-range") != "\"one\"") {
-        connection.send(ScriptedServer::answer("200 OK", etag, content));
-        return;
-    }
-    const qsizetype first = range.mid(6, range.size() - 7).toLongLong();
-    const QByteArray span = "Content-Range: bytes " + QByteArray::number(first) + "-9/10\r\n";
-    connection.send(ScriptedServer::answer("206 Partial Content", etag + span, content.mid(first)));
-}
-
-/// Announces ten bytes and sends four.
-void closeEarly(Connection &connection)
-{
-    connection.send("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n" + etag + "\r\n" + content.left(4));
-}
-
-class HttpFaults : public ::testing::Test
-{
-protected:
-    QuickSettings settings;
-    FileSink sink;
-};
 
 TEST_F(HttpFaults, closesEarly_goesOnFromThere)
 {
@@ -181,114 +143,6 @@ TEST_F(HttpFaults, redirectWithEndlessBody_isFollowedAllTheSame)
             return serveProperly(request, connection);
         connection.send("HTTP/1.1 302 Found\r\nLocation: /new\r\n\r\n");
         while (connection.send(QByteArray(65536, 'x'))) { }
-    });
-    ASSERT_EQ(download(server, &sink, settings), Error());
-    EXPECT_EQ(sink.content(), content);
-}
-
-TEST_F(HttpFaults, answersWholeToARange_startsAnew)
-{
-    ScriptedServer server([](const auto &request, auto &connection) {
-        if (request.header("range").isEmpty())
-            return closeEarly(connection);
-        connection.send(ScriptedServer::answer("200 OK", etag, content));
-    });
-    ASSERT_EQ(download(server, &sink, settings), Error());
-    EXPECT_EQ(sink.content(), content);
-    EXPECT_EQ(sink.fresh, 1);
-}
-
-TEST_F(HttpFaults, fileChangedMeanwhile_startsAnewWithTheNewOne)
-{
-    std::atomic<int> asked = 0;
-    ScriptedServer server([&asked](const auto &, auto &connection) {
-        if (asked++ == 0)
-            return closeEarly(connection);
-        connection.send(ScriptedServer::answer("200 OK", "ETag: \"two\"\r\n", "abcdef"));
-    });
-    ASSERT_EQ(download(server, &sink, settings), Error());
-    EXPECT_EQ(sink.content(), QByteArray("abcdef"));
-    EXPECT_EQ(sink.openedStates, QStringList({ u"\"one\" 10"_s, u"\"two\" 6"_s }));
-}
-
-TEST_F(HttpFaults, changedFileButIfRangeIgnored_isNotJoined)
-{
-    std::atomic<int> asked = 0;
-    ScriptedServer server([&asked](const auto &request, auto &connection) {
-        if (asked++ == 0)
-            return closeEarly(connection);
-        const QByteArray two = "ETag: \"two\"\r\n";
-        if (request.header("range").isEmpty())
-            return void(connection.send(ScriptedServer::answer("200 OK", two, "abcdefghij")));
-        connection.send(
-            ScriptedServer::answer("206 P", two + "Content-Range: bytes 4-9/10\r\n", "efghij"));
-    });
-    ASSERT_EQ(download(server, &sink, settings), Error());
-    EXPECT_EQ(sink.content(), QByteArray("abcdefghij"));
-}
-
-TEST_F(HttpFaults, changesAllTheTime_isIntegrityFailure)
-{
-    std::atomic<int> asked = 0;
-    ScriptedServer server([&asked](const auto &, auto &connection) {
-        connection.send("HTTP/1.1 200 OK\r\nContent-Length: 10\r\nETag: \""
-                        + QByteArray::number(asked++) + "\"\r\n\r\n0123");
-    });
-    const Error error = download(server, &sink, settings);
-    EXPECT_EQ(int(error.errorCode()), 6);
-    EXPECT_TRUE(error.errorMessage().contains(u"changes while it is being fetched"_s));
-}
-
-TEST_F(HttpFaults, sendsAnotherPartThanAskedFor_startsAnewWithoutRanges)
-{
-    std::atomic<int> asked = 0;
-    ScriptedServer server([&asked](const auto &request, auto &connection) {
-        if (asked++ == 0)
-            return closeEarly(connection);
-        if (request.header("range").isEmpty())
-            return serveProperly(request, connection);
-        connection.send(
-            ScriptedServer::answer("206 P", etag + "Content-Range: bytes 0-5/10\r\n", "012345"));
-    });
-    ASSERT_EQ(download(server, &sink, settings), Error());
-    EXPECT_EQ(sink.content(), content);
-}
-
-TEST_F(HttpFaults, sendsAPartUnasked_fails)
-{
-    ScriptedServer server([](const auto &, auto &connection) {
-        connection.send(
-            ScriptedServer::answer("206 P", etag + "Content-Range: bytes 0-5/10\r\n", "012345"));
-    });
-    EXPECT_EQ(download(server, &sink, settings).errorCode(), ErrorCode::OperationFailed);
-    EXPECT_EQ(server.requests().size(), 1);
-}
-
-TEST_F(HttpFaults, refusesRangeAndSizeFits_isComplete)
-{
-    // Without a length the end of the file shows only when more is asked for.
-    std::atomic<int> asked = 0;
-    ScriptedServer server([&asked](const auto &, auto &connection) {
-        if (asked++ == 0) {
-            connection.send("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n" + etag
-                            + "\r\na\r\n0123456789\r\n");
-        } else {
-            connection.send(ScriptedServer::answer("416 No", "Content-Range: bytes */10\r\n", {}));
-        }
-    });
-    ASSERT_EQ(download(server, &sink, settings), Error());
-    EXPECT_EQ(sink.content(), content);
-}
-
-TEST_F(HttpFaults, refusesRangeAndSizeDiffers_startsAnew)
-{
-    std::atomic<int> asked = 0;
-    ScriptedServer server([&asked](const auto &request, auto &connection) {
-        if (asked++ == 0)
-            return closeEarly(connection);
-        if (request.header("range").isEmpty())
-            return serveProperly(request, connection);
-        connection.send(ScriptedServer::answer("416 No", "Content-Range: bytes */3\r\n", {}));
     });
     ASSERT_EQ(download(server, &sink, settings), Error());
     EXPECT_EQ(sink.content(), content);
