@@ -18,7 +18,7 @@ target_compile_definitions(zel_build_settings INTERFACE
     QT_MESSAGELOGCONTEXT)
 
 # Trails and logs name files as the reader of the tree knows them, however the compiler is called.
-file(RELATIVE_PATH zel_source_from_build ${CMAKE_BINARY_DIR} ${CMAKE_SOURCE_DIR})
+file(RELATIVE_PATH zel_source_from_build ${CMAKE_BINARY_DIR} ${PROJECT_SOURCE_DIR})
 cmake_path(APPEND zel_source_from_build "")
 
 # Clang also warns, inside the standard library, where the one interface is deleted that is meant to
@@ -28,7 +28,7 @@ target_compile_options(zel_build_settings INTERFACE
     $<$<CXX_COMPILER_ID:GNU>:-fcoroutines -Wshadow=local -Wduplicated-cond -Wlogical-op>
     $<$<CXX_COMPILER_ID:Clang>:-Wno-delete-abstract-non-virtual-dtor>
     $<$<BOOL:${ZEL_WARNINGS_AS_ERRORS}>:-Werror>
-    -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=
+    -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=
     -fmacro-prefix-map=${zel_source_from_build}=)
 
 if(ZEL_SANITIZE)
