@@ -8,6 +8,8 @@
 #include <QFileInfo>
 #include <QSystemSemaphore>
 
+#include <filesystem>
+
 namespace zel::test {
 
 using namespace Qt::Literals::StringLiterals;
@@ -23,6 +25,9 @@ TemporaryCache::~TemporaryCache()
 {
     for (const QString &baseDir : baseDirs)
         removeSystemSemaphore(semaphoreKey(baseDir));
+    // By bytes: Qt leaves what has a name that is no text.
+    std::error_code ignored; // the temporary directory makes folders writable, and does the rest
+    std::filesystem::remove_all(QFile::encodeName(directory.path()).toStdString(), ignored);
 }
 
 QString TemporaryCache::baseDir() const

@@ -300,7 +300,6 @@ TEST_F(SemaphoreLockerTest, isHeldByThisThread_holderAndOthers_tellsThemApart)
 
 TEST_F(SemaphoreLockerTest, secondTakeOfOneThread_isLoggedFirst)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
             qInstallMessageHandler(
@@ -318,7 +317,6 @@ TEST_F(SemaphoreLockerTest, secondTakeOfOneThread_debugBuild_endsWithBothStacks)
 {
     if (!LockOrder::isChecked())
         GTEST_SKIP() << "Only debug builds look at the takes of locks; this one waits for ever.";
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
             const SemaphoreLocker first(semaphore.get(), 1);
@@ -334,7 +332,6 @@ TEST_F(SemaphoreLockerTest, semaphoreBehindATransaction_debugBuild_endsWithBothS
 {
     if (!LockOrder::isChecked())
         GTEST_SKIP() << "Only debug builds look at the takes of locks.";
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
             ResourceCacheDao dao;
