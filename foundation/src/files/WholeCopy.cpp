@@ -1,6 +1,7 @@
 #include "files/WholeCopy.h"
 
 #include "errors/Propagate.h"
+#include "platform/FileIdentity.h"
 #include "platform/FileSync.h"
 #include "platform/ProcessIdentity.h"
 #include "platform/TreeRemoval.h"
@@ -101,13 +102,12 @@ bool WholeCopy::isInProgress(const QByteArray &name)
 
 WholeCopy::Placed WholeCopy::Placed::at(const QString &path)
 {
-    const QFileInfo info(path);
-    return info.exists() ? Placed { path, info.size(), info.metadataChangeTime() } : Placed();
+    return { path, fileIdentity(path) };
 }
 
 bool WholeCopy::Placed::isThereStill() const
 {
-    return !path.isEmpty() && at(path) == *this;
+    return !identity.isEmpty() && fileIdentity(path) == identity;
 }
 
 Error WholeCopy::copy(const QString &source, const QString &target,

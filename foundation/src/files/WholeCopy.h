@@ -5,7 +5,6 @@
 
 #include <QByteArray>
 #include <QCoreApplication>
-#include <QDateTime>
 #include <QString>
 
 namespace zel {
@@ -22,14 +21,12 @@ public:
     /// A file at its place, to be known again: it is another one once somebody has touched it.
     struct Placed
     {
-        /// The one that lies there now; if nothing does, one that lies nowhere.
+        /// The one that lies there now, if any does.
         static Placed at(const QString &path);
         bool isThereStill() const;
-        bool operator==(const Placed &) const = default;
 
         QString path;
-        qint64 size = 0;
-        QDateTime changed; ///< when its content or its names did
+        QByteArray identity; ///< empty if nothing lies there
     };
 
     /// After a success the data, its name and that of the folder around it are on the disk. The
