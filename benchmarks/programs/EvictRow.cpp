@@ -74,8 +74,7 @@ private:
     void evict() override { check(cache->purgeCacheIfNeeded(total / 2 - 1 - total / 10)); }
 };
 
-/// The same system calls and the same statements, each prepared for each resource, and nothing
-/// around them.
+/// The same system calls and the same statements, each prepared once, and nothing around them.
 class BareCalls : public EvictHalf
 {
 public:
@@ -99,8 +98,14 @@ private:
     void evict() override
     {
         execute(u"BEGIN IMMEDIATE"_s);
+        QSqlQuery status = prepared(
+            u"UPDATE CachedResources SET status = :status,lastAccessDateTime = :lastAccess, "
+            "lastStatusUpdateClientId = :client WHERE reference = :ref"_s);
+        QSqlQuery path
+            = prepared(u"UPDATE CachedResources SET cachedPath = :cachedPath,fileSize = :size "
+                       "WHERE reference = :ref"_s);
         for (const Resource &resource : oldest())
-            remove(resource);
+            remove(resource, status, path);
         execute(u"COMMIT"_s);
     }
 
@@ -118,26 +123,35 @@ private:
         return found;
     }
 
-    void remove(const Resource &resource)
+    void remove(const Resource &resource, QSqlQuery &status, QSqlQuery &path) const
     {
         ::unlink(QFile::encodeName(resource.path));
         ::rmdir(QFile::encodeName(QFileInfo(resource.path).path()));
-        execute(u"UPDATE CachedResources SET status = :status,lastAccessDateTime = :lastAccess, "
-                "lastStatusUpdateClientId = :client WHERE reference = :ref"_s,
-                { { u":status"_s, u"Missing"_s },
-                  { u":lastAccess"_s, QDateTime::currentMSecsSinceEpoch() },
-                  { u":client"_s, 1 },
-                  { u":ref"_s, resource.reference } });
-        execute(
-            u"UPDATE CachedResources SET cachedPath = :cachedPath,fileSize = :size "
-            "WHERE reference = :ref"_s,
+        run(status,
+            { { u":status"_s, u"Missing"_s },
+              { u":lastAccess"_s, QDateTime::currentMSecsSinceEpoch() },
+              { u":client"_s, 1 },
+              { u":ref"_s, resource.reference } });
+        run(path,
             { { u":cachedPath"_s, {} }, { u":size"_s, {} }, { u":ref"_s, resource.reference } });
     }
 
-    void execute(const QString &sql, const QList<std::pair<QString, QVariant>> &values = {})
+    void execute(const QString &sql) const
+    {
+        QSqlQuery query = prepared(sql);
+        run(query, {});
+    }
+
+    QSqlQuery prepared(const QString &sql) const
     {
         QSqlQuery query(database);
-        query.prepare(sql);
+        if (!query.prepare(sql))
+            giveUp(query.lastError().text().toStdString());
+        return query;
+    }
+
+    static void run(QSqlQuery &query, const QList<std::pair<QString, QVariant>> &values)
+    {
         for (const auto &[name, value] : values)
             query.bindValue(name, value);
         if (!query.exec())

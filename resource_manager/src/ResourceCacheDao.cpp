@@ -116,6 +116,7 @@ TransactionRaiiImpl::TransactionRaiiImpl(DatabaseHandler *handler,
                                          std::unique_ptr<TransactionGuard> guard,
                                          const QSqlDatabase &database, qint64 clientId)
     : handler(handler)
+    , database(database)
     , guard(std::move(guard))
     , query(database)
     , clientId(clientId)
@@ -143,10 +144,23 @@ Result<TransactionRaiiImpl *> TransactionRaiiImpl::of(TransactionContext *contex
     return transaction;
 }
 
+Result<QSqlQuery *> TransactionRaiiImpl::kept(const QString &sql)
+{
+    if (const auto known = statements.find(sql); known != statements.end())
+        return &known->second;
+
+    Error error;
+    QSqlQuery compiled(database);
+    compiled.setForwardOnly(true);
+    ZEL_TRY(error, db::qPrepare(compiled, sql));
+    return &statements.emplace(sql, std::move(compiled)).first->second;
+}
+
 Error TransactionRaiiImpl::commit()
 {
     // A statement that is still being read would keep the file locked after the commit.
     query.finish();
+    statements.clear();
     return ZEL_PASS(handler->commitTransaction());
 }
 

@@ -130,13 +130,12 @@ Error ResourceCacheDao::updateResourceStatus(TransactionContext *context, const 
 
     Error error;
     ZEL_TRY_LET(auto *const transaction, TransactionRaiiImpl::of(context));
-    QSqlQuery &query = transaction->query;
-    ZEL_TRY(error, db::qPrepare(query, sql));
-    query.bindValue(u":status"_s, toText(status));
-    query.bindValue(u":lastAccess"_s, lastAccess);
-    query.bindValue(u":client"_s, transaction->clientId);
-    query.bindValue(u":ref"_s, bindable(reference));
-    ZEL_TRY(error, db::qExec(query));
+    ZEL_TRY_LET(QSqlQuery *const query, transaction->kept(sql));
+    query->bindValue(u":status"_s, toText(status));
+    query->bindValue(u":lastAccess"_s, lastAccess);
+    query->bindValue(u":client"_s, transaction->clientId);
+    query->bindValue(u":ref"_s, bindable(reference));
+    ZEL_TRY(error, db::qExec(*query));
     return error;
 }
 
@@ -164,12 +163,11 @@ Error ResourceCacheDao::updateResourceLocalPath(TransactionContext *context,
 
     Error error;
     ZEL_TRY_LET(auto *const transaction, TransactionRaiiImpl::of(context));
-    QSqlQuery &query = transaction->query;
-    ZEL_TRY(error, db::qPrepare(query, sql));
-    query.bindValue(u":cachedPath"_s, bindableVariant(path));
-    query.bindValue(u":size"_s, size);
-    query.bindValue(u":ref"_s, bindable(reference));
-    ZEL_TRY(error, db::qExec(query));
+    ZEL_TRY_LET(QSqlQuery *const query, transaction->kept(sql));
+    query->bindValue(u":cachedPath"_s, bindableVariant(path));
+    query->bindValue(u":size"_s, size);
+    query->bindValue(u":ref"_s, bindable(reference));
+    ZEL_TRY(error, db::qExec(*query));
     return error;
 }
 

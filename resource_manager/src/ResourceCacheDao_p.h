@@ -5,12 +5,14 @@
 
 #include <QSqlQuery>
 
+#include <map>
+
 namespace zel {
 
 class DatabaseHandler;
 
-/// The one implementation of the context: a transaction that rolls back unless it is committed, and
-/// the query that everything in it shares.
+/// The one implementation of the context: a transaction that rolls back unless it is committed, the
+/// query that everything in it shares, and the statements that it keeps.
 class TransactionRaiiImpl : public ResourceCacheDao::TransactionContext
 {
 public:
@@ -21,18 +23,25 @@ public:
     static Result<TransactionRaiiImpl *> of(TransactionContext *context);
 
     Error commit() override;
+    /// For a statement that changes one of many rows and gives none: it is compiled at its first
+    /// use only, which costs more than to run it, and kept until the transaction ends.
+    Result<QSqlQuery *> kept(const QString &sql);
 
 private:
     TransactionRaiiImpl(DatabaseHandler *handler, std::unique_ptr<TransactionGuard> guard,
                         const QSqlDatabase &database, qint64 clientId);
 
     DatabaseHandler *handler;
+    const QSqlDatabase &database;
     std::unique_ptr<TransactionGuard> guard;
 
 public:
     // After the guard: a statement is to be released before its transaction ends.
     QSqlQuery query;
     const qint64 clientId;
+
+private:
+    std::map<QString, QSqlQuery> statements; ///< by their texts
 };
 
 /// The process id under which pings and close() look for the client row.

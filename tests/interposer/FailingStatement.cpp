@@ -1,9 +1,8 @@
 #include "FailingStatement.h"
 
-#include <atomic>
-#include <cstdlib>
+#include "SqliteFunction.h"
 
-#include <dlfcn.h>
+#include <atomic>
 
 namespace {
 
@@ -17,22 +16,11 @@ thread_local int stepsAtWork = 0;
 using StepFunction = int (*)(void *statement);
 using TextFunction = const char *(*)(void *statement);
 
-/// The driver loads SQLite for itself, out of sight of RTLD_NEXT.
-template<typename Function>
-Function realFunction(const char *name)
-{
-    void *library = ::dlopen("libsqlite3.so.0", RTLD_NOW | RTLD_LOCAL);
-    void *function = library ? ::dlsym(library, name) : nullptr;
-    if (!function)
-        std::abort();
-    return reinterpret_cast<Function>(function);
-}
-
 /// SQLite reads its schema by statements too, within others or without a text. It asks the
 /// statement how the step went and not the step itself, so that these cannot be let fail.
 bool isOfSqliteItself(void *statement)
 {
-    static const auto text = realFunction<TextFunction>("sqlite3_sql");
+    static const auto text = zel::test::sqliteFunction<TextFunction>("sqlite3_sql");
     return stepsAtWork > 0 || !text(statement);
 }
 
@@ -68,7 +56,7 @@ int FailingStatement::seen() const
 /// Stands before the function of SQLite's library, for the driver that is loaded later, too.
 extern "C" __attribute__((visibility("default"))) int sqlite3_step(void *statement)
 {
-    static const auto step = realFunction<StepFunction>("sqlite3_step");
+    static const auto step = zel::test::sqliteFunction<StepFunction>("sqlite3_step");
     if (!isOfSqliteItself(statement) && stepsSeen++ == failingNumber)
         return failingResult;
     ++stepsAtWork;

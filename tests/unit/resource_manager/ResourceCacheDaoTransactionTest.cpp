@@ -1,4 +1,10 @@
 #include "ResourceCacheDaoFixture.h"
+#include "SqliteFunction.h"
+
+#include <QSqlDatabase>
+#include <QSqlDriver>
+#include <QSqlError>
+#include <QSqlQuery>
 
 #include <thread>
 
@@ -7,7 +13,48 @@ using namespace zel::test;
 
 namespace {
 
-using ResourceCacheDaoTransactionTest = OpenResourceCacheDaoFixture;
+class ResourceCacheDaoTransactionTest : public OpenResourceCacheDaoFixture
+{
+protected:
+    /// Both statements of one row, as a purge and the end of a fetch make them.
+    static Error update(const Context &context, const QString &reference, ResourceStatus status,
+                        const QVariant &path, const QVariant &size)
+    {
+        const Error error
+            = ResourceCacheDao::updateResourceStatus(context.get(), reference, status, 99);
+        return error.hasError()
+            ? error
+            : ResourceCacheDao::updateResourceLocalPath(context.get(), reference, path, size);
+    }
+    QStringList contents()
+    {
+        return database().column(u"SELECT reference || ',' || status || ',' || "
+                                 "IFNULL(cachedPath, 'none') || ',' || IFNULL(fileSize, 'none') "
+                                 "FROM CachedResources ORDER BY reference"_s);
+    }
+    /// In the connection of the object itself.
+    void runInside(const QString &sql) const
+    {
+        QSqlQuery query(connection);
+        ASSERT_TRUE(query.exec(sql)) << qPrintable(query.lastError().text());
+    }
+    /// Compiled ones of the object's connection.
+    int openStatements() const
+    {
+        using NextStatement = void *(*)(void *connection, void *statement);
+        const auto next = sqliteFunction<NextStatement>("sqlite3_next_stmt");
+        void *const sqlite = *static_cast<void *const *>(connection.driver()->handle().constData());
+        int count = 0;
+        for (void *statement = next(sqlite, nullptr); statement;
+             statement = next(sqlite, statement))
+            ++count;
+        return count;
+    }
+
+    /// There is no other one yet.
+    const QSqlDatabase connection
+        = QSqlDatabase::database(QSqlDatabase::connectionNames().constFirst());
+};
 
 } // namespace
 
@@ -64,6 +111,74 @@ TEST_F(ResourceCacheDaoTransactionTest, context_committed_leavesTheFileToOthers)
     database().run(u"PRAGMA wal_checkpoint(TRUNCATE)"_s);
     EXPECT_EQ(dao.selectStatus(u"test:a"_s).value(), ResourceStatus::Ready);
     EXPECT_TRUE(succeeded(dao.createTransaction()));
+}
+
+TEST_F(ResourceCacheDaoTransactionTest, context_manyRowsInOne_eachGetsItsOwnValues)
+{
+    insert(u"test:a"_s);
+    insert(u"test:b"_s);
+    const Context context = transaction();
+    ASSERT_TRUE(succeeded(update(context, u"test:a"_s, ResourceStatus::Ready, u"/a"_s, 5)));
+    ASSERT_TRUE(succeeded(update(context, u"test:b"_s, ResourceStatus::Acquiring, u"/b"_s, 7)));
+    ASSERT_TRUE(succeeded(update(context, u"test:a"_s, ResourceStatus::Missing, {}, {})));
+    ASSERT_TRUE(succeeded(context->commit()));
+    EXPECT_EQ(contents(),
+              QStringList({ u"test:a,Missing,none,none"_s, u"test:b,Acquiring,/b,7"_s }));
+    EXPECT_EQ(dao.selectCurrentSize().value(), 7);
+}
+
+TEST_F(ResourceCacheDaoTransactionTest, context_statementFails_isRunAgainInIt)
+{
+    insert(u"test:a"_s);
+    database().run(u"CREATE TRIGGER refusal BEFORE UPDATE ON CachedResources "
+                   "WHEN NEW.status = 'Acquiring' BEGIN SELECT RAISE(ABORT, 'refused'); END"_s);
+    const Context context = transaction();
+    const auto updateTo = [&](ResourceStatus status) {
+        return update(context, u"test:a"_s, status, u"/a"_s, 5);
+    };
+    ASSERT_TRUE(succeeded(updateTo(ResourceStatus::ScheduledForAcquire)));
+    EXPECT_TRUE(failedInDriver(updateTo(ResourceStatus::Acquiring), u"refused"_s));
+    ASSERT_TRUE(succeeded(updateTo(ResourceStatus::Ready)));
+    ASSERT_TRUE(succeeded(context->commit()));
+    EXPECT_EQ(contents(), QStringList({ u"test:a,Ready,/a,5"_s }));
+}
+
+TEST_F(ResourceCacheDaoTransactionTest, context_schemaChangesMeanwhile_statementsFollowIt)
+{
+    insert(u"test:a"_s);
+    const Context context = transaction();
+    ASSERT_TRUE(succeeded(update(context, u"test:a"_s, ResourceStatus::Ready, u"/a"_s, 5)));
+    runInside(u"ATTACH ':memory:' AS more"_s);
+    runInside(u"ALTER TABLE CachedResources ADD note TEXT"_s);
+    runInside(u"CREATE TRIGGER noted AFTER UPDATE ON CachedResources BEGIN "
+              "UPDATE CachedResources SET note = NEW.fileSize WHERE id = NEW.id; END"_s);
+    ASSERT_TRUE(succeeded(update(context, u"test:a"_s, ResourceStatus::Ready, u"/a"_s, 6)));
+    ASSERT_TRUE(succeeded(context->commit()));
+    EXPECT_EQ(database().column(u"SELECT note FROM CachedResources"_s), QStringList({ u"6"_s }));
+}
+
+TEST_F(ResourceCacheDaoTransactionTest, context_innerGivenUp_outerRunsItsStatementsAgain)
+{
+    insert(u"test:a"_s);
+    const Context outer = transaction();
+    ASSERT_TRUE(succeeded(update(outer, u"test:a"_s, ResourceStatus::Ready, u"/a"_s, 5)));
+    {
+        const Context inner = transaction();
+        ASSERT_TRUE(succeeded(update(inner, u"test:a"_s, ResourceStatus::Missing, {}, {})));
+    }
+    ASSERT_TRUE(succeeded(update(outer, u"test:a"_s, ResourceStatus::Ready, u"/a"_s, 6)));
+    ASSERT_TRUE(succeeded(outer->commit()));
+    EXPECT_EQ(contents(), QStringList({ u"test:a,Ready,/a,6"_s }));
+}
+
+TEST_F(ResourceCacheDaoTransactionTest, context_committed_keepsNoStatement)
+{
+    insert(u"test:a"_s);
+    const Context context = transaction();
+    ASSERT_TRUE(succeeded(update(context, u"test:a"_s, ResourceStatus::Ready, u"/a"_s, 5)));
+    EXPECT_NE(openStatements(), 0);
+    ASSERT_TRUE(succeeded(context->commit()));
+    EXPECT_EQ(openStatements(), 0);
 }
 
 TEST_F(ResourceCacheDaoTransactionTest, contexts_nested_innerGoesWithTheOuter)

@@ -1,3 +1,4 @@
+#include "Compilations.h"
 #include "FileLooks.h"
 #include "FileSteps.h"
 #include "RemovalRange.h"
@@ -158,4 +159,19 @@ TEST_F(ResourceCachePurgeCostTest, purgeCacheIfNeeded_manyResources_isOneTransac
     EXPECT_EQ(QDir(dataPath(u"s/all"_s)).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size(), 500);
     EXPECT_FALSE(QFileInfo::exists(dataPath(u"s/all/499"_s)));
     EXPECT_TRUE(QFileInfo::exists(dataPath(u"s/all/500/f"_s)));
+}
+
+TEST_F(ResourceCachePurgeCostTest, purgeCacheIfNeeded_tenTimesTheResources_compilesNoMoreStatements)
+{
+    const auto compilationsOfPurge = [this](int count) {
+        fill(count);
+        startCountingCompilations();
+        purgeHalf(count);
+        return stopCountingCompilations();
+    };
+    const int few = compilationsOfPurge(10);
+    EXPECT_GT(few, 0);
+    cache.close();
+    database().run(u"DELETE FROM CachedResources"_s);
+    EXPECT_EQ(compilationsOfPurge(100), few);
 }
