@@ -310,37 +310,6 @@ TEST_F(GetCliTest, get_traceThatCannotBeWritten_isCode1)
     EXPECT_TRUE(run->errors().contains("no/such/folder"));
 }
 
-TEST_F(GetCliTest, get_answerCannotBeWritten_isCode1AndSaysWhy)
-{
-    ProgramRun::Options options;
-    options.outputFile = u"/dev/full"_s;
-    const auto run = start({ u"get"_s, sharedFile(u"1.raw"_s, "1") }, options);
-    EXPECT_EQ(run->exitCode(), 1);
-    EXPECT_TRUE(run->errors().contains("No space left")) << run->errors().toStdString();
-}
-
-TEST_F(GetCliTest, get_readerGone_stopsFetchingWithoutAWord)
-{
-    NginxServer::Options slowly;
-    slowly.bytesPerSecond = 100'000;
-    const NginxServer server(slowly);
-    server.addFile(u"slow.raw"_s, QByteArray(10'000'000, 's'));
-    const auto run = startInShell(u"$zelcache get %1 %2 | head -n 1; exit ${PIPESTATUS[0]}"_s.arg(
-        sharedFile(u"a.raw"_s, "a"), server.url(u"slow.raw"_s)));
-    EXPECT_EQ(run->exitCode(), 20);
-    EXPECT_EQ(linesOf(run->output()).size(), 1);
-    EXPECT_EQ(run->errors(), "");
-    EXPECT_EQ(CacheDatabase(cache.databasePath()).status(server.url(u"slow.raw"_s)), u"Missing"_s);
-}
-
-TEST_F(GetCliTest, get_standardOutputClosed_isCode1AndHarmsNoOtherFile)
-{
-    const auto run = startInShell(u"$zelcache get %1 >&-"_s.arg(sharedFile(u"a.raw"_s, "a")));
-    EXPECT_EQ(run->exitCode(), 1);
-    EXPECT_TRUE(run->errors().contains("answer")) << run->errors().toStdString();
-    EXPECT_EQ(CacheDatabase(cache.databasePath()).count(u"CachedResources"_s), 1);
-}
-
 TEST_F(GetCliTest, get_anyLocale_keepsNamesAndSaysNothing)
 {
     const QString reference = sharedFile(u"größe 試料.raw"_s, "a");

@@ -1,5 +1,6 @@
 #include "ReadingCli.h"
 
+#include "NginxServer.h"
 #include "Printers.h"
 
 namespace zel::test {
@@ -39,6 +40,37 @@ TEST_F(StreamsCliTest, get_listOnAPipe_isReadToItsEnd)
         "echo %1; } | $zelcache get -f -"_s.arg(reference));
     EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
     EXPECT_EQ(linesOf(run->output()), QStringList { pathOf(reference) });
+}
+
+TEST_F(StreamsCliTest, get_answerCannotBeWritten_isCode1AndSaysWhy)
+{
+    ProgramRun::Options options;
+    options.outputFile = u"/dev/full"_s;
+    const auto run = start({ u"get"_s, sharedFile(u"1.raw"_s, "1") }, options);
+    EXPECT_EQ(run->exitCode(), 1);
+    EXPECT_TRUE(run->errors().contains("No space left")) << run->errors().toStdString();
+}
+
+TEST_F(StreamsCliTest, get_readerGone_stopsFetchingWithoutAWord)
+{
+    NginxServer::Options slowly;
+    slowly.bytesPerSecond = 100'000;
+    const NginxServer server(slowly);
+    server.addFile(u"slow.raw"_s, QByteArray(10'000'000, 's'));
+    const auto run = startInShell(u"$zelcache get %1 %2 | head -n 1; exit ${PIPESTATUS[0]}"_s.arg(
+        sharedFile(u"a.raw"_s, "a"), server.url(u"slow.raw"_s)));
+    EXPECT_EQ(run->exitCode(), 20);
+    EXPECT_EQ(linesOf(run->output()).size(), 1);
+    EXPECT_EQ(run->errors(), "");
+    EXPECT_EQ(CacheDatabase(cache.databasePath()).status(server.url(u"slow.raw"_s)), u"Missing"_s);
+}
+
+TEST_F(StreamsCliTest, get_standardOutputClosed_isCode1AndHarmsNoOtherFile)
+{
+    const auto run = startInShell(u"$zelcache get %1 >&-"_s.arg(sharedFile(u"a.raw"_s, "a")));
+    EXPECT_EQ(run->exitCode(), 1);
+    EXPECT_TRUE(run->errors().contains("answer")) << run->errors().toStdString();
+    EXPECT_EQ(CacheDatabase(cache.databasePath()).count(u"CachedResources"_s), 1);
 }
 
 TEST_F(StreamsCliTest, error_ofALongReference_repeatsItsEndsOnly)

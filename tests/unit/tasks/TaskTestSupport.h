@@ -12,6 +12,7 @@
 
 #include <atomic>
 #include <coroutine>
+#include <deque>
 #include <future>
 #include <memory>
 #include <optional>
@@ -130,6 +131,23 @@ class ManualTask : public Task
 {
 public:
     void exec() override { setRunning(); }
+};
+
+/// A queue as the manager has it, but for the limit.
+class DirectQueue : public TasksQueue
+{
+public:
+    explicit DirectQueue(int limit)
+    {
+        setConnectionType(Qt::DirectConnection);
+        setMaxRunningTasksCount(limit);
+    }
+    void append(std::deque<ManualTask> &tasks)
+    {
+        for (ManualTask &task : tasks)
+            TasksQueue::append(&task);
+    }
+    using TasksQueue::append;
 };
 
 /// A new subtask of the group; it ends when the test says so.

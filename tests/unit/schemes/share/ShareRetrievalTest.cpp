@@ -1,20 +1,14 @@
-#include "share/ShareRetrieval.h"
+#include "ShareRetrievalFixture.h"
 
-#include "../staging/StagingFixture.h"
-#include "Fate.h"
-#include "Task.h"
 #include "integrity/ContentSum.h"
 #include "integrity/ManifestStore.h"
 
-#include <QCryptographicHash>
 #include <QElapsedTimer>
 
 #include <atomic>
-#include <csignal>
 #include <thread>
 
 #include <sys/resource.h>
-#include <unistd.h>
 
 using namespace zel;
 using namespace zel::test;
@@ -22,74 +16,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace fs = std::filesystem;
 
-namespace {
-
-/// A task that is asked whether it is canceled at every step of the work, and does something at
-/// one of them.
-class SteppedTask : public Task
-{
-public:
-    SteppedTask()
-        : Task(nullptr)
-    {
-    }
-
-    bool isCanceled() const override
-    {
-        if (++steps == atStep)
-            action();
-        return Task::isCanceled();
-    }
-
-    mutable int steps = 0;
-    int atStep = -1;
-    std::function<void()> action;
-};
-
-class ShareRetrievalTest : public StagingFixture
-{
-protected:
-    QString source(const QString &name) const { return cache.outside(u"share/"_s + name); }
-
-    Error retrieve(Task &task, const FetchPlan &plan, const QString &name,
-                   const ExpectedContent &expected = {})
-    {
-        return ShareRetrieval(&task, plan, source(name), expected).run();
-    }
-    Error retrieve(const FetchPlan &plan, const QString &name, const ExpectedContent &expected = {})
-    {
-        Task task(nullptr);
-        return retrieve(task, plan, name, expected);
-    }
-
-    static ExpectedContent checksumOf(const QByteArray &content)
-    {
-        ExpectedContent expected;
-        expected.hash.digest = QCryptographicHash::hash(content, QCryptographicHash::Sha256);
-        return expected;
-    }
-
-    /// Several pieces long.
-    static QByteArray largeContent()
-    {
-        QByteArray content;
-        content.reserve(1'200'000);
-        while (content.size() < 1'100'000)
-            content += QByteArray::number(content.size());
-        return content;
-    }
-
-    QStringList namesBeside(const FetchPlan &plan)
-    {
-        return QFileInfo(plan.expectedPath)
-            .dir()
-            .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
-    }
-
-    const FetchPlan plan = planFor(u"share:/run.raw"_s);
-};
-
-} // namespace
+using ShareRetrievalTest = ShareRetrievalFixture;
 
 TEST_F(ShareRetrievalTest, run_file_arrivesWithItsTime)
 {
@@ -251,130 +178,6 @@ TEST_F(ShareRetrievalTest, run_sourceContainsTheCache_hasCode2)
     Task task(nullptr);
     const Error error = ShareRetrieval(&task, plan, cache.outside({}), {}).run();
     EXPECT_EQ(error.errorCode(), ErrorCode::BadArgument);
-}
-
-TEST_F(ShareRetrievalTest, run_killedAtAnyStep_theNextOneEndsWithTheWholeFile)
-{
-    const FetchPlan folder = planFor(u"share:/run.d"_s, u"run.d"_s);
-    const QByteArray content = largeContent();
-    writeFile(source(u"run.d/a"_s), content);
-    writeFile(source(u"run.d/b/c"_s), content);
-    bool isKilled = true;
-    int step = 1;
-    for (; isKilled; ++step) {
-        const pid_t child = fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
-            SteppedTask task;
-            task.atStep = step;
-            task.action = [] {
-                std::raise(SIGKILL);
-            };
-            _exit(retrieve(task, folder, u"run.d"_s).hasError() ? 1 : 0);
-        }
-        isKilled = fateOfChild(child) == Fate::Killed;
-        EXPECT_NE(isKilled, QFileInfo::exists(folder.expectedPath)) << "step " << step;
-    }
-    EXPECT_GT(step, 10);
-    EXPECT_EQ(readFile(folder.expectedPath + u"/a"_s), content);
-    EXPECT_EQ(readFile(folder.expectedPath + u"/b/c"_s), content);
-    EXPECT_TRUE(places().isEmpty());
-}
-
-TEST_F(ShareRetrievalTest, run_killedBeforePublishing_theNextOnePublishesWithoutCopying)
-{
-    writeFile(source(u"run.raw"_s), largeContent());
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        FetchPlan killing = plan;
-        killing.isReady = [](const QString &) -> bool {
-            std::raise(SIGKILL);
-            return false;
-        };
-        _exit(retrieve(killing, u"run.raw"_s).hasError() ? 1 : 0);
-    }
-    ASSERT_EQ(fateOfChild(child), Fate::Killed);
-    EXPECT_FALSE(QFileInfo::exists(plan.expectedPath));
-
-    Task task(nullptr);
-    QSignalSpy told(&task, &Task::progress);
-    ASSERT_FALSE(retrieve(task, plan, u"run.raw"_s).hasError());
-    EXPECT_EQ(told.first().at(0), told.first().at(1));
-    EXPECT_EQ(readFile(plan.expectedPath), largeContent());
-}
-
-TEST_F(ShareRetrievalTest, run_sourceChangesAtAnyStep_isAFailureOrTheNewState)
-{
-    const QByteArray first = largeContent();
-    const QByteArray second = QByteArray(first).replace('1', '2');
-    writeFile(source(u"run.raw"_s), first);
-    SteppedTask whole;
-    ASSERT_FALSE(retrieve(whole, planFor(u"share:/w"_s, u"w"_s), u"run.raw"_s).hasError());
-
-    for (int step = 1; step <= whole.steps; ++step) {
-        writeFile(source(u"run.raw"_s), first);
-        const FetchPlan stepPlan = planFor(u"share:/%1"_s.arg(step), u"%1.raw"_s.arg(step));
-        SteppedTask task;
-        task.atStep = step;
-        task.action = [&] {
-            writeFile(source(u"run.raw"_s), second);
-        };
-        const Error error = retrieve(task, stepPlan, u"run.raw"_s);
-        EXPECT_EQ(int(error.errorCode()), 6) << step;
-        EXPECT_FALSE(QFileInfo::exists(stepPlan.expectedPath));
-        ASSERT_FALSE(retrieve(stepPlan, u"run.raw"_s).hasError());
-        EXPECT_EQ(readFile(stepPlan.expectedPath), second) << step;
-    }
-}
-
-TEST_F(ShareRetrievalTest, run_sourceGrowsMeanwhile_hasCode6)
-{
-    writeFile(source(u"run.raw"_s), largeContent());
-    SteppedTask task;
-    task.atStep = 3;
-    task.action = [&] {
-        writeFile(source(u"run.raw"_s), largeContent() + largeContent());
-    };
-    EXPECT_EQ(int(retrieve(task, plan, u"run.raw"_s).errorCode()), 6);
-}
-
-TEST_F(ShareRetrievalTest, run_sourceShrinksMeanwhile_hasCode6)
-{
-    writeFile(source(u"run.raw"_s), largeContent());
-    SteppedTask task;
-    task.atStep = 3;
-    task.action = [&] {
-        writeFile(source(u"run.raw"_s), "short");
-    };
-    EXPECT_EQ(int(retrieve(task, plan, u"run.raw"_s).errorCode()), 6);
-}
-
-TEST_F(ShareRetrievalTest, run_fileAppearsInFolderMeanwhile_hasCode6)
-{
-    const FetchPlan folder = planFor(u"share:/run.d"_s, u"run.d"_s);
-    writeFile(source(u"run.d/a"_s), largeContent());
-    SteppedTask task;
-    task.atStep = 4;
-    task.action = [&] {
-        writeFile(source(u"run.d/b"_s), "new");
-    };
-    EXPECT_EQ(int(retrieve(task, folder, u"run.d"_s).errorCode()), 6);
-    EXPECT_FALSE(QFileInfo::exists(folder.expectedPath));
-}
-
-TEST_F(ShareRetrievalTest, run_resourceBecomesReadyMeanwhile_dropsItsOwn)
-{
-    writeFile(source(u"run.raw"_s), largeContent());
-    SteppedTask task;
-    task.atStep = 3;
-    task.action = [&] {
-        writeFile(plan.expectedPath, "of the other");
-        ready << plan.referenceKey;
-    };
-    ASSERT_FALSE(retrieve(task, plan, u"run.raw"_s).hasError());
-    EXPECT_EQ(readFile(plan.expectedPath), "of the other");
-    EXPECT_TRUE(places().isEmpty());
 }
 
 TEST_F(ShareRetrievalTest, run_staleStagingOfOthers_isRemovedFirst)
