@@ -68,6 +68,8 @@ Error HttpStagingSink::publish()
     ZEL_TRY(error, writer->drain());
     ZEL_TRY(error, file->sync());
     progress->advance(file->size(), file->durableBytes());
+    progress->endWhole();
+    progress.reset();
     closeFile();
     area->manifest().setSums(QByteArray::fromStdString(area->mainPath().filename().native()),
                              sums->sums());

@@ -15,6 +15,7 @@
 #include <QThread>
 #include <QUuid>
 
+#include <algorithm>
 #include <vector>
 
 namespace zel {
@@ -31,17 +32,19 @@ constexpr QLatin1StringView turnFile("/.lock");
 constexpr QLatin1StringView comparedFile("/.compared");
 constexpr qint64 mostKeyBytes = 64ll * 1024;
 constexpr int mostTurnMs = 2000;
-constexpr int turnPauseMs = 5;
+constexpr unsigned long firstPauseUs = 100; // a turn takes about as long
+constexpr unsigned long longestPauseUs = 5000;
 
-/// Waits for the others, who take a moment each. Whoever has to wait for longer goes without: a
-/// program may have been stopped in the midst, and no fetch waits for that. So does one that may
-/// not have the lock, or of a folder that is not there.
+/// Waits for the others, who take a moment each: a longer one each time. Whoever has to wait for
+/// longer goes without: a program may have been stopped in the midst, and no fetch waits for that.
+/// So does one that may not have the lock, or of a folder that is not there.
 FileLock turnIn(const QString &folder)
 {
     const QDeadlineTimer limit(mostTurnMs);
     FileLock lock(folder + turnFile);
-    while (lock.state() == FileLock::State::Busy && !limit.hasExpired()) {
-        QThread::msleep(turnPauseMs);
+    for (auto pause = firstPauseUs; lock.state() == FileLock::State::Busy && !limit.hasExpired();
+         pause = std::min(2 * pause, longestPauseUs)) {
+        QThread::usleep(pause);
         lock = FileLock(folder + turnFile);
     }
     return lock;

@@ -58,12 +58,13 @@ Error ShareRetrieval::run()
 
     progress = std::make_unique<TransferProgress>(task, area.get());
     const Error collected = collect(listing);
-    progress->end();
-    if (int(collected.errorCode()) == SchemeErrors::noSpace)
-        area->giveRoomBack();
-    if (collected.hasError())
+    if (collected.hasError()) {
+        progress->end();
+        if (int(collected.errorCode()) == SchemeErrors::noSpace)
+            area->giveRoomBack();
         return ZEL_PASS(collected);
-
+    }
+    progress->endWhole();
     ZEL_TRY(error, checkUnchanged(listing));
     ZEL_TRY(error, makeRight(listing));
     ZEL_TRY(error, area->publish());

@@ -122,20 +122,26 @@ Result<std::unique_ptr<StagingArea>> StagingArea::openFree(const FetchPlan &plan
 Error StagingArea::prepare()
 {
     Error error;
-    ZEL_TRY(error, FileUtilsGeneric::mkPath(StagingFolder::contentPath(folder)));
     const auto former = StagingRecord::read(StagingFolder::recordPath(folder));
     const bool isSameState = former.hasValue() && !currentRecord.validator.isEmpty()
         && former.value().validator == currentRecord.validator
         && former.value().referenceKey == currentRecord.referenceKey;
-    if (!isSameState)
+    if (isSameState)
+        ZEL_TRY(error, goOnFrom(former.value()));
+    else
         ZEL_TRY(error, clearContent());
-    else if (former.value().process.bootId != currentRecord.process.bootId)
-        ZEL_TRY(error, distrustAfterReboot(former.value()));
-    if (isSameState) {
-        vouchedBytes = former.value().durableBytes;
-        currentRecord.durableBytes = std::min(vouchedBytes, mainFileBytes());
-    }
     saveRecord();
+    return error;
+}
+
+Error StagingArea::goOnFrom(const StagingRecord &former)
+{
+    Error error;
+    ZEL_TRY(error, FileUtilsGeneric::mkPath(StagingFolder::contentPath(folder)));
+    if (former.process.bootId != currentRecord.process.bootId)
+        ZEL_TRY(error, distrustAfterReboot(former));
+    vouchedBytes = former.durableBytes;
+    currentRecord.durableBytes = std::min(vouchedBytes, mainFileBytes());
     return error;
 }
 

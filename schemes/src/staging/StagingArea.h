@@ -88,6 +88,7 @@ private:
                                                          const QString &validator,
                                                          const QString &name);
     Error prepare();
+    Error goOnFrom(const StagingRecord &former);
     Error distrustAfterReboot(const StagingRecord &former);
     void removeOtherStates() const;
     Error clearContent() const;

@@ -49,14 +49,19 @@ void TransferProgress::advance(qint64 done, qint64 durable)
     durableBytes = std::max(durableBytes, durable);
     if (taskTold.elapsed() >= taskIntervalMs)
         tellTask();
-    if (recordTold.elapsed() >= recordIntervalMs)
-        tellRecord();
+    tellRecordInTime();
 }
 
 void TransferProgress::end()
 {
     tellTask();
     tellRecord();
+}
+
+void TransferProgress::endWhole()
+{
+    tellTask();
+    tellRecordInTime();
 }
 
 void TransferProgress::tellTask()
@@ -68,6 +73,12 @@ void TransferProgress::tellTask()
     const int shift = shiftFor(*totalBytes);
     const qint64 shown = std::min(doneBytes, *totalBytes);
     task->setProgress(int(shown >> shift), int(*totalBytes >> shift));
+}
+
+void TransferProgress::tellRecordInTime()
+{
+    if (recordTold.elapsed() >= recordIntervalMs)
+        tellRecord();
 }
 
 void TransferProgress::tellRecord()

@@ -22,14 +22,18 @@ public:
     void begin(qint64 done, std::optional<qint64> total);
     /// `done` bytes are here now, `durable` of them on the disk. Cheap: call it for every piece.
     void advance(qint64 done, qint64 durable);
-    /// Writes down where the transfer ended.
+    /// Writes down where the transfer ended, for those who go on from there.
     void end();
+    /// The same where all has come and goes to its place at once, the record with it: that is
+    /// written only if it is its time.
+    void endWhole();
 
     /// A number of 32 bits for each byte count of a total of any size: bytes shifted right by this.
     static int shiftFor(qint64 total);
 
 private:
     void tellTask();
+    void tellRecordInTime();
     void tellRecord();
 
     Task *const task;

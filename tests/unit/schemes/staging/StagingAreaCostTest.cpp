@@ -43,6 +43,7 @@ protected:
     const FetchPlan plan = planFor(u"share:/a"_s);
     std::unique_ptr<StagingArea> area;
     QStringList synced; ///< paths, in their order
+    QStringList madeFolders;
     bool isFull = false; ///< nothing more can be written
 
 private:
@@ -50,6 +51,8 @@ private:
     {
         if (step.kind == FileStep::Kind::Sync)
             synced << QString::fromStdString(pathOf(step));
+        if (step.kind == FileStep::Kind::MakeFolder)
+            madeFolders << QString::fromStdString(pathOf(step));
         return isFull && step.kind == FileStep::Kind::Write ? ENOSPC : 0;
     }
 };
@@ -89,6 +92,13 @@ TEST_F(StagingAreaCostTest, trustAtMost_volumeIsFull_leavesNoRecord)
     isFull = false;
     area->saveRecord();
     EXPECT_EQ(vouchedBytes(), 4);
+}
+
+TEST_F(StagingAreaCostTest, open_placeIsNew_makesItsFoldersOnce)
+{
+    const auto other = open(planFor(u"share:/b"_s), u"v1"_s);
+    const QString content = QString::fromStdString(other->contentDirectory().native());
+    EXPECT_EQ(madeFolders.count(content), 1) << madeFolders.join(u'\n').toStdString();
 }
 
 // As a program leaves it that died after it gave room back.

@@ -51,6 +51,17 @@ TEST_F(TransferProgressTest, begin_and_end_tellTaskAndRecord)
     EXPECT_EQ(written().durableBytes, 60);
 }
 
+TEST_F(TransferProgressTest, endWhole_rightAfterTheBegin_tellsTheTaskOnly)
+{
+    QSignalSpy told(&task, &Task::progress);
+    TransferProgress progress(&task, area.get());
+    progress.begin(10, 100);
+    progress.advance(100, 100);
+    progress.endWhole();
+    EXPECT_EQ(told.last().at(0).toInt(), 100);
+    EXPECT_EQ(written().bytes, 10);
+}
+
 TEST_F(TransferProgressTest, advance_veryOften_tellsRarely)
 {
     QSignalSpy told(&task, &Task::progress);
