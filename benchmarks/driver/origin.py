@@ -4,6 +4,7 @@ import os
 import socket
 import subprocess
 import time
+from dataclasses import dataclass
 from pathlib import Path
 
 CONFIGURATION = """
@@ -26,23 +27,35 @@ http {{
     server {{
         listen 127.0.0.1:{port};
         root "{root}";
-        {rate}
+        {pace}
     }}
 }}
 """
+
+
+@dataclass(frozen=True)
+class Pace:
+    """After each piece of so many bytes the server pauses for so many seconds."""
+
+    piece: int
+    pause: float
+
+    def directives(self) -> str:
+        rate = int(self.piece / self.pause)
+        return f"sendfile_max_chunk {self.piece}; limit_rate {rate};"
 
 
 class Origin:
     """One nginx with one worker on a free port of 127.0.0.1. It serves `root`, keeps its own files
     in `work` and ends with stop(), or with the driver."""
 
-    def __init__(self, work: Path, root: Path, bytes_per_second: int = 0):
+    def __init__(self, work: Path, root: Path, pace: Pace | None = None):
         self.work = work
         work.mkdir(parents=True)
         (work / "access.log").touch()
         with socket.create_server(("127.0.0.1", 0)) as listening:
             self.port = listening.getsockname()[1]
-            self._configure(root, bytes_per_second)
+            self._configure(root, pace)
             self.process = self._start(listening.fileno())
 
     def url(self, path: str) -> str:
@@ -65,13 +78,13 @@ class Origin:
         self.process.terminate()
         self.process.wait(timeout=20)
 
-    def _configure(self, root: Path, bytes_per_second: int) -> None:
+    def _configure(self, root: Path, pace: Pace | None) -> None:
         text = CONFIGURATION.format(
             # A worker of the superuser's server would change to a user who may not read our files.
             owner="user root root;" if os.geteuid() == 0 else "",
             port=self.port,
             root=root,
-            rate=f"limit_rate {bytes_per_second};" if bytes_per_second else "",
+            pace=pace.directives() if pace else "",
         )
         (self.work / "nginx.conf").write_text(text)
 

@@ -1,7 +1,6 @@
-#include "Contestant.h"
-#include "HoldWatch.h"
 #include "OpenCache.h"
 #include "ResourceRetrieveHandle.h"
+#include "Watched.h"
 
 #include <QDir>
 #include <QFile>
@@ -9,8 +8,6 @@
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QSystemSemaphore>
-
-#include <algorithm>
 
 using namespace zel;
 using namespace zel::bench;
@@ -20,51 +17,6 @@ namespace {
 
 constexpr int resources = 200; ///< a round
 constexpr int percents = 10; ///< of each
-
-/// Of the round's holds: the longest one is what others feel.
-class Watched : public Contestant
-{
-public:
-    int run() override
-    {
-        startWatchingHolds();
-        work();
-        holds = stopWatchingHolds();
-        return static_cast<int>(holds.size());
-    }
-    Figures figures() const override
-    {
-        const auto longest
-            = std::max_element(holds.begin(), holds.end(), [](const Hold &left, const Hold &right) {
-                  return left.seconds < right.seconds;
-              });
-        std::vector<double> seconds;
-        std::vector<double> cpu;
-        for (const Hold &hold : holds) {
-            seconds.push_back(hold.seconds);
-            cpu.push_back(hold.cpu);
-        }
-        return { { "seconds", longest->seconds },
-                 { "cpu", longest->cpu },
-                 { "longestCpu", *std::max_element(cpu.begin(), cpu.end()) },
-                 { "median", quantile(seconds, 0.5) },
-                 { "99%", quantile(seconds, 0.99) } };
-    }
-
-protected:
-    virtual void work() = 0;
-
-private:
-    static double quantile(std::vector<double> &values, double share)
-    {
-        const auto place = values.begin()
-            + static_cast<std::ptrdiff_t>(static_cast<double>(values.size() - 1) * share);
-        std::nth_element(values.begin(), place, values.end());
-        return *place;
-    }
-
-    std::vector<Hold> holds;
-};
 
 /// What a program does with resources that it fetches: all of it but scans, batch deletions and
 /// conversions.

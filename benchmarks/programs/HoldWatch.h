@@ -12,7 +12,8 @@ struct Hold
 };
 
 /// Notes the holds of this program from now on. It stands in for the system call's wrapper, for the
-/// libraries of the program, too; what is measured needs no change for it. One thread at a time.
+/// libraries of the program, too; what is measured needs no change for it. Of one semaphore at a
+/// time: what is noted belongs to the thread that holds it.
 void startWatchingHolds();
 std::vector<Hold> stopWatchingHolds();
 

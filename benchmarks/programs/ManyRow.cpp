@@ -8,7 +8,9 @@
 #include <QDir>
 #include <QFile>
 
+#include <mutex>
 #include <optional>
+#include <thread>
 
 #include <unistd.h>
 
@@ -20,6 +22,7 @@ namespace {
 
 constexpr int count = 1000;
 constexpr int fileSize = 4096;
+constexpr int atOnce = 6; ///< as many fetches as the manager has
 
 /// New files in a folder of their own for each round; gives the folder.
 QString makeSources(const QString &directory, int round)
@@ -73,27 +76,78 @@ Script recordRetrieval(const QString &directory)
     return record([&] { ours.run(); });
 }
 
-/// A copy that is there as a whole or not at all, and stays there.
-void copyDurably(const QString &source, const QString &folder)
+void syncAt(const QString &path)
 {
+    const OpenFile file(path);
+    if (::fsync(file.descriptor) != 0)
+        giveUp("cannot sync " + path.toStdString());
+}
+
+void copyToDisk(const QString &source, const QString &target)
+{
+    const OpenFile from(source);
+    const OpenFile to(target, O_WRONLY | O_CREAT | O_TRUNC);
+    if (::copy_file_range(from.descriptor, nullptr, to.descriptor, nullptr, fileSize, 0) != fileSize
+        || ::fdatasync(to.descriptor) != 0)
+        giveUp("nothing can be copied");
+}
+
+/// A copy that is there as a whole or not at all, and stays there.
+void copyDurably(const QString &source, const QString &place, const QString &name)
+{
+    const QString folder = place + u'/' + name;
     const QString staged = folder + u"/staged"_s;
     QDir().mkpath(folder);
-    {
-        const OpenFile from(source);
-        const OpenFile to(staged, O_WRONLY | O_CREAT | O_TRUNC);
-        if (::copy_file_range(from.descriptor, nullptr, to.descriptor, nullptr, fileSize, 0)
-                != fileSize
-            || ::fdatasync(to.descriptor) != 0)
-            giveUp("nothing can be copied");
-    }
+    copyToDisk(source, staged);
     QFile::rename(staged, folder + u"/data.raw"_s);
 }
 
-/// The same statements and takes of the semaphore on a new database, then the copies alone.
-class BareMany : public Contestant
+void writeManifest(const QString &path)
+{
+    constexpr int size = 430;
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(QByteArray(size, ' ')) != size)
+        giveUp("nothing can be written");
+    file.close();
+    syncAt(path);
+}
+
+/// The same with all the waits by which every file system has the copy, its names and its manifest
+/// after a power cut. The three folders in `place` are there.
+void copyAsPromised(const QString &source, const QString &place, const QString &name)
+{
+    const QString staging = place + u"/Staging/"_s + name;
+    const QString folder = place + u"/Cache/"_s + name;
+    const QString manifest = place + u"/Manifests/"_s + name;
+    QDir().mkdir(staging);
+    copyToDisk(source, staging + u"/data.raw"_s);
+    syncAt(staging);
+    QDir().mkdir(folder);
+    QFile::rename(staging + u"/data.raw"_s, folder + u"/data.raw"_s);
+    syncAt(folder);
+    syncAt(place + u"/Cache"_s);
+    writeManifest(manifest + u".new"_s);
+    QFile::rename(manifest + u".new"_s, manifest);
+    QDir().rmdir(staging);
+}
+
+/// Of the script: what ends with giving the semaphore back.
+std::vector<Script> holdsOf(const Script &script)
+{
+    std::vector<Script> holds(1);
+    for (const Step &step : script) {
+        holds.back().push_back(step);
+        if (step.kind == Step::Kind::Give)
+            holds.emplace_back();
+    }
+    return holds;
+}
+
+/// The same statements and takes of the semaphore on a new database, and the copies alone.
+class Bare : public Contestant
 {
 public:
-    explicit BareMany(const QString &directory)
+    explicit Bare(const QString &directory)
         : directory(directory)
         , script(recordRetrieval(directory + u"/recorded"_s))
     {
@@ -104,21 +158,15 @@ public:
     {
         place = u"%1/played-%2"_s.arg(directory, QString::number(round));
         source = makeSources(directory, round++);
-        QDir().mkpath(place);
+        for (const auto &folder : { u"/Staging"_s, u"/Cache"_s, u"/Manifests"_s })
+            QDir().mkpath(place + folder);
         QFile::copy(databaseOf(directory + u"/empty"_s), databaseOf(place));
         replay.emplace(databaseOf(place), Replay::Settings::AsOurs);
     }
-    int run() override
-    {
-        replay->play(script);
-        for (int i = 0; i < count; ++i) {
-            const QString name = QString::number(i);
-            copyDurably(u"%1/%2.raw"_s.arg(source, name), u"%1/%2"_s.arg(place, name));
-        }
-        return count;
-    }
 
-private:
+protected:
+    QString sourceOf(int number) const { return u"%1/%2.raw"_s.arg(source).arg(number); }
+
     const QString directory;
     const Script script;
     QString place;
@@ -127,12 +175,73 @@ private:
     int round = 0;
 };
 
+/// One after the other, with one sync each.
+class OneByOne : public Bare
+{
+public:
+    using Bare::Bare;
+
+    int run() override
+    {
+        replay->play(script);
+        for (int i = 0; i < count; ++i)
+            copyDurably(sourceOf(i), place, QString::number(i));
+        return count;
+    }
+};
+
+/// As many at once as ours, with all that it promises: each does its share of the holds when it is
+/// its turn, and then its copy.
+class AsPromised : public Bare
+{
+public:
+    explicit AsPromised(const QString &directory)
+        : Bare(directory)
+        , holds(holdsOf(script))
+    {
+    }
+
+    int run() override
+    {
+        next = 0;
+        std::vector<std::thread> workers;
+        for (int i = 0; i < atOnce; ++i)
+            workers.emplace_back([this] { workThrough(); });
+        for (std::thread &worker : workers)
+            worker.join();
+        return count;
+    }
+
+private:
+    void workThrough()
+    {
+        for (size_t i = takeTurn(); i < count; i = takeTurn())
+            copyAsPromised(sourceOf(int(i)), place, QString::number(i));
+    }
+
+    size_t takeTurn()
+    {
+        const std::lock_guard turn(mutex);
+        const size_t number = next++;
+        if (number >= count)
+            return number;
+        for (size_t i = holds.size() * number / count; i < holds.size() * (number + 1) / count; ++i)
+            replay->play(holds[i]);
+        return number;
+    }
+
+    const std::vector<Script> holds;
+    std::mutex mutex; ///< of the rest, and of the connection
+    size_t next = 0;
+};
+
 template<typename Side>
 std::unique_ptr<Contestant> make(const QString &directory)
 {
     return std::make_unique<Side>(directory);
 }
 
-const bool known = enter("many/ours", make<RetrieveMany>) && enter("many/floor", make<BareMany>);
+const bool known = enter("many/ours", make<RetrieveMany>) && enter("many/floor", make<OneByOne>)
+    && enter("many/promise", make<AsPromised>);
 
 } // namespace

@@ -56,6 +56,7 @@ ROWS = [
         {
             "ours": program("many/ours"),
             "floor": program("many/floor"),
+            "promise": program("many/promise"),
             "cacache": node_peer("cacache", "put"),
         },
         [Goal("seconds", 1.25, "floor"), Goal("seconds", 1.5, "cacache")],

@@ -9,16 +9,17 @@ from pathlib import Path
 
 from driver.contestants import Command, Contestant, Figures
 from driver.crowd import Crowd
-from driver.origin import Origin
+from driver.origin import Origin, Pace
 from driver.rows import Goal, Place, Row
 from rows.sides import MakeSide, python_script, zelcache
 
 BIG = "big.raw"
 BIG_BYTES = 1 << 30
 SHARED = "shared.raw"
-SHARED_BYTES = 2 << 20
-SHARED_RATE = 1 << 20  # the server gives a second's worth at once: a transfer of a second
-REPEAT = 4  # fetches a round
+SHARED_BYTES = 4 << 20
+PIECES = 4  # of the shared file, each followed by a pause of the server
+PAUSE = 0.1  # seconds: long enough that all wait for the one that fetches
+FEW = 4  # fetches a round, where nobody waits
 FETCHER = """
     SELECT processId FROM AcquiringTasks JOIN Clients ON Clients.id = clientId
     WHERE progress IS NOT NULL
@@ -122,14 +123,17 @@ def _fetching_process(place: Place) -> int | None:
 
 
 def _crowd(
-    make_command: MakeCommand, processes: int, fetcher: Callable[[Place], int | None] | None = None
+    make_command: MakeCommand,
+    processes: int,
+    repeat: int,
+    fetcher: Callable[[Place], int | None] | None = None,
 ) -> MakeSide:
     def make(place: Place) -> Contestant:
         make_command(place, "")
         root = _served(place, SHARED, SHARED_BYTES)
-        origin = Origin(place.work / "origin", root, SHARED_RATE)
+        origin = Origin(place.work / "origin", root, Pace(SHARED_BYTES // PIECES, PAUSE))
         command = make_command(place, origin.url(SHARED))
-        crowd = Crowd(command, processes, REPEAT)
+        crowd = Crowd(command, processes, repeat)
         crowd.before = lambda: shutil.rmtree(_copy_of(place), ignore_errors=True)
         if fetcher:
             crowd.worker = lambda: fetcher(place)
@@ -138,22 +142,24 @@ def _crowd(
     return make
 
 
-def _sharing(processes: int) -> Row:
+def _sharing(processes: int, repeat: int) -> Row:
+    """How late those are who wait is chance: ours does so many fetches a round that the median of
+    that stays where it is."""
     return Row(
         f"share{processes}",
         f"{processes} processes, one missing resource",
         {
-            "ours": _crowd(_get, processes, _fetching_process),
-            "floor": _crowd(_curl, 1),
-            "pooch": _crowd(_pooch, processes),
+            "ours": _crowd(_get, processes, repeat, _fetching_process),
+            "floor": _crowd(_curl, 1, FEW),
+            "pooch": _crowd(_pooch, processes, FEW),
         },
         [Goal("origin", 1), Goal("wait", 0.06)],
     )
 
 
 ROWS = [
-    _sharing(2),
-    _sharing(8),
+    _sharing(2, repeat=24),
+    _sharing(8, repeat=8),
     Row(
         "http",
         "http: 1 GiB on loopback",
