@@ -3,8 +3,10 @@ find_package(Qt6 6.4 REQUIRED COMPONENTS Core Sql)
 find_package(QCoro6 0.8 REQUIRED COMPONENTS Core Coro)
 find_package(CURL REQUIRED)
 find_package(OpenSSL 3 REQUIRED COMPONENTS Crypto)
-find_package(CLI11 2.1 REQUIRED)
-find_program(SCDOC_PROGRAM scdoc REQUIRED) # the manual page
+if(PROJECT_IS_TOP_LEVEL)
+    find_package(CLI11 2.1 REQUIRED) # the program
+    find_program(SCDOC_PROGRAM scdoc REQUIRED) # its manual page
+endif()
 
 # Brings no package file of its own on every system.
 find_path(XXHASH_INCLUDE_DIR xxhash.h REQUIRED)

@@ -2,6 +2,8 @@
 #include "ProgramRun.h"
 #include "TemporaryCache.h"
 
+#include <QFileInfo>
+
 using namespace zel::test;
 using namespace Qt::Literals::StringLiterals;
 
@@ -16,6 +18,15 @@ TEST(ExternalProgramTest, build_installedLibrary_linksAndFetchesAResourceOfItsOw
     const QString path = QString::fromUtf8(program.output()).trimmed();
     EXPECT_EQ(path, directory.dataDir() + u"/notes/words/text.note"_s);
     EXPECT_EQ(readFile(path), "words");
+}
+
+TEST(ExternalProgramTest, configure_treeInAFolderOfTheProject_bringsTheLibrariesAlone)
+{
+    const ForeignProject project(QStringLiteral(EXTERNAL_PROGRAM), u"around"_s);
+    ASSERT_TRUE(project.configure({ QStringLiteral("-DZEL_TREE=" SOURCE_TREE) }));
+    EXPECT_TRUE(QFileInfo::exists(project.program(u"zel/schemes"_s)));
+    EXPECT_FALSE(QFileInfo::exists(project.program(u"zel/apps"_s)));
+    EXPECT_FALSE(QFileInfo::exists(project.program(u"zel/tests"_s)));
 }
 
 TEST(SharedLibraryTest, exports_always_nothingOfTheInsideOfClasses)

@@ -23,7 +23,7 @@ testing::AssertionResult ForeignProject::build() const
         if (const auto installed = install(component); !installed)
             return installed;
     }
-    if (const auto configured = configure(); !configured)
+    if (const auto configured = configure({ u"-DCMAKE_PREFIX_PATH="_s + prefix() }); !configured)
         return configured;
     return cmake({ u"--build"_s, buildFolder(), u"--parallel"_s, u"2"_s });
 }
@@ -44,13 +44,14 @@ testing::AssertionResult ForeignProject::install(const QString &component) const
                    u"--component"_s, component });
 }
 
-testing::AssertionResult ForeignProject::configure() const
+testing::AssertionResult ForeignProject::configure(const QStringList &variables) const
 {
-    return cmake(
-        { u"-S"_s, folder, u"-B"_s, buildFolder(), u"-G"_s, QStringLiteral(CMAKE_GENERATOR_NAME),
-          QStringLiteral("-DCMAKE_CXX_COMPILER=" CXX_COMPILER),
-          QStringLiteral("-DCMAKE_CXX_COMPILER_LAUNCHER=" CXX_LAUNCHER),
-          QStringLiteral("-DCMAKE_CXX_FLAGS=" CXX_FLAGS), u"-DCMAKE_PREFIX_PATH="_s + prefix() });
+    return cmake(QStringList { u"-S"_s, folder, u"-B"_s, buildFolder(), u"-G"_s,
+                               QStringLiteral(CMAKE_GENERATOR_NAME),
+                               QStringLiteral("-DCMAKE_CXX_COMPILER=" CXX_COMPILER),
+                               QStringLiteral("-DCMAKE_CXX_COMPILER_LAUNCHER=" CXX_LAUNCHER),
+                               QStringLiteral("-DCMAKE_CXX_FLAGS=" CXX_FLAGS) }
+                 + variables);
 }
 
 } // namespace zel::test

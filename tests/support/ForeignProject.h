@@ -17,12 +17,13 @@ public:
 
     /// Installs the libraries, configures and builds the project.
     testing::AssertionResult build() const;
+    /// Only configures it, with these variables besides.
+    testing::AssertionResult configure(const QStringList &variables) const;
     QString program(const QString &name) const { return buildFolder() + u'/' + name; }
 
 private:
     static testing::AssertionResult cmake(const QStringList &arguments);
     testing::AssertionResult install(const QString &component) const;
-    testing::AssertionResult configure() const;
     QString prefix() const { return folder + QStringLiteral("/installed"); }
     QString buildFolder() const { return folder + QStringLiteral("/build"); }
 
