@@ -1,5 +1,7 @@
 #include "support/FileSizesFixture.h"
 
+#include <QRegularExpression>
+
 using namespace zel;
 using namespace zel::test;
 using namespace Qt::Literals::StringLiterals;
@@ -57,6 +59,17 @@ TEST_F(ResourceCacheFileSizesTest, updateFileSizes_fileGrew_changesTheSumByTheDi
     EXPECT_EQ(storedSize(u"b"_s), 5);
     EXPECT_EQ(cache.readCurrentCacheSize().value(), 15);
     EXPECT_GE(lastScan(), daysAgo(1));
+}
+
+TEST_F(ResourceCacheFileSizesTest, updateFileSizes_anyResources_tellsHowLongOthersHaveWaited)
+{
+    openQuietly();
+    addReady(u"test:a"_s, u"s/1/a.txt"_s, 10);
+    addReady(u"test:b"_s, u"s/2/b.txt"_s, 10);
+    const LogCapture log;
+    ASSERT_FALSE(cache.updateFileSizes().hasError());
+    const QRegularExpression length(u"^Counted the sizes of 2 resources in [0-9]+ ms$"_s);
+    EXPECT_EQ(log.texts(QtDebugMsg).filter(length).size(), 1);
 }
 
 TEST_F(ResourceCacheFileSizesTest, updateFileSizes_nothingChanged_writesNoRow)

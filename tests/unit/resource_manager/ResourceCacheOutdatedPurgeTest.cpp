@@ -7,6 +7,7 @@
 #include "threads/LockOrder.h"
 
 #include <QEventLoop>
+#include <QRegularExpression>
 #include <QTest>
 #include <QThread>
 #include <QTimer>
@@ -53,6 +54,22 @@ TEST_F(ResourceCacheOutdatedPurgeTest, purgeOutdatedResources_higherMajor_remove
     EXPECT_EQ(status(u"test:future"_s), u"Ready"_s);
     EXPECT_EQ(status(u"test:none"_s), u"Missing"_s);
     EXPECT_FALSE(isOnDisk(u"s/1"_s));
+}
+
+TEST_F(ResourceCacheOutdatedPurgeTest,
+       purgeOutdatedResources_someOutdated_tellsHowLongOthersHaveWaited)
+{
+    for (const QString &name : { u"1"_s, u"2"_s })
+        addVersion(u"test:"_s + name, u"s/%1/f"_s.arg(name), QVersionNumber(1));
+    addVersion(u"test:current"_s, u"s/3/f"_s, QVersionNumber(2));
+    const LogCapture log;
+    ASSERT_FALSE(cache.purgeOutdatedResources().hasError());
+    const QStringList texts = log.texts(QtDebugMsg);
+    const QRegularExpression search(u"^Determining resources for deletion was completed in [0-9]+ "
+                                    "ms. 2 resources have been marked for deletion$"_s);
+    EXPECT_EQ(texts.filter(search).size(), 1);
+    const QRegularExpression deletion(u"^Deleted 2 resources in [0-9]+ ms$"_s);
+    EXPECT_EQ(texts.filter(deletion).size(), 1);
 }
 
 TEST_F(ResourceCacheOutdatedPurgeTest, purgeOutdatedResources_nothingOutdated_succeedsWithoutATask)

@@ -1,0 +1,60 @@
+#include "../SchemeManagerFixture.h"
+#include "Holds.h"
+#include "ResourceCache.h"
+
+using namespace zel;
+using namespace zel::test;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// How often a fetch takes the semaphore, from the handler to its end: each time may be a wait for
+/// all other programs.
+class ShareHoldsTest : public SchemeManagerFixture
+{
+protected:
+    ShareHoldsTest()
+    {
+        ResourceManager::setRetrieveMode(ResourceHandler::RetrieveMode::NoPrompt);
+        // What goes on by itself: no ping comes, and the first count of all sizes is over.
+        ResourceManager::cache()->setPingEnabled(false);
+        EXPECT_TRUE(ResourceManager::cache()->readCurrentCacheSize().hasValue());
+    }
+    int holdsOfFetches(int count) const
+    {
+        QList<QString> references;
+        for (int i = 0; i < count; ++i) {
+            const QString path = cache.outside(u"share%1/%2.raw"_s.arg(count).arg(i));
+            writeFile(path, "content");
+            references.append(u"share:"_s + path);
+        }
+        startCountingHolds();
+        fetch(references);
+        return stopCountingHolds();
+    }
+
+private:
+    static void fetch(const QList<QString> &references)
+    {
+        const auto handlers = ResourceManager::getHandlers(references);
+        ASSERT_TRUE(handlers.hasValue());
+        const Error error = ResourceManager::retrieve(handlers.value());
+        ASSERT_FALSE(error.hasError()) << error.description().toStdString();
+    }
+};
+
+} // namespace
+
+TEST_F(ShareHoldsTest, retrieve_smallFileAlone_isFifteenHolds)
+{
+    EXPECT_EQ(holdsOfFetches(1), 15);
+}
+
+// Six at once: each looks, for each of the others, whether what it has staged was left behind.
+TEST_F(ShareHoldsTest, retrieve_manySmallFiles_areAFewHoldsMoreForEach)
+{
+    constexpr int count = 24;
+    const int holds = holdsOfFetches(count);
+    EXPECT_GE(holds, count * 15);
+    EXPECT_LE(holds, count * (15 + 5));
+}
