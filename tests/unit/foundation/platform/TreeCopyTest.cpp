@@ -1,77 +1,10 @@
-#include "platform/TreeCopy.h"
-#include "platform/TreeRemoval.h"
-
-#include "TemporaryCache.h"
-#include "platform/ChildProcess.h"
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "platform/TreeCopyFixture.h"
 
 using namespace zel;
 using namespace zel::test;
 using namespace Qt::Literals::StringLiterals;
 
-namespace {
-
-class TreeCopyTest : public testing::Test
-{
-protected:
-    // QTemporaryDir cannot remove names that are no text.
-    void TearDown() override { EXPECT_FALSE(TreeRemoval::remove(directory.path()).hasError()); }
-
-    QString at(const QString &name) const { return QDir(directory.path()).filePath(name); }
-    QByteArray bytesAt(const QString &name) const { return QFile::encodeName(at(name)); }
-
-    /// Makes a link with exactly this text.
-    void link(const QByteArray &text, const QString &name) const
-    {
-        ASSERT_EQ(::symlink(text.constData(), bytesAt(name).constData()), 0);
-    }
-    QByteArray linkText(const QString &name) const
-    {
-        char buffer[256] = {};
-        const auto size = ::readlink(bytesAt(name).constData(), buffer, sizeof buffer);
-        return QByteArray(buffer, qMax<qsizetype>(size, 0));
-    }
-    mode_t modeOf(const QString &name) const
-    {
-        struct stat status = {};
-        EXPECT_EQ(::lstat(bytesAt(name).constData(), &status), 0);
-        return status.st_mode & 07777;
-    }
-    void setTime(const QString &name, time_t seconds) const
-    {
-        const timespec times[2] = { { seconds, 0 }, { seconds, 123456789 } };
-        ASSERT_EQ(::utimensat(AT_FDCWD, bytesAt(name).constData(), times, 0), 0);
-    }
-    std::pair<time_t, long> timeOf(const QString &name) const
-    {
-        struct stat status = {};
-        EXPECT_EQ(::stat(bytesAt(name).constData(), &status), 0);
-        return { status.st_mtim.tv_sec, status.st_mtim.tv_nsec };
-    }
-    Error copy() const { return TreeCopy::copyTree(at(u"s"_s), at(u"t"_s), {}); }
-
-    const QTemporaryDir directory;
-};
-
-QByteArray manyBytes(qsizetype size)
-{
-    QByteArray bytes(size, Qt::Uninitialized);
-    for (qsizetype i = 0; i < size; ++i)
-        bytes[i] = static_cast<char>((i * 31) ^ (i >> 8));
-    return bytes;
-}
-
-TreeCopy::Options replacing()
-{
-    TreeCopy::Options options;
-    options.replacesFiles = true;
-    return options;
-}
-
-} // namespace
+using TreeCopyTest = TreeCopyFixture;
 
 TEST_F(TreeCopyTest, copyTree_nestedTree_arrivesWhole)
 {
@@ -301,72 +234,6 @@ TEST_F(TreeCopyTest, copyTree_progressRefused_isCanceledWithoutAMessage)
         EXPECT_EQ(error.errorMessage(), QString());
         EXPECT_EQ(calls, refusal + 1);
     }
-}
-
-TEST_F(TreeCopyTest, copyFile_progressRefused_leavesNothing)
-{
-    writeFile(at(u"s"_s), QByteArray(9'000'000, 'x'));
-    writeFile(at(u"former"_s), "former");
-    const auto refuse = [](qint64 bytes) {
-        return bytes == 0;
-    };
-    EXPECT_EQ(TreeCopy::copyFile(at(u"s"_s), at(u"t"_s), {}, refuse).errorCode(),
-              ErrorCode::Canceled);
-    EXPECT_EQ(TreeCopy::copyFile(at(u"s"_s), at(u"former"_s), replacing(), refuse).errorCode(),
-              ErrorCode::Canceled);
-    EXPECT_EQ(readFile(at(u"former"_s)), "former");
-    EXPECT_EQ(QDir(directory.path())
-                  .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)
-                  .size(),
-              2);
-}
-
-TEST_F(TreeCopyTest, copyFile_variousSources_followsLinksAndRefusesFolders)
-{
-    writeFile(at(u"real"_s), "x");
-    setTime(u"real"_s, 1'000'000'000);
-    link("real", u"link"_s);
-    ASSERT_FALSE(TreeCopy::copyFile(at(u"link"_s), at(u"t"_s), {}).hasError());
-    EXPECT_EQ(readFile(at(u"t"_s)), "x");
-    EXPECT_FALSE(QFileInfo(at(u"t"_s)).isSymLink());
-    EXPECT_EQ(timeOf(u"t"_s).first, 1'000'000'000);
-
-    const Error again = TreeCopy::copyFile(at(u"link"_s), at(u"t"_s), {});
-    EXPECT_TRUE(again.errorMessage().contains(at(u"t"_s)));
-    ASSERT_TRUE(QDir().mkpath(at(u"folder"_s)));
-    EXPECT_TRUE(TreeCopy::copyFile(at(u"folder"_s), at(u"u"_s), {}).hasError());
-    EXPECT_TRUE(TreeCopy::copyFile(at(u"missing"_s), at(u"u"_s), {}).hasError());
-    EXPECT_TRUE(TreeCopy::copyFile(at(u"real"_s), at(u"no/parent"_s), {}).hasError());
-    EXPECT_TRUE(TreeCopy::copyFile(at(u"real"_s), at(u"folder"_s), replacing()).hasError());
-    EXPECT_FALSE(QFileInfo::exists(at(u"u"_s)));
-    EXPECT_EQ(QDir(directory.path())
-                  .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)
-                  .size(),
-              4);
-}
-
-TEST_F(TreeCopyTest, copyFile_ontoItself_keepsTheContent)
-{
-    writeFile(at(u"s"_s), "content");
-    EXPECT_FALSE(TreeCopy::copyFile(at(u"s"_s), at(u"s"_s), replacing()).hasError());
-    EXPECT_EQ(readFile(at(u"s"_s)), "content");
-}
-
-TEST_F(TreeCopyTest, copyFile_systemFileWithoutSize_isReadToItsEnd)
-{
-    ASSERT_FALSE(TreeCopy::copyFile(u"/proc/self/cmdline"_s, at(u"t"_s), {}).hasError());
-    EXPECT_GT(QFileInfo(at(u"t"_s)).size(), 0);
-}
-
-TEST_F(TreeCopyTest, copyFile_diskFull_failsAndLeavesNothing)
-{
-    writeFile(at(u"s"_s), manyBytes(3'000'000));
-    EXPECT_TRUE(withShortFiles(1'000'000, [&] {
-        const Error error = TreeCopy::copyFile(at(u"s"_s), at(u"t"_s), {});
-        return error.errorCode() == ErrorCode::OperationFailed
-            && error.errorMessage().contains(at(u"t"_s));
-    }));
-    EXPECT_FALSE(QFileInfo::exists(at(u"t"_s)));
 }
 
 TEST_F(TreeCopyTest, copyTree_diskFull_failsAndNamesTheFile)
