@@ -13,11 +13,13 @@ bool isBelow(const std::string &path, const std::string &folder)
 
 } // namespace
 
-FailingStep::FailingStep(std::string folder, int number, int error, Lasting lasting)
+FailingStep::FailingStep(std::string folder, int number, int error, Lasting lasting,
+                         std::optional<FileStep::Kind> kind)
     : m_folder(std::move(folder))
     , m_number(number)
     , m_error(error)
     , m_lasting(lasting)
+    , m_kind(kind)
 {
     watchFileSteps(this);
 }
@@ -29,6 +31,8 @@ FailingStep::~FailingStep()
 
 int FailingStep::before(const FileStep &step)
 {
+    if (m_kind && step.kind != *m_kind)
+        return 0;
     if (!isBelow(pathOf(step), m_folder) && !isBelow(newPathOf(step), m_folder))
         return 0;
     const int number = m_seen++;

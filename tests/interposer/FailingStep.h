@@ -3,6 +3,7 @@
 #include "FileSteps.h"
 
 #include <atomic>
+#include <optional>
 #include <string>
 
 namespace zel::test {
@@ -17,8 +18,10 @@ public:
         FromThereOn, ///< like a disk that has died
     };
 
-    /// The step of that number, beginning with 0, fails with `error`, a number of <cerrno>.
-    FailingStep(std::string folder, int number, int error, Lasting lasting = Lasting::Once);
+    /// The step of that number, beginning with 0, fails with `error`, a number of <cerrno>. Only
+    /// those of the kind count, if there is one.
+    FailingStep(std::string folder, int number, int error, Lasting lasting = Lasting::Once,
+                std::optional<FileStep::Kind> kind = std::nullopt);
     FailingStep(const FailingStep &) = delete;
     FailingStep &operator=(const FailingStep &) = delete;
     ~FailingStep() override;
@@ -34,6 +37,7 @@ private:
     const int m_number;
     const int m_error;
     const Lasting m_lasting;
+    const std::optional<FileStep::Kind> m_kind;
     std::atomic<int> m_seen = 0;
 };
 

@@ -61,6 +61,7 @@ FolderStaging::FolderStaging(std::unique_ptr<StagingArea> area, const RemoteList
 Error FolderStaging::prepare(const std::map<QString, qint64> &sizes)
 {
     Error error;
+    wantedSizes = sizes;
     if (listing.files().size() + listing.folders().size() > mostSingleSyncs)
         ZEL_TRY(error, openVolume());
     ZEL_TRY(error, makeFolder(partsDirectory()));
@@ -69,8 +70,7 @@ Error FolderStaging::prepare(const std::map<QString, qint64> &sizes)
         ZEL_TRY(error, makeFolder(targetOf(folder)));
     for (const auto &[path, file] : listing.files()) {
         const std::optional<qint64> present = fileSize(targetOf(path));
-        const auto wanted = sizes.find(path);
-        if (present && (wanted == sizes.end() || wanted->second == *present))
+        if (present && isWantedSize(path, *present))
             wholeSizes.emplace(path, *present);
         else if (present)
             ZEL_TRY(error, TreeRemoval::remove(textPath(targetOf(path))));
@@ -163,12 +163,18 @@ Error FolderStaging::finish(const RemoteFile &file, const QString &state, const 
     return {};
 }
 
+bool FolderStaging::isWantedSize(const QString &path, qint64 size) const
+{
+    const auto wanted = wantedSizes.find(path);
+    return wanted == wantedSizes.end() || wanted->second == size;
+}
+
 bool FolderStaging::isComplete() const
 {
     for (const auto &[path, file] : listing.files()) {
         const std::optional<qint64> present = fileSize(targetOf(path));
         const std::optional<qint64> noted = wholeSize(path);
-        if (!present || present != noted || (file.size && *file.size != *present))
+        if (!present || present != noted || !isWantedSize(path, *present))
             return false;
     }
     size_t entries = 0;

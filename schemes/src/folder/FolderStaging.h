@@ -27,7 +27,8 @@ public:
 
     StagingArea &area() { return *place; }
 
-    /// Makes all folders, and drops files that are not as long as `sizes` says.
+    /// Makes all folders, and drops files that are not as long as `sizes` says, for each file of
+    /// which it is known.
     Error prepare(const std::map<QString, qint64> &sizes);
     /// Bytes of a whole file; empty for one that is still to be fetched.
     std::optional<qint64> wholeSize(const QString &path) const;
@@ -53,6 +54,7 @@ private:
     Error makeFolder(const std::filesystem::path &path) const;
     Error openVolume();
     Error sync();
+    bool isWantedSize(const QString &path, qint64 size) const;
     bool isComplete() const;
     std::filesystem::path targetOf(const QString &path) const;
     std::filesystem::path partsDirectory() const;
@@ -61,6 +63,7 @@ private:
 
     std::unique_ptr<StagingArea> place;
     const RemoteListing &listing;
+    std::map<QString, qint64> wantedSizes; ///< from before the first byte on, where they are known
     /// Of the place, if all files are synced at once; from before the first byte on.
     std::optional<NativeFile> volume;
     /// Guards the sizes and the sums while files are being finished.

@@ -37,24 +37,23 @@ Error HttpDownload::run()
         Error error;
         ZEL_TRY(error, catchUpWithCheck());
         const HttpOutcome outcome = exchange();
-        const Next next = judge(outcome);
+        Next next = judge(outcome);
+        if (next == Next::AllIsHere)
+            next = judgeWhole();
+        if (next == Next::Finished)
+            return error;
         if (next == Next::GivenUp)
             return ZEL_PASS(lastFailure);
         if (next == Next::AfterAWait)
             ZEL_TRY(error, waitForNext(retry, outcome.head));
-        // Bytes of an earlier attempt may have been damaged since: then all come once more.
-        const bool mayBeOurFault = continuesEarlierBytes;
-        if (next == Next::Finished && (!(error = verify()).hasError() || !mayBeOurFault))
-            return ZEL_PASS(error);
     }
 }
 
 HttpOutcome HttpDownload::exchange()
 {
-    askAgain = false;
-    fault = Error();
     const HttpQuery query = nextQuery();
-    asksForRest = !query.range.isEmpty();
+    attempt = Attempt();
+    attempt.asksForRest = !query.range.isEmpty();
     return session.exchange(query, this, watch.isCanceled);
 }
 
@@ -86,14 +85,14 @@ HttpDownload::Next HttpDownload::judge(const HttpOutcome &outcome)
     // Whatever broke off: what came is kept.
     if (const Error error = flush(); error.hasError())
         return failedForGood(error);
-    if (fault.hasError())
-        return failedForGood(fault);
+    if (attempt.fault.hasError())
+        return failedForGood(attempt.fault);
     if (outcome.end == End::Canceled)
         return failedForGood(HttpFailure::canceled(target.displayName));
-    if (askAgain)
+    if (attempt.askAgain)
         return Next::AtOnce;
     if (isComplete())
-        return Next::Finished;
+        return Next::AllIsHere;
     if (outcome.end == End::Answered)
         return judgeAnswer(outcome);
 
@@ -112,7 +111,7 @@ HttpDownload::Next HttpDownload::judgeAnswer(const HttpOutcome &outcome)
     }
     // The whole answer came, but for a size that was announced elsewhere.
     if (!state.size)
-        return Next::Finished;
+        return Next::AllIsHere;
     return failedForNow(failure(SchemeErrors::integrityFailure,
                                 tr("%1 of %2 bytes came").arg(have).arg(*state.size)));
 }
@@ -122,12 +121,29 @@ HttpDownload::Next HttpDownload::judgeUnmetRange(const HttpHead &head)
     // Asked for the bytes behind the last one: right if the file ends there.
     const auto range = head.contentRange();
     if (opened && range && range->total == have && (!state.size || *state.size == have))
-        return Next::Finished;
+        return Next::AllIsHere;
     if (const Error error = startAnew(); error.hasError())
         return failedForGood(error);
     rangesFail = true;
     return failedForNow(failure(static_cast<int>(ErrorCode::OperationFailed),
                                 tr("the server refuses to send the rest of the file")));
+}
+
+HttpDownload::Next HttpDownload::judgeWhole()
+{
+    if (const Error error = catchUpWithCheck(); error.hasError())
+        return failedForGood(error);
+    const Error wrong = check.verify(have);
+    if (!wrong.hasError())
+        return Next::Finished;
+    // Bytes of an earlier attempt may have been damaged since: then all come once more.
+    const bool mayBeOurFault = continuesEarlierBytes;
+    // Nobody is to go on from these. What cannot be dropped would come to stand before the others.
+    if (const Error error = startAnew(); error.hasError())
+        return failedForGood(error);
+    return mayBeOurFault
+        ? Next::AtOnce
+        : failedForGood(failure(static_cast<int>(wrong.errorCode()), wrong.errorMessage()));
 }
 
 HttpDownload::Next HttpDownload::failedForNow(const Error &reason)
@@ -156,8 +172,9 @@ bool HttpDownload::beginWhole(const HttpHead &head)
     const std::optional<qint64> promised = target.expected.size;
     const bool wrongSize = promised && found.size && *found.size != *promised;
     if (wrongSize) {
-        fault = failure(SchemeErrors::integrityFailure,
-                        tr("the file has %1 bytes instead of %2").arg(*found.size).arg(*promised));
+        attempt.fault
+            = failure(SchemeErrors::integrityFailure,
+                      tr("the file has %1 bytes instead of %2").arg(*found.size).arg(*promised));
         return false;
     }
     const bool isNews = !opened || !found.isSameAs(state);
@@ -169,32 +186,32 @@ bool HttpDownload::beginWhole(const HttpHead &head)
         return false;
     // There are bytes of an earlier attempt: the rest is enough. A server that was asked for the
     // rest and sends everything does not do better when asked again.
-    askAgain = isNews && !nextQuery().range.isEmpty() && !found.refusesRanges;
-    if (askAgain)
+    attempt.askAgain = isNews && !nextQuery().range.isEmpty() && !found.refusesRanges;
+    if (attempt.askAgain)
         return false;
-    fault = startAnew();
-    return !fault.hasError();
+    attempt.fault = startAnew();
+    return !attempt.fault.hasError();
 }
 
 bool HttpDownload::beginRest(const HttpHead &head)
 {
     const auto range = head.contentRange();
     const HttpRepresentation found = head.representation();
-    const bool fits = asksForRest && range && range->first == have
+    const bool fits = attempt.asksForRest && range && range->first == have
         && (!range->total || !state.size || *range->total == *state.size)
         && (found.etag.isEmpty() || found.etag == state.etag);
     if (fits)
         return true;
 
-    if (!asksForRest) {
-        fault = failure(static_cast<int>(ErrorCode::OperationFailed),
-                        tr("the server sends a part of the file that was not asked for"));
+    if (!attempt.asksForRest) {
+        attempt.fault = failure(static_cast<int>(ErrorCode::OperationFailed),
+                                tr("the server sends a part of the file that was not asked for"));
         return false;
     }
     // Joined to what is here it would make a file that never was.
     rangesFail = true;
-    fault = startAnew();
-    askAgain = !fault.hasError();
+    attempt.fault = startAnew();
+    attempt.askAgain = !attempt.fault.hasError();
     return false;
 }
 
@@ -203,15 +220,16 @@ bool HttpDownload::receive(const char *data, qint64 size)
     // An answer that announces no size may have no end.
     const std::optional<qint64> most = state.size ? state.size : target.expected.size;
     if (most && have + buffer.size() + size > *most) {
-        fault = failure(SchemeErrors::integrityFailure, tr("more bytes came than were announced"));
+        attempt.fault
+            = failure(SchemeErrors::integrityFailure, tr("more bytes came than were announced"));
         return false;
     }
     buffer.append(data, size);
     // With room for another piece of this size the buffer does not grow.
     if (buffer.size() + size <= writeSize)
         return true;
-    fault = flush();
-    return !fault.hasError();
+    attempt.fault = flush();
+    return !attempt.fault.hasError();
 }
 
 bool HttpDownload::open(const HttpRepresentation &found)
@@ -220,13 +238,13 @@ bool HttpDownload::open(const HttpRepresentation &found)
     const bool known = !found.rangeValidator().isEmpty();
     statesSeen += known ? 1 : 0;
     if (statesSeen > mostStates) {
-        fault = failure(SchemeErrors::integrityFailure,
-                        tr("the file changes while it is being fetched"));
+        attempt.fault = failure(SchemeErrors::integrityFailure,
+                                tr("the file changes while it is being fetched"));
         return false;
     }
     const Result<qint64> present = sink->open(found);
     if (!present.hasValue()) {
-        fault = ZEL_PASS(present).error();
+        attempt.fault = ZEL_PASS(present).error();
         return false;
     }
     state = found;
@@ -242,12 +260,15 @@ bool HttpDownload::open(const HttpRepresentation &found)
 
 Error HttpDownload::startAnew()
 {
+    Error error;
     buffer.clear();
+    if (opened)
+        ZEL_TRY(error, sink->startAnew());
     check.reset();
     checked = 0;
     have = 0;
     continuesEarlierBytes = false;
-    return opened ? ZEL_PASS(sink->startAnew()) : Error();
+    return error;
 }
 
 Error HttpDownload::flush()
@@ -265,18 +286,6 @@ Error HttpDownload::flush()
     buffer.reserve(writeSize);
     watch.report(have, state.size);
     return error;
-}
-
-Error HttpDownload::verify()
-{
-    Error error;
-    ZEL_TRY(error, catchUpWithCheck());
-    const Error wrong = check.verify(have);
-    if (!wrong.hasError())
-        return error;
-    // Nobody is to go on from these.
-    ZEL_TRY(error, startAnew());
-    return failure(static_cast<int>(wrong.errorCode()), wrong.errorMessage());
 }
 
 Error HttpDownload::catchUpWithCheck()

@@ -25,7 +25,20 @@ public:
 
 private:
     /// What follows an exchange.
-    enum class Next { Finished, AtOnce, AfterAWait, GivenUp };
+    enum class Next {
+        AllIsHere, ///< and is to be checked
+        Finished, ///< and it is right
+        AtOnce, ///< asks once more
+        AfterAWait, ///< the same
+        GivenUp, ///< with the last failure
+    };
+    /// What is known of one exchange only.
+    struct Attempt
+    {
+        bool asksForRest = false;
+        bool askAgain = false; ///< why the receiver stopped: the rest is enough
+        Error fault; ///< why the receiver stopped, otherwise
+    };
 
     HttpOutcome exchange();
     HttpQuery nextQuery() const;
@@ -33,6 +46,7 @@ private:
     Next judge(const HttpOutcome &outcome);
     Next judgeAnswer(const HttpOutcome &outcome);
     Next judgeUnmetRange(const HttpHead &head);
+    Next judgeWhole();
     Next failedForNow(const Error &reason);
     Next failedForGood(const Error &reason);
 
@@ -42,11 +56,11 @@ private:
     bool receive(const char *data, qint64 size) override;
 
     bool open(const HttpRepresentation &found);
+    /// After a failure the sink is good for nothing any more.
     Error startAnew();
     Error flush();
     bool isComplete() const { return opened && state.size && *state.size == have; }
 
-    Error verify();
     Error catchUpWithCheck();
     Error failure(int code, const QString &what) const;
 
@@ -65,9 +79,7 @@ private:
     bool rangesFail = false; ///< this server answers requests for the rest with nonsense
     bool continuesEarlierBytes = false;
 
-    bool asksForRest = false;
-    bool askAgain = false; ///< why the receiver stopped: the rest is enough
-    Error fault; ///< why the receiver stopped, otherwise
+    Attempt attempt;
     Error lastFailure;
 
     CheckBehind check;

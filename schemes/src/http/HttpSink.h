@@ -21,7 +21,8 @@ public:
     /// Before the first byte of a state of the file; again if the server has another state later.
     /// Gives how many leading bytes of that very state are here already.
     virtual Result<qint64> open(const HttpRepresentation &state) = 0;
-    /// Forgets all bytes of the open state.
+    /// Forgets all bytes of the open state. After a failure only open() may be called: nobody knows
+    /// what is here.
     virtual Error startAnew() = 0;
     /// Appends all of the bytes or fails.
     virtual Error write(const QByteArray &bytes) = 0;

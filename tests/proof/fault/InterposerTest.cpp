@@ -59,6 +59,17 @@ TEST_F(InterposerTest, failingStep_elsewhere_isNotCounted)
     EXPECT_EQ(failing.seen(), 0);
 }
 
+TEST_F(InterposerTest, failingStep_ofOneKind_othersAreNotCounted)
+{
+    const FailingStep failing(m_folder, 0, EIO, FailingStep::Lasting::Once, FileStep::Kind::Resize);
+    QFile file(m_path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+    EXPECT_EQ(file.write("data"), 4);
+    EXPECT_FALSE(file.resize(2));
+    EXPECT_TRUE(file.resize(1));
+    EXPECT_EQ(failing.seen(), 2);
+}
+
 TEST_F(InterposerTest, failingStatement_secondOfThree_onlyThatFails)
 {
     QSqlDatabase database = QSqlDatabase::addDatabase(u"QSQLITE"_s);

@@ -2,6 +2,7 @@
 
 #include "../staging/StagingFixture.h"
 #include "DiskWaits.h"
+#include "SchemeErrors.h"
 
 using namespace zel;
 using namespace zel::test;
@@ -13,6 +14,15 @@ namespace {
 class FolderStagingTest : public StagingFixture
 {
 protected:
+    /// Of one byte.
+    static void bringFile(FolderStaging &staging, const RemoteFile &file)
+    {
+        auto part = staging.openPart(file.path, u"state"_s);
+        ASSERT_TRUE(part.hasValue());
+        EXPECT_FALSE(part.value()->append("x", 1).hasError());
+        EXPECT_FALSE(staging.finish(file, u"state"_s, {}, {}).hasError());
+    }
+
     /// Brings a folder of so many files of one byte to its place.
     void bring(int files)
     {
@@ -39,15 +49,6 @@ protected:
     int fileSyncs = 0; ///< of the files of the folder
     int volumeSyncs = 0;
     bool wasVolumeOpenInTime = false; ///< before the first byte
-
-private:
-    void bringFile(FolderStaging &staging, const RemoteFile &file)
-    {
-        auto part = staging.openPart(file.path, u"state"_s);
-        ASSERT_TRUE(part.hasValue());
-        EXPECT_FALSE(part.value()->append("x", 1).hasError());
-        EXPECT_FALSE(staging.finish(file, u"state"_s, {}, {}).hasError());
-    }
 };
 
 } // namespace
@@ -67,4 +68,18 @@ TEST_F(FolderStagingTest, publish_manyFiles_waitsForTheVolumeThatWasOpenBeforeTh
     EXPECT_EQ(fileSyncs, 0);
     EXPECT_EQ(volumeSyncs, 1);
     EXPECT_TRUE(wasVolumeOpenInTime);
+}
+
+TEST_F(FolderStagingTest, checkWhole_fileIsNotAsLongAsItWasToBe_nothingIsStagedAnyMore)
+{
+    RemoteListing listing;
+    RemoteFile file;
+    file.path = u"file"_s;
+    ASSERT_FALSE(listing.addFile(file).hasError());
+    FolderStaging staging(open(planFor(u"dav:/run.d"_s, u"run.d"_s), u"v1"_s), listing);
+    ASSERT_FALSE(staging.prepare({ { file.path, 2 } }).hasError());
+    bringFile(staging, file);
+
+    EXPECT_EQ(int(staging.checkWhole().errorCode()), SchemeErrors::integrityFailure);
+    EXPECT_TRUE(std::filesystem::is_empty(staging.area().contentDirectory()));
 }
