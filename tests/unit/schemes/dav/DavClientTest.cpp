@@ -4,7 +4,6 @@
 
 #include <QFileInfo>
 
-#include <algorithm>
 #include <atomic>
 
 namespace zel {
