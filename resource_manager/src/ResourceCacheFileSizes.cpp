@@ -36,7 +36,13 @@ Error ResourceCache::Private::updateFileSize(const QString &reference)
 {
     ZEL_TRY_LET(const auto resource,
                 dao->selectResourceWithStatus(reference, ResourceStatus::Ready));
-    return ZEL_PASS(updateFileSize(resource, nullptr));
+    QElapsedTimer timer;
+    timer.start();
+    Error error;
+    ZEL_TRY(error, updateFileSize(resource, nullptr));
+    qCDebug(lcResourceManager).noquote()
+        << u"Counted the size of a resource in %1 ms"_s.arg(timer.elapsed());
+    return error;
 }
 
 Error ResourceCache::Private::updateFileSize(const ResourceCacheDao::Resource &resource,

@@ -186,8 +186,14 @@ Error ResourceCache::Private::removeIfNotInUse(TransactionContext *context,
     ZEL_TRY_LET(const bool used, inUse(reference));
     if (used)
         return Error();
+    QElapsedTimer timer;
+    timer.start();
+    Error error;
     ZEL_TRY_LET(const UnknownPath path, localPath(reference));
-    return ZEL_PASS(removeResourceAndUpdateStatus(context, reference, path));
+    ZEL_TRY(error, removeResourceAndUpdateStatus(context, reference, path));
+    qCDebug(lcResourceManager).noquote()
+        << u"Deleted a resource after its last use in %1 ms"_s.arg(timer.elapsed());
+    return error;
 }
 
 Error ResourceCache::Private::removeResourceAndUpdateStatus(TransactionContext *context,

@@ -198,6 +198,16 @@ TEST_F(ResourceCacheFileSizesTest, updateFileSize_oneResource_leavesTheOthersAnd
     EXPECT_EQ(lastScan(), 0);
 }
 
+TEST_F(ResourceCacheFileSizesTest, updateFileSize_oneResource_tellsHowLongOthersHaveWaited)
+{
+    openQuietly();
+    addReady(u"a"_s, u"s/a/a.txt"_s, 10);
+    const LogCapture log;
+    ASSERT_FALSE(cache.updateFileSize(u"a"_s).hasError());
+    const QRegularExpression length(u"^Counted the size of a resource in [0-9]+ ms$"_s);
+    EXPECT_EQ(log.texts(QtDebugMsg).filter(length).size(), 1);
+}
+
 TEST_F(ResourceCacheFileSizesTest, updateFileSize_missingResource_failsAsTheDatabaseSays)
 {
     openQuietly();

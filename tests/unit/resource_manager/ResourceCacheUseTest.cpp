@@ -1,5 +1,7 @@
 #include "support/CacheTest.h"
 
+#include <QRegularExpression>
+
 #include <thread>
 
 using namespace zel;
@@ -108,6 +110,19 @@ TEST_F(ResourceCacheUseTest, release_twoHandlesOnClose_removesAtTheLast)
     EXPECT_FALSE(isOnDisk(u"s/a/f"_s));
     EXPECT_EQ(database().status(u"test:a"_s), u"Missing"_s);
     EXPECT_EQ(cache.readCurrentCacheSize().value(), 0);
+}
+
+TEST_F(ResourceCacheUseTest, release_lastOnClose_tellsHowLongOthersHaveWaited)
+{
+    addReady(u"test:a"_s, u"s/a/f"_s, 10, 1000, ResourceCleanupPolicy::OnClose);
+    auto first = use(u"test:a"_s);
+    auto second = use(u"test:a"_s);
+    const LogCapture log;
+    const QRegularExpression length(u"^Deleted a resource after its last use in [0-9]+ ms$"_s);
+    first.reset();
+    EXPECT_EQ(log.texts(QtDebugMsg).filter(length).size(), 0);
+    second.reset();
+    EXPECT_EQ(log.texts(QtDebugMsg).filter(length).size(), 1);
 }
 
 TEST_F(ResourceCacheUseTest, release_onCloseWhileAcquiring_removesNothing)
