@@ -364,6 +364,42 @@ TEST_F(ResourceRetrieveHandleTest, finalizeRetrieve_failedButFetchedByAnother_le
     EXPECT_EQ(status(), u"Ready"_s);
 }
 
+// It looks once more when its turn has come: what is Ready by then may be in use already.
+TEST_F(ResourceRetrieveHandleTest, tryStartRetrieve_publishedSinceItsFirstLook_fetchesNothingOver)
+{
+    ASSERT_FALSE(OnACache::addTaskToDatabase(&cache, reference).hasError()); // it has looked
+    const auto other = otherClient();
+    const auto fetcher = handleOf(*other);
+    ASSERT_TRUE(fetcher->tryStartRetrieve().value());
+    writeFile(dataPath(u"s/a/f"_s), "data");
+    ASSERT_FALSE(fetcher->finalizeRetrieve(Error()).hasError());
+    ASSERT_FALSE(fetcher->removeTaskFromDatabase().hasError());
+
+    EXPECT_FALSE(OnACache::tryStartRetrieve(&cache, reference).value());
+    EXPECT_EQ(status(), u"Ready"_s);
+}
+
+// Taken for dead, it has counted its data when another program puts its own in the place.
+TEST_F(ResourceRetrieveHandleTest, finalizeRetrieve_dataReplacedWhileItWaits_recordsTheNewSize)
+{
+    const auto handle = handleOf(cache);
+    ASSERT_TRUE(handle->tryStartRetrieve().value());
+    const QString path = dataPath(u"s/a/f"_s);
+    writeFile(path, "data");
+
+    const QString key = TemporaryCache::semaphoreKey(directory.baseDir());
+    QSystemSemaphore semaphore(key, 1, QSystemSemaphore::Open);
+    auto holder = std::make_unique<SemaphoreLocker>(&semaphore, 1);
+    WaitingThread ending([&handle] { EXPECT_FALSE(handle->finalizeRetrieve(Error()).hasError()); });
+    ASSERT_TRUE(ending.isWaiting());
+    writeFile(path + u".new"_s, "longer data");
+    ASSERT_TRUE(QFile::remove(path));
+    ASSERT_TRUE(QFile::rename(path + u".new"_s, path));
+    holder.reset();
+    ending.join();
+    EXPECT_EQ(database().value(u"SELECT currentSize FROM CacheMetadata"_s).toLongLong(), 11);
+}
+
 TEST_F(ResourceRetrieveHandleTest, finalizeRetrieve_cacheMovedMeanwhile_failsAndLeavesTheOtherCache)
 {
     const auto handle = handleOf(cache);
