@@ -388,6 +388,13 @@
     </message>
 </context>
 <context>
+    <name>zel::Threads</name>
+    <message>
+        <source>Unable to start a thread: %1</source>
+        <translation>Es ließ sich kein Thread starten: %1</translation>
+    </message>
+</context>
+<context>
     <name>zel::TreeCopy</name>
     <message>
         <source>Copying &quot;%1&quot; failed: the file became shorter meanwhile.</source>

@@ -238,6 +238,8 @@ void ResourceCache::Private::startFileSizesUpdateIfNeeded()
     scan->setFunction([this](Task *) { return updateFileSizes(); });
     scan->setDeleteOnFinished(true);
     scan->exec();
+    // There may have been no thread for it; the next opening tries again.
+    ZEL_DROP(scan->error());
 }
 
 bool ResourceCache::Private::isFileSizesUpdateDue() const

@@ -4,8 +4,7 @@
 #include "Hidden.h"
 #include "TaskExecution_p.h"
 #include "TaskState_p.h"
-
-#include <thread>
+#include "threads/ThreadStart.h"
 
 namespace zel {
 
@@ -152,11 +151,15 @@ void Task::run()
 
 void Task::runOnWorker()
 {
-    d->worker = std::thread([this] {
+    auto worker = ZEL_PASS(Threads::start([this] {
         makeEventDispatcher();
         const TaskExecution execution(taskState());
         finish(waitForCoroutine(co_doExec()));
-    });
+    }));
+    if (worker.hasValue())
+        d->worker = std::move(worker).value();
+    else
+        finish(worker.error());
 }
 
 Error Task::doExec()

@@ -15,7 +15,8 @@ namespace zel {
 /// then it goes on where it is resumed. Asynchronous work runs on a worker thread that the task has
 /// for itself, so that tasks which wait for one another never starve. An exception that leaves
 /// synchronous work inside exec() passes on to the caller of exec(), and the task ends with code 1;
-/// anywhere else it ends the process, as one that leaves a thread does.
+/// anywhere else it ends the process, as one that leaves a thread does. Where the system gives no
+/// thread, asynchronous work does not run and the task ends with code 1.
 ///
 /// The destructor asks the work to cancel and waits for the worker. By then the members of a
 /// subclass are gone: one whose work uses them calls waitForWork() in its own destructor, else the

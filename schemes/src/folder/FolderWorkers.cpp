@@ -2,12 +2,12 @@
 
 #include "errors/Propagate.h"
 #include "threads/Mutex.h"
+#include "threads/ThreadStart.h"
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <thread>
 #include <vector>
 
 namespace zel::FolderWorkers {
@@ -30,10 +30,8 @@ public:
 
     Error run(const std::function<void()> &tick)
     {
-        running = std::min(count, size_t(std::max(settings.transfersPerHost, 1)));
-        std::vector<std::thread> threads;
-        for (size_t i = running; i > 0; --i)
-            threads.emplace_back([this] { doWork(); });
+        Error error;
+        ZEL_TRY(error, startThreads());
         waitForAll(tick);
         for (std::thread &thread : threads)
             thread.join();
@@ -43,6 +41,30 @@ public:
     }
 
 private:
+    /// Fewer than wanted will do; without any there is nobody to do the work.
+    Error startThreads()
+    {
+        const size_t wanted = std::min(count, size_t(std::max(settings.transfersPerHost, 1)));
+        while (threads.size() < wanted) {
+            changeRunning(1);
+            auto thread = ZEL_PASS(Threads::start([this] { doWork(); }));
+            if (thread.hasValue()) {
+                threads.push_back(std::move(thread).value());
+                continue;
+            }
+            changeRunning(-1);
+            return threads.empty() ? thread.error() : Error();
+        }
+        return {};
+    }
+
+    void changeRunning(int change)
+    {
+        const std::lock_guard lock(mutex);
+        running += change;
+        ended.notify_all();
+    }
+
     void waitForAll(const std::function<void()> &tick)
     {
         std::unique_lock lock(mutex);
@@ -64,9 +86,7 @@ private:
             if (const Error error = work(index, session, shallStop); error.hasError())
                 takeFailure(error);
         }
-        const std::lock_guard lock(mutex);
-        --running;
-        ended.notify_all();
+        changeRunning(-1);
     }
 
     /// What comes after the first one is but its consequence.
@@ -86,8 +106,9 @@ private:
     std::atomic<bool> hasFailed { false };
     Mutex mutex { "the crew of a folder" };
     std::condition_variable_any ended;
-    size_t running = 0;
+    int running = 0;
     Error failure;
+    std::vector<std::thread> threads;
 };
 
 } // namespace

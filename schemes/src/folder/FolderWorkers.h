@@ -16,7 +16,8 @@ using Work = std::function<Error(size_t index, HttpSession &session,
 /// server, each thread with connections of its own that it keeps. `tick` is called many times a
 /// second on the calling thread, which waits until all threads have ended.
 ///
-/// The first failure ends all other work and is the one that is returned; code 20 if canceled.
+/// The first failure ends all other work and is the one that is returned; code 20 if canceled. Goes
+/// on with fewer threads where the system gives no more; code 1 if it gives none.
 Error run(size_t count, const HttpSettings &settings, const std::function<bool()> &isCanceled,
           const Work &work, const std::function<void()> &tick);
 

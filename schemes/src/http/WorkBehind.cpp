@@ -1,5 +1,8 @@
 #include "http/WorkBehind.h"
 
+#include "errors/Propagate.h"
+#include "threads/ThreadStart.h"
+
 #include <utility>
 
 namespace zel {
@@ -13,8 +16,12 @@ constexpr size_t mostPieces = 16;
 
 WorkBehind::WorkBehind(Work work)
     : work(std::move(work))
-    , worker([this] { run(); })
 {
+    auto thread = Threads::start([this] { run(); });
+    if (thread.hasValue())
+        worker = std::move(thread).value();
+    else
+        ZEL_DROP(thread.error()); // the work is done all the same, by whoever hands it out
 }
 
 WorkBehind::~WorkBehind()
@@ -24,7 +31,8 @@ WorkBehind::~WorkBehind()
         isEnding = true;
     }
     changed.notify_all();
-    worker.join();
+    if (worker.joinable())
+        worker.join();
 }
 
 Error WorkBehind::add(const QByteArray &piece)
@@ -34,8 +42,10 @@ Error WorkBehind::add(const QByteArray &piece)
     if (failure.hasError())
         return failure;
     pieces.push_back(piece);
+    if (!worker.joinable())
+        workOnFirst(lock);
     changed.notify_all();
-    return {};
+    return failure;
 }
 
 Error WorkBehind::drain()

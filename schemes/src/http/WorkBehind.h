@@ -16,15 +16,16 @@ namespace zel {
 /// neither for the disk nor for a checksum. Holds a few pieces at most; whoever is faster waits for
 /// the other.
 ///
-/// One thread hands out the pieces and calls all members. A failure ends the work: what is handed
-/// out afterwards is dropped, and every member tells the failure.
+/// One thread hands out the pieces and calls all members; it does the work itself where the system
+/// gives no other thread. A failure ends the work: what is handed out afterwards is dropped, and
+/// every member tells the failure.
 class WorkBehind
 {
 public:
     using Work = std::function<Error(const QByteArray &piece)>;
 
-    /// `work` is called on the other thread, never after drain() has returned until the next piece
-    /// comes.
+    /// `work` is called on the other thread, if there is one, never after drain() has returned
+    /// until the next piece comes.
     explicit WorkBehind(Work work);
     /// Drops the pieces whose turn has not come, and waits for the one whose has.
     ~WorkBehind();

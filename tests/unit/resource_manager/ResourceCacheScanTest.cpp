@@ -1,5 +1,7 @@
 #include "support/FileSizesFixture.h"
 
+#include "ThreadStarts.h"
+
 #include <QSemaphore>
 #include <QThread>
 
@@ -296,4 +298,20 @@ TEST_F(ResourceCacheScanTest, open_anotherDirectoryDuringTheScan_waitsForItsEnd)
     helper.join();
     cache.close();
     removeSystemSemaphore(TemporaryCache::semaphoreKey(elsewhere.baseDir()));
+}
+
+TEST_F(ResourceCacheScanTest, open_noThreadForTheScan_opensFreeForOthersAndScansNextTime)
+{
+    openQuietly();
+    cache.close();
+    const qint64 before = lastScan();
+    cache.setFullScanInterval(Days(0));
+    {
+        const ThreadLimit limit(0);
+        ASSERT_FALSE(cache.open(cachePath(), {}).hasError());
+    }
+    std::thread other([this] { EXPECT_TRUE(cache.readCurrentCacheSize().hasValue()); });
+    other.join();
+    EXPECT_EQ(lastScan(), before);
+    EXPECT_TRUE(scans(daysAgo(1), 0));
 }

@@ -1,4 +1,5 @@
 #include "TaskTestSupport.h"
+#include "ThreadStarts.h"
 
 #include <QPointer>
 
@@ -131,4 +132,41 @@ TEST(TaskWorkerTest, setDeleteOnFinished_asynchronous_isGoneInTheEnd)
         deliverEvents();
         return task.isNull();
     }));
+}
+
+TEST(TaskWorkerTest, exec_noThreadToBeHad_failsWithoutHavingWorked)
+{
+    Task task;
+    bool hasWorked = false;
+    task.setFunction(
+        [&hasWorked] {
+            hasWorked = true;
+            return Error();
+        },
+        Task::ExecutionMode::Asynchronous);
+    const QSignalSpy finished(&task, &BaseTask::finished);
+    {
+        const ThreadLimit limit(0);
+        task.exec();
+    }
+    EXPECT_TRUE(task.isFinished());
+    EXPECT_EQ(task.error().errorCode(), ErrorCode::OperationFailed);
+    EXPECT_TRUE(task.error().errorMessage().startsWith(u"Unable to start a thread: "_s));
+    EXPECT_EQ(finished.count(), 1);
+    EXPECT_FALSE(hasWorked);
+}
+
+TEST(TaskWorkerTest, queue_noThreadToBeHad_goesOnWithTheNextTask)
+{
+    DirectQueue queue(1);
+    Task refused;
+    refused.setExecutionMode(Task::ExecutionMode::Asynchronous);
+    Task next;
+    {
+        const ThreadLimit limit(0);
+        queue.append(&refused);
+    }
+    queue.append(&next);
+    EXPECT_EQ(refused.waitForAllFinished(-1).errorCode(), ErrorCode::OperationFailed);
+    EXPECT_FALSE(next.waitForAllFinished(-1).hasError());
 }

@@ -1,5 +1,7 @@
 #include "http/WorkBehind.h"
 
+#include "ThreadStarts.h"
+
 #include <gtest/gtest.h>
 
 #include <semaphore>
@@ -46,6 +48,22 @@ TEST(WorkBehind, failure_endsTheWorkAndIsTold)
     EXPECT_EQ(worker.add("b"), Error(7, u"full"_s));
     EXPECT_EQ(worker.drain(), Error(7, u"full"_s));
     EXPECT_EQ(count, 1);
+}
+
+TEST(WorkBehind, add_noThreadToBeHad_doesThePieceItself)
+{
+    const test::ThreadLimit limit(0);
+    QByteArray done;
+    WorkBehind worker([&done](const QByteArray &piece) {
+        done += piece;
+        return done.size() < 2 ? Error() : Error(7, u"full"_s);
+    });
+    EXPECT_EQ(worker.add("a"), Error());
+    EXPECT_EQ(worker.drain(), Error());
+    EXPECT_EQ(worker.add("b"), Error(7, u"full"_s));
+    EXPECT_EQ(worker.add("c"), Error(7, u"full"_s));
+    EXPECT_EQ(worker.drain(), Error(7, u"full"_s));
+    EXPECT_EQ(done, QByteArray("ab"));
 }
 
 } // namespace
