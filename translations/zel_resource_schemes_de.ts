@@ -551,6 +551,10 @@
         <source>There is no room for %1: %2 are needed, %3 are free.</source>
         <translation>Für %1 ist kein Platz: %2 werden benötigt, %3 sind frei.</translation>
     </message>
+    <message>
+        <source>Reading &quot;%1&quot; failed: %2</source>
+        <translation>„%1“ konnte nicht gelesen werden: %2</translation>
+    </message>
 </context>
 <context>
     <name>zel::StagingRecord</name>

@@ -269,7 +269,7 @@ Error StagingArea::publish()
 }
 
 /// The resource itself comes last: whoever sees it finds what belongs to it.
-std::vector<fs::path> StagingArea::stagedPaths() const
+Result<std::vector<fs::path>> StagingArea::stagedPaths() const
 {
     const fs::path main = mainPath();
     std::error_code failure;
@@ -279,6 +279,13 @@ std::vector<fs::path> StagingArea::stagedPaths() const
         if (it->path() != main)
             staged.push_back(it->path());
     }
+    // Without what a listing has kept back, the resource would not be whole.
+    if (failure) {
+        return ZEL_ERROR(
+            ErrorCode::OperationFailed,
+            tr("Reading \"%1\" failed: %2")
+                .arg(textPath(contentDirectory()), QString::fromStdString(failure.message())));
+    }
     staged.push_back(main);
     return staged;
 }
@@ -286,12 +293,13 @@ std::vector<fs::path> StagingArea::stagedPaths() const
 Error StagingArea::placeAll()
 {
     Error error;
+    ZEL_TRY_LET(const std::vector<fs::path> staged, stagedPaths());
     const fs::path targetDirectory = nativePath(plan.expectedPath).parent_path();
     const std::string owner = nativePath(folder).filename().native();
     // A manifest never outlives what it tells of, whatever happens here.
     ZEL_DROP(fetchManifest.removeFormer());
     QList<QByteArray> names;
-    for (const fs::path &path : stagedPaths()) {
+    for (const fs::path &path : staged) {
         ZEL_TRY(error, Placement::place(path, targetDirectory / path.filename(), owner));
         names.append(QByteArray::fromStdString(path.filename().native()));
     }

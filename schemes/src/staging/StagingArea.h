@@ -95,7 +95,7 @@ private:
     qint64 mainFileBytes() const;
     void replaceRecordDurably();
     bool isReadyAlready() const;
-    std::vector<std::filesystem::path> stagedPaths() const;
+    Result<std::vector<std::filesystem::path>> stagedPaths() const;
     Error placeAll();
 
     FetchPlan plan;

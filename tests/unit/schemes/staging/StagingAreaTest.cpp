@@ -1,6 +1,9 @@
 #include "StagingFixture.h"
 
+#include "FailingStep.h"
 #include "platform/FreeSpace.h"
+
+#include <cerrno>
 
 using namespace zel;
 using namespace zel::test;
@@ -217,6 +220,26 @@ TEST_F(StagingAreaTest, publish_cannotPlace_failsAndKeepsTheStagedBytes)
         EXPECT_TRUE(area->publish().hasError());
     }
     EXPECT_EQ(stagedBytes(*open(plan, u"v1"_s)), 7);
+}
+
+TEST_F(StagingAreaTest, publish_listingOfWhatIsStagedFails_placesNothing)
+{
+    const FetchPlan plan = planFor(u"share:/a.wiff"_s, u"a.wiff"_s);
+    const auto area = open(plan, u"v1"_s);
+    append(*area, "content");
+    writeFile(QString::fromStdString(area->contentDirectory() / "a.wiff.scan"), "scan");
+    {
+        const FailingStep failing(area->contentDirectory().native(), 0, EIO);
+        const Error error = area->publish();
+        EXPECT_EQ(error.errorCode(), ErrorCode::OperationFailed);
+        EXPECT_TRUE(error.errorMessage().contains(u"Input/output error"_s))
+            << qPrintable(error.errorMessage());
+    }
+    EXPECT_FALSE(QFileInfo::exists(plan.expectedPath));
+
+    EXPECT_EQ(area->publish(), Error());
+    EXPECT_EQ(readFile(plan.expectedPath), "content");
+    EXPECT_EQ(readFile(plan.expectedPath + u".scan"_s), "scan");
 }
 
 TEST_F(StagingAreaTest, clear_dropsWhatWasCollected)
