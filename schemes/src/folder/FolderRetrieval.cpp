@@ -30,7 +30,7 @@ FolderRetrieval::~FolderRetrieval() = default;
 Error FolderRetrieval::run()
 {
     Error error;
-    StagingCleaner::removeStale(plan);
+    StagingCleaner::removeStaleBeforeFetch(plan);
     ZEL_TRY_LET(const RemoteListing listing, lister([this] { return isCanceled(); }));
     ZEL_TRY_LET(sizes, RemoteSizes::of(listing, plan.displayText, settings, [this] {
                     return isCanceled();

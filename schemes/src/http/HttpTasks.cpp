@@ -95,7 +95,7 @@ std::unique_ptr<Task> retrieve(const Reference &reference, const FetchPlan &plan
 Error fetchFile(const HttpTarget &target, const FetchPlan &plan, const HttpSettings &settings,
                 Task *task)
 {
-    StagingCleaner::removeStale(plan);
+    StagingCleaner::removeStaleBeforeFetch(plan);
     HttpStagingSink sink(plan, task);
     Error error = HttpClient(settings).download(target, &sink, watchOf(task));
     if (!error.hasError())

@@ -50,7 +50,7 @@ Error ShareRetrieval::run()
             ErrorCode::BadArgument,
             tr("\"%1\" contains the cache that it is to be copied into.").arg(textPath(source)));
     }
-    StagingCleaner::removeStale(plan);
+    StagingCleaner::removeStaleBeforeFetch(plan);
     ZEL_TRY_LET(const ShareListing listing,
                 ShareListing::of(source, [this] { return isCanceled(); }));
     ZEL_TRY(error, checkExpected(listing));

@@ -2,10 +2,47 @@
 
 #include "staging/StagingFolder.h"
 #include "staging/StagingRecord.h"
+#include "threads/Mutex.h"
 
 #include <QFileInfo>
+#include <QHash>
+
+#include <mutex>
 
 namespace zel::StagingCleaner {
+
+namespace {
+
+/// When this process last looked into each staging directory.
+class LastLooks
+{
+public:
+    /// Never destroyed: a fetch may end later than the statics.
+    static LastLooks &all()
+    {
+        static auto *looks = new LastLooks;
+        return *looks;
+    }
+
+    /// True if it is time to look again; then that look counts as done.
+    bool begin(const QString &directory, const QDateTime &now)
+    {
+        const std::lock_guard lock(mutex);
+        QDateTime &last = times[directory];
+        const qint64 passedMs = last.isValid() ? last.msecsTo(now) : -1;
+        // A clock that was put back must not keep it from looking.
+        if (passedMs >= 0 && passedMs < std::chrono::milliseconds(looksAgainAfter).count())
+            return false;
+        last = now;
+        return true;
+    }
+
+private:
+    Mutex mutex { "the looks into staging directories" };
+    QHash<QString, QDateTime> times;
+};
+
+} // namespace
 
 StagingPlace placeAt(const QString &folder)
 {
@@ -32,6 +69,12 @@ void removeStale(const FetchPlan &plan, const QDateTime &now)
         if (placeAt(folder).isStale(plan.isReady, now))
             StagingFolder::removeIfUnused(folder);
     }
+}
+
+void removeStaleBeforeFetch(const FetchPlan &plan, const QDateTime &now)
+{
+    if (LastLooks::all().begin(plan.stagingDirectory, now))
+        removeStale(plan, now);
 }
 
 } // namespace zel::StagingCleaner

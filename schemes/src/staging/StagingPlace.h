@@ -26,14 +26,16 @@ struct ZEL_RESOURCE_SCHEMES_EXPORT StagingPlace
     /// The name of the folder in the cache that all data of its resource lies in; empty if it
     /// cannot be told.
     QString resourceFolder() const;
-    /// Whether the next fetch removes it, unless somebody has it locked: nobody will go on with it.
+    /// Whether the next program that fetches removes it, unless somebody has it locked: nobody will
+    /// go on with it.
     bool isStale(const IsReady &isReady,
                  const QDateTime &now = QDateTime::currentDateTimeUtc()) const;
 
     /// All places of the cache with this data directory. Takes no lock and changes nothing.
     static QList<StagingPlace> readAll(const QString &cacheDataDirectory);
-    /// Removes what every fetch removes before it starts. A place that somebody has locked stays.
-    /// What cannot be removed is logged. Never call it while the cache's semaphore is held.
+    /// Removes what every program that fetches removes now and again. A place that somebody has
+    /// locked stays. What cannot be removed is logged. Never call it while the cache's semaphore is
+    /// held.
     static void removeStale(const QString &cacheDataDirectory, const IsReady &isReady);
 };
 

@@ -1,6 +1,7 @@
 #include "../SchemeManagerFixture.h"
 #include "Holds.h"
 #include "ResourceCache.h"
+#include "staging/StagingArea.h"
 
 using namespace zel;
 using namespace zel::test;
@@ -19,6 +20,14 @@ protected:
         // What goes on by itself: no ping comes, and the first count of all sizes is over.
         ResourceManager::cache()->setPingEnabled(false);
         EXPECT_TRUE(ResourceManager::cache()->readCurrentCacheSize().hasValue());
+    }
+    /// As if a program had died on the fetch.
+    void leaveInterrupted(const QString &text) const
+    {
+        const auto lost = reference(text);
+        const QString path = cache.dataDir() + u"/share/gone/lost.raw"_s;
+        const FetchPlan plan = FetchPlan::make(*lost, path, ResourceManager::cache());
+        ASSERT_TRUE(StagingArea::open(plan, u"v1"_s).hasValue());
     }
     int holdsOfFetches(int count) const
     {
@@ -50,11 +59,24 @@ TEST_F(ShareHoldsTest, retrieve_smallFileAlone_isFifteenHolds)
     EXPECT_EQ(holdsOfFetches(1), 15);
 }
 
-// Six at once: each looks, for each of the others, whether what it has staged was left behind.
-TEST_F(ShareHoldsTest, retrieve_manySmallFiles_areAFewHoldsMoreForEach)
+// Six at once: the first one looks, for each of the others, whether what it has staged was left
+// behind.
+TEST_F(ShareHoldsTest, retrieve_manySmallFiles_areFifteenHoldsForEach)
 {
     constexpr int count = 24;
     const int holds = holdsOfFetches(count);
     EXPECT_GE(holds, count * 15);
-    EXPECT_LE(holds, count * (15 + 5));
+    EXPECT_LE(holds, count * 15 + 5);
+}
+
+// Whether it is Ready what they were to bring is asked once for all fetches.
+TEST_F(ShareHoldsTest, retrieve_manyInterruptedFetches_areOneHoldForEachOfThem)
+{
+    constexpr int count = 12;
+    constexpr int interrupted = 30;
+    for (int i = 0; i < interrupted; ++i)
+        leaveInterrupted(u"share:/gone/%1.raw"_s.arg(i));
+    const int holds = holdsOfFetches(count);
+    EXPECT_GE(holds, count * 15 + interrupted);
+    EXPECT_LE(holds, count * 15 + interrupted + 5);
 }

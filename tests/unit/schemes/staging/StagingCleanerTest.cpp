@@ -45,6 +45,38 @@ TEST_F(StagingCleanerTest, removeStale_resourceIsReady_goes)
     EXPECT_TRUE(places().isEmpty());
 }
 
+TEST_F(StagingCleanerTest, removeStaleBeforeFetch_manyFetches_looksOnceInTenMinutes)
+{
+    FetchPlan plan = planFor(u"share:/other"_s);
+    int asked = 0;
+    plan.isReady = [&asked](const QString &) {
+        ++asked;
+        return false;
+    };
+    const auto now = QDateTime::currentDateTimeUtc();
+    const auto askedAt = [&](std::chrono::seconds later) {
+        StagingCleaner::removeStaleBeforeFetch(plan, now.addSecs(later.count()));
+        return std::exchange(asked, 0);
+    };
+    const std::chrono::seconds tenMinutes = StagingCleaner::looksAgainAfter;
+    EXPECT_EQ(askedAt({}), 1);
+    EXPECT_EQ(askedAt({}), 0);
+    EXPECT_EQ(askedAt(tenMinutes - std::chrono::seconds(1)), 0);
+    EXPECT_EQ(askedAt(tenMinutes), 1);
+    EXPECT_EQ(askedAt({}), 1) << "The clock was put back.";
+    plan.stagingDirectory += u"2"_s;
+    writeFile(plan.stagingDirectory + u"/key-state-0/record.json"_s,
+              readFile(StagingFolder::recordPath(places().first())));
+    EXPECT_EQ(askedAt({}), 1) << "Another cache.";
+}
+
+TEST_F(StagingCleanerTest, removeStaleBeforeFetch_isDue_removesWhatIsStale)
+{
+    ready << u"share:/a"_s;
+    StagingCleaner::removeStaleBeforeFetch(planFor(u"share:/other"_s));
+    EXPECT_TRUE(places().isEmpty());
+}
+
 TEST_F(StagingCleanerTest, removeIfUnused_placeHasGoneMeanwhile_isNothingToTellOf)
 {
     const LogCapture log;
