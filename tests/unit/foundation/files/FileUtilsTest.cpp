@@ -4,8 +4,10 @@
 #include "files/PathImpl.h"
 #include "platform/TreeRemoval.h"
 
+#include "LogCapture.h"
 #include "TemporaryCache.h"
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -45,6 +47,27 @@ public:
 
 private:
     const QString refused;
+};
+
+/// Only one more file or folder can be open while it lives.
+class OneDescriptor
+{
+public:
+    OneDescriptor()
+    {
+        EXPECT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+        const int next = ::dup(STDIN_FILENO);
+        EXPECT_GE(next, 0);
+        ::close(next);
+        const rlimit few { rlim_t(next) + 1, before.rlim_max };
+        EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+    }
+    OneDescriptor(const OneDescriptor &) = delete;
+    OneDescriptor &operator=(const OneDescriptor &) = delete;
+    ~OneDescriptor() { EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0); }
+
+private:
+    rlimit before {};
 };
 
 } // namespace
@@ -110,6 +133,24 @@ TEST_F(FileUtilsGenericTest, contentSize_sparseFile_countsItsLength)
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     ASSERT_TRUE(file.resize(80'000'000'000));
     EXPECT_EQ(FileUtilsGeneric::contentSize(directory.path()), 80'000'000'000);
+}
+
+TEST_F(FileUtilsGenericTest, contentSize_foldersCannotBeOpened_theFirstOfThemIsLogged)
+{
+    writeFile(at(u"t/file"_s), "1234");
+    writeFile(at(u"t/a/file"_s), "12");
+    writeFile(at(u"t/b/file"_s), "12");
+    const LogCapture log;
+    {
+        const OneDescriptor limit;
+        EXPECT_EQ(FileUtilsGeneric::contentSize(at(u"t"_s)), 4);
+    }
+    const QStringList warnings = log.texts(QtWarningMsg);
+    ASSERT_EQ(warnings.size(), 1);
+    EXPECT_TRUE(warnings.first().contains(at(u"t/a"_s)) || warnings.first().contains(at(u"t/b"_s)))
+        << qPrintable(warnings.first());
+    EXPECT_EQ(FileUtilsGeneric::contentSize(at(u"t"_s)), 8);
+    EXPECT_EQ(log.texts(QtWarningMsg).size(), 1);
 }
 
 TEST_F(FileUtilsGenericTest, mkPath_newAndExisting_succeeds)
