@@ -23,7 +23,7 @@ constexpr qsizetype longestText = 8 * 1024;
 /// So small that a mark which is too long is seen before it is read as a whole.
 constexpr qint64 pieceSize = 4 * 1024;
 
-/// "HTTP/1.1 200 OK", of RFC 9112, section 4.
+/// "HTTP/1.1 200 OK": the first line of HTTP/1.1's messages.
 bool isSuccess(const QString &statusLine)
 {
     const QString code = statusLine.simplified().section(u' ', 1, 1);
