@@ -33,8 +33,20 @@ Result<bool> ResourceRetrieveHandle::tryStartRetrieve()
     if (ready)
         return false;
     ZEL_TRY(error, addTaskToDatabase());
-    ZEL_TRY_LET(fetching, tryStartRetrieve(cache, reference));
+    ZEL_TRY_LET(fetching, becomeFetcher());
     return fetching;
+}
+
+/// Since it was looked at last, the cache may have moved, where another resource stands under this
+/// reference, or have been closed and opened again, which took the row.
+Result<bool> ResourceRetrieveHandle::becomeFetcher()
+{
+    const auto lock = cache->d->hold();
+    Error error;
+    ZEL_TRY(error, checkPlace());
+    if (hasLostItsRow())
+        ZEL_TRY(error, addRowUnderHold());
+    return ZEL_PASS(cache->d->tryStartRetrieve(reference));
 }
 
 Result<bool> ResourceRetrieveHandle::tryStartRetrieve(ResourceCache *cache,
@@ -62,6 +74,12 @@ Error ResourceRetrieveHandle::addRow()
     const auto lock = cache->d->hold();
     Error error;
     ZEL_TRY(error, checkPlace());
+    return ZEL_PASS(addRowUnderHold());
+}
+
+Error ResourceRetrieveHandle::addRowUnderHold()
+{
+    Error error;
     cache->d->taskRows.insert(reference, this); // forgotten if the cache was opened meanwhile
     ZEL_TRY(error, cache->d->addRetrievingTask(reference));
     taskAdded = true;

@@ -47,11 +47,12 @@ public:
     virtual ~ResourceRetrieveHandle();
 
     /// True: this process is the fetcher and ends with finalizeRetrieve(). False: the resource is
-    /// ready or somebody else fetches it; follow readProgress(). Fails only if the database does.
+    /// ready or somebody else fetches it; follow readProgress(). Fails if the database does, and
+    /// with code 1 if the cache has moved.
     Result<bool> tryStartRetrieve();
 
-    /// Tells the others that this process wants the resource. Once per handle; later calls do
-    /// nothing.
+    /// Tells the others that this process wants the resource. Nothing happens if it has done so
+    /// since the cache was opened.
     Error addTaskToDatabase();
     /// Takes this process's wish back, unless another handle of this process still needs the row.
     Error removeTaskFromDatabase();
@@ -63,8 +64,9 @@ public:
     Result<bool> isReady() const;
 
     /// Writes path, size in bytes and version, and Ready as the very last step, so that nobody sees
-    /// Ready without data. With a failed `retrieveError` writes Missing instead and does not return
-    /// that failure again. Code 1 if the data is not on disk; the status then stays as it was.
+    /// Ready without data. Code 1 if the data is not on disk or the cache has moved; the status
+    /// then stays as it was. With a failed `retrieveError` writes Missing instead, unless somebody
+    /// else has published the resource or fetches it, and does not return that failure again.
     Error finalizeRetrieve(Error retrieveError);
 
     /// Whether this very thread holds the cache's semaphore, so that every other member would wait
@@ -83,8 +85,10 @@ private:
     /// Its row went with the closing of the cache; one of the same resource is of another handle.
     bool hasLostItsRow() const;
     Error addRow();
+    Result<bool> becomeFetcher();
     Result<bool> isReadyInPlace() const;
     // While the cache is held, so that it does not move meanwhile.
+    Error addRowUnderHold();
     Result<bool> isReadyUnderHold() const;
     Error checkPlace() const;
 

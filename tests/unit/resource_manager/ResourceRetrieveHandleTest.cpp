@@ -1,5 +1,6 @@
 #include "support/CacheTest.h"
 
+#include "LockCalls.h"
 #include "ResourceRetrieveHandle.h"
 #include "SemaphoreLocker.h"
 #include "WaitUntil.h"
@@ -79,6 +80,44 @@ protected:
     private:
         std::atomic<int> number = 0;
         std::thread thread;
+    };
+
+    /// Something that happens in the middle of tryStartRetrieve(): the handle has its row, has
+    /// given the cache back, and is about to take it once more.
+    class BeforeTheDecision
+    {
+    public:
+        explicit BeforeTheDecision(std::function<void()> happens)
+        {
+            calls() = 0;
+            event() = std::move(happens);
+            watchLockCalls(&BeforeTheDecision::onLockCall);
+        }
+        ~BeforeTheDecision()
+        {
+            watchLockCalls(nullptr);
+            EXPECT_GE(calls(), last);
+        }
+
+    private:
+        static constexpr int last = 5; ///< the look at the status, the row, each with a giving back
+        static void onLockCall(LockCall call)
+        {
+            if (call != LockCall::Semaphore || ++calls() != last)
+                return;
+            watchLockCalls(nullptr);
+            event()();
+        }
+        static int &calls()
+        {
+            static int count = 0;
+            return count;
+        }
+        static std::function<void()> &event()
+        {
+            static std::function<void()> function;
+            return function;
+        }
     };
 
     int taskRows() const { return database().count(u"AcquiringTasks"_s); }
@@ -436,6 +475,37 @@ TEST_F(ResourceRetrieveHandleTest, tryStartRetrieve_cacheMovedBeforeIt_failsAndA
     CacheDatabase other(elsewhere.databasePath());
     EXPECT_EQ(other.count(u"AcquiringTasks"_s), 0);
     cache.close();
+}
+
+TEST_F(ResourceRetrieveHandleTest, tryStartRetrieve_cacheMovesBehindTheRow_leavesTheOtherCache)
+{
+    const auto handle = handleOf(cache);
+    const TemporaryCache elsewhere;
+    const BeforeTheDecision move([&] {
+        cache.close();
+        ASSERT_FALSE(cache.open(pathOf(elsewhere.baseDir()), {}).hasError());
+        ASSERT_FALSE(cache.add(reference, ResourceCleanupPolicy::OnDemand).hasError());
+    });
+    const auto outcome = handle->tryStartRetrieve();
+    ASSERT_FALSE(outcome.hasValue());
+    EXPECT_EQ(outcome.error().errorCode(), ErrorCode::OperationFailed);
+    EXPECT_EQ(cache.readStatus(reference).value(), ResourceStatus::Missing);
+    EXPECT_EQ(CacheDatabase(elsewhere.databasePath()).count(u"AcquiringTasks"_s), 0);
+    cache.close();
+}
+
+TEST_F(ResourceRetrieveHandleTest, tryStartRetrieve_cacheReopenedBehindTheRow_hasARowAgain)
+{
+    const auto handle = handleOf(cache);
+    const BeforeTheDecision reopening([this] {
+        cache.close();
+        openCache();
+    });
+    EXPECT_TRUE(handle->tryStartRetrieve().value());
+    EXPECT_EQ(taskRows(), 1);
+    EXPECT_EQ(status(), u"Acquiring"_s);
+    EXPECT_FALSE(handle->removeTaskFromDatabase().hasError());
+    EXPECT_EQ(status(), u"Missing"_s);
 }
 
 TEST_F(ResourceRetrieveHandleTest, finalizeRetrieve_failedAndCacheMoved_leavesTheOtherCache)
