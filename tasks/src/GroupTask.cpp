@@ -11,28 +11,95 @@
 #include <QThread>
 
 #include <algorithm>
+#include <optional>
+#include <thread>
+#include <utility>
 
 namespace zel {
 
 class ZEL_RESOURCE_MANAGER_HIDDEN GroupTask::Private
 {
 public:
+    /// How far the group is, to be told next.
+    struct Telling
+    {
+        int ended;
+        int count;
+        bool isLast; ///< the end of the group follows
+    };
+
     mutable Mutex mutex { "the subtasks of a group" }; ///< of all below
     QList<BaseTask *> subtasks;
     int ended = 0; ///< how many of them have told their end
     int filling = 0; ///< the group does not end while this is not 0
     QSet<Error> lost; ///< failures of subtasks that are gone
 
+    // One thread at a time tells of ends, also of those that come on others meanwhile. Else an
+    // earlier one could be told behind a later one, or behind the end of the group.
+    std::thread::id teller; ///< nobody, if it is none
+    bool isUntold = false; ///< an end is still to be told
+    bool isEndAsked = false; ///< another thread has seen that the group may end
+
+    bool isTeller() const { return teller == std::this_thread::get_id(); }
     bool isComplete() const { return filling == 0 && ended == subtasks.size() && !isEmpty(); }
     bool isEmpty() const { return subtasks.isEmpty() && lost.isEmpty(); }
+    bool mayEnd() const;
+
+    bool countEnd();
+    std::optional<Telling> takeTelling();
+    bool takeEnd();
 };
 
-namespace {
-
-bool isFinished(const BaseTask *task)
+/// Not by the count: a slot at the end of a subtask, which has not told yet, may wait for the
+/// group.
+bool GroupTask::Private::mayEnd() const
 {
-    return task->isFinished();
+    return filling == 0 && !isEmpty()
+        && std::all_of(subtasks.cbegin(), subtasks.cend(),
+                       [](const BaseTask *subtask) { return subtask->isFinished(); });
 }
+
+/// Whether the calling thread has to tell of it.
+bool GroupTask::Private::countEnd()
+{
+    const std::lock_guard lock(mutex);
+    ++ended;
+    isUntold = true;
+    // In a slot of what it tells, the event loop of a wait may bring about the next end.
+    if (teller != std::thread::id() && !isTeller())
+        return false;
+    teller = std::this_thread::get_id();
+    return true;
+}
+
+/// Nothing if the calling thread has no more to tell.
+std::optional<GroupTask::Private::Telling> GroupTask::Private::takeTelling()
+{
+    const std::lock_guard lock(mutex);
+    if (!isTeller())
+        return {};
+    const bool shallEnd = std::exchange(isEndAsked, false) && mayEnd();
+    if (!std::exchange(isUntold, false) && !shallEnd) {
+        teller = {};
+        return {};
+    }
+    return Telling { ended, int(subtasks.size()), shallEnd || isComplete() };
+}
+
+/// Whether the calling thread has to end the group: it may end, and nobody tells of it. The teller
+/// itself, which calls this in a slot, leaves the telling to those it is about to wait for.
+bool GroupTask::Private::takeEnd()
+{
+    const std::lock_guard lock(mutex);
+    if (isTeller())
+        teller = {};
+    if (!mayEnd())
+        return false;
+    isEndAsked = teller != std::thread::id();
+    return !isEndAsked;
+}
+
+namespace {
 
 /// Deleting a running task would pull the ground from under its work.
 void dispose(BaseTask *subtask, const std::shared_ptr<TaskState> &state)
@@ -191,20 +258,22 @@ void GroupTask::onSubtaskStarted()
 
 void GroupTask::onSubtaskEnded()
 {
-    int ended = 0;
-    int count = 0;
-    bool complete = false;
-    {
-        const std::lock_guard lock(d->mutex);
-        ended = ++d->ended;
-        count = int(d->subtasks.size());
-        complete = d->isComplete();
+    if (!d->countEnd()) {
+        postEndIfComplete(); // the teller may sit in an event loop in a slot
+        return;
     }
     const std::shared_ptr<TaskState> state = taskState();
-    setProgress(ended, count);
-    // A slot of the progress may have destroyed the group.
-    if (complete && !state->isRetired())
-        finish(Error());
+    while (!isFinished()) {
+        const std::optional<Private::Telling> telling = d->takeTelling();
+        if (!telling)
+            return;
+        setProgress(telling->ended, telling->count);
+        // A slot of the progress may have destroyed the group.
+        if (state->isRetired())
+            return;
+        if (telling->isLast)
+            return finish(Error());
+    }
 }
 
 void GroupTask::onSubtaskDestroyed(BaseTask *subtask, const Error &unfinished)
@@ -235,16 +304,18 @@ void GroupTask::postEndIfComplete()
 
 void GroupTask::endIfComplete()
 {
-    {
-        const std::lock_guard lock(d->mutex);
-        // Not by the count: a slot at the end of a subtask, which has not told yet, may wait for
-        // the group.
-        const bool allFinished
-            = std::all_of(d->subtasks.cbegin(), d->subtasks.cend(), &zel::isFinished);
-        if (d->filling > 0 || d->isEmpty() || !allFinished)
-            return;
+    const std::shared_ptr<TaskState> state = taskState();
+    const TaskPresence ownPresence(state);
+    if (!ownPresence.task())
+        return;
+    for (const std::shared_ptr<TaskState> &part : state->parts()) {
+        const TaskPresence presence(part);
+        if (auto *group = qobject_cast<GroupTask *>(presence.task()))
+            group->endIfComplete();
     }
-    finish(Error());
+    // The end of the last one may take the group along.
+    if (!state->isRetired() && d->takeEnd())
+        finish(Error());
 }
 
 } // namespace zel

@@ -340,3 +340,92 @@ TEST(GroupTaskTest, cancel_groupDestroyedByItsEnd_isSurvived)
     QObject::connect(group, &BaseTask::finished, &context, [group] { delete group; });
     group->cancel();
 }
+
+TEST(GroupTaskTest, progress_endOnAnotherThreadMeanwhile_isToldBehindItAndBeforeTheEnd)
+{
+    GroupTask group;
+    BaseTask *first = appendedTo(group);
+    BaseTask *second = appendedTo(group);
+    Gate gate;
+    std::promise<void> isTelling;
+    std::vector<int> told;
+    const auto holdUp = [&](int) {
+        isTelling.set_value();
+        gate.pass();
+    };
+    const auto note = [&told](int value) {
+        told.push_back(value);
+    };
+    const auto noteEnd = [&told] {
+        told.push_back(-1);
+    };
+    QObject::connect(&group, &BaseTask::progressInitiated, &group, holdUp, Qt::DirectConnection);
+    QObject::connect(&group, &BaseTask::progress, &group, note, Qt::DirectConnection);
+    QObject::connect(&group, &BaseTask::finished, &group, noteEnd, Qt::DirectConnection);
+
+    std::thread worker([first] { first->finish(Error()); });
+    isTelling.get_future().wait();
+    second->finish(Error());
+    gate.open();
+    worker.join();
+    EXPECT_EQ(told, std::vector<int>({ 1, 2, -1 }));
+    EXPECT_EQ(group.progressValue(), 2);
+    EXPECT_TRUE(group.isSuccessful());
+}
+
+TEST(GroupTaskTest, progress_waitFromElsewhereMeanwhile_endComesBehindIt)
+{
+    GroupTask group;
+    BaseTask *first = appendedTo(group);
+    BaseTask *second = appendedTo(group);
+    Gate gate;
+    std::promise<void> isTelling;
+    std::vector<int> told;
+    const auto holdUp = [&](int value) {
+        if (value == 1)
+            isTelling.set_value();
+        if (value == 1)
+            gate.pass();
+        told.push_back(value);
+    };
+    QObject::connect(&group, &BaseTask::progress, &group, holdUp, Qt::DirectConnection);
+    std::thread worker([first] { first->finish(Error()); });
+    isTelling.get_future().wait();
+    second->finish(Error());
+    EXPECT_EQ(group.waitForAllFinished(0).errorCode(), ErrorCode::OperationFailed);
+    gate.open();
+    EXPECT_FALSE(group.waitForAllFinished(-1).hasError());
+    worker.join();
+    EXPECT_EQ(told, std::vector<int>({ 1, 2 }));
+}
+
+// Whoever tells of the ends cannot be waited for while it waits itself.
+TEST(GroupTaskTest, progress_slotWaitsForTheGroupAroundIt_isServed)
+{
+    for (const bool endsBeforeTheWait : { true, false }) {
+        GroupTask outer;
+        auto *group = new GroupTask;
+        BaseTask *first = appendedTo(*group);
+        BaseTask *second = appendedTo(*group);
+        outer.append(group);
+        Gate gate;
+        std::promise<void> isTelling;
+        Error outcome;
+        const auto wait = [&](int value) {
+            if (value != 1)
+                return;
+            isTelling.set_value();
+            if (endsBeforeTheWait)
+                gate.pass();
+            outcome = outer.waitForAllFinished(10000);
+        };
+        QObject::connect(group, &BaseTask::progress, group, wait, Qt::DirectConnection);
+        std::thread worker([first] { first->finish(Error()); });
+        isTelling.get_future().wait();
+        second->finish(Error());
+        gate.open();
+        worker.join();
+        EXPECT_FALSE(outcome.hasError()) << endsBeforeTheWait;
+        EXPECT_TRUE(outer.isSuccessful());
+    }
+}
