@@ -2,23 +2,23 @@
 #include "ResourceCache.h"
 #include "ResourceManager_p.h"
 #include "errors/Propagate.h"
-#include "references/ResourceReferenceUtils.h"
 
 #include <QSet>
 
-#include <algorithm>
 #include <utility>
 
 namespace zel {
 
 namespace {
 
-/// Equal for handlers of equal references, as ResourceReference compares them.
-std::pair<int, QString> identityOf(const ResourceHandler *handler)
+/// Equal for equal references, as ResourceReference compares them. For sets: to compare each with
+/// each would be most of the work for a thousand small resources.
+using Identity = std::pair<int, QString>;
+
+Identity identityOf(const QSharedPointer<ResourceReference> &reference)
 {
-    if (!handler)
+    if (!reference)
         return {};
-    const auto reference = handler->reference();
     return { int(reference->scheme()), reference->referenceText(false) };
 }
 
@@ -86,11 +86,9 @@ Result<ResourceManager::Private::RawHandlers> ResourceManager::Private::missingO
     const RawHandlers &handlers)
 {
     RawHandlers missing;
-    // As ResourceHandlerUtils::contains() would tell, but without comparing each with each: that
-    // would be most of the work for a thousand small resources.
-    QSet<std::pair<int, QString>> known;
+    QSet<Identity> known;
     for (ResourceHandler *handler : handlers) {
-        const auto key = identityOf(handler);
+        const Identity key = identityOf(handler->reference());
         if (known.contains(key))
             continue;
         // Only a probe of whether there is work: people are asked before any task is kept.
@@ -110,13 +108,14 @@ ResourceManager::Private::RawHandlers ResourceManager::Private::withoutUnaccepte
     if (accepted.size() == missing.size())
         return missing;
 
+    QSet<Identity> acceptedOnes;
+    for (const QSharedPointer<ResourceReference> &reference : accepted)
+        acceptedOnes.insert(identityOf(reference));
+
     RawHandlers kept;
     for (ResourceHandler *handler : missing) {
-        const bool isAccepted
-            = std::any_of(accepted.begin(), accepted.end(), [handler](const auto &reference) {
-                  return ResourceReferenceUtils::compare(handler->reference(), reference);
-              });
-        if (isAccepted || retrieveModeFor(handler) != ResourceHandler::Prompt)
+        if (retrieveModeFor(handler) != ResourceHandler::Prompt
+            || acceptedOnes.contains(identityOf(handler->reference())))
             kept.append(handler);
     }
     return kept;

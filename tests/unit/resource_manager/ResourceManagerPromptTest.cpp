@@ -134,3 +134,23 @@ TEST_F(ResourceManagerPromptTest, promptList_asManyAcceptedAsMissing_dropsNobody
     ASSERT_TRUE(succeeds(group));
     EXPECT_EQ(group.value()->subtasks().size(), 2);
 }
+
+TEST_F(ResourceManagerPromptTest, promptList_partialChoiceOfTwiceAsMany_makesTwiceAsManyKeyForms)
+{
+    const auto keyFormsFor = [this](const QString &name, int count) {
+        Handlers handlers;
+        References all;
+        for (int i = 0; i < count; ++i) {
+            handlers.append(prompted(name + QString::number(i)));
+            all.append(testReference(name + QString::number(i)));
+        }
+        FakePrompting prompting;
+        prompting.accepted = all.mid(1);
+        const int before = TestReference::keyFormsMade();
+        const auto group = ResourceManager::retrieveAsync(handlers, manual, &prompting);
+        EXPECT_EQ(group.value()->subtasks().size(), count - 1);
+        return TestReference::keyFormsMade() - before;
+    };
+    const int forFew = keyFormsFor(u"few"_s, 30);
+    EXPECT_LE(keyFormsFor(u"many"_s, 60), 2 * forFew + 2);
+}
