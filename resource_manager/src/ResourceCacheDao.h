@@ -111,7 +111,7 @@ public:
     /// Opens the file or makes it, brings it up to date, removes rows of clients that are gone and
     /// registers this process. Fails if a row of this process id is there already. After a failure
     /// close(), abandonOpen() or the destructor clear up; isOpen() may well be true until then.
-    /// Does not exclude other processes by itself: two that make a file at once spoil it.
+    /// Does not exclude other processes by itself.
     virtual Error open(const QString &path);
     /// Whether an object of this process has registered the process in its file, or is about to,
     /// so that an end without close() leaves a row behind. The handler of a signal may ask.
@@ -216,7 +216,7 @@ public:
     /// Leaves the usages and tasks of the client where they are.
     Error deleteClientById(qint64 clientId);
 
-    /// What the client wanted or fetched; statuses stay as they are.
+    /// What the client wanted or fetched; statuses change as by deleteRetrievingTask().
     static Error deleteRetrievingTasksForClient(TransactionContext *context, qint64 clientId);
     /// Takes resources that the client left in a transient status out of what it began: to Missing
     /// if no task for any other resource exists, else to ScheduledForAcquire.

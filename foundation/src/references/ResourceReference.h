@@ -73,7 +73,7 @@ public:
     /// The reference that the parser of the text's scheme makes of it. Code 2 if no scheme has the
     /// prefix.
     static Result<QSharedPointer<ResourceReference>> fromString(const QString &text);
-    /// The scheme that the text's prefix stands for. The rest of the text is not looked at.
+    /// The scheme that the text's prefix stands for. Of the rest, control characters are refused.
     static Result<Scheme> scheme(const QString &text);
     /// A name for a folder. A scheme that is not registered has one too, so that what was kept
     /// under it is found.
