@@ -6,6 +6,7 @@
 #include "http/HttpRetry.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace zel {
 
@@ -281,11 +282,22 @@ Error HttpDownload::flush()
     check.addBytes(buffer);
     checked += buffer.size();
     have += buffer.size();
-    // Another one, since the sink and the check may still hold this one.
-    buffer = QByteArray();
-    buffer.reserve(writeSize);
+    takeAnotherBuffer();
     watch.report(have, state.size);
     return error;
+}
+
+/// The sink and the check may still hold this one. One that they have given back spares the system
+/// to find fresh memory, and to clear it.
+void HttpDownload::takeAnotherBuffer()
+{
+    handedOut.push_back(std::exchange(buffer, {}));
+    if (handedOut.front().isDetached()) {
+        buffer = std::move(handedOut.front());
+        handedOut.pop_front();
+        buffer.resize(0); // keeps the memory
+    }
+    buffer.reserve(writeSize);
 }
 
 Error HttpDownload::catchUpWithCheck()

@@ -6,6 +6,8 @@
 
 #include <QCoreApplication>
 
+#include <deque>
+
 namespace zel {
 
 class HttpRetry;
@@ -59,6 +61,7 @@ private:
     /// After a failure the sink is good for nothing any more.
     Error startAnew();
     Error flush();
+    void takeAnotherBuffer();
     bool isComplete() const { return opened && state.size && *state.size == have; }
 
     Error catchUpWithCheck();
@@ -76,6 +79,7 @@ private:
     qint64 have = 0; ///< bytes in the sink
     qint64 mostHad = 0;
     QByteArray buffer; ///< bytes on their way to the sink
+    std::deque<QByteArray> handedOut; ///< the former ones, in their order
     bool rangesFail = false; ///< this server answers requests for the rest with nonsense
     bool continuesEarlierBytes = false;
 

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <malloc.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -69,6 +70,45 @@ TEST(HttpDownload, download_file_bringsItsBytesAsTheyLie)
     EXPECT_EQ(requests[0].range, u"-"_s);
     EXPECT_EQ(requests[0].acceptEncoding, u"identity"_s);
     EXPECT_EQ(requests[0].authorization, u"-"_s);
+}
+
+/// Keeps the pieces for a while, as one that works behind the transfer does.
+class KeepingSink : public NullSink
+{
+public:
+    Error write(const QByteArray &bytes) override
+    {
+        kept.append(bytes);
+        if (kept.size() > 4)
+            kept.removeFirst();
+        total += bytes.size();
+        return {};
+    }
+
+private:
+    QList<QByteArray> kept;
+};
+
+/// How often the system has given this process a page of memory.
+long pagesGiven()
+{
+    rusage usage {};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_minflt;
+}
+
+TEST(HttpDownload, download_sinkGivesPiecesBack_takesNoFreshMemoryForEach)
+{
+    constexpr qint64 size = 40'000'000;
+    NginxServer server;
+    server.addFile(u"a.raw"_s, pattern(size));
+    // What is freed goes back to the system at once, as it does sooner or later with many threads.
+    mallopt(M_MMAP_THRESHOLD, 128 * 1024);
+    KeepingSink sink;
+    const long before = pagesGiven();
+    ASSERT_EQ(download(targetOf(server.url(u"a.raw"_s)), &sink, QuickSettings()), Error());
+    EXPECT_EQ(sink.total, size);
+    EXPECT_LT(pagesGiven() - before, size / sysconf(_SC_PAGESIZE) / 4);
 }
 
 TEST(HttpDownload, download_emptyFile_opensTheSink)
