@@ -16,6 +16,13 @@
 #include <deque>
 
 /// How manifests are read; how they are written stands in ContentManifest.cpp.
+///
+/// There are two readers, and one set of rules that judges what either has found. A cache has a
+/// manifest for each resource, and all of them in the form of toJson(): ManifestText takes that
+/// apart several times as fast as JSON in general can be read, which took longer than to look at
+/// all files that the manifests tell of. QJsonDocument reads whatever else JSON allows, so that no
+/// manifest depends on its form. A list of files in the usual form may come with a head in another
+/// one: then each has the reader that understands it (fromText() below).
 namespace zel {
 
 using namespace Qt::Literals::StringLiterals;
