@@ -25,6 +25,16 @@ void BoardLooker::look()
     thread.reset(QThread::create([this] { seen = lookAt(settings); }));
     QObject::connect(thread.get(), &QThread::finished, &receiver, [this] { tell(); });
     thread->start();
+    if (!thread->isRunning() && !thread->isFinished())
+        lookHere();
+}
+
+/// The system gives no thread, as at a limit of processes. Nobody would tell of the end of one.
+void BoardLooker::lookHere()
+{
+    seen = lookAt(settings);
+    QMetaObject::invokeMethod(
+        &receiver, [this] { tell(); }, Qt::QueuedConnection);
 }
 
 bool BoardLooker::isOver()

@@ -11,7 +11,8 @@
 namespace zel::cli {
 
 /// Looks at a cache on a thread of its own, so that a file system that does not answer keeps no key
-/// and no signal waiting. Used on the main thread, whose event loop brings what was seen.
+/// and no signal waiting; on the calling one where the system gives no thread. Used on the main
+/// thread, whose event loop brings what was seen.
 class BoardLooker
 {
 public:
@@ -29,6 +30,7 @@ public:
     bool isOver();
 
 private:
+    void lookHere();
     void tell();
 
     const ResourceManagerSettings settings;
