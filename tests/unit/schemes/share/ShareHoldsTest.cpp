@@ -60,7 +60,7 @@ TEST_F(ShareHoldsTest, retrieve_smallFileAlone_isFifteenHolds)
 }
 
 // Six at once: the first one looks, for each of the others, whether what it has staged was left
-// behind. One that is soon over does with fewer on a busy machine.
+// behind. On a busy machine one of them does with fewer now and then.
 TEST_F(ShareHoldsTest, retrieve_manySmallFiles_areFifteenHoldsForEachAtMost)
 {
     constexpr int count = 24;
