@@ -51,10 +51,15 @@ bool RemovalRange::endsAt(const QDir &parent) const
 {
     const QString path = parent.absolutePath();
     const QString around = parentOf(parent).absolutePath();
+    const auto isAtDataDirectoryBySpelling = [&] {
+        return isSpelledDataDirectory(path) || isSpelledDataDirectory(around);
+    };
+    const auto isAtDataDirectoryOnDisk = [&] {
+        return leadsToDataDirectory(path) || leadsToDataDirectory(around);
+    };
     // The cheapest questions first: as a rule the spelling alone tells, without a look at the disk.
-    return isSpelledDataDirectory(path) || isSpelledDataDirectory(around)
-        || FolderGlance::showsSeveral(path) || leadsToDataDirectory(path)
-        || leadsToDataDirectory(around) || hasSeveralEntries(parent);
+    return isAtDataDirectoryBySpelling() || FolderGlance::showsSeveral(path)
+        || isAtDataDirectoryOnDisk() || hasSeveralEntries(parent);
 }
 
 bool RemovalRange::isSpelledDataDirectory(const QString &path) const

@@ -130,11 +130,17 @@ void ResourceCache::Private::updateSemaphoreKey(const ResourceCachePath &path)
     qCDebug(lcResourceManager).noquote() << u"System semaphore key set to %1"_s.arg(key);
 }
 
-/// Who works on the cache in its former place ends first; who comes later finds it closed until it
-/// is open in the new one.
+/// How a cache moves to another base directory, with everybody else at work on it:
+///
+/// 1. open() waits for a count of sizes, and here for whoever holds the former place.
+/// 2. The database is closed, and hold() gets another semaphore to wait for.
+/// 3. Whoever has waited for the former one gets it, notices that (see hold()), gives it back and
+///    waits for the new one.
+/// 4. open() holds the new place and opens the database there. Who comes in between finds a closed
+///    cache.
 void ResourceCache::Private::moveTo(QSystemSemaphore *newSemaphore)
 {
-    const auto lock = isHeldByThisThread() ? nullptr : hold();
+    const auto lock = holdUnlessHeld();
     endOpening();
     dao->close();
     semaphore = newSemaphore;
@@ -157,6 +163,17 @@ std::unique_ptr<SemaphoreLocker> ResourceCache::Private::hold()
         if (wanted == semaphore)
             return lock;
     }
+}
+
+/// Null if this thread has the cache already, as the owner of a purge that has not run.
+std::unique_ptr<SemaphoreLocker> ResourceCache::Private::holdUnlessHeld()
+{
+    return isHeldByThisThread() ? nullptr : hold();
+}
+
+void ResourceCache::Private::waitForHolder()
+{
+    const auto lock = hold();
 }
 
 bool ResourceCache::Private::isHeldByThisThread() const
@@ -261,7 +278,7 @@ void ResourceCache::Private::waitForFileSizesUpdate()
     const bool goesByItself = fileSizesThread && !fileSizesThread->isFinished()
         && fileSizesThread != QThread::currentThread();
     if (goesByItself)
-        const auto lock = hold();
+        waitForHolder(); // which the scan is until it ends
     else
         delete fileSizesTask.data(); // no event loop may be left that would; waits for the worker
 }

@@ -159,6 +159,8 @@ public:
     void close();
     /// Takes the semaphore of the place where the cache is, and with it the cache.
     std::unique_ptr<SemaphoreLocker> hold();
+    std::unique_ptr<SemaphoreLocker> holdUnlessHeld();
+    void waitForHolder(); ///< whoever has the cache now
     bool isHeldByThisThread() const;
     void updateSemaphoreKey(const ResourceCachePath &path);
     void moveTo(QSystemSemaphore *newSemaphore);

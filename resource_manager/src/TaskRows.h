@@ -14,6 +14,14 @@ namespace zel {
 /// removes all. So a handle that only watches, or that never had a row, leaves them alone while
 /// another handle of this process still needs its own. A row that could not be removed, as on a
 /// full disk, is remembered: as long as this process lives, nobody else would take it for dead.
+///
+/// How a handle A that goes spares the row of a handle B that comes meanwhile:
+/// 1. A leaves this list, finds nobody else in it and waits for the cache.
+/// 2. B enters the list, and only then waits for the cache, to add its row.
+/// 3. A holds the cache and asks once more. If B has entered, all rows stay; if not, A removes
+/// those
+///    that there are, and B adds its own behind that.
+///
 /// May be used on any thread.
 class TaskRows
 {

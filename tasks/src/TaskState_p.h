@@ -24,6 +24,15 @@ class TasksQueueState;
 /// whoever wakes, tells the group or asks the queue to go on works on this object only, and comes
 /// near the task through a TaskPresence. Every member may be called on any thread. No callback runs
 /// under the mutex but those of waiters, which only post.
+///
+/// How a task ends, on the thread that ends it (see BaseTask::complete()):
+/// 1. tryBeginFinish(): who comes second ends nothing.
+/// 2. The task stores its outcome and does what its class does at the end.
+/// 3. setFinished(): its place in the queue is free. For this thread a wait for the task is over.
+/// 4. finished() is emitted. A slot may destroy the task.
+/// 5. tellEnd(): the group counts it, and may end as well.
+/// 6. The presence ends: from now on other threads may destroy the task.
+/// 7. settle(): those who wait on other threads are woken, and the queue goes on.
 class TaskState : public std::enable_shared_from_this<TaskState>
 {
 public:

@@ -173,6 +173,16 @@ void TasksQueueState::takeBack(quint64 ticket)
         ++occupied;
 }
 
+// Who starts the tasks that wait, always on the queue's thread, or, when that has ended, on the one
+// that calls:
+//
+// a task was appended, or has ended,   at once (proceed()), and posted (schedule()) besides; posted
+// or the limit was raised              only on another thread, for Qt::QueuedConnection, and where
+//                                      a start is under way further up on the stack
+// a place was lent or left             posted
+// somebody waits for a task, and the   at once, where he waits (revive())
+// queue's thread has ended
+
 /// Posted, besides what proceed() does: a task further up on the stack of the thread may sit in an
 /// event loop that waits for the ones to be started.
 void TasksQueueState::schedule()
