@@ -7,6 +7,7 @@
 #include <QFileInfo>
 #include <QHash>
 
+#include <cstdlib>
 #include <mutex>
 
 namespace zel::StagingCleaner {
@@ -29,9 +30,10 @@ public:
     {
         const std::lock_guard lock(mutex);
         QDateTime &last = times[directory];
-        const qint64 passedMs = last.isValid() ? last.msecsTo(now) : -1;
-        // A clock that was put back must not keep it from looking.
-        if (passedMs >= 0 && passedMs < std::chrono::milliseconds(looksAgainAfter).count())
+        // A clock that was put back must not keep it from looking. A little earlier than the last
+        // one is also a thread that looked at the clock first and came here second.
+        constexpr qint64 apartMs = std::chrono::milliseconds(looksAgainAfter).count();
+        if (last.isValid() && std::abs(last.msecsTo(now)) < apartMs)
             return false;
         last = now;
         return true;

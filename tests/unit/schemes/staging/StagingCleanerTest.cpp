@@ -61,6 +61,8 @@ TEST_F(StagingCleanerTest, removeStaleBeforeFetch_manyFetches_looksOnceInTenMinu
     const std::chrono::seconds tenMinutes = StagingCleaner::looksAgainAfter;
     EXPECT_EQ(askedAt({}), 1);
     EXPECT_EQ(askedAt({}), 0);
+    EXPECT_EQ(askedAt(std::chrono::seconds(-1)), 0)
+        << "It looked at the clock before the other one.";
     EXPECT_EQ(askedAt(tenMinutes - std::chrono::seconds(1)), 0);
     EXPECT_EQ(askedAt(tenMinutes), 1);
     EXPECT_EQ(askedAt({}), 1) << "The clock was put back.";
