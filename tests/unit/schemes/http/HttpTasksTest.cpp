@@ -6,6 +6,7 @@
 #include "SchemeMetadata.h"
 #include "ScriptedServer.h"
 #include "TemporaryCache.h"
+#include "staging/StagingArea.h"
 #include "staging/StagingFolder.h"
 #include "staging/StagingRecord.h"
 
@@ -165,6 +166,24 @@ TEST_F(HttpTasksTest, retrieve_emptyFile_liesAtTheExpectedPath)
     server.addFile(u"a.raw"_s, {});
     ASSERT_EQ(retrieve(server.url(u"a.raw"_s)), Error());
     EXPECT_EQ(readFile(expectedPath()), QByteArray());
+}
+
+TEST_F(HttpTasksTest, retrieve_staleStagingOfOthers_isRemovedFirst)
+{
+    NginxServer server;
+    server.addFile(u"a.raw"_s, content);
+    const FetchPlan done = planOf(*referenceOf(server.url(u"done.raw"_s)));
+    ASSERT_TRUE(StagingArea::open(done, u"v1"_s).hasValue());
+    ASSERT_EQ(staged().size(), 1);
+
+    const auto reference = referenceOf(server.url(u"a.raw"_s));
+    FetchPlan plan = planOf(*reference);
+    plan.isReady = [&done](const QString &asked) {
+        return asked == done.referenceKey;
+    };
+    ASSERT_EQ(run(HttpTasks::retrieve(reference, plan, settings).get()), Error());
+    EXPECT_EQ(readFile(expectedPath()), content);
+    EXPECT_TRUE(staged().isEmpty());
 }
 
 TEST_F(HttpTasksTest, retrieve_failedBefore_goesOnFromTheStagedBytes)

@@ -14,6 +14,8 @@ namespace {
 class ShareHoldsTest : public SchemeManagerFixture
 {
 protected:
+    static constexpr int interrupted = 30;
+
     ShareHoldsTest()
     {
         ResourceManager::setRetrieveMode(ResourceHandler::RetrieveMode::NoPrompt);
@@ -21,8 +23,13 @@ protected:
         ResourceManager::cache()->setPingEnabled(false);
         EXPECT_TRUE(ResourceManager::cache()->readCurrentCacheSize().hasValue());
     }
-    /// As if a program had died on the fetch.
-    void leaveInterrupted(const QString &text) const
+    /// As if a program had died on so many fetches.
+    void leaveInterrupted() const
+    {
+        for (int i = 0; i < interrupted; ++i)
+            leaveOneInterrupted(u"share:/gone/%1.raw"_s.arg(i));
+    }
+    void leaveOneInterrupted(const QString &text) const
     {
         const auto lost = reference(text);
         const QString path = cache.dataDir() + u"/share/gone/lost.raw"_s;
@@ -67,12 +74,16 @@ TEST_F(ShareHoldsTest, retrieve_manySmallFiles_areFifteenHoldsForEachAtMost)
     EXPECT_LE(holdsOfFetches(count), count * 15 + 5);
 }
 
-// Whether what they were to bring is Ready is asked once for all fetches.
-TEST_F(ShareHoldsTest, retrieve_manyInterruptedFetches_areOneHoldForEachOfThem)
+// Whether what they were to bring is Ready is asked of the cache.
+TEST_F(ShareHoldsTest, retrieve_besideInterruptedFetches_isOneMoreHoldForEachOfThem)
+{
+    leaveInterrupted();
+    EXPECT_EQ(holdsOfFetches(1), 15 + interrupted);
+}
+
+TEST_F(ShareHoldsTest, retrieve_manyBesideInterruptedFetches_askForEachOfThemOnce)
 {
     constexpr int count = 12;
-    constexpr int interrupted = 30;
-    for (int i = 0; i < interrupted; ++i)
-        leaveInterrupted(u"share:/gone/%1.raw"_s.arg(i));
+    leaveInterrupted();
     EXPECT_LE(holdsOfFetches(count), count * 15 + interrupted + 5);
 }
