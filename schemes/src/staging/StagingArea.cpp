@@ -262,7 +262,8 @@ Error StagingArea::publish()
         error = placeAll();
     if (error.hasError() && !isReadyAlready())
         return ZEL_PASS(error);
-    // The resource is where it belongs; what stays behind is removed by a later fetch.
+    // The resource is where it belongs; what stays behind goes with a later look for leftovers:
+    // before a program's first fetch here, and then before one fetch in ten minutes.
     ZEL_DROP(StagingFolder::remove(folder));
     isRemoved = true;
     return {};

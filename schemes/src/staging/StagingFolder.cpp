@@ -91,7 +91,7 @@ void removeIfUnused(const QString &folder)
     const Error error = remove(folder);
     // Its own fetch may have ended it in the meantime, as happens all the time when many run.
     if (QFileInfo::exists(folder))
-        ZEL_DROP(error); // the next fetch tries again
+        ZEL_DROP(error); // the next look for leftovers tries again
 }
 
 Error remove(const QString &folder)
@@ -107,7 +107,7 @@ Error remove(const QString &folder)
 void removeRemains(const QString &stagingDirectory)
 {
     for (const QString &folder : remains(stagingDirectory))
-        ZEL_DROP(TreeRemoval::remove(folder)); // the next fetch tries again
+        ZEL_DROP(TreeRemoval::remove(folder)); // the next look tries again
 }
 
 } // namespace zel::StagingFolder
