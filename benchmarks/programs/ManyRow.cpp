@@ -4,6 +4,7 @@
 #include "OpenCache.h"
 #include "Replay.h"
 #include "ResourceManager.h"
+#include "Watched.h"
 
 #include <QDir>
 #include <QFile>
@@ -20,12 +21,13 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int count = 1000;
+constexpr int many = 1000; ///< retrievals in a round
+constexpr int manyWatched = 120; ///< as few as a round of holdSix has
 constexpr int fileSize = 4096;
 constexpr int atOnce = 6; ///< as many fetches as the manager has
 
 /// New files in a folder of their own for each round; gives the folder.
-QString makeSources(const QString &directory, int round)
+QString makeSources(const QString &directory, int round, int count)
 {
     const QString folder = u"%1/source-%2"_s.arg(directory, QString::number(round));
     QDir().mkpath(folder);
@@ -42,8 +44,9 @@ QString makeSources(const QString &directory, int round)
 class RetrieveMany : public Contestant
 {
 public:
-    explicit RetrieveMany(const QString &directory)
+    explicit RetrieveMany(const QString &directory, int count = many)
         : directory(directory)
+        , count(count)
     {
         QDir().mkpath(directory);
         openManager(directory);
@@ -52,7 +55,7 @@ public:
 
     void prepare() override
     {
-        const QString folder = makeSources(directory, round++);
+        const QString folder = makeSources(directory, round++, count);
         references.clear();
         for (int i = 0; i < count; ++i)
             references.append(u"share:%1/%2.raw"_s.arg(folder, QString::number(i)));
@@ -65,15 +68,18 @@ public:
 
 private:
     const QString directory;
+    const int count;
     QList<QString> references;
     int round = 0;
 };
 
-Script recordRetrieval(const QString &directory)
+Script recordRetrieval(const QString &directory, int count)
 {
-    RetrieveMany ours(directory);
+    RetrieveMany ours(directory, count);
     ours.prepare();
-    return record([&] { ours.run(); });
+    Script script = record([&] { ours.run(); });
+    ResourceManager::cache()->setPingEnabled(false); // no hold of its own among those of the replay
+    return script;
 }
 
 void syncAt(const QString &path)
@@ -147,9 +153,10 @@ std::vector<Script> holdsOf(const Script &script)
 class Bare : public Contestant
 {
 public:
-    explicit Bare(const QString &directory)
+    explicit Bare(const QString &directory, int count = many)
         : directory(directory)
-        , script(recordRetrieval(directory + u"/recorded"_s))
+        , count(count)
+        , script(recordRetrieval(directory + u"/recorded"_s, count))
     {
         fillCache(directory + u"/empty"_s, 0);
     }
@@ -157,7 +164,7 @@ public:
     void prepare() override
     {
         place = u"%1/played-%2"_s.arg(directory, QString::number(round));
-        source = makeSources(directory, round++);
+        source = makeSources(directory, round++, count);
         for (const auto &folder : { u"/Staging"_s, u"/Cache"_s, u"/Manifests"_s })
             QDir().mkpath(place + folder);
         QFile::copy(databaseOf(directory + u"/empty"_s), databaseOf(place));
@@ -168,6 +175,7 @@ protected:
     QString sourceOf(int number) const { return u"%1/%2.raw"_s.arg(source).arg(number); }
 
     const QString directory;
+    const int count;
     const Script script;
     QString place;
     QString source;
@@ -195,8 +203,8 @@ public:
 class AsPromised : public Bare
 {
 public:
-    explicit AsPromised(const QString &directory)
-        : Bare(directory)
+    explicit AsPromised(const QString &directory, int count = many)
+        : Bare(directory, count)
         , holds(holdsOf(script))
     {
     }
@@ -215,24 +223,43 @@ public:
 private:
     void workThrough()
     {
-        for (size_t i = takeTurn(); i < count; i = takeTurn())
-            copyAsPromised(sourceOf(int(i)), place, QString::number(i));
+        for (int i = takeTurn(); i < count; i = takeTurn())
+            copyAsPromised(sourceOf(i), place, QString::number(i));
     }
 
-    size_t takeTurn()
+    int takeTurn()
     {
         const std::lock_guard turn(mutex);
-        const size_t number = next++;
-        if (number >= count)
-            return number;
-        for (size_t i = holds.size() * number / count; i < holds.size() * (number + 1) / count; ++i)
-            replay->play(holds[i]);
+        const int number = next++;
+        if (number < count) {
+            for (size_t i = firstHoldOf(number); i < firstHoldOf(number + 1); ++i)
+                replay->play(holds[i]);
+        }
         return number;
     }
+    size_t firstHoldOf(int number) const { return holds.size() * size_t(number) / size_t(count); }
 
     const std::vector<Script> holds;
     std::mutex mutex; ///< of the rest, and of the connection
-    size_t next = 0;
+    int next = 0;
+};
+
+/// The same, whose holds are watched: how long the disk and the database make them by themselves.
+class WatchedPromise : public Watched
+{
+public:
+    explicit WatchedPromise(const QString &directory)
+        : bare(directory, manyWatched)
+    {
+    }
+
+    void prepare() override { bare.prepare(); }
+
+protected:
+    void work() override { bare.run(); }
+
+private:
+    AsPromised bare;
 };
 
 template<typename Side>
@@ -242,6 +269,6 @@ std::unique_ptr<Contestant> make(const QString &directory)
 }
 
 const bool known = enter("many/ours", make<RetrieveMany>) && enter("many/floor", make<OneByOne>)
-    && enter("many/promise", make<AsPromised>);
+    && enter("many/promise", make<AsPromised>) && enter("holdSix/floor", make<WatchedPromise>);
 
 } // namespace

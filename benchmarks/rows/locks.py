@@ -28,5 +28,5 @@ ROWS = [
     _holds("Open", "first and later openings", "floor"),
     _holds("Bury", "an opening that takes out what a killed program has left"),
     _holds("Folder", "the fetch of a folder of 500 files"),
-    _holds("Six", "120 fetches, six at once"),
+    _holds("Six", "120 fetches, six at once", "floor"),
 ]
