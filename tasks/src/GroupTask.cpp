@@ -25,6 +25,7 @@ public:
     {
         int ended;
         int count;
+        bool isNews; ///< else only the end of the group is left to tell
         bool isLast; ///< the end of the group follows
     };
 
@@ -35,10 +36,12 @@ public:
     QSet<Error> lost; ///< failures of subtasks that are gone
 
     // One thread at a time tells of ends, also of those that come on others meanwhile. Else an
-    // earlier one could be told behind a later one, or behind the end of the group.
+    // earlier one could be told behind a later one, or behind the end of the group. Whoever tells
+    // of the last one ends the group and stays the teller.
     std::thread::id teller; ///< nobody, if it is none
     bool isUntold = false; ///< an end is still to be told
-    bool isEndAsked = false; ///< another thread has seen that the group may end
+    bool isLastTold = false; ///< and nothing comes behind it but the end of the group
+    bool isEndAsked = false; ///< somebody has seen that the group may end
 
     bool isTeller() const { return teller == std::this_thread::get_id(); }
     bool isComplete() const { return filling == 0 && ended == subtasks.size() && !isEmpty(); }
@@ -79,15 +82,22 @@ std::optional<GroupTask::Private::Telling> GroupTask::Private::takeTelling()
     if (!isTeller())
         return {};
     const bool shallEnd = std::exchange(isEndAsked, false) && mayEnd();
-    if (!std::exchange(isUntold, false) && !shallEnd) {
+    const bool isNews = std::exchange(isUntold, false);
+    if (!isNews && !shallEnd) {
         teller = {};
         return {};
     }
-    return Telling { ended, int(subtasks.size()), shallEnd || isComplete() };
+    const int count = int(subtasks.size());
+    if (!shallEnd && !isComplete())
+        return Telling { ended, count, true, false };
+    // All have ended, also one that has not told yet. A slot of this may bring us here once more.
+    const bool isLastNews = (isNews || ended < count) && !std::exchange(isLastTold, true);
+    return Telling { count, count, isLastNews, true };
 }
 
-/// Whether the calling thread has to end the group: it may end, and nobody tells of it. The teller
-/// itself, which calls this in a slot, leaves the telling to those it is about to wait for.
+/// Whether the calling thread has to tell of the end of the group: it may end, and nobody else
+/// tells. The teller itself, which calls this in a slot, leaves the telling to those it is about to
+/// wait for.
 bool GroupTask::Private::takeEnd()
 {
     const std::lock_guard lock(mutex);
@@ -95,8 +105,11 @@ bool GroupTask::Private::takeEnd()
         teller = {};
     if (!mayEnd())
         return false;
-    isEndAsked = teller != std::thread::id();
-    return !isEndAsked;
+    isEndAsked = true;
+    if (teller != std::thread::id())
+        return false;
+    teller = std::this_thread::get_id();
+    return true;
 }
 
 namespace {
@@ -258,16 +271,21 @@ void GroupTask::onSubtaskStarted()
 
 void GroupTask::onSubtaskEnded()
 {
-    if (!d->countEnd()) {
+    if (d->countEnd())
+        tellOfEnds();
+    else
         postEndIfComplete(); // the teller may sit in an event loop in a slot
-        return;
-    }
+}
+
+void GroupTask::tellOfEnds()
+{
     const std::shared_ptr<TaskState> state = taskState();
     while (!isFinished()) {
         const std::optional<Private::Telling> telling = d->takeTelling();
         if (!telling)
             return;
-        setProgress(telling->ended, telling->count);
+        if (telling->isNews)
+            setProgress(telling->ended, telling->count);
         // A slot of the progress may have destroyed the group.
         if (state->isRetired())
             return;
@@ -315,7 +333,7 @@ void GroupTask::endIfComplete()
     }
     // The end of the last one may take the group along.
     if (!state->isRetired() && d->takeEnd())
-        finish(Error());
+        tellOfEnds();
 }
 
 } // namespace zel

@@ -103,6 +103,7 @@ private:
 
     void onSubtaskStarted();
     void onSubtaskEnded();
+    void tellOfEnds();
     void onSubtaskDestroyed(BaseTask *subtask, const Error &unfinished);
     void beginFilling();
     void endFilling();

@@ -411,7 +411,9 @@ TEST(GroupTaskTest, progress_slotWaitsForTheGroupAroundIt_isServed)
         Gate gate;
         std::promise<void> isTelling;
         Error outcome;
+        std::vector<int> told;
         const auto wait = [&](int value) {
+            told.push_back(value);
             if (value != 1)
                 return;
             isTelling.set_value();
@@ -419,7 +421,11 @@ TEST(GroupTaskTest, progress_slotWaitsForTheGroupAroundIt_isServed)
                 gate.pass();
             outcome = outer.waitForAllFinished(10000);
         };
+        const auto noteEnd = [&told] {
+            told.push_back(-1);
+        };
         QObject::connect(group, &BaseTask::progress, group, wait, Qt::DirectConnection);
+        QObject::connect(group, &BaseTask::finished, group, noteEnd, Qt::DirectConnection);
         std::thread worker([first] { first->finish(Error()); });
         isTelling.get_future().wait();
         second->finish(Error());
@@ -427,5 +433,71 @@ TEST(GroupTaskTest, progress_slotWaitsForTheGroupAroundIt_isServed)
         worker.join();
         EXPECT_FALSE(outcome.hasError()) << endsBeforeTheWait;
         EXPECT_TRUE(outer.isSuccessful());
+        EXPECT_EQ(told, std::vector<int>({ 1, 2, -1 })) << endsBeforeTheWait;
+        EXPECT_EQ(group->progressValue(), 2);
     }
+}
+
+// As a dialog in the slot does.
+TEST(GroupTaskTest, progress_slotDeliversThePostedEnd_lastOneIsToldBeforeIt)
+{
+    GroupTask group;
+    BaseTask *first = appendedTo(group);
+    BaseTask *second = appendedTo(group);
+    std::vector<int> told;
+    const auto endTheOther = [&](int value) {
+        told.push_back(value);
+        if (value != 1)
+            return;
+        std::thread([second] { second->finish(Error()); }).join();
+        deliverEvents();
+    };
+    const auto noteEnd = [&told] {
+        told.push_back(-1);
+    };
+    QObject::connect(&group, &BaseTask::progress, &group, endTheOther, Qt::DirectConnection);
+    QObject::connect(&group, &BaseTask::finished, &group, noteEnd, Qt::DirectConnection);
+    first->finish(Error());
+    EXPECT_EQ(told, std::vector<int>({ 1, 2, -1 }));
+    EXPECT_EQ(group.progressValue(), 2);
+    EXPECT_TRUE(group.isSuccessful());
+}
+
+// It has finished and not told yet when a wait for the group finds that all have.
+TEST(GroupTaskTest, progress_subtaskTellsItsEndLate_groupEndsWithAllToldOnce)
+{
+    GroupTask group;
+    BaseTask *late = appendedTo(group);
+    BaseTask *other = appendedTo(group);
+    Gate gate;
+    std::promise<void> hasFinished;
+    const auto holdUp = [&] {
+        hasFinished.set_value();
+        gate.pass();
+    };
+    QObject::connect(late, &BaseTask::finished, late, holdUp, Qt::DirectConnection);
+    std::thread worker([late] { late->finish(Error()); });
+    hasFinished.get_future().wait();
+    other->finish(Error());
+
+    // In the last progress the late one comes to tell it, too.
+    std::vector<int> told;
+    const auto letItTell = [&](int value) {
+        gate.open();
+        worker.join();
+        told.push_back(value);
+        EXPECT_FALSE(group.waitForAllFinished(10000).hasError()); // a slot like this one may
+    };
+    const auto noteEnd = [&told] {
+        told.push_back(-1);
+    };
+    QObject::connect(&group, &BaseTask::progress, &group, letItTell, Qt::DirectConnection);
+    QObject::connect(&group, &BaseTask::finished, &group, noteEnd, Qt::DirectConnection);
+    EXPECT_FALSE(group.waitForAllFinished(0).hasError());
+    if (worker.joinable()) {
+        gate.open();
+        worker.join();
+    }
+    EXPECT_EQ(told, std::vector<int>({ 2, -1 }));
+    EXPECT_EQ(group.progressValue(), 2);
 }
