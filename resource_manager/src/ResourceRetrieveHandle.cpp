@@ -43,9 +43,7 @@ Result<bool> ResourceRetrieveHandle::becomeFetcher()
 {
     const auto lock = cache->d->hold();
     Error error;
-    ZEL_TRY(error, checkPlace());
-    if (hasLostItsRow())
-        ZEL_TRY(error, addRowUnderHold());
+    ZEL_TRY(error, hasLostItsRow() ? addRowUnderHold() : checkPlace());
     return ZEL_PASS(cache->d->tryStartRetrieve(reference));
 }
 
@@ -58,30 +56,25 @@ Result<bool> ResourceRetrieveHandle::tryStartRetrieve(ResourceCache *cache,
 
 Error ResourceRetrieveHandle::addTaskToDatabase()
 {
-    Error error;
     if (taskAdded && !hasLostItsRow())
-        return error;
+        return {};
     // Before the row: another handle of this process that ends now must not take it along.
     cache->d->taskRows.insert(reference, this);
-    error = ZEL_PASS(addRow());
-    if (error.hasError())
-        cache->d->taskRows.remove(reference, this);
-    return error;
-}
-
-Error ResourceRetrieveHandle::addRow()
-{
     const auto lock = cache->d->hold();
-    Error error;
-    ZEL_TRY(error, checkPlace());
     return ZEL_PASS(addRowUnderHold());
 }
 
 Error ResourceRetrieveHandle::addRowUnderHold()
 {
-    Error error;
     cache->d->taskRows.insert(reference, this); // forgotten if the cache was opened meanwhile
-    ZEL_TRY(error, cache->d->addRetrievingTask(reference));
+    const Error misplaced = ZEL_PASS(checkPlace());
+    const Error error
+        = misplaced.hasError() ? misplaced : ZEL_PASS(cache->d->addRetrievingTask(reference));
+    if (error.hasError()) {
+        // Or others would leave their rows for this one, which is not there.
+        cache->d->taskRows.remove(reference, this);
+        return error;
+    }
     taskAdded = true;
     opening = cache->d->opening;
     return error;

@@ -84,7 +84,6 @@ protected:
 private:
     /// Its row went with the closing of the cache; one of the same resource is of another handle.
     bool hasLostItsRow() const;
-    Error addRow();
     Result<bool> becomeFetcher();
     Result<bool> isReadyInPlace() const;
     // While the cache is held, so that it does not move meanwhile.

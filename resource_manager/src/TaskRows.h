@@ -19,8 +19,7 @@ namespace zel {
 /// 1. A leaves this list, finds nobody else in it and waits for the cache.
 /// 2. B enters the list, and only then waits for the cache, to add its row.
 /// 3. A holds the cache and asks once more. If B has entered, all rows stay; if not, A removes
-/// those
-///    that there are, and B adds its own behind that.
+///    those that there are, and B adds its own behind that.
 ///
 /// May be used on any thread.
 class TaskRows

@@ -1,16 +1,14 @@
 #include "support/CacheTest.h"
+#include "support/WaitingThread.h"
 
+#include "FailingStatement.h"
 #include "LockCalls.h"
 #include "ResourceRetrieveHandle.h"
 #include "SemaphoreLocker.h"
-#include "WaitUntil.h"
 
 #include <QSystemSemaphore>
 
-#include <atomic>
-#include <thread>
-
-#include <unistd.h>
+#include <optional>
 
 using namespace zel;
 using namespace zel::test;
@@ -48,40 +46,6 @@ protected:
         using ResourceRetrieveHandle::removeTaskFromDatabase;
         using ResourceRetrieveHandle::tryStartRetrieve;
     };
-    /// Runs the work on a thread of its own.
-    class WaitingThread
-    {
-    public:
-        explicit WaitingThread(std::function<void()> work)
-            : thread([this, work = std::move(work)] {
-                number = int(::gettid());
-                work();
-            })
-        {
-        }
-        ~WaitingThread() { join(); }
-
-        /// Waits until the thread sleeps, as it does when it waits for the semaphore.
-        bool isWaiting() const
-        {
-            return waitUntil([this] {
-                const QByteArray status = number == 0
-                    ? QByteArray()
-                    : readFile(u"/proc/self/task/%1/stat"_s.arg(number.load()));
-                return status.mid(status.lastIndexOf(')') + 2).startsWith('S');
-            });
-        }
-        void join()
-        {
-            if (thread.joinable())
-                thread.join();
-        }
-
-    private:
-        std::atomic<int> number = 0;
-        std::thread thread;
-    };
-
     /// Something that happens in the middle of tryStartRetrieve(): the handle has its row, has
     /// given the cache back, and is about to take it once more.
     class BeforeTheDecision
@@ -506,6 +470,40 @@ TEST_F(ResourceRetrieveHandleTest, tryStartRetrieve_cacheReopenedBehindTheRow_ha
     EXPECT_EQ(status(), u"Acquiring"_s);
     EXPECT_FALSE(handle->removeTaskFromDatabase().hasError());
     EXPECT_EQ(status(), u"Missing"_s);
+}
+
+TEST_F(ResourceRetrieveHandleTest, tryStartRetrieve_noRowAfterReopening_othersTakeTheirsAway)
+{
+    const auto handle = handleOf(cache);
+    const auto other = handleOf(cache);
+    std::optional<FailingStatement> failing;
+    {
+        const BeforeTheDecision reopening([&] {
+            cache.close();
+            openCache();
+            failing.emplace(0);
+        });
+        EXPECT_FALSE(handle->tryStartRetrieve().hasValue());
+    }
+    EXPECT_TRUE(failing->hasFailed());
+    failing.reset();
+    ASSERT_FALSE(other->addTaskToDatabase().hasError());
+    EXPECT_EQ(taskRows(), 1);
+    ASSERT_FALSE(other->removeTaskFromDatabase().hasError());
+    EXPECT_EQ(taskRows(), 0);
+}
+
+TEST_F(ResourceRetrieveHandleTest, addTask_rowCannotBeAdded_othersTakeTheirsAway)
+{
+    const auto handle = handleOf(cache);
+    const auto other = handleOf(cache);
+    {
+        const FailingStatement failing(0);
+        EXPECT_TRUE(handle->addTaskToDatabase().hasError());
+    }
+    ASSERT_FALSE(other->addTaskToDatabase().hasError());
+    ASSERT_FALSE(other->removeTaskFromDatabase().hasError());
+    EXPECT_EQ(taskRows(), 0);
 }
 
 TEST_F(ResourceRetrieveHandleTest, finalizeRetrieve_failedAndCacheMoved_leavesTheOtherCache)
