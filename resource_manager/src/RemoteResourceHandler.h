@@ -28,9 +28,11 @@ public:
     /// Copies a local file or folder into the cache as this resource, and marks it Ready. Blocks
     /// for the length of the copy. A file that is there already is not overwritten: code 1. A file
     /// appears there as a whole; it and its names are on the disk before the resource is Ready.
-    /// What was copied stays if the row cannot be written; this same handler, asked again, replaces
-    /// it. To another one it is in the way, until ResourceCache::moveLeftoversAside(), with which a
-    /// retrieval begins, has cleared it away.
+    /// What was copied stays if the row cannot be written. A file of these is replaced by this same
+    /// handler, asked again. To another one it is in the way, until
+    /// ResourceCache::moveLeftoversAside(), with which a retrieval begins, has cleared it away.
+    /// A folder is copied file by file into what lies there, whoever has put it there: files of the
+    /// same names are overwritten, others stay.
     /// Must not run beside a retrieval of the same resource.
     Error addToCache(const PathImpl<PathType::Unknown> &source);
     /// The same with the caller's own copy step, which puts the data at expectedPath(), and on the
