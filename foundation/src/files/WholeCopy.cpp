@@ -123,8 +123,10 @@ Error WholeCopy::copyOver(const QString &source, const QString &target, Placed *
     if (own->path != target)
         *own = Placed();
     removeRemains(QFileInfo(target).dir());
+    // A folder neither takes a place nor is replaced in one step.
+    const bool mayReplace = !QFileInfo(source).isDir() && !QFileInfo(target).isDir();
     // Looked at before the work, and again when it is done.
-    if (QFileInfo::exists(target) && !own->isThereStill())
+    if (QFileInfo::exists(target) && !(mayReplace && own->isThereStill()))
         return ZEL_PASS(placeIsTaken(target));
     return ZEL_PASS(copyToPlace(source, target, own, progress));
 }

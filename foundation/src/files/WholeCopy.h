@@ -39,7 +39,8 @@ public:
                       const TreeCopy::Progress &progress = {});
     /// The same for a file that takes the place of what an earlier call has put there in vain, if
     /// that lies there still. `own` tells of it, and afterwards of what this call has left there: a
-    /// call that fails may find that it cannot even take its file away again.
+    /// call that fails may find that it cannot even take its file away again. Only a file replaces
+    /// a file: where one of the two is a folder, the place is taken.
     static Error copyOver(const QString &source, const QString &target, Placed *own,
                           const TreeCopy::Progress &progress = {});
 

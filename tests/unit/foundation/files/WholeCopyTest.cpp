@@ -182,6 +182,27 @@ TEST_F(WholeCopyTest, copyOver_anotherPlace_isNotOwn)
     EXPECT_FALSE(own.isThereStill());
 }
 
+TEST_F(WholeCopyTest, copyOver_folderIsOrWasCopied_isRefusedBeforeTheCopy)
+{
+    const auto isNotCalled = [](qint64) {
+        ADD_FAILURE();
+        return false;
+    };
+    for (const auto &[first, second] :
+         { std::pair(u"source"_s, u"source"_s), std::pair(u"source"_s, u"source/a"_s),
+           std::pair(u"source/a"_s, u"source"_s) }) {
+        const QString place = at(u"place/run"_s);
+        ASSERT_FALSE(WholeCopy::copy(at(first), place).hasError());
+        WholeCopy::Placed own = WholeCopy::Placed::at(place);
+        const Error error = WholeCopy::copyOver(at(second), place, &own, isNotCalled);
+        EXPECT_EQ(error.errorCode(), ErrorCode::OperationFailed);
+        EXPECT_EQ(error.errorMessage(), place + u" is there already."_s);
+        EXPECT_TRUE(own.isThereStill());
+        EXPECT_EQ(atThePlace(), QStringList({ u"run"_s }));
+        ASSERT_TRUE(QFile::remove(place) || QDir(place).removeRecursively());
+    }
+}
+
 // Neither its name can be brought to the disk, nor the file be taken away.
 TEST_F(WholeCopyTest, copyOver_diskDiesAtAnyStep_nextOneEndsIt)
 {
