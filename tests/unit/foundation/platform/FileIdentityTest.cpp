@@ -1,6 +1,7 @@
 #include "platform/FileIdentity.h"
 
 #include "TemporaryCache.h"
+#include "WaitUntil.h"
 
 #include <QDir>
 #include <QTemporaryDir>
@@ -49,6 +50,34 @@ TEST_F(FileIdentityTest, fileIdentity_folderReplaced_differs)
     ASSERT_TRUE(QDir().rmdir(path));
     ASSERT_TRUE(QDir().rename(other, path));
     EXPECT_NE(fileIdentity(path), before);
+}
+
+TEST_F(FileIdentityTest, fileIdentity_contentRewrittenInPlace_differs)
+{
+    writeFile(path, "x");
+    const QByteArray before = fileIdentity(path);
+    // The clock of a file's times does not tell two changes apart that come at once.
+    EXPECT_TRUE(waitUntil([&] {
+        writeFile(path, "y");
+        return fileIdentity(path) != before;
+    }));
+}
+
+TEST_F(FileIdentityTest, fileIdentity_permissionsChanged_differs)
+{
+    for (const bool isFolder : { false, true }) {
+        const QString changed = isFolder ? directory.filePath(u"folder"_s) : path;
+        if (isFolder)
+            ASSERT_TRUE(QDir().mkpath(changed));
+        else
+            writeFile(changed, "x");
+        const QByteArray before = fileIdentity(changed);
+        EXPECT_TRUE(waitUntil([&] {
+            const QFile::Permissions owner = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
+            EXPECT_TRUE(QFile::setPermissions(changed, owner | QFile::ReadGroup));
+            return fileIdentity(changed) != before;
+        }));
+    }
 }
 
 TEST_F(FileIdentityTest, fileIdentity_link_isThatOfItsTarget)
