@@ -41,7 +41,7 @@ public:
     const qint64 clientId;
 
 private:
-    std::map<QString, QSqlQuery> statements; ///< by their texts
+    std::map<QString, QSqlQuery> statements; ///< by their texts; after the guard as well
 };
 
 /// The process id under which pings and close() look for the client row.

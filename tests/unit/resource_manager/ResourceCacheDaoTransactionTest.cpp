@@ -181,6 +181,17 @@ TEST_F(ResourceCacheDaoTransactionTest, context_committed_keepsNoStatement)
     EXPECT_EQ(openStatements(), 0);
 }
 
+TEST_F(ResourceCacheDaoTransactionTest, context_destroyedWithoutCommit_keepsNoStatement)
+{
+    insert(u"test:a"_s);
+    {
+        const Context context = transaction();
+        ASSERT_TRUE(succeeded(update(context, u"test:a"_s, ResourceStatus::Ready, u"/a"_s, 5)));
+        EXPECT_NE(openStatements(), 0);
+    }
+    EXPECT_EQ(openStatements(), 0);
+}
+
 TEST_F(ResourceCacheDaoTransactionTest, contexts_nested_innerGoesWithTheOuter)
 {
     insert(u"test:a"_s);
