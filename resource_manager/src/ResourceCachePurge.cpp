@@ -188,11 +188,16 @@ Error ResourceCache::Private::removeIfNotInUse(TransactionContext *context,
         return Error();
     QElapsedTimer timer;
     timer.start();
-    Error error;
     ZEL_TRY_LET(const UnknownPath path, localPath(reference));
-    ZEL_TRY(error, removeResourceAndUpdateStatus(context, reference, path));
-    qCDebug(lcResourceManager).noquote()
-        << u"Deleted a resource after its last use in %1 ms"_s.arg(timer.elapsed());
+    const bool hasData = QFileInfo::exists(QDir::cleanPath(path));
+    const Error error = ZEL_PASS(removeResourceAndUpdateStatus(context, reference, path));
+    if (!hasData)
+        return error;
+    // Others have waited for it, whatever came of it.
+    const QString text = error.hasError()
+        ? u"Unable to delete a resource after its last use, in %1 ms"_s
+        : u"Deleted a resource after its last use in %1 ms"_s;
+    qCDebug(lcResourceManager).noquote() << text.arg(timer.elapsed());
     return error;
 }
 

@@ -125,6 +125,28 @@ TEST_F(ResourceCacheUseTest, release_lastOnClose_tellsHowLongOthersHaveWaited)
     EXPECT_EQ(log.texts(QtDebugMsg).filter(length).size(), 1);
 }
 
+TEST_F(ResourceCacheUseTest, release_lastOnCloseWithoutData_tellsOfNoDeletion)
+{
+    addReady(u"test:a"_s, u"s/a/f"_s, 10, 1000, ResourceCleanupPolicy::OnClose);
+    ASSERT_TRUE(QFile::remove(dataPath(u"s/a/f"_s)));
+    const LogCapture log;
+    use(u"test:a"_s).reset();
+    EXPECT_EQ(log.texts(QtDebugMsg).filter(u"after its last use"_s), QStringList());
+    EXPECT_EQ(database().status(u"test:a"_s), u"Missing"_s);
+}
+
+TEST_F(ResourceCacheUseTest, release_lastOnCloseCannotBeDeleted_tellsHowLongItTried)
+{
+    addReady(u"test:a"_s, u"s/a/f"_s, 10, 1000, ResourceCleanupPolicy::OnClose);
+    ASSERT_FALSE(cache.saveLocalPath(u"test:a"_s, u"/proc/self/status"_s, 10).hasError());
+    const LogCapture log;
+    use(u"test:a"_s).reset();
+    const QRegularExpression length(
+        u"^Unable to delete a resource after its last use, in [0-9]+ ms$"_s);
+    EXPECT_EQ(log.texts(QtDebugMsg).filter(length).size(), 1);
+    EXPECT_EQ(log.texts(QtDebugMsg).filter(u"Deleted a resource"_s), QStringList());
+}
+
 TEST_F(ResourceCacheUseTest, release_onCloseWhileAcquiring_removesNothing)
 {
     addReady(u"test:a"_s, u"s/a/f"_s, 10, 1000, ResourceCleanupPolicy::OnClose);
