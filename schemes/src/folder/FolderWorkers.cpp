@@ -53,7 +53,10 @@ private:
                 continue;
             }
             changeRunning(-1);
-            return threads.empty() ? thread.error() : Error();
+            if (threads.empty())
+                return thread.error();
+            ZEL_DROP(thread.error()); // those that there are do the work, only more slowly
+            return {};
         }
         return {};
     }

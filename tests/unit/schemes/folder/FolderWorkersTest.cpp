@@ -1,5 +1,6 @@
 #include "folder/FolderWorkers.h"
 
+#include "LogCapture.h"
 #include "ThreadStarts.h"
 
 #include <gtest/gtest.h>
@@ -43,15 +44,19 @@ protected:
 
 TEST_F(FolderWorkersTest, run_threadForEach_doesAll)
 {
+    const LogCapture log;
     EXPECT_EQ(run(3), Error());
     EXPECT_EQ(done, std::set<size_t>({ 0, 1, 2 }));
+    EXPECT_EQ(log.texts(QtWarningMsg), QStringList());
 }
 
 TEST_F(FolderWorkersTest, run_fewerThreadsThanWanted_doesAllWithThem)
 {
+    const LogCapture log;
     EXPECT_EQ(run(1), Error());
     EXPECT_EQ(done, std::set<size_t>({ 0, 1, 2 }));
     EXPECT_EQ(workers.size(), 1U);
+    EXPECT_TRUE(log.contains(QtWarningMsg, u"Unable to start a thread: "_s));
 }
 
 TEST_F(FolderWorkersTest, run_noThreadToBeHad_failsWithoutHavingWorked)
