@@ -277,22 +277,25 @@ Error HttpDownload::flush()
     if (buffer.isEmpty())
         return {};
     Error error;
+    // Asked before the two below take the locks under which the former buffers are given back: only
+    // behind those is a buffer that is free also read to its end, in the order of this thread.
+    const bool isOneFree = !handedOut.empty() && handedOut.front().isDetached();
     ZEL_TRY(error, sink->write(buffer));
     // All that is here has passed before: see catchUpWithCheck().
     check.addBytes(buffer);
     checked += buffer.size();
     have += buffer.size();
-    takeAnotherBuffer();
+    takeAnotherBuffer(isOneFree);
     watch.report(have, state.size);
     return error;
 }
 
 /// The sink and the check may still hold this one. One that they have given back spares the system
 /// to find fresh memory, and to clear it.
-void HttpDownload::takeAnotherBuffer()
+void HttpDownload::takeAnotherBuffer(bool isOneFree)
 {
     handedOut.push_back(std::exchange(buffer, {}));
-    if (handedOut.front().isDetached()) {
+    if (isOneFree) {
         buffer = std::move(handedOut.front());
         handedOut.pop_front();
         buffer.resize(0); // keeps the memory

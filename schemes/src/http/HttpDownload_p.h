@@ -61,7 +61,7 @@ private:
     /// After a failure the sink is good for nothing any more.
     Error startAnew();
     Error flush();
-    void takeAnotherBuffer();
+    void takeAnotherBuffer(bool isOneFree);
     bool isComplete() const { return opened && state.size && *state.size == have; }
 
     Error catchUpWithCheck();

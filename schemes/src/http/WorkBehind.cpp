@@ -69,7 +69,7 @@ void WorkBehind::run()
 
 void WorkBehind::workOnFirst(std::unique_lock<Mutex> &lock)
 {
-    const QByteArray piece = pieces.front();
+    const QByteArray piece = pieces.front(); // given back under the lock: see HttpSink::write()
     lock.unlock();
     const Error outcome = work(piece);
     lock.lock();
