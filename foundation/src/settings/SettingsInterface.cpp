@@ -5,6 +5,7 @@
 #include "platform/FileSync.h"
 #include "platform/TreeCopy.h"
 
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -66,6 +67,10 @@ QString fileBehind(const QString &path)
 // How long others save, far more than it takes.
 constexpr int longestWait = 10000;
 
+// How often who waits looks again. Left to itself QLockFile looks ever more rarely, so that of many
+// who save one could miss each moment in which the file is free.
+constexpr int betweenLooks = 50;
+
 // A program that is killed between making the lock's file and writing into it leaves one that does
 // not say whose it is. Only its age tells that nobody comes back, and the longest wait has to see
 // it. However slow a living program is, it keeps its lock: right after making the file it locks it
@@ -73,6 +78,16 @@ constexpr int longestWait = 10000;
 constexpr int orphanAge = 3000;
 
 constexpr QLatin1StringView randomPart("XXXXXX");
+
+bool lockedInTime(QLockFile &lock)
+{
+    const QDeadlineTimer end(longestWait);
+    while (!lock.tryLock(betweenLooks)) {
+        if (lock.error() != QLockFile::LockFailedError || end.hasExpired())
+            return false;
+    }
+    return true;
+}
 
 /// The beginning of the names of folders in which the file is written, which nobody else has.
 QString workName(const QString &path)
@@ -103,7 +118,7 @@ Error SettingsInterface::save() const
     // The lock that QSettings takes as well: no key that another program writes meanwhile is lost.
     QLockFile lock(path + u".lock"_s);
     lock.setStaleLockTime(orphanAge);
-    if (!lock.tryLock(longestWait))
+    if (!lockedInTime(lock))
         return ZEL_PASS(saveFailure(path));
     removeLeftovers(path);
 

@@ -104,14 +104,18 @@ Result<std::unique_ptr<StagingArea>> StagingArea::openFree(const FetchPlan &plan
                                                            const QString &validator,
                                                            const QString &name)
 {
+    Error error;
     for (int i = 0; i < mostPlaces; ++i) {
         QString folder = name + QString::number(i);
         FileLock lock = lockMade(folder);
         if (lock.state() == FileLock::State::Busy)
             continue;
-        // Without locks a place of one's own is the only one that nobody else writes to.
-        if (lock.state() == FileLock::State::Unavailable)
+        // Without locks a place of one's own is the only one that nobody else writes to. Where none
+        // can be made either, that is what to tell.
+        if (lock.state() == FileLock::State::Unavailable) {
             folder = name + QUuid::createUuid().toString(QUuid::Id128);
+            ZEL_TRY(error, FileUtilsGeneric::mkPath(folder));
+        }
         return std::unique_ptr<StagingArea>(
             new StagingArea(plan, validator, folder, std::move(lock)));
     }
