@@ -129,7 +129,9 @@ TEST_F(SchemesTest, retrieve_killedAtAnyFileStep_theNextProcessEndsWithTheWhole)
         TemporaryCache fresh;
         {
             SchemesProcess dying(fresh);
-            EXPECT_EQ(dying.ask(u"dieAtFileStep %1"_s.arg(step)), u"ok"_s);
+            // No answer is asked for: the count of sizes that begins with the opening may still
+            // take the step.
+            dying.send(u"dieAtFileStep %1"_s.arg(step));
             dying.send(u"retrieve "_s + reference(u"x.wiff"_s));
             dying.send(u"quit"_s);
             isKilled = fateOf(&dying) == Fate::Killed;
