@@ -45,6 +45,15 @@ inline void deliverEvents()
     loop.exec();
 }
 
+/// Has the task tell on which thread its work runs.
+inline void tellThread(Task &task, QThread *&seen)
+{
+    task.setFunction([&seen] {
+        seen = QThread::currentThread();
+        return Error();
+    });
+}
+
 /// A thread with an event loop of its own, for as long as the object lives.
 class LoopThread
 {

@@ -202,10 +202,7 @@ TEST(TasksQueueTest, finish_onAnotherThread_startsTheNextOnItsOwn)
     ManualTask first;
     Task second;
     QThread *seen = nullptr;
-    second.setFunction([&seen] {
-        seen = QThread::currentThread();
-        return Error();
-    });
+    tellThread(second, seen);
     queue.append(&first);
     queue.append(&second);
     std::thread([&first] { first.finish(Error()); }).join();

@@ -33,10 +33,7 @@ TEST(TasksQueueThreadTest, endedThread_finish_startsTheNextWhereItIsCalled)
     ManualTask first;
     Task second;
     QThread *seen = nullptr;
-    second.setFunction([&seen] {
-        seen = QThread::currentThread();
-        return Error();
-    });
+    tellThread(second, seen);
     queue.append(&first);
     queue.append(&second);
     EXPECT_TRUE(eventually([&first] { return first.isRunning(); }));

@@ -21,6 +21,14 @@ protected:
     QString at(const QString &name) const { return QDir(directory.path()).filePath(name); }
     QByteArray bytesAt(const QString &name) const { return QFile::encodeName(at(name)); }
 
+    /// Of all that lies in the folder, hidden or not.
+    qsizetype entryCount() const
+    {
+        return QDir(directory.path())
+            .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)
+            .size();
+    }
+
     /// Makes a link with exactly this text.
     void link(const QByteArray &text, const QString &name) const
     {

@@ -11,7 +11,21 @@ using namespace zel::test;
 using namespace Qt::Literals::StringLiterals;
 
 /// Copies in whose middle the program dies, the source changes or somebody else publishes.
-using ShareRetrievalChangeTest = ShareRetrievalFixture;
+class ShareRetrievalChangeTest : public ShareRetrievalFixture
+{
+protected:
+    /// Of the fetch of a file that is changed to this in its middle.
+    int codeIfSourceBecomes(const QByteArray &changed)
+    {
+        writeFile(source(u"run.raw"_s), largeContent());
+        SteppedTask task;
+        task.atStep = 3;
+        task.action = [&] {
+            writeFile(source(u"run.raw"_s), changed);
+        };
+        return int(retrieve(task, plan, u"run.raw"_s).errorCode());
+    }
+};
 
 TEST_F(ShareRetrievalChangeTest, run_killedAtAnyStep_theNextOneEndsWithTheWholeFile)
 {
@@ -90,24 +104,12 @@ TEST_F(ShareRetrievalChangeTest, run_sourceChangesAtAnyStep_isAFailureOrTheNewSt
 
 TEST_F(ShareRetrievalChangeTest, run_sourceGrowsMeanwhile_hasCode6)
 {
-    writeFile(source(u"run.raw"_s), largeContent());
-    SteppedTask task;
-    task.atStep = 3;
-    task.action = [&] {
-        writeFile(source(u"run.raw"_s), largeContent() + largeContent());
-    };
-    EXPECT_EQ(int(retrieve(task, plan, u"run.raw"_s).errorCode()), 6);
+    EXPECT_EQ(codeIfSourceBecomes(largeContent() + largeContent()), 6);
 }
 
 TEST_F(ShareRetrievalChangeTest, run_sourceShrinksMeanwhile_hasCode6)
 {
-    writeFile(source(u"run.raw"_s), largeContent());
-    SteppedTask task;
-    task.atStep = 3;
-    task.action = [&] {
-        writeFile(source(u"run.raw"_s), "short");
-    };
-    EXPECT_EQ(int(retrieve(task, plan, u"run.raw"_s).errorCode()), 6);
+    EXPECT_EQ(codeIfSourceBecomes("short"), 6);
 }
 
 TEST_F(ShareRetrievalChangeTest, run_fileAppearsInFolderMeanwhile_hasCode6)
