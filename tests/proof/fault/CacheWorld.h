@@ -3,7 +3,7 @@
 #include "CacheInvariants.h"
 #include "RemoteResourceHandler.h"
 #include "ResourceRetrieveHandle.h"
-#include "support/CacheTest.h"
+#include "support/CacheFixture.h"
 
 #include <QPointer>
 #include <QTimer>

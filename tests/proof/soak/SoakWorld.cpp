@@ -5,7 +5,7 @@
 #include "ResourceHandlerFactory.h"
 #include "ResourceManager_p.h"
 #include "ResourceRetrieveHandle.h"
-#include "support/ManagerTest.h"
+#include "support/ManagerFixture.h"
 #include "support/TestReference.h"
 
 #include <QCoreApplication>

@@ -1,5 +1,5 @@
 #include "CacheInvariants.h"
-#include "support/CacheTest.h"
+#include "support/CacheFixture.h"
 
 #include <QDir>
 #include <QFile>
@@ -14,7 +14,7 @@ using Exception = CacheInvariants::Exception;
 namespace {
 
 /// A cache with one Ready resource, one that is being fetched and one that is wanted.
-class CacheInvariantsTest : public CacheTest
+class CacheInvariantsTest : public CacheFixture
 {
 protected:
     void SetUp() override

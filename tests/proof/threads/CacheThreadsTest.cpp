@@ -5,7 +5,7 @@
 #include "SemaphoreRegistry.h"
 #include "Task.h"
 #include "Together.h"
-#include "support/CacheTest.h"
+#include "support/CacheFixture.h"
 #include "support/TestReference.h"
 
 #include <QSystemSemaphore>
@@ -24,7 +24,7 @@ constexpr int addedCount = 8; ///< fewer than there are tries
 constexpr qint64 resourceSize = 1000;
 
 /// Several threads of one program at one cache, which is about to purge all the time.
-class CacheThreadsTest : public CacheTest
+class CacheThreadsTest : public CacheFixture
 {
 protected:
     using UnknownPath = PathImpl<PathType::Unknown>;

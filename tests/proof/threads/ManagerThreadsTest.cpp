@@ -2,7 +2,7 @@
 #include "Proof.h"
 #include "TasksQueue.h"
 #include "Together.h"
-#include "support/ManagerTest.h"
+#include "support/ManagerFixture.h"
 
 #include <QEventLoop>
 
@@ -14,7 +14,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-class ManagerThreadsTest : public ManagerTest
+class ManagerThreadsTest : public ManagerFixture
 {
 protected:
     static constexpr int resourceCount = 8;

@@ -1,7 +1,7 @@
 #include "Holds.h"
 #include "HeldSteps.h"
 #include "ResourceRetrieveHandle.h"
-#include "support/ManagerTest.h"
+#include "support/ManagerFixture.h"
 
 #include <functional>
 
@@ -12,7 +12,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 /// How often the semaphore is taken: each time may be a wait for all other programs.
-class HoldsTest : public ManagerTest
+class HoldsTest : public ManagerFixture
 {
 protected:
     ResourceCache &cache() const { return *ResourceManager::cache(); }

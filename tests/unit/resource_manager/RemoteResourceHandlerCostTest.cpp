@@ -5,7 +5,7 @@
 #include "HeldSteps.h"
 #include "UnsyncedFolders.h"
 #include "WalFile.h"
-#include "support/ManagerTest.h"
+#include "support/ManagerFixture.h"
 
 using namespace zel;
 using namespace zel::test;
@@ -14,7 +14,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 /// What it takes to copy into the cache, counted.
-class RemoteResourceHandlerCostTest : public ManagerTest
+class RemoteResourceHandlerCostTest : public ManagerFixture
 {
 protected:
     static constexpr int folders = 10;

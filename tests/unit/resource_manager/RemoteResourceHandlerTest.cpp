@@ -1,7 +1,7 @@
 #include "RemoteResourceHandler.h"
 
 #include "LogCapture.h"
-#include "support/ManagerTest.h"
+#include "support/ManagerFixture.h"
 
 using namespace zel;
 using namespace zel::test;
@@ -9,7 +9,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-class RemoteResourceHandlerTest : public ManagerTest
+class RemoteResourceHandlerTest : public ManagerFixture
 {
 protected:
     QVariant rowValue(const QString &column, const QString &name) const

@@ -5,7 +5,7 @@
 #include "LockCalls.h"
 #include "ResourceRetrieveHandle.h"
 #include "WalFile.h"
-#include "support/CacheTest.h"
+#include "support/CacheFixture.h"
 
 #include <atomic>
 #include <climits>
@@ -72,7 +72,7 @@ private:
 
 /// What the operations ask of the database and of the other processes, counted: it holds on every
 /// machine.
-class ResourceCacheCostTest : public CacheTest
+class ResourceCacheCostTest : public CacheFixture
 {
 protected:
     /// Without the count of all sizes that goes on behind the first opening.

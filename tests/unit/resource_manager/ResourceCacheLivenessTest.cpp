@@ -1,4 +1,4 @@
-#include "support/CacheTest.h"
+#include "support/CacheFixture.h"
 
 #include "ResourceRetrieveHandle.h"
 
@@ -12,7 +12,7 @@ using namespace std::chrono_literals;
 namespace {
 
 /// This process is client 1. Dead clients are rows that tests write.
-class ResourceCacheLivenessTest : public CacheTest
+class ResourceCacheLivenessTest : public CacheFixture
 {
 protected:
     void SetUp() override { openCache(); }

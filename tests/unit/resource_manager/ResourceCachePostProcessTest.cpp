@@ -1,4 +1,4 @@
-#include "support/CacheTest.h"
+#include "support/CacheFixture.h"
 
 #include "ResourceRetrieveHandle.h"
 #include "zacq/Zacq.h"
@@ -13,7 +13,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 /// Retrieves a container into the cache; what is checked happens when the retrieval ends.
-class ResourceCachePostProcessTest : public CacheTest
+class ResourceCachePostProcessTest : public CacheFixture
 {
 protected:
     void SetUp() override

@@ -3,7 +3,7 @@
 #include "FileSteps.h"
 #include "RemovalRange.h"
 #include "WalFile.h"
-#include "support/CacheTest.h"
+#include "support/CacheFixture.h"
 
 #include <atomic>
 
@@ -44,7 +44,7 @@ private:
 
 /// What a purge asks of the file system and of the database, counted: the number of resources that
 /// stay must not make the removal of one dearer.
-class ResourceCachePurgeCostTest : public CacheTest
+class ResourceCachePurgeCostTest : public CacheFixture
 {
 protected:
     /// Resources of ten bytes in folders side by side, "test:0" unused for longest.

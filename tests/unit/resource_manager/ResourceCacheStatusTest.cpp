@@ -1,4 +1,4 @@
-#include "support/CacheTest.h"
+#include "support/CacheFixture.h"
 
 using namespace zel;
 using namespace zel::test;
@@ -6,7 +6,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-class ResourceCacheStatusTest : public CacheTest
+class ResourceCacheStatusTest : public CacheFixture
 {
 protected:
     void SetUp() override { openCache(); }

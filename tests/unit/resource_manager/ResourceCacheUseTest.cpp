@@ -1,4 +1,4 @@
-#include "support/CacheTest.h"
+#include "support/CacheFixture.h"
 
 #include <QRegularExpression>
 
@@ -10,7 +10,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-class ResourceCacheUseTest : public CacheTest
+class ResourceCacheUseTest : public CacheFixture
 {
 protected:
     void SetUp() override { openCache(); }

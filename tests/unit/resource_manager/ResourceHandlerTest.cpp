@@ -3,7 +3,7 @@
 #include "BracketTranslator.h"
 #include "LogCapture.h"
 #include "ResourceHandlerFactory.h"
-#include "support/ManagerTest.h"
+#include "support/ManagerFixture.h"
 #include "tasks/GetSiblingsTask.h"
 
 #include <unistd.h>
@@ -14,7 +14,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-class ResourceHandlerTest : public ManagerTest
+class ResourceHandlerTest : public ManagerFixture
 {
 protected:
     /// A handler without a cache whose data is to lie at the path.

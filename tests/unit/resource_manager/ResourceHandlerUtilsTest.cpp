@@ -2,7 +2,7 @@
 
 #include "LogCapture.h"
 #include "ResourceHandlerFactory.h"
-#include "support/ManagerTest.h"
+#include "support/ManagerFixture.h"
 
 using namespace zel;
 using namespace zel::test;
@@ -12,7 +12,7 @@ namespace utils = zel::ResourceHandlerUtils;
 
 namespace {
 
-class ResourceHandlerUtilsTest : public ManagerTest
+class ResourceHandlerUtilsTest : public ManagerFixture
 {
 protected:
     using References = QList<QSharedPointer<ResourceReference>>;

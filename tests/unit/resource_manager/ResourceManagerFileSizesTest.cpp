@@ -1,5 +1,5 @@
 #include "AssociatedResourcesProviderInterface.h"
-#include "support/ManagerTest.h"
+#include "support/ManagerFixture.h"
 
 #include <QDateTime>
 
@@ -38,7 +38,7 @@ public:
 };
 QT_WARNING_POP
 
-class ResourceManagerFileSizesTest : public ManagerTest
+class ResourceManagerFileSizesTest : public ManagerFixture
 {
 protected:
     using List = QList<QSharedPointer<ResourceHandler>>;

@@ -1,5 +1,5 @@
 #include "ResourceHandlerFactory.h"
-#include "support/ManagerTest.h"
+#include "support/ManagerFixture.h"
 
 using namespace zel;
 using namespace zel::test;
@@ -7,7 +7,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-class ResourceManagerHandlersTest : public ManagerTest
+class ResourceManagerHandlersTest : public ManagerFixture
 {
 protected:
     using References = ResourceManager::References;

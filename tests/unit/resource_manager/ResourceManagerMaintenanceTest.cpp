@@ -1,5 +1,5 @@
 #include "AsAnybody.h"
-#include "support/ManagerTest.h"
+#include "support/ManagerFixture.h"
 #include "zacq/Zacq.h"
 #include "zacq/ZacqWriter.h"
 
@@ -41,7 +41,7 @@ private:
     std::optional<AsAnybody> anybody;
 };
 
-class ResourceManagerMaintenanceTest : public ManagerTest
+class ResourceManagerMaintenanceTest : public ManagerFixture
 {
 protected:
     static Error deleteResource(const QString &path)

@@ -1,5 +1,5 @@
 #include "LogCapture.h"
-#include "support/ManagerTest.h"
+#include "support/ManagerFixture.h"
 
 using namespace zel;
 using namespace zel::test;
@@ -7,7 +7,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-class ResourceManagerPromptTest : public ManagerTest
+class ResourceManagerPromptTest : public ManagerFixture
 {
 protected:
     using References = ResourceManager::References;

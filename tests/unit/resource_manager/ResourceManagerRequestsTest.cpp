@@ -1,5 +1,5 @@
 #include "CoroutineWait.h"
-#include "support/ManagerTest.h"
+#include "support/ManagerFixture.h"
 
 using namespace zel;
 using namespace zel::test;
@@ -14,7 +14,7 @@ QTime timeOfTheTest()
     return testTime;
 }
 
-class ResourceManagerRequestsTest : public ManagerTest
+class ResourceManagerRequestsTest : public ManagerFixture
 {
 protected:
     using Handlers = ResourceManager::Handlers;

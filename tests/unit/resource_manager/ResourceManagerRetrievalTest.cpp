@@ -1,4 +1,4 @@
-#include "support/ManagerTest.h"
+#include "support/ManagerFixture.h"
 
 using namespace zel;
 using namespace zel::test;
@@ -6,7 +6,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-class ResourceManagerRetrievalTest : public ManagerTest
+class ResourceManagerRetrievalTest : public ManagerFixture
 {
 protected:
     using References = ResourceManager::References;

@@ -1,7 +1,7 @@
 #include "ResourceManager.h"
 
 #include "LogCapture.h"
-#include "support/ManagerTest.h"
+#include "support/ManagerFixture.h"
 
 #include <QDateTime>
 #include <QElapsedTimer>
@@ -14,7 +14,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-class ResourceManagerSetupTest : public ManagerTest
+class ResourceManagerSetupTest : public ManagerFixture
 {
 protected:
     /// Settings whose base directory nobody can make: a file is in its way.

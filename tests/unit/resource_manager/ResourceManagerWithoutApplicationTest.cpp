@@ -1,4 +1,4 @@
-#include "support/ManagerTest.h"
+#include "support/ManagerFixture.h"
 
 using namespace zel;
 using namespace zel::test;
@@ -13,7 +13,7 @@ int main(int argc, char **argv)
 
 namespace {
 
-class ResourceManagerWithoutApplicationTest : public ManagerTest
+class ResourceManagerWithoutApplicationTest : public ManagerFixture
 {
 protected:
     /// Whether the outcome failed with a text that names what is missing.

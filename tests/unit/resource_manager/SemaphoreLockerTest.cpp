@@ -5,7 +5,7 @@
 #include "UnfinishedMaker.h"
 #include "platform/DirectoryLockState.h"
 #include "platform/SystemSemaphoreState.h"
-#include "support/CacheTest.h"
+#include "support/CacheFixture.h"
 #include "threads/LockOrder.h"
 
 #include <QDir>

@@ -1,14 +1,14 @@
 #pragma once
 
 #include "AssociatedResourcesProviderInterface.h"
-#include "support/CacheTest.h"
+#include "support/CacheFixture.h"
 
 #include <QDateTime>
 
 namespace zel::test {
 
 /// A cache whose sizes are counted anew, at its opening or when a test says so.
-class FileSizesFixture : public CacheTest
+class FileSizesFixture : public CacheFixture
 {
 protected:
     using FileType = ExtendableEnum<FileTypes::FileTypeData>;

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "support/CacheTest.h"
+#include "support/CacheFixture.h"
 
 namespace zel::test {
 
 /// A cache whose size a test limits once its resources are there.
-class PurgeFixture : public CacheTest
+class PurgeFixture : public CacheFixture
 {
 protected:
     void open(qint64 optimal, qint64 maximum) { openCache({ optimal, maximum }); }

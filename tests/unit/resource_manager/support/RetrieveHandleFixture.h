@@ -1,12 +1,12 @@
 #pragma once
 
 #include "ResourceRetrieveHandle.h"
-#include "support/CacheTest.h"
+#include "support/CacheFixture.h"
 
 namespace zel::test {
 
 /// An open cache with one missing resource, and handles that are to retrieve it.
-class RetrieveHandleFixture : public CacheTest
+class RetrieveHandleFixture : public CacheFixture
 {
 protected:
     void SetUp() override

@@ -1,6 +1,6 @@
 #include "tasks/GetSiblingsTask.h"
 
-#include "support/ManagerTest.h"
+#include "support/ManagerFixture.h"
 
 #include <QSequentialIterable>
 

@@ -1,7 +1,7 @@
 #include "tasks/RemoteResourceRetrievingTask.h"
 
 #include "BracketTranslator.h"
-#include "support/CacheTest.h"
+#include "support/CacheFixture.h"
 #include "support/TestHandlers.h"
 
 #include <QElapsedTimer>
@@ -23,7 +23,7 @@ bool waitUntil(const std::function<bool()> &condition)
     return condition();
 }
 
-class RemoteResourceRetrievingTaskTest : public CacheTest
+class RemoteResourceRetrievingTaskTest : public CacheFixture
 {
 protected:
     struct Retrieval

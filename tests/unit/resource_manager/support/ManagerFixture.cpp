@@ -1,4 +1,4 @@
-#include "support/ManagerTest.h"
+#include "support/ManagerFixture.h"
 
 namespace zel::test {
 
@@ -44,7 +44,7 @@ FakePrompting::References FakePrompting::confirmedReferences()
     return accepted.value_or(lastAsked);
 }
 
-ManagerTest::ManagerTest()
+ManagerFixture::ManagerFixture()
     : directory(processDirectory())
 {
     registerTestSchemes();
@@ -52,28 +52,28 @@ ManagerTest::ManagerTest()
     ResourceManager::overrideDefaultSettings(settingsFor(directory.baseDir()));
 }
 
-ResourceManagerSettings ManagerTest::settingsFor(const QString &baseDir)
+ResourceManagerSettings ManagerFixture::settingsFor(const QString &baseDir)
 {
     ResourceManagerSettings settings;
     settings.cachePath.setBaseDirPath(baseDir);
     return settings;
 }
 
-QSharedPointer<RemoteTestHandler> ManagerTest::handler(const QString &name) const
+QSharedPointer<RemoteTestHandler> ManagerFixture::handler(const QString &name) const
 {
     const auto found = ResourceManager::getHandler(testReference(name));
     EXPECT_TRUE(succeeds(found));
     return found.hasValue() ? found.value().staticCast<RemoteTestHandler>() : nullptr;
 }
 
-QSharedPointer<RemoteTestHandler> ManagerTest::prompted(const QString &name) const
+QSharedPointer<RemoteTestHandler> ManagerFixture::prompted(const QString &name) const
 {
     const auto remote = handler(name);
     remote->overrideRetrieveMode(ResourceHandler::Prompt);
     return remote;
 }
 
-FakePrompting *ManagerTest::makeDefaultPrompting()
+FakePrompting *ManagerFixture::makeDefaultPrompting()
 {
     auto prompting = std::make_unique<FakePrompting>();
     auto *borrowed = prompting.get();
@@ -81,14 +81,14 @@ FakePrompting *ManagerTest::makeDefaultPrompting()
     return borrowed;
 }
 
-QSharedPointer<LocalTestHandler> ManagerTest::nearHandler(const QString &name) const
+QSharedPointer<LocalTestHandler> ManagerFixture::nearHandler(const QString &name) const
 {
     const auto found = ResourceManager::getHandler(testReference(name, u"near"_s));
     EXPECT_TRUE(succeeds(found));
     return found.hasValue() ? found.value().staticCast<LocalTestHandler>() : nullptr;
 }
 
-QString ManagerTest::pathOf(const QString &name) const
+QString ManagerFixture::pathOf(const QString &name) const
 {
     return u"%1/test/%2/%2.dat"_s.arg(directory.dataDir(), name);
 }

@@ -67,10 +67,10 @@ private:
 
 /// The process's manager, on a base directory of the process's own. Every case is a process of its
 /// own when ctest runs it, as it must be: the manager and its overrides exist once per process.
-class ManagerTest : public testing::Test
+class ManagerFixture : public testing::Test
 {
 protected:
-    ManagerTest();
+    ManagerFixture();
 
     static ResourceManagerSettings settingsFor(const QString &baseDir);
 

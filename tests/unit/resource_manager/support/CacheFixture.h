@@ -40,10 +40,10 @@ public:
 };
 
 /// An open cache on a base directory of the test's own.
-class CacheTest : public testing::Test
+class CacheFixture : public testing::Test
 {
 protected:
-    CacheTest();
+    CacheFixture();
 
     static ResourceCachePath pathOf(const QString &baseDir);
     ResourceCachePath cachePath() const { return pathOf(directory.baseDir()); }

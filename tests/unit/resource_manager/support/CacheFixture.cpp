@@ -1,25 +1,25 @@
-#include "CacheTest.h"
+#include "CacheFixture.h"
 
 namespace zel::test {
 
 using namespace Qt::Literals::StringLiterals;
 
-CacheTest::CacheTest() = default;
+CacheFixture::CacheFixture() = default;
 
-ResourceCachePath CacheTest::pathOf(const QString &baseDir)
+ResourceCachePath CacheFixture::pathOf(const QString &baseDir)
 {
     ResourceCachePath path;
     path.setBaseDirPath(baseDir);
     return path;
 }
 
-void CacheTest::openCache(const ResourceCacheSizes &sizes)
+void CacheFixture::openCache(const ResourceCacheSizes &sizes)
 {
     const Error error = cache.open(cachePath(), sizes);
     ASSERT_FALSE(error.hasError()) << qPrintable(error.description());
 }
 
-std::unique_ptr<TestCache> CacheTest::otherClient(qint64 processId) const
+std::unique_ptr<TestCache> CacheFixture::otherClient(qint64 processId) const
 {
     auto other = std::make_unique<TestCache>(std::make_unique<OtherProcessDao>(processId));
     const Error error = other->open(cachePath(), {});
@@ -27,8 +27,8 @@ std::unique_ptr<TestCache> CacheTest::otherClient(qint64 processId) const
     return other;
 }
 
-void CacheTest::addReady(const QString &reference, const QString &relativePath, qint64 size,
-                         qint64 lastAccess, ResourceCleanupPolicy policy)
+void CacheFixture::addReady(const QString &reference, const QString &relativePath, qint64 size,
+                            qint64 lastAccess, ResourceCleanupPolicy policy)
 {
     writeFile(dataPath(relativePath), QByteArray(size, 'x'));
     ASSERT_FALSE(cache.add(reference, policy).hasError());
@@ -38,12 +38,12 @@ void CacheTest::addReady(const QString &reference, const QString &relativePath, 
                    { lastAccess, reference });
 }
 
-QString CacheTest::dataPath(const QString &relativePath) const
+QString CacheFixture::dataPath(const QString &relativePath) const
 {
     return directory.dataDir() + u'/' + relativePath;
 }
 
-QVariant CacheTest::rowValue(const QString &column, const QString &reference) const
+QVariant CacheFixture::rowValue(const QString &column, const QString &reference) const
 {
     return database().value(u"SELECT %1 FROM CachedResources WHERE reference = ?"_s.arg(column),
                             { reference });
