@@ -1,6 +1,6 @@
 # What programs may include: the headers that export something, and those named as PLAIN, which have
 # nothing but inline code or no code at all. They are installed side by side in one folder, so that
-# includes are spelled as in the tree; each is compiled by itself in the ordinary build.
+# includes are spelled as in the tree; each is compiled by itself in the ordinary builds.
 #   zel_public_headers(zel_resource_schemes FOLDERS schemes PLAIN schemes/src/X.h)
 function(zel_public_headers target)
     cmake_parse_arguments(ARG "" "" "FOLDERS;PLAIN" ${ARGN})
@@ -20,7 +20,7 @@ function(zel_public_headers target)
     # The folders' object libraries have seen to these headers.
     set_target_properties(${target} PROPERTIES AUTOMOC OFF)
     target_sources(${target} PUBLIC FILE_SET HEADERS BASE_DIRS ${ARG_FOLDERS} FILES ${public})
-    if(BUILD_TESTING)
+    if(BUILD_TESTING AND NOT ZEL_SANITIZE AND NOT ZEL_COVERAGE)
         zel_compile_headers_alone(${target} ${public})
     endif()
 endfunction()
