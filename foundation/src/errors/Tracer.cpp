@@ -1,4 +1,5 @@
 #include "errors/Tracer.h"
+#include "errors/RetrievalTracing.h"
 
 #include "threads/Mutex.h"
 

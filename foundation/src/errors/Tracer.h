@@ -42,13 +42,11 @@ namespace tracer_categories_settings {
 
 /// Which categories the host wants traced; none at the start. Names are compared exactly.
 ZEL_RESOURCE_MANAGER_EXPORT bool isCategoryEnabled(const char16_t *category);
-/// Counts from the next question on, but for retrievals: see isRetrievalTracingActive().
+/// The library asks for one, u"RESOURCE_RETRIEVAL": each retrieval from another place is a span of
+/// the category "resource_retrieval". It asks once per process, at the first retrieval: tracing is
+/// set up before that, or not at all.
 ZEL_RESOURCE_MANAGER_EXPORT void setCategoryEnabled(const char16_t *category, bool enabled);
 
 } // namespace tracer_categories_settings
-
-/// Whether retrievals are traced. Decided once per process, at the first call: a host that wants
-/// spans sets tracing up before its first retrieval.
-bool isRetrievalTracingActive();
 
 } // namespace zel

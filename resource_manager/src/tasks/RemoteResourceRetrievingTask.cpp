@@ -1,6 +1,7 @@
 #include "tasks/RemoteResourceRetrievingTask.h"
 
 #include "errors/Propagate.h"
+#include "errors/RetrievalTracing.h"
 #include "errors/Tracer.h"
 
 #include <QThread>

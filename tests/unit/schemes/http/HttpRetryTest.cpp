@@ -8,7 +8,7 @@ class HttpRetryTest : public testing::Test
 {
 protected:
     HttpSettings settings;
-    const HttpHead head;
+    HttpHead head;
 };
 
 } // namespace
