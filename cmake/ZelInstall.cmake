@@ -2,6 +2,13 @@
 # in it knows where the tree lay.
 include(CMakePackageConfigHelpers)
 
+foreach(folder IN ITEMS BINDIR LIBDIR INCLUDEDIR DATADIR)
+    if(PROJECT_IS_TOP_LEVEL AND IS_ABSOLUTE "${CMAKE_INSTALL_${folder}}")
+        message(FATAL_ERROR "CMAKE_INSTALL_${folder} has to be relative to the prefix: what is installed "
+            "finds its parts from where it lies.")
+    endif()
+endforeach()
+
 # Each major version has a folder of its own, as libraries of several may be installed.
 set(ZEL_TRANSLATIONS_DIR
     ${CMAKE_INSTALL_DATADIR}/zel_resource_manager/${PROJECT_VERSION_MAJOR}/translations)
