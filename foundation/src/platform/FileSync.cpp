@@ -1,6 +1,7 @@
 #include "platform/FileSync.h"
 
 #include "errors/Propagate.h"
+#include "platform/FreeSpace.h"
 #include "platform/PosixFile.h"
 
 #include <QDir>
@@ -66,29 +67,35 @@ int replaceAt(int folder, const QByteArray &name, const QByteArray &content)
     return syncFolder(folder);
 }
 
+Error failure(int code, const QString &path, const QString &reason)
+{
+    return ZEL_ERROR(code, FileSync::tr("Writing \"%1\" failed: %2").arg(path, reason));
+}
+
+Error failure(const QString &path, int reason)
+{
+    return ZEL_PASS(failure(codeOf(reason), path, qt_error_string(reason)));
+}
+
 } // namespace
 
 Error FileSync::syncFile(QFileDevice &file)
 {
     if (!file.flush()) {
-        return ZEL_ERROR(ErrorCode::OperationFailed,
-                         tr("Writing \"%1\" failed: %2").arg(file.fileName(), file.errorString()));
+        const bool isFull = file.error() == QFileDevice::ResourceError;
+        const int code = isFull ? FreeSpace::lackingCode : int(ErrorCode::OperationFailed);
+        return ZEL_PASS(failure(code, file.fileName(), file.errorString()));
     }
-    if (const int error = syncNow(file.handle())) {
-        return ZEL_ERROR(
-            ErrorCode::OperationFailed,
-            tr("Writing \"%1\" failed: %2").arg(file.fileName(), qt_error_string(error)));
-    }
+    if (const int error = syncNow(file.handle()))
+        return ZEL_PASS(failure(file.fileName(), error));
     return {};
 }
 
 Error FileSync::syncFile(const QString &path)
 {
     const Descriptor file = openAt(AT_FDCWD, QFile::encodeName(path), O_RDONLY);
-    if (const int error = file.isOpen() ? syncNow(file.get()) : errno) {
-        return ZEL_ERROR(ErrorCode::OperationFailed,
-                         tr("Writing \"%1\" failed: %2").arg(path, qt_error_string(error)));
-    }
+    if (const int error = file.isOpen() ? syncNow(file.get()) : errno)
+        return ZEL_PASS(failure(path, error));
     return {};
 }
 
@@ -96,7 +103,7 @@ Error FileSync::syncDirectory(const QString &path)
 {
     if (const int error = syncFolderAt(QFile::encodeName(path))) {
         return ZEL_ERROR(
-            ErrorCode::OperationFailed,
+            codeOf(error),
             tr("Writing the folder \"%1\" failed: %2").arg(path, qt_error_string(error)));
     }
     return {};
@@ -122,10 +129,8 @@ Error FileSync::replaceContent(const QString &path, const QByteArray &content)
 {
     const auto [folderPath, name] = splitPath(QFile::encodeName(path));
     const Descriptor folder = openAt(AT_FDCWD, folderPath, O_RDONLY | O_DIRECTORY);
-    if (const int error = folder.isOpen() ? replaceAt(folder.get(), name, content) : errno) {
-        return ZEL_ERROR(ErrorCode::OperationFailed,
-                         tr("Writing \"%1\" failed: %2").arg(path, qt_error_string(error)));
-    }
+    if (const int error = folder.isOpen() ? replaceAt(folder.get(), name, content) : errno)
+        return ZEL_PASS(failure(path, error));
     return {};
 }
 
@@ -142,7 +147,7 @@ Error FileSync::renameDurably(const QString &from, const QString &to)
         error = syncFolderAt(sourceFolder);
     if (error != 0) {
         return ZEL_ERROR(
-            ErrorCode::OperationFailed,
+            codeOf(error),
             tr("Renaming \"%1\" to \"%2\" failed: %3").arg(from, to, qt_error_string(error)));
     }
     return {};

@@ -10,7 +10,7 @@ class QFileDevice;
 namespace zel {
 
 /// Brings what was written to the disk and tells if it did not arrive. Qt's own file classes lose
-/// such failures. Failures have code 1 and name the path and the reason.
+/// such failures. Failures have code 7 for want of space, else 1, and name the path and the reason.
 class ZEL_RESOURCE_MANAGER_EXPORT FileSync
 {
     Q_DECLARE_TR_FUNCTIONS(zel::FileSync)

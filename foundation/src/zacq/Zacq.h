@@ -27,8 +27,9 @@ ZEL_RESOURCE_MANAGER_EXPORT bool isZacqFile(const QString &path, bool isThorough
 /// or through a link, makes the container invalid. Nothing but the container itself and the target
 /// that names it as its owner is ever changed or removed.
 /// Failures: code 4 for a container that is damaged or none, code 5 for a format version of the
-/// future, code 1 for what the disk refuses. One thread at a time for each object; nothing guards
-/// the folders against a second process: hold the cache's lock.
+/// future, code 1 for what the disk refuses, 7 where it tells that it lacks room. One thread at a
+/// time for each object; nothing guards the folders against a second process: hold the cache's
+/// lock.
 class ZEL_RESOURCE_MANAGER_EXPORT Zacq
 {
     Q_DECLARE_TR_FUNCTIONS(zel::zacq::Zacq)

@@ -7,7 +7,8 @@
 namespace zel::zacq {
 
 /// Makes containers. Each appears under its path only when it is whole; what exists there already
-/// is a failure. Code 2 for an unusable name, code 1 for what the disk refuses.
+/// is a failure. Code 2 for an unusable name, code 1 for what the disk refuses, 7 where it tells
+/// that it lacks room.
 class ZEL_RESOURCE_MANAGER_EXPORT ZacqWriter
 {
     Q_DECLARE_TR_FUNCTIONS(zel::zacq::ZacqWriter)

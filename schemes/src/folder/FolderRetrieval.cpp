@@ -29,6 +29,14 @@ FolderRetrieval::~FolderRetrieval() = default;
 
 Error FolderRetrieval::run()
 {
+    const Error error = copy();
+    if (error.hasError())
+        giveUp(error);
+    return ZEL_PASS(error);
+}
+
+Error FolderRetrieval::copy()
+{
     Error error;
     StagingCleaner::removeStaleBeforeFetch(plan);
     ZEL_TRY_LET(const RemoteListing listing, lister([this] { return isCanceled(); }));
@@ -40,14 +48,17 @@ Error FolderRetrieval::run()
                 StagingArea::open(plan, listing.tellsStates() ? listing.validator() : QString()));
     staging = std::make_unique<FolderStaging>(std::move(area), listing);
 
-    const Error collected = collect(listing);
-    if (int(collected.errorCode()) == SchemeErrors::noSpace)
-        staging->giveRoomBack();
-    if (collected.hasError())
-        return ZEL_PASS(collected);
+    ZEL_TRY(error, collect(listing));
     ZEL_TRY(error, checkUnchanged(listing));
     ZEL_TRY(error, staging->checkWhole());
     return ZEL_PASS(staging->publish());
+}
+
+/// A volume may tell only when its bytes are waited for that there was no room for them.
+void FolderRetrieval::giveUp(const Error &reason)
+{
+    if (staging && int(reason.errorCode()) == SchemeErrors::noSpace)
+        staging->giveRoomBack();
 }
 
 Error FolderRetrieval::collect(const RemoteListing &listing)

@@ -29,8 +29,9 @@ class Task;
 /// Sizes that the listing does not tell are asked of the server first, for the progress and for the
 /// room on the volume.
 ///
-/// What is staged stays after a failure and after a cancel. A later fetch of the same state takes
-/// files that are whole as they are, and goes on within those that have begun.
+/// What is staged stays after a failure and after a cancel, but for what is given back after a want
+/// of space, so that the volume has room for the database of the cache. A later fetch of the same
+/// state takes files that are whole as they are, and goes on within those that have begun.
 class FolderRetrieval
 {
     Q_DECLARE_TR_FUNCTIONS(zel::FolderRetrieval)
@@ -56,6 +57,8 @@ private:
         qint64 begun; ///< bytes that are here of it
     };
 
+    Error copy();
+    void giveUp(const Error &reason);
     Error collect(const RemoteListing &listing);
     Error fetchAll(const std::vector<Piece> &pieces, std::optional<qint64> total);
     Error fetch(const Piece &piece, HttpSession &session, const std::function<bool()> &shallStop);

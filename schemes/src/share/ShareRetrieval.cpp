@@ -44,6 +44,14 @@ ShareRetrieval::ShareRetrieval(Task *task, const FetchPlan &plan, const QString 
 
 Error ShareRetrieval::run()
 {
+    const Error error = copy();
+    if (error.hasError())
+        giveUp(error);
+    return ZEL_PASS(error);
+}
+
+Error ShareRetrieval::copy()
+{
     Error error;
     if (FileUtils::isSubPath(plan.stagingDirectory, textPath(source))) {
         return ZEL_ERROR(
@@ -60,8 +68,6 @@ Error ShareRetrieval::run()
     const Error collected = collect(listing);
     if (collected.hasError()) {
         progress->end();
-        if (int(collected.errorCode()) == SchemeErrors::noSpace)
-            area->giveRoomBack();
         return ZEL_PASS(collected);
     }
     progress->endWhole();
@@ -74,6 +80,13 @@ Error ShareRetrieval::run()
                              .arg(QString::number(listing.leftOut()), textPath(source)));
     }
     return error;
+}
+
+/// A volume may tell only when its bytes are waited for that there was no room for them.
+void ShareRetrieval::giveUp(const Error &reason)
+{
+    if (area && int(reason.errorCode()) == SchemeErrors::noSpace)
+        area->giveRoomBack();
 }
 
 Error ShareRetrieval::checkExpected(const ShareListing &listing) const

@@ -21,7 +21,8 @@ class Task;
 ///
 /// Lists the source, copies what is not staged yet, lists again, and publishes only if nothing has
 /// changed in between: a copy is never a mixture of two states. Bytes that are staged stay after a
-/// failure and after a cancel, for the next fetch to go on from.
+/// failure and after a cancel, for the next fetch to go on from; only after a want of space some of
+/// them go, so that the volume has room for the database of the cache.
 class ShareRetrieval
 {
     Q_DECLARE_TR_FUNCTIONS(zel::ShareRetrieval)
@@ -36,6 +37,8 @@ public:
     Error run();
 
 private:
+    Error copy();
+    void giveUp(const Error &reason);
     Error checkExpected(const ShareListing &listing) const;
     Error collect(const ShareListing &listing);
     Error openVolume();
