@@ -319,6 +319,10 @@
         <source>Failed to create cache directory %1</source>
         <translation>Das Cache-Verzeichnis %1 konnte nicht angelegt werden</translation>
     </message>
+    <message>
+        <source>Null task provided.</source>
+        <translation>Es wurde keine Aufgabe übergeben.</translation>
+    </message>
 </context>
 <context>
     <name>zel::ResourceMetadataFactory</name>

@@ -143,18 +143,19 @@ public:
     static Result<bool> exists(const ResourceHandler *handler);
     /// See exists() of one handler.
     static Result<bool> exists(const QSharedPointer<ResourceHandler> &handler);
-    /// The list must not be empty.
+    /// Code 2 if the list is empty.
     static Result<bool> exists(const QList<ResourceHandler *> &handlers);
     /// See exists() of several handlers.
     static Result<bool> exists(const Handlers &handlers);
-    /// Reads the answer of a finished group of existsAsync(); code 1 if it is unfinished.
+    /// Reads the answer of a finished group of existsAsync(). Code 1 if it is unfinished, code 2
+    /// for a null one.
     static Result<bool> exists(GroupTask *group);
     /// The same as a coroutine. The handler is borrowed and has to outlive it.
     static QCoro::Task<Result<bool>> co_exists(const ResourceHandler *handler);
     /// The same as a task whose result is a bool.
     static Result<std::unique_ptr<Task>> existsAsync(const QSharedPointer<ResourceHandler> &handler,
                                                      ResourceHandler::AsyncProcessingType type);
-    /// One subtask per handler; exists() of the group tells the answer.
+    /// One subtask per handler; exists() of the group tells the answer. Null for an empty list.
     static Result<std::unique_ptr<GroupTask>> existsAsync(
         const Handlers &handlers, ResourceHandler::AsyncProcessingType type);
     /// Forgets the answers for a scheme, for a host that knows that its store changed. Scheme 0

@@ -115,6 +115,8 @@ ResourceManager::Private::GroupResult ResourceManager::Private::existsAsync(
 
 Result<bool> ResourceManager::Private::exists(GroupTask *group) const
 {
+    if (!group)
+        return ZEL_ERROR(ErrorCode::BadArgument, ResourceManager::tr("Null task provided."));
     return ZEL_PASS(group->accumulateResults<bool>(std::logical_and<bool>(), true));
 }
 

@@ -272,12 +272,25 @@ TEST_F(ResourceManagerRequestsTest, existsList_empty_isANullGroup)
     EXPECT_EQ(group.value(), nullptr);
 }
 
+TEST_F(ResourceManagerRequestsTest, existsList_emptyAndBlocking_failsWithCode2)
+{
+    EXPECT_TRUE(failsWith(ResourceManager::exists(Handlers()), ErrorCode::BadArgument));
+}
+
 TEST_F(ResourceManagerRequestsTest, existsGroup_unfinished_failsWithCode1)
 {
     const auto group = ResourceManager::existsAsync(Handlers { handler(u"a"_s) }, manual);
     ASSERT_TRUE(succeeds(group));
     EXPECT_TRUE(failsWith(ResourceManager::exists(group.value().get()), ErrorCode::OperationFailed,
                           u"Cannot get results for unfinished group task."_s));
+}
+
+TEST_F(ResourceManagerRequestsTest, existsGroup_nullOneOfAnEmptyList_failsWithCode2)
+{
+    const auto group = ResourceManager::existsAsync(Handlers(), queued);
+    ASSERT_TRUE(succeeds(group));
+    EXPECT_TRUE(failsWith(ResourceManager::exists(group.value().get()), ErrorCode::BadArgument,
+                          u"Null task provided."_s));
 }
 
 TEST_F(ResourceManagerRequestsTest, existsGroup_finished_readsTheAnswer)
