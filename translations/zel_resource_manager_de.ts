@@ -78,10 +78,6 @@
         <source>The free space at &quot;%1&quot; cannot be read: %2</source>
         <translation>Der freie Speicherplatz bei „%1“ kann nicht ermittelt werden: %2</translation>
     </message>
-    <message>
-        <source>The volume of &quot;%1&quot; cannot be read: %2</source>
-        <translation>Der Datenträger von „%1“ kann nicht ermittelt werden: %2</translation>
-    </message>
 </context>
 <context>
     <name>zel::GroupTask</name>

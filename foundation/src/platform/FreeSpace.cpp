@@ -17,14 +17,13 @@ using namespace posix;
 
 namespace {
 
-/// Tries the call on the path, then on each folder around it, as long as there is nothing yet.
-/// 0 or errno.
-int callOnNearest(const QString &path, const std::function<int(const char *)> &call)
+/// Asks for the volume of the path, or of the nearest folder around it that is there. 0 or errno.
+int readVolume(const QString &path, struct statvfs *volume)
 {
     if (path.isEmpty())
         return ENOENT;
     QString place = QDir::cleanPath(QFileInfo(path).absoluteFilePath());
-    while (retried([&] { return call(QFile::encodeName(place).constData()); }) != 0) {
+    while (retried([&] { return ::statvfs(QFile::encodeName(place).constData(), volume); }) != 0) {
         const QString above = QFileInfo(place).path();
         if ((errno != ENOENT && errno != ENOTDIR) || above == place)
             return errno;
@@ -45,8 +44,7 @@ int FreeSpace::codeOf(const std::error_code &reason)
 Result<qint64> FreeSpace::availableBytes(const QString &path)
 {
     struct statvfs volume;
-    const int error
-        = callOnNearest(path, [&](const char *place) { return ::statvfs(place, &volume); });
+    const int error = readVolume(path, &volume);
     if (error != 0) {
         return ZEL_ERROR(
             ErrorCode::OperationFailed,
@@ -65,27 +63,10 @@ Result<qint64> FreeSpace::availableBytes(const QString &path)
 bool FreeSpace::isFull(const QString &path)
 {
     struct statvfs volume;
-    if (callOnNearest(path, [&](const char *place) { return ::statvfs(place, &volume); }) != 0)
+    if (readVolume(path, &volume) != 0)
         return false;
     return (volume.f_blocks != 0 && volume.f_bavail == 0)
         || (volume.f_files != 0 && volume.f_favail == 0);
-}
-
-Result<bool> FreeSpace::isSameVolume(const QString &path, const QString &other)
-{
-    struct stat statuses[2];
-    const QString paths[] = { path, other };
-    for (int i = 0; i < 2; ++i) {
-        struct stat *status = &statuses[i];
-        const int error
-            = callOnNearest(paths[i], [&](const char *place) { return ::stat(place, status); });
-        if (error != 0) {
-            return ZEL_ERROR(ErrorCode::OperationFailed,
-                             tr("The volume of \"%1\" cannot be read: %2")
-                                 .arg(paths[i], qt_error_string(error)));
-        }
-    }
-    return statuses[0].st_dev == statuses[1].st_dev;
 }
 
 } // namespace zel

@@ -28,9 +28,6 @@ public:
     /// Whether not a byte or not a file more fits on the volume of the path. A volume that does not
     /// tell is not full.
     static bool isFull(const QString &path);
-
-    /// Whether both paths lie on one volume, so that renaming one to the other moves no data.
-    static Result<bool> isSameVolume(const QString &path, const QString &other);
 };
 
 } // namespace zel

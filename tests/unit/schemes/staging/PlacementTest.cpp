@@ -3,7 +3,7 @@
 #include "Fate.h"
 #include "FileSteps.h"
 #include "TemporaryCache.h"
-#include "platform/FreeSpace.h"
+#include "Volumes.h"
 #include "staging/NeighbourName.h"
 
 #include <QDir>
@@ -82,8 +82,7 @@ class PlacementTest : public testing::Test
 protected:
     void SetUp() override
     {
-        const auto isSame = FreeSpace::isSameVolume(staging.path(), cache.baseDir());
-        if (!staging.isValid() || !isSame.hasValue() || isSame.value())
+        if (!areOnTwoVolumes(staging.path(), cache.baseDir()))
             GTEST_SKIP() << "no second volume to write to";
         writeFile(target() + u"/run.d"_s + u"/old"_s, "old");
     }

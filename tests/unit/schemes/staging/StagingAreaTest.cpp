@@ -1,7 +1,7 @@
 #include "StagingFixture.h"
 
 #include "FailingStep.h"
-#include "platform/FreeSpace.h"
+#include "Volumes.h"
 
 #include <cerrno>
 
@@ -286,8 +286,7 @@ class StagingAreaOnOtherVolume : public StagingAreaTest
 protected:
     void SetUp() override
     {
-        const auto isSame = FreeSpace::isSameVolume(otherVolume.path(), cache.baseDir());
-        if (!otherVolume.isValid() || !isSame.hasValue() || isSame.value())
+        if (!areOnTwoVolumes(otherVolume.path(), cache.baseDir()))
             GTEST_SKIP() << "no second volume to write to";
         ASSERT_TRUE(QFile::link(otherVolume.path(), planFor({}).stagingDirectory));
     }
