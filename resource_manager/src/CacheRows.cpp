@@ -1,6 +1,6 @@
 #include "CacheRows.h"
 
-#include "ResourceCacheSchema.h"
+#include "ResourceCacheDaoSchema.h"
 
 #include <array>
 #include <initializer_list>
@@ -293,8 +293,8 @@ Error readMetadata(const ReadingConnection &connection, const Columns &columns, 
 {
     const auto sql = u"SELECT %1, %2 FROM CacheMetadata LIMIT 1"_s;
     const QString table = u"CacheMetadata"_s;
-    const QString size = orNull(columns, table, ResourceCacheSchema::kCurrentSize);
-    const QString time = orNull(columns, table, ResourceCacheSchema::kLastScanTimestamp);
+    const QString size = orNull(columns, table, ResourceCacheDaoSchema::kCurrentSize);
+    const QString time = orNull(columns, table, ResourceCacheDaoSchema::kLastScanTimestamp);
     return ZEL_PASS(connection.forEachRow(sql.arg(size, time), [&](const QSqlQuery &row) {
         currentSize = row.value(0).toLongLong();
         lastScanTimestamp = row.value(1).toLongLong();

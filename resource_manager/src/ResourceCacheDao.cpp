@@ -1,8 +1,8 @@
 #include "ResourceCacheDao.h"
 
 #include "ConnectionNames.h"
+#include "ResourceCacheDaoSchema.h"
 #include "ResourceCacheDao_p.h"
-#include "ResourceCacheSchema.h"
 #include "database/DatabaseHandler.h"
 #include "database/DatabaseHelpers.h"
 #include "errors/Propagate.h"
@@ -275,7 +275,7 @@ Error ResourceCacheDao::registerClient(qint64 processId)
 Result<qint64> ResourceCacheDao::insertClient(QSqlQuery &query, qint64 processId)
 {
     Error error;
-    ZEL_TRY(error, db::qPrepare(query, ResourceCacheSchema::kInsertClient));
+    ZEL_TRY(error, db::qPrepare(query, ResourceCacheDaoSchema::kInsertClient));
     query.bindValue(u":pid"_s, processId);
     query.bindValue(u":time"_s, QDateTime::currentMSecsSinceEpoch());
     ZEL_TRY(error, db::qExec(query));
@@ -288,9 +288,9 @@ Error ResourceCacheDao::cleanupStrayEntries()
     ZEL_TRY(error, beginTransaction());
     const TransactionGuard guard(databaseHandler.get());
     QSqlQuery query = newQuery();
-    ZEL_TRY(error, db::qPrepare(query, ResourceCacheSchema::kDeleteStrayTasks));
+    ZEL_TRY(error, db::qPrepare(query, ResourceCacheDaoSchema::kDeleteStrayTasks));
     ZEL_TRY(error, db::qExec(query));
-    ZEL_TRY(error, db::qPrepare(query, ResourceCacheSchema::kDeleteStrayUsages));
+    ZEL_TRY(error, db::qPrepare(query, ResourceCacheDaoSchema::kDeleteStrayUsages));
     ZEL_TRY(error, db::qExec(query));
     query.finish();
     return ZEL_PASS(databaseHandler->commitTransaction());
@@ -363,7 +363,7 @@ Error ResourceCacheDao::deleteClient(qint64 processId)
     ZEL_TRY(error, beginTransaction());
     const TransactionGuard guard(databaseHandler.get());
     QSqlQuery query = newQuery();
-    ZEL_TRY(error, db::qPrepare(query, ResourceCacheSchema::kDeleteClientByProcess));
+    ZEL_TRY(error, db::qPrepare(query, ResourceCacheDaoSchema::kDeleteClientByProcess));
     query.bindValue(u":pid"_s, processId);
     ZEL_TRY(error, db::qExec(query));
     query.finish();

@@ -1,5 +1,5 @@
+#include "ResourceCacheDaoSchema.h"
 #include "ResourceCacheDao_p.h"
-#include "ResourceCacheSchema.h"
 #include "database/DatabaseHandler.h"
 #include "database/DatabaseHelpers.h"
 #include "errors/Propagate.h"
@@ -333,7 +333,7 @@ Result<ResourceCacheDao::Resource> ResourceCacheDao::selectResourceWithStatus(
 
 Result<qint64> ResourceCacheDao::lastScanTimestamp() const
 {
-    return ZEL_PASS(selectSizeFromMetadataTable(ResourceCacheSchema::kLastScanTimestamp));
+    return ZEL_PASS(selectSizeFromMetadataTable(ResourceCacheDaoSchema::kLastScanTimestamp));
 }
 
 Error ResourceCacheDao::updateLastScanTimestamp(TransactionContext *context, qint64 timestamp)
@@ -343,7 +343,7 @@ Error ResourceCacheDao::updateLastScanTimestamp(TransactionContext *context, qin
     Error error;
     ZEL_TRY_LET(auto *const transaction, TransactionRaiiImpl::of(context));
     QSqlQuery &query = transaction->query;
-    ZEL_TRY(error, db::qPrepare(query, sql.arg(ResourceCacheSchema::kLastScanTimestamp)));
+    ZEL_TRY(error, db::qPrepare(query, sql.arg(ResourceCacheDaoSchema::kLastScanTimestamp)));
     query.bindValue(u":timestamp"_s, timestamp);
     ZEL_TRY(error, db::qExec(query));
     return error;
@@ -351,12 +351,12 @@ Error ResourceCacheDao::updateLastScanTimestamp(TransactionContext *context, qin
 
 Result<qint64> ResourceCacheDao::selectCurrentSize()
 {
-    return ZEL_PASS(selectSizeFromMetadataTable(ResourceCacheSchema::kCurrentSize));
+    return ZEL_PASS(selectSizeFromMetadataTable(ResourceCacheDaoSchema::kCurrentSize));
 }
 
 Error ResourceCacheDao::rebuildMetadata(TransactionContext *context)
 {
-    using namespace ResourceCacheSchema;
+    using namespace ResourceCacheDaoSchema;
 
     Error error;
     ZEL_TRY_LET(auto *const transaction, TransactionRaiiImpl::of(context));

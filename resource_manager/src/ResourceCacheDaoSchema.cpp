@@ -1,5 +1,5 @@
+#include "ResourceCacheDaoSchema.h"
 #include "ResourceCacheDao_p.h"
-#include "ResourceCacheSchema.h"
 #include "database/DatabaseHandler.h"
 #include "database/DatabaseHelpers.h"
 #include "errors/Propagate.h"
@@ -12,7 +12,7 @@
 namespace zel {
 
 using namespace Qt::Literals::StringLiterals;
-using namespace ResourceCacheSchema;
+using namespace ResourceCacheDaoSchema;
 
 namespace {
 

@@ -5,7 +5,7 @@
 /// The tables, the index and the triggers of a cache's database, and the statements that several
 /// functions share. The file has no version number: programs of different versions work on one file
 /// at the same time, so a column may be added, and nothing here may change its meaning.
-namespace zel::ResourceCacheSchema {
+namespace zel::ResourceCacheDaoSchema {
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -137,4 +137,4 @@ inline const QString kInsertClient
 
 inline const QString kDeleteClientByProcess = u"DELETE FROM Clients WHERE processId = :pid"_s;
 
-} // namespace zel::ResourceCacheSchema
+} // namespace zel::ResourceCacheDaoSchema
