@@ -33,13 +33,13 @@ void PrintTo(const Damage &damage, std::ostream *stream)
     *stream << damage.id;
 }
 
-class DoctorDamageTest : public DoctorCli, public testing::WithParamInterface<Damage>
+class DoctorDamageKindCliTest : public DoctorCli, public testing::WithParamInterface<Damage>
 {
 };
 
 } // namespace
 
-TEST_P(DoctorDamageTest, doctor_damage_isNamedAndRepairedIfItMayBe)
+TEST_P(DoctorDamageKindCliTest, doctor_damage_isNamedAndRepairedIfItMayBe)
 {
     const Damage &damage = GetParam();
     const QString id = QString::fromLatin1(damage.id);
@@ -192,7 +192,7 @@ const Damage damages[] {
       } },
 };
 
-INSTANTIATE_TEST_SUITE_P(Each, DoctorDamageTest, testing::ValuesIn(damages),
+INSTANTIATE_TEST_SUITE_P(Each, DoctorDamageKindCliTest, testing::ValuesIn(damages),
                          [](const auto &damage) {
                              return QString::fromLatin1(damage.param.id).remove(u'-').toStdString();
                          });
@@ -218,11 +218,11 @@ TEST_F(DoctorDamageCliTest, doctor_allRepairableDamagesAtOnce_areRepairedAtOnce)
 }
 
 /// What is told and not repaired, with a remedy that has to help.
-class DoctorRemedyTest : public DoctorCli, public testing::WithParamInterface<const char *>
+class DoctorDamageRemedyCliTest : public DoctorCli, public testing::WithParamInterface<const char *>
 {
 };
 
-TEST_P(DoctorRemedyTest, remedy_movingItOutOfTheWay_endsTheDamageAndHarmsNothing)
+TEST_P(DoctorDamageRemedyCliTest, remedy_movingItOutOfTheWay_endsTheDamageAndHarmsNothing)
 {
     const QString id = QString::fromLatin1(GetParam());
     const auto *damage
@@ -243,8 +243,8 @@ TEST_P(DoctorRemedyTest, remedy_movingItOutOfTheWay_endsTheDamageAndHarmsNothing
     expectUntouched(references.last());
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, DoctorRemedyTest, testing::Values("path-outside", "path-in-root"),
-                         [](const auto &id) {
+INSTANTIATE_TEST_SUITE_P(Each, DoctorDamageRemedyCliTest,
+                         testing::Values("path-outside", "path-in-root"), [](const auto &id) {
                              return QString::fromLatin1(id.param).remove(u'-').toStdString();
                          });
 

@@ -31,7 +31,7 @@ protected:
 };
 
 /// The same for somebody who may not do everything.
-class FailureReasonsAsAnybodyTest : public FailureReasonsCliTest
+class FailureReasonsAsAnybodyCliTest : public FailureReasonsCliTest
 {
 protected:
     void SetUp() override
@@ -117,7 +117,7 @@ TEST_F(FailureReasonsCliTest, get_unknownScheme_namesItAndTheKnownOnes)
         << run->errors().toStdString();
 }
 
-TEST_F(FailureReasonsAsAnybodyTest, get_inAFolderWithoutPermission_saysThatAndNotThatItIsMissing)
+TEST_F(FailureReasonsAsAnybodyCliTest, get_inAFolderWithoutPermission_saysThatAndNotThatItIsMissing)
 {
     const QString path = cache.outside(u"locked/a.raw"_s);
     writeFile(path, "data");
@@ -132,7 +132,7 @@ TEST_F(FailureReasonsAsAnybodyTest, get_inAFolderWithoutPermission_saysThatAndNo
     }
 }
 
-TEST_F(FailureReasonsAsAnybodyTest, get_cacheWithoutPermission_namesTheFolderThatRefuses)
+TEST_F(FailureReasonsAsAnybodyCliTest, get_cacheWithoutPermission_namesTheFolderThatRefuses)
 {
     const QString reference = sharedFile(u"a.raw"_s, "a");
     const QString folder = cache.outside(u"closed"_s);
@@ -143,7 +143,7 @@ TEST_F(FailureReasonsAsAnybodyTest, get_cacheWithoutPermission_namesTheFolderTha
               u"zelcache: error: \"%1\": Permission denied"_s.arg(folder));
 }
 
-TEST_F(FailureReasonsAsAnybodyTest, get_dataWithoutPermission_namesTheFolderThatRefuses)
+TEST_F(FailureReasonsAsAnybodyCliTest, get_dataWithoutPermission_namesTheFolderThatRefuses)
 {
     const QString reference = sharedFile(u"a.raw"_s, "a");
     const QString own = cache.outside(u"own"_s);

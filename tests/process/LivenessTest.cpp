@@ -125,13 +125,13 @@ void PrintTo(const Silence &silence, std::ostream *out)
     *out << silence.name;
 }
 
-class SilentFetcherTest : public LivenessTest, public testing::WithParamInterface<Silence>
+class LivenessSilentFetcherTest : public LivenessTest, public testing::WithParamInterface<Silence>
 {
 };
 
 } // namespace
 
-TEST_P(SilentFetcherTest, ping_killedFetcher_losesItsRowsAfterHalfAMinuteButNotTheUsage)
+TEST_P(LivenessSilentFetcherTest, ping_killedFetcher_losesItsRowsAfterHalfAMinuteButNotTheUsage)
 {
     CacheProcess fetcher(cache.baseDir());
     ASSERT_EQ(fetcher.ask(u"useResource test:a"_s), u"ok"_s);
@@ -146,7 +146,7 @@ TEST_P(SilentFetcherTest, ping_killedFetcher_losesItsRowsAfterHalfAMinuteButNotT
     expectConsistentRows();
 }
 
-INSTANTIATE_TEST_SUITE_P(BeforeAndAfter30Seconds, SilentFetcherTest,
+INSTANTIATE_TEST_SUITE_P(BeforeAndAfter30Seconds, LivenessSilentFetcherTest,
                          testing::Values(Silence { "after29Seconds", 29s, 1, u"0 Acquiring"_s },
                                          Silence { "after31Seconds", 31s, 0, u"- Missing"_s }),
                          [](const auto &silence) { return std::string(silence.param.name); });

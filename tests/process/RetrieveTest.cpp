@@ -219,13 +219,14 @@ TEST_F(RetrieveTest, retrieve_fetcherStoppedAndCleanedUp_goesOnWithoutHarm)
 
 namespace {
 
-class KilledFetcherTest : public RetrieveTest, public testing::WithParamInterface<const char *>
+class RetrieveKilledFetcherTest : public RetrieveTest,
+                                  public testing::WithParamInterface<const char *>
 {
 };
 
 } // namespace
 
-TEST_P(KilledFetcherTest, retrieve_fetcherKilledAtTheStep_nextHasWholeData)
+TEST_P(RetrieveKilledFetcherTest, retrieve_fetcherKilledAtTheStep_nextHasWholeData)
 {
     startAndAwait(QString::fromLatin1(GetParam()))->kill();
     cleanUpAfterTheDead();
@@ -238,6 +239,6 @@ TEST_P(KilledFetcherTest, retrieve_fetcherKilledAtTheStep_nextHasWholeData)
     EXPECT_EQ(database.status(reference), u"Ready"_s);
 }
 
-INSTANTIATE_TEST_SUITE_P(Steps, KilledFetcherTest,
+INSTANTIATE_TEST_SUITE_P(Steps, RetrieveKilledFetcherTest,
                          testing::Values("opened", "made", "started", "half", "copied"),
                          [](const auto &step) { return std::string(step.param); });

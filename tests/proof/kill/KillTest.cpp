@@ -26,7 +26,7 @@ protected:
 };
 
 /// Few of all steps leave a file like this; the short form must not depend on hitting one of them.
-class HalfStagedKillTest : public KillTest
+class KillHalfStagedTest : public KillTest
 {
 };
 
@@ -50,14 +50,14 @@ TEST_P(KillTest, atEachFileStep_nothingPartialIsLeftAndTheNextGoesOn)
     EXPECT_GT(m_loop.kills(), forProof(0, 5)) << "hardly anything was killed";
 }
 
-TEST_P(HalfStagedKillTest, atEachWriteThatGoesOn_nextGoesOnWithWhatIsThere)
+TEST_P(KillHalfStagedTest, atEachWriteThatGoesOn_nextGoesOnWithWhatIsThere)
 {
     if (!HasFailure())
         m_loop.killInHalfStagedFiles();
     m_loop.recordFigures();
 }
 
-INSTANTIATE_TEST_SUITE_P(While, HalfStagedKillTest,
+INSTANTIATE_TEST_SUITE_P(While, KillHalfStagedTest,
                          testing::Values(u"fetchWebFile"_s, u"fetchWebFolder"_s,
                                          u"fetchDavFolder"_s),
                          nameOf);

@@ -51,7 +51,7 @@ const Facts facts[] = {
     { "Csv2d", F::Csv2d, u"csv2d"_s, File, u"Csv2D"_s },
 };
 
-class FormatFactsTest : public testing::TestWithParam<Facts>
+class MsFileInfoFormatsTest : public testing::TestWithParam<Facts>
 {
 };
 
@@ -71,7 +71,7 @@ QStringList genericWarnings(const test::LogCapture &log)
 
 } // namespace
 
-TEST_P(FormatFactsTest, questions_everyFormat_areAnsweredWithoutAWarning)
+TEST_P(MsFileInfoFormatsTest, questions_everyFormat_areAnsweredWithoutAWarning)
 {
     const Facts &known = GetParam();
     const test::LogCapture log;
@@ -82,7 +82,7 @@ TEST_P(FormatFactsTest, questions_everyFormat_areAnsweredWithoutAWarning)
     EXPECT_EQ(genericWarnings(log), QStringList());
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, FormatFactsTest, testing::ValuesIn(facts),
+INSTANTIATE_TEST_SUITE_P(Formats, MsFileInfoFormatsTest, testing::ValuesIn(facts),
                          [](const auto &tested) { return tested.param.name; });
 
 TEST(MsFileInfoTest, questions_unknownFormat_areEmptyAndWarned)

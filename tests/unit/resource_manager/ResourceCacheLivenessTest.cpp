@@ -69,7 +69,8 @@ void PrintTo(const Silence &silence, std::ostream *out)
     *out << silence.name;
 }
 
-class SilenceTest : public ResourceCacheLivenessTest, public testing::WithParamInterface<Silence>
+class ResourceCacheLivenessSilenceTest : public ResourceCacheLivenessTest,
+                                         public testing::WithParamInterface<Silence>
 {
 protected:
     /// Lets each look find the client silent for exactly so long.
@@ -94,7 +95,7 @@ protected:
 
 } // namespace
 
-TEST_P(SilenceTest, look_clientWithAFetch_goesAfterHalfAMinuteWithItsTask)
+TEST_P(ResourceCacheLivenessSilenceTest, look_clientWithAFetch_goesAfterHalfAMinuteWithItsTask)
 {
     addClient(8, 60s);
     addClient(9, GetParam().length);
@@ -111,7 +112,7 @@ TEST_P(SilenceTest, look_clientWithAFetch_goesAfterHalfAMinuteWithItsTask)
     EXPECT_EQ(watcher.readProgress().value().progress.has_value(), isAlive);
 }
 
-INSTANTIATE_TEST_SUITE_P(BeforeAndAfter30Seconds, SilenceTest,
+INSTANTIATE_TEST_SUITE_P(BeforeAndAfter30Seconds, ResourceCacheLivenessSilenceTest,
                          testing::Values(Silence { "pingAfter29Seconds", 29s, false, true },
                                          Silence { "pingAfter31Seconds", 31s, false, false },
                                          Silence { "openAfter29Seconds", 29s, true, true },

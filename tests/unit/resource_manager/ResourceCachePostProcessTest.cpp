@@ -147,7 +147,7 @@ TEST_F(ResourceCachePostProcessTest, finalize_targetAlreadyThere_skips)
 namespace {
 
 /// A base directory of a wanted length, so that the target's path has one too.
-class LongTargetTest : public ResourceCachePostProcessTest
+class ResourceCachePostProcessLongTargetTest : public ResourceCachePostProcessTest
 {
 protected:
     void SetUp() override { writeFile(directory.outside(u"sample"_s), "sample data"); }
@@ -189,7 +189,7 @@ protected:
 
 } // namespace
 
-TEST_F(LongTargetTest, finalize_targetPathOf217_isAccepted)
+TEST_F(ResourceCachePostProcessLongTargetTest, finalize_targetPathOf217_isAccepted)
 {
     openForTargetLength(217);
     const LogCapture log;
@@ -197,7 +197,7 @@ TEST_F(LongTargetTest, finalize_targetPathOf217_isAccepted)
     EXPECT_TRUE(hasTarget()) << qPrintable(log.texts(QtWarningMsg).join(u"\n"_s));
 }
 
-TEST_F(LongTargetTest, finalize_targetPathOf218_isRefusedAndStaysLong)
+TEST_F(ResourceCachePostProcessLongTargetTest, finalize_targetPathOf218_isRefusedAndStaysLong)
 {
     openForTargetLength(218);
     const LogCapture log;

@@ -257,12 +257,12 @@ void PrintTo(const PolicyCase &policyCase, std::ostream *out)
     *out << policyCase.name;
 }
 
-class EffectivePolicyTest : public ResourceCacheUseTest,
-                            public testing::WithParamInterface<PolicyCase>
+class ResourceCacheUsePolicyTest : public ResourceCacheUseTest,
+                                   public testing::WithParamInterface<PolicyCase>
 {
 };
 
-TEST_P(EffectivePolicyTest, release_restrictedPolicy_decidesRemoval)
+TEST_P(ResourceCacheUsePolicyTest, release_restrictedPolicy_decidesRemoval)
 {
     addReady(u"test:a"_s, u"s/a/f"_s, 10, 1000, GetParam().stored);
     cache.setCleanupPolicyRestriction(GetParam().restriction);
@@ -273,7 +273,7 @@ TEST_P(EffectivePolicyTest, release_restrictedPolicy_decidesRemoval)
 using Policy = ResourceCleanupPolicy;
 
 INSTANTIATE_TEST_SUITE_P(
-    Restrictions, EffectivePolicyTest,
+    Restrictions, ResourceCacheUsePolicyTest,
     testing::Values(PolicyCase { "invalid_onDemand", Policy::Invalid, Policy::OnDemand, false },
                     PolicyCase { "never_onDemand", Policy::Never, Policy::OnDemand, false },
                     PolicyCase { "never_onClose", Policy::Never, Policy::OnClose, true },

@@ -44,10 +44,10 @@ constexpr char fileName[] = "resource_manager_settings.ini";
 
 /// This very program under another folder, so that files can lie beside an executable without
 /// being seen by anybody else, and with a home of its own.
-class SettingsOfAProgramTest : public testing::Test
+class ResourceManagerSettingsOfAProgramTest : public testing::Test
 {
 protected:
-    SettingsOfAProgramTest()
+    ResourceManagerSettingsOfAProgramTest()
     {
         std::filesystem::create_hard_link(QCoreApplication::applicationFilePath().toStdString(),
                                           program.toStdString());
@@ -72,7 +72,10 @@ protected:
         }
         return answers;
     }
-    QString userFile() const { return run(u"Child.DISABLED_userFile"_s).value(0); }
+    QString userFile() const
+    {
+        return run(u"ResourceManagerSettingsChildTest.DISABLED_userFile"_s).value(0);
+    }
     QString fileBesideTheProgram() const
     {
         return directory.filePath(QString::fromLatin1(fileName));
@@ -97,12 +100,12 @@ struct FileTelling : ResourceManagerSettings
 
 // What the copies of this program do.
 
-TEST(Child, DISABLED_userFile)
+TEST(ResourceManagerSettingsChildTest, DISABLED_userFile)
 {
     answer(FileTelling().settingsFilePath());
 }
 
-TEST(Child, DISABLED_loadSettings)
+TEST(ResourceManagerSettingsChildTest, DISABLED_loadSettings)
 {
     const auto settings = ResourceManagerSettings::loadSettings();
     answer(settings.cachePath.baseDirPath());
@@ -111,7 +114,7 @@ TEST(Child, DISABLED_loadSettings)
     answer(ResourceCachePath::defaultBaseDirectoryPath());
 }
 
-TEST(Child, DISABLED_managerWithOverride)
+TEST(ResourceManagerSettingsChildTest, DISABLED_managerWithOverride)
 {
     const TemporaryCache directory;
     ResourceManagerSettings settings;
@@ -122,53 +125,55 @@ TEST(Child, DISABLED_managerWithOverride)
     ResourceManager::cache()->close();
 }
 
-TEST(Child, DISABLED_managerWithoutOverride)
+TEST(ResourceManagerSettingsChildTest, DISABLED_managerWithoutOverride)
 {
     answer(QString::number(ResourceManager::optimalCacheSize().value()));
     ResourceManager::cache()->close();
 }
 
-TEST_F(SettingsOfAProgramTest, loadSettings_noFileAnywhere_givesTheDefaults)
+TEST_F(ResourceManagerSettingsOfAProgramTest, loadSettings_noFileAnywhere_givesTheDefaults)
 {
-    const QStringList answers = run(u"Child.DISABLED_loadSettings"_s);
+    const QStringList answers = run(u"ResourceManagerSettingsChildTest.DISABLED_loadSettings"_s);
     ASSERT_EQ(answers.size(), 4);
     EXPECT_EQ(answers.at(0), answers.at(3));
     EXPECT_EQ(answers.at(1), u"10737418240"_s);
     EXPECT_EQ(answers.at(2), u"21474836480"_s);
 }
 
-TEST_F(SettingsOfAProgramTest, loadSettings_fileOfTheUser_isRead)
+TEST_F(ResourceManagerSettingsOfAProgramTest, loadSettings_fileOfTheUser_isRead)
 {
     const QString path = userFile();
     EXPECT_TRUE(path.startsWith(directory.filePath(u"config"_s))) << qPrintable(path);
     EXPECT_EQ(QFileInfo(path).fileName(), QString::fromLatin1(fileName));
     writeFile(path, "[ResourceManager]\nOptimalCacheSize=1\n");
-    EXPECT_EQ(run(u"Child.DISABLED_loadSettings"_s).value(1), u"1"_s);
+    EXPECT_EQ(run(u"ResourceManagerSettingsChildTest.DISABLED_loadSettings"_s).value(1), u"1"_s);
 }
 
-TEST_F(SettingsOfAProgramTest, loadSettings_fileBesideTheExecutable_wins)
+TEST_F(ResourceManagerSettingsOfAProgramTest, loadSettings_fileBesideTheExecutable_wins)
 {
     writeFile(userFile(), "[ResourceManager]\nOptimalCacheSize=1\nMaximumCacheSize=2\n");
     writeFile(fileBesideTheProgram(), "[ResourceManager]\nOptimalCacheSize=7\n");
-    const QStringList answers = run(u"Child.DISABLED_loadSettings"_s);
+    const QStringList answers = run(u"ResourceManagerSettingsChildTest.DISABLED_loadSettings"_s);
     EXPECT_EQ(answers.value(1), u"7"_s);
     EXPECT_EQ(answers.value(2), u"21474836480"_s); // the user's file is not looked at
     EXPECT_EQ(userFile(), fileBesideTheProgram()); // and it is the one that is written
 }
 
-TEST_F(SettingsOfAProgramTest, instance_withAnOverride_readsNoFile)
+TEST_F(ResourceManagerSettingsOfAProgramTest, instance_withAnOverride_readsNoFile)
 {
     writeFile(fileBesideTheProgram(), "[ResourceManager]\nOptimalCacheSize=7\n");
-    EXPECT_EQ(run(u"Child.DISABLED_managerWithOverride"_s), QStringList { u"5"_s });
+    EXPECT_EQ(run(u"ResourceManagerSettingsChildTest.DISABLED_managerWithOverride"_s),
+              QStringList { u"5"_s });
 }
 
-TEST_F(SettingsOfAProgramTest, instance_withoutOverride_readsTheFile)
+TEST_F(ResourceManagerSettingsOfAProgramTest, instance_withoutOverride_readsTheFile)
 {
     const QString baseDir = directory.filePath(u"base"_s);
     writeFile(fileBesideTheProgram(),
               "[ResourceManager]\nOptimalCacheSize=7\nCacheLocationPath=" + baseDir.toUtf8()
                   + '\n');
-    EXPECT_EQ(run(u"Child.DISABLED_managerWithoutOverride"_s), QStringList { u"7"_s });
+    EXPECT_EQ(run(u"ResourceManagerSettingsChildTest.DISABLED_managerWithoutOverride"_s),
+              QStringList { u"7"_s });
     EXPECT_TRUE(QFileInfo::exists(baseDir + u"/ResourceCache.db"_s));
     removeSystemSemaphore(TemporaryCache::semaphoreKey(baseDir));
 }

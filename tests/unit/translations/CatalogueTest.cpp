@@ -125,7 +125,7 @@ INSTANTIATE_TEST_SUITE_P(, CatalogueTest, testing::ValuesIn(cataloguePaths()),
                              return QFileInfo(test.param).completeBaseName().toStdString();
                          });
 
-TEST(CataloguesTest, everyLanguage_hasTheLibrariesAndTheProgram)
+TEST(CatalogueLanguagesTest, everyLanguage_hasTheLibrariesAndTheProgram)
 {
     QMap<QString, QStringList> languages;
     for (const QString &path : cataloguePaths()) {

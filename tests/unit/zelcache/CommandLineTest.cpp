@@ -49,7 +49,7 @@ QString mistakeOf(const QStringList &arguments)
 
 } // namespace
 
-TEST(CommandLine, parse_arguments_chooseTheirCommand)
+TEST(CommandLineTest, parse_arguments_chooseTheirCommand)
 {
     for (const QStringList &arguments :
          { QStringList { u"get"_s, u"http://b"_s, u"http://a"_s },
@@ -76,7 +76,7 @@ TEST(CommandLine, parse_arguments_chooseTheirCommand)
         EXPECT_EQ(commandOf(arguments), arguments.constFirst()) << qPrintable(arguments.join(u' '));
 }
 
-TEST(CommandLine, parse_commonOptions_mayStandBeforeAndBehindTheCommand)
+TEST(CommandLineTest, parse_commonOptions_mayStandBeforeAndBehindTheCommand)
 {
     const QStringList common { u"--cache"_s, u"/c d"_s,          u"--json"_s,
                                u"-q"_s,      u"--no-progress"_s, u"--prompt"_s,
@@ -92,7 +92,7 @@ TEST(CommandLine, parse_commonOptions_mayStandBeforeAndBehindTheCommand)
     }
 }
 
-TEST(CommandLine, parse_nothingSaid_defaultsAreModest)
+TEST(CommandLineTest, parse_nothingSaid_defaultsAreModest)
 {
     const Options options = optionsOf({ u"status"_s });
     EXPECT_FALSE(options.json || options.quiet || options.noProgress);
@@ -101,13 +101,13 @@ TEST(CommandLine, parse_nothingSaid_defaultsAreModest)
     EXPECT_TRUE(options.cacheDir.isEmpty());
 }
 
-TEST(CommandLine, parse_verboseTwice_isCounted)
+TEST(CommandLineTest, parse_verboseTwice_isCounted)
 {
     EXPECT_EQ(optionsOf({ u"-vv"_s, u"status"_s }).verbosity, 2);
     EXPECT_EQ(optionsOf({ u"status"_s, u"-v"_s, u"-v"_s }).verbosity, 2);
 }
 
-TEST(CommandLine, parse_helpOfAnActionOfConfig_showsExamples)
+TEST(CommandLineTest, parse_helpOfAnActionOfConfig_showsExamples)
 {
     for (const QString &action : { u"show"_s, u"get"_s, u"set"_s, u"path"_s }) {
         const ParseOutcome outcome = parsed({ u"config"_s, action, u"--help"_s });
@@ -117,7 +117,7 @@ TEST(CommandLine, parse_helpOfAnActionOfConfig_showsExamples)
     }
 }
 
-TEST(CommandLine, parse_mistakes_areUsageErrors)
+TEST(CommandLineTest, parse_mistakes_areUsageErrors)
 {
     mistakeOf({});
     mistakeOf({ u"get"_s });
@@ -157,7 +157,7 @@ TEST(CommandLine, parse_mistakes_areUsageErrors)
     mistakeOf({ u"config"_s, u"show"_s, u"path"_s });
 }
 
-TEST(CommandLine, parse_unknownCommand_namesItAndTheNearest)
+TEST(CommandLineTest, parse_unknownCommand_namesItAndTheNearest)
 {
     const std::pair<QStringList, QString> table[] {
         { { u"lst"_s }, u"there is no command \"lst\"; the nearest one is \"list\"\n"_s },
@@ -175,7 +175,7 @@ TEST(CommandLine, parse_unknownCommand_namesItAndTheNearest)
             << qPrintable(mistakeOf(arguments));
 }
 
-TEST(CommandLine, parse_optionWithoutItsValue_isSaidInWords)
+TEST(CommandLineTest, parse_optionWithoutItsValue_isSaidInWords)
 {
     EXPECT_TRUE(mistakeOf({ u"list"_s, u"--prefix"_s })
                     .startsWith(u"zelcache: --prefix needs a value: TEXT\n"_s));
@@ -183,7 +183,7 @@ TEST(CommandLine, parse_optionWithoutItsValue_isSaidInWords)
                     .startsWith(u"zelcache: --cache needs a value: DIR\n"_s));
 }
 
-TEST(CommandLine, parse_mistake_pointsToTheHelpOfItsCommand)
+TEST(CommandLineTest, parse_mistake_pointsToTheHelpOfItsCommand)
 {
     EXPECT_TRUE(mistakeOf({ u"get"_s, u"--bogus"_s }).contains(u"\"zelcache get --help\""_s));
     EXPECT_TRUE(mistakeOf({ u"-q"_s, u"hold"_s, u"--"_s, u"get"_s })
@@ -194,7 +194,7 @@ TEST(CommandLine, parse_mistake_pointsToTheHelpOfItsCommand)
     EXPECT_TRUE(mistakeOf({ u"--cache"_s, u"get"_s }).contains(u"\"zelcache --help\""_s));
 }
 
-TEST(CommandLine, parse_mistakeWithControlCharacters_isEscaped)
+TEST(CommandLineTest, parse_mistakeWithControlCharacters_isEscaped)
 {
     const QString text = mistakeOf({ u"list"_s, u"--a\x1b[2J"_s });
     EXPECT_FALSE(text.contains(u'\x1b')) << qPrintable(text);
@@ -202,14 +202,14 @@ TEST(CommandLine, parse_mistakeWithControlCharacters_isEscaped)
     EXPECT_TRUE(text.contains(u"--help"_s)) << qPrintable(text);
 }
 
-TEST(CommandLine, parse_version_isAnAnswer)
+TEST(CommandLineTest, parse_version_isAnAnswer)
 {
     const ParseOutcome outcome = parsed({ u"--version"_s });
     EXPECT_EQ(outcome.exitCode, ExitCode::Success);
     EXPECT_TRUE(outcome.text.startsWith(u"zelcache "_s)) << qPrintable(outcome.text);
 }
 
-TEST(CommandLine, parse_help_namesAllCommands)
+TEST(CommandLineTest, parse_help_namesAllCommands)
 {
     const ParseOutcome outcome = parsed({ u"--help"_s });
     EXPECT_EQ(outcome.exitCode, ExitCode::Success);
@@ -217,7 +217,7 @@ TEST(CommandLine, parse_help_namesAllCommands)
         EXPECT_TRUE(outcome.text.contains(u"\n  "_s + name + u' ')) << qPrintable(name);
 }
 
-TEST(CommandLine, parse_helpOfEachCommand_showsAnExample)
+TEST(CommandLineTest, parse_helpOfEachCommand_showsAnExample)
 {
     for (const QString &name : namesOfCommands()) {
         const ParseOutcome outcome = parsed({ name, u"--help"_s });
@@ -229,7 +229,7 @@ TEST(CommandLine, parse_helpOfEachCommand_showsAnExample)
     }
 }
 
-TEST(CommandLine, help_commandWithExitCodesOfItsOwn_hasNoOthers)
+TEST(CommandLineTest, help_commandWithExitCodesOfItsOwn_hasNoOthers)
 {
     for (const QString &command : { u"doctor"_s, u"hold"_s }) {
         const QString help = parsed({ command, u"--help"_s }).text;
@@ -244,7 +244,7 @@ TEST(CommandLine, help_commandWithExitCodesOfItsOwn_hasNoOthers)
         EXPECT_TRUE(hold.contains(code)) << qPrintable(hold);
 }
 
-TEST(CommandLine, help_commandThatRunsAProgram_showsItInTheUsage)
+TEST(CommandLineTest, help_commandThatRunsAProgram_showsItInTheUsage)
 {
     EXPECT_TRUE(parsed({ u"hold"_s, u"--help"_s })
                     .text.contains(u" hold [OPTIONS] REF... [-- COMMAND [ARG...]]\n"_s));

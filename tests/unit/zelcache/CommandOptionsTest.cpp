@@ -145,7 +145,7 @@ QString mistakeOf(const QStringList &arguments)
 
 } // namespace
 
-TEST(CommandOptions, nothingGiven_variablesStayAsTheyAre)
+TEST(CommandOptionsTest, nothingGiven_variablesStayAsTheyAre)
 {
     const Values values = valuesOf({});
     EXPECT_TRUE(values.references.isEmpty() && values.text.isNull());
@@ -153,7 +153,7 @@ TEST(CommandOptions, nothingGiven_variablesStayAsTheyAre)
     EXPECT_FALSE(values.dryRun || values.force);
 }
 
-TEST(CommandOptions, addReferences_several_keepTheirOrder)
+TEST(CommandOptionsTest, addReferences_several_keepTheirOrder)
 {
     EXPECT_EQ(valuesOf({ u"http://b"_s, u"http://a"_s, u"http://b"_s }).references,
               (QStringList { u"http://b"_s, u"http://a"_s, u"http://b"_s }));
@@ -161,7 +161,7 @@ TEST(CommandOptions, addReferences_several_keepTheirOrder)
               (QStringList { u"a b ü"_s, u""_s, u"-x"_s }));
 }
 
-TEST(CommandOptions, addDryRunAndSwitch_given_areSet)
+TEST(CommandOptionsTest, addDryRunAndSwitch_given_areSet)
 {
     EXPECT_TRUE(valuesOf({ u"-n"_s }).dryRun);
     EXPECT_TRUE(valuesOf({ u"--dry-run"_s }).dryRun);
@@ -169,14 +169,14 @@ TEST(CommandOptions, addDryRunAndSwitch_given_areSet)
     EXPECT_TRUE(valuesOf({ u"--force"_s }).force);
 }
 
-TEST(CommandOptions, addText_empty_isAMistake)
+TEST(CommandOptionsTest, addText_empty_isAMistake)
 {
     EXPECT_EQ(valuesOf({ u"--text"_s, u"ü -"_s }).text, u"ü -"_s);
     const QString text = mistakeOf({ u"--text"_s, u""_s });
     EXPECT_TRUE(text.contains(u"--text: needs a name that is not empty"_s)) << qPrintable(text);
 }
 
-TEST(CommandOptions, readSize_givenValue_isReadOrComplainedOf)
+TEST(CommandOptionsTest, readSize_givenValue_isReadOrComplainedOf)
 {
     EXPECT_EQ(valuesOf({ u"--size"_s, u"0"_s }).size, 0);
     EXPECT_EQ(valuesOf({ u"--size=1.5GiB"_s }).size, 1610612736);
@@ -188,7 +188,7 @@ TEST(CommandOptions, readSize_givenValue_isReadOrComplainedOf)
     }
 }
 
-TEST(CommandOptions, readPolicy_givenValue_isReadInAnyLetterCase)
+TEST(CommandOptionsTest, readPolicy_givenValue_isReadInAnyLetterCase)
 {
     EXPECT_EQ(valuesOf({ u"--policy=NEVER"_s }).policy, ResourceCleanupPolicy::Never);
     EXPECT_EQ(valuesOf({ u"--policy=onclose"_s }).policy, ResourceCleanupPolicy::OnClose);
@@ -197,7 +197,7 @@ TEST(CommandOptions, readPolicy_givenValue_isReadInAnyLetterCase)
     EXPECT_TRUE(text.contains(u"--policy: \"Invalid\" is none of"_s)) << qPrintable(text);
 }
 
-TEST(CommandOptions, addArgument_threeOfThem_areToldByTheirPosition)
+TEST(CommandOptionsTest, addArgument_threeOfThem_areToldByTheirPosition)
 {
     PlacesCommand::Places places;
     EXPECT_FALSE(parsed<PlacesCommand>(places, { u"a"_s }).command);
@@ -209,7 +209,7 @@ TEST(CommandOptions, addArgument_threeOfThem_areToldByTheirPosition)
     EXPECT_EQ(places.target, QString());
 }
 
-TEST(CommandOptions, addAction_oneMustBeGiven_andIsToldAlone)
+TEST(CommandOptionsTest, addAction_oneMustBeGiven_andIsToldAlone)
 {
     ActionsCommand::Chosen chosen;
     EXPECT_FALSE(parsed<ActionsCommand>(chosen, {}).command);

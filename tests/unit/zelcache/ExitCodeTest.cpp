@@ -13,17 +13,17 @@ struct ExitCodeCase
     int exitCode;
 };
 
-class ExitCodeOfError : public testing::TestWithParam<ExitCodeCase>
+class ExitCodeOfErrorTest : public testing::TestWithParam<ExitCodeCase>
 {
 };
 
-TEST_P(ExitCodeOfError, exitCodeOf_code_isMapped)
+TEST_P(ExitCodeOfErrorTest, exitCodeOf_code_isMapped)
 {
     EXPECT_EQ(int(exitCodeOf(Error(GetParam().errorCode, u"text"_s))), GetParam().exitCode);
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Codes, ExitCodeOfError,
+    Codes, ExitCodeOfErrorTest,
     testing::Values(ExitCodeCase { "success", 0, 0 }, ExitCodeCase { "failed", 1, 1 },
                     ExitCodeCase { "badArgument", 2, 2 },
                     ExitCodeCase { "saidByTheProgramOnly", 3, 1 }, ExitCodeCase { "badData", 4, 4 },
@@ -35,29 +35,29 @@ INSTANTIATE_TEST_SUITE_P(
                     ExitCodeCase { "negative", -1, 1 }),
     [](const auto &tested) { return std::string(tested.param.name); });
 
-TEST(ExitCode, exitCodeOf_noFailures_isSuccess)
+TEST(ExitCodeTest, exitCodeOf_noFailures_isSuccess)
 {
     EXPECT_EQ(exitCodeOf(QList<Error>()), ExitCode::Success);
 }
 
-TEST(ExitCode, exitCodeOf_failuresOfOneCode_isThatCode)
+TEST(ExitCodeTest, exitCodeOf_failuresOfOneCode_isThatCode)
 {
     EXPECT_EQ(exitCodeOf({ Error(6, u"a"_s), Error(6, u"b"_s) }), ExitCode::IntegrityViolated);
 }
 
-TEST(ExitCode, exitCodeOf_failuresOfSeveralCodes_isPlainFailure)
+TEST(ExitCodeTest, exitCodeOf_failuresOfSeveralCodes_isPlainFailure)
 {
     EXPECT_EQ(exitCodeOf({ Error(6, u"a"_s), Error(2, u"b"_s) }), ExitCode::Failed);
 }
 
-TEST(ExitCode, exitCodeOfSignal_thoseThatEnd_areThoseOfShells)
+TEST(ExitCodeTest, exitCodeOfSignal_thoseThatEnd_areThoseOfShells)
 {
     EXPECT_EQ(exitCodeOfSignal(2), ExitCode::Interrupted);
     EXPECT_EQ(exitCodeOfSignal(15), ExitCode::Terminated);
     EXPECT_EQ(exitCodeOfSignal(1), ExitCode::HungUp);
 }
 
-TEST(ExitCode, exitCodeAfter_signalOrNone_isItsCodeOrThatOfTheCommand)
+TEST(ExitCodeTest, exitCodeAfter_signalOrNone_isItsCodeOrThatOfTheCommand)
 {
     EXPECT_EQ(exitCodeAfter(15, ExitCode::Success), ExitCode::Terminated);
     EXPECT_EQ(exitCodeAfter(0, ExitCode::AnswerIsNo), ExitCode::AnswerIsNo);

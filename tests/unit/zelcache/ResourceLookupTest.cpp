@@ -24,7 +24,7 @@ ResourceCacheReader::Snapshot snapshotWith(const QStringList &references)
 
 } // namespace
 
-TEST(ResourceLookup, keyOf_reference_isItsKeyFormWhetherTheCacheKnowsItOrNot)
+TEST(ResourceLookupTest, keyOf_reference_isItsKeyFormWhetherTheCacheKnowsItOrNot)
 {
     registerResourceSchemes();
     for (const QStringList &known : { QStringList {}, QStringList { u"share:/a/b"_s } }) {
@@ -34,7 +34,7 @@ TEST(ResourceLookup, keyOf_reference_isItsKeyFormWhetherTheCacheKnowsItOrNot)
     }
 }
 
-TEST(ResourceLookup, keyOf_keyOfAnUnknownScheme_isFoundOnlyIfTheCacheKnowsIt)
+TEST(ResourceLookupTest, keyOf_keyOfAnUnknownScheme_isFoundOnlyIfTheCacheKnowsIt)
 {
     const auto key = keyOf(snapshotWith({ u"lims:a b"_s }), u"lims:a b"_s);
     ASSERT_TRUE(key.hasValue());
@@ -44,7 +44,7 @@ TEST(ResourceLookup, keyOf_keyOfAnUnknownScheme_isFoundOnlyIfTheCacheKnowsIt)
     EXPECT_EQ(none.error().errorCode(), ErrorCode::BadArgument);
 }
 
-TEST(ResourceLookup, possibleKeysOf_argument_areWhatKeyOfFinds)
+TEST(ResourceLookupTest, possibleKeysOf_argument_areWhatKeyOfFinds)
 {
     registerResourceSchemes();
     EXPECT_EQ(possibleKeysOf(u"share:/a/./b"_s),
@@ -52,7 +52,7 @@ TEST(ResourceLookup, possibleKeysOf_argument_areWhatKeyOfFinds)
     EXPECT_EQ(possibleKeysOf(u"lims:a b"_s), QStringList { u"lims:a b"_s });
 }
 
-TEST(ResourceLookup, resourceOf_key_isTheRowOrNothing)
+TEST(ResourceLookupTest, resourceOf_key_isTheRowOrNothing)
 {
     const auto snapshot = snapshotWith({ u"a"_s, u"b"_s });
     ASSERT_TRUE(resourceOf(snapshot, u"b"_s));

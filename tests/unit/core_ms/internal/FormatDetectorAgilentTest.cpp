@@ -44,20 +44,20 @@ const Case cases[] = {
     { "otherFile", u"analysis.tdf"_s, false },
 };
 
-class AgilentEntryTest : public testing::TestWithParam<Case>
+class FormatDetectorAgilentEntryTest : public testing::TestWithParam<Case>
 {
 };
 
 } // namespace
 
-TEST_P(AgilentEntryTest, detectFormat_entryInTheFolder_decides)
+TEST_P(FormatDetectorAgilentEntryTest, detectFormat_entryInTheFolder_decides)
 {
     const MarkerTree tree;
     const QString folder = tree.makeFolder(u"a.d"_s, { u"other.txt"_s, GetParam().entry });
     EXPECT_EQ(detected(folder), GetParam().isData ? agilent : nothing);
 }
 
-INSTANTIATE_TEST_SUITE_P(Entries, AgilentEntryTest, testing::ValuesIn(cases),
+INSTANTIATE_TEST_SUITE_P(Entries, FormatDetectorAgilentEntryTest, testing::ValuesIn(cases),
                          [](const auto &test) { return std::string(test.param.name); });
 
 TEST(FormatDetectorAgilentTest, detectFormat_nameInAnyCase_isAsked)

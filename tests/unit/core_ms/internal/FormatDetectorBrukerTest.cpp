@@ -95,13 +95,13 @@ const Case cases[] = {
     { "timsBeforeTsf", { u"Analysis.tdf"_s, u"analysis.tsf"_s }, F::BrukerTims },
 };
 
-class BrukerFolderTest : public testing::TestWithParam<Case>
+class FormatDetectorBrukerFolderTest : public testing::TestWithParam<Case>
 {
 };
 
 } // namespace
 
-TEST_P(BrukerFolderTest, brukerFormatOf_entriesInTheFolder_decide)
+TEST_P(FormatDetectorBrukerFolderTest, brukerFormatOf_entriesInTheFolder_decide)
 {
     const MarkerTree tree;
     const QString folder = tree.makeFolder(u"a.d"_s, GetParam().entries);
@@ -112,7 +112,7 @@ TEST_P(BrukerFolderTest, brukerFormatOf_entriesInTheFolder_decide)
     EXPECT_EQ(sorted(FormatDetectorBruker().detectFormat(folder)), expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(Folders, BrukerFolderTest, testing::ValuesIn(cases),
+INSTANTIATE_TEST_SUITE_P(Folders, FormatDetectorBrukerFolderTest, testing::ValuesIn(cases),
                          [](const auto &test) { return std::string(test.param.name); });
 
 TEST(FormatDetectorBrukerTest, brukerFormatOf_fidInTheFolderItselfOrBesideIt_doesNotCount)

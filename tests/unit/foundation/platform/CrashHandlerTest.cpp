@@ -19,7 +19,7 @@ void tellAndDie(void (*crash)())
     crash();
 }
 
-class CrashHandlerDeathTest : public testing::Test
+class CrashHandlerTest : public testing::Test
 {
 protected:
     void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
@@ -27,12 +27,12 @@ protected:
 
 } // namespace
 
-TEST_F(CrashHandlerDeathTest, abort_tellsAndDiesOfIt)
+TEST_F(CrashHandlerTest, abort_tellsAndDiesOfIt)
 {
     EXPECT_EXIT(tellAndDie([] { std::abort(); }), testing::KilledBySignal(SIGABRT), "slot ran");
 }
 
-TEST_F(CrashHandlerDeathTest, signalSentFromOutside_tellsAndDiesOfIt)
+TEST_F(CrashHandlerTest, signalSentFromOutside_tellsAndDiesOfIt)
 {
     EXPECT_EXIT(tellAndDie([] { raise(SIGILL); }), testing::KilledBySignal(SIGILL), "slot ran");
 }
@@ -57,18 +57,18 @@ int useUpTheStack(int depth)
 
 } // namespace
 
-TEST_F(CrashHandlerDeathTest, segmentationFault_tellsAndDiesOfIt)
+TEST_F(CrashHandlerTest, segmentationFault_tellsAndDiesOfIt)
 {
     EXPECT_EXIT(tellAndDie(segmentationFault), testing::KilledBySignal(SIGSEGV), "slot ran");
 }
 
-TEST_F(CrashHandlerDeathTest, stackUsedUp_tellsAndDiesOfIt)
+TEST_F(CrashHandlerTest, stackUsedUp_tellsAndDiesOfIt)
 {
     EXPECT_EXIT(tellAndDie([] { useUpTheStack(0); }), testing::KilledBySignal(SIGSEGV), "slot ran");
 }
 #endif
 
-TEST_F(CrashHandlerDeathTest, slotHangs_watchdogEndsTheProcess)
+TEST_F(CrashHandlerTest, slotHangs_watchdogEndsTheProcess)
 {
     EXPECT_EXIT(
         {
@@ -81,7 +81,7 @@ TEST_F(CrashHandlerDeathTest, slotHangs_watchdogEndsTheProcess)
         testing::KilledBySignal(SIGABRT), "");
 }
 
-TEST_F(CrashHandlerDeathTest, slotCrashes_processDies)
+TEST_F(CrashHandlerTest, slotCrashes_processDies)
 {
     EXPECT_EXIT(
         {
@@ -92,13 +92,13 @@ TEST_F(CrashHandlerDeathTest, slotCrashes_processDies)
         testing::KilledBySignal(SIGABRT), "");
 }
 
-TEST_F(CrashHandlerDeathTest, crashOnAPlainThread_tellsThere)
+TEST_F(CrashHandlerTest, crashOnAPlainThread_tellsThere)
 {
     EXPECT_EXIT(tellAndDie([] { std::thread([] { std::abort(); }).join(); }),
                 testing::KilledBySignal(SIGABRT), "slot ran");
 }
 
-TEST_F(CrashHandlerDeathTest, formerHandler_stillGetsTheCrash)
+TEST_F(CrashHandlerTest, formerHandler_stillGetsTheCrash)
 {
     EXPECT_EXIT(
         {

@@ -10,7 +10,7 @@ using namespace zel::test;
 using namespace Qt::Literals::StringLiterals;
 
 // Or the disk idles while the file is copied, and the copy idles while the disk works.
-TEST(FileCopyCost, copyFile_large_theDiskBeginsWithEachPieceMeanwhile)
+TEST(FileCopyCostTest, copyFile_large_theDiskBeginsWithEachPieceMeanwhile)
 {
     const QTemporaryDir directory;
     const QString source = directory.filePath(u"source"_s);

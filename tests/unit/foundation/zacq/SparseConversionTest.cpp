@@ -42,7 +42,8 @@ protected:
     }
 };
 
-class InterruptedConversion : public SparseConversionTest, public testing::WithParamInterface<int>
+class SparseConversionInterruptedTest : public SparseConversionTest,
+                                        public testing::WithParamInterface<int>
 {
 };
 
@@ -216,7 +217,7 @@ TEST_F(SparseConversionTest, makeSparse_manifestCannotBeWritten_sourceStaysWhole
     makeSparse();
 }
 
-TEST_P(InterruptedConversion, anyStep_containerIsWholeAndARepeatFinishes)
+TEST_P(SparseConversionInterruptedTest, anyStep_containerIsWholeAndARepeatFinishes)
 {
     convertUntil(GetParam());
     EXPECT_TRUE(isWhole(container()));
@@ -228,7 +229,7 @@ TEST_P(InterruptedConversion, anyStep_containerIsWholeAndARepeatFinishes)
     EXPECT_FALSE(QFileInfo::exists(container() + u"/sparse.part"_s));
 }
 
-TEST_P(InterruptedConversion, anyStep_removeTakesEverything)
+TEST_P(SparseConversionInterruptedTest, anyStep_removeTakesEverything)
 {
     convertUntil(GetParam());
     EXPECT_FALSE(Zacq::remove(container()).hasError());
@@ -236,7 +237,7 @@ TEST_P(InterruptedConversion, anyStep_removeTakesEverything)
     EXPECT_FALSE(QFileInfo::exists(target()));
 }
 
-TEST_P(InterruptedConversion, anyStep_failedRunThenRepeat_finishes)
+TEST_P(SparseConversionInterruptedTest, anyStep_failedRunThenRepeat_finishes)
 {
     convertUntil(GetParam());
     const QByteArray name = QFile::encodeName(container());
@@ -248,7 +249,7 @@ TEST_P(InterruptedConversion, anyStep_failedRunThenRepeat_finishes)
     makeSparse();
 }
 
-INSTANTIATE_TEST_SUITE_P(Steps, InterruptedConversion, testing::Range(0, 5));
+INSTANTIATE_TEST_SUITE_P(Steps, SparseConversionInterruptedTest, testing::Range(0, 5));
 
 TEST_F(SparseConversionTest, remove_sparse_takesTheTargetAndNothingElse)
 {

@@ -26,7 +26,7 @@ QByteArray urlOf(const Result<HttpUrl> &url)
 
 } // namespace
 
-TEST(DavCollection, memberName_allSpellings_areOneName)
+TEST(DavCollectionTest, memberName_allSpellings_areOneName)
 {
     for (const char *const url : { "http://h:8080/data/run.d/", "http://h:8080/data/run.d",
                                    "http://h:8080//data/run%2Ed/" }) {
@@ -39,7 +39,7 @@ TEST(DavCollection, memberName_allSpellings_areOneName)
     }
 }
 
-TEST(DavCollection, memberName_oddCharacters_areDecodedOnce)
+TEST(DavCollectionTest, memberName_oddCharacters_areDecodedOnce)
 {
     EXPECT_EQ(nameIn("http://h/d", u"/d/%23%25%2B+%C3%BC%3F%26%3B"_s), u"#%++ü?&;"_s);
     EXPECT_EQ(nameIn("http://h/d", u"/d/100%2525"_s), u"100%25"_s);
@@ -48,7 +48,7 @@ TEST(DavCollection, memberName_oddCharacters_areDecodedOnce)
     EXPECT_EQ(nameIn("http://h/d", u"/d/a:b"_s), u"a:b"_s);
 }
 
-TEST(DavCollection, memberName_itself_isEmpty)
+TEST(DavCollectionTest, memberName_itself_isEmpty)
 {
     for (const QString &href : { u"/d/e"_s, u"/d/e/"_s, u"http://h/d/e"_s, u"./"_s, u"/d/%65"_s })
         EXPECT_EQ(nameIn("http://h/d/e", href), QString()) << href.toStdString();
@@ -57,7 +57,7 @@ TEST(DavCollection, memberName_itself_isEmpty)
     EXPECT_EQ(nameIn("http://[::1]:80/", u"http://[::1]/a"_s), u"a"_s);
 }
 
-TEST(DavCollection, memberName_elsewhere_isRefused)
+TEST(DavCollectionTest, memberName_elsewhere_isRefused)
 {
     for (const QString &href : { u"/d/a"_s,
                                  u"/d"_s,
@@ -99,7 +99,7 @@ TEST(DavCollection, memberName_elsewhere_isRefused)
     }
 }
 
-TEST(DavCollection, memberName_refusal_hidesSecretsAndControlCharacters)
+TEST(DavCollectionTest, memberName_refusal_hidesSecretsAndControlCharacters)
 {
     const Result<QString> name
         = collection("http://h/d;token=geheim/").memberName(u"/x\u001B[2J\u202E;token=geheim/y"_s);
@@ -109,7 +109,7 @@ TEST(DavCollection, memberName_refusal_hidesSecretsAndControlCharacters)
     EXPECT_TRUE(name.error().errorMessage().startsWith(u"the server lists \"/x"_s));
 }
 
-TEST(DavCollection, member_anyName_liesBelowTheCollection)
+TEST(DavCollectionTest, member_anyName_liesBelowTheCollection)
 {
     const DavCollection folder = collection("https://h:8443/my%20data");
     EXPECT_EQ(urlOf(folder.folder()), "https://h:8443/my%20data/");
@@ -119,7 +119,7 @@ TEST(DavCollection, member_anyName_liesBelowTheCollection)
     EXPECT_EQ(urlOf(folder.member(u"..."_s, true)), "https://h:8443/my%20data/.../");
 }
 
-TEST(DavCollection, parent_endsAtTheRoot)
+TEST(DavCollectionTest, parent_endsAtTheRoot)
 {
     const DavCollection folder = collection("http://h/a/b/");
     EXPECT_EQ(urlOf(folder.parent().folder()), "http://h/a/");

@@ -21,7 +21,7 @@ QString keyOf(const QString &text)
 
 } // namespace
 
-TEST(DavReference, parse_oneResource_hasOneKey)
+TEST(DavReferenceTest, parse_oneResource_hasOneKey)
 {
     for (const QString &text :
          { u"dav://host/data/run1.d"_s, u"DAV://HOST:80/data/run1.d/"_s,
@@ -36,7 +36,7 @@ TEST(DavReference, parse_oneResource_hasOneKey)
               u"dav://host/a%20b/%C3%BC#sha256="_s + QString(64, u'a'));
 }
 
-TEST(DavReference, parse_keyForm_isReadBackAsItself)
+TEST(DavReferenceTest, parse_keyForm_isReadBackAsItself)
 {
     for (const QString &text :
          { u"davs://host:8443/a%20b%23%25/c.d/"_s, u"dav://[::1]/"_s, u"dav://host/a#size=3"_s }) {
@@ -44,13 +44,13 @@ TEST(DavReference, parse_keyForm_isReadBackAsItself)
     }
 }
 
-TEST(DavReference, requestUrl_isTheWebAddress)
+TEST(DavReferenceTest, requestUrl_isTheWebAddress)
 {
     EXPECT_EQ(parsed(u"dav://host:81/a b/"_s)->requestUrl(), "http://host:81/a%20b/");
     EXPECT_EQ(parsed(u"davs://host/a#size=3"_s)->requestUrl(), "https://host/a");
 }
 
-TEST(DavReference, referenceText_secretsOfThePath_areForTheRequestOnly)
+TEST(DavReferenceTest, referenceText_secretsOfThePath_areForTheRequestOnly)
 {
     const auto reference = parsed(u"dav://host/data;token=geheim/run.d"_s);
     EXPECT_EQ(reference->referenceText(false), u"dav://host/data/run.d"_s);
@@ -58,7 +58,7 @@ TEST(DavReference, referenceText_secretsOfThePath_areForTheRequestOnly)
     EXPECT_EQ(reference->requestUrl(), "http://host/data;token=geheim/run.d");
 }
 
-TEST(DavReference, referenceText_forPeople_isDecoded)
+TEST(DavReferenceTest, referenceText_forPeople_isDecoded)
 {
     const auto reference = parsed(u"davs://host/my%20data/%C3%BC.d/"_s);
     EXPECT_EQ(reference->referenceText(true), u"davs://host/my data/ü.d"_s);
@@ -69,13 +69,13 @@ TEST(DavReference, referenceText_forPeople_isDecoded)
     EXPECT_EQ(parsed(u"dav://host/"_s)->fileName(), u"host"_s);
 }
 
-TEST(DavReference, referenceText_forPeopleWithAMarkInAName_isTheSameForEverySpelling)
+TEST(DavReferenceTest, referenceText_forPeopleWithAMarkInAName_isTheSameForEverySpelling)
 {
     for (const QString &text : { u"dav://host/a%23b/c"_s, u"dav://host/a%23b//c/"_s })
         EXPECT_EQ(parsed(text)->referenceText(true), u"dav://host/a#b/c"_s) << text.toStdString();
 }
 
-TEST(DavReference, parse_noAddress_isBadArgument)
+TEST(DavReferenceTest, parse_noAddress_isBadArgument)
 {
     for (const QString &text :
          { u"dav:/host/a"_s, u"dav:host"_s, u"dav://"_s, u"http://host/a"_s, u"davx://host/a"_s,

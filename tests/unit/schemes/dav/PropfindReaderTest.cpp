@@ -55,7 +55,7 @@ QString refusalOf(const QByteArray &bytes)
 
 } // namespace
 
-TEST(PropfindReader, add_file_tellsSizeAndState)
+TEST(PropfindReaderTest, add_file_tellsSizeAndState)
 {
     const DavProperties file = onlyOneIn(multistatus(
         response("/a/run%201.raw",
@@ -70,14 +70,14 @@ TEST(PropfindReader, add_file_tellsSizeAndState)
     EXPECT_FALSE(file.isRefused());
 }
 
-TEST(PropfindReader, add_collection_isOne)
+TEST(PropfindReaderTest, add_collection_isOne)
 {
     EXPECT_TRUE(
         onlyOneIn(multistatus(response("/a/", "<D:resourcetype><D:collection/></D:resourcetype>")))
             .isCollection);
 }
 
-TEST(PropfindReader, add_anyPrefixes_namespacesCount)
+TEST(PropfindReaderTest, add_anyPrefixes_namespacesCount)
 {
     const DavProperties folder = onlyOneIn(
         "<multistatus xmlns=\"DAV:\" xmlns:o=\"urn:other\"><x:response xmlns:x=\"DAV:\">"
@@ -90,13 +90,13 @@ TEST(PropfindReader, add_anyPrefixes_namespacesCount)
     EXPECT_FALSE(folder.size);
 }
 
-TEST(PropfindReader, add_namesWithoutTheNamespace_areUnknown)
+TEST(PropfindReaderTest, add_namesWithoutTheNamespace_areUnknown)
 {
     EXPECT_EQ(refusalOf("<multistatus><response><href>/a</href></response></multistatus>"),
               u"it is no multistatus"_s);
 }
 
-TEST(PropfindReader, add_severalPropstats_onlyThoseThatSucceededCount)
+TEST(PropfindReaderTest, add_severalPropstats_onlyThoseThatSucceededCount)
 {
     const DavProperties file = onlyOneIn(multistatus(
         "<D:response><D:href>/a</D:href>"
@@ -115,7 +115,7 @@ TEST(PropfindReader, add_severalPropstats_onlyThoseThatSucceededCount)
     EXPECT_EQ(file.lastModified, "");
 }
 
-TEST(PropfindReader, add_statusOfTheWhole_isARefusal)
+TEST(PropfindReaderTest, add_statusOfTheWhole_isARefusal)
 {
     const auto all = resourcesIn(multistatus(
         "<D:response><D:href>/a</D:href><D:href>/b</D:href>"
@@ -128,7 +128,7 @@ TEST(PropfindReader, add_statusOfTheWhole_isARefusal)
     EXPECT_FALSE(all[2].isRefused());
 }
 
-TEST(PropfindReader, add_oddValues_areLeftOut)
+TEST(PropfindReaderTest, add_oddValues_areLeftOut)
 {
     for (const char *const size : { "-1", "abc", "1e3", "99999999999999999999", "" }) {
         EXPECT_FALSE(onlyOneIn(multistatus(response("/a",
@@ -146,7 +146,7 @@ TEST(PropfindReader, add_oddValues_areLeftOut)
     EXPECT_EQ(file.lastModified, "");
 }
 
-TEST(PropfindReader, add_unknownElementsCommentsAndSections_areReadOver)
+TEST(PropfindReaderTest, add_unknownElementsCommentsAndSections_areReadOver)
 {
     const DavProperties file = onlyOneIn(multistatus(
         "<!-- words --><D:other><D:response><D:href>/no</D:href></D:response></D:other>"
@@ -155,7 +155,7 @@ TEST(PropfindReader, add_unknownElementsCommentsAndSections_areReadOver)
     EXPECT_EQ(file.href, u"/a&b"_s);
 }
 
-TEST(PropfindReader, add_byteByByte_isTheSame)
+TEST(PropfindReaderTest, add_byteByByte_isTheSame)
 {
     const QByteArray bytes = multistatus(
         response("/%C3%BC/\xC3\xBC&amp;", "<D:getcontentlength>12</D:getcontentlength>"));
@@ -168,12 +168,12 @@ TEST(PropfindReader, add_byteByByte_isTheSame)
     EXPECT_EQ(reader.resources().front().size, 12);
 }
 
-TEST(PropfindReader, add_emptyMultistatus_isAnEmptyList)
+TEST(PropfindReaderTest, add_emptyMultistatus_isAnEmptyList)
 {
     EXPECT_TRUE(resourcesIn(multistatus({})).empty());
 }
 
-TEST(PropfindReader, finish_cutAnywhere_isNotWhole)
+TEST(PropfindReaderTest, finish_cutAnywhere_isNotWhole)
 {
     const QByteArray whole = multistatus(response("/a", "<D:getetag>\"e\"</D:getetag>")).trimmed();
     for (qsizetype size = 0; size < whole.size(); ++size) {
@@ -182,7 +182,7 @@ TEST(PropfindReader, finish_cutAnywhere_isNotWhole)
     }
 }
 
-TEST(PropfindReader, add_documentType_isRefused)
+TEST(PropfindReaderTest, add_documentType_isRefused)
 {
     const QString reason = u"it has a document type, which is not read"_s;
     EXPECT_EQ(refusalOf("<?xml version=\"1.0\"?><!DOCTYPE a [<!ENTITY b \"c\">]>"
@@ -197,12 +197,12 @@ TEST(PropfindReader, add_documentType_isRefused)
     EXPECT_EQ(refusalOf(laughs + "]>" + multistatus(response("&l29;", {}))), reason);
 }
 
-TEST(PropfindReader, add_entityWithoutAMeaning_isRefused)
+TEST(PropfindReaderTest, add_entityWithoutAMeaning_isRefused)
 {
     refusalOf(multistatus(response("/&nothing;", {})));
 }
 
-TEST(PropfindReader, add_nestedTooDeeply_isRefused)
+TEST(PropfindReaderTest, add_nestedTooDeeply_isRefused)
 {
     QByteArray deep;
     for (int i = 0; i < 1'000'000; ++i)
@@ -210,7 +210,7 @@ TEST(PropfindReader, add_nestedTooDeeply_isRefused)
     EXPECT_EQ(refusalOf("<D:multistatus xmlns:D=\"DAV:\">" + deep), u"it is nested too deeply"_s);
 }
 
-TEST(PropfindReader, add_endlessMark_isRefusedAtOnce)
+TEST(PropfindReaderTest, add_endlessMark_isRefusedAtOnce)
 {
     QByteArray endless = "<D:multistatus xmlns:D=\"DAV:\" ";
     for (int i = 0; i < 1'000'000; ++i)
@@ -221,7 +221,7 @@ TEST(PropfindReader, add_endlessMark_isRefusedAtOnce)
     EXPECT_LT(passed.elapsed(), 10'000); // at one go it takes hours
 }
 
-TEST(PropfindReader, add_manyAttributes_areRefused)
+TEST(PropfindReaderTest, add_manyAttributes_areRefused)
 {
     QByteArray many = "<D:multistatus xmlns:D=\"DAV:\" ";
     for (int i = 0; i < 100; ++i)
@@ -229,7 +229,7 @@ TEST(PropfindReader, add_manyAttributes_areRefused)
     EXPECT_EQ(refusalOf(many + "/>"), u"a part of it has too many attributes"_s);
 }
 
-TEST(PropfindReader, add_manyDeclarations_areRefused)
+TEST(PropfindReaderTest, add_manyDeclarations_areRefused)
 {
     QByteArray many = "<D:multistatus xmlns:D=\"DAV:\" ";
     for (int i = 0; i < 100; ++i)
@@ -237,7 +237,7 @@ TEST(PropfindReader, add_manyDeclarations_areRefused)
     EXPECT_EQ(refusalOf(many + "/>"), u"a part of it has too many attributes"_s);
 }
 
-TEST(PropfindReader, add_endlessText_isRefused)
+TEST(PropfindReaderTest, add_endlessText_isRefused)
 {
     EXPECT_EQ(refusalOf(multistatus(response(QByteArray(9000, 'x'), {}))),
               u"a single part of it is too long"_s);
@@ -245,14 +245,14 @@ TEST(PropfindReader, add_endlessText_isRefused)
               u"a single part of it is too long"_s);
 }
 
-TEST(PropfindReader, add_noAddress_isRefused)
+TEST(PropfindReaderTest, add_noAddress_isRefused)
 {
     const QString reason = u"it tells of something without an address"_s;
     EXPECT_EQ(refusalOf(multistatus("<D:response/>")), reason);
     EXPECT_EQ(refusalOf(multistatus(response(" ", {}))), reason);
 }
 
-TEST(PropfindReader, add_tooManyResources_isRefused)
+TEST(PropfindReaderTest, add_tooManyResources_isRefused)
 {
     const QByteArray one = "<D:response><D:href>/a</D:href></D:response>";
     EXPECT_EQ(refusalOf(multistatus(one.repeated(PropfindReader::mostResources + 1))),
@@ -265,7 +265,7 @@ TEST(PropfindReader, add_tooManyResources_isRefused)
               u"it tells of more than %1 resources"_s.arg(PropfindReader::mostResources));
 }
 
-TEST(PropfindReader, add_anythingElse_isRefused)
+TEST(PropfindReaderTest, add_anythingElse_isRefused)
 {
     for (const QByteArray &bytes :
          { QByteArray(), QByteArray("\0\0\0", 3), QByteArray("<html><body></html>"),
@@ -277,7 +277,7 @@ TEST(PropfindReader, add_anythingElse_isRefused)
     }
 }
 
-TEST(PropfindReader, add_damagedAnswers_endWithoutHarm)
+TEST(PropfindReaderTest, add_damagedAnswers_endWithoutHarm)
 {
     const QByteArray whole = multistatus(
         response("/a/", "<D:resourcetype><D:collection/></D:resourcetype>")

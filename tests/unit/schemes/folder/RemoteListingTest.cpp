@@ -22,11 +22,11 @@ constexpr int badData = int(ErrorCode::BadData);
 
 } // namespace
 
-class RemoteListingRefusal : public testing::TestWithParam<QString>
+class RemoteListingRefusalTest : public testing::TestWithParam<QString>
 {
 };
 
-TEST_P(RemoteListingRefusal, addFile_dangerousPath_isRefused)
+TEST_P(RemoteListingRefusalTest, addFile_dangerousPath_isRefused)
 {
     RemoteListing listing;
 
@@ -37,7 +37,7 @@ TEST_P(RemoteListingRefusal, addFile_dangerousPath_isRefused)
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Paths, RemoteListingRefusal,
+    Paths, RemoteListingRefusalTest,
     testing::Values(u""_s, u"/etc/passwd"_s, u"//host/share"_s, u"C:/x"_s, u"c:x"_s, u".."_s,
                     u"../x"_s, u"a/../b"_s, u"a/.."_s, u"."_s, u"./a"_s, u"a/./b"_s, u"a//b"_s,
                     u"a/"_s, u"a\\b"_s, u"..\\x"_s, u"a\nb"_s, u"a\tb"_s, u"a\u007fb"_s,

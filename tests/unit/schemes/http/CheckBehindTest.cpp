@@ -35,7 +35,7 @@ void addAll(CheckBehind &check)
         check.addBytes(piece);
 }
 
-TEST(CheckBehind, verify_manyPieces_seesAllOfThemInOrder)
+TEST(CheckBehindTest, verify_manyPieces_seesAllOfThemInOrder)
 {
     const QByteArray whole = pieces().join();
     CheckBehind check(sumOf(whole));
@@ -44,7 +44,7 @@ TEST(CheckBehind, verify_manyPieces_seesAllOfThemInOrder)
     EXPECT_EQ(check.verify(whole.size()), Error());
 }
 
-TEST(CheckBehind, verify_oneMorePiece_isTold)
+TEST(CheckBehindTest, verify_oneMorePiece_isTold)
 {
     const QByteArray whole = pieces().join();
     CheckBehind check(sumOf(whole));
@@ -53,7 +53,7 @@ TEST(CheckBehind, verify_oneMorePiece_isTold)
     EXPECT_EQ(check.verify(whole.size()).errorCode(), ErrorCode(SchemeErrors::integrityFailure));
 }
 
-TEST(CheckBehind, reset_startsAnew)
+TEST(CheckBehindTest, reset_startsAnew)
 {
     const QByteArray whole = pieces().join();
     CheckBehind check(sumOf(whole));
@@ -63,7 +63,7 @@ TEST(CheckBehind, reset_startsAnew)
     EXPECT_EQ(check.verify(whole.size()), Error());
 }
 
-TEST(CheckBehind, verify_onlyASizeIsExpected_needsNoBytes)
+TEST(CheckBehindTest, verify_onlyASizeIsExpected_needsNoBytes)
 {
     ExpectedContent expected;
     expected.size = 3;

@@ -1,4 +1,4 @@
-#include "HttpFaults.h"
+#include "HttpFaultsFixture.h"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +13,9 @@ namespace {
 using namespace Qt::Literals::StringLiterals;
 using namespace zel::test;
 
-TEST_F(HttpFaults, closesEarly_goesOnFromThere)
+using HttpFaultsTest = HttpFaultsFixture;
+
+TEST_F(HttpFaultsTest, closesEarly_goesOnFromThere)
 {
     std::atomic<int> asked = 0;
     ScriptedServer server([&asked](const auto &request, auto &connection) {
@@ -28,7 +30,7 @@ TEST_F(HttpFaults, closesEarly_goesOnFromThere)
     EXPECT_EQ(server.requests()[1].header("if-range"), QByteArray("\"one\""));
 }
 
-TEST_F(HttpFaults, resetsConnection_goesOnFromThere)
+TEST_F(HttpFaultsTest, resetsConnection_goesOnFromThere)
 {
     std::atomic<int> asked = 0;
     ScriptedServer server([&asked](const auto &request, auto &connection) {
@@ -40,7 +42,7 @@ TEST_F(HttpFaults, resetsConnection_goesOnFromThere)
     EXPECT_EQ(sink.content(), content);
 }
 
-TEST_F(HttpFaults, liesAboutItsLength_isIntegrityFailureAfterAllTries)
+TEST_F(HttpFaultsTest, liesAboutItsLength_isIntegrityFailureAfterAllTries)
 {
     ScriptedServer server([](const auto &, auto &connection) { closeEarly(connection); });
     const Error error = download(server, &sink, settings);
@@ -48,7 +50,7 @@ TEST_F(HttpFaults, liesAboutItsLength_isIntegrityFailureAfterAllTries)
     EXPECT_EQ(int(settings.waits->size()), settings.retries);
 }
 
-TEST_F(HttpFaults, sendsMoreThanItAnnounced_onlyTheAnnouncedBytesCount)
+TEST_F(HttpFaultsTest, sendsMoreThanItAnnounced_onlyTheAnnouncedBytesCount)
 {
     ScriptedServer server([](const auto &, auto &connection) {
         connection.send(ScriptedServer::answer("200 OK", etag, content) + "and more");
@@ -57,7 +59,7 @@ TEST_F(HttpFaults, sendsMoreThanItAnnounced_onlyTheAnnouncedBytesCount)
     EXPECT_EQ(sink.content(), content);
 }
 
-TEST_F(HttpFaults, sendsMoreThanTheRest_isIntegrityFailure)
+TEST_F(HttpFaultsTest, sendsMoreThanTheRest_isIntegrityFailure)
 {
     std::atomic<int> asked = 0;
     ScriptedServer server([&asked](const auto &, auto &connection) {
@@ -71,7 +73,7 @@ TEST_F(HttpFaults, sendsMoreThanTheRest_isIntegrityFailure)
     EXPECT_TRUE(error.errorMessage().contains(u"more bytes came"_s));
 }
 
-TEST_F(HttpFaults, stalls_isBrokenOffAndGoesOn)
+TEST_F(HttpFaultsTest, stalls_isBrokenOffAndGoesOn)
 {
     settings.giveUpSoon();
     std::atomic<int> asked = 0;
@@ -86,7 +88,7 @@ TEST_F(HttpFaults, stalls_isBrokenOffAndGoesOn)
     EXPECT_EQ(server.requests()[1].header("range"), QByteArray("bytes=4-"));
 }
 
-TEST_F(HttpFaults, neverAnswers_failsAfterAllTries)
+TEST_F(HttpFaultsTest, neverAnswers_failsAfterAllTries)
 {
     settings.retries = 1;
     settings.giveUpSoon();
@@ -97,7 +99,7 @@ TEST_F(HttpFaults, neverAnswers_failsAfterAllTries)
     EXPECT_EQ(server.requests().size(), 2);
 }
 
-TEST_F(HttpFaults, slowButSteady_isNoStall)
+TEST_F(HttpFaultsTest, slowButSteady_isNoStall)
 {
     settings.stallBytes = 1;
     settings.stallTime = std::chrono::milliseconds(900);
@@ -112,7 +114,7 @@ TEST_F(HttpFaults, slowButSteady_isNoStall)
     EXPECT_EQ(server.requests().size(), 1);
 }
 
-TEST_F(HttpFaults, redirectsForEver_fails)
+TEST_F(HttpFaultsTest, redirectsForEver_fails)
 {
     settings.redirects = 3;
     ScriptedServer server([](const auto &, auto &connection) {
@@ -124,7 +126,7 @@ TEST_F(HttpFaults, redirectsForEver_fails)
     EXPECT_EQ(server.requests().size(), 4);
 }
 
-TEST_F(HttpFaults, redirectsToFile_isNotFollowed)
+TEST_F(HttpFaultsTest, redirectsToFile_isNotFollowed)
 {
     ScriptedServer server([](const auto &, auto &connection) {
         connection.send(
@@ -136,7 +138,7 @@ TEST_F(HttpFaults, redirectsToFile_isNotFollowed)
     EXPECT_EQ(sink.size(), 0);
 }
 
-TEST_F(HttpFaults, redirectWithEndlessBody_isFollowedAllTheSame)
+TEST_F(HttpFaultsTest, redirectWithEndlessBody_isFollowedAllTheSame)
 {
     ScriptedServer server([](const auto &request, auto &connection) {
         if (request.target == "/new")
@@ -148,7 +150,7 @@ TEST_F(HttpFaults, redirectWithEndlessBody_isFollowedAllTheSame)
     EXPECT_EQ(sink.content(), content);
 }
 
-TEST_F(HttpFaults, busyWithRetryAfter_isWaitedFor)
+TEST_F(HttpFaultsTest, busyWithRetryAfter_isWaitedFor)
 {
     std::atomic<int> asked = 0;
     ScriptedServer server([&asked](const auto &request, auto &connection) {
@@ -161,7 +163,7 @@ TEST_F(HttpFaults, busyWithRetryAfter_isWaitedFor)
     EXPECT_EQ(settings.waits->front(), std::chrono::seconds(17));
 }
 
-TEST_F(HttpFaults, busyForTooLong_isNotWaitedFor)
+TEST_F(HttpFaultsTest, busyForTooLong_isNotWaitedFor)
 {
     ScriptedServer server([](const auto &, auto &connection) {
         connection.send(
@@ -172,7 +174,7 @@ TEST_F(HttpFaults, busyForTooLong_isNotWaitedFor)
     EXPECT_TRUE(settings.waits->empty());
 }
 
-TEST_F(HttpFaults, staysInTrouble_pausesGrowUpToTheLongest)
+TEST_F(HttpFaultsTest, staysInTrouble_pausesGrowUpToTheLongest)
 {
     settings.retries = 8;
     ScriptedServer server([](const auto &, auto &connection) {
@@ -186,7 +188,7 @@ TEST_F(HttpFaults, staysInTrouble_pausesGrowUpToTheLongest)
     EXPECT_LE(settings.waits->back(), std::chrono::milliseconds(37500));
 }
 
-TEST_F(HttpFaults, progressBetweenFaults_triesAreCountedAnew)
+TEST_F(HttpFaultsTest, progressBetweenFaults_triesAreCountedAnew)
 {
     settings.retries = 1;
     ScriptedServer server([](const auto &request, auto &connection) {
@@ -202,7 +204,7 @@ TEST_F(HttpFaults, progressBetweenFaults_triesAreCountedAnew)
     EXPECT_EQ(server.requests().size(), 10);
 }
 
-TEST_F(HttpFaults, giganticHead_isRefused)
+TEST_F(HttpFaultsTest, giganticHead_isRefused)
 {
     settings.headBytes = 64 * 1024;
     ScriptedServer server([](const auto &, auto &connection) {
@@ -215,7 +217,7 @@ TEST_F(HttpFaults, giganticHead_isRefused)
     EXPECT_TRUE(settings.waits->empty());
 }
 
-TEST_F(HttpFaults, giganticHeaderLine_isRefused)
+TEST_F(HttpFaultsTest, giganticHeaderLine_isRefused)
 {
     ScriptedServer server([](const auto &, auto &connection) {
         connection.send("HTTP/1.1 200 OK\r\nX-Filler: ");
@@ -225,7 +227,7 @@ TEST_F(HttpFaults, giganticHeaderLine_isRefused)
     EXPECT_EQ(server.requests().size(), 1);
 }
 
-TEST_F(HttpFaults, speaksNoHttp_fails)
+TEST_F(HttpFaultsTest, speaksNoHttp_fails)
 {
     ScriptedServer server(
         [](const auto &, auto &connection) { connection.send("SSH-2.0-hello\r\n\r\n"); });
@@ -233,7 +235,7 @@ TEST_F(HttpFaults, speaksNoHttp_fails)
     EXPECT_EQ(sink.size(), 0);
 }
 
-TEST_F(HttpFaults, refusalEchoesSecrets_theyAreLeftOut)
+TEST_F(HttpFaultsTest, refusalEchoesSecrets_theyAreLeftOut)
 {
     ScriptedServer server([](const auto &, auto &connection) {
         connection.send(ScriptedServer::answer(
@@ -249,7 +251,7 @@ TEST_F(HttpFaults, refusalEchoesSecrets_theyAreLeftOut)
         "wrong. [31mAuthorization: Basic ... for http://...@host/"_s);
 }
 
-TEST_F(HttpFaults, longRefusal_isCutShort)
+TEST_F(HttpFaultsTest, longRefusal_isCutShort)
 {
     ScriptedServer server([](const auto &, auto &connection) {
         connection.send("HTTP/1.1 404 Not Found\r\n\r\n");
@@ -258,7 +260,7 @@ TEST_F(HttpFaults, longRefusal_isCutShort)
     EXPECT_LT(download(server, &sink, settings).errorMessage().size(), 300);
 }
 
-TEST_F(HttpFaults, longReason_onlyItsBeginningIsRead)
+TEST_F(HttpFaultsTest, longReason_onlyItsBeginningIsRead)
 {
     ScriptedServer server([](const auto &, auto &connection) {
         const QByteArray reason = QByteArray("<head>").repeated(10'000) + "</head>words";
@@ -268,7 +270,7 @@ TEST_F(HttpFaults, longReason_onlyItsBeginningIsRead)
               u"Unable to fetch the file: the server answered 404"_s);
 }
 
-TEST_F(HttpFaults, manyTransfersOfOneHost_twoAtOnce)
+TEST_F(HttpFaultsTest, manyTransfersOfOneHost_twoAtOnce)
 {
     std::mutex mutex;
     std::condition_variable changed;
@@ -319,13 +321,13 @@ std::chrono::milliseconds timeToCancel(const ScriptedServer &server, const HttpS
     return std::chrono::milliseconds(timer.elapsed());
 }
 
-TEST_F(HttpFaults, cancel_whileServerIsSilent_isSeenSoon)
+TEST_F(HttpFaultsTest, cancel_whileServerIsSilent_isSeenSoon)
 {
     ScriptedServer server([](const auto &, auto &connection) { connection.stall(); });
     EXPECT_LT(timeToCancel(server, settings), cancelLimit);
 }
 
-TEST_F(HttpFaults, cancel_whileBytesPour_isSeenSoon)
+TEST_F(HttpFaultsTest, cancel_whileBytesPour_isSeenSoon)
 {
     ScriptedServer server([](const auto &, auto &connection) {
         connection.send("HTTP/1.1 200 OK\r\nContent-Length: 1000000000000\r\n\r\n");
@@ -334,7 +336,7 @@ TEST_F(HttpFaults, cancel_whileBytesPour_isSeenSoon)
     EXPECT_LT(timeToCancel(server, settings), cancelLimit);
 }
 
-TEST_F(HttpFaults, cancel_whileWaitingForNextTry_isSeenSoon)
+TEST_F(HttpFaultsTest, cancel_whileWaitingForNextTry_isSeenSoon)
 {
     settings.wait = nullptr;
     settings.backOff = std::chrono::minutes(1);

@@ -17,7 +17,7 @@ HttpProbe probed(const QString &url, const HttpSettings &settings = QuickSetting
     return probe.hasValue() ? probe.value() : HttpProbe();
 }
 
-TEST(HttpProbe, probe_fileThatIsThere_tellsItsState)
+TEST(HttpProbeTest, probe_fileThatIsThere_tellsItsState)
 {
     NginxServer server;
     server.addFile(u"a.raw"_s, "hello");
@@ -33,7 +33,7 @@ TEST(HttpProbe, probe_fileThatIsThere_tellsItsState)
     EXPECT_EQ(requests.constFirst().bodyBytes, 0);
 }
 
-TEST(HttpProbe, probe_missingFile_doesNotExistAndSaysWhy)
+TEST(HttpProbeTest, probe_missingFile_doesNotExistAndSaysWhy)
 {
     NginxServer server;
     const HttpProbe probe = probed(server.url(u"none"_s));
@@ -43,7 +43,7 @@ TEST(HttpProbe, probe_missingFile_doesNotExistAndSaysWhy)
               u"Unable to fetch the file: the server answered 404 Not Found"_s);
 }
 
-TEST(HttpProbe, probe_headRefused_asksForOneByte)
+TEST(HttpProbeTest, probe_headRefused_asksForOneByte)
 {
     NginxServer::Options options;
     options.headAllowed = false;
@@ -59,7 +59,7 @@ TEST(HttpProbe, probe_headRefused_asksForOneByte)
     EXPECT_EQ(requests[1].bodyBytes, 1);
 }
 
-TEST(HttpProbe, probe_headRefusedForEmptyFile_exists)
+TEST(HttpProbeTest, probe_headRefusedForEmptyFile_exists)
 {
     ScriptedServer server([](const auto &request, auto &connection) {
         const bool head = request.method == "HEAD";
@@ -71,7 +71,7 @@ TEST(HttpProbe, probe_headRefusedForEmptyFile_exists)
     EXPECT_EQ(probe.state.size, 0);
 }
 
-TEST(HttpProbe, probe_headRefusedAndRangeIgnored_doesNotReadTheBody)
+TEST(HttpProbeTest, probe_headRefusedAndRangeIgnored_doesNotReadTheBody)
 {
     ScriptedServer server([](const auto &request, auto &connection) {
         if (request.method == "HEAD")
@@ -85,7 +85,7 @@ TEST(HttpProbe, probe_headRefusedAndRangeIgnored_doesNotReadTheBody)
     EXPECT_EQ(probe.state.size, 80'000'000'000);
 }
 
-TEST(HttpProbe, probe_serverInTrouble_isAskedAgain)
+TEST(HttpProbeTest, probe_serverInTrouble_isAskedAgain)
 {
     std::atomic<int> asked = 0;
     ScriptedServer server([&asked](const auto &, auto &connection) {
@@ -96,7 +96,7 @@ TEST(HttpProbe, probe_serverInTrouble_isAskedAgain)
     EXPECT_EQ(asked, 2);
 }
 
-TEST(HttpProbe, probe_serverStaysInTrouble_isAFailureAndNotAbsence)
+TEST(HttpProbeTest, probe_serverStaysInTrouble_isAFailureAndNotAbsence)
 {
     ScriptedServer server([](const auto &, auto &connection) {
         connection.send(ScriptedServer::answer("500 Out of order", {}, {}));
@@ -107,7 +107,7 @@ TEST(HttpProbe, probe_serverStaysInTrouble_isAFailureAndNotAbsence)
               u"Unable to fetch the file: the server answered 500 Out of order"_s);
 }
 
-TEST(HttpProbe, probe_unauthorized_isNotAccessible)
+TEST(HttpProbeTest, probe_unauthorized_isNotAccessible)
 {
     NginxServer::Options options;
     options.user = u"me"_s;
@@ -117,7 +117,7 @@ TEST(HttpProbe, probe_unauthorized_isNotAccessible)
     EXPECT_FALSE(probed(server.url(u"a"_s)).exists);
 }
 
-TEST(HttpProbe, probe_redirect_tellsOfTheTarget)
+TEST(HttpProbeTest, probe_redirect_tellsOfTheTarget)
 {
     NginxServer::Options options;
     options.directives = u"location /old { return 301 /new; }"_s;
@@ -126,7 +126,7 @@ TEST(HttpProbe, probe_redirect_tellsOfTheTarget)
     EXPECT_EQ(probed(server.url(u"old"_s)).state.size, 5);
 }
 
-TEST(HttpProbe, probe_unknownHost_failsWithoutManyTries)
+TEST(HttpProbeTest, probe_unknownHost_failsWithoutManyTries)
 {
     QuickSettings settings;
     const auto probe
@@ -135,7 +135,7 @@ TEST(HttpProbe, probe_unknownHost_failsWithoutManyTries)
     EXPECT_TRUE(settings.waits->empty());
 }
 
-TEST(HttpProbe, probe_nobodyListens_fails)
+TEST(HttpProbeTest, probe_nobodyListens_fails)
 {
     const quint16 port = LoopbackSocket().port();
     QuickSettings settings;

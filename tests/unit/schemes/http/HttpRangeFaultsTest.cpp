@@ -1,4 +1,4 @@
-#include "HttpFaults.h"
+#include "HttpFaultsFixture.h"
 
 #include <atomic>
 
@@ -9,9 +9,9 @@ using namespace Qt::Literals::StringLiterals;
 using namespace zel::test;
 
 /// Answers to a download that goes on: other parts than were asked for, and files that change.
-using HttpRangeFaults = HttpFaults;
+using HttpRangeFaultsTest = HttpFaultsFixture;
 
-TEST_F(HttpRangeFaults, answersWholeToARange_startsAnew)
+TEST_F(HttpRangeFaultsTest, answersWholeToARange_startsAnew)
 {
     ScriptedServer server([](const auto &request, auto &connection) {
         if (request.header("range").isEmpty())
@@ -23,7 +23,7 @@ TEST_F(HttpRangeFaults, answersWholeToARange_startsAnew)
     EXPECT_EQ(sink.fresh, 1);
 }
 
-TEST_F(HttpRangeFaults, fileChangedMeanwhile_startsAnewWithTheNewOne)
+TEST_F(HttpRangeFaultsTest, fileChangedMeanwhile_startsAnewWithTheNewOne)
 {
     std::atomic<int> asked = 0;
     ScriptedServer server([&asked](const auto &, auto &connection) {
@@ -36,7 +36,7 @@ TEST_F(HttpRangeFaults, fileChangedMeanwhile_startsAnewWithTheNewOne)
     EXPECT_EQ(sink.openedStates, QStringList({ u"\"one\" 10"_s, u"\"two\" 6"_s }));
 }
 
-TEST_F(HttpRangeFaults, changedFileButIfRangeIgnored_isNotJoined)
+TEST_F(HttpRangeFaultsTest, changedFileButIfRangeIgnored_isNotJoined)
 {
     std::atomic<int> asked = 0;
     ScriptedServer server([&asked](const auto &request, auto &connection) {
@@ -52,7 +52,7 @@ TEST_F(HttpRangeFaults, changedFileButIfRangeIgnored_isNotJoined)
     EXPECT_EQ(sink.content(), QByteArray("abcdefghij"));
 }
 
-TEST_F(HttpRangeFaults, changesAllTheTime_isIntegrityFailure)
+TEST_F(HttpRangeFaultsTest, changesAllTheTime_isIntegrityFailure)
 {
     std::atomic<int> asked = 0;
     ScriptedServer server([&asked](const auto &, auto &connection) {
@@ -64,7 +64,7 @@ TEST_F(HttpRangeFaults, changesAllTheTime_isIntegrityFailure)
     EXPECT_TRUE(error.errorMessage().contains(u"changes while it is being fetched"_s));
 }
 
-TEST_F(HttpRangeFaults, sendsAnotherPartThanAskedFor_startsAnewWithoutRanges)
+TEST_F(HttpRangeFaultsTest, sendsAnotherPartThanAskedFor_startsAnewWithoutRanges)
 {
     std::atomic<int> asked = 0;
     ScriptedServer server([&asked](const auto &request, auto &connection) {
@@ -79,7 +79,7 @@ TEST_F(HttpRangeFaults, sendsAnotherPartThanAskedFor_startsAnewWithoutRanges)
     EXPECT_EQ(sink.content(), content);
 }
 
-TEST_F(HttpRangeFaults, sendsAPartUnasked_fails)
+TEST_F(HttpRangeFaultsTest, sendsAPartUnasked_fails)
 {
     ScriptedServer server([](const auto &, auto &connection) {
         connection.send(
@@ -89,7 +89,7 @@ TEST_F(HttpRangeFaults, sendsAPartUnasked_fails)
     EXPECT_EQ(server.requests().size(), 1);
 }
 
-TEST_F(HttpRangeFaults, refusesRangeAndSizeFits_isComplete)
+TEST_F(HttpRangeFaultsTest, refusesRangeAndSizeFits_isComplete)
 {
     // Without a length the end of the file shows only when more is asked for.
     std::atomic<int> asked = 0;
@@ -105,7 +105,7 @@ TEST_F(HttpRangeFaults, refusesRangeAndSizeFits_isComplete)
     EXPECT_EQ(sink.content(), content);
 }
 
-TEST_F(HttpRangeFaults, refusesRangeAndSizeDiffers_startsAnew)
+TEST_F(HttpRangeFaultsTest, refusesRangeAndSizeDiffers_startsAnew)
 {
     std::atomic<int> asked = 0;
     ScriptedServer server([&asked](const auto &request, auto &connection) {

@@ -11,7 +11,7 @@ namespace {
 
 using namespace Qt::Literals::StringLiterals;
 
-TEST(WorkBehind, drain_allPiecesAreDoneInOrder)
+TEST(WorkBehindTest, drain_allPiecesAreDoneInOrder)
 {
     QByteArray done;
     WorkBehind worker([&done](const QByteArray &piece) {
@@ -24,7 +24,7 @@ TEST(WorkBehind, drain_allPiecesAreDoneInOrder)
     EXPECT_EQ(done, QByteArray("abcdefghijklmnopqrstuvwxyz"));
 }
 
-TEST(WorkBehind, add_returnsBeforeThePieceIsDone)
+TEST(WorkBehindTest, add_returnsBeforeThePieceIsDone)
 {
     std::binary_semaphore allowed { 0 };
     WorkBehind worker([&allowed](const QByteArray &) {
@@ -36,7 +36,7 @@ TEST(WorkBehind, add_returnsBeforeThePieceIsDone)
     EXPECT_EQ(worker.drain(), Error());
 }
 
-TEST(WorkBehind, failure_endsTheWorkAndIsTold)
+TEST(WorkBehindTest, failure_endsTheWorkAndIsTold)
 {
     int count = 0;
     WorkBehind worker([&count](const QByteArray &) {
@@ -50,7 +50,7 @@ TEST(WorkBehind, failure_endsTheWorkAndIsTold)
     EXPECT_EQ(count, 1);
 }
 
-TEST(WorkBehind, add_noThreadToBeHad_doesThePieceItself)
+TEST(WorkBehindTest, add_noThreadToBeHad_doesThePieceItself)
 {
     const test::ThreadLimit limit(0);
     QByteArray done;

@@ -18,7 +18,7 @@ QByteArray inPieces(QCryptographicHash::Algorithm algorithm, const QByteArray &b
 
 } // namespace
 
-TEST(PassingHash, result_anyLength_isThatOfTheWhole)
+TEST(PassingHashTest, result_anyLength_isThatOfTheWhole)
 {
     for (const auto algorithm : { QCryptographicHash::Sha256, QCryptographicHash::Md5 }) {
         for (int length = 0; length < 300; ++length) {
@@ -29,7 +29,7 @@ TEST(PassingHash, result_anyLength_isThatOfTheWhole)
     }
 }
 
-TEST(PassingHash, result_inTheMiddle_moreMayFollow)
+TEST(PassingHashTest, result_inTheMiddle_moreMayFollow)
 {
     PassingHash hash(QCryptographicHash::Sha256);
     hash.add("ab", 2);
@@ -38,7 +38,7 @@ TEST(PassingHash, result_inTheMiddle_moreMayFollow)
     EXPECT_EQ(hash.result(), QCryptographicHash::hash("abc", QCryptographicHash::Sha256));
 }
 
-TEST(PassingHash, reset_startsAnew)
+TEST(PassingHashTest, reset_startsAnew)
 {
     for (const auto algorithm : { QCryptographicHash::Sha256, QCryptographicHash::Md5 }) {
         PassingHash hash(algorithm);

@@ -21,7 +21,7 @@ struct Spelling
     QString path;
 };
 
-class PathReferenceSpelling : public ::testing::TestWithParam<Spelling>
+class PathReferenceSpellingTest : public ::testing::TestWithParam<Spelling>
 {
 };
 
@@ -31,13 +31,13 @@ struct Hostile
     QString text;
 };
 
-class PathReferenceHostile : public ::testing::TestWithParam<Hostile>
+class PathReferenceHostileTest : public ::testing::TestWithParam<Hostile>
 {
 };
 
 } // namespace
 
-TEST_P(PathReferenceSpelling, key_ofAnySpelling_isTheOne)
+TEST_P(PathReferenceSpellingTest, key_ofAnySpelling_isTheOne)
 {
     const auto reference = parse(GetParam().text);
     ASSERT_TRUE(reference.hasValue()) << reference.error().description().toStdString();
@@ -51,7 +51,7 @@ TEST_P(PathReferenceSpelling, key_ofAnySpelling_isTheOne)
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    All, PathReferenceSpelling,
+    All, PathReferenceSpellingTest,
     ::testing::Values(
         Spelling { "file", u"file:/a/b.raw"_s, u"file:/a/b.raw"_s, u"/a/b.raw"_s },
         Spelling { "share", u"share:/a/b.raw"_s, u"share:/a/b.raw"_s, u"/a/b.raw"_s },
@@ -74,7 +74,7 @@ INSTANTIATE_TEST_SUITE_P(
                    u"/a"_s }),
     [](const auto &instance) { return std::string(instance.param.name); });
 
-TEST_P(PathReferenceHostile, parse_isRefused)
+TEST_P(PathReferenceHostileTest, parse_isRefused)
 {
     const auto reference = parse(GetParam().text);
     ASSERT_FALSE(reference.hasValue());
@@ -84,7 +84,7 @@ TEST_P(PathReferenceHostile, parse_isRefused)
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    All, PathReferenceHostile,
+    All, PathReferenceHostileTest,
     ::testing::Values(
         Hostile { "empty", u"file:"_s }, Hostile { "relative", u"file:a/b"_s },
         Hostile { "dotRelative", u"share:./a"_s }, Hostile { "root", u"share:/"_s },

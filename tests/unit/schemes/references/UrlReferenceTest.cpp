@@ -39,7 +39,7 @@ struct Spelling
     QString key;
 };
 
-class UrlReferenceSpelling : public ::testing::TestWithParam<Spelling>
+class UrlReferenceSpellingTest : public ::testing::TestWithParam<Spelling>
 {
 };
 
@@ -49,13 +49,13 @@ struct Hostile
     QString text;
 };
 
-class UrlReferenceHostile : public ::testing::TestWithParam<Hostile>
+class UrlReferenceHostileTest : public ::testing::TestWithParam<Hostile>
 {
 };
 
 } // namespace
 
-TEST_P(UrlReferenceSpelling, key_ofAnySpelling_isTheOne)
+TEST_P(UrlReferenceSpellingTest, key_ofAnySpelling_isTheOne)
 {
     const auto reference = parse(GetParam().text);
     ASSERT_TRUE(reference.hasValue()) << reference.error().description().toStdString();
@@ -68,7 +68,7 @@ TEST_P(UrlReferenceSpelling, key_ofAnySpelling_isTheOne)
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    All, UrlReferenceSpelling,
+    All, UrlReferenceSpellingTest,
     ::testing::Values(
         Spelling { "plain", u"http://host/a/b.raw"_s, u"http://host/a/b.raw"_s },
         Spelling { "caseOfProtocol", u"HttpS://host.example/A.raw"_s,
@@ -119,7 +119,7 @@ INSTANTIATE_TEST_SUITE_P(
         Spelling { "doubledSlashes", u"http://host//a//b"_s, u"http://host//a//b"_s }),
     [](const auto &instance) { return std::string(instance.param.name); });
 
-TEST_P(UrlReferenceHostile, parse_isRefusedWithoutShowingSecrets)
+TEST_P(UrlReferenceHostileTest, parse_isRefusedWithoutShowingSecrets)
 {
     const auto reference = parse(GetParam().text);
     ASSERT_FALSE(reference.hasValue());
@@ -130,7 +130,7 @@ TEST_P(UrlReferenceHostile, parse_isRefusedWithoutShowingSecrets)
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    All, UrlReferenceHostile,
+    All, UrlReferenceHostileTest,
     ::testing::Values(
         Hostile { "noSlashes", u"http:host/a"_s }, Hostile { "noHost", u"http:///a"_s },
         Hostile { "onlyPrefix", u"http:"_s }, Hostile { "onlySlashes", u"http://"_s },

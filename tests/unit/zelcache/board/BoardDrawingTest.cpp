@@ -8,30 +8,30 @@ namespace zel::cli {
 
 using namespace Qt::Literals::StringLiterals;
 
-TEST(BoardDrawing, change_firstLines_writesEachInItsPlace)
+TEST(BoardDrawingTest, change_firstLines_writesEachInItsPlace)
 {
     EXPECT_EQ(drawing::change({}, { u"a"_s, u"b"_s }), "\x1b[1;1Ha\x1b[K\x1b[2;1Hb\x1b[K");
 }
 
-TEST(BoardDrawing, change_sameLines_writesNothing)
+TEST(BoardDrawingTest, change_sameLines_writesNothing)
 {
     EXPECT_EQ(drawing::change({ u"a"_s, QString() }, { u"a"_s, QString() }), "");
     EXPECT_EQ(drawing::change({}, {}), "");
 }
 
-TEST(BoardDrawing, change_oneLineDiffers_writesItAlone)
+TEST(BoardDrawingTest, change_oneLineDiffers_writesItAlone)
 {
     EXPECT_EQ(drawing::change({ u"a"_s, u"b"_s, u"c"_s }, { u"a"_s, u"x"_s, u"c"_s }),
               "\x1b[2;1Hx\x1b[K");
 }
 
-TEST(BoardDrawing, change_fewerLines_erasesTheRest)
+TEST(BoardDrawingTest, change_fewerLines_erasesTheRest)
 {
     EXPECT_EQ(drawing::change({ u"a"_s, u"b"_s, u"c"_s }, { u"a"_s }),
               "\x1b[2;1H\x1b[K\x1b[3;1H\x1b[K");
 }
 
-TEST(BoardDrawing, change_manyLines_neverScrolls)
+TEST(BoardDrawingTest, change_manyLines_neverScrolls)
 {
     QStringList lines;
     for (int i = 0; i < 100; ++i)
@@ -39,7 +39,7 @@ TEST(BoardDrawing, change_manyLines_neverScrolls)
     EXPECT_FALSE(drawing::change({}, lines).contains('\n'));
 }
 
-TEST(BoardDrawing, leaving_undoesEntering)
+TEST(BoardDrawingTest, leaving_undoesEntering)
 {
     EXPECT_TRUE(drawing::entering().startsWith("\x1b[?1049h\x1b[?25l"));
     EXPECT_EQ(drawing::leaving(), "\x1b[?25h\x1b[?1049l");

@@ -39,7 +39,7 @@ Board busyBoard()
 
 } // namespace
 
-TEST(BoardJson, boardJson_busyBoard_tellsTheWhole)
+TEST(BoardJsonTest, boardJson_busyBoard_tellsTheWhole)
 {
     const QJsonObject object = boardJson(busyBoard());
     EXPECT_EQ(object.value(u"time"_s).toInteger(), 1'700'000'000'000);
@@ -65,7 +65,7 @@ TEST(BoardJson, boardJson_busyBoard_tellsTheWhole)
     EXPECT_FALSE(object.contains(u"error"_s));
 }
 
-TEST(BoardJson, boardJson_fetches_tellWhatIsKnown)
+TEST(BoardJsonTest, boardJson_fetches_tellWhatIsKnown)
 {
     const QJsonArray fetches = boardJson(busyBoard()).value(u"fetches"_s).toArray();
     ASSERT_EQ(fetches.size(), 3);
@@ -92,7 +92,7 @@ TEST(BoardJson, boardJson_fetches_tellWhatIsKnown)
         EXPECT_TRUE(unregistered.value(member).isNull()) << qPrintable(member);
 }
 
-TEST(BoardJson, boardJson_waiter_tellsSinceWhen)
+TEST(BoardJsonTest, boardJson_waiter_tellsSinceWhen)
 {
     const QJsonObject waiter
         = boardJson(busyBoard()).value(u"fetches"_s).toArray().at(2).toObject();
@@ -103,7 +103,7 @@ TEST(BoardJson, boardJson_waiter_tellsSinceWhen)
     EXPECT_FALSE(waiter.contains(u"percent"_s));
 }
 
-TEST(BoardJson, boardJson_unreadableCache_hasAnErrorAndNoLists)
+TEST(BoardJsonTest, boardJson_unreadableCache_hasAnErrorAndNoLists)
 {
     Board board;
     board.now = 7;

@@ -65,7 +65,7 @@ BoardLook waitingLook(qint64 now)
 
 // ---- The whole
 
-TEST(BoardModel, update_anyLook_handsSizesAndCountsOn)
+TEST(BoardModelTest, update_anyLook_handsSizesAndCountsOn)
 {
     BoardLook look;
     look.now = start;
@@ -86,7 +86,7 @@ TEST(BoardModel, update_anyLook_handsSizesAndCountsOn)
     EXPECT_TRUE(board.clients.isEmpty());
 }
 
-TEST(BoardModel, unreadable_betweenTwoLooks_forgetsNothing)
+TEST(BoardModelTest, unreadable_betweenTwoLooks_forgetsNothing)
 {
     BoardModel made = model();
     made.update(waitingLook(start));
@@ -99,7 +99,7 @@ TEST(BoardModel, unreadable_betweenTwoLooks_forgetsNothing)
 
 // ---- Fetches
 
-TEST(BoardModel, update_fetchWithoutRecord_hasItsPercentAlone)
+TEST(BoardModelTest, update_fetchWithoutRecord_hasItsPercentAlone)
 {
     const Board board = model().update(quietLook());
     ASSERT_EQ(board.fetches.size(), 1);
@@ -115,7 +115,7 @@ TEST(BoardModel, update_fetchWithoutRecord_hasItsPercentAlone)
     EXPECT_EQ(fetch.timeLeft, std::nullopt);
 }
 
-TEST(BoardModel, update_fetchWithRecord_hasBytesRateAndTimeLeft)
+TEST(BoardModelTest, update_fetchWithRecord_hasBytesRateAndTimeLeft)
 {
     const Board board = model().update(transferringLook(start, 25 * mebibyte, 3 * mebibyte));
     const Board::Fetch fetch = board.fetches.value(0);
@@ -125,7 +125,7 @@ TEST(BoardModel, update_fetchWithRecord_hasBytesRateAndTimeLeft)
     EXPECT_EQ(fetch.timeLeft, 25s);
 }
 
-TEST(BoardModel, update_recordWithoutTotal_tellsNoTimeLeft)
+TEST(BoardModelTest, update_recordWithoutTotal_tellsNoTimeLeft)
 {
     BoardLook look = transferringLook(start, mebibyte);
     look.transfers.first().totalBytes.reset();
@@ -134,14 +134,14 @@ TEST(BoardModel, update_recordWithoutTotal_tellsNoTimeLeft)
     EXPECT_EQ(fetch.timeLeft, std::nullopt);
 }
 
-TEST(BoardModel, update_recordOfAnotherResource_isNotTaken)
+TEST(BoardModelTest, update_recordOfAnotherResource_isNotTaken)
 {
     BoardLook look = transferringLook(start, mebibyte);
     look.transfers.first().reference = u"b"_s;
     EXPECT_EQ(model().update(look).fetches.value(0).bytes, std::nullopt);
 }
 
-TEST(BoardModel, update_severalRecords_prefersTheFetchersOwn)
+TEST(BoardModelTest, update_severalRecords_prefersTheFetchersOwn)
 {
     BoardLook look = transferringLook(start, 5);
     BoardTransfer newer = transfer(7, start);
@@ -154,7 +154,7 @@ TEST(BoardModel, update_severalRecords_prefersTheFetchersOwn)
     EXPECT_EQ(model().update(look).fetches.value(0).bytes, std::nullopt);
 }
 
-TEST(BoardModel, update_rateJumps_isSmoothed)
+TEST(BoardModelTest, update_rateJumps_isSmoothed)
 {
     BoardModel made = model();
     made.update(transferringLook(start, 0, mebibyte));
@@ -166,7 +166,7 @@ TEST(BoardModel, update_rateJumps_isSmoothed)
     EXPECT_LT(rate, 3.0 * mebibyte);
 }
 
-TEST(BoardModel, update_newRateStays_isReached)
+TEST(BoardModelTest, update_newRateStays_isReached)
 {
     BoardModel made = model();
     made.update(transferringLook(start, 0, mebibyte));
@@ -177,7 +177,7 @@ TEST(BoardModel, update_newRateStays_isReached)
     EXPECT_EQ(board.fetches.value(0).timeLeft, 21s); // 40 MiB at a little less than 2 MiB/s
 }
 
-TEST(BoardModel, update_stalledFetch_losesItsRateAndItsTimeLeft)
+TEST(BoardModelTest, update_stalledFetch_losesItsRateAndItsTimeLeft)
 {
     BoardModel made = model();
     made.update(transferringLook(start, mebibyte));
@@ -188,7 +188,7 @@ TEST(BoardModel, update_stalledFetch_losesItsRateAndItsTimeLeft)
     EXPECT_EQ(board.fetches.value(0).timeLeft, std::nullopt);
 }
 
-TEST(BoardModel, update_fetchBeganAnew_startsWithItsOwnRate)
+TEST(BoardModelTest, update_fetchBeganAnew_startsWithItsOwnRate)
 {
     BoardModel made = model();
     made.update(transferringLook(start, 50 * mebibyte));
@@ -196,7 +196,7 @@ TEST(BoardModel, update_fetchBeganAnew_startsWithItsOwnRate)
     EXPECT_EQ(board.fetches.value(0).bytesPerSecond, 4.0 * mebibyte);
 }
 
-TEST(BoardModel, update_twoLooksOfOneMoment_keepTheRate)
+TEST(BoardModelTest, update_twoLooksOfOneMoment_keepTheRate)
 {
     BoardModel made = model();
     made.update(transferringLook(start, 0));
@@ -206,7 +206,7 @@ TEST(BoardModel, update_twoLooksOfOneMoment_keepTheRate)
 
 // ---- Who waits
 
-TEST(BoardModel, update_waiter_isToldSinceTheBoardSawIt)
+TEST(BoardModelTest, update_waiter_isToldSinceTheBoardSawIt)
 {
     BoardModel made = model();
     made.update(quietLook(start));
@@ -219,7 +219,7 @@ TEST(BoardModel, update_waiter_isToldSinceTheBoardSawIt)
     EXPECT_EQ(board.fetches.size(), 1);
 }
 
-TEST(BoardModel, update_waiterThatCameBack_waitsAnew)
+TEST(BoardModelTest, update_waiterThatCameBack_waitsAnew)
 {
     BoardModel made = model();
     made.update(waitingLook(start));
@@ -227,7 +227,7 @@ TEST(BoardModel, update_waiterThatCameBack_waitsAnew)
     EXPECT_EQ(made.update(waitingLook(start + 2'000)).waiters.value(0).since, start + 2'000);
 }
 
-TEST(BoardModel, update_programThatWantsItTwice_waitsOnce)
+TEST(BoardModelTest, update_programThatWantsItTwice_waitsOnce)
 {
     BoardLook look = waitingLook(start);
     look.activity.acquiringTasks.append({ u"a"_s, 2, 200, std::nullopt });
@@ -237,7 +237,7 @@ TEST(BoardModel, update_programThatWantsItTwice_waitsOnce)
     EXPECT_EQ(board.waiters.at(1).reference, u"b"_s);
 }
 
-TEST(BoardModel, update_clientWithoutARow_isUnregistered)
+TEST(BoardModelTest, update_clientWithoutARow_isUnregistered)
 {
     BoardLook look = waitingLook(start);
     look.activity.clients.clear();
@@ -257,11 +257,11 @@ struct LifeCase
     Life life;
 };
 
-class BoardModelLife : public testing::TestWithParam<LifeCase>
+class BoardModelLifeTest : public testing::TestWithParam<LifeCase>
 {
 };
 
-TEST_P(BoardModelLife, update_client_hasItsLife)
+TEST_P(BoardModelLifeTest, update_client_hasItsLife)
 {
     const LifeCase &given = GetParam();
     BoardLook look;
@@ -279,7 +279,7 @@ TEST_P(BoardModelLife, update_client_hasItsLife)
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    All, BoardModelLife,
+    All, BoardModelLifeTest,
     testing::Values(LifeCase { "pings", 4'000, 60'000, Life::Alive },
                     LifeCase { "justStarted", 100, 300, Life::Alive },
                     LifeCase { "startedWithinTheRounding", 100, 50, Life::Alive },
@@ -290,7 +290,7 @@ INSTANTIATE_TEST_SUITE_P(
                     LifeCase { "numberReusedForLong", 400'000, 300'000, Life::Reused }),
     [](const auto &tested) { return tested.param.name; });
 
-TEST(BoardModel, update_fetcherWhoseNumberIsAnothersNow_isDeadAndHasNoRate)
+TEST(BoardModelTest, update_fetcherWhoseNumberIsAnothersNow_isDeadAndHasNoRate)
 {
     BoardLook look = transferringLook(start, mebibyte);
     look.activity.clients.first().lastPing = start - 500;
@@ -305,7 +305,7 @@ TEST(BoardModel, update_fetcherWhoseNumberIsAnothersNow_isDeadAndHasNoRate)
     EXPECT_EQ(board.fetches.value(0).timeLeft, std::nullopt);
 }
 
-TEST(BoardModel, update_leftoverRecordOfTheSameNumber_doesNotTellTheClientDead)
+TEST(BoardModelTest, update_leftoverRecordOfTheSameNumber_doesNotTellTheClientDead)
 {
     BoardLook look = transferringLook(start, mebibyte);
     look.transfers.first().isBeingWritten = false;
@@ -313,14 +313,14 @@ TEST(BoardModel, update_leftoverRecordOfTheSameNumber_doesNotTellTheClientDead)
     EXPECT_EQ(model().update(look).clients.value(0).life, Life::Alive);
 }
 
-TEST(BoardModel, update_recordNewerThanThePing_isASignOfLife)
+TEST(BoardModelTest, update_recordNewerThanThePing_isASignOfLife)
 {
     BoardLook look = transferringLook(start, mebibyte);
     look.transfers.first().updated = start - 200;
     EXPECT_EQ(model().update(look).clients.value(0).lastSign, start - 200);
 }
 
-TEST(BoardModel, update_processInAnotherContainer_livesOnceItPings)
+TEST(BoardModelTest, update_processInAnotherContainer_livesOnceItPings)
 {
     BoardModel made = model();
     BoardLook look = quietLook(start);
@@ -336,7 +336,7 @@ TEST(BoardModel, update_processInAnotherContainer_livesOnceItPings)
     EXPECT_EQ(made.update(look).clients.value(0).life, Life::Silent);
 }
 
-TEST(BoardModel, update_pingJustBeforeTheEnd_isNoLifeElsewhere)
+TEST(BoardModelTest, update_pingJustBeforeTheEnd_isNoLifeElsewhere)
 {
     BoardModel made = model();
     BoardLook look = quietLook(start);

@@ -95,7 +95,7 @@ QStringList listsOf(const Board &board, int columns = 80)
 
 // ---- The whole
 
-TEST(BoardScreen, boardLines_80Columns_areExactlyThese)
+TEST(BoardScreenTest, boardLines_80Columns_areExactlyThese)
 {
     const QStringList expected {
         u"/data/cache  "_s + timeText(now),
@@ -120,7 +120,7 @@ TEST(BoardScreen, boardLines_80Columns_areExactlyThese)
     EXPECT_EQ(boardLines(busyBoard(), { 80, 24 }), expected);
 }
 
-TEST(BoardScreen, boardLines_40Columns_areExactlyThese)
+TEST(BoardScreenTest, boardLines_40Columns_areExactlyThese)
 {
     const QStringList expected {
         u"/data/cache  "_s + timeText(now),
@@ -151,14 +151,14 @@ TEST(BoardScreen, boardLines_40Columns_areExactlyThese)
     EXPECT_EQ(boardLines(busyBoard(), { 40, 24 }), expected);
 }
 
-TEST(BoardScreen, boardLines_nothingGoesOn_keepsItsShape)
+TEST(BoardScreenTest, boardLines_nothingGoesOn_keepsItsShape)
 {
     EXPECT_EQ(
         listsOf(emptyBoard()),
         (QStringList { u"Fetches: 0"_s, QString(), u"Waiting: 0"_s, QString(), u"Programs: 0"_s }));
 }
 
-TEST(BoardScreen, boardLines_narrowTerminal_leavesFiguresOutRatherThanCutThem)
+TEST(BoardScreenTest, boardLines_narrowTerminal_leavesFiguresOutRatherThanCutThem)
 {
     const QString whole = boardLines(busyBoard(), { 200, 60 }).join(u", "_s);
     for (int columns = 2; columns < 80; ++columns) {
@@ -178,14 +178,14 @@ TEST(BoardScreen, boardLines_narrowTerminal_leavesFiguresOutRatherThanCutThem)
     EXPECT_EQ(boardLines(busyBoard(), { 10, 60 }).value(1), u"12.0 GiB"_s);
 }
 
-TEST(BoardScreen, boardLines_freeSpaceUnknown_leavesItOut)
+TEST(BoardScreenTest, boardLines_freeSpaceUnknown_leavesItOut)
 {
     Board board = emptyBoard();
     board.freeBytes.reset();
     EXPECT_EQ(atWidth(board, 80).value(1), u"Size: 12.0 GiB of 20.0 GiB, at most 30.0 GiB"_s);
 }
 
-TEST(BoardScreen, boardLines_cacheCannotBeRead_tellsWhyAndWaits)
+TEST(BoardScreenTest, boardLines_cacheCannotBeRead_tellsWhyAndWaits)
 {
     Board board;
     board.baseDirectory = u"/data/cache"_s;
@@ -210,11 +210,11 @@ struct PartyCase
     QString text;
 };
 
-class BoardScreenParty : public testing::TestWithParam<PartyCase>
+class BoardScreenPartyTest : public testing::TestWithParam<PartyCase>
 {
 };
 
-TEST_P(BoardScreenParty, boardLines_client_isToldLikeThis)
+TEST_P(BoardScreenPartyTest, boardLines_client_isToldLikeThis)
 {
     Board board = emptyBoard();
     board.clients = { GetParam().party };
@@ -222,7 +222,7 @@ TEST_P(BoardScreenParty, boardLines_client_isToldLikeThis)
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    All, BoardScreenParty,
+    All, BoardScreenPartyTest,
     testing::Values(
         PartyCase { "alive", party(7, u"plot"_s, Life::Alive, 999), u"plot 7, seen 0:00 ago"_s },
         PartyCase { "nameless", party(7, {}), u"process 7, seen 0:01 ago"_s },
@@ -236,7 +236,7 @@ INSTANTIATE_TEST_SUITE_P(
         PartyCase { "hostileName", party(7, u"a\x1b[2J"_s), u"a\\x1b[2J 7, seen 0:01 ago"_s }),
     [](const auto &tested) { return tested.param.name; });
 
-TEST(BoardScreen, boardLines_fetcherWithoutARow_isGone)
+TEST(BoardScreenTest, boardLines_fetcherWithoutARow_isGone)
 {
     Board board = emptyBoard();
     board.fetches.append(bareFetch(QString(), { 0, {}, Life::Unregistered, {}, {}, false }, 100));
@@ -245,7 +245,7 @@ TEST(BoardScreen, boardLines_fetcherWithoutARow_isGone)
                              u"      a program that is gone"_s }));
 }
 
-TEST(BoardScreen, boardLines_partsOfATransfer_areToldAsFarAsKnown)
+TEST(BoardScreenTest, boardLines_partsOfATransfer_areToldAsFarAsKnown)
 {
     Board board = emptyBoard();
     board.fetches.append(fetch(u"a"_s));
@@ -256,7 +256,7 @@ TEST(BoardScreen, boardLines_partsOfATransfer_areToldAsFarAsKnown)
 
 // ---- Room
 
-TEST(BoardScreen, boardLines_tooManyForTheRows_tellsHowManyAreNotShown)
+TEST(BoardScreenTest, boardLines_tooManyForTheRows_tellsHowManyAreNotShown)
 {
     Board board = emptyBoard();
     for (int i = 0; i < 120; ++i) {
@@ -274,7 +274,7 @@ TEST(BoardScreen, boardLines_tooManyForTheRows_tellsHowManyAreNotShown)
     EXPECT_EQ(lines.filter(QRegularExpression(u"^  plot "_s)).size(), 3);
 }
 
-TEST(BoardScreen, boardLines_fewRows_showOneOfEachListFromTheTopDownFirst)
+TEST(BoardScreenTest, boardLines_fewRows_showOneOfEachListFromTheTopDownFirst)
 {
     Board board = emptyBoard();
     for (int i = 0; i < 3; ++i) {
@@ -296,7 +296,7 @@ TEST(BoardScreen, boardLines_fewRows_showOneOfEachListFromTheTopDownFirst)
     EXPECT_EQ(titles(21), (QStringList { u"Fetches: 3"_s, u"Waiting: 1"_s, u"Programs: 3"_s }));
 }
 
-TEST(BoardScreen, boardLines_narrowTerminal_showsThatTheWordsBehindANumberAreCut)
+TEST(BoardScreenTest, boardLines_narrowTerminal_showsThatTheWordsBehindANumberAreCut)
 {
     const QStringList lines = boardLines(busyBoard(), { 20, 60 });
     EXPECT_THAT(lines, testing::Contains(u"      3 being fe..,"_s));
@@ -304,7 +304,7 @@ TEST(BoardScreen, boardLines_narrowTerminal_showsThatTheWordsBehindANumberAreCut
     EXPECT_THAT(lines, testing::Contains(u"1021 ready,"_s));
 }
 
-TEST(BoardScreen, boardLines_troubleOfTwoLines_keepsThem)
+TEST(BoardScreenTest, boardLines_troubleOfTwoLines_keepsThem)
 {
     Board board = emptyBoard();
     board.trouble = u"It cannot be read.\n\"/a\": Is a directory"_s;
@@ -312,7 +312,7 @@ TEST(BoardScreen, boardLines_troubleOfTwoLines_keepsThem)
                 testing::IsSupersetOf({ u"It cannot be read."_s, u"\"/a\": Is a directory"_s }));
 }
 
-TEST(BoardScreen, boardLines_unboundedRows_showsEverything)
+TEST(BoardScreenTest, boardLines_unboundedRows_showsEverything)
 {
     Board board = emptyBoard();
     for (int i = 0; i < 1'000; ++i)
@@ -321,7 +321,7 @@ TEST(BoardScreen, boardLines_unboundedRows_showsEverything)
     EXPECT_THAT(atWidth(board, 80), testing::Contains(u"Fetches: 1000"_s));
 }
 
-TEST(BoardScreen, boardLines_hundredThousandFetches_fitTheRows)
+TEST(BoardScreenTest, boardLines_hundredThousandFetches_fitTheRows)
 {
     Board board = emptyBoard();
     board.fetches.fill(bareFetch(u"share:/run"_s, party(1, u"get"_s), 1), 100'000);
@@ -331,7 +331,7 @@ TEST(BoardScreen, boardLines_hundredThousandFetches_fitTheRows)
     EXPECT_THAT(lines, testing::Contains(u"Fetches: 100000, 99994 not shown"_s));
 }
 
-TEST(BoardScreen, boardLines_wideCharacters_countTwice)
+TEST(BoardScreenTest, boardLines_wideCharacters_countTwice)
 {
     Board board = emptyBoard();
     board.fetches.append(
@@ -342,7 +342,7 @@ TEST(BoardScreen, boardLines_wideCharacters_countTwice)
     EXPECT_TRUE(line.contains(u".."_s));
 }
 
-TEST(BoardScreen, boardLines_anyRoom_neverTakesMore)
+TEST(BoardScreenTest, boardLines_anyRoom_neverTakesMore)
 {
     Board board = busyBoard();
     board.fetches.append(fetch(u"share:/"_s + QString(60, QChar(0x6e2c)) + u"\x1b\n"_s));

@@ -9,7 +9,7 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 using namespace std::chrono_literals;
 
-TEST(BoardWatch, intervalFromText_seconds_areUnderstood)
+TEST(BoardWatchTest, intervalFromText_seconds_areUnderstood)
 {
     EXPECT_EQ(intervalFromText(u"1"_s), 1000ms);
     EXPECT_EQ(intervalFromText(u"0.1"_s), 100ms);
@@ -17,7 +17,7 @@ TEST(BoardWatch, intervalFromText_seconds_areUnderstood)
     EXPECT_EQ(intervalFromText(u"3600"_s), 3'600'000ms);
 }
 
-TEST(BoardWatch, intervalFromText_anythingElse_isRefused)
+TEST(BoardWatchTest, intervalFromText_anythingElse_isRefused)
 {
     for (const QString &text :
          { QString(), u"0"_s, u"0.09"_s, u"-1"_s, u"3601"_s, u"1s"_s, u"nan"_s, u"inf"_s, u"one"_s,

@@ -11,7 +11,7 @@ namespace zel::cli {
 
 using namespace Qt::Literals::StringLiterals;
 
-TEST(ReferenceList, referencesIn_text_isOneReferenceALine)
+TEST(ReferenceListTest, referencesIn_text_isOneReferenceALine)
 {
     EXPECT_EQ(
         referencesIn(u"http://a\r\n\n  # said\n share:/b c \nhttp://a#md5=1"_s, ListForm::Lines),
@@ -19,14 +19,14 @@ TEST(ReferenceList, referencesIn_text_isOneReferenceALine)
     EXPECT_TRUE(referencesIn(QString(), ListForm::Lines).isEmpty());
 }
 
-TEST(ReferenceList, referencesIn_nullTerminated_takesEachAsItStands)
+TEST(ReferenceListTest, referencesIn_nullTerminated_takesEachAsItStands)
 {
     const QString text = u"share:/a\nb "_s + QChar(0) + u"#c"_s + QChar(0) + u"d"_s;
     EXPECT_EQ(referencesIn(text, ListForm::NullTerminated),
               (QStringList { u"share:/a\nb "_s, u"#c"_s, u"d"_s }));
 }
 
-TEST(ReferenceList, readReferenceList_file_isRead)
+TEST(ReferenceListTest, readReferenceList_file_isRead)
 {
     const QTemporaryDir directory;
     test::writeFile(directory.filePath(u"list"_s), "http://ü\nhttp://b\n");
@@ -35,7 +35,7 @@ TEST(ReferenceList, readReferenceList_file_isRead)
     EXPECT_EQ(references.value(), (QStringList { u"http://ü"_s, u"http://b"_s }));
 }
 
-TEST(ReferenceList, readReferenceList_missingFileOrFolder_failsAndNamesIt)
+TEST(ReferenceListTest, readReferenceList_missingFileOrFolder_failsAndNamesIt)
 {
     const QTemporaryDir directory;
     for (const QString &path : { directory.filePath(u"missing"_s), directory.path() }) {
@@ -46,7 +46,7 @@ TEST(ReferenceList, readReferenceList_missingFileOrFolder_failsAndNamesIt)
     }
 }
 
-TEST(ReferenceList, readReferenceList_atItsBound_isReadAndBeyondItRefused)
+TEST(ReferenceListTest, readReferenceList_atItsBound_isReadAndBeyondItRefused)
 {
     constexpr qint64 bound = 64 * 1024 * 1024;
     const QTemporaryDir directory;

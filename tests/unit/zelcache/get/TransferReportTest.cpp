@@ -21,7 +21,7 @@ ResourceCacheReader::AcquiringTask fetching(const QString &reference, qint64 pro
 
 } // namespace
 
-TEST(TransferReport, readTransfers_noStaging_isEmpty)
+TEST(TransferReportTest, readTransfers_noStaging_isEmpty)
 {
     const QTemporaryDir directory;
     ResourceCachePath path;
@@ -29,7 +29,7 @@ TEST(TransferReport, readTransfers_noStaging_isEmpty)
     EXPECT_TRUE(readTransfers(path).isEmpty());
 }
 
-TEST(TransferReport, addFetchers_fetchWithoutRecord_isKnownByItsProcess)
+TEST(TransferReportTest, addFetchers_fetchWithoutRecord_isKnownByItsProcess)
 {
     ResourceCacheReader::Snapshot snapshot;
     snapshot.acquiringTasks.append(fetching(u"a"_s, 4711));
@@ -38,7 +38,7 @@ TEST(TransferReport, addFetchers_fetchWithoutRecord_isKnownByItsProcess)
     EXPECT_EQ(reports.value(u"a"_s).processId, 4711);
 }
 
-TEST(TransferReport, addFetchers_waiterOrKnownFetch_changesNothing)
+TEST(TransferReportTest, addFetchers_waiterOrKnownFetch_changesNothing)
 {
     ResourceCacheReader::Snapshot snapshot;
     snapshot.acquiringTasks.append(fetching(u"known"_s, 4711));

@@ -8,7 +8,7 @@ namespace zel::cli {
 
 using namespace Qt::Literals::StringLiterals;
 
-TEST(ProgramLine, withPaths_mark_isRepeatedForEachPath)
+TEST(ProgramLineTest, withPaths_mark_isRepeatedForEachPath)
 {
     const QStringList paths { u"/a b"_s, u"/c"_s };
     EXPECT_EQ(withPaths({ u"tool"_s, u"-x"_s, u"{}"_s, u"--in={}"_s, u"y"_s }, paths),
@@ -16,26 +16,26 @@ TEST(ProgramLine, withPaths_mark_isRepeatedForEachPath)
                              u"y"_s }));
 }
 
-TEST(ProgramLine, withPaths_severalMarksInOne_getTheSamePath)
+TEST(ProgramLineTest, withPaths_severalMarksInOne_getTheSamePath)
 {
     EXPECT_EQ(withPaths({ u"tool"_s, u"{}:{}"_s }, { u"/a"_s, u"/b"_s }),
               (QStringList { u"tool"_s, u"/a:/a"_s, u"/b:/b"_s }));
 }
 
-TEST(ProgramLine, withPaths_pathWithAMark_staysWhole)
+TEST(ProgramLineTest, withPaths_pathWithAMark_staysWhole)
 {
     EXPECT_EQ(withPaths({ u"tool"_s, u"{}"_s }, { u"/a{}"_s }),
               (QStringList { u"tool"_s, u"/a{}"_s }));
 }
 
-TEST(ProgramLine, withPaths_noMarkOrInTheName_changesNothing)
+TEST(ProgramLineTest, withPaths_noMarkOrInTheName_changesNothing)
 {
     EXPECT_EQ(withPaths({ u"{}"_s, u"x"_s, u""_s }, { u"/a"_s }),
               (QStringList { u"{}"_s, u"x"_s, u""_s }));
     EXPECT_TRUE(withPaths({}, { u"/a"_s }).isEmpty());
 }
 
-TEST(ProgramLine, pathsVariable_paths_areLines)
+TEST(ProgramLineTest, pathsVariable_paths_areLines)
 {
     EXPECT_EQ(pathsVariable({ u"/a b"_s, u"/c"_s }), u"/a b\n/c"_s);
 }

@@ -57,7 +57,7 @@ CacheReasons reasonsFor(const ResourceCacheReader::Snapshot &snapshot, qint64 op
 
 } // namespace
 
-TEST(CacheReasons, cacheReasons_atTheOptimalSize_isWithin)
+TEST(CacheReasonsTest, cacheReasons_atTheOptimalSize_isWithin)
 {
     const CacheReasons reasons = reasonsFor(filled(), 1000);
     EXPECT_EQ(cacheReasonLines(reasons),
@@ -65,7 +65,7 @@ TEST(CacheReasons, cacheReasons_atTheOptimalSize_isWithin)
     EXPECT_EQ(cacheReasonsJson(reasons).value(u"verdict"_s).toString(), u"within"_s);
 }
 
-TEST(CacheReasons, cacheReasons_nothingUsed_aPurgeSuffices)
+TEST(CacheReasonsTest, cacheReasons_nothingUsed_aPurgeSuffices)
 {
     const CacheReasons reasons = reasonsFor(filled(), 900);
     EXPECT_TRUE(reasons.purgeSuffices());
@@ -77,7 +77,7 @@ TEST(CacheReasons, cacheReasons_nothingUsed_aPurgeSuffices)
     EXPECT_EQ(cacheReasonsJson(reasons).value(u"verdict"_s).toString(), u"purgeSuffices"_s);
 }
 
-TEST(CacheReasons, cacheReasons_oneProgramHoldsTooMuch_itsEndIsEnough)
+TEST(CacheReasonsTest, cacheReasons_oneProgramHoldsTooMuch_itsEndIsEnough)
 {
     auto snapshot = filled();
     use(snapshot, u"a"_s, 1);
@@ -100,7 +100,7 @@ TEST(CacheReasons, cacheReasons_oneProgramHoldsTooMuch_itsEndIsEnough)
     EXPECT_FALSE(holders.at(1).toObject().value(u"closing"_s).toBool());
 }
 
-TEST(CacheReasons, cacheReasons_smallerHolderIsEnough_isNamedWhereTheLargestIsNot)
+TEST(CacheReasonsTest, cacheReasons_smallerHolderIsEnough_isNamedWhereTheLargestIsNot)
 {
     auto snapshot = filled();
     for (const qint64 client : { 1, 3 })
@@ -109,7 +109,7 @@ TEST(CacheReasons, cacheReasons_smallerHolderIsEnough_isNamedWhereTheLargestIsNo
     EXPECT_EQ(reasonsFor(snapshot, 600).closing, QList<qint64> { 102 });
 }
 
-TEST(CacheReasons, cacheReasons_noSingleOneIsEnough_thoseThatHoldTheMostAreNamed)
+TEST(CacheReasonsTest, cacheReasons_noSingleOneIsEnough_thoseThatHoldTheMostAreNamed)
 {
     auto snapshot = filled();
     use(snapshot, u"a"_s, 1);
@@ -122,7 +122,7 @@ TEST(CacheReasons, cacheReasons_noSingleOneIsEnough_thoseThatHoldTheMostAreNamed
               "target."_s);
 }
 
-TEST(CacheReasons, cacheReasons_deadHolder_isWaitedForAndNotClosed)
+TEST(CacheReasonsTest, cacheReasons_deadHolder_isWaitedForAndNotClosed)
 {
     auto snapshot = filled();
     snapshot.clients.append({ 10, 110, now - 5000 });
@@ -140,7 +140,7 @@ TEST(CacheReasons, cacheReasons_deadHolder_isWaitedForAndNotClosed)
     EXPECT_EQ(holder.value(u"countsUntil"_s).toInteger(), now + 25'000);
 }
 
-TEST(CacheReasons, cacheReasons_livingAndReusedHolders_theLivingOneAloneIsClosed)
+TEST(CacheReasonsTest, cacheReasons_livingAndReusedHolders_theLivingOneAloneIsClosed)
 {
     auto snapshot = filled();
     snapshot.clients.append({ 9, 109, now - 5000 });
@@ -158,7 +158,7 @@ TEST(CacheReasons, cacheReasons_livingAndReusedHolders_theLivingOneAloneIsClosed
               u"The purge reaches its target once what is not alive has stopped counting."_s);
 }
 
-TEST(CacheReasons, cacheReasons_userSilentForLong_holdsNothing)
+TEST(CacheReasonsTest, cacheReasons_userSilentForLong_holdsNothing)
 {
     auto snapshot = filled();
     use(snapshot, u"a"_s, 1);
@@ -168,7 +168,7 @@ TEST(CacheReasons, cacheReasons_userSilentForLong_holdsNothing)
     EXPECT_TRUE(reasons.purgeSuffices());
 }
 
-TEST(CacheReasons, cacheReasons_fetchesAndUnknownSizes_areToldAboveTheOptimum)
+TEST(CacheReasonsTest, cacheReasons_fetchesAndUnknownSizes_areToldAboveTheOptimum)
 {
     auto snapshot = filled();
     add(snapshot, u"unknown"_s, 0);
@@ -184,7 +184,7 @@ TEST(CacheReasons, cacheReasons_fetchesAndUnknownSizes_areToldAboveTheOptimum)
     EXPECT_EQ(json.value(u"sizeUnknown"_s).toInt(), 1);
 }
 
-TEST(CacheReasons, cacheReasons_nothingToFree_saysSo)
+TEST(CacheReasonsTest, cacheReasons_nothingToFree_saysSo)
 {
     ResourceCacheReader::Snapshot snapshot;
     snapshot.currentSize = 6000; // as a damaged sum would be

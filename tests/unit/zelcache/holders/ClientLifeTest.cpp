@@ -26,13 +26,13 @@ struct LifeCase
     bool counts;
 };
 
-class ClientLifeTest : public testing::TestWithParam<LifeCase>
+class ClientLifeFateTest : public testing::TestWithParam<LifeCase>
 {
 };
 
 } // namespace
 
-TEST_P(ClientLifeTest, at_rowAndProcess_tellTheFate)
+TEST_P(ClientLifeFateTest, at_rowAndProcess_tellTheFate)
 {
     const LifeCase &given = GetParam();
     const ResourceCacheReader::Client client { 1, 100, now - given.pingAge };
@@ -47,7 +47,7 @@ TEST_P(ClientLifeTest, at_rowAndProcess_tellTheFate)
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    All, ClientLifeTest,
+    All, ClientLifeFateTest,
     testing::Values(
         LifeCase { "pings", 4'000, 60'000, {}, Liveness::Alive, true },
         LifeCase { "pingsWithTheCacheOpen", 4'000, 60'000, true, Liveness::Alive, true },
@@ -63,12 +63,12 @@ INSTANTIATE_TEST_SUITE_P(
         LifeCase { "numberOfAnotherContainer", 4'000, 60'000, false, Liveness::Dead, true }),
     [](const auto &tested) { return tested.param.name; });
 
-TEST(ClientLife, countsUntil_lastPing_isHalfAMinuteLater)
+TEST(ClientLifeTest, countsUntil_lastPing_isHalfAMinuteLater)
 {
     EXPECT_EQ(ClientLife::countsUntil(now), now + 30'000);
 }
 
-TEST(ClientLife, processesOf_thisProcess_isSeenWithItsFiles)
+TEST(ClientLifeTest, processesOf_thisProcess_isSeenWithItsFiles)
 {
     QTemporaryFile opened;
     ASSERT_TRUE(opened.open());
@@ -83,7 +83,7 @@ TEST(ClientLife, processesOf_thisProcess_isSeenWithItsFiles)
               false);
 }
 
-TEST(ClientLife, processesOf_noSuchProcess_nothingIsSeen)
+TEST(ClientLifeTest, processesOf_noSuchProcess_nothingIsSeen)
 {
     const ProcessSight sight = processesOf(QCoreApplication::applicationFilePath())(4'999'999);
     EXPECT_FALSE(sight.startedAt);

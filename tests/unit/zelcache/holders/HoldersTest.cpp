@@ -40,7 +40,7 @@ Program programOf(qint64 clientId)
 
 } // namespace
 
-TEST(Holders, programOfClient_processThatPings_isAlive)
+TEST(HoldersTest, programOfClient_processThatPings_isAlive)
 {
     const Program program = programOf(1);
     EXPECT_EQ(program.liveness, Liveness::Alive);
@@ -49,7 +49,7 @@ TEST(Holders, programOfClient_processThatPings_isAlive)
     EXPECT_EQ(programText(program, now), u"process 101 (viewer), last ping 0:02 ago"_s);
 }
 
-TEST(Holders, programOfClient_processThatDoesNotPing_isSilentAndHoldsNothing)
+TEST(HoldersTest, programOfClient_processThatDoesNotPing_isSilentAndHoldsNothing)
 {
     const Program program = programOf(2);
     EXPECT_EQ(program.liveness, Liveness::Silent);
@@ -58,7 +58,7 @@ TEST(Holders, programOfClient_processThatDoesNotPing_isSilentAndHoldsNothing)
               u"process 102 (viewer), silent for 1:12: it holds nothing any more"_s);
 }
 
-TEST(Holders, programOfClient_noProcess_isDeadAndCountsUntilItWasSilentForLong)
+TEST(HoldersTest, programOfClient_noProcess_isDeadAndCountsUntilItWasSilentForLong)
 {
     const Program program = programOf(3);
     EXPECT_EQ(program.liveness, Liveness::Dead);
@@ -67,7 +67,7 @@ TEST(Holders, programOfClient_noProcess_isDeadAndCountsUntilItWasSilentForLong)
               u"process 300, dead or not to be seen from here, last ping 0:05 ago"_s);
 }
 
-TEST(Holders, programOfClient_processStartedAfterTheLastPing_isAnotherOne)
+TEST(HoldersTest, programOfClient_processStartedAfterTheLastPing_isAnotherOne)
 {
     const Program program = programOf(4);
     EXPECT_EQ(program.liveness, Liveness::Reused);
@@ -77,7 +77,7 @@ TEST(Holders, programOfClient_processStartedAfterTheLastPing_isAnotherOne)
               "last ping 0:10 ago"_s);
 }
 
-TEST(Holders, programOfClient_noRow_isAProgramThatIsGone)
+TEST(HoldersTest, programOfClient_noRow_isAProgramThatIsGone)
 {
     const Program program = programOf(9);
     EXPECT_EQ(programText(program, now), u"a program that is gone"_s);
@@ -87,7 +87,7 @@ TEST(Holders, programOfClient_noRow_isAProgramThatIsGone)
     EXPECT_EQ(json.value(u"state"_s).toString(), u"dead"_s);
 }
 
-TEST(Holders, holdersOf_allRoles_fetcherFirstAndEachOnce)
+TEST(HoldersTest, holdersOf_allRoles_fetcherFirstAndEachOnce)
 {
     ResourceCacheReader::Snapshot snapshot = snapshotWithClients();
     snapshot.usages.append({ u"a"_s, 1, 101 });

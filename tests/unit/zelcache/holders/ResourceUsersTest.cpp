@@ -35,7 +35,7 @@ ResourceCacheReader::Snapshot snapshotWithUsers()
 
 } // namespace
 
-TEST(ResourceUsers, usersByReference_counting_areToldOnce)
+TEST(ResourceUsersTest, usersByReference_counting_areToldOnce)
 {
     const ResourceUsers users = usersByReference(snapshotWithUsers(), now);
     EXPECT_EQ(users.value(u"a"_s), UserProcesses { 100 });
@@ -44,14 +44,14 @@ TEST(ResourceUsers, usersByReference_counting_areToldOnce)
     EXPECT_EQ(processesText(users.value(u"a"_s)), u"process 100"_s);
 }
 
-TEST(ResourceUsers, usersByReference_numberReused_hasNotTheNameOfTheOtherProgram)
+TEST(ResourceUsersTest, usersByReference_numberReused_hasNotTheNameOfTheOtherProgram)
 {
     const ResourceUsers users = usersByReference(snapshotWithUsers(), now, sightOf);
     EXPECT_EQ(processesText(users.value(u"a"_s)), u"process 100 (viewer)"_s);
     EXPECT_EQ(processesText(users.value(u"d"_s)), u"process 300"_s);
 }
 
-TEST(ResourceUsers, fetchersOf_tasks_areThoseThatFetchAndWaitersOfTheOthers)
+TEST(ResourceUsersTest, fetchersOf_tasks_areThoseThatFetchAndWaitersOfTheOthers)
 {
     ResourceCacheReader::Snapshot snapshot;
     snapshot.clients
@@ -70,12 +70,12 @@ TEST(ResourceUsers, fetchersOf_tasks_areThoseThatFetchAndWaitersOfTheOthers)
     EXPECT_TRUE(waitersOf(snapshot, u"c"_s).isEmpty());
 }
 
-TEST(ResourceUsers, processesText_none_isEmpty)
+TEST(ResourceUsersTest, processesText_none_isEmpty)
 {
     EXPECT_EQ(processesText({}), QString());
 }
 
-TEST(ResourceUsers, processesJson_processes_haveNumberAndProgram)
+TEST(ResourceUsersTest, processesJson_processes_haveNumberAndProgram)
 {
     const QJsonArray processes = processesJson({ { 100, u"viewer"_s }, 200 });
     ASSERT_EQ(processes.size(), 2);

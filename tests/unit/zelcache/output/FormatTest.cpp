@@ -11,7 +11,7 @@ namespace zel::cli {
 using namespace Qt::Literals::StringLiterals;
 using namespace std::chrono_literals;
 
-TEST(Format, sizeText_sizes_takeTheUnitThatSuits)
+TEST(FormatTest, sizeText_sizes_takeTheUnitThatSuits)
 {
     EXPECT_EQ(sizeText(0), u"0 B"_s);
     EXPECT_EQ(sizeText(1023), u"1023 B"_s);
@@ -22,7 +22,7 @@ TEST(Format, sizeText_sizes_takeTheUnitThatSuits)
     EXPECT_EQ(sizeText(-2048), u"-2.0 KiB"_s);
 }
 
-TEST(Format, sizeText_halves_areRoundedUp)
+TEST(FormatTest, sizeText_halves_areRoundedUp)
 {
     EXPECT_EQ(sizeText(1280), u"1.3 KiB"_s);
     EXPECT_EQ(sizeText(1279), u"1.2 KiB"_s);
@@ -31,13 +31,13 @@ TEST(Format, sizeText_halves_areRoundedUp)
     EXPECT_EQ(sizeText(1536 * 1024 + 52428), u"1.5 MiB"_s);
 }
 
-TEST(Format, sizeText_justBelowAUnit_isNeverRoundedTo1024)
+TEST(FormatTest, sizeText_justBelowAUnit_isNeverRoundedTo1024)
 {
     EXPECT_EQ(sizeText(1024 * 1024 - 1), u"1.0 MiB"_s);
     EXPECT_EQ(sizeText(1024 * 1024 - 100), u"1023.9 KiB"_s);
 }
 
-TEST(Format, sizeFromText_plainNumbers_areBytes)
+TEST(FormatTest, sizeFromText_plainNumbers_areBytes)
 {
     EXPECT_EQ(sizeFromText(u"0"_s), 0);
     EXPECT_EQ(sizeFromText(u"4096"_s), 4096);
@@ -45,7 +45,7 @@ TEST(Format, sizeFromText_plainNumbers_areBytes)
     EXPECT_EQ(sizeFromText(u"9223372036854775807"_s), std::numeric_limits<qint64>::max());
 }
 
-TEST(Format, sizeFromText_units_arePowersOf1024UnlessTheyEndInAPlainB)
+TEST(FormatTest, sizeFromText_units_arePowersOf1024UnlessTheyEndInAPlainB)
 {
     EXPECT_EQ(sizeFromText(u"1K"_s), 1024);
     EXPECT_EQ(sizeFromText(u"1kib"_s), 1024);
@@ -59,7 +59,7 @@ TEST(Format, sizeFromText_units_arePowersOf1024UnlessTheyEndInAPlainB)
     EXPECT_EQ(sizeFromText(u"2E"_s), qint64(2) << 60);
 }
 
-TEST(Format, sizeFromText_fractionsOfAUnit_areWholeBytes)
+TEST(FormatTest, sizeFromText_fractionsOfAUnit_areWholeBytes)
 {
     EXPECT_EQ(sizeFromText(u"1.5K"_s), 1536);
     EXPECT_EQ(sizeFromText(u"1.29 KB"_s), 1290);
@@ -67,13 +67,13 @@ TEST(Format, sizeFromText_fractionsOfAUnit_areWholeBytes)
     EXPECT_EQ(sizeFromText(u"0.0001K"_s), 0);
 }
 
-TEST(Format, sizeFromText_whatSizeTextSays_isRead)
+TEST(FormatTest, sizeFromText_whatSizeTextSays_isRead)
 {
     for (const qint64 bytes : { qint64(0), qint64(1023), qint64(1536), qint64(21474836480) })
         EXPECT_EQ(sizeFromText(sizeText(bytes)), bytes);
 }
 
-TEST(Format, sizeFromText_nonsense_isNothing)
+TEST(FormatTest, sizeFromText_nonsense_isNothing)
 {
     for (const QString &text : { u""_s,
                                  u" "_s,
@@ -107,14 +107,14 @@ TEST(Format, sizeFromText_nonsense_isNothing)
         EXPECT_EQ(sizeFromText(text), std::nullopt) << qPrintable(text);
 }
 
-TEST(Format, rateText_rates_areSizesPerSecond)
+TEST(FormatTest, rateText_rates_areSizesPerSecond)
 {
     EXPECT_EQ(rateText(1.5 * 1024 * 1024), u"1.5 MiB/s"_s);
     EXPECT_EQ(rateText(0.2), u"0 B/s"_s);
     EXPECT_EQ(rateText(-5), u"0 B/s"_s);
 }
 
-TEST(Format, durationText_durations_growByUnits)
+TEST(FormatTest, durationText_durations_growByUnits)
 {
     EXPECT_EQ(durationText(0s), u"0:00"_s);
     EXPECT_EQ(durationText(42s), u"0:42"_s);
@@ -124,7 +124,7 @@ TEST(Format, durationText_durations_growByUnits)
     EXPECT_EQ(durationText(-3s), u"0:00"_s);
 }
 
-TEST(Format, timeText_time_isLocalAndSortable)
+TEST(FormatTest, timeText_time_isLocalAndSortable)
 {
     const QDateTime time(QDate(2024, 5, 31), QTime(7, 2, 11));
     EXPECT_EQ(timeText(time.toMSecsSinceEpoch()), u"2024-05-31 07:02:11"_s);
@@ -133,7 +133,7 @@ TEST(Format, timeText_time_isLocalAndSortable)
     EXPECT_EQ(timeText(last.addSecs(1).toMSecsSinceEpoch()), u"10000-01-01 00:00:00"_s);
 }
 
-TEST(Format, durationFromText_times_areRead)
+TEST(FormatTest, durationFromText_times_areRead)
 {
     const std::pair<QString, std::chrono::milliseconds> table[] {
         { u"90"_s, 90s },
@@ -159,7 +159,7 @@ TEST(Format, durationFromText_times_areRead)
         EXPECT_EQ(durationFromText(text), time) << qPrintable(text);
 }
 
-TEST(Format, durationFromText_anythingElse_isNone)
+TEST(FormatTest, durationFromText_anythingElse_isNone)
 {
     for (const QString &text : { u""_s,           u" "_s,
                                  u"0"_s,          u"0h"_s,

@@ -8,7 +8,7 @@ namespace zel::cli {
 
 using namespace Qt::Literals::StringLiterals;
 
-TEST(NearestWord, nearestWord_mistyped_isFound)
+TEST(NearestWordTest, nearestWord_mistyped_isFound)
 {
     const QStringList words { u"get"_s, u"list"_s, u"status"_s, u"outdated"_s };
     const std::pair<QString, QString> table[] {
@@ -20,7 +20,7 @@ TEST(NearestWord, nearestWord_mistyped_isFound)
         EXPECT_EQ(nearestWord(written, words), meant) << qPrintable(written);
 }
 
-TEST(NearestWord, nearestWord_farFromAll_isNone)
+TEST(NearestWordTest, nearestWord_farFromAll_isNone)
 {
     const QStringList words { u"get"_s, u"list"_s };
     for (const QString &written : { QString(), u"x"_s, u"bogus"_s, QString(100'000, u'g') })

@@ -35,7 +35,7 @@ Transfer queued()
 
 } // namespace
 
-TEST(OverallProgress, overallProgress_singleFetch_showsItself)
+TEST(OverallProgressTest, overallProgress_singleFetch_showsItself)
 {
     Transfer transfer = running(u"a.raw"_s, 25, 100);
     transfer.fetchingProcess = 4711;
@@ -47,7 +47,7 @@ TEST(OverallProgress, overallProgress_singleFetch_showsItself)
     EXPECT_EQ(state.overallCount, 1);
 }
 
-TEST(OverallProgress, overallProgress_withoutBytes_takesTheTasksFraction)
+TEST(OverallProgressTest, overallProgress_withoutBytes_takesTheTasksFraction)
 {
     Transfer transfer;
     transfer.started = true;
@@ -55,7 +55,7 @@ TEST(OverallProgress, overallProgress_withoutBytes_takesTheTasksFraction)
     EXPECT_EQ(overallProgress({ transfer }).fraction, 0.4);
 }
 
-TEST(OverallProgress, overallProgress_severalFetches_countEachAlike)
+TEST(OverallProgressTest, overallProgress_severalFetches_countEachAlike)
 {
     const ProgressState state
         = overallProgress({ settled(), running(u"a"_s, 50, 100), queued(), queued() });
@@ -64,7 +64,7 @@ TEST(OverallProgress, overallProgress_severalFetches_countEachAlike)
     EXPECT_EQ(state.overallCount, 4);
 }
 
-TEST(OverallProgress, overallProgress_severalRunning_sumsBytesAndRates)
+TEST(OverallProgressTest, overallProgress_severalRunning_sumsBytesAndRates)
 {
     const ProgressState state
         = overallProgress({ running(u"a"_s, 50, 100), running(u"b"_s, 5, 10) });
@@ -74,14 +74,14 @@ TEST(OverallProgress, overallProgress_severalRunning_sumsBytesAndRates)
     EXPECT_EQ(state.bytesPerSecond, 20.0);
 }
 
-TEST(OverallProgress, overallProgress_oneTotalUnknown_knowsNoTotal)
+TEST(OverallProgressTest, overallProgress_oneTotalUnknown_knowsNoTotal)
 {
     EXPECT_FALSE(overallProgress({ running(u"a"_s, 50, 100), running(u"b"_s, 5, {}) })
                      .totalBytes.has_value());
     EXPECT_FALSE(overallProgress({ running(u"a"_s, 50, 100), queued() }).totalBytes.has_value());
 }
 
-TEST(OverallProgress, overallProgress_nothing_isEmpty)
+TEST(OverallProgressTest, overallProgress_nothing_isEmpty)
 {
     const ProgressState state = overallProgress({});
     EXPECT_TRUE(state.label.isEmpty());

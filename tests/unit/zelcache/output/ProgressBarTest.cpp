@@ -25,14 +25,14 @@ ProgressState halfway()
 
 } // namespace
 
-TEST(ProgressBar, progressLine_usualTerminal_showsEverything)
+TEST(ProgressBarTest, progressLine_usualTerminal_showsEverything)
 {
     EXPECT_EQ(progressLine(halfway(), 100),
               u"run1.raw  [===============>              ]   50%  50.0 MiB of 100.0 MiB"
               "  10.0 MiB/s  0:05 left"_s);
 }
 
-TEST(ProgressBar, progressLine_anyWidth_leavesTheLastColumnFree)
+TEST(ProgressBarTest, progressLine_anyWidth_leavesTheLastColumnFree)
 {
     ProgressState state = halfway();
     state.label = u"a rather long name of a 試料 in a folder.raw"_s;
@@ -42,31 +42,31 @@ TEST(ProgressBar, progressLine_anyWidth_leavesTheLastColumnFree)
         EXPECT_LE(columnsOf(progressLine(state, columns)), std::max(columns - 1, 0)) << columns;
 }
 
-TEST(ProgressBar, progressLine_narrowTerminal_keepsLabelAndPercent)
+TEST(ProgressBarTest, progressLine_narrowTerminal_keepsLabelAndPercent)
 {
     EXPECT_EQ(progressLine(halfway(), 20), u"run1.raw   50%"_s);
 }
 
-TEST(ProgressBar, progressLine_lessRoom_leavesTheRateOutFirst)
+TEST(ProgressBarTest, progressLine_lessRoom_leavesTheRateOutFirst)
 {
     EXPECT_EQ(progressLine(halfway(), 55), u"run1.raw   50%  50.0 MiB of 100.0 MiB  0:05 left"_s);
 }
 
-TEST(ProgressBar, progressLine_unknownTotal_showsBytesAndRateOnly)
+TEST(ProgressBarTest, progressLine_unknownTotal_showsBytesAndRateOnly)
 {
     ProgressState state = halfway();
     state.totalBytes.reset();
     EXPECT_EQ(progressLine(state, 80), u"run1.raw  50.0 MiB  10.0 MiB/s"_s);
 }
 
-TEST(ProgressBar, progressLine_nothingKnown_isTheLabel)
+TEST(ProgressBarTest, progressLine_nothingKnown_isTheLabel)
 {
     ProgressState state;
     state.label = u"run1.raw"_s;
     EXPECT_EQ(progressLine(state, 80), u"run1.raw"_s);
 }
 
-TEST(ProgressBar, progressLine_anotherProcessFetches_namesItAndHowFar)
+TEST(ProgressBarTest, progressLine_anotherProcessFetches_namesItAndHowFar)
 {
     ProgressState state;
     state.label = u"run1.raw"_s;
@@ -77,7 +77,7 @@ TEST(ProgressBar, progressLine_anotherProcessFetches_namesItAndHowFar)
     EXPECT_TRUE(line.contains(u" 37%"_s)) << qPrintable(line);
 }
 
-TEST(ProgressBar, progressLine_severalResources_countsThem)
+TEST(ProgressBarTest, progressLine_severalResources_countsThem)
 {
     ProgressState state = halfway();
     state.finishedCount = 2;
@@ -85,7 +85,7 @@ TEST(ProgressBar, progressLine_severalResources_countsThem)
     EXPECT_TRUE(progressLine(state, 100).contains(u"2/5"_s));
 }
 
-TEST(ProgressBar, progressLine_almostDone_isNotYetAHundredPercent)
+TEST(ProgressBarTest, progressLine_almostDone_isNotYetAHundredPercent)
 {
     ProgressState state = halfway();
     state.receivedBytes = 100 * mebibyte - 1;
@@ -95,7 +95,7 @@ TEST(ProgressBar, progressLine_almostDone_isNotYetAHundredPercent)
     EXPECT_FALSE(progressLine(state, 100).contains(u'>'));
 }
 
-TEST(ProgressBar, progressLine_moreThanTheTotal_staysAtAHundredPercent)
+TEST(ProgressBarTest, progressLine_moreThanTheTotal_staysAtAHundredPercent)
 {
     ProgressState state = halfway();
     state.receivedBytes = 200 * mebibyte;
@@ -104,14 +104,14 @@ TEST(ProgressBar, progressLine_moreThanTheTotal_staysAtAHundredPercent)
     EXPECT_TRUE(line.contains(u"0:00 left"_s)) << qPrintable(line);
 }
 
-TEST(ProgressBar, progressLine_labelWithControlCharacters_isEscaped)
+TEST(ProgressBarTest, progressLine_labelWithControlCharacters_isEscaped)
 {
     ProgressState state;
     state.label = u"a\x1b[2Jb\nc"_s;
     EXPECT_EQ(progressLine(state, 80), u"a\\x1b[2Jb\\nc"_s);
 }
 
-TEST(ProgressBar, progressLine_stalledFetch_tellsNoTimeLeft)
+TEST(ProgressBarTest, progressLine_stalledFetch_tellsNoTimeLeft)
 {
     ProgressState state = halfway();
     state.bytesPerSecond = 0;

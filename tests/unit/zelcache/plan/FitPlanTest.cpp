@@ -56,7 +56,7 @@ std::optional<std::chrono::seconds> timeOf(const QList<FitPlan::Missing> &missin
 
 } // namespace
 
-TEST(FitPlan, fitPlan_rowOfWhatIsMissing_isCountedOnceAndStays)
+TEST(FitPlanTest, fitPlan_rowOfWhatIsMissing_isCountedOnceAndStays)
 {
     FitPlan::Missing missing;
     missing.reference = u"old"_s; // 400 bytes are counted of it, and 300 of the other
@@ -69,7 +69,7 @@ TEST(FitPlan, fitPlan_rowOfWhatIsMissing_isCountedOnceAndStays)
     EXPECT_EQ(plan.sizeAfterwards(), 500);
 }
 
-TEST(FitPlan, fitPlan_enoughRoom_evictsNothing)
+TEST(FitPlanTest, fitPlan_enoughRoom_evictsNothing)
 {
     const FitPlan plan = planFor(100);
     EXPECT_TRUE(plan.evicted.isEmpty());
@@ -80,7 +80,7 @@ TEST(FitPlan, fitPlan_enoughRoom_evictsNothing)
                              u"Time: unknown"_s, u"Fits: 800 B afterwards, at most 1000 B"_s }));
 }
 
-TEST(FitPlan, fitPlan_aboveTheOptimum_evictsTheOldest)
+TEST(FitPlanTest, fitPlan_aboveTheOptimum_evictsTheOldest)
 {
     const FitPlan plan = planFor(300);
     ASSERT_EQ(plan.evicted.size(), 1);
@@ -91,14 +91,14 @@ TEST(FitPlan, fitPlan_aboveTheOptimum_evictsTheOldest)
     EXPECT_TRUE(plan.fits());
 }
 
-TEST(FitPlan, fitPlan_wantedAndHere_stays)
+TEST(FitPlanTest, fitPlan_wantedAndHere_stays)
 {
     const FitPlan plan = planFor(300, { u"old"_s });
     ASSERT_EQ(plan.evicted.size(), 1);
     EXPECT_EQ(plan.evicted.at(0).reference, u"new"_s);
 }
 
-TEST(FitPlan, fitPlan_moreThanTheMaximum_doesNotFit)
+TEST(FitPlanTest, fitPlan_moreThanTheMaximum_doesNotFit)
 {
     const FitPlan plan = planFor(1001);
     EXPECT_FALSE(plan.fits());
@@ -109,18 +109,18 @@ TEST(FitPlan, fitPlan_moreThanTheMaximum_doesNotFit)
               "Does not fit the cache: 1001 B afterwards, at most 1000 B"_s);
 }
 
-TEST(FitPlan, fitPlan_nothingMissing_evictsNothingOfATooFullCache)
+TEST(FitPlanTest, fitPlan_nothingMissing_evictsNothingOfATooFullCache)
 {
     EXPECT_TRUE(fitPlan(filled(), { 100, 200 }, {}, {}, 0, 0).evicted.isEmpty());
 }
 
-TEST(FitPlan, fitPlan_maximumThatIsNoSize_stopsNothing)
+TEST(FitPlanTest, fitPlan_maximumThatIsNoSize_stopsNothing)
 {
     for (const qint64 maximum : { 0, -5 })
         EXPECT_TRUE(fitPlan(filled(), { 800, maximum }, { missingAt(5000, {}) }, {}, {}, 0).fits());
 }
 
-TEST(FitPlan, fitPlan_noEndOfBytes_doesNotFit)
+TEST(FitPlanTest, fitPlan_noEndOfBytes_doesNotFit)
 {
     constexpr qint64 most = std::numeric_limits<qint64>::max();
     EXPECT_FALSE(planFor(most).fits());
@@ -130,7 +130,7 @@ TEST(FitPlan, fitPlan_noEndOfBytes_doesNotFit)
     EXPECT_FALSE(plan.fits());
 }
 
-TEST(FitPlan, fitPlan_diskIsShort_evictsAsMuchAsThatTakes)
+TEST(FitPlanTest, fitPlan_diskIsShort_evictsAsMuchAsThatTakes)
 {
     EXPECT_TRUE(planFor(100, {}, 100).evicted.isEmpty());
     const FitPlan plan = planFor(100, {}, 99);
@@ -142,7 +142,7 @@ TEST(FitPlan, fitPlan_diskIsShort_evictsAsMuchAsThatTakes)
     EXPECT_TRUE(planFor(800, {}, 100).fits());
 }
 
-TEST(FitPlan, fitPlan_diskIsTooSmall_doesNotFitEvenAfterTheEviction)
+TEST(FitPlanTest, fitPlan_diskIsTooSmall_doesNotFitEvenAfterTheEviction)
 {
     EXPECT_FALSE(planFor(800, {}, 99).fits());
     const FitPlan plan = planFor(100, { u"old"_s, u"new"_s }, 99);
@@ -151,7 +151,7 @@ TEST(FitPlan, fitPlan_diskIsTooSmall_doesNotFitEvenAfterTheEviction)
         u"Does not fit the disk: 100 B to come, 4.0 MiB free, 0 B can go, 4.0 MiB stay free"_s));
 }
 
-TEST(FitPlan, fitPlan_partOnTheDiskAlready_takesNoFurtherRoomThere)
+TEST(FitPlanTest, fitPlan_partOnTheDiskAlready_takesNoFurtherRoomThere)
 {
     FitPlan::Missing missing = missingAt(100, 10);
     missing.stagedBytes = 60;
@@ -168,7 +168,7 @@ TEST(FitPlan, fitPlan_partOnTheDiskAlready_takesNoFurtherRoomThere)
     EXPECT_TRUE(fits(-FitPlan::reserveBytes));
 }
 
-TEST(FitPlan, fitPlan_unknownSize_isSaid)
+TEST(FitPlanTest, fitPlan_unknownSize_isSaid)
 {
     const FitPlan plan = planFor({});
     EXPECT_EQ(
@@ -180,7 +180,7 @@ TEST(FitPlan, fitPlan_unknownSize_isSaid)
     EXPECT_EQ(fitPlanJson(plan).value(u"unknownSizes"_s).toInt(), 1);
 }
 
-TEST(FitPlan, fitPlan_someSizesUnknown_areCountedAmongAll)
+TEST(FitPlanTest, fitPlan_someSizesUnknown_areCountedAmongAll)
 {
     const QList<FitPlan::Missing> missing { missingAt(100, {}), missingAt({}, {}) };
     const QStringList lines = fitPlanLines(fitPlan(filled(), { 800, 1000 }, missing, {}, {}, 0));
@@ -188,19 +188,19 @@ TEST(FitPlan, fitPlan_someSizesUnknown_areCountedAmongAll)
         << qPrintable(lines.join(u'\n'));
 }
 
-TEST(FitPlan, fitPlan_doesNotFit_pointsToWhy)
+TEST(FitPlanTest, fitPlan_doesNotFit_pointsToWhy)
 {
     EXPECT_TRUE(fitPlanLines(planFor(5000)).constLast().contains(u"zelcache why"_s));
     EXPECT_FALSE(fitPlanLines(planFor(100)).constLast().contains(u"zelcache why"_s));
 }
 
-TEST(FitPlan, fitPlan_unknownSizeAndATooFullCache_fits)
+TEST(FitPlanTest, fitPlan_unknownSizeAndATooFullCache_fits)
 {
     const QStringList wanted { u"old"_s, u"new"_s };
     EXPECT_TRUE(fitPlan(filled(), { 100, 200 }, { missingAt({}, {}) }, wanted, 0, 0).fits());
 }
 
-TEST(FitPlan, time_ratesOfAll_addUp)
+TEST(FitPlanTest, time_ratesOfAll_addUp)
 {
     using namespace std::chrono_literals;
     EXPECT_EQ(timeOf({}), 0s);
@@ -210,7 +210,7 @@ TEST(FitPlan, time_ratesOfAll_addUp)
     EXPECT_EQ(timeOf({ missingAt({}, 50) }), std::nullopt);
 }
 
-TEST(FitPlan, fitPlanJson_time_isSecondsOrNull)
+TEST(FitPlanTest, fitPlanJson_time_isSecondsOrNull)
 {
     const auto jsonFor = [](const FitPlan::Missing &missing) {
         return fitPlanJson(fitPlan(filled(), { 800, 1000 }, { missing }, {}, {}, 0));

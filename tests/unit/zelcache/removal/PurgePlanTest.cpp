@@ -52,7 +52,7 @@ PurgePlan planTo(qint64 target, const Snapshot &snapshot, const ResourceUsers &u
 
 } // namespace
 
-TEST(PurgePlan, planPurge_aboveTheOptimum_freesMoreThanLeadsToNineTenthsOfIt)
+TEST(PurgePlanTest, planPurge_aboveTheOptimum_freesMoreThanLeadsToNineTenthsOfIt)
 {
     // 60 bytes are to go: 150 less nine tenths of 100.
     const PurgePlan plan = planPurge(filled(), purgeLimits({ 100, 200 }, {}), {});
@@ -60,14 +60,14 @@ TEST(PurgePlan, planPurge_aboveTheOptimum_freesMoreThanLeadsToNineTenthsOfIt)
     EXPECT_EQ(namesOf(plan.resources), (QStringList { u"old"_s, u"middle"_s }));
 }
 
-TEST(PurgePlan, planPurge_atTheOptimum_removesNothing)
+TEST(PurgePlanTest, planPurge_atTheOptimum_removesNothing)
 {
     const PurgePlan plan = planPurge(filled(), purgeLimits({ 150, 200 }, {}), {});
     EXPECT_EQ(plan.goal, 150);
     EXPECT_TRUE(plan.resources.isEmpty());
 }
 
-TEST(PurgePlan, planPurge_oddOptimum_cutsWhatIsToGoTowardsZero)
+TEST(PurgePlanTest, planPurge_oddOptimum_cutsWhatIsToGoTowardsZero)
 {
     // 150 less 99.9: 50 bytes, so that 50 are not yet more than that.
     Snapshot snapshot = filled();
@@ -76,7 +76,7 @@ TEST(PurgePlan, planPurge_oddOptimum_cutsWhatIsToGoTowardsZero)
     EXPECT_EQ(namesOf(plan.resources), (QStringList { u"old"_s, u"middle"_s }));
 }
 
-TEST(PurgePlan, planPurge_target_goesBelowOrStopsAtTheFirstThatIsEnough)
+TEST(PurgePlanTest, planPurge_target_goesBelowOrStopsAtTheFirstThatIsEnough)
 {
     EXPECT_EQ(namesOf(planTo(120, filled()).resources), QStringList { u"old"_s });
     EXPECT_EQ(namesOf(planTo(111, filled()).resources), QStringList { u"old"_s });
@@ -85,14 +85,14 @@ TEST(PurgePlan, planPurge_target_goesBelowOrStopsAtTheFirstThatIsEnough)
     EXPECT_EQ(planTo(110, filled()).goal, 110);
 }
 
-TEST(PurgePlan, planPurge_targetZero_takesAllThatHasASize)
+TEST(PurgePlanTest, planPurge_targetZero_takesAllThatHasASize)
 {
     const PurgePlan plan = planTo(0, filled());
     EXPECT_EQ(namesOf(plan.resources), (QStringList { u"old"_s, u"middle"_s, u"new"_s }));
     EXPECT_EQ(plan.goal, 0);
 }
 
-TEST(PurgePlan, planPurge_targetAtOrAboveTheSize_removesNothing)
+TEST(PurgePlanTest, planPurge_targetAtOrAboveTheSize_removesNothing)
 {
     for (const qint64 target : { qint64(150), qint64(151), std::numeric_limits<qint64>::max() }) {
         EXPECT_TRUE(planTo(target, filled()).resources.isEmpty());
@@ -103,13 +103,13 @@ TEST(PurgePlan, planPurge_targetAtOrAboveTheSize_removesNothing)
     EXPECT_TRUE(planTo(std::numeric_limits<qint64>::max(), strange).resources.isEmpty());
 }
 
-TEST(PurgePlan, planPurge_inUse_isLeftAlone)
+TEST(PurgePlanTest, planPurge_inUse_isLeftAlone)
 {
     const ResourceUsers users { { u"old"_s, { 12 } } };
     EXPECT_EQ(namesOf(planTo(120, filled(), users).resources), QStringList { u"middle"_s });
 }
 
-TEST(PurgePlan, planPurge_sameAge_keepsTheOrderOfTheRows)
+TEST(PurgePlanTest, planPurge_sameAge_keepsTheOrderOfTheRows)
 {
     Snapshot snapshot;
     for (const QString &name : { u"c"_s, u"a"_s, u"b"_s })
@@ -117,7 +117,7 @@ TEST(PurgePlan, planPurge_sameAge_keepsTheOrderOfTheRows)
     EXPECT_EQ(namesOf(planTo(0, snapshot).resources), (QStringList { u"c"_s, u"a"_s, u"b"_s }));
 }
 
-TEST(PurgePlan, purgeLimits_target_keepsTheMaximum)
+TEST(PurgePlanTest, purgeLimits_target_keepsTheMaximum)
 {
     const PurgeLimits limits = purgeLimits({ 100, 200 }, 30);
     EXPECT_EQ(limits.sizes.optimalSize, 0);
@@ -127,7 +127,7 @@ TEST(PurgePlan, purgeLimits_target_keepsTheMaximum)
     EXPECT_EQ(purgeLimits({ 100, 200 }, {}).extraSize, 0);
 }
 
-TEST(PurgePlan, removedBetween_states_areWhatLostItsDataInOrderOfAge)
+TEST(PurgePlanTest, removedBetween_states_areWhatLostItsDataInOrderOfAge)
 {
     const Snapshot before = filled();
     Snapshot after;

@@ -38,14 +38,14 @@ QJsonObject objectOf(const QString &json)
 
 } // namespace
 
-TEST(RemovalReport, countText_counts_haveTheirPlural)
+TEST(RemovalReportTest, countText_counts_haveTheirPlural)
 {
     EXPECT_EQ(countText(0), u"0 resources"_s);
     EXPECT_EQ(countText(1), u"1 resource"_s);
     EXPECT_EQ(countText(2), u"2 resources"_s);
 }
 
-TEST(RemovalReport, pinsOf_everythingWithData_hasItsReason)
+TEST(RemovalReportTest, pinsOf_everythingWithData_hasItsReason)
 {
     ResourceCacheReader::Snapshot after;
     after.resources = { resource(u"used"_s, 10, 1),    resource(u"unsized"_s, 0, 2),
@@ -60,7 +60,7 @@ TEST(RemovalReport, pinsOf_everythingWithData_hasItsReason)
     EXPECT_EQ(pins.at(0).processes, UserProcesses { 12 });
 }
 
-TEST(RemovalReport, pinLines_many_nameTheLargestAndCountTheRest)
+TEST(RemovalReportTest, pinLines_many_nameTheLargestAndCountTheRest)
 {
     QList<Pin> pins;
     for (const qint64 size : { 10, 30, 20, 5 })
@@ -73,7 +73,7 @@ TEST(RemovalReport, pinLines_many_nameTheLargestAndCountTheRest)
     EXPECT_TRUE(pinLines({}, 2).isEmpty());
 }
 
-TEST(RemovalReport, purgeJson_report_hasTheDocumentedMembers)
+TEST(RemovalReportTest, purgeJson_report_hasTheDocumentedMembers)
 {
     PurgeReport report;
     report.isDryRun = true;
@@ -90,7 +90,7 @@ TEST(RemovalReport, purgeJson_report_hasTheDocumentedMembers)
     EXPECT_EQ(json.value(u"pinned"_s), QJsonArray());
 }
 
-TEST(RemovalReport, removedJson_oddReference_isJson)
+TEST(RemovalReportTest, removedJson_oddReference_isJson)
 {
     PurgeReport report;
     report.removed = { resource(u"a"_s, 10, 1), resource(u"b\"\x1b"_s, 20, 2) };
@@ -101,7 +101,7 @@ TEST(RemovalReport, removedJson_oddReference_isJson)
     EXPECT_EQ(objectOf(removedJson(report)(1)).value(u"reference"_s).toString(), u"b\"\x1b"_s);
 }
 
-TEST(RemovalReport, pinnedJson_pins_haveTheirReason)
+TEST(RemovalReportTest, pinnedJson_pins_haveTheirReason)
 {
     const QList<Pin> pins { { resource(u"c"_s, 60, 3), Pin::Reason::InUse, {} } };
     const QJsonObject json = objectOf(pinnedJson(pins)(0));
@@ -111,7 +111,7 @@ TEST(RemovalReport, pinnedJson_pins_haveTheirReason)
     EXPECT_EQ(json.value(u"reason"_s).toString(), u"inUse"_s);
 }
 
-TEST(RemovalReport, purgeLines_resources_areAlignedAndSummedUp)
+TEST(RemovalReportTest, purgeLines_resources_areAlignedAndSummedUp)
 {
     PurgeReport report;
     report.removed = { resource(u"a"_s, 10, 1), resource(u"b"_s, 2048, 2) };

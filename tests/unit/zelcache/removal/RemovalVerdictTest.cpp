@@ -35,27 +35,27 @@ QString reasonFor(ResourceStatus status, ResourceCleanupPolicy policy, bool forc
 
 } // namespace
 
-TEST(RemovalVerdict, refusalOf_readyAndUnused_isNone)
+TEST(RemovalVerdictTest, refusalOf_readyAndUnused_isNone)
 {
     EXPECT_EQ(reasonFor(ResourceStatus::Ready, ResourceCleanupPolicy::OnDemand), QString());
     EXPECT_EQ(reasonFor(ResourceStatus::Ready, ResourceCleanupPolicy::OnClose), QString());
 }
 
-TEST(RemovalVerdict, refusalOf_never_isOvercomeByForce)
+TEST(RemovalVerdictTest, refusalOf_never_isOvercomeByForce)
 {
     EXPECT_TRUE(
         reasonFor(ResourceStatus::Ready, ResourceCleanupPolicy::Never).contains(u"--force"_s));
     EXPECT_EQ(reasonFor(ResourceStatus::Ready, ResourceCleanupPolicy::Never, true), QString());
 }
 
-TEST(RemovalVerdict, refusalOf_policyThatIsNotKnown_isNotOvercome)
+TEST(RemovalVerdictTest, refusalOf_policyThatIsNotKnown_isNotOvercome)
 {
     for (const bool force : { false, true })
         EXPECT_TRUE(reasonFor(ResourceStatus::Ready, ResourceCleanupPolicy::Invalid, force)
                         .contains(u"policy"_s));
 }
 
-TEST(RemovalVerdict, refusalOf_everyOtherStatus_hasItsReason)
+TEST(RemovalVerdictTest, refusalOf_everyOtherStatus_hasItsReason)
 {
     const auto policy = ResourceCleanupPolicy::OnDemand;
     EXPECT_EQ(reasonFor(ResourceStatus::Missing, policy), u"Nothing is there to remove."_s);
@@ -63,7 +63,7 @@ TEST(RemovalVerdict, refusalOf_everyOtherStatus_hasItsReason)
     EXPECT_EQ(reasonFor(ResourceStatus::Acquiring, policy, true), u"It is being fetched."_s);
 }
 
-TEST(RemovalVerdict, refusalOf_statusThatIsNotKnown_isOvercomeByForceUnlessSomebodyFetches)
+TEST(RemovalVerdictTest, refusalOf_statusThatIsNotKnown_isOvercomeByForceUnlessSomebodyFetches)
 {
     const auto policy = ResourceCleanupPolicy::OnDemand;
     EXPECT_TRUE(reasonFor(ResourceStatus::Invalid, policy).contains(u"status"_s));
@@ -77,7 +77,7 @@ TEST(RemovalVerdict, refusalOf_statusThatIsNotKnown_isOvercomeByForceUnlessSomeb
     EXPECT_EQ(refusal->processes, UserProcesses { someProcess });
 }
 
-TEST(RemovalVerdict, refusalOf_pathWhoseRemovalTakesMore_isNotOvercome)
+TEST(RemovalVerdictTest, refusalOf_pathWhoseRemovalTakesMore_isNotOvercome)
 {
     QTemporaryDir directory;
     const QString data = directory.filePath(u"Cache"_s);
@@ -107,14 +107,14 @@ TEST(RemovalVerdict, refusalOf_pathWhoseRemovalTakesMore_isNotOvercome)
     EXPECT_TRUE(refusalAt(link + u"/share/run.raw"_s).contains(u"of the scheme"_s));
 }
 
-TEST(RemovalVerdict, refusalOf_unknownKey_isRefused)
+TEST(RemovalVerdictTest, refusalOf_unknownKey_isRefused)
 {
     const auto refusal = refusalOf({}, {}, {}, u"a"_s, true);
     ASSERT_TRUE(refusal);
     EXPECT_EQ(refusal->reason, u"The cache does not know it."_s);
 }
 
-TEST(RemovalVerdict, refusalOf_inUse_namesTheProcesses)
+TEST(RemovalVerdictTest, refusalOf_inUse_namesTheProcesses)
 {
     const auto snapshot = snapshotWith(ResourceStatus::Ready, ResourceCleanupPolicy::Never);
     const auto refusal = refusalOf(snapshot, { { u"a"_s, { someProcess } } }, {}, u"a"_s, true);
@@ -123,7 +123,7 @@ TEST(RemovalVerdict, refusalOf_inUse_namesTheProcesses)
     EXPECT_EQ(refusal->processes, UserProcesses { someProcess });
 }
 
-TEST(RemovalVerdict, refusalOf_beingFetched_namesTheFetcherThoughItUsesItToo)
+TEST(RemovalVerdictTest, refusalOf_beingFetched_namesTheFetcherThoughItUsesItToo)
 {
     auto snapshot = snapshotWith(ResourceStatus::Acquiring, ResourceCleanupPolicy::OnDemand);
     snapshot.clients.append({ 1, someProcess, 0 });
@@ -133,7 +133,7 @@ TEST(RemovalVerdict, refusalOf_beingFetched_namesTheFetcherThoughItUsesItToo)
     EXPECT_EQ(refusal->reason, u"It is being fetched by process 4999999."_s);
 }
 
-TEST(RemovalVerdict, refusalOf_whoWaits_isNoFetcher)
+TEST(RemovalVerdictTest, refusalOf_whoWaits_isNoFetcher)
 {
     auto snapshot = snapshotWith(ResourceStatus::Acquiring, ResourceCleanupPolicy::OnDemand);
     snapshot.clients = { { 1, someProcess, 0 }, { 2, someProcess - 1, 0 } };

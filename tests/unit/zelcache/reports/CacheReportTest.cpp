@@ -76,7 +76,7 @@ StatusReport busyReport()
 
 } // namespace
 
-TEST(CacheReport, listLines_resources_areAligned)
+TEST(CacheReportTest, listLines_resources_areAligned)
 {
     const QString time = timeText(1'700'000'000'000);
     const auto cache = busyCache();
@@ -85,7 +85,7 @@ TEST(CacheReport, listLines_resources_areAligned)
     EXPECT_EQ(lines(1), u"Acquiring      0 B  "_s + time + u"  http://a/c.raw"_s);
 }
 
-TEST(CacheReport, listJson_eachResource_isWhatResourceJsonGives)
+TEST(CacheReportTest, listJson_eachResource_isWhatResourceJsonGives)
 {
     auto cache = busyCache();
     cache.resources[0].path = u"/c/\u00e4 \"x\" \\ \x1b.raw"_s;
@@ -99,7 +99,7 @@ TEST(CacheReport, listJson_eachResource_isWhatResourceJsonGives)
     EXPECT_TRUE(texts(0).contains(u"\"usages\":2"_s)) << qPrintable(texts(0));
 }
 
-TEST(CacheReport, listJson_manyResourcesAllInUse_isCountedInOnePass)
+TEST(CacheReportTest, listJson_manyResourcesAllInUse_isCountedInOnePass)
 {
     ResourceCacheReader::Snapshot snapshot;
     for (int i = 0; i < 40'000; ++i) {
@@ -116,7 +116,7 @@ TEST(CacheReport, listJson_manyResourcesAllInUse_isCountedInOnePass)
     EXPECT_LT(time.elapsed(), 5000);
 }
 
-TEST(CacheReport, resourceJson_readyResource_tellsAll)
+TEST(CacheReportTest, resourceJson_readyResource_tellsAll)
 {
     const auto snapshot = busyCache();
     const QJsonObject object = resourceJson(snapshot, snapshot.resources.constFirst());
@@ -130,7 +130,7 @@ TEST(CacheReport, resourceJson_readyResource_tellsAll)
     EXPECT_EQ(object.value(u"usages"_s).toInt(), 2);
 }
 
-TEST(CacheReport, resourceJson_unknownValues_areNull)
+TEST(CacheReportTest, resourceJson_unknownValues_areNull)
 {
     const auto snapshot = busyCache();
     const QJsonObject object = resourceJson(snapshot, snapshot.resources.constLast());
@@ -138,7 +138,7 @@ TEST(CacheReport, resourceJson_unknownValues_areNull)
     EXPECT_TRUE(object.value(u"version"_s).isNull());
 }
 
-TEST(CacheReport, statusLines_busyCache_tellsWhoFetchesAndHowFar)
+TEST(CacheReportTest, statusLines_busyCache_tellsWhoFetchesAndHowFar)
 {
     const QString text = statusLines(busyReport()).join(u'\n');
     EXPECT_TRUE(text.contains(u"Cache:        /c\n"_s)) << qPrintable(text);
@@ -160,7 +160,7 @@ TEST(CacheReport, statusLines_busyCache_tellsWhoFetchesAndHowFar)
     EXPECT_TRUE(text.contains(u"Last count:   never"_s)) << qPrintable(text);
 }
 
-TEST(CacheReport, statusJson_busyCache_hasAllParts)
+TEST(CacheReportTest, statusJson_busyCache_hasAllParts)
 {
     const QJsonObject status = statusJson(busyReport());
     EXPECT_EQ(status.value(u"baseDirectory"_s).toString(), u"/c"_s);
@@ -177,7 +177,7 @@ TEST(CacheReport, statusJson_busyCache_hasAllParts)
     EXPECT_FALSE(fetches.at(2).toObject().value(u"fetching"_s).toBool(true));
 }
 
-TEST(CacheReport, statusJson_volumeUnknown_isNull)
+TEST(CacheReportTest, statusJson_volumeUnknown_isNull)
 {
     StatusReport report = busyReport();
     report.board.freeBytes.reset();

@@ -43,19 +43,19 @@ QString selected(const QString &order, const QString &status, const QString &for
 
 } // namespace
 
-TEST(ListSelection, applied_nothingChosen_staysAsItIs)
+TEST(ListSelectionTest, applied_nothingChosen_staysAsItIs)
 {
     EXPECT_EQ(selected({}, {}, {}), u"badc"_s);
 }
 
-TEST(ListSelection, applied_orders_keepEqualsAsAdded)
+TEST(ListSelectionTest, applied_orders_keepEqualsAsAdded)
 {
     EXPECT_EQ(selected(u"size"_s, {}, {}), u"acbd"_s);
     EXPECT_EQ(selected(u"AGE"_s, {}, {}), u"dcab"_s);
     EXPECT_EQ(selected(u"Name"_s, {}, {}), u"abcd"_s);
 }
 
-TEST(ListSelection, applied_statuses_areTheOnlyOnesLeft)
+TEST(ListSelectionTest, applied_statuses_areTheOnlyOnesLeft)
 {
     EXPECT_EQ(selected({}, u"ready"_s, {}), u"ba"_s);
     EXPECT_EQ(selected({}, u"Missing"_s, {}), u"d"_s);
@@ -64,7 +64,7 @@ TEST(ListSelection, applied_statuses_areTheOnlyOnesLeft)
     EXPECT_EQ(selected({}, u"invalid"_s, {}), QString());
 }
 
-TEST(ListSelection, applied_formats_areToldByTheNameOfTheCopy)
+TEST(ListSelectionTest, applied_formats_areToldByTheNameOfTheCopy)
 {
     EXPECT_EQ(selected({}, {}, u"mzml"_s), u"ac"_s);
     EXPECT_EQ(selected({}, {}, u"THERMO"_s), u"b"_s);
@@ -72,13 +72,13 @@ TEST(ListSelection, applied_formats_areToldByTheNameOfTheCopy)
     EXPECT_EQ(selected({}, {}, u"DataCutEmbedded"_s), QString());
 }
 
-TEST(ListSelection, applied_allTogether_combine)
+TEST(ListSelectionTest, applied_allTogether_combine)
 {
     EXPECT_EQ(selected(u"age"_s, {}, u"mzml"_s), u"ca"_s);
     EXPECT_EQ(selected(u"name"_s, u"ready"_s, u"mzml"_s), u"a"_s);
 }
 
-TEST(ListSelection, applied_prefix_isThatOfReferencesInTheirOwnCase)
+TEST(ListSelectionTest, applied_prefix_isThatOfReferencesInTheirOwnCase)
 {
     ListSelection selection;
     selection.prefix = u"share:/A"_s;
@@ -90,7 +90,7 @@ TEST(ListSelection, applied_prefix_isThatOfReferencesInTheirOwnCase)
     EXPECT_EQ(left.constFirst().reference, u"share:/Ab"_s);
 }
 
-TEST(ListSelection, fromTexts_unknownWords_areCode2AndNameTheKnownOnes)
+TEST(ListSelectionTest, fromTexts_unknownWords_areCode2AndNameTheKnownOnes)
 {
     EXPECT_EQ(selected(u"colour"_s, {}, {}),
               u"There is no order \"colour\", only size, age, name."_s);

@@ -42,7 +42,7 @@ RecountReport grownCache()
 
 } // namespace
 
-TEST(RecountReport, recountReport_whatOthersDidMeanwhile_isLeftOut)
+TEST(RecountReportTest, recountReport_whatOthersDidMeanwhile_isLeftOut)
 {
     const RecountReport report = grownCache();
     ASSERT_EQ(report.results.size(), 1);
@@ -53,13 +53,13 @@ TEST(RecountReport, recountReport_whatOthersDidMeanwhile_isLeftOut)
     EXPECT_EQ(report.totalAfter, 3277);
 }
 
-TEST(RecountReport, recountLines_changes_tellOldAndNew)
+TEST(RecountReportTest, recountLines_changes_tellOldAndNew)
 {
     EXPECT_EQ(recountLines(grownCache()),
               (QStringList { u"1.0 KiB -> 3.0 KiB  a"_s, u"Whole cache: 1.0 KiB -> 3.2 KiB"_s }));
 }
 
-TEST(RecountReport, recountLines_smallChangeOfSomethingBig_isToldInBytes)
+TEST(RecountReportTest, recountLines_smallChangeOfSomethingBig_isToldInBytes)
 {
     RecountReport report;
     report.results.append({ u"a %1"_s, {}, false, 1073741824, 1073741825 });
@@ -70,7 +70,7 @@ TEST(RecountReport, recountLines_smallChangeOfSomethingBig_isToldInBytes)
                              u"Whole cache: 1073741824 -> 1073741825 bytes"_s }));
 }
 
-TEST(RecountReport, recountLines_nothingChanged_isOneLine)
+TEST(RecountReportTest, recountLines_nothingChanged_isOneLine)
 {
     RecountReport report;
     report.results.append({ u"a"_s, {}, false, 1024, 1024 });
@@ -79,7 +79,7 @@ TEST(RecountReport, recountLines_nothingChanged_isOneLine)
     EXPECT_EQ(recountLines(report), QStringList { u"Whole cache: 1.0 KiB, as before"_s });
 }
 
-TEST(RecountReport, recountJson_results_areSizesOrAnError)
+TEST(RecountReportTest, recountJson_results_areSizesOrAnError)
 {
     RecountReport report;
     report.results.append({ u"a"_s, {}, false, 1, 2 });

@@ -46,7 +46,7 @@ void expectRefused(const Result<QVariant> &value, const QString &why)
 
 } // namespace
 
-TEST(SettingValue, settingFromText_sizes_areBytes)
+TEST(SettingValueTest, settingFromText_sizes_areBytes)
 {
     EXPECT_EQ(optimal(u"2048"_s).value(), QVariant(qlonglong(2048)));
     EXPECT_EQ(optimal(u"1.5KiB"_s).value(), QVariant(qlonglong(1536)));
@@ -55,7 +55,7 @@ TEST(SettingValue, settingFromText_sizes_areBytes)
               QVariant(qlonglong(std::numeric_limits<qint64>::max())));
 }
 
-TEST(SettingValue, settingFromText_badSizes_areRefused)
+TEST(SettingValueTest, settingFromText_badSizes_areRefused)
 {
     for (const QString &text : { u""_s, u"banana"_s, u"-5"_s, u"0"_s, u"0GiB"_s, u"10 apples"_s,
                                  u"9223372036854775808"_s, u"99999999TiB"_s, u"1e3"_s }) {
@@ -64,7 +64,7 @@ TEST(SettingValue, settingFromText_badSizes_areRefused)
     }
 }
 
-TEST(SettingValue, settingFromText_optimalAboveMaximum_isRefusedFromBothSides)
+TEST(SettingValueTest, settingFromText_optimalAboveMaximum_isRefusedFromBothSides)
 {
     EXPECT_TRUE(optimal(u"2048"_s).hasValue());
     expectRefused(optimal(u"2049"_s),
@@ -74,13 +74,13 @@ TEST(SettingValue, settingFromText_optimalAboveMaximum_isRefusedFromBothSides)
                   u"the optimal size 1024 (1.0 KiB) would be above the maximum 1023 (1023 B)."_s);
 }
 
-TEST(SettingValue, settingFromText_directory_isSpelledInOneWay)
+TEST(SettingValueTest, settingFromText_directory_isSpelledInOneWay)
 {
     EXPECT_EQ(location(u"/no/such//folder/../x, y/"_s).value(), QVariant(u"/no/such/x, y"_s));
     EXPECT_EQ(location(u"/"_s).value(), QVariant(u"/"_s));
 }
 
-TEST(SettingValue, settingFromText_badDirectories_areRefused)
+TEST(SettingValueTest, settingFromText_badDirectories_areRefused)
 {
     expectRefused(location({}), u"must not be empty"_s);
     for (const QString &text : { u"."_s, u"data/cache"_s, u"~/cache"_s, u":/cache"_s, u" "_s })
@@ -90,14 +90,14 @@ TEST(SettingValue, settingFromText_badDirectories_areRefused)
     expectRefused(location(folder.outside(u"file"_s)), u"is not a directory"_s);
 }
 
-TEST(SettingValue, complaintAbout_goodValues_isEmpty)
+TEST(SettingValueTest, complaintAbout_goodValues_isEmpty)
 {
     EXPECT_EQ(complaintAbout(SettingKey::CacheLocationPath, u"/c"_s), QString());
     EXPECT_EQ(complaintAbout(SettingKey::OptimalCacheSize, u"1"_s), QString());
     EXPECT_EQ(complaintAbout(SettingKey::MaximumCacheSize, qlonglong(20)), QString());
 }
 
-TEST(SettingValue, complaintAbout_badSizes_tellsWhatIsMadeOfThem)
+TEST(SettingValueTest, complaintAbout_badSizes_tellsWhatIsMadeOfThem)
 {
     const auto about = [](const QVariant &value) {
         return complaintAbout(SettingKey::OptimalCacheSize, value);
@@ -111,7 +111,7 @@ TEST(SettingValue, complaintAbout_badSizes_tellsWhatIsMadeOfThem)
     EXPECT_EQ(about(u"0"_s), u"is no size that a cache can have: 0"_s);
 }
 
-TEST(SettingValue, complaintAbout_badDirectories_tellsWhatIsMadeOfThem)
+TEST(SettingValueTest, complaintAbout_badDirectories_tellsWhatIsMadeOfThem)
 {
     const auto about = [](const QVariant &value) {
         return complaintAbout(SettingKey::CacheLocationPath, value);

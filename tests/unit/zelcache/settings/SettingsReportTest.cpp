@@ -29,7 +29,7 @@ SettingsFile fileWith(const QMap<SettingKey, QVariant> &values)
 
 } // namespace
 
-TEST(SettingsReport, settingsLines_mixedOrigins_areNamed)
+TEST(SettingsReportTest, settingsLines_mixedOrigins_areNamed)
 {
     ResourceManagerSettings inForce = defaults();
     inForce.sizes.optimalSize = 2048;
@@ -40,7 +40,7 @@ TEST(SettingsReport, settingsLines_mixedOrigins_areNamed)
                              u"MaximumCacheSize   21474836480 (20.0 GiB)  default"_s }));
 }
 
-TEST(SettingsReport, settingJson_eachKind_hasTypedValues)
+TEST(SettingsReportTest, settingJson_eachKind_hasTypedValues)
 {
     const SettingsReport report = settingsReport(fileWith({}), defaults(), false);
     const QJsonObject location = settingJson(report.setting(SettingKey::CacheLocationPath));
@@ -51,13 +51,13 @@ TEST(SettingsReport, settingJson_eachKind_hasTypedValues)
     EXPECT_EQ(size.value(u"value"_s).toInteger(), 21474836480);
 }
 
-TEST(SettingsReport, settingsReport_goodValues_warnOfNothing)
+TEST(SettingsReportTest, settingsReport_goodValues_warnOfNothing)
 {
     const SettingsFile file = fileWith({ { SettingKey::CacheLocationPath, u"/default"_s } });
     EXPECT_EQ(settingsReport(file, defaults(), false).warnings(), QStringList());
 }
 
-TEST(SettingsReport, settingsReport_badValue_namesFileAndKey)
+TEST(SettingsReportTest, settingsReport_badValue_namesFileAndKey)
 {
     ResourceManagerSettings inForce = defaults();
     inForce.sizes.optimalSize = 0;
@@ -69,7 +69,7 @@ TEST(SettingsReport, settingsReport_badValue_namesFileAndKey)
     EXPECT_EQ(report.setting(SettingKey::OptimalCacheSize).origin, SettingOrigin::IniFile);
 }
 
-TEST(SettingsReport, settingsReport_directoryThatIsNotTaken_isTheDefault)
+TEST(SettingsReportTest, settingsReport_directoryThatIsNotTaken_isTheDefault)
 {
     for (const QVariant &value :
          { QVariant(QString()), QVariant(QStringList { u"/a"_s, u"b"_s }) }) {
@@ -80,7 +80,7 @@ TEST(SettingsReport, settingsReport_directoryThatIsNotTaken_isTheDefault)
     }
 }
 
-TEST(SettingsReport, settingsReport_optimalAboveMaximum_isToldOfTheOneThatIsWritten)
+TEST(SettingsReportTest, settingsReport_optimalAboveMaximum_isToldOfTheOneThatIsWritten)
 {
     ResourceManagerSettings inForce = defaults();
     inForce.sizes.maximumSize = 1;
@@ -95,7 +95,7 @@ TEST(SettingsReport, settingsReport_optimalAboveMaximum_isToldOfTheOneThatIsWrit
     EXPECT_TRUE(warnings.at(0).startsWith(u"OptimalCacheSize in "_s)) << qPrintable(warnings.at(0));
 }
 
-TEST(SettingsReport, settingsReport_fileThatCannotBeUsed_isTold)
+TEST(SettingsReportTest, settingsReport_fileThatCannotBeUsed_isTold)
 {
     SettingsFile file = fileWith({});
     file.hasBadLines = true;
@@ -106,7 +106,7 @@ TEST(SettingsReport, settingsReport_fileThatCannotBeUsed_isTold)
               u"/etc/s.ini cannot be read; the defaults count"_s);
 }
 
-TEST(SettingsReport, settingsReport_sectionInOtherLetterCase_isToldToCountForNothing)
+TEST(SettingsReportTest, settingsReport_sectionInOtherLetterCase_isToldToCountForNothing)
 {
     SettingsFile file = fileWith({});
     file.misspelled.insert(SettingKey::CacheLocationPath, u"resourcemanager/CacheLocationPath"_s);
@@ -115,7 +115,7 @@ TEST(SettingsReport, settingsReport_sectionInOtherLetterCase_isToldToCountForNot
                             "letter case counts: ResourceManager/CacheLocationPath"_s });
 }
 
-TEST(SettingsReport, settingFromName_anyCase_findsTheKey)
+TEST(SettingsReportTest, settingFromName_anyCase_findsTheKey)
 {
     for (const SettingKey key : allSettingKeys()) {
         EXPECT_EQ(settingFromName(settingName(key)), key);

@@ -37,7 +37,7 @@ inline void closeEarly(ScriptedServer::Connection &connection)
 }
 
 /// Downloads from a server that does one thing wrong.
-class HttpFaults : public ::testing::Test
+class HttpFaultsFixture : public ::testing::Test
 {
 protected:
     QuickSettings settings;
