@@ -83,6 +83,14 @@ protected:
                        { size, reference });
     }
 
+    /// The status of a resource, as that client has written it.
+    void setTransient(const QString &reference, ResourceStatus status, qint64 writer)
+    {
+        database().run(u"UPDATE CachedResources SET status = ?, lastStatusUpdateClientId = ? "
+                       "WHERE reference = ?"_s,
+                       { toText(status), writer, reference });
+    }
+
     int resourceId(const QString &reference)
     {
         return database()

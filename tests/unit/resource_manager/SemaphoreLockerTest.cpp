@@ -1,7 +1,6 @@
 #include "SemaphoreLocker.h"
 
-#include "SemaphoreRegistry.h"
-#include "TaskWithSemaphore.h"
+#include "SemaphoreLockerFixture.h"
 #include "UnfinishedMaker.h"
 #include "platform/DirectoryLockState.h"
 #include "platform/SystemSemaphoreState.h"
@@ -9,86 +8,51 @@
 #include "threads/LockOrder.h"
 
 #include <QDir>
-#include <QSystemSemaphore>
 #include <QUuid>
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <csignal>
-#include <future>
 #include <thread>
 
 using namespace zel;
 using namespace zel::test;
 using namespace Qt::Literals::StringLiterals;
-using namespace std::chrono_literals;
 
 namespace {
 
-class SemaphoreLockerTest : public testing::Test
+using SemaphoreLockerTest = SemaphoreLockerFixture;
+
+/// While it lives, no temporary file can be made.
+class WithoutTemporaryFiles
 {
-protected:
-    SemaphoreLockerTest()
-        : key(TemporaryCache::semaphoreKey(directory.baseDir()))
+public:
+    WithoutTemporaryFiles()
     {
-        SemaphoreRegistry::keepForDirectory(key, directory.baseDir());
-        semaphore = std::make_unique<QSystemSemaphore>(key, 1, QSystemSemaphore::Open);
+        qputenv("TMPDIR", "/proc"); // exists, but nobody makes files there
     }
-    /// Whether somebody else gets the lock while the caller may hold it.
-    bool isFree()
+    ~WithoutTemporaryFiles()
     {
-        const auto taken = std::make_shared<std::promise<void>>();
-        std::future<void> done = taken->get_future();
-        waiters.emplace_back([this, taken] {
-            const SemaphoreLocker lock(semaphore.get(), 1);
-            taken->set_value();
-        });
-        return done.wait_for(300ms) == std::future_status::ready;
-    }
-    void joinWaiters()
-    {
-        for (std::thread &waiter : waiters)
-            waiter.join();
-        waiters.clear();
-    }
-    void TearDown() override { joinWaiters(); }
-
-    /// While it lives, no temporary file can be made.
-    class WithoutTemporaryFiles
-    {
-    public:
-        WithoutTemporaryFiles()
-        {
-            qputenv("TMPDIR", "/proc"); // exists, but nobody makes files there
-        }
-        ~WithoutTemporaryFiles()
-        {
-            if (folder.isNull())
-                qunsetenv("TMPDIR");
-            else
-                qputenv("TMPDIR", folder);
-        }
-
-    private:
-        const QByteArray folder = qgetenv("TMPDIR");
-    };
-
-    /// Of this process, on this directory itself.
-    static int openDescriptors(const QString &path)
-    {
-        const QDir descriptors(u"/proc/self/fd"_s);
-        const QStringList names = descriptors.entryList(QDir::AllEntries | QDir::System);
-        return int(std::count_if(names.begin(), names.end(), [&](const QString &name) {
-            return QFile::symLinkTarget(descriptors.filePath(name)) == path;
-        }));
+        if (folder.isNull())
+            qunsetenv("TMPDIR");
+        else
+            qputenv("TMPDIR", folder);
     }
 
-    TemporaryCache directory;
-    QString key;
-    std::unique_ptr<QSystemSemaphore> semaphore;
-    std::vector<std::thread> waiters;
+private:
+    const QByteArray folder = qgetenv("TMPDIR");
 };
+
+/// Of this process, on this directory itself.
+int openDescriptors(const QString &path)
+{
+    const QDir descriptors(u"/proc/self/fd"_s);
+    const QStringList names = descriptors.entryList(QDir::AllEntries | QDir::System);
+    return int(std::count_if(names.begin(), names.end(), [&](const QString &name) {
+        return QFile::symLinkTarget(descriptors.filePath(name)) == path;
+    }));
+}
 
 } // namespace
 
@@ -348,104 +312,4 @@ TEST_F(SemaphoreLockerTest, semaphoreBehindATransaction_debugBuild_endsWithBothS
                                "cache, which are taken the other way round(.|\n)*"
                                "Elsewhere, the semaphore of a cache was taken here:(.|\n)*"
                                "the transaction of a connection here:(.|\n)*createTransaction"));
-}
-
-TEST_F(SemaphoreLockerTest, task_withTheLock_freesItBeforeAnybodyHearsOfTheEnd)
-{
-    TaskWithSemaphore task(std::make_unique<SemaphoreLocker>(semaphore.get(), 1));
-    bool wasHeld = false;
-    bool wasFreeAtTheEnd = false;
-    task.setFunction([&] {
-        wasHeld = !isFree();
-        return Error(0);
-    });
-    QObject::connect(
-        &task, &BaseTask::finished, &task, [&] { wasFreeAtTheEnd = isFree(); },
-        Qt::DirectConnection);
-    task.exec();
-    EXPECT_TRUE(wasHeld);
-    EXPECT_TRUE(wasFreeAtTheEnd);
-}
-
-TEST_F(SemaphoreLockerTest, task_onAWorker_carriesTheLockThere)
-{
-    TaskWithSemaphore task(std::make_unique<SemaphoreLocker>(semaphore.get(), 1));
-    std::atomic<bool> heldByWorker = false;
-    task.setFunction(
-        [&] {
-            heldByWorker = SemaphoreLocker::isHeldByThisThread(*semaphore);
-            return Error(0);
-        },
-        Task::ExecutionMode::Asynchronous);
-    task.exec();
-    EXPECT_FALSE(task.waitForAllFinished(-1).hasError());
-    EXPECT_TRUE(heldByWorker);
-    EXPECT_TRUE(isFree());
-}
-
-TEST_F(SemaphoreLockerTest, task_onAWorker_leavesItsMakersThreadToWaitLikeAnyOther)
-{
-    TaskWithSemaphore task(std::make_unique<SemaphoreLocker>(semaphore.get(), 1));
-    std::promise<void> mayEnd;
-    task.setFunction(
-        [&] {
-            mayEnd.get_future().wait();
-            return Error(0);
-        },
-        Task::ExecutionMode::Asynchronous);
-    EXPECT_TRUE(SemaphoreLocker::isHeldByThisThread(*semaphore));
-    // Before the worker is there, which says itself that it holds it.
-    bool isHeldAtTheStart = true;
-    QObject::connect(&task, &BaseTask::started, &task,
-                     [&] { isHeldAtTheStart = SemaphoreLocker::isHeldByThisThread(*semaphore); });
-    task.exec();
-    EXPECT_FALSE(isHeldAtTheStart);
-    mayEnd.set_value();
-    EXPECT_FALSE(task.waitForAllFinished(-1).hasError());
-}
-
-TEST_F(SemaphoreLockerTest, task_destroyedWhileItRuns_waitsForItsWork)
-{
-    std::promise<void> started;
-    bool ended = false;
-    {
-        TaskWithSemaphore task(std::make_unique<SemaphoreLocker>(semaphore.get(), 1));
-        task.setFunction([&](Task *running) {
-            started.set_value();
-            while (!running->isCanceled())
-                std::this_thread::yield();
-            ended = !isFree();
-            return Error(0);
-        });
-        task.setExecutionMode(Task::ExecutionMode::Asynchronous);
-        task.exec();
-        started.get_future().wait();
-    }
-    EXPECT_TRUE(ended);
-    EXPECT_TRUE(isFree());
-}
-
-TEST_F(SemaphoreLockerTest, task_destroyedUnrun_freesTheLock)
-{
-    {
-        const TaskWithSemaphore task(std::make_unique<SemaphoreLocker>(semaphore.get(), 1));
-    }
-    EXPECT_TRUE(isFree());
-}
-
-TEST_F(SemaphoreLockerTest, task_canceledUnrun_freesTheLock)
-{
-    TaskWithSemaphore task(std::make_unique<SemaphoreLocker>(semaphore.get(), 1));
-    task.cancel();
-    EXPECT_TRUE(task.isFinished());
-    EXPECT_TRUE(isFree());
-}
-
-TEST_F(SemaphoreLockerTest, task_withoutALock_runsItsFunction)
-{
-    TaskWithSemaphore task(nullptr);
-    task.setFunction([] { return Error(4, u"x"_s); });
-    task.exec();
-    EXPECT_EQ(task.error().errorCode(), ErrorCode::BadData);
-    EXPECT_TRUE(isFree());
 }
