@@ -1,7 +1,9 @@
 #include "ResourceCache_p.h"
 
 #include "RemovalRange.h"
+#include "SemaphoreLocker.h"
 #include "Task.h"
+#include "TaskWithSemaphore.h"
 #include "errors/Propagate.h"
 #include "platform/TreeRemoval.h"
 #include "references/ResourceReference.h"
@@ -151,6 +153,31 @@ Result<QList<QString>> ResourceCache::Private::outdatedReferences() const
            "marked for deletion"_s.arg(QString::number(timer.elapsed()),
                                        QString::number(outdated.size()));
     return outdated;
+}
+
+Result<std::unique_ptr<Task>> ResourceCache::Private::purgeOutdatedResourcesTask(
+    std::unique_ptr<SemaphoreLocker> locker)
+{
+    ZEL_TRY_LET(const QList<QString> outdated, outdatedReferences());
+    if (outdated.isEmpty())
+        return std::unique_ptr<Task>();
+
+    std::unique_ptr<Task> purge = std::make_unique<TaskWithSemaphore>(std::move(locker));
+    const std::weak_ptr<const bool> itsOpening = opening;
+    purge->setFunction([this, outdated, itsOpening](Task *task) {
+        // In the place where the cache is by now, other copies stand under these references.
+        return itsOpening.expired() ? Error(ErrorCode::Canceled) : deleteResources(outdated, task);
+    });
+    return purge;
+}
+
+Error ResourceCache::Private::purgeOutdatedResources()
+{
+    ZEL_TRY_LET(const std::unique_ptr<Task> task, purgeOutdatedResourcesTask(nullptr));
+    if (!task)
+        return Error();
+    task->exec();
+    return ZEL_PASS(task->error());
 }
 
 Error ResourceCache::Private::deleteResources(const QList<QString> &references, Task *task)

@@ -27,9 +27,9 @@ namespace zacq {
 class Zacq;
 }
 
-/// What ResourceCache does while the semaphore is held. No member takes it, but for those at the
-/// end that say so, and none calls a public member of ResourceCache: the semaphore is not
-/// reentrant, a second take waits for ever.
+/// What ResourceCache does while the semaphore is held. No member takes it but those at the end,
+/// and none calls a public member of ResourceCache: the semaphore is not reentrant, a second take
+/// waits for ever.
 class ZEL_RESOURCE_MANAGER_HIDDEN ResourceCache::Private
 {
     Q_DECLARE_TR_FUNCTIONS(zel::ResourceCache)
@@ -102,6 +102,10 @@ public:
     /// purge before did not say the same. Fails only to read that.
     Error reportPinnedSize(qint64 goal, qint64 extraSize);
     Result<QList<QString>> outdatedReferences() const;
+    Error purgeOutdatedResources();
+    /// The task keeps the locker until it has run or goes; null if the caller keeps it.
+    Result<std::unique_ptr<Task>> purgeOutdatedResourcesTask(
+        std::unique_ptr<SemaphoreLocker> locker);
     Error deleteResources(const QList<QString> &references, Task *task);
     Error removeIfNotInUse(TransactionContext *context, const QString &reference);
     /// Files first, then the row: a crash between the two leaves a row that the next removal mends.
@@ -153,8 +157,8 @@ public:
     Error acceptExistingTarget(const QString &reference, const QString &path, const QString &target,
                                const zacq::Zacq &container);
 
-    // Opening, ping, the end of a use, the scan and the purge task. These take the semaphore or are
-    // given it.
+    // Opening, moving, the ping and the scan behind an opening. These take the semaphore, or do not
+    // need it.
     Error open(const ResourceCachePath &path, const ResourceCacheSizes &sizes);
     void close();
     /// Takes the semaphore of the place where the cache is, and with it the cache.
@@ -171,15 +175,14 @@ public:
     /// Calls the function on the timer's thread, unless another request comes first.
     void postPingRequest(int request, void (QTimer::*startOrStop)());
     void pingDatabase();
-    void onFinishedUsing(const QString &reference, qint64 usageId,
-                         const std::weak_ptr<const bool> &itsOpening);
     void startFileSizesUpdateIfNeeded();
     bool isFileSizesUpdateDue() const;
     /// Returns when no scan uses this object any more; one that runs goes on to its end.
     void waitForFileSizesUpdate();
-    Error purgeOutdatedResources();
-    Result<std::unique_ptr<Task>> purgeOutdatedResourcesTask(
-        std::unique_ptr<SemaphoreLocker> locker);
+
+    // The end of a use, by its handle. Takes the semaphore.
+    void onFinishedUsing(const QString &reference, qint64 usageId,
+                         const std::weak_ptr<const bool> &itsOpening);
 
     ResourceCleanupPolicy cleanupPolicyRestriction = ResourceCleanupPolicy::Invalid;
     ResourceCachePath cachePath;
