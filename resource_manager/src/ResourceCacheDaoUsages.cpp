@@ -36,6 +36,18 @@ Result<QList<qint64>> selectTransientResources(QSqlQuery &query, qint64 clientId
     return ZEL_PASS(readIds(query));
 }
 
+/// Whether what the bound query counts is there at all.
+Result<bool> countsAny(QSqlQuery &query)
+{
+    Error error;
+    ZEL_TRY(error, db::qExec(query));
+    if (!query.next()) {
+        return ZEL_ERROR(ErrorCode::OperationFailed,
+                         ResourceCacheDao::tr("Unable to get necessary data from database."));
+    }
+    return query.value(0).toInt() > 0;
+}
+
 /// How many tasks there are for other resources than this one, of whatever client. Tasks for this
 /// one do not count, on purpose: who still wants it finds it Missing and begins anew.
 Result<int> countTasksForOthers(QSqlQuery &query, qint64 resourceId)
@@ -320,12 +332,7 @@ Result<bool> ResourceCacheDao::retrieveInProgress(const QString &reference) cons
     QSqlQuery query = newQuery();
     ZEL_TRY(error, db::qPrepare(query, sql));
     query.addBindValue(bindable(reference));
-    ZEL_TRY(error, db::qExec(query));
-    if (!query.next()) {
-        return ZEL_ERROR(ErrorCode::OperationFailed,
-                         tr("Unable to get necessary data from database."));
-    }
-    return query.value(0).toInt() > 0;
+    return ZEL_PASS(countsAny(query));
 }
 
 Result<bool> ResourceCacheDao::retrieveInProgressElsewhere(const QString &reference) const
@@ -339,12 +346,7 @@ Result<bool> ResourceCacheDao::retrieveInProgressElsewhere(const QString &refere
     ZEL_TRY(error, db::qPrepare(query, sql));
     query.addBindValue(clientId);
     query.addBindValue(bindable(reference));
-    ZEL_TRY(error, db::qExec(query));
-    if (!query.next()) {
-        return ZEL_ERROR(ErrorCode::OperationFailed,
-                         tr("Unable to get necessary data from database."));
-    }
-    return query.value(0).toInt() > 0;
+    return ZEL_PASS(countsAny(query));
 }
 
 Result<std::optional<int>> ResourceCacheDao::readProgress(const QString &reference)
