@@ -21,6 +21,7 @@ QList<QString> MsDataAssociatedResourcesProvider::getAssociatedResources(const Q
     // times as long as to see that.
     if (!FolderGlance::holdsEnding(dir.path(), { ".ms1.cache", ".data.cache" }))
         return {};
+    // As patterns: a name with wildcard characters acts as one, which programs rely on.
     const QStringList filters { u"%1.ms1.cache"_s.arg(info.fileName()),
                                 u"%1.data.cache"_s.arg(info.fileName()) };
     QList<QString> associated;
