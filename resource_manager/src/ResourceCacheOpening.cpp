@@ -219,7 +219,8 @@ void ResourceCache::Private::pingDatabase()
     const auto lock = hold();
     if (!dao->isOpen())
         return;
-    // The next tick pings again, and a process without a ping is cleaned up by the others.
+    // Without a trace: the next tick pings again, and where the file cannot be used, the cleanup
+    // behind it tells.
     ZEL_IGNORE(dao->updateClientLastPingTime(QDateTime::currentMSecsSinceEpoch()));
     // The next tick tries again.
     ZEL_DROP(cleanupInactiveClients());

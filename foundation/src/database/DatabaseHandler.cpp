@@ -83,7 +83,8 @@ void DatabaseHandler::endLeftTransaction()
 {
     if (!isLeftOpen || !openTransactions.isEmpty())
         return;
-    // Often SQLite has undone it already; then there is none, which is as good.
+    // Often SQLite has undone it already; then there is none, which is as good. One that stays
+    // shows itself: no other can begin.
     ZEL_IGNORE(run(u"ROLLBACK"_s));
     isLeftOpen = false;
 }

@@ -46,7 +46,7 @@ NativeFile &NativeFile::operator=(NativeFile &&other) noexcept
 NativeFile::~NativeFile()
 {
     // What must not get lost has been synced before; closing has nothing left to tell.
-    ZEL_IGNORE(Descriptor(descriptor).close());
+    static_cast<void>(Descriptor(descriptor).close());
 }
 
 Result<NativeFile> NativeFile::open(const std::filesystem::path &path, Mode mode)
