@@ -28,12 +28,3 @@ TEST(ExternalProgramTest, configure_treeInAFolderOfTheProject_bringsTheLibraries
     EXPECT_FALSE(QFileInfo::exists(project.program(u"zel/apps"_s)));
     EXPECT_FALSE(QFileInfo::exists(project.program(u"zel/tests"_s)));
 }
-
-TEST(SharedLibraryTest, exports_always_nothingOfTheInsideOfClasses)
-{
-    ProgramRun names(QStringLiteral(NM_PROGRAM),
-                     { u"-DC"_s, u"--defined-only"_s, QStringLiteral(SHARED_LIBRARY) });
-    ASSERT_EQ(names.exitCode(), 0) << names.errors().toStdString();
-    EXPECT_TRUE(names.output().contains("zel::ResourceManager::instance()"));
-    EXPECT_FALSE(names.output().contains("::Private::")) << names.output().toStdString();
-}

@@ -54,6 +54,15 @@ TEST_P(ExportsTest, library_asBuilt_exportsWhatItsListSays)
     }
 }
 
+TEST_P(ExportsTest, library_asBuilt_exportsNothingOfTheInsideOfClasses)
+{
+    ProgramRun names(QStringLiteral(NM_PROGRAM),
+                     { u"-DC"_s, u"--defined-only"_s, GetParam().library });
+    ASSERT_EQ(names.exitCode(), 0) << names.errors().toStdString();
+    EXPECT_TRUE(names.output().contains(" zel::")) << names.output().toStdString();
+    EXPECT_FALSE(names.output().contains("::Private::")) << names.output().toStdString();
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Libraries, ExportsTest,
     testing::Values(Exports { "manager", QStringLiteral(MANAGER_LIBRARY),
