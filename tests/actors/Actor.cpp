@@ -4,6 +4,8 @@
 #include "ResourceManager.h"
 #include "references/ResourceReference.h"
 
+#include <QCoreApplication>
+
 #include <sys/resource.h>
 
 namespace zel::test {
@@ -34,6 +36,19 @@ QString retrieve(const QString &text)
         return toAnswer(handler.error());
     const auto path = handler.value()->expectedPath();
     return path.hasValue() ? u"ok "_s + path.value().toString() : toAnswer(path.error());
+}
+
+int runActor(int argc, char **argv, const std::function<void()> &setUp,
+             const LineServer::Command &obey)
+{
+    leaveNoCore();
+    const QCoreApplication application(argc, argv);
+    ResourceManagerSettings settings;
+    settings.cachePath.setBaseDirPath(QCoreApplication::arguments().at(1));
+    ResourceManager::overrideDefaultSettings(settings);
+    setUp();
+    const LineServer server(obey);
+    return QCoreApplication::exec();
 }
 
 } // namespace zel::test

@@ -8,7 +8,6 @@
 ///   quit                  ends in good order; the answer is empty
 
 #include "Actor.h"
-#include "LineServer.h"
 #include "ResourceManager.h"
 #include "SchemesRegistration.h"
 #include "SuddenDeath.h"
@@ -44,13 +43,9 @@ QString obey(const QString &line)
 
 int main(int argc, char **argv)
 {
-    zel::test::leaveNoCore();
-    QCoreApplication application(argc, argv);
-    zel::ResourceManagerSettings settings;
-    settings.cachePath.setBaseDirPath(QCoreApplication::arguments().at(1));
-    zel::ResourceManager::overrideDefaultSettings(settings);
-    zel::registerResourceSchemes();
-    zel::ResourceManager::instance();
-    const zel::test::LineServer server(zel::test::obey);
-    return application.exec();
+    const auto setUp = [] {
+        zel::registerResourceSchemes();
+        zel::ResourceManager::instance();
+    };
+    return zel::test::runActor(argc, argv, setUp, zel::test::obey);
 }

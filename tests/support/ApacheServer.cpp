@@ -10,14 +10,9 @@
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
-#include <QFileInfo>
-#include <QThread>
 
 #include <grp.h>
-#include <sys/prctl.h>
 #include <unistd.h>
-
-#include <csignal>
 
 namespace zel::test {
 
@@ -25,7 +20,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int processLimitMs = 20000;
 constexpr int mostStarts = 5;
 constexpr unsigned nobody = 65534;
 
@@ -55,15 +49,13 @@ ApacheServer::ApacheServer()
 ApacheServer::ApacheServer(const Options &options)
     : options(options)
 {
-    EXPECT_TRUE(directory.isValid()) << qPrintable(directory.errorString());
-    EXPECT_TRUE(QDir(directory.path()).mkdir(u"root"_s));
     giveToNobody(directory.path());
     if (!options.user.isEmpty()) {
         // A hash that any system's own function makes; the salt may be known to everybody.
         QProcess openssl;
         openssl.start(u"openssl"_s,
                       { u"passwd"_s, u"-apr1"_s, u"-salt"_s, u"zelzelze"_s, options.password });
-        EXPECT_TRUE(openssl.waitForFinished(processLimitMs));
+        EXPECT_TRUE(openssl.waitForFinished(limitMs));
         writeFile(directory.filePath(u"users"_s),
                   options.user.toUtf8() + ':' + openssl.readAllStandardOutput());
     }
@@ -77,16 +69,6 @@ ApacheServer::ApacheServer(const Options &options)
             return;
     }
     ADD_FAILURE() << "apache2 does not start: " << errorLog().toStdString();
-}
-
-ApacheServer::~ApacheServer()
-{
-    stop();
-}
-
-QString ApacheServer::root() const
-{
-    return directory.filePath(u"root"_s);
 }
 
 QString ApacheServer::url(const QString &path) const
@@ -114,34 +96,6 @@ void ApacheServer::addFolder(const QString &path) const
     EXPECT_TRUE(QDir(root()).mkpath(path));
 }
 
-QList<LoggedRequest> ApacheServer::requests() const
-{
-    QFile log(directory.filePath(u"access.log"_s));
-    QList<LoggedRequest> found;
-    if (!log.open(QIODevice::ReadOnly))
-        return found;
-    for (const QByteArray &line : log.readAll().split('\n')) {
-        const QList<QByteArray> fields = line.split('\t');
-        if (fields.size() != 6)
-            continue;
-        LoggedRequest request;
-        request.method = QString::fromUtf8(fields[0]);
-        request.path = QString::fromUtf8(fields[1]);
-        request.status = fields[2].toInt();
-        request.bodyBytes = fields[3].toLongLong();
-        request.range = QString::fromUtf8(fields[4]);
-        request.authorization = QString::fromUtf8(fields[5]);
-        found.append(request);
-    }
-    return found;
-}
-
-QList<LoggedRequest> ApacheServer::waitForRequests(qsizetype count) const
-{
-    EXPECT_TRUE(waitUntil([&] { return requests().size() >= count; })) << qPrintable(errorLog());
-    return requests();
-}
-
 QStringList ApacheServer::waitForSentFiles(qsizetype count) const
 {
     EXPECT_TRUE(waitUntil([&] { return sentFiles().size() >= count; })) << qPrintable(errorLog());
@@ -159,23 +113,6 @@ QStringList ApacheServer::sentFiles() const
     return paths;
 }
 
-QString ApacheServer::errorLog() const
-{
-    QFile log(directory.filePath(u"error.log"_s));
-    return log.open(QIODevice::ReadOnly) ? QString::fromUtf8(log.readAll()) : QString();
-}
-
-void ApacheServer::stop()
-{
-    if (!process || process->state() == QProcess::NotRunning)
-        return;
-    process->terminate();
-    if (process->waitForFinished(processLimitMs))
-        return;
-    process->kill();
-    process->waitForFinished(processLimitMs);
-}
-
 /// A copy that the server may read, whatever user it is.
 void ApacheServer::takeOver(const QString &path, const QString &name) const
 {
@@ -187,24 +124,16 @@ bool ApacheServer::tryToStart()
 {
     listeningPort = LoopbackSocket().port();
     writeFile(directory.filePath(u"apache.conf"_s), configuration().toUtf8());
-    process = std::make_unique<QProcess>();
-    process->setChildProcessModifier([] {
-        becomeNobody();
-        ::prctl(PR_SET_PDEATHSIG, SIGTERM);
-    });
-    process->setProcessChannelMode(QProcess::ForwardedChannels);
-    process->start(
-        u"apache2"_s,
-        { u"-X"_s, u"-d"_s, directory.path(), u"-f"_s, directory.filePath(u"apache.conf"_s) });
-
-    EXPECT_TRUE(process->waitForStarted(processLimitMs)) << qPrintable(process->errorString());
+    run(u"apache2"_s,
+        { u"-X"_s, u"-d"_s, directory.path(), u"-f"_s, directory.filePath(u"apache.conf"_s) },
+        becomeNobody);
     return waitUntilItListens();
 }
 
 /// The file with the process's number comes after the port was taken.
 bool ApacheServer::waitUntilItListens() const
 {
-    const QDeadlineTimer limit(processLimitMs);
+    const QDeadlineTimer limit(limitMs);
     const QString pidFile = directory.filePath(u"apache.pid"_s);
     while (!limit.hasExpired() && !process->waitForFinished(10)) {
         QFile file(pidFile);
@@ -263,7 +192,7 @@ ErrorLog error.log
 DefaultRuntimeDir "%2"
 TypesConfig /dev/null
 %3
-LogFormat "%m\t%U\t%>s\t%B\t%{Range}i\t%{Authorization}i" fields
+LogFormat "%m\t%U\t%>s\t%B\t%{Range}i\t%{If-Range}i\t%{Accept-Encoding}i\t%{Authorization}i" fields
 CustomLog access.log fields
 KeepAlive On
 MaxKeepAliveRequests 0

@@ -1,14 +1,13 @@
 #pragma once
 
-#include "NginxServer.h"
+#include "ServerProcess.h"
 
 namespace zel::test {
 
 /// A private apache httpd with its WebDAV module, on a free port of the loopback address.
 ///
-/// It listens as soon as the object exists and ends with the object or with the thread that made
-/// it. Its files lie in a temporary folder of its own; what tests put below root() is its tree.
-class ApacheServer
+/// It listens as soon as the object exists. Logged requests have their paths without a query.
+class ApacheServer : public ServerProcess
 {
 public:
     struct Options
@@ -24,12 +23,7 @@ public:
 
     ApacheServer();
     explicit ApacheServer(const Options &options);
-    ~ApacheServer();
-    ApacheServer(const ApacheServer &) = delete;
-    ApacheServer &operator=(const ApacheServer &) = delete;
 
-    QString root() const;
-    quint16 port() const { return listeningPort; }
     /// "dav://127.0.0.1:PORT/PATH", or davs if it speaks TLS. The path is taken as it is.
     QString url(const QString &path) const;
     /// The same as a web address.
@@ -40,19 +34,10 @@ public:
     void addFile(const QString &path, const QByteArray &content) const;
     void addFolder(const QString &path) const;
 
-    /// All requests that have been answered so far. A line is written when an answer is complete,
-    /// which the client can know a moment before.
-    QList<LoggedRequest> requests() const;
     /// The paths of the files that were sent.
     QStringList sentFiles() const;
     /// The same once there are so many of them; fails the test if that takes too long.
-    QList<LoggedRequest> waitForRequests(qsizetype count) const;
     QStringList waitForSentFiles(qsizetype count) const;
-    /// What the server complained of, for messages of tests.
-    QString errorLog() const;
-
-    /// Ends the server; connections to it break.
-    void stop();
 
 private:
     void takeOver(const QString &path, const QString &name) const;
@@ -62,10 +47,7 @@ private:
     QString modules() const;
     QString optionLines() const;
 
-    QTemporaryDir directory;
     Options options;
-    quint16 listeningPort = 0;
-    std::unique_ptr<QProcess> process;
 };
 
 } // namespace zel::test

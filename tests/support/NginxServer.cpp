@@ -4,44 +4,14 @@
 
 #include <gtest/gtest.h>
 
-#include <QDeadlineTimer>
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
-#include <QThread>
 
 #include <fcntl.h>
-#include <sys/prctl.h>
 #include <unistd.h>
-
-#include <csignal>
 
 namespace zel::test {
 
 using namespace Qt::Literals::StringLiterals;
-
-namespace {
-
-constexpr int processLimitMs = 20000;
-
-LoggedRequest parsedLogLine(const QByteArray &line)
-{
-    const QList<QByteArray> fields = line.split('\t');
-    LoggedRequest request;
-    if (fields.size() != 8)
-        return request;
-    request.method = QString::fromUtf8(fields[0]);
-    request.path = QString::fromUtf8(fields[1]);
-    request.status = fields[2].toInt();
-    request.bodyBytes = fields[3].toLongLong();
-    request.range = QString::fromUtf8(fields[4]);
-    request.ifRange = QString::fromUtf8(fields[5]);
-    request.acceptEncoding = QString::fromUtf8(fields[6]);
-    request.authorization = QString::fromUtf8(fields[7]);
-    return request;
-}
-
-} // namespace
 
 NginxServer::NginxServer()
     : NginxServer(Options())
@@ -50,10 +20,7 @@ NginxServer::NginxServer()
 
 NginxServer::NginxServer(const Options &options)
     : options(options)
-    , process(std::make_unique<QProcess>())
 {
-    EXPECT_TRUE(directory.isValid()) << qPrintable(directory.errorString());
-    EXPECT_TRUE(QDir(directory.path()).mkdir(u"root"_s));
     if (!options.user.isEmpty()) {
         const QString line = options.user + u":{PLAIN}"_s + options.password + u'\n';
         writeFile(directory.filePath(u"users"_s), line.toUtf8());
@@ -63,16 +30,6 @@ NginxServer::NginxServer(const Options &options)
     listeningPort = socket.port();
     writeFile(directory.filePath(u"nginx.conf"_s), configuration().toUtf8());
     start(socket.descriptor());
-}
-
-NginxServer::~NginxServer()
-{
-    stop();
-}
-
-QString NginxServer::root() const
-{
-    return directory.filePath(u"root"_s);
 }
 
 QString NginxServer::url(const QString &path) const
@@ -90,48 +47,6 @@ void NginxServer::addSparseFile(const QString &path, qint64 size) const
 {
     addFile(path, {});
     EXPECT_TRUE(QFile::resize(root() + u'/' + path, size));
-}
-
-QList<LoggedRequest> NginxServer::requests() const
-{
-    QFile log(directory.filePath(u"access.log"_s));
-    QList<LoggedRequest> found;
-    if (!log.open(QIODevice::ReadOnly))
-        return found;
-    for (const QByteArray &line : log.readAll().split('\n')) {
-        if (!line.isEmpty())
-            found.append(parsedLogLine(line));
-    }
-    return found;
-}
-
-QList<LoggedRequest> NginxServer::waitForRequests(qsizetype count) const
-{
-    const QDeadlineTimer limit(processLimitMs);
-    QList<LoggedRequest> found = requests();
-    while (found.size() < count && !limit.hasExpired()) {
-        QThread::msleep(5);
-        found = requests();
-    }
-    EXPECT_GE(found.size(), count) << qPrintable(errorLog());
-    return found;
-}
-
-QString NginxServer::errorLog() const
-{
-    QFile log(directory.filePath(u"error.log"_s));
-    return log.open(QIODevice::ReadOnly) ? QString::fromUtf8(log.readAll()) : QString();
-}
-
-void NginxServer::stop()
-{
-    if (process->state() == QProcess::NotRunning)
-        return;
-    process->terminate();
-    if (process->waitForFinished(processLimitMs))
-        return;
-    process->kill();
-    process->waitForFinished(processLimitMs);
 }
 
 QString NginxServer::configuration() const
@@ -189,31 +104,10 @@ void NginxServer::start(int listeningDescriptor)
     // The server finds the number of the socket that it inherits in a variable of this name.
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"NGINX"_s, QString::number(listeningDescriptor) + u';');
-    process->setProcessEnvironment(environment);
-    process->setChildProcessModifier([listeningDescriptor] {
-        ::fcntl(listeningDescriptor, F_SETFD, 0);
-        ::prctl(PR_SET_PDEATHSIG, SIGTERM);
-    });
-    process->setProcessChannelMode(QProcess::ForwardedChannels);
     const QString folder = directory.path() + u'/';
-    process->start(u"nginx"_s,
-                   { u"-p"_s, folder, u"-e"_s, u"error.log"_s, u"-c"_s, u"nginx.conf"_s });
-    EXPECT_TRUE(process->waitForStarted(processLimitMs)) << qPrintable(process->errorString());
-}
-
-SelfSignedCertificate::SelfSignedCertificate(const QString &folder)
-    : certificate(folder + u"/certificate.pem"_s)
-    , key(folder + u"/key.pem"_s)
-{
-    QProcess process;
-    process.start(u"openssl"_s,
-                  { u"req"_s, u"-x509"_s, u"-newkey"_s, u"ec"_s, u"-pkeyopt"_s,
-                    u"ec_paramgen_curve:prime256v1"_s, u"-nodes"_s, u"-days"_s, u"2"_s, u"-subj"_s,
-                    u"/CN=localhost"_s, u"-addext"_s,
-                    u"subjectAltName=IP:127.0.0.1,DNS:localhost"_s, u"-keyout"_s, key, u"-out"_s,
-                    certificate });
-    EXPECT_TRUE(process.waitForFinished(processLimitMs));
-    EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
+    run(
+        u"nginx"_s, { u"-p"_s, folder, u"-e"_s, u"error.log"_s, u"-c"_s, u"nginx.conf"_s },
+        [listeningDescriptor] { ::fcntl(listeningDescriptor, F_SETFD, 0); }, environment);
 }
 
 } // namespace zel::test

@@ -7,7 +7,6 @@
 /// or "error CODE MESSAGE". The commands are the names of commands().
 
 #include "Actor.h"
-#include "LineServer.h"
 #include "ResourceCache.h"
 #include "ResourceManager.h"
 #include "SchemesRegistration.h"
@@ -214,13 +213,7 @@ private:
 
 int main(int argc, char **argv)
 {
-    zel::test::leaveNoCore();
-    QCoreApplication application(argc, argv);
-    zel::ResourceManagerSettings settings;
-    settings.cachePath.setBaseDirPath(QCoreApplication::arguments().at(1));
-    zel::ResourceManager::overrideDefaultSettings(settings);
-    zel::registerResourceSchemes();
     zel::test::KillActor actor;
-    const zel::test::LineServer server([&actor](const QString &line) { return actor.obey(line); });
-    return application.exec();
+    return zel::test::runActor(argc, argv, zel::registerResourceSchemes,
+                               [&actor](const QString &line) { return actor.obey(line); });
 }

@@ -1,6 +1,8 @@
 #include "DavClientFixture.h"
 
 #include "ApacheServer.h"
+#include "NginxServer.h"
+#include "SelfSignedCertificate.h"
 
 #include <QFileInfo>
 

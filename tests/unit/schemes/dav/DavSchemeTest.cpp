@@ -2,6 +2,7 @@
 
 #include "DavSchemeFixture.h"
 #include "ResourceCache.h"
+#include "SelfSignedCertificate.h"
 #include "dav/DavTasks.h"
 #include "tasks/GetSiblingsTask.h"
 

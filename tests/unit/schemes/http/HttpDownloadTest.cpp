@@ -1,5 +1,6 @@
 #include "HttpTestSupport.h"
 #include "NginxServer.h"
+#include "SelfSignedCertificate.h"
 
 #include <gtest/gtest.h>
 
