@@ -1,6 +1,7 @@
 #include "files/WholeCopy.h"
 
 #include "errors/Propagate.h"
+#include "files/NativePath.h"
 #include "platform/FileIdentity.h"
 #include "platform/FileSync.h"
 #include "platform/ProcessIdentity.h"
@@ -39,11 +40,6 @@ void removeRemains(const QDir &folder)
         if (!WholeCopy::isInProgress(QFile::encodeName(name)))
             ZEL_DROP(TreeRemoval::remove(folder.filePath(name))); // it is in nobody's way
     }
-}
-
-std::filesystem::path nativePath(const QString &path)
-{
-    return QFile::encodeName(path).toStdString();
 }
 
 /// The name in the folder, and that of the folder, which may be as new.

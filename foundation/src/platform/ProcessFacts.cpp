@@ -1,5 +1,6 @@
 #include "platform/ProcessFacts.h"
 
+#include "files/NativePath.h"
 #include "platform/ProcessIdentity.h"
 
 #include <QDir>
@@ -83,7 +84,7 @@ QString ProcessFacts::programOf(qint64 processId)
 std::optional<bool> ProcessFacts::hasOpen(qint64 processId, const QString &path)
 {
     namespace fs = std::filesystem;
-    const fs::path file = QFile::encodeName(path).toStdString();
+    const fs::path file = nativePath(path);
     std::error_code failure;
     if (!fs::exists(file, failure))
         return {};

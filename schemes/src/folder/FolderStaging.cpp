@@ -1,8 +1,8 @@
 #include "folder/FolderStaging.h"
 
-#include "NativePath.h"
 #include "SchemeErrors.h"
 #include "errors/Propagate.h"
+#include "files/NativePath.h"
 #include "platform/FileSync.h"
 #include "platform/FreeSpace.h"
 #include "platform/TreeRemoval.h"

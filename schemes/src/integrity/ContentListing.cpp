@@ -1,7 +1,7 @@
 #include "integrity/ContentListing.h"
 
-#include "NativePath.h"
 #include "errors/Propagate.h"
+#include "files/NativePath.h"
 #include "platform/TreeListing.h"
 
 namespace zel::ContentListing {

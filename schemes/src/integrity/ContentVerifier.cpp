@@ -1,7 +1,7 @@
 #include "integrity/ContentVerifier.h"
 
-#include "NativePath.h"
 #include "errors/Propagate.h"
+#include "files/NativePath.h"
 #include "integrity/ContentListing.h"
 #include "integrity/ContentSum.h"
 

@@ -1,7 +1,7 @@
 #include "integrity/FetchManifest.h"
 
-#include "NativePath.h"
 #include "errors/Propagate.h"
+#include "files/NativePath.h"
 #include "integrity/ContentListing.h"
 #include "integrity/ContentSum.h"
 #include "integrity/ManifestStore.h"

@@ -1,9 +1,9 @@
 #include "integrity/ManifestStore.h"
 
-#include "NativePath.h"
 #include "OwnFile.h"
 #include "errors/Propagate.h"
 #include "files/FileUtilsGeneric.h"
+#include "files/NativePath.h"
 #include "platform/FileLock.h"
 #include "platform/NativeFile.h"
 #include "references/CacheFileName.h"

@@ -1,10 +1,10 @@
 #include "share/ShareRetrieval.h"
 
-#include "NativePath.h"
 #include "SchemeErrors.h"
 #include "Task.h"
 #include "errors/Propagate.h"
 #include "files/FileUtils.h"
+#include "files/NativePath.h"
 #include "platform/FileSync.h"
 #include "platform/FreeSpace.h"
 #include "staging/StagingCleaner.h"

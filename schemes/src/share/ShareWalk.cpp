@@ -1,7 +1,7 @@
 #include "share/ShareWalk.h"
 
-#include "NativePath.h"
 #include "errors/Propagate.h"
+#include "files/NativePath.h"
 
 #include <QByteArray>
 

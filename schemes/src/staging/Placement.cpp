@@ -1,10 +1,10 @@
 #include "staging/Placement.h"
 
-#include "NativePath.h"
 #include "SchemeErrors.h"
 #include "errors/Propagate.h"
 #include "errors/UnifiedError.h"
 #include "files/FileUtilsGeneric.h"
+#include "files/NativePath.h"
 #include "platform/FileSync.h"
 #include "platform/FreeSpace.h"
 #include "platform/TreeCopy.h"

@@ -1,8 +1,8 @@
 #include "staging/StagedFile.h"
 
-#include "NativePath.h"
 #include "SchemeErrors.h"
 #include "errors/Propagate.h"
+#include "files/NativePath.h"
 
 #include <algorithm>
 #include <vector>

@@ -1,9 +1,9 @@
 #include "staging/StagingArea.h"
 
-#include "NativePath.h"
 #include "SchemeErrors.h"
 #include "errors/Propagate.h"
 #include "files/FileUtilsGeneric.h"
+#include "files/NativePath.h"
 #include "platform/FileSync.h"
 #include "platform/FreeSpace.h"
 #include "platform/TreeRemoval.h"

@@ -1,7 +1,7 @@
 #include "staging/StagingFolder.h"
 
-#include "NativePath.h"
 #include "errors/Propagate.h"
+#include "files/NativePath.h"
 #include "platform/TreeRemoval.h"
 #include "platform/VolumeMove.h"
 #include "references/CacheFileName.h"

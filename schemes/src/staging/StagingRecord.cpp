@@ -1,8 +1,8 @@
 #include "staging/StagingRecord.h"
 
-#include "NativePath.h"
 #include "OwnFile.h"
 #include "errors/Propagate.h"
+#include "files/NativePath.h"
 #include "platform/FileSync.h"
 #include "platform/NativeFile.h"
 #include "platform/VolumeMove.h"
