@@ -179,10 +179,6 @@
 <context>
     <name>zel::FolderStaging</name>
     <message>
-        <source>Making the folder &quot;%1&quot; failed: %2</source>
-        <translation>Der Ordner „%1“ konnte nicht angelegt werden: %2</translation>
-    </message>
-    <message>
         <source>Moving &quot;%1&quot; to its place failed: %2</source>
         <translation>„%1“ konnte nicht an seinen Platz gebracht werden: %2</translation>
     </message>
@@ -499,10 +495,6 @@
         <translation>„%1“ hat %2 statt %3 Bytes.</translation>
     </message>
     <message>
-        <source>Making the folder &quot;%1&quot; failed: %2</source>
-        <translation>Der Ordner „%1“ konnte nicht angelegt werden: %2</translation>
-    </message>
-    <message>
         <source>Making the link &quot;%1&quot; failed: %2</source>
         <translation>Die Verknüpfung „%1“ konnte nicht angelegt werden: %2</translation>
     </message>
@@ -539,6 +531,13 @@
     <message>
         <source>There is no room left for &quot;%1&quot;: %2</source>
         <translation>Für „%1“ ist kein Platz mehr: %2</translation>
+    </message>
+</context>
+<context>
+    <name>zel::StagedTree</name>
+    <message>
+        <source>Making the folder &quot;%1&quot; failed: %2</source>
+        <translation>Der Ordner „%1“ konnte nicht angelegt werden: %2</translation>
     </message>
 </context>
 <context>

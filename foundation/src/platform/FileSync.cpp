@@ -1,6 +1,7 @@
 #include "platform/FileSync.h"
 
 #include "errors/Propagate.h"
+#include "files/NativePath.h"
 #include "platform/FreeSpace.h"
 #include "platform/PosixFile.h"
 
@@ -101,10 +102,15 @@ Error FileSync::syncFile(const QString &path)
 
 Error FileSync::syncDirectory(const QString &path)
 {
-    if (const int error = syncFolderAt(QFile::encodeName(path))) {
+    return ZEL_PASS(syncDirectory(nativePath(path)));
+}
+
+Error FileSync::syncDirectory(const std::filesystem::path &path)
+{
+    if (const int error = syncFolderAt(QByteArray::fromStdString(path.native()))) {
         return ZEL_ERROR(
             codeOf(error),
-            tr("Writing the folder \"%1\" failed: %2").arg(path, qt_error_string(error)));
+            tr("Writing the folder \"%1\" failed: %2").arg(shown(path), qt_error_string(error)));
     }
     return {};
 }

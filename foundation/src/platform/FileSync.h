@@ -5,6 +5,8 @@
 #include <QCoreApplication>
 #include <QStringList>
 
+#include <filesystem>
+
 class QFileDevice;
 
 namespace zel {
@@ -23,6 +25,8 @@ public:
     /// Waits until the folder's entries are on the disk, which makes a rename or a new file in it
     /// outlast a power cut. File systems that cannot do this for a folder count as a success.
     static Error syncDirectory(const QString &path);
+    /// The same for one whose name need not be valid text.
+    static Error syncDirectory(const std::filesystem::path &path);
     /// The same for several, in their order; the first failure ends it.
     static Error syncDirectories(const QStringList &paths);
 

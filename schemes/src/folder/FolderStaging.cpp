@@ -17,10 +17,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// So many files are brought to the disk one by one; more of them go with the whole volume, which
-// other programs may keep busy.
-constexpr size_t mostSingleSyncs = 16;
-
 std::string shortHash(const QString &text)
 {
     const QByteArray hash = QCryptographicHash::hash(text.toUtf8(), QCryptographicHash::Sha256);
@@ -62,12 +58,12 @@ Error FolderStaging::prepare(const std::map<QString, qint64> &sizes)
 {
     Error error;
     wantedSizes = sizes;
-    if (listing.files().size() + listing.folders().size() > mostSingleSyncs)
-        ZEL_TRY(error, openVolume());
-    ZEL_TRY(error, makeFolder(partsDirectory()));
-    ZEL_TRY(error, makeFolder(place->mainPath()));
+    const size_t entries = listing.files().size() + listing.folders().size();
+    ZEL_TRY(error, tree.begin(place->contentDirectory(), entries));
+    ZEL_TRY(error, StagedTree::makeFolder(partsDirectory()));
+    ZEL_TRY(error, StagedTree::makeFolder(place->mainPath()));
     for (const QString &folder : listing.folders())
-        ZEL_TRY(error, makeFolder(targetOf(folder)));
+        ZEL_TRY(error, StagedTree::makeFolder(targetOf(folder)));
     for (const auto &[path, file] : listing.files()) {
         const std::optional<qint64> present = fileSize(targetOf(path));
         if (present && isWantedSize(path, *present))
@@ -76,25 +72,6 @@ Error FolderStaging::prepare(const std::map<QString, qint64> &sizes)
             ZEL_TRY(error, TreeRemoval::remove(textPath(targetOf(path))));
     }
     return error;
-}
-
-Error FolderStaging::openVolume()
-{
-    ZEL_TRY_LET(NativeFile folder,
-                NativeFile::open(place->contentDirectory(), NativeFile::Mode::Read));
-    volume = std::move(folder);
-    return {};
-}
-
-Error FolderStaging::makeFolder(const fs::path &path) const
-{
-    std::error_code code;
-    fs::create_directory(path, code);
-    if (!code)
-        return {};
-    return ZEL_ERROR(FreeSpace::codeOf(code),
-                     tr("Making the folder \"%1\" failed: %2")
-                         .arg(textPath(path), QString::fromStdString(code.message())));
 }
 
 std::optional<qint64> FolderStaging::wholeSize(const QString &path) const
@@ -205,15 +182,15 @@ Error FolderStaging::publish()
 
 Error FolderStaging::sync()
 {
-    if (volume)
-        return ZEL_PASS(volume->syncVolume());
     Error error;
-    for (const auto &[path, file] : listing.files())
-        ZEL_TRY(error, FileSync::syncFile(textPath(targetOf(path))));
+    if (!tree.goesWithVolume()) {
+        for (const auto &[path, file] : listing.files())
+            ZEL_TRY(error, FileSync::syncFile(textPath(targetOf(path))));
+    }
+    std::vector<fs::path> folders { place->mainPath() };
     for (const QString &folder : listing.folders())
-        ZEL_TRY(error, FileSync::syncDirectory(textPath(targetOf(folder))));
-    ZEL_TRY(error, FileSync::syncDirectory(textPath(place->mainPath())));
-    return ZEL_PASS(FileSync::syncDirectory(textPath(place->contentDirectory())));
+        folders.push_back(targetOf(folder));
+    return ZEL_PASS(tree.sync(folders));
 }
 
 void FolderStaging::giveRoomBack()

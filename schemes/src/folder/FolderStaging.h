@@ -1,7 +1,7 @@
 #pragma once
 
 #include "folder/RemoteListing.h"
-#include "platform/NativeFile.h"
+#include "staging/StagedTree.h"
 #include "staging/StagingArea.h"
 #include "threads/Mutex.h"
 
@@ -51,8 +51,6 @@ public:
     void giveRoomBack();
 
 private:
-    Error makeFolder(const std::filesystem::path &path) const;
-    Error openVolume();
     Error sync();
     bool isWantedSize(const QString &path, qint64 size) const;
     bool isComplete() const;
@@ -64,8 +62,7 @@ private:
     std::unique_ptr<StagingArea> place;
     const RemoteListing &listing;
     std::map<QString, qint64> wantedSizes; ///< from before the first byte on, where they are known
-    /// Of the place, if all files are synced at once; from before the first byte on.
-    std::optional<NativeFile> volume;
+    StagedTree tree;
     /// Guards the sizes and the sums while files are being finished.
     Mutex mutex { "the sums of a staged folder" };
     std::map<QString, qint64> wholeSizes;

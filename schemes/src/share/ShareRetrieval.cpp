@@ -5,7 +5,6 @@
 #include "errors/Propagate.h"
 #include "files/FileUtils.h"
 #include "files/NativePath.h"
-#include "platform/FileSync.h"
 #include "platform/FreeSpace.h"
 #include "staging/StagingCleaner.h"
 
@@ -17,9 +16,6 @@ namespace {
 
 // Small enough that a slow share answers a cancel in time.
 constexpr qint64 pieceBytes = 256ll * 1024;
-// So many files are brought to the disk one by one; more of them go with the whole volume, which
-// other programs may keep busy.
-constexpr size_t mostSingleSyncs = 16;
 
 /// The owner can always write, so that the cache can remove the copy again.
 fs::perms copiedPermissions(const ShareListing::Entry &entry)
@@ -110,26 +106,16 @@ Error ShareRetrieval::collect(const ShareListing &listing)
 {
     Error error;
     isSingleFile = listing.entries().size() == 1 && !listing.isFolder();
-    syncsEachFile = listing.entries().size() <= mostSingleSyncs;
     doneBytes = stagedBytes(listing);
     progress->begin(doneBytes, listing.totalBytes());
     ZEL_TRY(error, area->requireSpace(listing.totalBytes() - doneBytes));
-    if (!syncsEachFile)
-        ZEL_TRY(error, openVolume());
+    ZEL_TRY(error, tree.begin(area->contentDirectory(), listing.entries().size()));
     for (const ShareListing::Entry &entry : listing.entries()) {
         if (isCanceled())
             return ZEL_PASS(Error(ErrorCode::Canceled));
         ZEL_TRY(error, copyEntry(entry));
     }
     return error;
-}
-
-Error ShareRetrieval::openVolume()
-{
-    ZEL_TRY_LET(NativeFile folder,
-                NativeFile::open(area->contentDirectory(), NativeFile::Mode::Read));
-    volume = std::move(folder);
-    return {};
 }
 
 /// What an earlier fetch of the same state has left. More than all of a file is not the beginning
@@ -157,13 +143,7 @@ Error ShareRetrieval::copyEntry(const ShareListing::Entry &entry)
     case ShareListing::Kind::Folder:
         break;
     }
-    std::error_code code;
-    fs::create_directory(targetOf(entry), code);
-    if (!code)
-        return {};
-    return ZEL_ERROR(FreeSpace::codeOf(code),
-                     tr("Making the folder \"%1\" failed: %2")
-                         .arg(textPath(targetOf(entry)), QString::fromStdString(code.message())));
+    return ZEL_PASS(StagedTree::makeFolder(targetOf(entry)));
 }
 
 Error ShareRetrieval::copyLink(const ShareListing::Entry &entry) const
@@ -238,7 +218,7 @@ Error ShareRetrieval::finishFile(const ShareListing::Entry &entry, StagedFile &f
         ZEL_DROP(area->clear()); // the same bytes again would fail again
         return ZEL_PASS(mismatch);
     }
-    if (syncsEachFile)
+    if (!tree.goesWithVolume())
         ZEL_TRY(error, file.sync());
     std::error_code ignored; // not every volume keeps these, and nobody depends on them
     fs::permissions(targetOf(entry), copiedPermissions(entry), ignored);
@@ -260,21 +240,16 @@ Error ShareRetrieval::checkUnchanged(const ShareListing &listing)
 /// is brought to the disk at once.
 Error ShareRetrieval::makeRight(const ShareListing &listing)
 {
-    Error error;
+    std::vector<fs::path> folders;
     for (auto entry = listing.entries().rbegin(); entry != listing.entries().rend(); ++entry) {
+        if (entry->kind != ShareListing::Kind::Folder)
+            continue;
+        folders.push_back(targetOf(*entry));
         std::error_code ignored; // as for files
-        if (entry->kind == ShareListing::Kind::Folder) {
-            fs::permissions(targetOf(*entry), copiedPermissions(*entry), ignored);
-            fs::last_write_time(targetOf(*entry), entry->modified, ignored);
-        }
+        fs::permissions(folders.back(), copiedPermissions(*entry), ignored);
+        fs::last_write_time(folders.back(), entry->modified, ignored);
     }
-    if (volume)
-        return ZEL_PASS(volume->syncVolume());
-    for (const ShareListing::Entry &entry : listing.entries()) {
-        if (entry.kind == ShareListing::Kind::Folder)
-            ZEL_TRY(error, FileSync::syncDirectory(textPath(targetOf(entry))));
-    }
-    return ZEL_PASS(FileSync::syncDirectory(textPath(area->contentDirectory())));
+    return ZEL_PASS(tree.sync(folders));
 }
 
 Error ShareRetrieval::sourceChanged() const

@@ -1,16 +1,15 @@
 #pragma once
 
 #include "integrity/ContentSum.h"
-#include "platform/NativeFile.h"
 #include "references/ExpectedContent.h"
 #include "share/ShareListing.h"
+#include "staging/StagedTree.h"
 #include "staging/StagingArea.h"
 #include "staging/TransferProgress.h"
 
 #include <QCoreApplication>
 
 #include <memory>
-#include <optional>
 #include <vector>
 
 namespace zel {
@@ -41,7 +40,6 @@ private:
     void giveUp(const Error &reason);
     Error checkExpected(const ShareListing &listing) const;
     Error collect(const ShareListing &listing);
-    Error openVolume();
     qint64 stagedBytes(const ShareListing &listing) const;
     Error copyEntry(const ShareListing::Entry &entry);
     Error copyLink(const ShareListing::Entry &entry) const;
@@ -64,12 +62,10 @@ private:
     const ExpectedContent expected;
     std::unique_ptr<StagingArea> area;
     std::unique_ptr<TransferProgress> progress;
-    /// Of the staging place, if all files are synced at once; from before the first byte on.
-    std::optional<NativeFile> volume;
+    StagedTree tree;
     std::vector<char> buffer;
     qint64 doneBytes = 0;
     bool isSingleFile = false;
-    bool syncsEachFile = true;
 };
 
 } // namespace zel
