@@ -1,27 +1,13 @@
 #include "staging/NeighbourName.h"
 
+#include "staging/NeighbourPrefix.h"
+
 namespace zel::NeighbourName {
-
-namespace {
-
-constexpr std::string_view incomingPrefix = ".incoming-";
-constexpr std::string_view replacedPrefix = ".replaced-";
-
-} // namespace
-
-std::string incoming(const std::string &owner)
-{
-    return std::string(incomingPrefix) + owner;
-}
-
-std::string replaced(const std::string &owner)
-{
-    return std::string(replacedPrefix) + owner;
-}
 
 bool isOne(std::string_view name)
 {
-    return name.starts_with(incomingPrefix) || name.starts_with(replacedPrefix);
+    return name.starts_with(NeighbourPrefix::incoming)
+        || name.starts_with(NeighbourPrefix::replaced);
 }
 
 } // namespace zel::NeighbourName

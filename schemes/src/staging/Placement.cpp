@@ -10,7 +10,7 @@
 #include "platform/TreeCopy.h"
 #include "platform/TreeRemoval.h"
 #include "platform/VolumeMove.h"
-#include "staging/NeighbourName.h"
+#include "staging/NeighbourPrefix.h"
 
 namespace zel {
 
@@ -22,6 +22,11 @@ bool liesSomethingAt(const fs::path &path)
 {
     std::error_code ignored;
     return fs::symlink_status(path, ignored).type() != fs::file_type::not_found;
+}
+
+fs::path neighbourOf(const fs::path &target, std::string_view prefix, const std::string &owner)
+{
+    return target.parent_path() / (std::string(prefix) + owner);
 }
 
 } // namespace
@@ -52,8 +57,8 @@ Error Placement::placeByNeighbour(const fs::path &staged, const fs::path &target
                                   const std::string &owner)
 {
     Error error;
-    const fs::path incoming = target.parent_path() / NeighbourName::incoming(owner);
-    const fs::path replaced = target.parent_path() / NeighbourName::replaced(owner);
+    const fs::path incoming = neighbourOf(target, NeighbourPrefix::incoming, owner);
+    const fs::path replaced = neighbourOf(target, NeighbourPrefix::replaced, owner);
     // What a placement has left whose process died.
     ZEL_TRY(error, TreeRemoval::remove(textPath(incoming)));
     ZEL_TRY(error, TreeRemoval::remove(textPath(replaced)));
