@@ -40,6 +40,22 @@ TEST_F(ShareRetrievalTest, run_emptyFile_arrives)
     EXPECT_TRUE(QFileInfo::exists(plan.expectedPath));
 }
 
+TEST_F(ShareRetrievalTest, run_folderInsideIsNamedByNoText_arrives)
+{
+    const FetchPlan folder = planFor(u"share:/run.d"_s, u"run.d"_s);
+    writeFile(source(u"run.d/file"_s), "content");
+    const fs::path inside = source(u"run.d"_s).toStdString() + "/\xff";
+    fs::create_directory(inside);
+    fs::rename(source(u"run.d/file"_s).toStdString(), inside / "file");
+
+    const Error error = retrieve(folder, u"run.d"_s);
+    EXPECT_FALSE(error.hasError()) << error.description().toStdString();
+    const fs::path arrived = folder.expectedPath.toStdString() + "/\xff";
+    EXPECT_TRUE(fs::exists(arrived / "file"));
+    for (const fs::path &path : { inside, arrived })
+        fs::remove_all(path); // which QTemporaryDir cannot
+}
+
 TEST_F(ShareRetrievalTest, run_folder_arrivesWithAllInIt)
 {
     const FetchPlan folder = planFor(u"share:/run.d"_s, u"run.d"_s);
