@@ -281,7 +281,7 @@ TEST_F(StagingAreaTest, record_tellsWhoFetchesWhat)
 namespace {
 
 /// Staging on a volume of its own, as a link leads there.
-class StagingAreaOnOtherVolume : public StagingAreaTest
+class StagingAreaOnOtherVolumeTest : public StagingAreaTest
 {
 protected:
     void SetUp() override
@@ -296,7 +296,7 @@ protected:
 
 } // namespace
 
-TEST_F(StagingAreaOnOtherVolume, publish_file_isCopiedAndAppearsAsAWhole)
+TEST_F(StagingAreaOnOtherVolumeTest, publish_file_isCopiedAndAppearsAsAWhole)
 {
     const FetchPlan plan = planFor(u"share:/a"_s);
     const auto area = open(plan, u"v1"_s);
@@ -311,7 +311,7 @@ TEST_F(StagingAreaOnOtherVolume, publish_file_isCopiedAndAppearsAsAWhole)
               QStringList { u"run.raw"_s });
 }
 
-TEST_F(StagingAreaOnOtherVolume, publish_folderOverLeftovers_replacesThem)
+TEST_F(StagingAreaOnOtherVolumeTest, publish_folderOverLeftovers_replacesThem)
 {
     const FetchPlan plan = planFor(u"share:/a"_s, u"run.d"_s);
     writeFile(plan.expectedPath + u"/old"_s, "old");
