@@ -8,7 +8,7 @@ namespace zel::test {
 using Kind = FileStep::Kind;
 
 DiskWaits::DiskWaits(std::string data)
-    : m_data(std::move(data))
+    : data(std::move(data))
 {
     watchFileSteps(this);
 }
@@ -20,8 +20,8 @@ DiskWaits::~DiskWaits()
 
 std::vector<std::string> DiskWaits::paths() const
 {
-    const std::lock_guard guard(m_mutex);
-    return m_paths;
+    const std::lock_guard guard(mutex);
+    return synced;
 }
 
 int DiskWaits::countOf(const std::string &part) const
@@ -34,37 +34,37 @@ int DiskWaits::countOf(const std::string &part) const
 
 int DiskWaits::volumes() const
 {
-    const std::lock_guard guard(m_mutex);
-    return m_volumes;
+    const std::lock_guard guard(mutex);
+    return syncedVolumes;
 }
 
 bool DiskWaits::wasVolumeOpenInTime() const
 {
-    const std::lock_guard guard(m_mutex);
-    return m_volumeOpened > 0 && m_volumeOpened < m_firstWrite;
+    const std::lock_guard guard(mutex);
+    return volumeOpened > 0 && volumeOpened < firstWrite;
 }
 
 int DiskWaits::before(const FileStep &step)
 {
     const std::string path = pathOf(step);
-    const std::lock_guard guard(m_mutex);
-    ++m_steps;
+    const std::lock_guard guard(mutex);
+    ++steps;
     if (step.kind == Kind::Sync)
-        m_paths.push_back(path);
-    if (step.kind == Kind::Write && m_firstWrite == 0 && path.find(m_data) != std::string::npos)
-        m_firstWrite = m_steps;
+        synced.push_back(path);
+    if (step.kind == Kind::Write && firstWrite == 0 && path.find(data) != std::string::npos)
+        firstWrite = steps;
     if (step.kind == Kind::SyncFileSystem) {
-        ++m_volumes;
-        m_volumeOpened = m_opened[step.descriptor];
+        ++syncedVolumes;
+        volumeOpened = opened[step.descriptor];
     }
     return 0;
 }
 
 void DiskWaits::after(const FileStep &step, ssize_t result)
 {
-    const std::lock_guard guard(m_mutex);
+    const std::lock_guard guard(mutex);
     if (step.kind == Kind::Open && result >= 0)
-        m_opened[int(result)] = m_steps;
+        opened[int(result)] = steps;
 }
 
 } // namespace zel::test

@@ -33,14 +33,14 @@ private:
     int before(const FileStep &step) override;
     void after(const FileStep &step, ssize_t result) override;
 
-    const std::string m_data;
-    mutable std::mutex m_mutex;
-    std::vector<std::string> m_paths;
-    std::map<int, int> m_opened; ///< the step that opened a descriptor last
-    int m_steps = 0;
-    int m_firstWrite = 0;
-    int m_volumes = 0;
-    int m_volumeOpened = 0;
+    const std::string data;
+    mutable std::mutex mutex;
+    std::vector<std::string> synced;
+    std::map<int, int> opened; ///< the step that opened a descriptor last
+    int steps = 0;
+    int firstWrite = 0;
+    int syncedVolumes = 0;
+    int volumeOpened = 0;
 };
 
 } // namespace zel::test

@@ -29,7 +29,7 @@ bool isOfSqliteItself(void *statement)
 namespace zel::test {
 
 FailingStatement::FailingStatement(int number, Result result)
-    : m_number(number)
+    : number(number)
 {
     stepsSeen = 0;
     failingResult = int(result);
@@ -43,7 +43,7 @@ FailingStatement::~FailingStatement()
 
 bool FailingStatement::hasFailed() const
 {
-    return stepsSeen > m_number;
+    return stepsSeen > number;
 }
 
 int FailingStatement::seen() const

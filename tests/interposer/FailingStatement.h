@@ -30,7 +30,7 @@ public:
     int seen() const;
 
 private:
-    int m_number;
+    int number;
 };
 
 } // namespace zel::test

@@ -15,11 +15,11 @@ bool isBelow(const std::string &path, const std::string &folder)
 
 FailingStep::FailingStep(std::string folder, int number, int error, Lasting lasting,
                          std::optional<FileStep::Kind> kind)
-    : m_folder(std::move(folder))
-    , m_number(number)
-    , m_error(error)
-    , m_lasting(lasting)
-    , m_kind(kind)
+    : folder(std::move(folder))
+    , number(number)
+    , error(error)
+    , lasting(lasting)
+    , kind(kind)
 {
     watchFileSteps(this);
 }
@@ -31,14 +31,13 @@ FailingStep::~FailingStep()
 
 int FailingStep::before(const FileStep &step)
 {
-    if (m_kind && step.kind != *m_kind)
+    if (kind && step.kind != *kind)
         return 0;
-    if (!isBelow(pathOf(step), m_folder) && !isBelow(newPathOf(step), m_folder))
+    if (!isBelow(pathOf(step), folder) && !isBelow(newPathOf(step), folder))
         return 0;
-    const int number = m_seen++;
-    const bool fails
-        = number == m_number || (number > m_number && m_lasting == Lasting::FromThereOn);
-    return fails ? m_error : 0;
+    const int place = count++;
+    const bool fails = place == number || (place > number && lasting == Lasting::FromThereOn);
+    return fails ? error : 0;
 }
 
 } // namespace zel::test

@@ -27,18 +27,18 @@ public:
     ~FailingStep() override;
 
     /// Whether there was a step of that number.
-    bool hasFailed() const { return m_seen > m_number; }
-    int seen() const { return m_seen; }
+    bool hasFailed() const { return count > number; }
+    int seen() const { return count; }
 
 private:
     int before(const FileStep &step) override;
 
-    const std::string m_folder;
-    const int m_number;
-    const int m_error;
-    const Lasting m_lasting;
-    const std::optional<FileStep::Kind> m_kind;
-    std::atomic<int> m_seen = 0;
+    const std::string folder;
+    const int number;
+    const int error;
+    const Lasting lasting;
+    const std::optional<FileStep::Kind> kind;
+    std::atomic<int> count = 0;
 };
 
 } // namespace zel::test

@@ -19,7 +19,7 @@ bool readsFolder(const FileStep &step)
 } // namespace
 
 HeldSteps::HeldSteps(std::string folder)
-    : m_folder(std::move(folder) + '/')
+    : folder(std::move(folder) + '/')
 {
     watchFileSteps(this);
 }
@@ -31,21 +31,21 @@ HeldSteps::~HeldSteps()
 
 int HeldSteps::count() const
 {
-    return m_count;
+    return steps;
 }
 
 int HeldSteps::folders() const
 {
-    return m_folders;
+    return folderSteps;
 }
 
 int HeldSteps::before(const FileStep &step)
 {
-    if (!isHolding() || !(pathOf(step) + '/').starts_with(m_folder))
+    if (!isHolding() || !(pathOf(step) + '/').starts_with(folder))
         return 0;
-    ++m_count;
+    ++steps;
     if (readsFolder(step))
-        ++m_folders;
+        ++folderSteps;
     return 0;
 }
 

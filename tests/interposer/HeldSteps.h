@@ -22,9 +22,9 @@ public:
 private:
     int before(const FileStep &step) override;
 
-    const std::string m_folder; ///< with a slash at its end
-    std::atomic<int> m_count = 0;
-    std::atomic<int> m_folders = 0;
+    const std::string folder; ///< with a slash at its end
+    std::atomic<int> steps = 0;
+    std::atomic<int> folderSteps = 0;
 };
 
 } // namespace zel::test

@@ -51,18 +51,18 @@ bool isSync(const FileStep &step)
 } // namespace
 
 StepRecorder::StepRecorder(std::string folder, const std::string &logPath)
-    : m_folder(std::move(folder))
-    , m_log(::open(logPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600))
+    : folder(std::move(folder))
+    , log(::open(logPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600))
 {
-    if (m_log < 0)
+    if (log < 0)
         std::abort();
 }
 
 int StepRecorder::before(const FileStep &step)
 {
     if (isSync(step)) {
-        const std::lock_guard guard(m_mutex);
-        coveredSteps = m_stepsDone;
+        const std::lock_guard guard(mutex);
+        coveredSteps = stepsDone;
     }
     return 0;
 }
@@ -76,12 +76,12 @@ void StepRecorder::after(const FileStep &step, ssize_t result)
 
 bool StepRecorder::concerns(const std::string &path) const
 {
-    return path.starts_with(m_folder + '/') || path == m_folder;
+    return path.starts_with(folder + '/') || path == folder;
 }
 
 void StepRecorder::record(const FileStep &step, ssize_t result)
 {
-    const std::lock_guard guard(m_mutex);
+    const std::lock_guard guard(mutex);
     LoggedHead head { .kind = int(step.kind), .flags = step.flags };
     std::string bytes;
     switch (step.kind) {
@@ -119,9 +119,9 @@ void StepRecorder::write(LoggedHead head, const std::string &path, const std::st
     entry += path;
     entry += newPath;
     entry += bytes;
-    if (::write(m_log, entry.data(), entry.size()) != ssize_t(entry.size()))
+    if (::write(log, entry.data(), entry.size()) != ssize_t(entry.size()))
         std::abort();
-    ++m_stepsDone;
+    ++stepsDone;
 }
 
 } // namespace zel::test

@@ -37,10 +37,10 @@ private:
     void write(LoggedHead head, const std::string &path, const std::string &newPath,
                const std::string &bytes);
 
-    const std::string m_folder;
-    const int m_log;
-    std::mutex m_mutex;
-    std::uint64_t m_stepsDone = 0;
+    const std::string folder;
+    const int log;
+    std::mutex mutex;
+    std::uint64_t stepsDone = 0;
 };
 
 } // namespace zel::test

@@ -20,21 +20,21 @@ public:
     using Counts = std::function<bool(const FileStep &)>;
 
     SuddenDeath(int steps, Counts counts)
-        : m_stepsToLive(steps)
-        , m_counts(std::move(counts))
+        : stepsToLive(steps)
+        , counts(std::move(counts))
     {
     }
 
     int before(const FileStep &step) override
     {
-        if (m_counts(step) && m_stepsToLive.fetch_sub(1) == 0)
+        if (counts(step) && stepsToLive.fetch_sub(1) == 0)
             ::kill(::getpid(), SIGKILL);
         return 0;
     }
 
 private:
-    std::atomic<int> m_stepsToLive;
-    const Counts m_counts;
+    std::atomic<int> stepsToLive;
+    const Counts counts;
 };
 
 std::atomic<LockCall> deadlyCall = LockCall::Semaphore;

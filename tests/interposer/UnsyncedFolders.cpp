@@ -21,7 +21,7 @@ std::string folderAround(const std::string &path)
 } // namespace
 
 UnsyncedFolders::UnsyncedFolders(std::string folder)
-    : m_folder(std::move(folder))
+    : folder(std::move(folder))
 {
     watchFileSteps(this);
 }
@@ -33,14 +33,14 @@ UnsyncedFolders::~UnsyncedFolders()
 
 std::set<std::string> UnsyncedFolders::now() const
 {
-    const std::lock_guard guard(m_mutex);
-    return m_now;
+    const std::lock_guard guard(mutex);
+    return unsynced;
 }
 
 std::set<std::string> UnsyncedFolders::movedInto() const
 {
-    const std::lock_guard guard(m_mutex);
-    return m_movedInto;
+    const std::lock_guard guard(mutex);
+    return filled;
 }
 
 void UnsyncedFolders::after(const FileStep &step, ssize_t result)
@@ -48,15 +48,16 @@ void UnsyncedFolders::after(const FileStep &step, ssize_t result)
     if (result < 0)
         return;
     const std::string path = pathOf(step);
-    const std::lock_guard guard(m_mutex);
-    if (step.kind == Kind::MakeFolder && isBelow(path, m_folder))
-        m_now.insert(path);
+    const std::lock_guard guard(mutex);
+    if (step.kind == Kind::MakeFolder && isBelow(path, folder))
+        unsynced.insert(path);
     else if (step.kind == Kind::RemoveFolder)
-        m_now.erase(path);
+        unsynced.erase(path);
     else if (step.kind == Kind::Sync)
-        std::erase_if(m_now, [&](const std::string &name) { return folderAround(name) == path; });
+        std::erase_if(unsynced,
+                      [&](const std::string &name) { return folderAround(name) == path; });
     else if (step.kind == Kind::SyncFileSystem)
-        m_now.clear();
+        unsynced.clear();
     else if (step.kind == Kind::Rename)
         rename(path, newPathOf(step));
 }
@@ -64,13 +65,13 @@ void UnsyncedFolders::after(const FileStep &step, ssize_t result)
 void UnsyncedFolders::rename(const std::string &from, const std::string &to)
 {
     std::set<std::string> renamed;
-    for (const std::string &name : m_now) {
+    for (const std::string &name : unsynced) {
         if (isBelow(to, name))
-            m_movedInto.insert(name);
+            filled.insert(name);
         const bool isMoved = name == from || isBelow(name, from);
         renamed.insert(isMoved ? to + name.substr(from.size()) : name);
     }
-    m_now = std::move(renamed);
+    unsynced = std::move(renamed);
 }
 
 } // namespace zel::test

@@ -30,10 +30,10 @@ private:
     void after(const FileStep &step, ssize_t result) override;
     void rename(const std::string &from, const std::string &to);
 
-    const std::string m_folder;
-    mutable std::mutex m_mutex;
-    std::set<std::string> m_now;
-    std::set<std::string> m_movedInto;
+    const std::string folder;
+    mutable std::mutex mutex;
+    std::set<std::string> unsynced;
+    std::set<std::string> filled;
 };
 
 } // namespace zel::test

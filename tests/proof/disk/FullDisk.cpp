@@ -8,9 +8,9 @@
 namespace zel::test {
 
 FullDisk::FullDisk(std::string folder, int number, int error)
-    : m_folder(std::move(folder) + '/')
-    , m_number(number)
-    , m_error(error)
+    : folder(std::move(folder) + '/')
+    , number(number)
+    , error(error)
 {
     watchFileSteps(this);
 }
@@ -24,12 +24,12 @@ int FullDisk::before(const FileStep &step)
 {
     if (!takesRoom(step) || (!isBelow(pathOf(step)) && !isBelow(newPathOf(step))))
         return 0;
-    return m_seen++ >= m_number ? m_error : 0;
+    return seen++ >= number ? error : 0;
 }
 
 bool FullDisk::isBelow(const std::string &path) const
 {
-    return path.starts_with(m_folder);
+    return path.starts_with(folder);
 }
 
 bool FullDisk::takesRoom(const FileStep &step)

@@ -21,17 +21,17 @@ public:
     ~FullDisk() override;
 
     /// Whether anything was refused.
-    bool hasRefused() const { return m_seen > m_number; }
+    bool hasRefused() const { return seen > number; }
 
 private:
     int before(const FileStep &step) override;
     bool isBelow(const std::string &path) const;
     static bool takesRoom(const FileStep &step);
 
-    const std::string m_folder;
-    const int m_number;
-    const int m_error;
-    std::atomic<int> m_seen = 0;
+    const std::string folder;
+    const int number;
+    const int error;
+    std::atomic<int> seen = 0;
 };
 
 } // namespace zel::test

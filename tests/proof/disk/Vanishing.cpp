@@ -9,10 +9,10 @@ namespace zel::test {
 namespace fs = std::filesystem;
 
 Vanishing::Vanishing(std::string folder, Successor successor, std::string watched, int number)
-    : m_folder(std::move(folder))
-    , m_successor(successor)
-    , m_watched(std::move(watched) + '/')
-    , m_number(number)
+    : folder(std::move(folder))
+    , successor(successor)
+    , watched(std::move(watched) + '/')
+    , number(number)
 {
     watchFileSteps(this);
 }
@@ -24,15 +24,15 @@ Vanishing::~Vanishing()
 
 int Vanishing::before(const FileStep &step)
 {
-    if (!pathOf(step).starts_with(m_watched) || m_seen++ != m_number)
+    if (!pathOf(step).starts_with(watched) || seen++ != number)
         return 0;
     // The others go on meanwhile, and may put something into it while it is emptied.
     std::error_code failure;
     do {
-        fs::remove_all(m_folder, failure);
+        fs::remove_all(folder, failure);
     } while (failure == std::errc::directory_not_empty);
-    if (m_successor == Successor::File)
-        std::ofstream(m_folder) << "in the way";
+    if (successor == Successor::File)
+        std::ofstream(folder) << "in the way";
     return 0;
 }
 

@@ -25,16 +25,16 @@ public:
     ~Vanishing() override;
 
     /// Whether there was a step of that number.
-    bool hasVanished() const { return m_seen > m_number; }
+    bool hasVanished() const { return seen > number; }
 
 private:
     int before(const FileStep &step) override;
 
-    const std::string m_folder;
-    const Successor m_successor;
-    const std::string m_watched;
-    const int m_number;
-    std::atomic<int> m_seen = 0;
+    const std::string folder;
+    const Successor successor;
+    const std::string watched;
+    const int number;
+    std::atomic<int> seen = 0;
 };
 
 } // namespace zel::test

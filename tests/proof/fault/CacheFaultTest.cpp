@@ -25,44 +25,44 @@ protected:
         registerTestSchemes(QVersionNumber(2, 5));
     }
 
-    FaultLoop m_loop { GetParam() };
+    FaultLoop loop { GetParam() };
 };
 
 } // namespace
 
 TEST_P(CacheFaultTest, openingAndClosing)
 {
-    m_loop.prove(openingOperations());
+    loop.prove(openingOperations());
 }
 
 TEST_P(CacheFaultTest, rows)
 {
-    m_loop.prove(rowOperations());
+    loop.prove(rowOperations());
 }
 
 TEST_P(CacheFaultTest, useAndRemoval)
 {
-    m_loop.prove(removalOperations());
+    loop.prove(removalOperations());
 }
 
 TEST_P(CacheFaultTest, fetches)
 {
-    m_loop.prove(fetchOperations());
+    loop.prove(fetchOperations());
 }
 
 TEST_P(CacheFaultTest, handlers)
 {
-    m_loop.prove(handlerOperations());
+    loop.prove(handlerOperations());
 }
 
 TEST_P(CacheFaultTest, databaseAccess)
 {
-    m_loop.prove(daoOperations());
+    loop.prove(daoOperations());
 }
 
 TEST_P(CacheFaultTest, readers)
 {
-    m_loop.prove(readerOperations());
+    loop.prove(readerOperations());
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, CacheFaultTest,

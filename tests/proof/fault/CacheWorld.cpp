@@ -160,14 +160,14 @@ CacheInvariants CacheWorld::invariants() const
             return difference(contentOfContainer(path), QString::fromUtf8(sampleContent));
         return QString();
     });
-    if (m_hasContainer)
+    if (hasContainer)
         invariants.except(CacheInvariants::Exception::OtherSizes);
     return invariants;
 }
 
 QString CacheWorld::damageToOthers() const
 {
-    if (!m_hasOthers)
+    if (!hasOthers)
         return {};
     const QString row
         = text(u"SELECT status || ' ' || cachedPath || ' ' || fileSize || ' ' || "
@@ -232,7 +232,7 @@ void CacheWorld::removeDatabase()
     cache->close();
     EXPECT_TRUE(QFile::remove(files.databasePath()));
     EXPECT_TRUE(QDir(files.dataDir()).removeRecursively());
-    m_hasOthers = false;
+    hasOthers = false;
 }
 
 void CacheWorld::makeContainer(const QString &path) const
@@ -265,7 +265,7 @@ void CacheWorld::startFetch(const QString &reference, const QString &path)
 {
     if (reference == u"test:zacq"_s) {
         EXPECT_FALSE(cache->add(reference, ResourceCleanupPolicy::OnDemand).hasError());
-        m_hasContainer = true;
+        hasContainer = true;
     }
     fetch = newFetch(reference, path);
     EXPECT_TRUE(fetch->tryStartRetrieve().value());
@@ -283,7 +283,7 @@ void CacheWorld::addClient(qint64 id)
 {
     CacheDatabase rows = database();
     addClientRow(rows, id, 0);
-    m_hasDeadClient = true;
+    isClientDead = true;
 }
 
 void CacheWorld::spoilSums() const
@@ -301,15 +301,15 @@ void CacheWorld::findPing()
     qApp->installEventFilter(&watch);
     QCoreApplication::sendPostedEvents();
     qApp->removeEventFilter(&watch);
-    m_pingTimer = watch.timer;
-    ASSERT_TRUE(m_pingTimer && m_pingTimer->isActive());
+    pingTimer = watch.timer;
+    ASSERT_TRUE(pingTimer && pingTimer->isActive());
 }
 
 void CacheWorld::ping()
 {
-    ASSERT_TRUE(m_pingTimer);
-    QTimerEvent turn(m_pingTimer->timerId());
-    QCoreApplication::sendEvent(m_pingTimer, &turn);
+    ASSERT_TRUE(pingTimer);
+    QTimerEvent turn(pingTimer->timerId());
+    QCoreApplication::sendEvent(pingTimer, &turn);
 }
 
 /// A handler asks the process's manager for the place, which is where that had its own cache last.

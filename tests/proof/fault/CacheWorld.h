@@ -49,7 +49,7 @@ public:
     void addDeadClient();
     /// A process of this client number that has died with nothing.
     void addClient(qint64 id);
-    bool hasDeadClient() const { return m_hasDeadClient; }
+    bool hasDeadClient() const { return isClientDead; }
     /// The row of sums is there twice, and wrong.
     void spoilSums() const;
     /// Lets the ping's turn come, which has to be found before.
@@ -81,10 +81,10 @@ private:
     void letGo();
     ResourceCachePath path() const;
 
-    bool m_hasContainer = false; ///< whose size is not that at its path
-    bool m_hasOthers = true;
-    bool m_hasDeadClient = false;
-    QPointer<QTimer> m_pingTimer;
+    bool hasContainer = false; ///< whose size is not that at its path
+    bool hasOthers = true;
+    bool isClientDead = false;
+    QPointer<QTimer> pingTimer;
 };
 
 } // namespace zel::test

@@ -140,15 +140,15 @@ QStringList judged(const FaultOperation &operation, CacheWorld &world, const Err
 } // namespace
 
 FaultLoop::FaultLoop(FaultPlace place)
-    : m_place(place)
+    : place(place)
 {
 }
 
 FaultLoop::~FaultLoop()
 {
-    recordFigure(u"operations"_s, m_operations);
-    recordFigure(u"failures"_s, m_failures);
-    recordFigure(u"violations"_s, m_violations);
+    recordFigure(u"operations"_s, operationCount);
+    recordFigure(u"failures"_s, failureCount);
+    recordFigure(u"violations"_s, violationCount);
 }
 
 void FaultLoop::prove(const QList<FaultOperation> &operations)
@@ -160,8 +160,8 @@ void FaultLoop::prove(const QList<FaultOperation> &operations)
 /// In short, the kinds take turns from step to step; otherwise each of them meets every step.
 void FaultLoop::prove(const FaultOperation &operation)
 {
-    ++m_operations;
-    const qsizetype rounds = forProof<qsizetype>(1, kindsOf(m_place).size());
+    ++operationCount;
+    const qsizetype rounds = forProof<qsizetype>(1, kindsOf(place).size());
     for (qsizetype round = 0; round < rounds; ++round) {
         for (int number = 0; proveStep(operation, round, number);)
             ++number;
@@ -172,19 +172,19 @@ void FaultLoop::prove(const FaultOperation &operation)
 bool FaultLoop::proveStep(const FaultOperation &operation, qsizetype round, int number)
 {
     const LogCapture silent;
-    const QList<FaultKind> kinds = kindsOf(m_place);
+    const QList<FaultKind> kinds = kindsOf(place);
     const FaultKind &kind = kinds.at((round + number) % kinds.size());
     CacheWorld world;
     if (operation.setUp)
         operation.setUp(world);
     Error error;
-    if (!runFailing(m_place, kind, number, operation, world, &error)) {
+    if (!runFailing(place, kind, number, operation, world, &error)) {
         EXPECT_EQ(flawsOfWhole(operation, world, error), QStringList()) << operation.name;
         return false;
     }
-    ++m_failures;
+    ++failureCount;
     const QStringList found = judged(operation, world, error);
-    m_violations += int(found.size());
+    violationCount += int(found.size());
     EXPECT_TRUE(found.isEmpty()) << operation.name << ", " << kind.name << " at step " << number
                                  << ":\n"
                                  << qPrintable(found.join(u'\n'))

@@ -50,10 +50,10 @@ private:
     void prove(const FaultOperation &operation);
     bool proveStep(const FaultOperation &operation, qsizetype round, int number);
 
-    const FaultPlace m_place;
-    int m_operations = 0;
-    int m_failures = 0;
-    int m_violations = 0;
+    const FaultPlace place;
+    int operationCount = 0;
+    int failureCount = 0;
+    int violationCount = 0;
 };
 
 /// The failure of a result; success if it has a value.

@@ -19,18 +19,18 @@ namespace {
 class InterposerTest : public testing::Test
 {
 protected:
-    const TemporaryCache m_cache;
-    const QString m_path = m_cache.outside(u"file"_s);
-    const std::string m_folder = QFileInfo(m_path).path().toStdString();
+    const TemporaryCache cache;
+    const QString path = cache.outside(u"file"_s);
+    const std::string folder = QFileInfo(path).path().toStdString();
 };
 
 } // namespace
 
 TEST_F(InterposerTest, failingStep_writeOfAFile_givesItsError)
 {
-    QFile file(m_path);
+    QFile file(path);
     ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
-    const FailingStep failing(m_folder, 0, ENOSPC);
+    const FailingStep failing(folder, 0, ENOSPC);
     EXPECT_EQ(file.write("data"), -1);
     EXPECT_TRUE(failing.hasFailed());
     EXPECT_EQ(file.error(), QFileDevice::ResourceError);
@@ -38,31 +38,31 @@ TEST_F(InterposerTest, failingStep_writeOfAFile_givesItsError)
 
 TEST_F(InterposerTest, failingStep_once_nextStepSucceeds)
 {
-    const FailingStep failing(m_folder, 0, EACCES);
-    EXPECT_FALSE(QFile(m_path).open(QIODevice::WriteOnly));
-    EXPECT_TRUE(QFile(m_path).open(QIODevice::WriteOnly));
+    const FailingStep failing(folder, 0, EACCES);
+    EXPECT_FALSE(QFile(path).open(QIODevice::WriteOnly));
+    EXPECT_TRUE(QFile(path).open(QIODevice::WriteOnly));
 }
 
 TEST_F(InterposerTest, failingStep_fromThereOn_nothingSucceedsAnyMore)
 {
-    const FailingStep failing(m_folder, 1, EIO, FailingStep::Lasting::FromThereOn);
-    EXPECT_TRUE(QFile(m_path).open(QIODevice::WriteOnly));
-    EXPECT_FALSE(QFile(m_path).open(QIODevice::WriteOnly));
-    EXPECT_FALSE(QFile::rename(m_path, m_path + u"2"_s));
+    const FailingStep failing(folder, 1, EIO, FailingStep::Lasting::FromThereOn);
+    EXPECT_TRUE(QFile(path).open(QIODevice::WriteOnly));
+    EXPECT_FALSE(QFile(path).open(QIODevice::WriteOnly));
+    EXPECT_FALSE(QFile::rename(path, path + u"2"_s));
     EXPECT_GE(failing.seen(), 3);
 }
 
 TEST_F(InterposerTest, failingStep_elsewhere_isNotCounted)
 {
-    const FailingStep failing(m_folder + "/other", 0, EIO);
-    EXPECT_TRUE(QFile(m_path).open(QIODevice::WriteOnly));
+    const FailingStep failing(folder + "/other", 0, EIO);
+    EXPECT_TRUE(QFile(path).open(QIODevice::WriteOnly));
     EXPECT_EQ(failing.seen(), 0);
 }
 
 TEST_F(InterposerTest, failingStep_ofOneKind_othersAreNotCounted)
 {
-    const FailingStep failing(m_folder, 0, EIO, FailingStep::Lasting::Once, FileStep::Kind::Resize);
-    QFile file(m_path);
+    const FailingStep failing(folder, 0, EIO, FailingStep::Lasting::Once, FileStep::Kind::Resize);
+    QFile file(path);
     ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
     EXPECT_EQ(file.write("data"), 4);
     EXPECT_FALSE(file.resize(2));
@@ -73,7 +73,7 @@ TEST_F(InterposerTest, failingStep_ofOneKind_othersAreNotCounted)
 TEST_F(InterposerTest, failingStatement_secondOfThree_onlyThatFails)
 {
     QSqlDatabase database = QSqlDatabase::addDatabase(u"QSQLITE"_s);
-    database.setDatabaseName(m_path);
+    database.setDatabaseName(path);
     ASSERT_TRUE(database.open());
     QSqlQuery query(database);
     ASSERT_TRUE(query.exec(u"CREATE TABLE a (b)"_s));

@@ -18,14 +18,14 @@ qint64 sum(const QList<qint64> &sizes)
 
 void FileAnswers::add(int status, qint64 bytes)
 {
-    (status == partialContent ? m_rests : m_wholes).append(bytes);
+    (status == partialContent ? rests : wholes).append(bytes);
 }
 
 qint64 FileAnswers::bytesTaken(bool hadAll) const
 {
-    const bool isOneOnlyBegun = !m_wholes.isEmpty() && (hadAll || !m_rests.isEmpty());
-    const qint64 begun = isOneOnlyBegun ? *std::min_element(m_wholes.begin(), m_wholes.end()) : 0;
-    return sum(m_wholes) + sum(m_rests) - begun;
+    const bool isOneOnlyBegun = !wholes.isEmpty() && (hadAll || !rests.isEmpty());
+    const qint64 begun = isOneOnlyBegun ? *std::min_element(wholes.begin(), wholes.end()) : 0;
+    return sum(wholes) + sum(rests) - begun;
 }
 
 } // namespace zel::test

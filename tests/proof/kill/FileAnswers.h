@@ -12,11 +12,11 @@ class FileAnswers
 {
 public:
     explicit FileAnswers(qint64 fileSize = 0)
-        : m_fileSize(fileSize)
+        : size(fileSize)
     {
     }
 
-    qint64 fileSize() const { return m_fileSize; }
+    qint64 fileSize() const { return size; }
     /// An answer with this status and so many bytes, in any order.
     void add(int status, qint64 bytes);
     /// What the program has taken of it all. To one who has the file, or a part of it, one answer
@@ -24,9 +24,9 @@ public:
     qint64 bytesTaken(bool hadAll) const;
 
 private:
-    qint64 m_fileSize = 0;
-    QList<qint64> m_wholes;
-    QList<qint64> m_rests;
+    qint64 size = 0;
+    QList<qint64> wholes;
+    QList<qint64> rests;
 };
 
 } // namespace zel::test

@@ -75,63 +75,63 @@ FileSums sumsBelow(const QString &path)
 }
 
 KillLoop::KillLoop(const QString &shareFolder, TemporaryCache *cache)
-    : m_cache(cache)
-    , m_reader(actor, { cache->outside(u"none"_s) })
+    : cache(cache)
+    , reader(actor, { cache->outside(u"none"_s) })
 {
-    m_beside.source = shareFolder + u"/beside/small.mzML"_s;
-    m_beside.reference = u"share:"_s + m_beside.source;
-    writeFile(m_beside.source, QByteArray("beside ").repeated(150));
+    bystander.source = shareFolder + u"/beside/small.mzML"_s;
+    bystander.reference = u"share:"_s + bystander.source;
+    writeFile(bystander.source, QByteArray("beside ").repeated(150));
 }
 
 QString KillLoop::samplePathIn(const QString &container)
 {
-    const QString answer = m_reader.ask(u"samplePath "_s + container);
+    const QString answer = reader.ask(u"samplePath "_s + container);
     return answer.startsWith(u"ok "_s) ? answer.mid(3) : QString();
 }
 
 std::unique_ptr<ActorProcess> KillLoop::program() const
 {
-    const QString home = QFileInfo(m_cache->outside(netrc)).path();
-    return std::make_unique<ActorProcess>(actor, QStringList { m_cache->baseDir() },
+    const QString home = QFileInfo(cache->outside(netrc)).path();
+    return std::make_unique<ActorProcess>(actor, QStringList { cache->baseDir() },
                                           ActorProcess::Environment { { u"HOME"_s, home } });
 }
 
 /// So that a server's log tells the programs that come from those that are dead.
 void KillLoop::nameNext()
 {
-    m_user = u"heir%1"_s.arg(m_recoveries);
-    writeFile(m_cache->outside(netrc),
-              QByteArray("default login " + m_user.toUtf8() + " password x\n"));
+    user = u"heir%1"_s.arg(recoveryCount);
+    writeFile(cache->outside(netrc),
+              QByteArray("default login " + user.toUtf8() + " password x\n"));
 }
 
-void KillLoop::prepare(const KillScenario &scenario)
+void KillLoop::prepare(const KillScenario &wanted)
 {
-    m_scenario = scenario;
+    scenario = wanted;
     const auto maker = program();
-    for (const QString &command : scenario.before)
+    for (const QString &command : wanted.before)
         ASSERT_EQ(maker->ask(command).left(2), u"ok"_s) << qPrintable(command);
-    if (scenario.hasBeside) {
-        const QString answer = maker->ask(u"retrieve "_s + m_beside.reference);
+    if (wanted.hasBeside) {
+        const QString answer = maker->ask(u"retrieve "_s + bystander.reference);
         ASSERT_EQ(answer.left(3), u"ok "_s) << qPrintable(answer);
-        m_besidePath = answer.mid(3);
-        m_besideSums = sumsBelow(m_besidePath);
-        m_besideSums.insert(u"time"_s, timeOf(m_besidePath));
+        bystanderPath = answer.mid(3);
+        bystanderSums = sumsBelow(bystanderPath);
+        bystanderSums.insert(u"time"_s, timeOf(bystanderPath));
     }
     maker->send(u"quit"_s);
     ASSERT_EQ(maker->end(), 0);
-    if (scenario.arrange) {
-        CacheDatabase database(m_cache->databasePath());
-        scenario.arrange(&database);
+    if (wanted.arrange) {
+        CacheDatabase database(cache->databasePath());
+        wanted.arrange(&database);
     }
-    copyTree(m_cache->baseDir(), m_cache->outside(u"template"_s));
+    copyTree(cache->baseDir(), cache->outside(u"template"_s));
 }
 
 void KillLoop::restore() const
 {
-    copyTree(m_cache->outside(u"template"_s), m_cache->baseDir());
+    copyTree(cache->outside(u"template"_s), cache->baseDir());
     // A cache that nobody has opened has no semaphore, either.
-    if (!m_scenario.hasBeside)
-        removeSystemSemaphore(TemporaryCache::semaphoreKey(m_cache->baseDir()));
+    if (!scenario.hasBeside)
+        removeSystemSemaphore(TemporaryCache::semaphoreKey(cache->baseDir()));
 }
 
 void KillLoop::killAtFileSteps(int first, int stride)
@@ -151,10 +151,10 @@ void KillLoop::killAtEach(int first, int stride, const std::function<Fate(int)> 
 
 void KillLoop::killInHalfStagedFiles()
 {
-    const QString staging = QFileInfo(m_cache->baseDir()).canonicalFilePath() + u"/Staging"_s;
+    const QString staging = QFileInfo(cache->baseDir()).canonicalFilePath() + u"/Staging"_s;
     killAtEach(0, 1,
                [&](int number) { return dieBy(u"dieInHalf %1 %2"_s.arg(staging).arg(number)); });
-    EXPECT_GT(m_kills, 0) << "no file was left half";
+    EXPECT_GT(killCount, 0) << "no file was left half";
 }
 
 void KillLoop::killAtLockCalls(const QString &lock, int first, int stride)
@@ -174,8 +174,8 @@ Fate KillLoop::dieBy(const QString &command)
 {
     restore();
     const auto victim = program();
-    QStringList commands = m_scenario.unharmed;
-    commands << command << m_scenario.deadly;
+    QStringList commands = scenario.unharmed;
+    commands << command << scenario.deadly;
     victim->send(commands.join(u';'));
     return judge(victim.get(), command);
 }
@@ -188,9 +188,9 @@ Fate KillLoop::dieAtSystemCall(const QString &calls, int number)
                         { u"-f"_s, u"-qq"_s, u"-o"_s, u"/dev/null"_s, u"-E"_s,
                           u"LSAN_OPTIONS=detect_leaks=0"_s, u"-e"_s, u"trace="_s + calls, u"-e"_s,
                           u"inject=%1:signal=KILL:when=%2"_s.arg(calls).arg(number), actor,
-                          m_cache->baseDir() });
+                          cache->baseDir() });
     // Alone it would be answered.
-    victim.send((m_scenario.unharmed + m_scenario.deadly).join(u';') + u";loadSettings"_s);
+    victim.send((scenario.unharmed + scenario.deadly).join(u';') + u";loadSettings"_s);
     return judge(&victim, u"number %1 of %2"_s.arg(QString::number(number), calls));
 }
 
@@ -202,22 +202,22 @@ Fate KillLoop::judge(ActorProcess *victim, const QString &death)
     checkAfterDeath();
     if (!testing::Test::HasFailure())
         checkRecovery();
-    m_kills += fate == Fate::Killed ? 1 : 0;
+    killCount += fate == Fate::Killed ? 1 : 0;
     if (testing::Test::HasFailure()) {
-        std::cerr << qPrintable(m_scenario.name) << " failed at " << qPrintable(death) << '\n';
+        std::cerr << qPrintable(scenario.name) << " failed at " << qPrintable(death) << '\n';
         return Fate::Failed;
     }
-    ++m_recoveries;
+    ++recoveryCount;
     return fate;
 }
 
 void KillLoop::checkAfterDeath()
 {
-    CacheInvariants invariants(m_cache->databasePath(), m_cache->dataDir());
+    CacheInvariants invariants(cache->databasePath(), cache->dataDir());
     invariants.except(Exception::RowsOfTheDead);
-    if (m_scenario.mayLoseData)
+    if (scenario.mayLoseData)
         invariants.except(Exception::LostData);
-    for (const Exception exception : std::as_const(m_scenario.exceptions))
+    for (const Exception exception : std::as_const(scenario.exceptions))
         invariants.except(exception);
     invariants.setContentCheck([this](const QString &reference, const QString &path) {
         return contentFailure(reference, path);
@@ -229,7 +229,7 @@ void KillLoop::checkAfterDeath()
 
 QString KillLoop::contentFailure(const QString &reference, const QString &path)
 {
-    const QList<KilledResource> all = m_scenario.resources + QList { m_beside };
+    const QList<KilledResource> all = scenario.resources + QList { bystander };
     for (const KilledResource &resource : all) {
         if (resource.reference != reference)
             continue;
@@ -244,27 +244,27 @@ QString KillLoop::contentFailure(const QString &reference, const QString &path)
 
 void KillLoop::checkBeside()
 {
-    if (!m_scenario.hasBeside)
+    if (!scenario.hasBeside)
         return;
-    FileSums sums = sumsBelow(m_besidePath);
-    sums.insert(u"time"_s, timeOf(m_besidePath));
-    EXPECT_EQ(sums, m_besideSums);
-    CacheDatabase database(m_cache->databasePath());
-    EXPECT_EQ(database.status(m_beside.reference), u"Ready"_s);
+    FileSums sums = sumsBelow(bystanderPath);
+    sums.insert(u"time"_s, timeOf(bystanderPath));
+    EXPECT_EQ(sums, bystanderSums);
+    CacheDatabase database(cache->databasePath());
+    EXPECT_EQ(database.status(bystander.reference), u"Ready"_s);
 }
 
 void KillLoop::checkOnlyBesideIsLeft()
 {
-    const QString data = m_cache->dataDir();
-    EXPECT_EQ(sumsBelow(data).keys(), QStringList(m_besidePath.mid(data.size() + 1)));
+    const QString data = cache->dataDir();
+    EXPECT_EQ(sumsBelow(data).keys(), QStringList(bystanderPath.mid(data.size() + 1)));
 }
 
 /// Until whoever is dead counts as dead.
 void KillLoop::letTimePass() const
 {
-    if (!QFile::exists(m_cache->databasePath()))
+    if (!QFile::exists(cache->databasePath()))
         return;
-    CacheDatabase database(m_cache->databasePath());
+    CacheDatabase database(cache->databasePath());
     const QString hasClients = u"SELECT COUNT(*) FROM sqlite_master WHERE name = 'Clients'"_s;
     if (database.value(hasClients).toInt() > 0)
         database.run(u"UPDATE Clients SET lastPingTime = lastPingTime - 31000"_s);
@@ -274,7 +274,7 @@ void KillLoop::letTimePass() const
 QMap<QString, qint64> KillLoop::staged() const
 {
     QMap<QString, qint64> contents;
-    const QMap<QString, qint64> all = sizesBelow(m_cache->baseDir() + u"/Staging"_s);
+    const QMap<QString, qint64> all = sizesBelow(cache->baseDir() + u"/Staging"_s);
     for (auto file = all.begin(); file != all.end(); ++file) {
         const QString place = file.key().section(u'/', 2);
         const bool isLeaving = file.key().section(u'/', 1, 1).contains(u'.');
@@ -287,20 +287,20 @@ QMap<QString, qint64> KillLoop::staged() const
 /// That the next one has fetched what was not there, and nothing else.
 void KillLoop::checkSent(const QMap<QString, qint64> &staged, bool wasReady) const
 {
-    const QString source = m_scenario.resources.constFirst().source;
+    const QString source = scenario.resources.constFirst().source;
     const bool isFile = QFileInfo(source).isFile();
     const qint64 total = isFile ? QFileInfo(source).size() : sum(sizesBelow(source));
     const qint64 expected = wasReady ? 0 : total - sum(staged);
     const auto sent = [&] {
         qint64 bytes = 0;
-        for (const FileAnswers &answers : m_scenario.answersTo(m_user))
+        for (const FileAnswers &answers : scenario.answersTo(user))
             bytes += answers.bytesTaken(staged.values().contains(answers.fileSize()));
         return bytes;
     };
     // A line of the log is written when the answer has been sent.
     waitUntil([&] { return sent() == expected; });
     EXPECT_EQ(sent(), expected) << "of " << total << " bytes " << sum(staged) << " were staged";
-    for (const QString &path : m_scenario.answersTo(m_user).keys())
+    for (const QString &path : scenario.answersTo(user).keys())
         EXPECT_FALSE(!isFile && staged.contains(path))
             << qPrintable(path) << " was here as a whole";
 }
@@ -309,34 +309,33 @@ void KillLoop::checkRecovery()
 {
     letTimePass();
     const QMap<QString, qint64> stagedByTheDead = staged();
-    const bool wasReady = m_scenario.answersTo
-        && CacheDatabase(m_cache->databasePath())
-                .status(m_scenario.resources.constFirst().reference)
+    const bool wasReady = scenario.answersTo
+        && CacheDatabase(cache->databasePath()).status(scenario.resources.constFirst().reference)
             == u"Ready"_s;
     nameNext();
     const auto next = program();
     EXPECT_EQ(next->ask(u"open"_s), u"ok"_s);
-    for (const QString &command : std::as_const(m_scenario.again))
+    for (const QString &command : std::as_const(scenario.again))
         EXPECT_EQ(next->ask(command).left(2), u"ok"_s) << qPrintable(command);
-    if (m_scenario.isRemoval)
+    if (scenario.isRemoval)
         checkOnlyBesideIsLeft();
-    for (const KilledResource &resource : std::as_const(m_scenario.resources))
+    for (const KilledResource &resource : std::as_const(scenario.resources))
         checkResource(next.get(), resource);
     checkBeside();
 
     // The first opening takes the dead program out, the next one what it used.
-    CacheInvariants invariants(m_cache->databasePath(), m_cache->dataDir());
+    CacheInvariants invariants(cache->databasePath(), cache->dataDir());
     invariants.except(Exception::RowsOfTheDead);
-    for (const Exception exception : std::as_const(m_scenario.exceptions))
+    for (const Exception exception : std::as_const(scenario.exceptions))
         invariants.except(exception);
     const QStringList violations = invariants.violations();
     EXPECT_TRUE(violations.isEmpty()) << qPrintable(violations.join(u'\n'));
     next->send(u"quit"_s);
     EXPECT_EQ(next->end(), 0);
-    if (m_scenario.answersTo)
+    if (scenario.answersTo)
         checkSent(stagedByTheDead, wasReady);
     checkRemoval();
-    CacheDatabase database(m_cache->databasePath());
+    CacheDatabase database(cache->databasePath());
     EXPECT_EQ(database.count(u"Clients"_s), 0);
     EXPECT_EQ(database.count(u"AcquiringTasks"_s), 0);
     EXPECT_EQ(database.count(u"ResourceUsages"_s), 0);
@@ -347,26 +346,26 @@ void KillLoop::checkResource(ActorProcess *next, const KilledResource &resource)
     const QString answer = next->ask(u"retrieve "_s + resource.reference);
     ASSERT_EQ(answer.left(3), u"ok "_s) << qPrintable(answer);
     EXPECT_EQ(contentFailure(resource.reference, answer.mid(3)), QString());
-    CacheDatabase database(m_cache->databasePath());
+    CacheDatabase database(cache->databasePath());
     EXPECT_EQ(database.status(resource.reference), u"Ready"_s);
 }
 
 /// Whatever deaths have left goes with the resources at the latest.
 void KillLoop::checkRemoval()
 {
-    EXPECT_EQ(sumsBelow(m_cache->baseDir() + u"/Staging"_s), FileSums());
+    EXPECT_EQ(sumsBelow(cache->baseDir() + u"/Staging"_s), FileSums());
     const auto last = program();
     last->send(u"open;purge 1"_s);
     EXPECT_EQ(last->end(), 0);
-    EXPECT_EQ(sumsBelow(m_cache->dataDir()), FileSums());
-    CacheDatabase database(m_cache->databasePath());
+    EXPECT_EQ(sumsBelow(cache->dataDir()), FileSums());
+    CacheDatabase database(cache->databasePath());
     EXPECT_EQ(database.value(u"SELECT currentSize FROM CacheMetadata"_s).toInt(), 0);
 }
 
 void KillLoop::recordFigures() const
 {
-    recordFigure(u"kills"_s, m_kills);
-    recordFigure(u"recoveries"_s, m_recoveries);
+    recordFigure(u"kills"_s, killCount);
+    recordFigure(u"recoveries"_s, recoveryCount);
     recordFigure(u"violations"_s, testing::Test::HasFailure() ? 1 : 0);
 }
 

@@ -57,12 +57,12 @@ public:
     KillLoop(const QString &shareFolder, TemporaryCache *cache);
 
     /// A resource that is beside those of the scenario.
-    const KilledResource &beside() const { return m_beside; }
+    const KilledResource &beside() const { return bystander; }
     /// The sample of a container, by the one that can read it.
     QString samplePathIn(const QString &container);
 
-    /// Makes the cache as the scenario wants it, and keeps a copy.
-    void prepare(const KillScenario &scenario);
+    /// Makes the cache as this scenario wants it, and keeps a copy.
+    void prepare(const KillScenario &wanted);
     /// Dies at the first step, and at each `stride`th from there on, until one program survives. If
     /// there are fewer steps than that, it dies at an earlier one, and so at one at least.
     void killAtFileSteps(int first, int stride);
@@ -74,8 +74,8 @@ public:
     /// counts from the start of the program, in each thread by itself.
     void killAtSystemCalls(const QString &calls, int first, int stride);
 
-    int kills() const { return m_kills; }
-    int recoveries() const { return m_recoveries; }
+    int kills() const { return killCount; }
+    int recoveries() const { return recoveryCount; }
     void recordFigures() const;
 
 private:
@@ -97,15 +97,15 @@ private:
     void checkRemoval();
     QString contentFailure(const QString &reference, const QString &path);
 
-    TemporaryCache *const m_cache;
-    KilledResource m_beside;
-    KillScenario m_scenario;
-    ActorProcess m_reader;
-    QString m_besidePath;
-    FileSums m_besideSums;
-    QString m_user; ///< by which servers know the programs that are started now
-    int m_kills = 0;
-    int m_recoveries = 0;
+    TemporaryCache *const cache;
+    KilledResource bystander;
+    KillScenario scenario;
+    ActorProcess reader;
+    QString bystanderPath;
+    FileSums bystanderSums;
+    QString user; ///< by which servers know the programs that are started now
+    int killCount = 0;
+    int recoveryCount = 0;
 };
 
 } // namespace zel::test

@@ -135,7 +135,7 @@ KillScenario KillScenarios::ofFetching(const QString &name, ActorProcess *actor)
                             .unharmed = { u"open"_s },
                             .deadly = { retrieve(fetched) },
                             .resources = { fetched } };
-    if (m_server || m_davServer)
+    if (nginx || apache)
         scenario.answersTo = [this](const QString &user) {
             return answersTo(user);
         };
@@ -289,7 +289,7 @@ QMap<QString, FileAnswers> KillScenarios::answersTo(const QString &user) const
 {
     const QString name = u"Basic "_s + QString::fromLatin1((user.toUtf8() + ":x").toBase64());
     QMap<QString, FileAnswers> answers;
-    for (const LoggedRequest &request : m_server ? m_server->requests() : m_davServer->requests()) {
+    for (const LoggedRequest &request : nginx ? nginx->requests() : apache->requests()) {
         const bool isFile = request.method == u"GET"_s && !request.path.endsWith(listName);
         // The sources lie here by the paths that they have on the server.
         if (!isFile || request.authorization != name || request.status / 100 != 2)
@@ -304,16 +304,16 @@ QMap<QString, FileAnswers> KillScenarios::answersTo(const QString &user) const
 
 const NginxServer &KillScenarios::server()
 {
-    if (!m_server)
-        m_server = std::make_unique<NginxServer>();
-    return *m_server;
+    if (!nginx)
+        nginx = std::make_unique<NginxServer>();
+    return *nginx;
 }
 
 const ApacheServer &KillScenarios::davServer()
 {
-    if (!m_davServer)
-        m_davServer = std::make_unique<ApacheServer>();
-    return *m_davServer;
+    if (!apache)
+        apache = std::make_unique<ApacheServer>();
+    return *apache;
 }
 
 } // namespace zel::test

@@ -20,7 +20,7 @@ public:
     static QStringList names();
     /// Makes the scenario's sources. `actor` makes containers.
     KillScenario named(const QString &name, ActorProcess *actor);
-    QString share() const { return m_directory.filePath(QStringLiteral("share")); }
+    QString share() const { return directory.filePath(QStringLiteral("share")); }
 
 private:
     KilledResource file();
@@ -33,15 +33,15 @@ private:
     KillScenario ofFetching(const QString &name, ActorProcess *actor);
     KillScenario ofRemoving(const QString &name, ActorProcess *actor);
     KillScenario ofCounting(const QString &name);
-    QString path(const QString &name) const { return m_directory.filePath(name); }
+    QString path(const QString &name) const { return directory.filePath(name); }
     /// Those of the server that there is.
     QMap<QString, FileAnswers> answersTo(const QString &user) const;
     const NginxServer &server();
     const ApacheServer &davServer();
 
-    const QTemporaryDir m_directory;
-    std::unique_ptr<NginxServer> m_server;
-    std::unique_ptr<ApacheServer> m_davServer;
+    const QTemporaryDir directory;
+    std::unique_ptr<NginxServer> nginx;
+    std::unique_ptr<ApacheServer> apache;
 };
 
 } // namespace zel::test

@@ -13,16 +13,16 @@ class KillTest : public testing::TestWithParam<QString>
 {
 protected:
     KillTest()
-        : m_actor(QStringLiteral(ZEL_KILL_ACTOR), { m_cache.baseDir() })
-        , m_loop(m_scenarios.share(), &m_cache)
+        : actor(QStringLiteral(ZEL_KILL_ACTOR), { cache.baseDir() })
+        , loop(scenarios.share(), &cache)
     {
-        m_loop.prepare(m_scenarios.named(GetParam(), &m_actor));
+        loop.prepare(scenarios.named(GetParam(), &actor));
     }
 
-    TemporaryCache m_cache;
-    KillScenarios m_scenarios;
-    ActorProcess m_actor;
-    KillLoop m_loop;
+    TemporaryCache cache;
+    KillScenarios scenarios;
+    ActorProcess actor;
+    KillLoop loop;
 };
 
 /// Few of all steps leave a file like this; the short form must not depend on hitting one of them.
@@ -43,18 +43,18 @@ TEST_P(KillTest, atEachFileStep_nothingPartialIsLeftAndTheNextGoesOn)
     constexpr int briefStride = 12;
     const int first = forProof(int(seed % briefStride), 0);
     if (!HasFailure())
-        m_loop.killAtFileSteps(first, forProof(briefStride, 1));
-    m_loop.recordFigures();
+        loop.killAtFileSteps(first, forProof(briefStride, 1));
+    loop.recordFigures();
     if (HasFailure())
         std::cerr << "ZEL_SEED=" << seed << '\n';
-    EXPECT_GT(m_loop.kills(), forProof(0, 5)) << "hardly anything was killed";
+    EXPECT_GT(loop.kills(), forProof(0, 5)) << "hardly anything was killed";
 }
 
 TEST_P(KillHalfStagedTest, atEachWriteThatGoesOn_nextGoesOnWithWhatIsThere)
 {
     if (!HasFailure())
-        m_loop.killInHalfStagedFiles();
-    m_loop.recordFigures();
+        loop.killInHalfStagedFiles();
+    loop.recordFigures();
 }
 
 INSTANTIATE_TEST_SUITE_P(While, KillHalfStagedTest,

@@ -26,7 +26,7 @@ class LockKillTest : public testing::TestWithParam<QString>
 {
 protected:
     LockKillTest()
-        : m_actor(QStringLiteral(ZEL_KILL_ACTOR), { m_cache.baseDir() })
+        : actor(QStringLiteral(ZEL_KILL_ACTOR), { ownCache.baseDir() })
     {
     }
 
@@ -35,7 +35,7 @@ protected:
         TemporaryCache cache;
         KillScenarios scenarios; // with servers that know nobody yet
         KillLoop loop(scenarios.share(), &cache);
-        loop.prepare(scenarios.named(GetParam(), &m_actor));
+        loop.prepare(scenarios.named(GetParam(), &actor));
         const int first = forProof(int(seed % quint32(calls.briefStride)), 0);
         if (!HasFailure())
             loop.killAtLockCalls(calls.lock, first, forProof(calls.briefStride, calls.longStride));
@@ -43,8 +43,8 @@ protected:
         return loop.kills();
     }
 
-    const TemporaryCache m_cache;
-    ActorProcess m_actor;
+    const TemporaryCache ownCache;
+    ActorProcess actor;
 };
 
 QStringList chosenScenarios()

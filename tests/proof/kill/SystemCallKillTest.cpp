@@ -27,7 +27,7 @@ class SystemCallKillTest : public testing::TestWithParam<Calls>
 {
 protected:
     SystemCallKillTest()
-        : m_actor(QStringLiteral(ZEL_KILL_ACTOR), { m_cache.baseDir() })
+        : actor(QStringLiteral(ZEL_KILL_ACTOR), { ownCache.baseDir() })
     {
     }
 
@@ -41,9 +41,9 @@ protected:
         return tracer.waitForFinished() && tracer.exitStatus() == QProcess::CrashExit;
     }
 
-    TemporaryCache m_cache;
-    KillScenarios m_scenarios;
-    ActorProcess m_actor;
+    TemporaryCache ownCache;
+    KillScenarios scenarios;
+    ActorProcess actor;
 };
 
 std::string nameOf(const testing::TestParamInfo<Calls> &info)
@@ -78,8 +78,8 @@ TEST_P(SystemCallKillTest, ofAFetchAndAPurge_nothingPartialIsLeftAndTheNextGoesO
     const int stride = GetParam().stride * forProof(9, 1);
     for (const QString &name : { u"fetchOverLeftovers"_s, u"purgeContainer"_s }) {
         TemporaryCache cache;
-        KillLoop loop(m_scenarios.share(), &cache);
-        loop.prepare(m_scenarios.named(name, &m_actor));
+        KillLoop loop(scenarios.share(), &cache);
+        loop.prepare(scenarios.named(name, &actor));
         if (!HasFailure())
             loop.killAtSystemCalls(QString::fromLatin1(GetParam().names), 0, stride);
         loop.recordFigures();

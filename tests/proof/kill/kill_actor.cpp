@@ -173,8 +173,8 @@ class KillActor
 public:
     KillActor()
     {
-        addCacheCommands(&m_known);
-        addOtherCommands(&m_known);
+        addCacheCommands(&known);
+        addOtherCommands(&known);
     }
 
     QString obey(const QString &line)
@@ -200,11 +200,11 @@ private:
     QString obeyOne(const QString &line)
     {
         Words words = line.split(u' ');
-        const auto command = m_known.find(words.takeFirst());
-        return command == m_known.end() ? u"error 2 unknown command "_s + line : (*command)(words);
+        const auto command = known.find(words.takeFirst());
+        return command == known.end() ? u"error 2 unknown command "_s + line : (*command)(words);
     }
 
-    Commands m_known;
+    Commands known;
 };
 
 } // namespace

@@ -183,10 +183,10 @@ private:
     }
 };
 
-DiskModel::DiskModel(QString folder)
-    : m_folder(std::move(folder))
+DiskModel::DiskModel(const QString &folder)
+    : folder(folder)
 {
-    QDirIterator all(m_folder, QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot,
+    QDirIterator all(folder, QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot,
                      QDirIterator::Subdirectories);
     while (all.hasNext())
         takeOver(all.next());
@@ -230,12 +230,12 @@ void DiskModel::apply(const LoggedStep &step)
     default:
         FAIL() << "a step that the model does not know: " << step.head.kind;
     }
-    ++m_stepsDone;
+    ++stepsDone;
 }
 
 QString DiskModel::relative(const QString &path) const
 {
-    return path.mid(m_folder.size() + 1);
+    return path.mid(folder.size() + 1);
 }
 
 void DiskModel::takeOver(const QString &path)
@@ -246,25 +246,25 @@ void DiskModel::takeOver(const QString &path)
     content->isFolder = S_ISDIR(info.st_mode);
     if (!content->isFolder)
         content->synced = readFile(path);
-    m_byInode[info.st_ino] = content;
+    byInode[info.st_ino] = content;
     change({ .come = relative(path), .content = content, .isDurable = true });
 }
 
 void DiskModel::change(NameChange change)
 {
-    change.step = m_stepsDone;
-    change.applyTo(m_names);
-    m_changes.push_back(std::move(change));
+    change.step = stepsDone;
+    change.applyTo(names);
+    changes.push_back(std::move(change));
 }
 
 std::shared_ptr<DiskModel::Content> DiskModel::contentOf(const LoggedStep &step)
 {
     // The number of a file that is gone is soon that of another, so the name is asked first.
-    const auto named = m_names.find(relative(step.path));
-    if (named != m_names.end())
+    const auto named = names.find(relative(step.path));
+    if (named != names.end())
         return named->second;
-    const auto known = m_byInode.find(step.head.inode);
-    return known == m_byInode.end() ? nullptr : known->second;
+    const auto known = byInode.find(step.head.inode);
+    return known == byInode.end() ? nullptr : known->second;
 }
 
 void DiskModel::rename(const LoggedStep &step)
@@ -272,28 +272,28 @@ void DiskModel::rename(const LoggedStep &step)
     const QString from = relative(step.path);
     const QString to = relative(step.newPath);
     const bool isExchange = (step.head.flags & RENAME_EXCHANGE) != 0;
-    ASSERT_TRUE(m_names.contains(from)) << from.toStdString();
+    ASSERT_TRUE(names.contains(from)) << from.toStdString();
     change({ .gone = from,
              .come = to,
-             .content = m_names[from],
-             .exchanged = isExchange ? m_names[to] : nullptr });
+             .content = names[from],
+             .exchanged = isExchange ? names[to] : nullptr });
 }
 
 void DiskModel::open(const LoggedStep &step)
 {
     const QString path = relative(step.path);
-    if (!m_names.contains(path))
+    if (!names.contains(path))
         change({ .come = path, .content = std::make_shared<Content>() });
-    m_byInode[step.head.inode] = m_names[path];
+    byInode[step.head.inode] = names[path];
     if ((step.head.flags & O_TRUNC) != 0)
-        m_names[path]->written.push_back({ .step = m_stepsDone, .offset = 0, .isResize = true });
+        names[path]->written.push_back({ .step = stepsDone, .offset = 0, .isResize = true });
 }
 
 void DiskModel::writeBytes(const LoggedStep &step)
 {
     const auto content = contentOf(step);
     ASSERT_TRUE(content) << step.path.toStdString();
-    content->written.push_back({ .step = m_stepsDone,
+    content->written.push_back({ .step = stepsDone,
                                  .offset = qsizetype(step.head.offset),
                                  .bytes = step.bytes,
                                  .isResize = step.kind() == Kind::Resize });
@@ -301,7 +301,7 @@ void DiskModel::writeBytes(const LoggedStep &step)
 
 void DiskModel::sync(const LoggedStep &step)
 {
-    if (step.path == m_folder)
+    if (step.path == folder)
         return syncNames({}, step.head.coveredSteps);
     const auto content = contentOf(step);
     ASSERT_TRUE(content) << step.path.toStdString();
@@ -313,15 +313,15 @@ void DiskModel::sync(const LoggedStep &step)
 
 void DiskModel::syncNames(const QString &folder, std::uint64_t covered)
 {
-    for (NameChange &change : m_changes)
+    for (NameChange &change : changes)
         change.isDurable |= change.step < covered && change.isIn(folder);
 }
 
 void DiskModel::syncAll(std::uint64_t covered)
 {
-    for (NameChange &change : m_changes)
+    for (NameChange &change : changes)
         change.isDurable |= change.step < covered;
-    for (const auto &[path, content] : m_names)
+    for (const auto &[path, content] : names)
         content->sync(covered);
 }
 
@@ -329,15 +329,15 @@ DiskModel::Names DiskModel::namesAfterCut(Kept kept, std::mt19937 &random) const
 {
     size_t first = 0; // those before it came through
     if (kept == Kept::All || kept == Kept::Names)
-        first = m_changes.size();
+        first = changes.size();
     else if (kept == Kept::Small)
-        first = mostOf(m_changes.size(), random);
+        first = mostOf(changes.size(), random);
     else if (kept == Kept::Some)
-        first = random() % (m_changes.size() + 1);
+        first = random() % (changes.size() + 1);
     Names names;
-    for (size_t i = 0; i < m_changes.size(); ++i) {
-        if (i < first || m_changes[i].isDurable)
-            m_changes[i].applyTo(names);
+    for (size_t i = 0; i < changes.size(); ++i) {
+        if (i < first || changes[i].isDurable)
+            changes[i].applyTo(names);
     }
     return names;
 }

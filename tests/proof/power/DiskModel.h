@@ -31,7 +31,7 @@ class DiskModel
 {
 public:
     /// What is in the folder now is on the disk for sure.
-    explicit DiskModel(QString folder);
+    explicit DiskModel(const QString &folder);
     ~DiskModel();
 
     void apply(const LoggedStep &step);
@@ -57,11 +57,11 @@ private:
     void syncAll(std::uint64_t covered);
     Names namesAfterCut(Kept kept, std::mt19937 &random) const;
 
-    const QString m_folder;
-    std::uint64_t m_stepsDone = 0;
-    Names m_names; ///< as programs see them: every path below the folder
-    std::vector<NameChange> m_changes; ///< all, in their order
-    std::map<std::uint64_t, std::shared_ptr<Content>> m_byInode;
+    const QString folder;
+    std::uint64_t stepsDone = 0;
+    Names names; ///< as programs see them: every path below the folder
+    std::vector<NameChange> changes; ///< all, in their order
+    std::map<std::uint64_t, std::shared_ptr<Content>> byInode;
 };
 
 } // namespace zel::test

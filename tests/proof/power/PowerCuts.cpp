@@ -83,29 +83,29 @@ const PowerCuts::Cut PowerCuts::cuts[] = {
     { Kept::Small, Kept::All },
 };
 
-void PowerCuts::expect(const QList<CutResource> &resources)
+void PowerCuts::expect(const QList<CutResource> &all)
 {
-    m_resources = resources;
-    for (const CutResource &resource : resources)
-        m_expected.insert(resource.reference, filesBelow(resource.source));
+    resources = all;
+    for (const CutResource &resource : all)
+        expected.insert(resource.reference, filesBelow(resource.source));
 }
 
 void PowerCuts::record(const QStringList &commands)
 {
-    m_disk = std::make_unique<DiskModel>(m_cache.baseDir());
+    disk = std::make_unique<DiskModel>(cache.baseDir());
     const QString log = outside(u"log"_s);
     QList<qint64> logSizes;
-    ActorProcess program(actor, { m_cache.baseDir(), log });
+    ActorProcess program(actor, { cache.baseDir(), log });
     for (const QString &command : commands) {
         noteAnswer(command, program.ask(command));
         logSizes << QFileInfo(log).size();
     }
     program.send(u"quit"_s);
     EXPECT_EQ(program.end(), 0);
-    m_isLarge = QFileInfo(log).size() > mostBytesOfSmall;
-    m_steps = readStepLog(log);
+    isLarge = QFileInfo(log).size() > mostBytesOfSmall;
+    steps = readStepLog(log);
     findEnds(logSizes);
-    m_left = filesBelow(m_cache.baseDir());
+    left = filesBelow(cache.baseDir());
 }
 
 void PowerCuts::noteAnswer(const QString &command, const QString &answer)
@@ -114,40 +114,40 @@ void PowerCuts::noteAnswer(const QString &command, const QString &answer)
         << command.toStdString() << ": " << answer.toStdString();
     const QString place = answer.mid(3);
     if (!place.isEmpty())
-        m_removed.try_emplace(command.section(u' ', -1), place);
+        removed.try_emplace(command.section(u' ', -1), place);
 }
 
 void PowerCuts::findEnds(const QList<qint64> &logSizes)
 {
     qint64 size = 0;
     auto command = logSizes.begin();
-    for (qsizetype i = 0; i < m_steps.size(); ++i) {
-        size += sizeInLog(m_steps.at(i));
+    for (qsizetype i = 0; i < steps.size(); ++i) {
+        size += sizeInLog(steps.at(i));
         for (; command != logSizes.end() && size >= *command; ++command)
-            m_ends << i + 1;
+            ends << i + 1;
     }
-    m_ends << m_steps.size();
+    ends << steps.size();
 }
 
 bool PowerCuts::hasRecorded(const std::function<bool(const LoggedStep &)> &isWanted) const
 {
-    return std::any_of(m_steps.begin(), m_steps.end(), isWanted);
+    return std::any_of(steps.begin(), steps.end(), isWanted);
 }
 
 void PowerCuts::cutEverywhere()
 {
     const quint32 seed = proofSeed();
-    m_random.seed(seed);
-    for (qsizetype i = 0; i < m_steps.size() && !testing::Test::HasFailure(); ++i) {
-        m_disk->apply(m_steps.at(i));
-        for (auto &[reference, data] : m_removed)
-            data.see(m_steps.at(i));
+    random.seed(seed);
+    for (qsizetype i = 0; i < steps.size() && !testing::Test::HasFailure(); ++i) {
+        disk->apply(steps.at(i));
+        for (auto &[reference, data] : removed)
+            data.see(steps.at(i));
         for (const Cut &kind : cuts) {
             if (testing::Test::HasFailure() || !isChosen(i, kind))
                 continue;
             cut(kind);
             if (testing::Test::HasFailure()) {
-                std::cerr << "cut after step " << i << " of " << m_steps.size() << ", kind "
+                std::cerr << "cut after step " << i << " of " << steps.size() << ", kind "
                           << &kind - &cuts[0] << ", ZEL_SEED=" << seed << '\n';
             }
         }
@@ -160,24 +160,24 @@ void PowerCuts::cutEverywhere()
 /// is to come any more that makes up for a sync that is lacking.
 bool PowerCuts::isChosen(qsizetype step, const Cut &cut)
 {
-    if (step == m_steps.size() - 1)
-        return !m_isLarge || isLongProof() || cut.database == Kept::All;
-    if (!m_isLarge && m_ends.contains(step + 1))
+    if (step == steps.size() - 1)
+        return !isLarge || isLongProof() || cut.database == Kept::All;
+    if (!isLarge && ends.contains(step + 1))
         return true;
     if (isLongProof())
-        return !m_isLarge || m_random() % stepsBetweenLargeCuts == 0;
-    if (m_isLarge && cut.data != Kept::Small)
+        return !isLarge || random() % stepsBetweenLargeCuts == 0;
+    if (isLarge && cut.data != Kept::Small)
         return false;
-    const auto end = std::upper_bound(m_ends.begin(), m_ends.end(), step);
-    const qsizetype begin = end == m_ends.begin() ? 0 : *std::prev(end);
+    const auto end = std::upper_bound(ends.begin(), ends.end(), step);
+    const qsizetype begin = end == ends.begin() ? 0 : *std::prev(end);
     const qsizetype wanted = cut.data == Kept::Small ? cutsWithHoles : cutsOfAKind;
-    return m_random() % std::max(quint32((*end - begin) / wanted), 1u) == 0;
+    return random() % std::max(quint32((*end - begin) / wanted), 1u) == 0;
 }
 
 void PowerCuts::cut(const Cut &cut)
 {
-    m_disk->writeTo(m_cache.baseDir(), cut.data, cut.database, m_random);
-    ++m_cuts;
+    disk->writeTo(cache.baseDir(), cut.data, cut.database, random);
+    ++cutCount;
     checkRows();
     checkManifests();
     if (!testing::Test::HasFailure() && isTimeForAProgramAfter(cut))
@@ -188,24 +188,24 @@ void PowerCuts::cut(const Cut &cut)
 /// only removals may leave.
 void PowerCuts::checkRows()
 {
-    if (QFile::exists(m_cache.databasePath())) {
+    if (QFile::exists(cache.databasePath())) {
         // Recovered without waiting for the disk: nobody cuts the power of the test.
-        CacheDatabase database(m_cache.databasePath());
+        CacheDatabase database(cache.databasePath());
         database.run(u"PRAGMA synchronous = OFF"_s);
         database.value(u"PRAGMA wal_checkpoint(TRUNCATE)"_s);
     }
-    CacheInvariants invariants(m_cache.databasePath(), m_cache.dataDir());
+    CacheInvariants invariants(cache.databasePath(), cache.dataDir());
     invariants.except(Exception::NoDatabase);
-    for (const auto &[reference, data] : m_removed) {
+    for (const auto &[reference, data] : removed) {
         if (data.mayBeMissing())
             invariants.except(Exception::LostData);
     }
-    for (const CutResource &resource : std::as_const(m_resources)) {
+    for (const CutResource &resource : std::as_const(resources)) {
         if (resource.isContainer) // its size counts what lies elsewhere as well
             invariants.except(Exception::OtherSizes);
     }
     invariants.setContentCheck([this](const QString &reference, const QString &path) {
-        ++m_readyRows;
+        ++readyCount;
         return contentFailure(reference, path);
     });
     const QStringList violations = invariants.violations();
@@ -215,9 +215,9 @@ void PowerCuts::checkRows()
 QString PowerCuts::contentFailure(const QString &reference, const QString &path)
 {
     const auto known
-        = std::find_if(m_resources.begin(), m_resources.end(),
+        = std::find_if(resources.begin(), resources.end(),
                        [&](const CutResource &each) { return each.reference == reference; });
-    if (known == m_resources.end())
+    if (known == resources.end())
         return u"nobody knows it"_s;
     QString content = path;
     if (known->isContainer) {
@@ -227,7 +227,7 @@ QString PowerCuts::contentFailure(const QString &reference, const QString &path)
         content = answer.mid(3);
     }
     const Files files = filesBelow(content);
-    if (files == m_expected.value(reference))
+    if (files == expected.value(reference))
         return {};
     return u"it holds "_s + files.keys().join(u',') + u" of "_s
         + QStringList(files.values()).join(u',');
@@ -235,21 +235,20 @@ QString PowerCuts::contentFailure(const QString &reference, const QString &path)
 
 QString PowerCuts::askOther(const QString &command)
 {
-    if (!m_other)
-        m_other
-            = std::make_unique<ActorProcess>(actor, QStringList { m_cache.addBaseDir(u"none"_s) });
-    return m_other->ask(command);
+    if (!other)
+        other = std::make_unique<ActorProcess>(actor, QStringList { cache.addBaseDir(u"none"_s) });
+    return other->ask(command);
 }
 
 /// The newest may be missing; what is there can be read.
 void PowerCuts::checkManifests()
 {
-    const QDir folder(m_cache.baseDir() + u"/Manifests"_s);
+    const QDir folder(cache.baseDir() + u"/Manifests"_s);
     const QStringList names = folder.entryList({ u"*.json"_s }, QDir::Files);
     for (const QString &name : names) {
         const auto manifest = QJsonDocument::fromJson(readFile(folder.filePath(name)));
         EXPECT_FALSE(manifest[u"files"].toArray().isEmpty()) << name.toStdString();
-        ++m_manifests;
+        ++manifestCount;
     }
 }
 
@@ -258,14 +257,14 @@ bool PowerCuts::isTimeForAProgramAfter(const Cut &cut)
 {
     quint32 pause = forProof(24u, 20u);
     if (isSomethingStaged())
-        pause = cut.data == Kept::Small ? forProof(m_isLarge ? 2u : 1u, 4u) : forProof(5u, 12u);
-    return m_random() % pause == 0;
+        pause = cut.data == Kept::Small ? forProof(isLarge ? 2u : 1u, 4u) : forProof(5u, 12u);
+    return random() % pause == 0;
 }
 
 bool PowerCuts::isSomethingStaged() const
 {
     const QString content = u"/content/"_s;
-    QDirIterator all(m_cache.baseDir() + u"/Staging"_s, QDir::Files | QDir::Hidden,
+    QDirIterator all(cache.baseDir() + u"/Staging"_s, QDir::Files | QDir::Hidden,
                      QDirIterator::Subdirectories);
     while (all.hasNext()) {
         const QString path = all.next();
@@ -280,7 +279,7 @@ bool PowerCuts::isSomethingStaged() const
 /// Nobody lives any more, and whoever did has been silent for long.
 void PowerCuts::startMachineAnew() const
 {
-    const QDir staging(m_cache.baseDir() + u"/Staging"_s);
+    const QDir staging(cache.baseDir() + u"/Staging"_s);
     for (const QString &folder : staging.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
         const QString path = staging.filePath(folder + u"/record.json"_s);
         QJsonObject record = recordAt(path);
@@ -290,9 +289,9 @@ void PowerCuts::startMachineAnew() const
         record.insert(u"boot"_s, u"00000000-0000-0000-0000-000000000000"_s);
         writeFile(path, QJsonDocument(record).toJson());
     }
-    if (!QFile::exists(m_cache.databasePath()))
+    if (!QFile::exists(cache.databasePath()))
         return;
-    CacheDatabase database(m_cache.databasePath());
+    CacheDatabase database(cache.databasePath());
     if (hasTables(&database))
         database.run(u"UPDATE Clients SET lastPingTime = lastPingTime - 31000"_s);
 }
@@ -300,10 +299,10 @@ void PowerCuts::startMachineAnew() const
 /// Another program comes once the machine is up again.
 void PowerCuts::checkNextFetches()
 {
-    ++m_programs;
+    ++programCount;
     startMachineAnew();
-    ActorProcess next(actor, { m_cache.baseDir() });
-    for (const CutResource &resource : std::as_const(m_resources)) {
+    ActorProcess next(actor, { cache.baseDir() });
+    for (const CutResource &resource : std::as_const(resources)) {
         const QString answer = next.ask(u"retrieve "_s + resource.reference);
         ASSERT_TRUE(answer.startsWith(u"ok "_s)) << answer.toStdString();
         EXPECT_EQ(contentFailure(resource.reference, answer.mid(3)), QString());
@@ -318,20 +317,20 @@ void PowerCuts::checkModel()
     if (testing::Test::HasFailure())
         return;
     const QString copy = outside(u"copy"_s);
-    m_disk->writeTo(copy, Kept::All, Kept::All, m_random);
+    disk->writeTo(copy, Kept::All, Kept::All, random);
     const Files made = filesBelow(copy);
-    EXPECT_EQ(made.keys(), m_left.keys());
-    EXPECT_EQ(made, m_left);
-    EXPECT_GT(m_readyRows, 0);
+    EXPECT_EQ(made.keys(), left.keys());
+    EXPECT_EQ(made, left);
+    EXPECT_GT(readyCount, 0);
 }
 
 void PowerCuts::recordFigures() const
 {
-    recordFigure(u"steps"_s, m_steps.size());
-    recordFigure(u"cuts"_s, m_cuts);
-    recordFigure(u"rows found Ready"_s, m_readyRows);
-    recordFigure(u"manifests found"_s, m_manifests);
-    recordFigure(u"programs afterwards"_s, m_programs);
+    recordFigure(u"steps"_s, steps.size());
+    recordFigure(u"cuts"_s, cutCount);
+    recordFigure(u"rows found Ready"_s, readyCount);
+    recordFigure(u"manifests found"_s, manifestCount);
+    recordFigure(u"programs afterwards"_s, programCount);
     recordFigure(u"violations"_s, testing::Test::HasFailure() ? 1 : 0);
 }
 

@@ -36,9 +36,9 @@ class PowerCuts
 {
 public:
     /// A path for what lies beside the cache.
-    QString outside(const QString &name) const { return m_cache.outside(name); }
+    QString outside(const QString &name) const { return cache.outside(name); }
     /// Nothing but these may be fetched.
-    void expect(const QList<CutResource> &resources);
+    void expect(const QList<CutResource> &all);
 
     /// Lets a program obey the commands (see power_actor.cpp), and takes its cache apart again.
     void record(const QStringList &commands);
@@ -47,7 +47,7 @@ public:
     /// Cuts of each kind after each step, or after some in a short proof; but always after the last
     /// one. After some of them another program comes.
     void cutEverywhere();
-    int manifestsFound() const { return m_manifests; }
+    int manifestsFound() const { return manifestCount; }
 
     /// What a program with another cache answers.
     QString askOther(const QString &command);
@@ -75,21 +75,21 @@ private:
     void checkModel();
     void recordFigures() const;
 
-    TemporaryCache m_cache;
-    QList<CutResource> m_resources;
-    QMap<QString, Files> m_expected; ///< by reference
-    QList<LoggedStep> m_steps;
-    QList<qsizetype> m_ends; ///< how many steps were done when a command was; the last: at the end
-    std::map<QString, RemovedData> m_removed; ///< by reference
-    std::unique_ptr<DiskModel> m_disk; ///< of before the steps
-    Files m_left; ///< by the program
-    bool m_isLarge = false; ///< what it wrote
-    std::unique_ptr<ActorProcess> m_other;
-    std::mt19937 m_random;
-    int m_cuts = 0;
-    int m_programs = 0;
-    int m_readyRows = 0;
-    int m_manifests = 0;
+    TemporaryCache cache;
+    QList<CutResource> resources;
+    QMap<QString, Files> expected; ///< by reference
+    QList<LoggedStep> steps;
+    QList<qsizetype> ends; ///< how many steps were done when a command was; the last: at the end
+    std::map<QString, RemovedData> removed; ///< by reference
+    std::unique_ptr<DiskModel> disk; ///< of before the steps
+    Files left; ///< by the program
+    bool isLarge = false; ///< what it wrote
+    std::unique_ptr<ActorProcess> other;
+    std::mt19937 random;
+    int cutCount = 0;
+    int programCount = 0;
+    int readyCount = 0;
+    int manifestCount = 0;
 };
 
 } // namespace zel::test

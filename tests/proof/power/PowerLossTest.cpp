@@ -53,7 +53,7 @@ class PowerLossTest : public testing::Test
 protected:
     CutResource shared(const QString &name) const
     {
-        const QString source = m_power.outside(u"share/"_s + name);
+        const QString source = power.outside(u"share/"_s + name);
         return { u"share:"_s + source, source };
     }
     CutResource file(const QString &name, int size) const
@@ -69,13 +69,10 @@ protected:
             writeFile(resource.source + u'/' + each, content(size));
         return resource;
     }
-    CutResource webFile(const QString &name, int size) const
-    {
-        return webFile(name, size, m_server);
-    }
+    CutResource webFile(const QString &name, int size) const { return webFile(name, size, nginx); }
     CutResource webFile(const QString &name, int size, const NginxServer &server) const
     {
-        const QString source = m_power.outside(u"web/"_s + name);
+        const QString source = power.outside(u"web/"_s + name);
         writeFile(source, content(size));
         server.addFile(name, content(size));
         return { server.url(name), source };
@@ -90,12 +87,12 @@ protected:
             sums += QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex() + "  "
                 + size.key().toUtf8() + '\n';
         }
-        m_server.addFile(list, sums);
-        return { u"list+"_s + m_server.url(list), m_power.outside(u"web/"_s + name) };
+        nginx.addFile(list, sums);
+        return { u"list+"_s + nginx.url(list), power.outside(u"web/"_s + name) };
     }
     CutResource davFile(const QString &name, int size)
     {
-        const QString source = m_power.outside(u"dav/"_s + name);
+        const QString source = power.outside(u"dav/"_s + name);
         writeFile(source, content(size));
         davServer().addFile(name, content(size));
         return { davServer().url(name), source };
@@ -104,17 +101,16 @@ protected:
     {
         for (auto size = sizes.begin(); size != sizes.end(); ++size)
             davFile(name + u'/' + size.key(), *size);
-        return { davServer().url(name), m_power.outside(u"dav/"_s + name) };
+        return { davServer().url(name), power.outside(u"dav/"_s + name) };
     }
     CutResource container(const QString &name)
     {
-        const QString sample = m_power.outside(u"sample"_s);
+        const QString sample = power.outside(u"sample"_s);
         writeFile(sample, content(30'000));
         const QString source
             = file(name + u"/beside"_s, 0).source.section(u'/', 0, -2) + u"/run.zacq"_s;
         const QString inside = u"data/%1.raw"_s.arg(QString(longFileName, u'n'));
-        EXPECT_EQ(m_power.askOther(u"makeContainer %1 %2 %3"_s.arg(source, sample, inside)),
-                  u"ok"_s);
+        EXPECT_EQ(power.askOther(u"makeContainer %1 %2 %3"_s.arg(source, sample, inside)), u"ok"_s);
         return { u"share:"_s + source, sample, true };
     }
     static QStringList names(int count)
@@ -134,38 +130,38 @@ protected:
     }
     void cut(const QList<CutResource> &resources, const QStringList &commands)
     {
-        m_power.expect(resources);
-        m_power.record(commands);
-        m_power.cutEverywhere();
+        power.expect(resources);
+        power.record(commands);
+        power.cutEverywhere();
     }
     bool hasSyncedAll() const
     {
-        return m_power.hasRecorded(
+        return power.hasRecorded(
             [](const LoggedStep &step) { return step.kind() == Kind::SyncFileSystem; });
     }
     bool hasExchanged() const
     {
-        return m_power.hasRecorded([](const LoggedStep &step) {
+        return power.hasRecorded([](const LoggedStep &step) {
             return step.kind() == Kind::Rename && (step.head.flags & RENAME_EXCHANGE) != 0;
         });
     }
     bool hasMade(const QString &part) const
     {
-        return m_power.hasRecorded([&](const LoggedStep &step) {
+        return power.hasRecorded([&](const LoggedStep &step) {
             return step.path.contains(part) || step.newPath.contains(part);
         });
     }
 
     const ApacheServer &davServer()
     {
-        if (!m_davServer)
-            m_davServer = std::make_unique<ApacheServer>();
-        return *m_davServer;
+        if (!apache)
+            apache = std::make_unique<ApacheServer>();
+        return *apache;
     }
 
-    const NginxServer m_server;
-    std::unique_ptr<ApacheServer> m_davServer;
-    PowerCuts m_power;
+    const NginxServer nginx;
+    std::unique_ptr<ApacheServer> apache;
+    PowerCuts power;
 };
 
 } // namespace
@@ -173,13 +169,13 @@ protected:
 TEST_F(PowerLossTest, fetchOfFiles_cutAfterEachStep_eachReadyRowHasAllOfItsData)
 {
     cutFetchesOf({ file(u"a/x.wiff"_s, 20'000), file(u"b/run.mzML"_s, 70'000) });
-    EXPECT_GT(m_power.manifestsFound(), 0);
+    EXPECT_GT(power.manifestsFound(), 0);
 }
 
 TEST_F(PowerLossTest, fetchOfAFolder_cutAfterEachStep_eachReadyRowHasAllOfItsData)
 {
     cutFetchesOf({ folder(u"run.d"_s, { u"a"_s, u"b/c"_s, u"b/d/e"_s }, 5'000) });
-    EXPECT_GT(m_power.manifestsFound(), 0);
+    EXPECT_GT(power.manifestsFound(), 0);
     EXPECT_FALSE(hasSyncedAll());
 }
 
@@ -216,13 +212,13 @@ TEST_F(PowerLossTest, fetchBegunAnew_cutAfterEachStep_nextFetchIsWhole)
     const NginxServer server(options);
     const CutResource resource = webFile(u"run.raw"_s, hugeFile, server);
     server.addFile(u"no-ranges"_s, {});
-    m_power.expect({ resource });
-    m_power.record({ retrieveInPart(resource), retrieve(resource) });
-    EXPECT_TRUE(m_power.hasRecorded([](const LoggedStep &step) {
+    power.expect({ resource });
+    power.record({ retrieveInPart(resource), retrieve(resource) });
+    EXPECT_TRUE(power.hasRecorded([](const LoggedStep &step) {
         return step.kind() == Kind::Resize && step.path.endsWith(u"/content/run.raw"_s);
     }));
     EXPECT_TRUE(QFile::remove(server.root() + u"/no-ranges"_s)); // the next ones can go on
-    m_power.cutEverywhere();
+    power.cutEverywhere();
 }
 
 TEST_F(PowerLossTest, fetchOfAWebFolder_cutAfterEachStep_nextFetchIsWhole)
@@ -250,7 +246,7 @@ TEST_F(PowerLossTest, fetchOfADavFolder_cutAfterEachStep_nextFetchIsWhole)
 {
     cutFetchesOf({ davFolder(
         u"run.d"_s, { { u"a"_s, 5'000 }, { u"b/c"_s, largeFile }, { u"b/d/e"_s, 5'000 } }) });
-    EXPECT_GT(m_power.manifestsFound(), 0);
+    EXPECT_GT(power.manifestsFound(), 0);
     EXPECT_FALSE(hasSyncedAll());
 }
 

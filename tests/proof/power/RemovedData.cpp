@@ -17,27 +17,27 @@ bool isExchange(const LoggedStep &step)
 
 } // namespace
 
-RemovedData::RemovedData(QString path)
-    : m_path(std::move(path))
-    , m_folder(m_path.left(m_path.lastIndexOf(u'/')))
+RemovedData::RemovedData(const QString &path)
+    : path(path)
+    , folder(path.left(path.lastIndexOf(u'/')))
 {
 }
 
 void RemovedData::see(const LoggedStep &step)
 {
     if (isTakenAwayBy(step)) {
-        m_isRemoved = true;
-        m_isPlacedAnew = false;
-    } else if (step.kind() == Kind::Rename && step.newPath == m_path) {
-        m_isPlacedAnew = true;
-    } else if (m_isPlacedAnew && isMadeDurableBy(step)) {
-        m_isRemoved = false;
+        isRemoved = true;
+        isPlacedAnew = false;
+    } else if (step.kind() == Kind::Rename && step.newPath == path) {
+        isPlacedAnew = true;
+    } else if (isPlacedAnew && isMadeDurableBy(step)) {
+        isRemoved = false;
     }
 }
 
 bool RemovedData::isTakenAwayBy(const LoggedStep &step) const
 {
-    const bool isHere = step.path == m_path || m_path.startsWith(step.path + u'/');
+    const bool isHere = step.path == path || path.startsWith(step.path + u'/');
     const bool isGone = step.kind() == Kind::Unlink || step.kind() == Kind::RemoveFolder
         || (step.kind() == Kind::Rename && !isExchange(step));
     return isHere && isGone;
@@ -46,7 +46,7 @@ bool RemovedData::isTakenAwayBy(const LoggedStep &step) const
 bool RemovedData::isMadeDurableBy(const LoggedStep &step) const
 {
     return step.kind() == Kind::SyncFileSystem
-        || (step.kind() == Kind::Sync && step.path == m_folder);
+        || (step.kind() == Kind::Sync && step.path == folder);
 }
 
 } // namespace zel::test

@@ -13,19 +13,19 @@ class RemovedData
 {
 public:
     /// `path` is where the resource lies.
-    explicit RemovedData(QString path);
+    explicit RemovedData(const QString &path);
 
     void see(const LoggedStep &step);
-    bool mayBeMissing() const { return m_isRemoved; }
+    bool mayBeMissing() const { return isRemoved; }
 
 private:
     bool isTakenAwayBy(const LoggedStep &step) const;
     bool isMadeDurableBy(const LoggedStep &step) const;
 
-    const QString m_path;
-    const QString m_folder;
-    bool m_isRemoved = false;
-    bool m_isPlacedAnew = false;
+    const QString path;
+    const QString folder;
+    bool isRemoved = false;
+    bool isPlacedAnew = false;
 };
 
 } // namespace zel::test

@@ -63,19 +63,19 @@ class Disk final : public FileStepWatcher
 {
 public:
     explicit Disk(FileStepWatcher *recorder)
-        : m_recorder(recorder)
+        : recorder(recorder)
     {
     }
 
     int before(const FileStep &step) override
     {
         const int refusal = refusalOf(step);
-        return refusal == 0 && m_recorder ? m_recorder->before(step) : refusal;
+        return refusal == 0 && recorder ? recorder->before(step) : refusal;
     }
     void after(const FileStep &step, ssize_t result) override
     {
-        if (m_recorder)
-            m_recorder->after(step, result);
+        if (recorder)
+            recorder->after(step, result);
     }
 
     std::atomic<off_t> mostBytes = noLimit; ///< of a staged file
@@ -95,7 +95,7 @@ private:
         return refusesMoves && isStaged(pathOf(step)) && !isStaged(newPathOf(step)) ? EXDEV : 0;
     }
 
-    FileStepWatcher *const m_recorder;
+    FileStepWatcher *const recorder;
 };
 
 using Words = QStringList;

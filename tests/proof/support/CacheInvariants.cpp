@@ -89,19 +89,19 @@ class Snapshot
 {
 public:
     explicit Snapshot(const QString &path)
-        : m_name(QUuid::createUuid().toString())
-        , m_database(QSqlDatabase::addDatabase(u"QSQLITE"_s, m_name))
+        : name(QUuid::createUuid().toString())
+        , database(QSqlDatabase::addDatabase(u"QSQLITE"_s, name))
     {
-        m_database.setConnectOptions(u"QSQLITE_BUSY_TIMEOUT=20000"_s);
-        m_database.setDatabaseName(path);
-        if (!m_database.open() || !m_database.transaction())
-            m_failure = m_database.lastError().text();
+        database.setConnectOptions(u"QSQLITE_BUSY_TIMEOUT=20000"_s);
+        database.setDatabaseName(path);
+        if (!database.open() || !database.transaction())
+            firstFailure = database.lastError().text();
     }
     ~Snapshot()
     {
-        m_database.rollback();
-        m_database = QSqlDatabase();
-        QSqlDatabase::removeDatabase(m_name);
+        database.rollback();
+        database = QSqlDatabase();
+        QSqlDatabase::removeDatabase(name);
     }
     Snapshot(const Snapshot &) = delete;
     Snapshot &operator=(const Snapshot &) = delete;
@@ -110,7 +110,7 @@ public:
     QList<QVariantList> rows(const QString &sql, qsizetype columns = 1)
     {
         QList<QVariantList> found;
-        QSqlQuery query(m_database);
+        QSqlQuery query(database);
         query.setForwardOnly(true);
         bool isRead = query.exec(sql);
         while (isRead && query.next()) {
@@ -120,17 +120,17 @@ public:
             found.append(values);
         }
         isRead = isRead && !query.lastError().isValid();
-        if (!isRead && m_failure.isEmpty())
-            m_failure = sql + u": "_s + query.lastError().text();
+        if (!isRead && firstFailure.isEmpty())
+            firstFailure = sql + u": "_s + query.lastError().text();
         return isRead ? found : QList<QVariantList>();
     }
     /// The first one; empty without.
-    QString failure() const { return m_failure; }
+    QString failure() const { return firstFailure; }
 
 private:
-    const QString m_name;
-    QSqlDatabase m_database;
-    QString m_failure;
+    const QString name;
+    QSqlDatabase database;
+    QString firstFailure;
 };
 
 /// The bytes of a file, or of all files of a folder; links inside are none of them.
@@ -151,25 +151,25 @@ qint64 sizeOnDisk(const QString &path)
 } // namespace
 
 CacheInvariants::CacheInvariants(const QString &databasePath, const QString &dataDir)
-    : m_databasePath(databasePath)
-    , m_dataDir(QDir::cleanPath(dataDir))
+    : databasePath(databasePath)
+    , dataDir(QDir::cleanPath(dataDir))
 {
 }
 
 CacheInvariants &CacheInvariants::except(Exception exception)
 {
-    m_exceptions.insert(exception);
+    exceptions.insert(exception);
     return *this;
 }
 
 void CacheInvariants::setContentCheck(const ContentCheck &check)
 {
-    m_contentCheck = check;
+    contentCheck = check;
 }
 
 void CacheInvariants::expectContent(const QString &reference, const QByteArray &content)
 {
-    m_contents.insert(reference, content);
+    contents.insert(reference, content);
 }
 
 QStringList CacheInvariants::violations() const
@@ -189,14 +189,14 @@ QStringList CacheInvariants::rowViolations() const
 
 QStringList CacheInvariants::checkRows(QList<ReadyRow> *ready) const
 {
-    const bool isThere = QFileInfo::exists(m_databasePath);
+    const bool isThere = QFileInfo::exists(databasePath);
     if (!isThere && excepts(Exception::NoDatabase))
         return {};
     // The look must not make the file.
     if (!isThere)
-        return { u"There is no database: "_s + m_databasePath };
+        return { u"There is no database: "_s + databasePath };
 
-    Snapshot snapshot(m_databasePath);
+    Snapshot snapshot(databasePath);
     const bool isEmpty = snapshot.rows(u"SELECT 1 FROM sqlite_master"_s).isEmpty();
     if (isEmpty && snapshot.failure().isEmpty() && excepts(Exception::NoDatabase))
         return {};
@@ -244,13 +244,13 @@ QStringList CacheInvariants::fileViolations(const ReadyRow &row) const
 QStringList CacheInvariants::contentViolations(const ReadyRow &row) const
 {
     QStringList found;
-    const auto expected = m_contents.constFind(row.reference);
-    if (expected != m_contents.constEnd()) {
+    const auto expected = contents.constFind(row.reference);
+    if (expected != contents.constEnd()) {
         QFile file(row.path);
         if (!file.open(QIODevice::ReadOnly) || file.readAll() != *expected)
             found.append(u"A Ready resource holds other data: "_s + row.reference);
     }
-    const QString wrong = m_contentCheck ? m_contentCheck(row.reference, row.path) : QString();
+    const QString wrong = contentCheck ? contentCheck(row.reference, row.path) : QString();
     if (!wrong.isEmpty())
         found.append(u"A Ready resource holds other data: %1: %2"_s.arg(row.reference, wrong));
     return found;
@@ -259,7 +259,7 @@ QStringList CacheInvariants::contentViolations(const ReadyRow &row) const
 /// Names with a dot in front are places where data is collected or thrown away.
 QString CacheInvariants::placeViolation(const ReadyRow &row) const
 {
-    const QString relative = QDir(m_dataDir).relativeFilePath(QDir::cleanPath(row.path));
+    const QString relative = QDir(dataDir).relativeFilePath(QDir::cleanPath(row.path));
     for (const QString &name : relative.split(u'/')) {
         if (name.startsWith(u'.'))
             return u"A Ready resource lies where none is published: "_s + row.path;

@@ -53,17 +53,17 @@ private:
         qint64 size = 0;
     };
 
-    bool excepts(Exception exception) const { return m_exceptions.contains(exception); }
+    bool excepts(Exception exception) const { return exceptions.contains(exception); }
     QStringList checkRows(QList<ReadyRow> *ready) const;
     QStringList fileViolations(const ReadyRow &row) const;
     QStringList contentViolations(const ReadyRow &row) const;
     QString placeViolation(const ReadyRow &row) const;
 
-    QString m_databasePath;
-    QString m_dataDir;
-    QSet<Exception> m_exceptions;
-    QHash<QString, QByteArray> m_contents;
-    ContentCheck m_contentCheck;
+    QString databasePath;
+    QString dataDir;
+    QSet<Exception> exceptions;
+    QHash<QString, QByteArray> contents;
+    ContentCheck contentCheck;
 };
 
 } // namespace zel::test

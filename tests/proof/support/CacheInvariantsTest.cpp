@@ -29,11 +29,11 @@ protected:
                            { reference });
         }
         ASSERT_FALSE(cache.saveStatus(u"test:fetched"_s, ResourceStatus::Acquiring).hasError());
-        m_handle = cache.useResource(u"test:ready"_s).value();
+        handle = cache.useResource(u"test:ready"_s).value();
         invariants.expectContent(u"test:ready"_s, "xxxx");
     }
 
-    std::unique_ptr<ResourceCache::InUseHandle> m_handle;
+    std::unique_ptr<ResourceCache::InUseHandle> handle;
     CacheInvariants invariants { directory.databasePath(), directory.dataDir() };
 };
 
@@ -142,7 +142,7 @@ INSTANTIATE_TEST_SUITE_P(Rows, CacheInvariantsDamageTest, testing::ValuesIn(dama
 
 TEST_F(CacheInvariantsTest, violations_indexAndRowsDiffer_areNamed)
 {
-    m_handle.reset();
+    handle.reset();
     cache.close();
     QByteArray bytes = readFile(directory.databasePath());
     bytes.replace(bytes.indexOf("test:wanted"), 11, "test:wasted");
