@@ -1,5 +1,6 @@
 #include "MsDataAssociatedResourcesProvider.h"
 
+#include "MsDataSideFiles.h"
 #include "MsFileInfo.h"
 #include "platform/FolderGlance.h"
 
@@ -7,8 +8,6 @@
 #include <QFileInfo>
 
 namespace zel {
-
-using namespace Qt::Literals::StringLiterals;
 
 QList<QString> MsDataAssociatedResourcesProvider::getAssociatedResources(const QString &path) const
 {
@@ -19,11 +18,13 @@ QList<QString> MsDataAssociatedResourcesProvider::getAssociatedResources(const Q
     const QDir dir = info.dir();
     // A scan asks for each resource, and hardly one has such files. To match patterns takes many
     // times as long as to see that.
-    if (!FolderGlance::holdsEnding(dir.path(), { ".ms1.cache", ".data.cache" }))
+    const auto [first, second] = MsDataSideFiles::namePatterns;
+    if (!FolderGlance::holdsEnding(
+            dir.path(), { MsDataSideFiles::endingOf(first), MsDataSideFiles::endingOf(second) }))
         return {};
     // As patterns: a name with wildcard characters acts as one, which programs rely on.
-    const QStringList filters { u"%1.ms1.cache"_s.arg(info.fileName()),
-                                u"%1.data.cache"_s.arg(info.fileName()) };
+    const QStringList filters { QString::fromLatin1(first).arg(info.fileName()),
+                                QString::fromLatin1(second).arg(info.fileName()) };
     QList<QString> associated;
     for (const QString &entry : dir.entryList(filters, QDir::NoFilter, QDir::NoSort))
         associated.append(dir.filePath(entry));

@@ -1,31 +1,14 @@
 #include "ResourceCache_p.h"
 #include "errors/Propagate.h"
+#include "files/HiddenNames.h"
 #include "platform/TreeRemoval.h"
 #include "zacq/Zacq.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QUuid>
 
 namespace zel {
-
-using namespace Qt::Literals::StringLiterals;
-
-namespace {
-
-const QString leftoverPrefix = u".leftover-"_s;
-const QString leftoverPattern = leftoverPrefix + QString(32, u'?'); // the digits of a UUID
-
-/// Beside the resource, in the folder that goes with it: should this process die before the
-/// deletion, the rest goes with the next removal of the resource.
-QString asideOf(const QFileInfo &info)
-{
-    const QString name = leftoverPrefix + QUuid::createUuid().toString(QUuid::Id128);
-    return info.dir().absoluteFilePath(name);
-}
-
-} // namespace
 
 // Why one step: process A sees leftovers, process B fetches the resource and ends with Ready,
 // process A deletes what it saw, and with it what B has fetched.
@@ -61,7 +44,7 @@ Result<QString> ResourceCache::Private::moveAside(const QString &path)
         return QString();
     }
 
-    const QString target = asideOf(info);
+    const QString target = HiddenNames::leftoverBeside(info.filePath());
     if (!QDir().rename(info.absoluteFilePath(), target)) {
         const QString text = info.isDir() ? tr("Removing the folder \"%1\" failed.")
                                           : tr("Removing the file \"%1\" failed.");
@@ -77,8 +60,9 @@ void ResourceCache::Private::withdraw(const QString &path)
 {
     const QFileInfo info(path);
     const bool isFolder = info.isDir() && !info.isSymLink();
-    const bool isGone = isFolder ? QDir().rename(info.absoluteFilePath(), asideOf(info))
-                                 : QFile::remove(info.absoluteFilePath());
+    const bool isGone = isFolder
+        ? QDir().rename(info.absoluteFilePath(), HiddenNames::leftoverBeside(path))
+        : QFile::remove(info.absoluteFilePath());
     if (!isGone)
         qCDebug(lcResourceManager) << "The data stays at its path while it is removed:" << path;
 }
@@ -89,8 +73,8 @@ Error ResourceCache::Private::removeWithdrawn(const QString &path)
 {
     Error error;
     const QDir folder = QFileInfo(QDir::cleanPath(path)).dir();
-    const QStringList names
-        = folder.entryList({ leftoverPattern }, QDir::AllEntries | QDir::Hidden | QDir::System);
+    const QStringList names = folder.entryList({ HiddenNames::leftoverPattern() },
+                                               QDir::AllEntries | QDir::Hidden | QDir::System);
     for (const QString &name : names)
         ZEL_TRY(error, TreeRemoval::remove(folder.absoluteFilePath(name)));
     return error;

@@ -1,9 +1,9 @@
 #include "ResourceCache_p.h"
 
+#include "ShortContainerPlace.h"
 #include "errors/Propagate.h"
 #include "zacq/Zacq.h"
 
-#include <QCryptographicHash>
 #include <QElapsedTimer>
 #include <QFileInfo>
 
@@ -16,14 +16,6 @@ namespace {
 // In UTF-16 units: what programs of some platforms can still open, with room for what they append.
 constexpr qsizetype longestSamplePath = 217;
 constexpr qsizetype targetPathLimit = 218;
-constexpr qsizetype hashLength = 6;
-
-QString shortHashFor(const QString &reference)
-{
-    const QByteArray digest
-        = QCryptographicHash::hash(reference.toUtf8(), QCryptographicHash::Md5).toHex();
-    return QString::fromLatin1(digest.first(hashLength));
-}
 
 bool isSameContent(const zacq::Zacq &left, const zacq::Zacq &right)
 {
@@ -61,7 +53,7 @@ Error ResourceCache::Private::fixLongZacqFileName(const QString &reference, cons
 
     qCDebug(lcResourceManager) << path << "is too long, applying fix...";
     const QString dataDir = QFileInfo(cachePath.cacheDataDir().toString()).absoluteFilePath();
-    const QString target = u"%1/zacq/%2.zacq"_s.arg(dataDir, shortHashFor(reference));
+    const QString target = ShortContainerPlace::pathIn(dataDir, reference);
     if (target.size() >= targetPathLimit)
         return ZEL_ERROR(ErrorCode::BadData, tr("Sample name is too long"));
     if (QFileInfo::exists(target))

@@ -77,7 +77,8 @@ const Damage damages[] {
       } },
     { "leftover", true,
       [](const DoctorCli &test) {
-          writeFile(QFileInfo(test.firstPath()).path() + u"/.leftover-1/run.raw"_s, "data");
+          const QString name = u"/.leftover-"_s + QString(32, u'1');
+          writeFile(QFileInfo(test.firstPath()).path() + name + u"/run.raw"_s, "data");
       } },
     { "data-aside", true,
       [](const DoctorCli &test) {

@@ -120,7 +120,7 @@ TEST_F(DoctorRepairCliTest, repair_interrupted_leavesNothingAsideAndTheNextOneGo
     const QString folder = QFileInfo(firstPath()).path();
     constexpr int count = 1000;
     for (int i = 0; i < count; ++i)
-        writeFile(folder + u"/.leftover-%1/run.raw"_s.arg(i), "data");
+        writeFile(folder + u"/.leftover-%1/run.raw"_s.arg(i, 32, 10, QChar(u'0')), "data");
     const auto named = [&folder](const QString &pattern) {
         return QDir(folder).entryList({ pattern }, QDir::Dirs | QDir::Hidden).size();
     };

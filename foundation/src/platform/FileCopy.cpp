@@ -1,6 +1,7 @@
 #include "platform/FileCopy.h"
 
 #include "errors/Propagate.h"
+#include "files/HiddenNames.h"
 #include "platform/ByteCopy.h"
 #include "platform/TreeCopy.h"
 
@@ -94,7 +95,7 @@ namespace {
 int copyAndReplace(const Descriptor &source, int folder, const QByteArray &name,
                    const std::function<bool(qint64)> &advance)
 {
-    const QByteArray workName = workingName();
+    const QByteArray workName = HiddenNames::partial();
     if (const int error = copyToNewFile(source, folder, workName, FileCopySync::Yes, advance))
         return error;
     if (::renameat(folder, workName.constData(), folder, name.constData()) == 0)

@@ -1,6 +1,7 @@
 #include "platform/FileSync.h"
 
 #include "errors/Propagate.h"
+#include "files/HiddenNames.h"
 #include "files/NativePath.h"
 #include "platform/FreeSpace.h"
 #include "platform/PosixFile.h"
@@ -54,7 +55,7 @@ int fill(Descriptor *file, int folder, const QByteArray &finalName, const QByteA
 
 int replaceAt(int folder, const QByteArray &name, const QByteArray &content)
 {
-    const QByteArray workName = workingName();
+    const QByteArray workName = HiddenNames::partial();
     Descriptor file = openAt(folder, workName, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0666);
     if (!file.isOpen())
         return errno;

@@ -3,7 +3,6 @@
 #include "platform/FreeSpace.h"
 
 #include <QFile>
-#include <QRandomGenerator>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -36,12 +35,6 @@ Descriptor openAt(int folder, const QByteArray &name, int flags, mode_t mode)
 Descriptor openFolderAt(int folder, const QByteArray &name)
 {
     return openAt(folder, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
-}
-
-QByteArray workingName()
-{
-    // 64 random bits never repeat in the life of a folder.
-    return ".zel-" + QByteArray::number(QRandomGenerator::system()->generate64(), 16) + ".partial";
 }
 
 unsigned char typeByLook(int folder, const QByteArray &name)

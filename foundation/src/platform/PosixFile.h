@@ -62,9 +62,6 @@ auto retried(const Call &call)
 Descriptor openAt(int folder, const QByteArray &name, int flags, mode_t mode = 0);
 /// Opens a folder for reading, and never through a link.
 Descriptor openFolderAt(int folder, const QByteArray &name);
-/// A hidden name that no other file has, for what takes its final name later. Short and of its own,
-/// so that it fits wherever the final name does.
-QByteArray workingName();
 
 struct Entry
 {

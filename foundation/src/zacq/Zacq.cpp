@@ -2,6 +2,7 @@
 
 #include "Hidden.h"
 #include "errors/Propagate.h"
+#include "files/HiddenNames.h"
 #include "platform/FileSync.h"
 #include "platform/TreeCopy.h"
 #include "platform/TreeRemoval.h"
@@ -12,11 +13,8 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QUuid>
 
 namespace zel::zacq {
-
-using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
@@ -43,8 +41,7 @@ Error openForReading(QFile *file)
 Result<QString> withdrawn(const QString &path)
 {
     const QFileInfo info(path);
-    const QString name = u".leftover-"_s + QUuid::createUuid().toString(QUuid::Id128);
-    const QString aside = info.dir().absoluteFilePath(name);
+    const QString aside = HiddenNames::leftoverBeside(path);
     if (!QDir().rename(info.absoluteFilePath(), aside))
         return ZEL_ERROR(ErrorCode::OperationFailed,
                          TreeRemoval::tr("Removing \"%1\" failed: %2")

@@ -1,48 +1,34 @@
 #include "doctor/DataInventory.h"
 
+#include "MsDataSideFiles.h"
+#include "ShortContainerPlace.h"
 #include "doctor/AsideName.h"
+#include "files/HiddenNames.h"
 #include "files/WholeCopy.h"
 #include "staging/NeighbourName.h"
 
-#include <QCryptographicHash>
-#include <QDir>
 #include <QFileInfo>
 
 #include <algorithm>
-#include <array>
 
 namespace zel::cli {
 
-using namespace Qt::Literals::StringLiterals;
-
 namespace {
 
-/// Where the data of containers with long paths lies, each under a name made of its reference.
-constexpr auto containerFolder = "zacq";
-
-QByteArray containerNameFor(const QString &reference)
-{
-    constexpr qsizetype letters = 6;
-    return QCryptographicHash::hash(reference.toUtf8(), QCryptographicHash::Md5)
-               .toHex()
-               .left(letters)
-        + ".zacq";
-}
-
-/// What analysis programs leave beside data, by the end of its name.
-constexpr std::array countedEnds { ".ms1.cache", ".data.cache" };
-
+/// Whether analysis programs leave files of such names beside data.
 bool isCounted(const QByteArray &name)
 {
-    return std::any_of(countedEnds.begin(), countedEnds.end(),
-                       [&name](const char *end) { return name.endsWith(end); });
+    const auto &patterns = MsDataSideFiles::namePatterns;
+    return std::any_of(patterns.begin(), patterns.end(), [&name](const char *pattern) {
+        return name.endsWith(MsDataSideFiles::endingOf(pattern));
+    });
 }
 
 bool isRemains(const QByteArray &name)
 {
-    return name.startsWith(".leftover-") || AsideName::isOne(name)
+    return HiddenNames::isLeftover(name) || AsideName::isOne(name)
         || NeighbourName::isOne({ name.constData(), std::size_t(name.size()) })
-        || (name.startsWith(".zel-") && name.endsWith(".partial"))
+        || HiddenNames::isPartial(name)
         || (WholeCopy::isOnItsWay(name) && !WholeCopy::isInProgress(name));
 }
 
@@ -52,7 +38,7 @@ DataInventory DataInventory::of(const QString &dataDirectory, const Resources &r
 {
     DataInventory inventory;
     inventory.dataPlaces = DataPlaces(dataDirectory);
-    inventory.claim(resources);
+    inventory.claim(dataDirectory, resources);
     inventory.outcome
         = TreeSurvey::make(dataDirectory, [&inventory](const QByteArray &path, bool isFolder) {
               return inventory.stepFor(path, isFolder);
@@ -61,14 +47,15 @@ DataInventory DataInventory::of(const QString &dataDirectory, const Resources &r
     return inventory;
 }
 
-void DataInventory::claim(const Resources &resources)
+void DataInventory::claim(const QString &dataDirectory, const Resources &resources)
 {
     claims.reserve(resources.size());
     folders.reserve(resources.size());
-    const bool hasContainers = QDir(dataPlaces.pathTo(containerFolder)).exists();
+    const bool hasContainers = QFileInfo(ShortContainerPlace::folderIn(dataDirectory)).isDir();
     for (const ResourceCacheReader::Resource &resource : resources) {
         if (hasContainers)
-            shortNames.insert(containerNameFor(resource.reference));
+            shortPlaces.insert(
+                dataPlaces.named(ShortContainerPlace::pathIn(dataDirectory, resource.reference)));
         // Another program may have written the path, and have known the directory by another name.
         if (const QByteArray place = dataPlaces.of(resource.path); !place.isEmpty())
             claimPlace(place);
@@ -89,11 +76,6 @@ bool DataInventory::isNear(const QByteArray &folder) const
 {
     const auto found = folders.constFind(folder);
     return found != folders.cend() && *found == Around::Near;
-}
-
-bool DataInventory::isClaimedByName(const QByteArray &path) const
-{
-    return folderAround(path) == containerFolder && shortNames.contains(nameOf(path));
 }
 
 TreeSurvey::Step DataInventory::stepFor(const QByteArray &path, bool isFolder) const
@@ -131,7 +113,7 @@ void DataInventory::sortOutUnclaimed(const TreeSurvey::Entry &entry)
         remains.append(entry);
     else if (isBesideData && isCounted(entry.path))
         sizesBeside.insert(entry.path, entry.bytes);
-    else if (!isBesideData && entry.files > 0 && !isClaimedByName(entry.path))
+    else if (!isBesideData && entry.files > 0 && !shortPlaces.contains(entry.path))
         nobodys.append(entry); // empty folders are all that is left of a resource, and no harm
 }
 
@@ -197,8 +179,8 @@ qint64 DataInventory::sizeBeside(const QByteArray &place) const
     if (sizesBeside.isEmpty())
         return 0;
     qint64 bytes = 0;
-    for (const char *end : countedEnds)
-        bytes += sizesBeside.value(place + end);
+    for (const char *pattern : MsDataSideFiles::namePatterns)
+        bytes += sizesBeside.value(place + MsDataSideFiles::endingOf(pattern).toByteArray());
     return bytes;
 }
 

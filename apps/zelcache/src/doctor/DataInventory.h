@@ -42,7 +42,7 @@ public:
     bool isOfSeveral(const QByteArray &place) const;
 
 private:
-    void claim(const Resources &resources);
+    void claim(const QString &dataDirectory, const Resources &resources);
     void claimPlace(const QByteArray &place);
     TreeSurvey::Step stepFor(const QByteArray &path, bool isFolder) const;
     void sortOut(const Resources &resources);
@@ -50,7 +50,6 @@ private:
     QSet<QByteArray> wantedBy(const Resources &resources) const;
     void sortOutUnclaimed(const TreeSurvey::Entry &entry);
     bool takeAside(const TreeSurvey::Entry &entry, const QSet<QByteArray> &wanted);
-    bool isClaimedByName(const QByteArray &path) const;
     bool isNear(const QByteArray &folder) const;
 
     /// Of a place that rows claim.
@@ -65,7 +64,7 @@ private:
     // One look-up for each question: there can be many rows and many files.
     QHash<QByteArray, Claim> claims;
     QHash<QByteArray, Around> folders; ///< around claimed places
-    QSet<QByteArray> shortNames; ///< of containers that lie elsewhere because of their long paths
+    QSet<QByteArray> shortPlaces; ///< of containers that lie there because of their long paths
     TreeSurvey::Outcome outcome;
     QSet<QByteArray> hidden; ///< the folders that cannot be read
     QHash<QByteArray, qint64> sizesBeside;
