@@ -11,25 +11,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-using Life = BoardParty::Life;
-
-QString stateText(Life life)
-{
-    switch (life) {
-    case Life::Alive:
-        return u"alive"_s;
-    case Life::Silent:
-        return u"silent"_s;
-    case Life::Dead:
-        return u"dead"_s;
-    case Life::Reused:
-        return u"reused"_s;
-    case Life::Unregistered:
-        break;
-    }
-    return u"unregistered"_s;
-}
-
 template<typename Number>
 QJsonValue optionalJson(const std::optional<Number> &number)
 {
@@ -38,11 +19,12 @@ QJsonValue optionalJson(const std::optional<Number> &number)
 
 QJsonObject partyJson(const BoardParty &party)
 {
-    const bool isKnown = party.life != Life::Unregistered;
-    return { { u"process"_s, isKnown ? QJsonValue(party.processId) : QJsonValue() },
+    const bool isRegistered = party.life.has_value();
+    const QString state = isRegistered ? livenessName(*party.life) : u"unregistered"_s;
+    return { { u"process"_s, isRegistered ? QJsonValue(party.processId) : QJsonValue() },
              { u"program"_s, party.program.isEmpty() ? QJsonValue() : QJsonValue(party.program) },
-             { u"state"_s, stateText(party.life) },
-             { u"alive"_s, party.life == Life::Alive },
+             { u"state"_s, state },
+             { u"alive"_s, party.life == Liveness::Alive },
              { u"counts"_s, party.counts },
              { u"lastPing"_s, optionalJson(party.lastPing) },
              { u"lastSign"_s, optionalJson(party.lastSign) } };

@@ -9,7 +9,6 @@ namespace zel::cli {
 
 namespace {
 
-using Life = BoardParty::Life;
 using Reader = ResourceCacheReader;
 
 /// A rate is that of about this long, in milliseconds: shorter, and the time left jumps about.
@@ -42,21 +41,6 @@ qint64 lastSignOf(const Reader::Client &client, const BoardLook &look)
 {
     const BoardTransfer *transfer = transferBy(look, client.processId);
     return std::max(client.lastPing, transfer == nullptr ? 0 : transfer->updated);
-}
-
-Life lifeOf(Liveness liveness)
-{
-    switch (liveness) {
-    case Liveness::Alive:
-        return Life::Alive;
-    case Liveness::Silent:
-        return Life::Silent;
-    case Liveness::Dead:
-        return Life::Dead;
-    case Liveness::Reused:
-        break;
-    }
-    return Life::Reused;
 }
 
 Liveness livenessElsewhere(const Reader::Client &client, qint64 now)
@@ -144,8 +128,8 @@ BoardParty BoardModel::partyOf(const Reader::Client &client, const BoardLook &lo
     BoardParty party;
     party.processId = client.processId;
     party.program = judged.program();
-    party.life = lifeOf(
-        signs.seemedDead && signs.livesElsewhere ? livenessElsewhere(client, look.now) : liveness);
+    party.life
+        = signs.seemedDead && signs.livesElsewhere ? livenessElsewhere(client, look.now) : liveness;
     party.lastSign = lastSign;
     party.lastPing = client.lastPing;
     party.counts = ClientLife::counts(client, look.now);
@@ -154,9 +138,7 @@ BoardParty BoardModel::partyOf(const Reader::Client &client, const BoardLook &lo
 
 BoardParty BoardModel::partyOf(qint64 clientId) const
 {
-    BoardParty unregistered;
-    unregistered.life = Life::Unregistered;
-    return parties.value(clientId, unregistered);
+    return parties.value(clientId);
 }
 
 Board::Fetch BoardModel::fetchOf(const Reader::AcquiringTask &task, const BoardLook &look)
@@ -174,8 +156,8 @@ void BoardModel::addTransfer(Board::Fetch &fetch, const BoardTransfer &transfer,
 {
     fetch.bytes = transfer.bytes;
     fetch.totalBytes = transfer.totalBytes;
-    const Life life = fetch.fetcher.life;
-    if (life != Life::Alive && life != Life::Silent)
+    const std::optional<Liveness> life = fetch.fetcher.life;
+    if (life != Liveness::Alive && life != Liveness::Silent)
         return;
     const double rate = smoothedRate(transfer, now);
     fetch.bytesPerSecond = rate;

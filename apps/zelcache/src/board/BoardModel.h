@@ -39,17 +39,9 @@ struct BoardLook
 /// A program that has the cache open, or that left a row behind.
 struct BoardParty
 {
-    enum class Life {
-        Alive,
-        Silent, ///< there, but without a sign of life for so long that the others take it for dead
-        Dead, ///< there is no such process
-        Reused, ///< dead, and its number belongs to another process now
-        Unregistered, ///< the database no longer knows the program of this row
-    };
-
     qint64 processId = 0; ///< 0 if it is not known
     QString program; ///< empty if it is not known
-    Life life = Life::Alive;
+    std::optional<Liveness> life; ///< empty if the database no longer knows the program
     std::optional<qint64> lastSign; ///< of life, in milliseconds since the epoch
     std::optional<qint64> lastPing; ///< the same of the row alone
     bool counts = false; ///< the others take it for alive

@@ -20,8 +20,6 @@ struct Texts
     Q_DECLARE_TR_FUNCTIONS(zel::cli::BoardScreen)
 };
 
-using Life = BoardParty::Life;
-
 constexpr int indent = 6; ///< of what belongs to the line above
 constexpr int shortestReference = 30; ///< with less room it gets a line of its own
 
@@ -103,7 +101,7 @@ QString referenceText(const QString &reference)
 
 QString nameOf(const BoardParty &party)
 {
-    if (party.life == Life::Unregistered)
+    if (!party.life)
         return Texts::tr("a program that is gone");
     // Short enough to stand in a line with its number: without the number it is nobody.
     constexpr int longest = 24;
@@ -116,19 +114,19 @@ QStringList partyTexts(const BoardParty &party, qint64 now)
 {
     const QString silence = durationSince(party.lastSign.value_or(now), now);
     const QString seen = Texts::tr("seen %1 ago").arg(silence);
-    switch (party.life) {
-    case Life::Alive:
+    if (!party.life)
+        return { nameOf(party) };
+    switch (*party.life) {
+    case Liveness::Alive:
         return { nameOf(party), seen };
-    case Life::Silent:
+    case Liveness::Silent:
         return { nameOf(party), Texts::tr("silent for %1").arg(silence) };
-    case Life::Dead:
+    case Liveness::Dead:
         return { nameOf(party), Texts::tr("dead"), seen };
-    case Life::Reused:
-        return { nameOf(party), Texts::tr("dead (number reused)"), seen };
-    case Life::Unregistered:
+    case Liveness::Reused:
         break;
     }
-    return { nameOf(party) };
+    return { nameOf(party), Texts::tr("dead (number reused)"), seen };
 }
 
 QString partyText(const BoardParty &party, qint64 now)
@@ -140,7 +138,7 @@ QString partyText(const BoardParty &party, qint64 now)
 /// columns.
 QString fetcherText(const BoardParty &party, qint64 now)
 {
-    if (party.life != Life::Alive)
+    if (party.life != Liveness::Alive)
         return partyText(party, now);
     return Texts::tr("%1, %2 ago")
         .arg(nameOf(party), durationSince(party.lastSign.value_or(now), now));

@@ -97,16 +97,15 @@ QString fateText(const BoardParty &party, qint64 now)
 {
     const auto milliseconds = std::max<qint64>(now - party.lastSign.value_or(now), 0);
     const QString silence = durationText(std::chrono::seconds(milliseconds / 1000));
-    switch (party.life) {
-    case BoardParty::Life::Silent:
+    switch (party.life.value_or(Liveness::Alive)) {
+    case Liveness::Silent:
         return Texts::tr("silent for %1").arg(silence);
-    case BoardParty::Life::Dead:
+    case Liveness::Dead:
         return Texts::tr("dead or not to be seen from here, last seen %1 ago").arg(silence);
-    case BoardParty::Life::Reused:
+    case Liveness::Reused:
         return Texts::tr("dead, its number is another program's now, last seen %1 ago")
             .arg(silence);
-    case BoardParty::Life::Alive:
-    case BoardParty::Life::Unregistered:
+    case Liveness::Alive:
         break;
     }
     return {};
@@ -114,7 +113,7 @@ QString fateText(const BoardParty &party, qint64 now)
 
 QString partyText(const BoardParty &party, qint64 now)
 {
-    if (party.life == BoardParty::Life::Unregistered)
+    if (!party.life)
         return Texts::tr("a process that is gone");
     const QString process = Texts::tr("process %1").arg(party.processId);
     QStringList details { party.program, fateText(party, now) };

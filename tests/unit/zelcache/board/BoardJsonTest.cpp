@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-using Life = BoardParty::Life;
+using Life = Liveness;
 
 Board busyBoard()
 {
@@ -29,7 +29,7 @@ Board busyBoard()
     board.fetches.append({ u"a"_s, viewer, 25, 25, 100, 5.0, 15s });
     Board::Fetch ofNobody;
     ofNobody.reference = u"b"_s;
-    ofNobody.fetcher.life = Life::Unregistered;
+    ofNobody.fetcher.life = std::nullopt;
     board.fetches.append(ofNobody);
     board.waiters.append(
         { u"a"_s, { 200, {}, Life::Reused, 1'699'999'000'000, 1'699'999'000'000, false }, 42 });

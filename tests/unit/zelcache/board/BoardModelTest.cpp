@@ -11,7 +11,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-using Life = BoardParty::Life;
+using Life = Liveness;
 
 constexpr qint64 start = 1'700'000'000'000;
 constexpr qint64 mebibyte = 1024 * 1024;
@@ -242,8 +242,8 @@ TEST(BoardModelTest, update_clientWithoutARow_isUnregistered)
     BoardLook look = waitingLook(start);
     look.activity.clients.clear();
     const Board board = model().update(look);
-    EXPECT_EQ(board.waiters.value(0).program.life, Life::Unregistered);
-    EXPECT_EQ(board.fetches.value(0).fetcher.life, Life::Unregistered);
+    EXPECT_FALSE(board.waiters.value(0).program.life.has_value());
+    EXPECT_FALSE(board.fetches.value(0).fetcher.life.has_value());
     EXPECT_EQ(board.fetches.value(0).fetcher.lastSign, std::nullopt);
 }
 

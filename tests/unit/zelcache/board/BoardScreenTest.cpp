@@ -16,7 +16,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-using Life = BoardParty::Life;
+using Life = Liveness;
 
 constexpr qint64 now = 1'700'000'000'000;
 constexpr qint64 gibibyte = qint64(1024) * 1024 * 1024;
@@ -239,7 +239,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(BoardScreenTest, boardLines_fetcherWithoutARow_isGone)
 {
     Board board = emptyBoard();
-    board.fetches.append(bareFetch(QString(), { 0, {}, Life::Unregistered, {}, {}, false }, 100));
+    board.fetches.append(bareFetch(QString(), { 0, {}, std::nullopt, {}, {}, false }, 100));
     EXPECT_EQ(listsOf(board).mid(1, 2),
               (QStringList { u"100%  a resource that the cache does not know"_s,
                              u"      a program that is gone"_s }));

@@ -15,7 +15,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-using Life = BoardParty::Life;
+using Life = Liveness;
 
 ResourceCacheReader::Resource resource(const QString &reference, ResourceStatus status, qint64 size)
 {
