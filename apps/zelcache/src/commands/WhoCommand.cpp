@@ -21,9 +21,10 @@ struct Texts
 
 constexpr auto helpDetails
     = R"(Prints who fetches a resource, who waits for that, and who uses it: a line for
-each program, with what became of it, or one that says that it is nobody. The usage of one that has been silent for 30
-seconds holds nothing any more. Waits for nobody and changes nothing. The exit code
-is 3 for a resource that the cache does not know.
+each program, with what became of it, or one that says that it is nobody. The
+usage of one that has been silent for 30 seconds holds nothing any more. Waits for
+nobody and changes nothing. The exit code is 3 for a resource that the cache does
+not know.
 
 Examples:
   zelcache who https://data.example.org/runs/run1.raw
