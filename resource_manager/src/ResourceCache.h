@@ -174,7 +174,7 @@ public:
     /// has, used or not. The first failure ends it; what was removed stays removed.
     Error purgeOutdatedResources();
     /// The same as a task, or null if nothing is outdated. Holds the semaphore from this call until
-    /// the task has run or is destroyed: run it soon. Cancelling it takes effect between two
+    /// the task has run or is destroyed: run it soon. Canceling it takes effect between two
     /// resources. The task borrows the cache; once that has moved, it only ends as canceled.
     Result<std::unique_ptr<Task>> purgeOutdatedResourcesTask();
 

@@ -24,7 +24,7 @@ public:
     virtual PathImpl<PathType::File> databasePath() const;
 
     /// A folder beside the application's own data folder, the same for all programs of a user that
-    /// have the same organisation.
+    /// have the same organization.
     static QString defaultBaseDirectoryPath();
 
     /// The name of the system semaphore that all operations on the cache in this base directory

@@ -14,7 +14,7 @@ namespace zel {
 ///
 /// Who fetches is decided whenever a task has to decide, by ResourceRetrieveHandle, through which
 /// alone the processes learn of each other. A task that waits asks the cache ten times a second.
-/// Cancelling a fetch cancels the fetching task, whose end is recorded as any other; a task that
+/// Canceling a fetch cancels the fetching task, whose end is recorded as any other; a task that
 /// waits ends with code 20 at its next look.
 /// Threads: runs on the thread that executes it, which needs an event loop for a wait.
 /// Ownership: owns the handle and the fetching task, which is its child and so moves with it.

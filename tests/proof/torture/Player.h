@@ -22,7 +22,7 @@ struct Flight
 {
     QString name;
     int opening = 0;
-    bool mayFail = false; ///< its source fails, or it was cancelled
+    bool mayFail = false; ///< its source fails, or it was canceled
     bool isVoid = false; ///< something befell it after which it may find nothing
 };
 
