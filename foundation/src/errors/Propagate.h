@@ -70,6 +70,8 @@ void drop(const Outcome &outcome)
 #define ZEL_CO_TRY_LET(declaration, expression)                                                    \
     ZEL_TRY_LET_WITH_(co_return, ZEL_UNIQUE_NAME_(outcome_, __LINE__), declaration, expression)
 
+// Parentheses would make no statement of a keyword, and no variable of a declaration.
+// NOLINTBEGIN(bugprone-macro-parentheses)
 #define ZEL_TRY_WITH_(leave, error, expression)                                                    \
     do {                                                                                           \
         (error) = ZEL_PASS(expression);                                                            \
@@ -82,6 +84,7 @@ void drop(const Outcome &outcome)
     if (!(outcome).hasValue())                                                                     \
         leave(outcome).error();                                                                    \
     declaration = std::move(outcome).value()
+// NOLINTEND(bugprone-macro-parentheses)
 
 #define ZEL_UNIQUE_NAME_(prefix, line) ZEL_JOIN_(prefix, line)
 #define ZEL_JOIN_(left, right) left##right

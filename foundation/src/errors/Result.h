@@ -45,7 +45,7 @@ public:
     }
     /// Takes them over; the other one keeps its kind, with a moved-from member.
     Result(Result &&other) noexcept(std::is_nothrow_move_constructible_v<T>)
-        : Warnings(std::move(other))
+        : Warnings(static_cast<Warnings &&>(other))
         , hasValue_(other.hasValue_)
     {
         adopt(std::move(other));
@@ -62,7 +62,7 @@ public:
     {
         if (this != &other) {
             destroyMember();
-            Warnings::operator=(std::move(other));
+            Warnings::operator=(static_cast<Warnings &&>(other));
             hasValue_ = other.hasValue_;
             adopt(std::move(other));
         }
