@@ -49,7 +49,7 @@ public:
     void addDeadClient();
     /// A process of this client number that has died with nothing.
     void addClient(qint64 id);
-    bool hasDeadClient() const { return isClientDead; }
+    bool hasDeadClient() const { return hasDeadClient_; }
     /// The row of sums is there twice, and wrong.
     void spoilSums() const;
     /// Lets the ping's turn come, which has to be found before.
@@ -83,7 +83,7 @@ private:
 
     bool hasContainer = false; ///< whose size is not that at its path
     bool hasOthers = true;
-    bool isClientDead = false;
+    bool hasDeadClient_ = false;
     QPointer<QTimer> pingTimer;
 };
 

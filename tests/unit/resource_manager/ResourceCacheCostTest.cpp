@@ -75,12 +75,10 @@ private:
 class ResourceCacheCostTest : public CacheFixture
 {
 protected:
-    /// Without the count of all sizes that goes on behind the first opening.
     void openQuietly()
     {
         openCache();
-        cache.close();
-        openCache(); // waits for it
+        waitForScan();
     }
     /// "test:0" and so on, Ready.
     void fill(int count)

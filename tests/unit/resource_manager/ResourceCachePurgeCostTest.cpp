@@ -51,6 +51,7 @@ protected:
     void fill(int count)
     {
         openCache({ 10 * count, 100 * count });
+        waitForScan(); // asks and looks, too
         for (int i = 0; i < count; ++i)
             writeFile(dataPath(u"s/all/%1/f"_s.arg(i)), QByteArray(10, 'x'));
         database().run(

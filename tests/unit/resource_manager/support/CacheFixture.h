@@ -48,6 +48,8 @@ protected:
     static ResourceCachePath pathOf(const QString &baseDir);
     ResourceCachePath cachePath() const { return pathOf(directory.baseDir()); }
     void openCache(const ResourceCacheSizes &sizes = {});
+    /// For the end of the count of all sizes that goes on behind a first opening.
+    void waitForScan() { ASSERT_TRUE(cache.readCurrentCacheSize().hasValue()); }
     /// A second client of the same cache, as another process is one.
     std::unique_ptr<TestCache> otherClient(qint64 processId = 4000001) const;
 

@@ -40,7 +40,6 @@ protected:
         openCache();
         waitForScan();
     }
-    void waitForScan() { ASSERT_TRUE(cache.readCurrentCacheSize().hasValue()); }
     qint64 lastScan() const
     {
         return database()

@@ -16,7 +16,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-using ResourceCacheOpenTest = CacheFixture;
+using ResourceCacheOpeningTest = CacheFixture;
 
 constexpr auto ownClients = "SELECT COUNT(*) FROM Clients WHERE processId = ?";
 
@@ -55,7 +55,7 @@ TEST(ResourceCachePathTest, construct_default_isBesideTheApplicationsData)
     EXPECT_EQ(ResourceCachePath().baseDirPath().toString(), base);
 }
 
-TEST_F(ResourceCacheOpenTest, open_newDirectory_registersThisProcess)
+TEST_F(ResourceCacheOpeningTest, open_newDirectory_registersThisProcess)
 {
     openCache({ 100, 200 });
     EXPECT_TRUE(cache.isOpen());
@@ -65,7 +65,7 @@ TEST_F(ResourceCacheOpenTest, open_newDirectory_registersThisProcess)
     EXPECT_EQ(cache.sizes().maximumSize, 200);
 }
 
-TEST_F(ResourceCacheOpenTest, close_openCache_unregistersThisProcess)
+TEST_F(ResourceCacheOpeningTest, close_openCache_unregistersThisProcess)
 {
     openCache();
     cache.close();
@@ -75,13 +75,13 @@ TEST_F(ResourceCacheOpenTest, close_openCache_unregistersThisProcess)
     EXPECT_TRUE(cache.isOpen());
 }
 
-TEST_F(ResourceCacheOpenTest, close_neverOpened_isHarmless)
+TEST_F(ResourceCacheOpeningTest, close_neverOpened_isHarmless)
 {
     cache.close();
     EXPECT_FALSE(cache.isOpen());
 }
 
-TEST_F(ResourceCacheOpenTest, open_databaseIsGarbage_failsAndStaysClosed)
+TEST_F(ResourceCacheOpeningTest, open_databaseIsGarbage_failsAndStaysClosed)
 {
     writeFile(directory.databasePath(), QByteArray(8192, 'g'));
     const Error error = cache.open(cachePath(), { 1, 2 });
@@ -92,7 +92,7 @@ TEST_F(ResourceCacheOpenTest, open_databaseIsGarbage_failsAndStaysClosed)
     EXPECT_FALSE(cache.retryOpenAfter().has_value());
 }
 
-TEST_F(ResourceCacheOpenTest, open_cleanupFails_staysOpenWithOldSettings)
+TEST_F(ResourceCacheOpeningTest, open_cleanupFails_staysOpenWithOldSettings)
 {
     openCache();
     cache.close();
@@ -106,7 +106,7 @@ TEST_F(ResourceCacheOpenTest, open_cleanupFails_staysOpenWithOldSettings)
     EXPECT_NE(cache.sizes().optimalSize, 1);
 }
 
-TEST_F(ResourceCacheOpenTest, open_subclassedPath_overridesServeForTheOpeningOnly)
+TEST_F(ResourceCacheOpeningTest, open_subclassedPath_overridesServeForTheOpeningOnly)
 {
     MovedDatabase moved;
     moved.setBaseDirPath(directory.baseDir());
@@ -115,7 +115,7 @@ TEST_F(ResourceCacheOpenTest, open_subclassedPath_overridesServeForTheOpeningOnl
     EXPECT_EQ(cache.path().databasePath().toString(), directory.databasePath());
 }
 
-TEST_F(ResourceCacheOpenTest, open_rowOfThisProcessIdIsFresh_failsAndTellsWhenToRetry)
+TEST_F(ResourceCacheOpeningTest, open_rowOfThisProcessIdIsFresh_failsAndTellsWhenToRetry)
 {
     openCache();
     cache.close();
@@ -133,7 +133,7 @@ TEST_F(ResourceCacheOpenTest, open_rowOfThisProcessIdIsFresh_failsAndTellsWhenTo
               1);
 }
 
-TEST_F(ResourceCacheOpenTest, open_rowOfThisProcessIdIsOld_removesItSoThatTheNextOpenWorks)
+TEST_F(ResourceCacheOpeningTest, open_rowOfThisProcessIdIsOld_removesItSoThatTheNextOpenWorks)
 {
     openCache();
     cache.close();
@@ -145,7 +145,7 @@ TEST_F(ResourceCacheOpenTest, open_rowOfThisProcessIdIsOld_removesItSoThatTheNex
     EXPECT_FALSE(cache.open(cachePath(), {}).hasError());
 }
 
-TEST_F(ResourceCacheOpenTest, open_secondCacheOfThisProcess_failsAndLeavesTheFirstRegistered)
+TEST_F(ResourceCacheOpeningTest, open_secondCacheOfThisProcess_failsAndLeavesTheFirstRegistered)
 {
     openCache();
     {
@@ -155,7 +155,7 @@ TEST_F(ResourceCacheOpenTest, open_secondCacheOfThisProcess_failsAndLeavesTheFir
     EXPECT_EQ(database().count(u"Clients"_s), 1);
 }
 
-TEST_F(ResourceCacheOpenTest, open_otherBaseDirectory_worksOnThatOne)
+TEST_F(ResourceCacheOpeningTest, open_otherBaseDirectory_worksOnThatOne)
 {
     openCache();
     const TemporaryCache other;
@@ -164,7 +164,7 @@ TEST_F(ResourceCacheOpenTest, open_otherBaseDirectory_worksOnThatOne)
     cache.close();
 }
 
-TEST_F(ResourceCacheOpenTest, setSizes_lowerMaximum_purges)
+TEST_F(ResourceCacheOpeningTest, setSizes_lowerMaximum_purges)
 {
     openCache({ 50, 1000 });
     addReady(u"test:a"_s, u"s/a/f"_s, 100);
@@ -172,7 +172,7 @@ TEST_F(ResourceCacheOpenTest, setSizes_lowerMaximum_purges)
     EXPECT_EQ(database().status(u"test:a"_s), u"Missing"_s);
 }
 
-TEST_F(ResourceCacheOpenTest, setSizes_equalOrHigherMaximum_doesNotPurge)
+TEST_F(ResourceCacheOpeningTest, setSizes_equalOrHigherMaximum_doesNotPurge)
 {
     openCache({ 500, 1000 });
     addReady(u"test:a"_s, u"s/a/f"_s, 100);
@@ -182,7 +182,7 @@ TEST_F(ResourceCacheOpenTest, setSizes_equalOrHigherMaximum_doesNotPurge)
     EXPECT_EQ(database().status(u"test:a"_s), u"Ready"_s);
 }
 
-TEST_F(ResourceCacheOpenTest, setSizes_purgeFails_isToldAndTheNewSizesStay)
+TEST_F(ResourceCacheOpeningTest, setSizes_purgeFails_isToldAndTheNewSizesStay)
 {
     openCache({ 1000, 2000 });
     addReady(u"test:a"_s, u"s/a/f"_s, 100);
@@ -192,7 +192,7 @@ TEST_F(ResourceCacheOpenTest, setSizes_purgeFails_isToldAndTheNewSizesStay)
     EXPECT_EQ(cache.sizes().maximumSize, 20);
 }
 
-TEST_F(ResourceCacheOpenTest, setPingEnabled_falseBeforeOpen_openStartsThePingAnyway)
+TEST_F(ResourceCacheOpeningTest, setPingEnabled_falseBeforeOpen_openStartsThePingAnyway)
 {
     cache.setPingEnabled(false);
     openCache();
@@ -205,7 +205,7 @@ TEST_F(ResourceCacheOpenTest, setPingEnabled_falseBeforeOpen_openStartsThePingAn
         15000));
 }
 
-TEST_F(ResourceCacheOpenTest, setPingEnabled_afterOpen_stopsThePing)
+TEST_F(ResourceCacheOpeningTest, setPingEnabled_afterOpen_stopsThePing)
 {
     // The cache of a second process pings for its own timer's sake; this one must not.
     openCache();
@@ -220,7 +220,7 @@ TEST_F(ResourceCacheOpenTest, setPingEnabled_afterOpen_stopsThePing)
     EXPECT_EQ(database().value(u"SELECT lastPingTime FROM Clients"_s).toLongLong(), before);
 }
 
-TEST_F(ResourceCacheOpenTest, open_closedOnAnotherThreadJustBefore_pingsAllTheSame)
+TEST_F(ResourceCacheOpeningTest, open_closedOnAnotherThreadJustBefore_pingsAllTheSame)
 {
     openCache();
     std::thread([&] { cache.close(); }).join(); // its stop of the timer waits in our queue
@@ -234,7 +234,7 @@ TEST_F(ResourceCacheOpenTest, open_closedOnAnotherThreadJustBefore_pingsAllTheSa
     EXPECT_TRUE(QTest::qWaitFor([&] { return lastPing() > before; }, 15000));
 }
 
-TEST_F(ResourceCacheOpenTest, open_onPlainThread_pingsThere)
+TEST_F(ResourceCacheOpeningTest, open_onPlainThread_pingsThere)
 {
     std::thread worker([&] {
         TestCache threadCache;
@@ -254,7 +254,7 @@ TEST_F(ResourceCacheOpenTest, open_onPlainThread_pingsThere)
     worker.join();
 }
 
-TEST_F(ResourceCacheOpenTest, destroy_onAnotherThreadThanThePings_leavesNoTimerBehind)
+TEST_F(ResourceCacheOpeningTest, destroy_onAnotherThreadThanThePings_leavesNoTimerBehind)
 {
     QThread pinging;
     QObject context;
@@ -280,7 +280,7 @@ TEST_F(ResourceCacheOpenTest, destroy_onAnotherThreadThanThePings_leavesNoTimerB
     EXPECT_EQ(log.texts(QtWarningMsg, "default"), QStringList());
 }
 
-TEST_F(ResourceCacheOpenTest, switches_setAndRead)
+TEST_F(ResourceCacheOpeningTest, switches_setAndRead)
 {
     EXPECT_TRUE(cache.isFixLongZacqFilePathsSet());
     cache.setFixLongZacqFilePaths(false);
@@ -290,7 +290,7 @@ TEST_F(ResourceCacheOpenTest, switches_setAndRead)
     EXPECT_EQ(cache.cleanupPolicyRestriction(), ResourceCleanupPolicy::OnClose);
 }
 
-TEST_F(ResourceCacheOpenTest, everyOperation_closedCache_failsWithoutACrash)
+TEST_F(ResourceCacheOpeningTest, everyOperation_closedCache_failsWithoutACrash)
 {
     EXPECT_TRUE(cache.add(u"test:a"_s, ResourceCleanupPolicy::OnDemand).hasError());
     EXPECT_TRUE(cache.saveStatus(u"test:a"_s, ResourceStatus::Missing).hasError());
