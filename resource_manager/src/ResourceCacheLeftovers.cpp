@@ -1,6 +1,6 @@
 #include "ResourceCache_p.h"
 #include "errors/Propagate.h"
-#include "files/HiddenNames.h"
+#include "files/HiddenNames_p.h"
 #include "platform/TreeRemoval.h"
 #include "zacq/Zacq.h"
 

@@ -157,8 +157,9 @@ public:
     Error acceptExistingTarget(const QString &reference, const QString &path, const QString &target,
                                const zacq::Zacq &container);
 
-    // Opening, moving, the ping and the scan behind an opening. These take the semaphore, or do not
-    // need it.
+    // Opening, moving, the ping and the scan behind an opening. Of these, the callers of
+    // endOpening() and isFileSizesUpdateDue() have the semaphore; the others take it, or do
+    // without.
     Error open(const ResourceCachePath &path, const ResourceCacheSizes &sizes);
     void close();
     /// Takes the semaphore of the place where the cache is, and with it the cache.

@@ -26,7 +26,7 @@ QString folderIn(const QString &dataDirectory)
 
 QString pathIn(const QString &dataDirectory, const QString &reference)
 {
-    return u"%1/zacq/%2.zacq"_s.arg(dataDirectory, shortHashFor(reference));
+    return folderIn(dataDirectory) + u'/' + shortHashFor(reference) + u".zacq"_s;
 }
 
 } // namespace zel::ShortContainerPlace

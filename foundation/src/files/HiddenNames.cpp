@@ -1,9 +1,11 @@
-#include "files/HiddenNames.h"
+#include "files/HiddenNames_p.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QRandomGenerator>
 #include <QUuid>
+
+#include <algorithm>
 
 namespace zel::HiddenNames {
 
@@ -17,6 +19,12 @@ constexpr qsizetype leftoverDigits = 32; // of a UUID
 constexpr QByteArrayView partialPrefix(".zel-");
 constexpr QByteArrayView partialSuffix(".partial");
 
+bool isHex(const QByteArray &text)
+{
+    return std::all_of(text.begin(), text.end(),
+                       [](char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f'); });
+}
+
 } // namespace
 
 QString leftoverBeside(const QString &path)
@@ -27,13 +35,13 @@ QString leftoverBeside(const QString &path)
 
 QString leftoverPattern()
 {
-    return leftoverPrefix + QString(leftoverDigits, u'?');
+    return leftoverPrefix + u"[0-9a-f]"_s.repeated(leftoverDigits);
 }
 
 bool isLeftover(const QByteArray &name)
 {
     return name.size() == leftoverPrefix.size() + leftoverDigits
-        && name.startsWith(leftoverPrefix.data());
+        && name.startsWith(leftoverPrefix.data()) && isHex(name.last(leftoverDigits));
 }
 
 QByteArray partial()
@@ -45,7 +53,9 @@ QByteArray partial()
 
 bool isPartial(const QByteArray &name)
 {
-    return name.startsWith(partialPrefix) && name.endsWith(partialSuffix);
+    const qsizetype digits = name.size() - partialPrefix.size() - partialSuffix.size();
+    return digits > 0 && name.startsWith(partialPrefix) && name.endsWith(partialSuffix)
+        && isHex(name.sliced(partialPrefix.size(), digits));
 }
 
 } // namespace zel::HiddenNames

@@ -1,7 +1,7 @@
 #include "platform/FileCopy.h"
 
 #include "errors/Propagate.h"
-#include "files/HiddenNames.h"
+#include "files/HiddenNames_p.h"
 #include "platform/ByteCopy.h"
 #include "platform/TreeCopy.h"
 

@@ -1,7 +1,7 @@
 #include "platform/FileSync.h"
 
 #include "errors/Propagate.h"
-#include "files/HiddenNames.h"
+#include "files/HiddenNames_p.h"
 #include "files/NativePath.h"
 #include "platform/FreeSpace.h"
 #include "platform/PosixFile.h"

@@ -2,7 +2,7 @@
 
 #include "Hidden.h"
 #include "errors/Propagate.h"
-#include "files/HiddenNames.h"
+#include "files/HiddenNames_p.h"
 #include "platform/FileSync.h"
 #include "platform/TreeCopy.h"
 #include "platform/TreeRemoval.h"

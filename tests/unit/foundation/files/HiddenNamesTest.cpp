@@ -1,4 +1,4 @@
-#include "files/HiddenNames.h"
+#include "files/HiddenNames_p.h"
 
 #include <gtest/gtest.h>
 
@@ -51,9 +51,9 @@ TEST(HiddenNamesTest, leftoverPattern_folder_findsLeftoversAlone)
 TEST(HiddenNamesTest, isLeftover_otherNames_isFalse)
 {
     const QByteArray digits(32, '5');
-    for (const QByteArray &name :
-         std::initializer_list<QByteArray> { "", ".leftover-", ".leftover-of-somebody",
-                                             "leftover-" + digits, ".leftover-" + digits + "5" })
+    for (const QByteArray &name : std::initializer_list<QByteArray> {
+             "", ".leftover-", ".leftover-of-somebody", "leftover-" + digits,
+             ".leftover-" + digits + "5", ".leftover-" + QByteArray(32, 'x') })
         EXPECT_FALSE(HiddenNames::isLeftover(name)) << name.toStdString();
     EXPECT_TRUE(HiddenNames::isLeftover(".leftover-" + digits));
 }
@@ -73,7 +73,8 @@ TEST(HiddenNamesTest, partial_eachTime_isAnotherNameAndKnown)
 
 TEST(HiddenNamesTest, isPartial_otherNames_isFalse)
 {
-    for (const char *name : { "", ".zel-", ".partial", "zel-5.partial", ".zel-5.part" })
+    for (const char *name : { "", ".zel-", ".partial", "zel-5.partial", ".zel-5.part",
+                              ".zel-.partial", ".zel-run.partial" })
         EXPECT_FALSE(HiddenNames::isPartial(name)) << name;
     // What programs of an earlier day have left is known as well.
     EXPECT_TRUE(HiddenNames::isPartial(".zel-5f.partial"));
