@@ -4,8 +4,8 @@ namespace zel {
 
 /// What kind of failure an Error is. The numbers are stable: programs store and print them.
 /// Two more are given without a name here: 6, not the bytes that were promised, by schemes, and 7,
-/// no room on the volume (FreeSpace::lackingCode), by everything that writes. Code that loads this
-/// library may use further numbers of its own; every number but 0 is a failure.
+/// no room on the volume (FreeSpace::lackingCode), by what writes files; the database gives 1. Code
+/// that loads this library may use further numbers of its own; every number but 0 is a failure.
 enum class ErrorCode : int {
     Success = 0,
     OperationFailed = 1, ///< the operation was right to ask for and did not work out

@@ -24,8 +24,8 @@ public:
     void load();
 
     /// Writes the file, with the folder around it if need be, and looks whether all of it arrived.
-    /// The old file is replaced as a whole or, with code 1, or 7 for want of space, stays as it
-    /// was. A link stays a link.
+    /// The old file is replaced as a whole or stays as it was: with code 1, or 7 where the system
+    /// tells that room is lacking. A link stays a link.
     Error save() const;
 
 protected:
