@@ -283,7 +283,7 @@ void CacheWorld::addClient(qint64 id)
 {
     CacheDatabase rows = database();
     addClientRow(rows, id, 0);
-    isClientDead = true;
+    hasDeadClient_ = true;
 }
 
 void CacheWorld::spoilSums() const
