@@ -39,7 +39,7 @@ Error FolderRetrieval::copy()
 {
     Error error;
     StagingCleaner::removeStaleBeforeFetch(plan);
-    ZEL_TRY_LET(const RemoteListing listing, lister([this] { return isCanceled(); }));
+    ZEL_TRY_LET(listing, lister([this] { return isCanceled(); }));
     ZEL_TRY_LET(sizes, RemoteSizes::of(listing, plan.displayText, settings, [this] {
                     return isCanceled();
                 }));
@@ -48,8 +48,8 @@ Error FolderRetrieval::copy()
                 StagingArea::open(plan, listing.tellsStates() ? listing.validator() : QString()));
     staging = std::make_unique<FolderStaging>(std::move(area), listing);
 
-    ZEL_TRY(error, collect(listing));
-    ZEL_TRY(error, checkUnchanged(listing));
+    ZEL_TRY(error, collect());
+    ZEL_TRY(error, checkUnchanged());
     ZEL_TRY(error, staging->checkWhole());
     return ZEL_PASS(staging->publish());
 }
@@ -61,7 +61,7 @@ void FolderRetrieval::giveUp(const Error &reason)
         staging->giveRoomBack();
 }
 
-Error FolderRetrieval::collect(const RemoteListing &listing)
+Error FolderRetrieval::collect()
 {
     Error error;
     ZEL_TRY(error, staging->prepare(sizes));
@@ -121,7 +121,7 @@ Error FolderRetrieval::fetch(const Piece &piece, HttpSession &session,
     return ZEL_PASS(sink.finish());
 }
 
-Error FolderRetrieval::checkUnchanged(const RemoteListing &listing)
+Error FolderRetrieval::checkUnchanged()
 {
     ZEL_TRY_LET(const RemoteListing now, lister([this] { return isCanceled(); }));
     if (now.validator() == listing.validator())

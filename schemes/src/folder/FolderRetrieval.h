@@ -59,10 +59,10 @@ private:
 
     Error copy();
     void giveUp(const Error &reason);
-    Error collect(const RemoteListing &listing);
+    Error collect();
     Error fetchAll(const std::vector<Piece> &pieces, std::optional<qint64> total);
     Error fetch(const Piece &piece, HttpSession &session, const std::function<bool()> &shallStop);
-    Error checkUnchanged(const RemoteListing &listing);
+    Error checkUnchanged();
     Error sourceChanged() const;
     bool isCanceled() const;
 
@@ -71,7 +71,8 @@ private:
     const Lister lister;
     const HttpSettings settings;
     std::map<QString, qint64> sizes; ///< of all files whose size is known, by path
-    std::unique_ptr<FolderStaging> staging;
+    RemoteListing listing;
+    std::unique_ptr<FolderStaging> staging; ///< borrows the listing
     std::atomic<qint64> done { 0 }; ///< bytes of all files that are here
 };
 
