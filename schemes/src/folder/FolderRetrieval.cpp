@@ -30,8 +30,8 @@ FolderRetrieval::~FolderRetrieval() = default;
 Error FolderRetrieval::run()
 {
     const Error error = copy();
-    if (error.hasError())
-        giveUp(error);
+    if (staging)
+        staging->giveRoomBack(error);
     return ZEL_PASS(error);
 }
 
@@ -52,13 +52,6 @@ Error FolderRetrieval::copy()
     ZEL_TRY(error, checkUnchanged());
     ZEL_TRY(error, staging->checkWhole());
     return ZEL_PASS(staging->publish());
-}
-
-/// A volume may tell only when its bytes are waited for that there was no room for them.
-void FolderRetrieval::giveUp(const Error &reason)
-{
-    if (staging && int(reason.errorCode()) == SchemeErrors::noSpace)
-        staging->giveRoomBack();
 }
 
 Error FolderRetrieval::collect()

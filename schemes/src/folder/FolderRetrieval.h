@@ -58,7 +58,6 @@ private:
     };
 
     Error copy();
-    void giveUp(const Error &reason);
     Error collect();
     Error fetchAll(const std::vector<Piece> &pieces, std::optional<qint64> total);
     Error fetch(const Piece &piece, HttpSession &session, const std::function<bool()> &shallStop);

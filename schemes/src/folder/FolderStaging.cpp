@@ -176,7 +176,7 @@ Error FolderStaging::publish()
 {
     Error error;
     ZEL_TRY(error, TreeRemoval::remove(textPath(partsDirectory())));
-    ZEL_TRY(error, sync());
+    ZEL_TRY(error, place->keepIfSynced(sync()));
     return ZEL_PASS(place->publish());
 }
 
@@ -193,9 +193,10 @@ Error FolderStaging::sync()
     return ZEL_PASS(tree.sync(folders));
 }
 
-void FolderStaging::giveRoomBack()
+void FolderStaging::giveRoomBack(const Error &reason)
 {
-    place->giveRoomBack();
+    if (!place->giveRoomBack(reason))
+        return;
     for (const auto &[path, size] : wholeSizes) {
         std::error_code ignored; // it is not as long as it was: noticed when it is to be published
         if (fileSize(targetOf(path)) != size)

@@ -22,7 +22,8 @@ class FolderStaging
     Q_DECLARE_TR_FUNCTIONS(zel::FolderStaging)
 
 public:
-    /// The place was opened for this state of the listing, which is borrowed.
+    /// The place was opened for this state of the listing, which is borrowed for as long as the
+    /// object lives.
     FolderStaging(std::unique_ptr<StagingArea> area, const RemoteListing &listing);
 
     StagingArea &area() { return *place; }
@@ -48,7 +49,7 @@ public:
     /// Brings the folder to the disk and to its place in the cache.
     Error publish();
     /// As the place does it. A file that became shorter is not whole any more.
-    void giveRoomBack();
+    void giveRoomBack(const Error &reason);
 
 private:
     Error sync();

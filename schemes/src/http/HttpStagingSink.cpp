@@ -1,6 +1,5 @@
 #include "http/HttpStagingSink.h"
 
-#include "SchemeErrors.h"
 #include "Task.h"
 #include "errors/Propagate.h"
 
@@ -79,8 +78,8 @@ Error HttpStagingSink::publish()
 void HttpStagingSink::giveUp(const Error &reason)
 {
     closeFile();
-    if (area && int(reason.errorCode()) == SchemeErrors::noSpace)
-        area->giveRoomBack();
+    if (area)
+        area->giveRoomBack(reason);
 }
 
 void HttpStagingSink::closeFile()

@@ -41,8 +41,8 @@ ShareRetrieval::ShareRetrieval(Task *task, const FetchPlan &plan, const QString 
 Error ShareRetrieval::run()
 {
     const Error error = copy();
-    if (error.hasError())
-        giveUp(error);
+    if (area)
+        area->giveRoomBack(error);
     return ZEL_PASS(error);
 }
 
@@ -76,13 +76,6 @@ Error ShareRetrieval::copy()
                              .arg(QString::number(listing.leftOut()), textPath(source)));
     }
     return error;
-}
-
-/// A volume may tell only when its bytes are waited for that there was no room for them.
-void ShareRetrieval::giveUp(const Error &reason)
-{
-    if (area && int(reason.errorCode()) == SchemeErrors::noSpace)
-        area->giveRoomBack();
 }
 
 Error ShareRetrieval::checkExpected(const ShareListing &listing) const
@@ -249,7 +242,7 @@ Error ShareRetrieval::makeRight(const ShareListing &listing)
         fs::permissions(folders.back(), copiedPermissions(*entry), ignored);
         fs::last_write_time(folders.back(), entry->modified, ignored);
     }
-    return ZEL_PASS(tree.sync(folders));
+    return ZEL_PASS(area->keepIfSynced(tree.sync(folders)));
 }
 
 Error ShareRetrieval::sourceChanged() const

@@ -37,7 +37,6 @@ public:
 
 private:
     Error copy();
-    void giveUp(const Error &reason);
     Error checkExpected(const ShareListing &listing) const;
     Error collect(const ShareListing &listing);
     qint64 stagedBytes(const ShareListing &listing) const;

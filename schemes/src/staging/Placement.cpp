@@ -34,13 +34,10 @@ fs::path neighbourOf(const fs::path &target, std::string_view prefix, const std:
 Error Placement::place(const fs::path &staged, const fs::path &target, const std::string &owner)
 {
     Error error;
-    const QString folder = textPath(target.parent_path());
-    const QStringList changed = QStringList { folder } + FileSync::foldersAround(folder);
-    ZEL_TRY(error, FileUtilsGeneric::mkPath(folder));
+    ZEL_TRY(error, FileUtilsGeneric::mkPath(textPath(target.parent_path())));
     ZEL_TRY_LET(const bool isPlaced, placeInOneStep(staged, target));
     if (!isPlaced)
         ZEL_TRY(error, placeByNeighbour(staged, target, owner));
-    ZEL_TRY(error, FileSync::syncDirectories(changed));
     return error;
 }
 

@@ -21,8 +21,8 @@ public:
     /// replaced is at `staged` afterwards, or gone. After a failure it lies at the target still or
     /// again, as far as the volume lets it.
     ///
-    /// The target appears as a whole and is on the disk in the end. Code 7 if the target's volume
-    /// has no room for the copy.
+    /// The target appears as a whole. Its name is not on the disk yet. Code 7 if the target's
+    /// volume has no room for the copy.
     static Error place(const std::filesystem::path &staged, const std::filesystem::path &target,
                        const std::string &owner);
 

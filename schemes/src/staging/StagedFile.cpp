@@ -20,9 +20,10 @@ constexpr qint64 readBackBytes = 256ll * 1024;
 
 } // namespace
 
-StagedFile::StagedFile(NativeFile file, const QString &name, qint64 size)
+StagedFile::StagedFile(NativeFile file, const std::filesystem::path &path, qint64 size)
     : file(std::move(file))
-    , name(name)
+    , path(path)
+    , name(textPath(path.filename()))
     , writtenBytes(size)
     , startedBytes(size)
 {
@@ -32,8 +33,7 @@ Result<std::unique_ptr<StagedFile>> StagedFile::open(const std::filesystem::path
 {
     ZEL_TRY_LET(NativeFile file, NativeFile::open(path, NativeFile::Mode::ReadWrite));
     ZEL_TRY_LET(const qint64 size, file.size());
-    return std::unique_ptr<StagedFile>(
-        new StagedFile(std::move(file), textPath(path.filename()), size));
+    return std::unique_ptr<StagedFile>(new StagedFile(std::move(file), path, size));
 }
 
 Error StagedFile::append(const char *data, qint64 count)
@@ -62,10 +62,24 @@ Error StagedFile::truncate(qint64 count)
 Error StagedFile::sync()
 {
     const Error error = file.sync();
-    if (error.hasError())
-        return ZEL_PASS(storageFailure(error));
+    if (error.hasError()) {
+        const Error failure = ZEL_PASS(storageFailure(error));
+        dropUnsynced();
+        return failure;
+    }
     durable = writtenBytes;
     return {};
+}
+
+/// Which of the bytes did not arrive nobody knows, and the next sync would not tell again.
+void StagedFile::dropUnsynced()
+{
+    const Error error = truncate(durable);
+    if (!error.hasError())
+        return;
+    ZEL_DROP(error); // without the file none of them is gone on from either
+    std::error_code ignored;
+    std::filesystem::remove(path, ignored);
 }
 
 Error StagedFile::readBack(const std::function<bool(const char *, qint64)> &take)

@@ -31,7 +31,8 @@ public:
     Error append(const char *data, qint64 count);
     /// Drops what stands behind the first `count` bytes.
     Error truncate(qint64 count);
-    /// Waits until everything is on the disk.
+    /// Waits until everything is on the disk. After a failure, that of an append() included, only
+    /// the durable bytes are left: nobody may go on from the others.
     Error sync();
     /// Hands out what the file holds, piece by piece; `take` returning false ends it with code 20.
     Error readBack(const std::function<bool(const char *data, qint64 count)> &take);
@@ -39,10 +40,12 @@ public:
     NativeFile &native() { return file; }
 
 private:
-    StagedFile(NativeFile file, const QString &name, qint64 size);
+    StagedFile(NativeFile file, const std::filesystem::path &path, qint64 size);
+    void dropUnsynced();
     Error storageFailure(const Error &cause) const;
 
     NativeFile file;
+    std::filesystem::path path;
     QString name;
     qint64 writtenBytes = 0;
     qint64 startedBytes = 0; ///< the disk has been told to begin with these

@@ -219,22 +219,45 @@ Error StagingArea::requireSpace(qint64 bytes) const
 Error StagingArea::clear()
 {
     Error error;
+    const QString validator = currentRecord.validator;
+    distrust();
     ZEL_TRY(error, clearContent());
+    currentRecord.validator = validator;
     currentRecord.bytes = 0;
     currentRecord.durableBytes = 0;
     saveRecord();
     return error;
 }
 
-void StagingArea::giveRoomBack()
+Error StagingArea::keepIfSynced(const Error &synced)
 {
+    if (synced.hasError())
+        ZEL_DROP(clear()); // the first failure is what to tell
+    return ZEL_PASS(synced);
+}
+
+/// From now on what is collected is of no state, even if this program dies. Not waited for.
+void StagingArea::distrust()
+{
+    currentRecord.validator.clear();
+    const Error error = currentRecord.write(StagingFolder::recordPath(folder));
+    if (!error.hasError())
+        return;
+    ZEL_DROP(error); // without any record nothing is trusted
+    QFile::remove(StagingFolder::recordPath(folder));
+}
+
+bool StagingArea::giveRoomBack(const Error &reason)
+{
+    if (int(reason.errorCode()) != SchemeErrors::noSpace)
+        return false;
     const auto available = FreeSpace::availableBytes(folder);
     if (!available.hasValue() || available.value() >= bytesToLeaveFree)
-        return;
+        return false;
     // Nobody can go on from bytes whose state nobody knows.
     if (currentRecord.validator.isEmpty()) {
         ZEL_DROP(clear());
-        return;
+        return true;
     }
     // Before the record, for which there is no room yet: whoever opens the place next compares the
     // two before he writes.
@@ -242,6 +265,7 @@ void StagingArea::giveRoomBack()
     currentRecord.bytes = std::max(currentRecord.bytes - freed, qint64(0));
     currentRecord.durableBytes = std::min(currentRecord.durableBytes, currentRecord.bytes);
     saveRecord();
+    return freed > 0;
 }
 
 Error StagingArea::clearContent() const
@@ -300,16 +324,34 @@ Error StagingArea::placeAll()
     Error error;
     ZEL_TRY_LET(const std::vector<fs::path> staged, stagedPaths());
     const fs::path targetDirectory = nativePath(plan.expectedPath).parent_path();
-    const std::string owner = nativePath(folder).filename().native();
     // A manifest never outlives what it tells of, whatever happens here.
     ZEL_DROP(fetchManifest.removeFormer());
     QList<QByteArray> names;
     for (const fs::path &path : staged) {
-        ZEL_TRY(error, Placement::place(path, targetDirectory / path.filename(), owner));
+        ZEL_TRY(error, place(path, targetDirectory / path.filename()));
         names.append(QByteArray::fromStdString(path.filename().native()));
     }
     ZEL_DROP(fetchManifest.write(names)); // the resource is there; it is only not to be verified
     return error;
+}
+
+/// What is replaced comes to where the new one was staged, and stays there if this program dies or
+/// fails later on: no fetch may take it for its own beginning.
+Error StagingArea::place(const fs::path &staged, const fs::path &target)
+{
+    const QString around = textPath(target.parent_path());
+    const QStringList changed = QStringList { around } + FileSync::foldersAround(around);
+    const QString validator = currentRecord.validator;
+    std::error_code ignored;
+    if (fs::symlink_status(target, ignored).type() != fs::file_type::not_found)
+        distrust();
+    const Error error = Placement::place(staged, target, nativePath(folder).filename().native());
+    if (error.hasError()) {
+        currentRecord.validator = validator; // nothing was replaced
+        saveRecord();
+        return ZEL_PASS(error);
+    }
+    return ZEL_PASS(FileSync::syncDirectories(changed));
 }
 
 void StagingArea::saveRecord()

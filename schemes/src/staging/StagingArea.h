@@ -49,13 +49,20 @@ public:
     /// there too; call it before the first byte. A volume that does not tell is large enough.
     Error requireSpace(qint64 bytes) const;
 
-    /// Drops what was collected.
+    /// Drops what was collected. Nobody goes on from what stays in spite of it.
     Error clear();
 
-    /// Call it when the volume is full: gives the last bytes back, as many as are needed to write
-    /// down how the fetch ended. Without that the database stays as it is, and no program can open
-    /// the cache before somebody has made room. No file of the place may be open.
-    void giveRoomBack();
+    /// Hands the outcome of a sync of all that was collected on. After a failure it is dropped:
+    /// which bytes did not arrive nobody knows, files have their length without them, and the next
+    /// sync would not tell again.
+    Error keepIfSynced(const Error &synced);
+
+    /// Call it when the fetch has ended: if for want of space, gives the last bytes back, as many
+    /// as are needed to write down how it ended. Without that the database stays as it is, and no
+    /// program can open the cache before somebody has made room. A volume may tell only when its
+    /// bytes are waited for that there was no room for them. No file of the place may be open.
+    /// True if bytes went.
+    bool giveRoomBack(const Error &reason);
 
     /// Puts everything at its place in the cache and removes the staging place. All has been synced
     /// before (StagedFile::sync()). Others see nothing there or the whole, never a part of it.
@@ -97,6 +104,8 @@ private:
     bool isReadyAlready() const;
     Result<std::vector<std::filesystem::path>> stagedPaths() const;
     Error placeAll();
+    Error place(const std::filesystem::path &staged, const std::filesystem::path &target);
+    void distrust();
 
     FetchPlan plan;
     QString folder;

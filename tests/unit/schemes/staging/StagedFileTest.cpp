@@ -1,8 +1,13 @@
 #include "staging/StagedFile.h"
 
+#include "FailingStep.h"
+#include "FileSteps.h"
 #include "SyncStarts.h"
 #include "TemporaryCache.h"
 
+#include <QFileInfo>
+
+#include <cerrno>
 #include <csignal>
 
 #include <sys/resource.h>
@@ -25,6 +30,23 @@ protected:
     }
 
     QTemporaryDir directory;
+};
+
+/// Nothing reaches the disk, and no file becomes shorter.
+class DyingDisk final : public FileStepWatcher
+{
+public:
+    DyingDisk() { watchFileSteps(this); }
+    DyingDisk(const DyingDisk &) = delete;
+    DyingDisk &operator=(const DyingDisk &) = delete;
+    ~DyingDisk() override { watchFileSteps(nullptr); }
+
+private:
+    int before(const FileStep &step) override
+    {
+        const bool fails = step.kind == FileStep::Kind::Sync || step.kind == FileStep::Kind::Resize;
+        return fails ? EIO : 0;
+    }
 };
 
 } // namespace
@@ -62,6 +84,44 @@ TEST_F(StagedFileTest, durableBytes_growWithEverySync)
     for (int i = 0; i < 17; ++i)
         ASSERT_FALSE(file->append(piece.constData(), piece.size()).hasError());
     EXPECT_GE(file->durableBytes(), 16 * 1024 * 1024);
+}
+
+TEST_F(StagedFileTest, sync_fails_onlyDurableBytesAreLeft)
+{
+    const auto file = open();
+    ASSERT_FALSE(file->append("abc", 3).hasError());
+    ASSERT_FALSE(file->sync().hasError());
+    ASSERT_FALSE(file->append("lost", 4).hasError());
+    {
+        const FailingStep failing(directory.path().toStdString(), 0, ENOSPC,
+                                  FailingStep::Lasting::Once, FileStep::Kind::Sync);
+        EXPECT_EQ(int(file->sync().errorCode()), 7);
+    }
+    EXPECT_EQ(file->size(), 3);
+    ASSERT_FALSE(file->append("de", 2).hasError());
+    ASSERT_FALSE(file->sync().hasError());
+    EXPECT_EQ(readFile(path()), "abcde");
+}
+
+TEST_F(StagedFileTest, append_syncOnTheWayFails_onlyDurableBytesAreLeft)
+{
+    const auto file = open();
+    const QByteArray much(16 * 1024 * 1024, 'x');
+    ASSERT_FALSE(file->append(much.constData(), much.size()).hasError());
+    const FailingStep failing(directory.path().toStdString(), 0, EIO, FailingStep::Lasting::Once,
+                              FileStep::Kind::Sync);
+    EXPECT_TRUE(file->append(much.constData(), much.size()).hasError());
+    EXPECT_EQ(file->size(), much.size());
+    EXPECT_EQ(QFileInfo(path()).size(), much.size());
+}
+
+TEST_F(StagedFileTest, sync_failsAndTheFileCannotBecomeShorter_removesIt)
+{
+    const auto file = open();
+    ASSERT_FALSE(file->append("abc", 3).hasError());
+    const DyingDisk disk;
+    EXPECT_TRUE(file->sync().hasError());
+    EXPECT_FALSE(QFileInfo::exists(path()));
 }
 
 TEST_F(StagedFileTest, append_muchAtOnce_theDiskBeginsBeforeItIsSynced)

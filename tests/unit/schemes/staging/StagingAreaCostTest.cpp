@@ -1,6 +1,7 @@
 #include "StagingFixture.h"
 
 #include "FileSteps.h"
+#include "SchemeErrors.h"
 #include "platform/ChildProcess.h"
 
 #include <cerrno>
@@ -129,9 +130,10 @@ TEST_F(StagingAreaCostTest, giveRoomBack_durableBytesGo_waitsForTheRecordAndItsN
         area->record().durableBytes = 10;
         area->saveRecord();
         synced.clear();
-        area->giveRoomBack();
-        return stagedBytes(*area) == 0 && vouchedBytes() == 0 && synced.size() == 2
-            && synced.at(1) == folder();
+        const bool wentForAnythingElse = area->giveRoomBack(Error(ErrorCode::Canceled));
+        const bool went = area->giveRoomBack(Error(SchemeErrors::noSpace, u"full"_s));
+        return !wentForAnythingElse && went && stagedBytes(*area) == 0 && vouchedBytes() == 0
+            && synced.size() == 2 && synced.at(1) == folder();
     });
     if (!isRight)
         GTEST_SKIP() << "no volume can be mounted here";

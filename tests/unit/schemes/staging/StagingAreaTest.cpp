@@ -1,9 +1,14 @@
 #include "StagingFixture.h"
 
 #include "FailingStep.h"
+#include "Fate.h"
+#include "SchemeErrors.h"
 #include "Volumes.h"
 
 #include <cerrno>
+#include <csignal>
+
+#include <unistd.h>
 
 using namespace zel;
 using namespace zel::test;
@@ -13,6 +18,32 @@ namespace {
 
 class StagingAreaTest : public StagingFixture
 {
+protected:
+    static QByteArray staged(const StagingArea &area)
+    {
+        const QString path = QString::fromStdString(area.mainPath());
+        return QFileInfo::exists(path) ? readFile(path) : QByteArray();
+    }
+};
+
+/// Kills the process before a step.
+class Death final : public FileStepWatcher
+{
+public:
+    explicit Death(int stepsToLive)
+        : stepsToLive(stepsToLive)
+    {
+    }
+
+private:
+    int before(const FileStep &step) override
+    {
+        if (changesFiles(step) && stepsToLive-- == 0)
+            ::kill(::getpid(), SIGKILL);
+        return 0;
+    }
+
+    int stepsToLive;
 };
 
 } // namespace
@@ -222,6 +253,76 @@ TEST_F(StagingAreaTest, publish_cannotPlace_failsAndKeepsTheStagedBytes)
     EXPECT_EQ(stagedBytes(*open(plan, u"v1"_s)), 7);
 }
 
+TEST_F(StagingAreaTest, publish_replacedButNotOnTheDisk_formerDataIsNoBeginning)
+{
+    const FetchPlan plan = planFor(u"share:/a"_s);
+    writeFile(plan.expectedPath, "former");
+    {
+        const auto area = open(plan, u"v1"_s);
+        append(*area, "content");
+        const FailingStep failing(cache.dataDir().toStdString(), 0, EIO, FailingStep::Lasting::Once,
+                                  FileStep::Kind::Sync);
+        EXPECT_TRUE(area->publish().hasError());
+        EXPECT_TRUE(failing.hasFailed());
+    }
+    EXPECT_EQ(staged(*open(plan, u"v1"_s)), "");
+}
+
+TEST_F(StagingAreaTest, publish_cannotReplace_keepsTheStagedBytes)
+{
+    const FetchPlan plan = planFor(u"share:/a"_s);
+    writeFile(plan.expectedPath, "former");
+    {
+        const auto area = open(plan, u"v1"_s);
+        append(*area, "content");
+        const FailingStep failing(plan.expectedPath.toStdString(), 0, EIO,
+                                  FailingStep::Lasting::FromThereOn, FileStep::Kind::Rename);
+        EXPECT_TRUE(area->publish().hasError());
+        EXPECT_TRUE(failing.hasFailed());
+    }
+    EXPECT_EQ(readFile(plan.expectedPath), "former");
+    EXPECT_EQ(staged(*open(plan, u"v1"_s)), "content");
+}
+
+TEST_F(StagingAreaTest, publish_companionReplacedAndThenAFailure_formerDataIsNoBeginning)
+{
+    const FetchPlan plan = planFor(u"share:/a.wiff"_s, u"a.wiff"_s);
+    writeFile(plan.expectedPath + u".scan"_s, "former");
+    {
+        const auto area = open(plan, u"v1"_s);
+        append(*area, "content");
+        writeFile(QString::fromStdString(area->contentDirectory() / "a.wiff.scan"), "scan");
+        const FailingStep failing(plan.expectedPath.toStdString(), 0, EIO,
+                                  FailingStep::Lasting::FromThereOn, FileStep::Kind::Rename);
+        EXPECT_TRUE(area->publish().hasError());
+        EXPECT_TRUE(failing.hasFailed());
+    }
+    const auto area = open(plan, u"v1"_s);
+    EXPECT_FALSE(std::filesystem::exists(area->contentDirectory() / "a.wiff.scan"));
+}
+
+TEST_F(StagingAreaTest, publish_killedAtEachStep_formerDataIsNoBeginning)
+{
+    const FetchPlan plan = planFor(u"share:/a"_s);
+    int step = 0;
+    for (bool wasKilled = true; wasKilled && !HasFailure(); ++step) {
+        writeFile(plan.expectedPath, "former");
+        const pid_t child = ::fork();
+        if (child == 0) {
+            const auto area = open(plan, u"v1"_s);
+            if (stagedBytes(*area) == 0)
+                append(*area, "content");
+            Death death(step);
+            watchFileSteps(&death);
+            ::_exit(area->publish().hasError() ? 1 : 0);
+        }
+        wasKilled = fateOfChild(child) == Fate::Killed;
+        const QByteArray beginning = staged(*open(plan, u"v1"_s));
+        EXPECT_TRUE(beginning.isEmpty() || beginning == "content") << step << beginning.constData();
+    }
+    EXPECT_GT(step, 3);
+}
+
 TEST_F(StagingAreaTest, publish_listingOfWhatIsStagedFails_placesNothing)
 {
     const FetchPlan plan = planFor(u"share:/a.wiff"_s, u"a.wiff"_s);
@@ -250,11 +351,45 @@ TEST_F(StagingAreaTest, clear_dropsWhatWasCollected)
     EXPECT_EQ(stagedBytes(*area), 0);
 }
 
+TEST_F(StagingAreaTest, clear_cannotRemove_nobodyGoesOnFromWhatStays)
+{
+    const FetchPlan plan = planFor(u"share:/a"_s);
+    {
+        const auto area = open(plan, u"v1"_s);
+        append(*area, "content");
+        {
+            const FailingStep failing(area->contentDirectory().native(), 0, EIO,
+                                      FailingStep::Lasting::FromThereOn);
+            EXPECT_TRUE(area->clear().hasError());
+        }
+        EXPECT_EQ(staged(*area), "content");
+        area->saveRecord(); // as the end of the fetch does
+    }
+    EXPECT_EQ(staged(*open(plan, u"v1"_s)), "");
+}
+
+TEST_F(StagingAreaTest, keepIfSynced_success_keepsEveryByte)
+{
+    const auto area = open(planFor(u"share:/a"_s), u"v1"_s);
+    append(*area, "content");
+    EXPECT_EQ(area->keepIfSynced({}), Error());
+    EXPECT_EQ(staged(*area), "content");
+}
+
+TEST_F(StagingAreaTest, keepIfSynced_failure_dropsWhatWasCollectedAndHandsItOn)
+{
+    const auto area = open(planFor(u"share:/a"_s), u"v1"_s);
+    append(*area, "content");
+    EXPECT_EQ(area->keepIfSynced(Error(ErrorCode::OperationFailed, u"lost"_s)).errorMessage(),
+              u"lost"_s);
+    EXPECT_EQ(staged(*area), "");
+}
+
 TEST_F(StagingAreaTest, giveRoomBack_volumeHasRoom_keepsEveryByte)
 {
     const auto area = open(planFor(u"share:/a"_s), u"v1"_s);
     append(*area, "content");
-    area->giveRoomBack();
+    EXPECT_FALSE(area->giveRoomBack(Error(SchemeErrors::noSpace, u"full"_s)));
     EXPECT_EQ(stagedBytes(*area), 7);
 }
 
