@@ -144,9 +144,11 @@ void addOtherCommands(Commands *all)
         dieAtLockCall(locks[words.at(0)], words.at(1).toInt());
         return ok;
     };
-    // raise SIGNAL: what a crash would raise
+    // raise SIGNAL: what a crash would raise; nobody handles it, such as a sanitizer
     obeyed[u"raise"_s] = [](const Words &words) {
-        ::raise(words.at(0).toInt());
+        const int number = words.at(0).toInt();
+        std::signal(number, SIG_DFL);
+        ::raise(number);
         return ok;
     };
     // makeContainer PATH SAMPLE_FILE PATH_IN_CONTAINER

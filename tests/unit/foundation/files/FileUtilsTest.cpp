@@ -137,6 +137,9 @@ TEST_F(FileUtilsGenericTest, contentSize_sparseFile_countsItsLength)
 
 TEST_F(FileUtilsGenericTest, contentSize_foldersCannotBeOpened_theFirstOfThemIsLogged)
 {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "A sanitizer that gets no pipe to look at an object through takes it for none.";
+#endif
     writeFile(at(u"t/file"_s), "1234");
     writeFile(at(u"t/a/file"_s), "12");
     writeFile(at(u"t/b/file"_s), "12");
