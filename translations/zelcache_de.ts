@@ -15,6 +15,10 @@
         <source>&quot;%1&quot; does not exist.</source>
         <translation>„%1“ gibt es nicht.</translation>
     </message>
+    <message>
+        <source>Copying %1</source>
+        <translation>Kopiere %1</translation>
+    </message>
 </context>
 <context>
     <name>zel::cli::BoardScreen</name>
@@ -372,6 +376,10 @@
     <message>
         <source>A removal, a copy or a fetch that was interrupted has left it: %1.</source>
         <translation>Ein unterbrochenes Entfernen, Kopieren oder Abrufen hat es hinterlassen: %1.</translation>
+    </message>
+    <message>
+        <source>The data directory cannot be read, but 1 resource is Ready.</source>
+        <translation>Das Datenverzeichnis kann nicht gelesen werden, aber 1 Ressource ist Ready.</translation>
     </message>
 </context>
 <context>
@@ -1050,6 +1058,14 @@
         <source>Nothing is removed: a purge would take more than what is to go.</source>
         <translation>Nichts wird entfernt: Ein Aufräumen nähme mehr mit als das, was gehen soll.</translation>
     </message>
+    <message>
+        <source>Removing</source>
+        <translation>Entfernen</translation>
+    </message>
+    <message>
+        <source>The purge cannot be cut short: the program ends when it is done. Another signal ends it at once.</source>
+        <translation>Das Aufräumen kann nicht abgekürzt werden: das Programm endet, wenn es fertig ist. Ein weiteres Signal beendet es sofort.</translation>
+    </message>
 </context>
 <context>
     <name>zel::cli::RecountCommand</name>
@@ -1083,6 +1099,10 @@
     <message>
         <source>Counting %1</source>
         <translation>Zähle %1</translation>
+    </message>
+    <message>
+        <source>Counting 1 resource</source>
+        <translation>Zähle 1 Ressource</translation>
     </message>
 </context>
 <context>
@@ -1726,6 +1746,10 @@
     <message>
         <source>Here since %1; in use by %2.</source>
         <translation>Hier seit %1; benutzt von %2.</translation>
+    </message>
+    <message>
+        <source>And 1 more file.</source>
+        <translation>Und noch 1 Datei.</translation>
     </message>
 </context>
 <context>

@@ -15,7 +15,6 @@ public:
 
     /// Brings those that are missing, in their order, as the ones used last.
     void fill();
-    qint64 totalSize() const { return count * fileSize; }
 
 private:
     void add(const QString &reference, const QString &filePath);

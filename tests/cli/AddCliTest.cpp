@@ -2,6 +2,7 @@
 
 #include "Printers.h"
 
+#include <QDeadlineTimer>
 #include <QDirIterator>
 
 #include <csignal>
@@ -114,6 +115,38 @@ TEST_F(AddCliTest, add_signalDuringTheCopy_leavesTheCacheInOrder)
         EXPECT_EQ(database.count(u"ResourceUsages"_s), 0);
         EXPECT_EQ(database.status(reference), u"Missing"_s);
     }
+}
+
+TEST_F(AddCliTest, add_atATerminal_showsWhatItCopies)
+{
+    writeFile(cache.outside(u"local.raw"_s), QByteArray(100'000, 'a'));
+    const auto run = startAtTerminal({ u"add"_s, reference, cache.outside(u"local.raw"_s) });
+    EXPECT_TRUE(run->waitFor("Copying local.raw"));
+    EXPECT_EQ(run->exitCode(), 0);
+    EXPECT_TRUE(run->seen().contains("100%")) << run->seen().right(1000).toStdString();
+}
+
+TEST_F(AddCliTest, add_whileItCopies_isAliveToOthers)
+{
+    for (int i = 0; i < 20'000; ++i)
+        writeFile(cache.outside(u"run.d/%1.txt"_s.arg(i)), "content");
+    const auto run = start({ u"add"_s, reference, cache.outside(u"run.d"_s) });
+    waitUntil([this] { return !incoming().isEmpty(); });
+    // Longer than from one ping to the next, which so comes as soon as the copy goes on.
+    run->sendSignal(SIGSTOP);
+    CacheDatabase database(cache.databasePath());
+    const auto lastPing = [&database] {
+        return database.value(u"SELECT lastPingTime FROM Clients"_s).toLongLong();
+    };
+    const qint64 before = lastPing();
+    const QDeadlineTimer nextPing(5'500);
+    waitUntil([&nextPing] { return nextPing.hasExpired(); });
+    run->sendSignal(SIGCONT);
+    waitUntil([&] { return lastPing() != before; });
+    EXPECT_GT(lastPing(), before);
+    EXPECT_FALSE(incoming().isEmpty()) << "the copy had ended before the ping came";
+    run->sendSignal(SIGINT);
+    EXPECT_EQ(run->exitCode(), 130);
 }
 
 TEST_F(AddCliTest, add_localFileAsReference_isCode21)

@@ -2,6 +2,7 @@
 
 #include "NginxServer.h"
 #include "Printers.h"
+#include "ScriptedServer.h"
 
 #include <QSystemSemaphore>
 
@@ -118,6 +119,20 @@ TEST_F(InterruptCliTest, interrupt_json_stillAnswers)
     ASSERT_EQ(results.size(), 2);
     EXPECT_TRUE(results.at(0).toObject().contains(u"path"_s));
     EXPECT_EQ(results.at(1).toObject().value(u"error"_s).toObject().value(u"code"_s).toInt(), 20);
+}
+
+TEST_F(InterruptCliTest, interrupt_whileASourceIsAsked_isToldAsJson)
+{
+    for (const QString &command : { u"exists"_s, u"info"_s }) {
+        const ScriptedServer silent([](const auto &, auto &connection) { connection.stall(); });
+        const auto run = start({ command, u"--json"_s, silent.url(u"a.raw"_s) });
+        silent.waitForRequests(1);
+        run->sendSignal(SIGINT);
+        EXPECT_EQ(run->exitCode(), 130);
+        EXPECT_EQ(run->errors(), "zelcache: error: canceled\n") << qPrintable(command);
+        const QJsonObject error = jsonOf(run->output()).value(u"error"_s).toObject();
+        EXPECT_EQ(error.value(u"code"_s).toInt(), 130) << qPrintable(command);
+    }
 }
 
 TEST_F(InterruptCliTest, interrupt_whileTheCacheIsHeldByAnother_endsAtOnce)

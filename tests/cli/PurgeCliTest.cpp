@@ -7,6 +7,8 @@
 #include <QFileInfo>
 #include <QSystemSemaphore>
 
+#include <csignal>
+
 #include <unistd.h>
 
 namespace zel::test {
@@ -281,6 +283,32 @@ TEST_F(PurgeCliTest, purge_noCache_isCode8AndMakesNone)
         EXPECT_EQ(jsonOf(run->output()).value(u"error"_s).toObject().value(u"code"_s).toInt(), 8);
         EXPECT_FALSE(QFileInfo::exists(cache.databasePath()));
     }
+}
+
+TEST_F(PurgeCliTest, purge_atATerminal_showsThatItRemoves)
+{
+    fill(QList<int>(100, 10));
+    makeRemovalsSlow();
+    const auto run = startAtTerminal({ u"purge"_s, u"--to"_s, u"0"_s });
+    EXPECT_TRUE(run->waitFor("Removing 0:0"));
+    EXPECT_EQ(run->exitCode(), 0);
+    EXPECT_TRUE(run->seen().contains("100 resources removed"))
+        << run->seen().right(500).toStdString();
+}
+
+TEST_F(PurgeCliTest, purge_interrupted_saysThatItCannotStopAndEndsWhenItIsDone)
+{
+    const QStringList references = fill(QList<int>(100, 10));
+    makeRemovalsSlow();
+    const auto run = start({ u"purge"_s, u"-v"_s, u"--to"_s, u"0"_s });
+    waitUntil([&run] { return run->errors().contains("Removing."); });
+    run->sendSignal(SIGINT);
+    waitUntil([&run] { return run->errors().contains("cannot be cut short"); });
+    EXPECT_EQ(readyReferences(), references) << "the purge had ended before the signal came";
+    EXPECT_EQ(run->exitCode(), 130) << run->errors().toStdString();
+    EXPECT_EQ(readyReferences(), QStringList());
+    EXPECT_EQ(linesOf(run->output()).size(), 101) << "the answer is there all the same";
+    EXPECT_EQ(CacheDatabase(cache.databasePath()).count(u"Clients"_s), 0);
 }
 
 TEST_F(PurgeCliTest, dryRun_cacheIsHeldByAnother_waitsForNobody)

@@ -51,6 +51,19 @@ TEST_F(StreamsCliTest, get_answerCannotBeWritten_isCode1AndSaysWhy)
     EXPECT_TRUE(run->errors().contains("No space left")) << run->errors().toStdString();
 }
 
+TEST_F(StreamsCliTest, doctor_answerOrTraceCannotBeWritten_isNotTheCodeOfARepair)
+{
+    ASSERT_EQ(start({ u"get"_s, sharedFile(u"1.raw"_s, "1") })->exitCode(), 0);
+    ProgramRun::Options options;
+    options.outputFile = u"/dev/full"_s;
+    EXPECT_EQ(start({ u"doctor"_s }, options)->exitCode(), 8);
+    writeFile(cache.dataDir() + u"/stray.raw"_s, "s");
+    const QStringList repair { u"doctor"_s, u"--repair"_s, u"--min-age"_s, u"0"_s };
+    const QString nowhere = cache.outside(u"missing/trace"_s);
+    EXPECT_EQ(start(repair + QStringList { u"--trace"_s, nowhere })->exitCode(), 8);
+    EXPECT_EQ(start(repair)->exitCode(), 1) << "there was something to repair";
+}
+
 TEST_F(StreamsCliTest, get_readerGone_stopsFetchingWithoutAWord)
 {
     NginxServer::Options slowly;

@@ -43,6 +43,10 @@ public:
     /// for those of the program.
     virtual const char *exitCodes() const { return nullptr; }
 
+    /// The code of a failure that has none of its own, such as an answer that cannot be written;
+    /// for a command that gives the usual one another meaning.
+    virtual ExitCode failureCode() const { return ExitCode::Failed; }
+
     /// Binds the options and arguments, best with what CommandOptions.h offers.
     virtual void addOptions(CLI::App &) { }
 

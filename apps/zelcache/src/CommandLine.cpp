@@ -211,8 +211,12 @@ QString Parser::complaintOf(const CLI::ParseError &reason, const QStringList &pl
     }
     const QRegularExpression withoutValue(u"^(\\S+): 1 required (\\S+) missing$"_s);
     const QRegularExpressionMatch match = withoutValue.match(text);
-    return match.hasMatch() ? u"%1 needs a value: %2"_s.arg(match.captured(1), match.captured(2))
-                            : text;
+    if (match.hasMatch())
+        return u"%1 needs a value: %2"_s.arg(match.captured(1), match.captured(2));
+    QString shown = text;
+    for (const QString &word : plain)
+        shown.replace(word, withoutSecrets(word));
+    return shown;
 }
 
 ParseOutcome Parser::mistake(const QString &text, const QStringList &plain) const

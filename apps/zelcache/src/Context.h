@@ -13,6 +13,7 @@ struct Context
     QString command; ///< its name
     const Options &options;
     Output &output;
+    ExitCode failureCode = ExitCode::Failed; ///< of a failure that has no code of its own
 
     QJsonObject emptyAnswer() const { return json::answer(command); }
     /// The answer with these members of its own.

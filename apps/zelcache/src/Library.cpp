@@ -110,7 +110,7 @@ std::optional<ExitCode> openCache(const Context &context)
     const QString traceFile = context.options.traceFile;
     if (!traceFile.isEmpty() && !startTracing(traceFile)) {
         const QString text = Texts::tr("The trace cannot be written to %1.");
-        return context.fail(ExitCode::Failed, text.arg(traceFile));
+        return context.fail(context.failureCode, text.arg(traceFile));
     }
     registerResourceSchemes();
     const ResourceManagerSettings settings = settingsOf(context.options);

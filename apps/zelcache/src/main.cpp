@@ -23,8 +23,9 @@ struct Texts
     Q_DECLARE_TR_FUNCTIONS(zel::cli::Main)
 };
 
-/// The code of an answer that could not be written. Whoever closed the pipe knows it.
-ExitCode codeOfAnswer(Output &output, ExitCode code)
+/// The code at the end, where the answer may not have been written. Whoever closed the pipe knows
+/// it.
+ExitCode codeOfAnswer(Output &output, ExitCode code, ExitCode ofFailure)
 {
     const std::error_code failure = output.answerFailure();
     if (!failure)
@@ -32,7 +33,7 @@ ExitCode codeOfAnswer(Output &output, ExitCode code)
     if (failure != std::errc::broken_pipe)
         output.error(Texts::tr("The answer cannot be written: %1")
                          .arg(QString::fromLocal8Bit(failure.message().c_str())));
-    return code == ExitCode::Success ? ExitCode::Failed : code;
+    return code == ExitCode::Success ? ofFailure : code;
 }
 
 Output::Manner mannerOf(const Options &options)
@@ -57,11 +58,13 @@ ExitCode run(Command &command, const Options &options, int argc, char **argv)
     // From before the cache is opened until it is closed again: in between nothing may end the
     // program that leaves its rows behind.
     const SignalWatch signalWatch(&ResourceCacheDao::hasClientRow);
-    const ExitCode code = command.run({ QString::fromLatin1(command.name()), options, output });
+    const ExitCode ofFailure = command.failureCode();
+    const ExitCode code
+        = command.run({ QString::fromLatin1(command.name()), options, output, ofFailure });
     if (ResourceCacheDao::hasClientRow())
         ResourceManager::cache()->close();
     Tracer::shutdown();
-    return codeOfAnswer(output, code);
+    return codeOfAnswer(output, code, ofFailure);
 }
 
 /// Help, the version, or a mistake in the usage.

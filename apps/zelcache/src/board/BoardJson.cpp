@@ -11,23 +11,17 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-template<typename Number>
-QJsonValue optionalJson(const std::optional<Number> &number)
-{
-    return number ? QJsonValue(*number) : QJsonValue();
-}
-
 QJsonObject partyJson(const BoardParty &party)
 {
     const bool isRegistered = party.life.has_value();
     const QString state = isRegistered ? livenessName(*party.life) : u"unregistered"_s;
     return { { u"process"_s, isRegistered ? QJsonValue(party.processId) : QJsonValue() },
-             { u"program"_s, party.program.isEmpty() ? QJsonValue() : QJsonValue(party.program) },
+             { u"program"_s, json::orNull(party.program) },
              { u"state"_s, state },
              { u"alive"_s, party.life == Liveness::Alive },
              { u"counts"_s, party.counts },
-             { u"lastPing"_s, optionalJson(party.lastPing) },
-             { u"lastSign"_s, optionalJson(party.lastSign) } };
+             { u"lastPing"_s, json::orNull(party.lastPing) },
+             { u"lastSign"_s, json::orNull(party.lastSign) } };
 }
 
 QJsonObject fetchJson(const Board::Fetch &fetch)
@@ -36,9 +30,9 @@ QJsonObject fetchJson(const Board::Fetch &fetch)
     object.insert(u"reference"_s, fetch.reference);
     object.insert(u"fetching"_s, true);
     object.insert(u"percent"_s, fetch.percent);
-    object.insert(u"receivedBytes"_s, optionalJson(fetch.bytes));
-    object.insert(u"totalBytes"_s, optionalJson(fetch.totalBytes));
-    object.insert(u"bytesPerSecond"_s, optionalJson(fetch.bytesPerSecond));
+    object.insert(u"receivedBytes"_s, json::orNull(fetch.bytes));
+    object.insert(u"totalBytes"_s, json::orNull(fetch.totalBytes));
+    object.insert(u"bytesPerSecond"_s, json::orNull(fetch.bytesPerSecond));
     object.insert(u"secondsLeft"_s,
                   fetch.timeLeft ? QJsonValue(qint64(fetch.timeLeft->count())) : QJsonValue());
     return object;
@@ -76,7 +70,7 @@ QJsonObject sizesJson(const Board &board)
     return { { u"current"_s, board.currentSize },
              { u"optimal"_s, board.limits.optimalSize },
              { u"maximum"_s, board.limits.maximumSize },
-             { u"free"_s, optionalJson(board.freeBytes) } };
+             { u"free"_s, json::orNull(board.freeBytes) } };
 }
 
 QJsonObject countsJson(const Board &board)

@@ -11,6 +11,8 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <functional>
+
 namespace zel::cli {
 
 using namespace Qt::Literals::StringLiterals;
@@ -28,6 +30,25 @@ and prints where it lies now.
 
 Examples:
   zelcache add https://data.example.org/runs/run1.raw ./run1.raw)";
+
+/// Shows how far the copy is, and ends it once a signal has come.
+std::function<bool(qint64)> shownProgress(const QFileInfo &source, SignalWatch &signalWatch,
+                                          const Context &context)
+{
+    ProgressState state;
+    state.label = Texts::tr("Copying %1").arg(source.fileName());
+    if (source.isFile())
+        state.totalBytes = source.size();
+    return [&signalWatch, &context, state](qint64 copiedBytes) mutable {
+        // The ping goes on: without it others take this program for dead after half a minute.
+        QCoreApplication::processEvents();
+        state.receivedBytes = copiedBytes;
+        if (state.totalBytes.value_or(0) > 0)
+            state.fraction = double(copiedBytes) / double(*state.totalBytes);
+        context.output.showProgress(state);
+        return signalWatch.receivedNow() == 0;
+    };
+}
 
 /// Copies the source to where the resource of the handler belongs, unless a signal comes first.
 Error addTo(const QSharedPointer<ResourceHandler> &handler, const QString &source,
@@ -47,12 +68,11 @@ Error addTo(const QSharedPointer<ResourceHandler> &handler, const QString &sourc
     if (!unused.hasValue())
         return ZEL_PASS(unused.error());
     ZEL_TRY_LET(const auto target, handler->expectedPath());
-    const QString path = QDir::cleanPath(QFileInfo(source).absoluteFilePath());
+    const QFileInfo original(QDir::cleanPath(QFileInfo(source).absoluteFilePath()));
     return ZEL_PASS(remote->addToCache([&]() -> Error {
-        const auto goesOn = [&signalWatch](qint64) {
-            return signalWatch.receivedNow() == 0;
-        };
-        const Error outcome = ZEL_PASS(WholeCopy::copy(path, target, goesOn));
+        const Error outcome = ZEL_PASS(WholeCopy::copy(
+            original.filePath(), target, shownProgress(original, signalWatch, context)));
+        context.output.clearProgress();
         for (const QString &warning : outcome.warnings())
             context.output.warning(warning);
         return outcome;

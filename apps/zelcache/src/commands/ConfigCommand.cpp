@@ -36,15 +36,6 @@ struct Request
     QString value; ///< as given
 };
 
-QJsonObject answerAbout(const Context &context, const SettingsFile &file)
-{
-    QJsonObject answer = context.emptyAnswer();
-    const QJsonObject members = fileJson(file);
-    for (auto member = members.begin(); member != members.end(); ++member)
-        answer.insert(member.key(), member.value());
-    return answer;
-}
-
 SettingsReport reportOf(const Options &options)
 {
     const SettingsFile file = readSettingsFile();
@@ -70,7 +61,7 @@ ExitCode show(const Context &context)
     QJsonArray settings;
     for (const Setting &setting : report.settings)
         settings.append(settingJson(setting));
-    QJsonObject answer = answerAbout(context, report.file);
+    QJsonObject answer = context.answerWith(fileJson(report.file));
     answer.insert(u"settings"_s, settings);
     answer.insert(u"warnings"_s, warnings);
     context.output.answer(answer);
@@ -97,7 +88,7 @@ ExitCode get(const Context &context, SettingKey key)
         context.output.answer(setting.value.toString());
         return ExitCode::Success;
     }
-    QJsonObject answer = answerAbout(context, report.file);
+    QJsonObject answer = context.answerWith(fileJson(report.file));
     const QJsonObject members = settingJson(setting);
     for (auto member = members.begin(); member != members.end(); ++member)
         answer.insert(member.key(), member.value());
@@ -131,7 +122,7 @@ void answerSet(const Context &context, const SettingsFile &file, SettingKey key,
         context.output.answer(u"%1  %2  %3"_s.arg(settingName(key), valueText(value), file.path));
         return;
     }
-    QJsonObject answer = answerAbout(context, file);
+    QJsonObject answer = context.answerWith(fileJson(file));
     answer.insert(u"key"_s, settingName(key));
     answer.insert(u"value"_s, QJsonValue::fromVariant(value));
     context.output.answer(answer);
@@ -160,7 +151,7 @@ ExitCode path(const Context &context)
 {
     const SettingsFile file = readSettingsFile();
     if (context.options.json)
-        context.output.answer(answerAbout(context, file));
+        context.output.answer(context.answerWith(fileJson(file)));
     else
         context.output.answer(file.path);
     if (!file.exists)

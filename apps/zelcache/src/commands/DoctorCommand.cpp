@@ -33,8 +33,9 @@ Examples:
   zelcache doctor --json | jq -r '.findings[] | .id + " " + .subject')";
 
 constexpr auto ownExitCodes = R"(Exit codes:
-  0 nothing is wrong   2 usage                  8 there is no cache, or it cannot be opened
-  1 all is repaired    4 something is left    129, 130, 143 ended by a signal)";
+  0 nothing is wrong   2 usage                  8 there is no cache, or it cannot be opened,
+  1 all is repaired    4 something is left        or the answer or trace cannot be written
+                                              129, 130, 143 ended by a signal)";
 
 struct Request
 {
@@ -52,6 +53,7 @@ public:
     }
 
     const char *exitCodes() const override { return ownExitCodes; }
+    ExitCode failureCode() const override { return ExitCode::CacheUnavailable; }
 
     void addOptions(CLI::App &app) override
     {

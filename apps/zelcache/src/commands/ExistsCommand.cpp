@@ -18,7 +18,7 @@ namespace {
 
 constexpr auto helpDetails
     = R"(Prints "yes" or "no" and the reference, one line each. The exit code is 3 if the
-answer is no for any of them.
+answer is no for any of them. With -q only the exit code answers.
 
 Examples:
   zelcache exists https://data.example.org/runs/run1.raw
@@ -125,7 +125,7 @@ ExitCode ExistsCommand::run(const Context &context)
     }
     const int signalNumber = wait.run([] {});
     if (signalNumber != 0)
-        return exitCodeOfSignal(signalNumber);
+        return context.cancel(signalNumber);
     writeAnswers(context, questions);
     return codeOf(questions);
 }

@@ -39,7 +39,8 @@ constexpr auto ownExitCodes
   0 the time is over   6 integrity violated            20 refused or canceled
   1 failed             7 no space left                 21 feature lacking
   2 usage, reference   8 the cache cannot be opened   126 COMMAND cannot be started
-  4, 5 data, container                                127 there is no such program
+  3 a removal would take more than it is to           127 there is no such program
+  4, 5 data, container
   129, 130, 143 ended by SIGHUP, SIGINT, SIGTERM    128+n signal n ended COMMAND)";
 
 class HoldCommand : public Command

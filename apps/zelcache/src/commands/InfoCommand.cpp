@@ -169,7 +169,7 @@ ExitCode InfoCommand::run(const Context &context)
     int signalNumber = 0;
     description.metadata = askSource(description.place.handler, signalNumber);
     if (signalNumber != 0)
-        return exitCodeOfSignal(signalNumber);
+        return context.cancel(signalNumber);
     // What lies here can be described without its source.
     if (!description.metadata.hasValue()) {
         if (!description.place.isAvailable)

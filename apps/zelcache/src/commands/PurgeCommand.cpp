@@ -3,7 +3,7 @@
 #include "Library.h"
 #include "ResourceCache.h"
 #include "ResourceManager.h"
-#include "platform/SignalWatch.h"
+#include "UncutWork.h"
 #include "removal/RemovalDanger.h"
 #include "removal/RemovalReport.h"
 
@@ -115,24 +115,37 @@ Error purge(const PurgeLimits &limits)
     return outcome;
 }
 
-/// The purge is one step: a signal that comes meanwhile is heard after it.
+/// Gives the signal that came, or 0.
+Result<int> goThroughWithPurge(const PurgeLimits &limits, Output &output)
+{
+    UncutWork work;
+    work.function = [limits] {
+        return purge(limits);
+    };
+    work.label = Texts::tr("Removing");
+    work.warning = Texts::tr("The purge cannot be cut short: the program ends when it is done. "
+                             "Another signal ends it at once.");
+    return ZEL_PASS(goThroughWith(work, output));
+}
+
 Result<Outcome> purged(const Context &context, const Request &request)
 {
     const ResourceManagerSettings settings = settingsOf(context.options);
-    const SignalWatch signalWatch([](int) {});
     ZEL_TRY_LET(const Snapshot before, readCache(settings, neededDetails));
     const PurgePlan plan = planned(settings, request, before);
     if (const QString why = refusalOf(settings, plan); !why.isEmpty())
         return refused(why);
-    const Error failure = purge(purgeLimits(settings.sizes, request.target));
+    const auto signalNumber
+        = goThroughWithPurge(purgeLimits(settings.sizes, request.target), context.output);
     ZEL_TRY_LET(const Snapshot after, readCache(settings, neededDetails));
 
     Outcome outcome = outcomeOf(plan, removedBetween(before, after), after.currentSize);
     if (!outcome.report.isGoalReached())
         outcome.pins = pinsOf(after, usersNow(settings, after), plan.resources);
-    outcome.failure = failure;
-    QCoreApplication::processEvents();
-    outcome.signalNumber = signalWatch.received();
+    if (signalNumber.hasValue())
+        outcome.signalNumber = signalNumber.value();
+    else
+        outcome.failure = signalNumber.error();
     return outcome;
 }
 

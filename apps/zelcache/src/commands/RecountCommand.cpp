@@ -3,17 +3,14 @@
 #include "Library.h"
 #include "ResourceCache.h"
 #include "ResourceManager.h"
-#include "Task.h"
-#include "TaskWait.h"
+#include "UncutWork.h"
 #include "errors/Propagate.h"
 #include "files/FileUtils.h"
-#include "output/Format.h"
 #include "output/Text.h"
 #include "platform/SignalWatch.h"
 #include "reports/RecountReport.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QFileInfo>
 
 #include <algorithm>
@@ -69,11 +66,7 @@ void write(const Context &context, const RecountReport &report)
             context.output.answer(line);
         return;
     }
-    QJsonObject answer = context.emptyAnswer();
-    const QJsonObject members = recountJson(report);
-    for (auto member = members.begin(); member != members.end(); ++member)
-        answer.insert(member.key(), member.value());
-    context.output.answer(answer);
+    context.output.answer(context.answerWith(recountJson(report)));
 }
 
 qsizetype readyCount(const Snapshot &snapshot)
@@ -83,59 +76,18 @@ qsizetype readyCount(const Snapshot &snapshot)
         [](const auto &resource) { return resource.status == ResourceStatus::Ready; });
 }
 
-/// What is shown while everything is counted, which can neither be measured nor cut short.
-class CountingNotice
-{
-public:
-    CountingNotice(Output &output, qsizetype count)
-        : output(output)
-        , text(Texts::tr("Counting %n resources", nullptr, int(count)))
-    {
-        output.note(text + u'.');
-        time.start();
-    }
-
-    void show(int signalNumber)
-    {
-        if (signalNumber != 0 && !signalIsAnswered) {
-            output.warning(
-                Texts::tr("The count cannot be cut short: the program ends when it is done. "
-                          "Another signal ends it at once."));
-            signalIsAnswered = true;
-        }
-        ProgressState state;
-        state.label
-            = u"%1 %2"_s.arg(text, durationText(std::chrono::seconds(time.elapsed() / 1000)));
-        output.showProgress(state);
-    }
-
-private:
-    Output &output;
-    QString text;
-    QElapsedTimer time;
-    bool signalIsAnswered = false;
-};
-
-/// Counts on a worker, so that this thread can go on listening. Gives the signal that came, or 0.
+/// Gives the signal that came, or 0.
 Result<int> countAll(Output &output, qsizetype count)
 {
-    ResourceCache *cache = ResourceManager::cache();
-    CountingNotice notice(output, count);
-    TaskWait wait;
-    Task task;
-    task.setFunction([cache] { return cache->updateFileSizes(); },
-                     Task::ExecutionMode::Asynchronous);
-    wait.add(&task);
-    // A ping would wait on this thread for the lock that the worker has. Nobody else gets the lock
-    // to take this process for dead.
-    cache->setPingEnabled(false);
-    task.exec();
-    const int signalNumber = wait.run([&notice, &wait] { notice.show(wait.receivedSignal()); });
-    cache->setPingEnabled(true);
-    output.clearProgress();
-    if (task.error().hasError())
-        return ZEL_PASS(task.error());
-    return signalNumber;
+    UncutWork work;
+    work.function = [] {
+        return ResourceManager::cache()->updateFileSizes();
+    };
+    work.label = count == 1 ? Texts::tr("Counting 1 resource")
+                            : Texts::tr("Counting %n resources", nullptr, int(count));
+    work.warning = Texts::tr("The count cannot be cut short: the program ends when it is done. "
+                             "Another signal ends it at once.");
+    return ZEL_PASS(goThroughWith(work, output));
 }
 
 /// What is ready by its row, though nothing lies at its place. All that has a size has data.
@@ -181,17 +133,6 @@ QString absenceOf(const QSharedPointer<ResourceHandler> &handler)
     if (path.hasValue() && !FileUtils::isSubPath(path.value().toString(), dataDir))
         return Texts::tr("its data lies outside of the cache.");
     return {};
-}
-
-/// The sizes of all that is ready, by reference.
-QHash<QString, qint64> readySizes(const Snapshot &snapshot)
-{
-    QHash<QString, qint64> sizes;
-    for (const ResourceCacheReader::Resource &resource : snapshot.resources) {
-        if (resource.status == ResourceStatus::Ready)
-            sizes.insert(resource.reference, resource.size);
-    }
-    return sizes;
 }
 
 RecountResult recounted(const QString &argument, const QHash<QString, qint64> &sizesBefore)

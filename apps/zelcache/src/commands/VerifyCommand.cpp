@@ -257,11 +257,7 @@ ExitCode VerifyCommand::answer(const Context &context, VerifyReport &report, int
             context.output.error(result.reference + u": "_s + result.failure.errorMessage());
     }
     if (context.options.json) {
-        QJsonObject answer = context.emptyAnswer();
-        const QJsonObject members = verifyJson(report);
-        for (auto member = members.begin(); member != members.end(); ++member)
-            answer.insert(member.key(), member.value());
-        context.output.answer(answer);
+        context.output.answer(context.answerWith(verifyJson(report)));
     } else {
         const bool tellsAll = !references.isEmpty() || context.options.verbosity > 0;
         const QStringList lines = verifyLines(report, tellsAll);

@@ -38,10 +38,7 @@ using Snapshot = ResourceCacheReader::Snapshot;
 void answer(const Context &context, const QJsonObject &members, const QStringList &lines)
 {
     if (context.options.json) {
-        QJsonObject answer = context.emptyAnswer();
-        for (auto member = members.begin(); member != members.end(); ++member)
-            answer.insert(member.key(), member.value());
-        context.output.answer(answer);
+        context.output.answer(context.answerWith(members));
         return;
     }
     for (const QString &line : lines)

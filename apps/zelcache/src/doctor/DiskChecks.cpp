@@ -26,6 +26,13 @@ qsizetype readyCount(const Reader::Snapshot &snapshot)
         [](const auto &resource) { return resource.status == ResourceStatus::Ready; });
 }
 
+QString readyWithoutDirectoryText(qsizetype ready)
+{
+    return ready == 1 ? Texts::tr("The data directory cannot be read, but 1 resource is Ready.")
+                      : Texts::tr("The data directory cannot be read, but %n resources are Ready.",
+                                  nullptr, int(ready));
+}
+
 void addData(const Examination &all, FindingKind kind, const TreeSurvey::Entry &entry,
              Findings &findings)
 {
@@ -78,12 +85,10 @@ void disk(const Examination &all, Findings &findings)
 {
     const qsizetype ready = readyCount(all.snapshot);
     if (!all.data.exists() && ready > 0) {
-        findings.append(
-            { FindingKind::DataDirectoryMissing,
-              all.settings.cachePath.cacheDataDir(),
-              Texts::tr("The data directory cannot be read, but %n resources are Ready.", nullptr,
-                        int(ready)),
-              {} });
+        findings.append({ FindingKind::DataDirectoryMissing,
+                          all.settings.cachePath.cacheDataDir(),
+                          readyWithoutDirectoryText(ready),
+                          {} });
     }
     for (const QByteArray &folder : all.data.unreadable()) {
         findings.append(

@@ -68,16 +68,11 @@ QString plansText(int count)
     return count == 1 ? Texts::tr("1 plan") : Texts::tr("%n plans", nullptr, count);
 }
 
-QJsonValue orNull(const QString &text)
-{
-    return text.isEmpty() ? QJsonValue() : QJsonValue(text);
-}
-
 QJsonObject stepJson(const RepairStep &step)
 {
     return { { u"operation"_s, stepName(step.kind) },
-             { u"reference"_s, orNull(step.reference) },
-             { u"path"_s, orNull(step.path) },
+             { u"reference"_s, json::orNull(step.reference) },
+             { u"path"_s, json::orNull(step.path) },
              { u"text"_s, stepText(step) } };
 }
 
@@ -88,7 +83,7 @@ QJsonArray findingsJson(const Findings &findings)
         const FindingDescription &description = descriptionOf(finding.kind);
         array.append(QJsonObject { { u"id"_s, description.id.toString() },
                                    { u"severity"_s, severityText(description.severity) },
-                                   { u"subject"_s, orNull(finding.subject) },
+                                   { u"subject"_s, json::orNull(finding.subject) },
                                    { u"explanation"_s, finding.explanation },
                                    { u"remedy"_s, remedyText(finding) },
                                    { u"repairable"_s, finding.repair.has_value() } });

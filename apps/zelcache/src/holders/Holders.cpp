@@ -1,6 +1,7 @@
 #include "holders/Holders.h"
 
 #include "output/Format.h"
+#include "output/Json.h"
 
 #include <QCoreApplication>
 #include <QJsonObject>
@@ -130,11 +131,11 @@ QString programText(const Program &program, qint64 now)
 
 QJsonObject programJson(const Program &program)
 {
-    return { { u"process"_s, program.processId ? QJsonValue(*program.processId) : QJsonValue() },
-             { u"program"_s, program.name.isEmpty() ? QJsonValue() : QJsonValue(program.name) },
+    return { { u"process"_s, json::orNull(program.processId) },
+             { u"program"_s, json::orNull(program.name) },
              { u"state"_s, livenessName(program.liveness) },
              { u"counts"_s, program.counts },
-             { u"lastPing"_s, program.lastPing ? QJsonValue(*program.lastPing) : QJsonValue() } };
+             { u"lastPing"_s, json::orNull(program.lastPing) } };
 }
 
 QList<Holder> holdersOf(const Snapshot &snapshot, const QString &reference, qint64 now,

@@ -1,6 +1,7 @@
 #include "holders/ResourceReasons.h"
 
 #include "output/Format.h"
+#include "output/Json.h"
 #include "output/LabeledLines.h"
 #include "references/ResourceReference.h"
 #include "removal/PurgePlan.h"
@@ -215,11 +216,6 @@ QJsonValue placeJson(const std::optional<Place> &place)
                          { u"bytesBefore"_s, place->bytesBefore } };
 }
 
-QJsonValue versionJson(const QVersionNumber &version)
-{
-    return version.isNull() ? QJsonValue() : QJsonValue(version.toString());
-}
-
 } // namespace
 
 ResourceReasons resourceReasons(const Snapshot &snapshot, const Resource &resource, bool isThere,
@@ -262,17 +258,17 @@ QJsonObject resourceReasonsJson(const ResourceReasons &reasons)
     const Resource &resource = reasons.resource;
     const bool isKnown = reasons.declared || !reasons.hasCopy();
     const QJsonValue outdated = isKnown ? QJsonValue(reasons.isOutdated()) : QJsonValue();
-    const QJsonValue version = reasons.hasCopy() ? versionJson(resource.version) : QJsonValue();
+    const QJsonValue version = reasons.hasCopy() ? json::orNull(resource.version) : QJsonValue();
     return { { u"reference"_s, resource.reference },
              { u"verdict"_s, verdictName(reasons.verdict) },
              { u"status"_s, toText(resource.status) },
              { u"size"_s, resource.size },
-             { u"path"_s, resource.path.isEmpty() ? QJsonValue() : QJsonValue(resource.path) },
+             { u"path"_s, json::orNull(resource.path) },
              { u"lastAccess"_s, resource.lastAccess },
              { u"lastWriter"_s, programJson(reasons.lastWriter) },
              { u"cleanupPolicy"_s, toText(resource.policy) },
              { u"version"_s, version },
-             { u"declaredVersion"_s, versionJson(reasons.declared.value_or(QVersionNumber())) },
+             { u"declaredVersion"_s, json::orNull(reasons.declared.value_or(QVersionNumber())) },
              { u"outdated"_s, outdated },
              { u"purgePlace"_s, placeJson(reasons.place) },
              { u"holders"_s, holdersJson(reasons.holders) } };

@@ -110,10 +110,8 @@ QJsonArray processesJson(const UserProcesses &processes)
 {
     QJsonArray array;
     for (const UserProcess &process : processes) {
-        array.append(QJsonObject {
-            { u"process"_s, process.id },
-            { u"program"_s,
-              process.program.isEmpty() ? QJsonValue() : QJsonValue(process.program) } });
+        array.append(QJsonObject { { u"process"_s, process.id },
+                                   { u"program"_s, json::orNull(process.program) } });
     }
     return array;
 }

@@ -38,6 +38,16 @@ QJsonObject entry(const QString &reference, const Error &error)
     return { { u"reference"_s, reference }, { u"error"_s, json::error(error) } };
 }
 
+QJsonValue orNull(const QString &text)
+{
+    return text.isEmpty() ? QJsonValue() : QJsonValue(text);
+}
+
+QJsonValue orNull(const QVersionNumber &version)
+{
+    return version.isNull() ? QJsonValue() : QJsonValue(version.toString());
+}
+
 QString text(const QJsonObject &object)
 {
     const QByteArray compact = QJsonDocument(object).toJson(QJsonDocument::Compact);

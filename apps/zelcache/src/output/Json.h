@@ -4,6 +4,9 @@
 
 #include <QJsonObject>
 #include <QString>
+#include <QVersionNumber>
+
+#include <optional>
 
 namespace zel::cli {
 
@@ -19,6 +22,15 @@ QJsonObject error(const Error &error);
 /// One resource that could be had, or the failure that stands in its place.
 QJsonObject entry(const QString &reference, const QString &path);
 QJsonObject entry(const QString &reference, const Error &error);
+
+/// Null for what is not known or not there.
+template<typename Number>
+QJsonValue orNull(const std::optional<Number> &number)
+{
+    return number ? QJsonValue(*number) : QJsonValue();
+}
+QJsonValue orNull(const QString &text);
+QJsonValue orNull(const QVersionNumber &version);
 
 /// One line, without anything that could steer a terminal.
 QString text(const QJsonObject &object);

@@ -78,12 +78,6 @@ QString timeText(const FitPlan &plan)
     return time ? Texts::tr("Time: about %1").arg(durationText(*time)) : Texts::tr("Time: unknown");
 }
 
-template<typename Number>
-QJsonValue orNull(const std::optional<Number> &number)
-{
-    return number ? QJsonValue(qint64(*number)) : QJsonValue();
-}
-
 /// What comes, what goes and what cannot be had.
 QStringList resourceLines(const FitPlan &plan)
 {
@@ -110,9 +104,9 @@ QJsonArray missingJson(const FitPlan &plan)
     QJsonArray missing;
     for (const Missing &each : plan.missing)
         missing.append(QJsonObject { { u"reference"_s, each.reference },
-                                     { u"size"_s, orNull(each.size) },
+                                     { u"size"_s, json::orNull(each.size) },
                                      { u"stagedBytes"_s, each.stagedBytes },
-                                     { u"bytesPerSecond"_s, orNull(each.bytesPerSecond) } });
+                                     { u"bytesPerSecond"_s, json::orNull(each.bytesPerSecond) } });
     return missing;
 }
 
@@ -272,7 +266,7 @@ QJsonObject fitPlanJson(const FitPlan &plan)
              { u"size"_s, plan.size },
              { u"sizeAfterwards"_s, plan.sizeAfterwards() },
              { u"maximum"_s, plan.limits.maximumSize },
-             { u"free"_s, orNull(plan.freeBytes) },
+             { u"free"_s, json::orNull(plan.freeBytes) },
              { u"fits"_s, plan.fits() } };
 }
 

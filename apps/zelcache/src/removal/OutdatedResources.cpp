@@ -2,6 +2,7 @@
 
 #include "errors/Propagate.h"
 #include "output/Format.h"
+#include "output/Json.h"
 #include "references/ResourceReference.h"
 #include "removal/RemovalReport.h"
 
@@ -26,11 +27,6 @@ QString versionText(const QVersionNumber &version)
     return version.isNull() ? Texts::tr("none") : version.toString();
 }
 
-QJsonValue versionJson(const QVersionNumber &version)
-{
-    return version.isNull() ? QJsonValue() : QJsonValue(version.toString());
-}
-
 qint64 sizeOfAll(const OutdatedResources &outdated)
 {
     qint64 size = 0;
@@ -45,8 +41,8 @@ QJsonArray rowsJson(const OutdatedResources &outdated)
     for (const OutdatedResource &each : outdated)
         rows.append(QJsonObject { { u"reference"_s, each.resource.reference },
                                   { u"size"_s, each.resource.size },
-                                  { u"version"_s, versionJson(each.resource.version) },
-                                  { u"declaredVersion"_s, versionJson(each.declared) },
+                                  { u"version"_s, json::orNull(each.resource.version) },
+                                  { u"declaredVersion"_s, json::orNull(each.declared) },
                                   { u"processes"_s, processesJson(each.processes) } });
     return rows;
 }

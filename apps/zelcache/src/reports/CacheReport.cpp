@@ -41,10 +41,8 @@ QJsonObject resourceJson(const Reader::Resource &resource, int usages)
                          { u"lastAccess"_s, resource.lastAccess },
                          { u"cleanupPolicy"_s, toText(resource.policy) },
                          { u"usages"_s, usages } };
-    object.insert(u"path"_s, resource.path.isEmpty() ? QJsonValue() : QJsonValue(resource.path));
-    object.insert(u"version"_s,
-                  resource.version.isNull() ? QJsonValue()
-                                            : QJsonValue(resource.version.toString()));
+    object.insert(u"path"_s, json::orNull(resource.path));
+    object.insert(u"version"_s, json::orNull(resource.version));
     return object;
 }
 

@@ -4,7 +4,6 @@
 #include "output/Json.h"
 
 #include <QCoreApplication>
-#include <QHash>
 #include <QJsonArray>
 
 namespace zel::cli {
@@ -53,13 +52,19 @@ QJsonObject resultJson(const RecountResult &result)
 
 } // namespace
 
+QHash<QString, qint64> readySizes(const Snapshot &snapshot)
+{
+    QHash<QString, qint64> sizes;
+    for (const ResourceCacheReader::Resource &resource : snapshot.resources) {
+        if (resource.status == ResourceStatus::Ready)
+            sizes.insert(resource.reference, resource.size);
+    }
+    return sizes;
+}
+
 RecountReport recountReport(const Snapshot &before, const Snapshot &after)
 {
-    QHash<QString, qint64> sizesBefore;
-    for (const ResourceCacheReader::Resource &resource : before.resources) {
-        if (resource.status == ResourceStatus::Ready)
-            sizesBefore.insert(resource.reference, resource.size);
-    }
+    const QHash<QString, qint64> sizesBefore = readySizes(before);
     RecountReport report;
     report.totalBefore = before.currentSize;
     report.totalAfter = after.currentSize;

@@ -3,6 +3,7 @@
 #include "ResourceCacheReader.h"
 #include "errors/Error.h"
 
+#include <QHash>
 #include <QJsonObject>
 #include <QStringList>
 
@@ -28,6 +29,9 @@ struct RecountReport
     qint64 totalBefore = 0; ///< bytes, of the whole cache
     qint64 totalAfter = 0;
 };
+
+/// The sizes of all that is ready, by reference; in bytes.
+QHash<QString, qint64> readySizes(const ResourceCacheReader::Snapshot &snapshot);
 
 /// What changed for those that were ready at both moments.
 RecountReport recountReport(const ResourceCacheReader::Snapshot &before,

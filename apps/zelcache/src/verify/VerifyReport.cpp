@@ -109,9 +109,9 @@ QStringList detailLines(const VerifyResult &result)
     for (const Finding &finding :
          result.findings.first(std::min(mostFindings, result.findings.size())))
         lines.append(sentenceOf(finding));
-    if (result.findings.size() > mostFindings)
-        lines.append(
-            Texts::tr("And %n more files.", nullptr, int(result.findings.size() - mostFindings)));
+    if (const int further = int(result.findings.size() - mostFindings); further > 0)
+        lines.append(further == 1 ? Texts::tr("And 1 more file.")
+                                  : Texts::tr("And %n more files.", nullptr, further));
     if (isViolation(result.verdict) || result.verdict == Verdict::Unreadable)
         lines.append(useText(result));
     return lines;
