@@ -280,7 +280,12 @@ Error HttpDownload::flush()
     // Asked before the two below take the locks under which the former buffers are given back: only
     // behind those is a buffer that is free also read to its end, in the order of this thread.
     const bool isOneFree = !handedOut.empty() && handedOut.front().isDetached();
-    ZEL_TRY(error, sink->write(buffer));
+    error = ZEL_PASS(sink->write(buffer));
+    if (error.hasError()) {
+        // The sink may have dropped what came before these: nothing may follow.
+        buffer.clear();
+        return error;
+    }
     // All that is here has passed before: see catchUpWithCheck().
     check.addBytes(buffer);
     checked += buffer.size();

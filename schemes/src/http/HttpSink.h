@@ -24,8 +24,10 @@ public:
     /// Forgets all bytes of the open state. After a failure only open() may be called: nobody knows
     /// what is here.
     virtual Error startAnew() = 0;
-    /// Appends all of the bytes or fails. May keep what it is given for another thread, which gives
-    /// it back under a lock that this takes as well: the memory is used again behind the next call.
+    /// Appends all of the bytes or fails. After a failure only open() may be called: bytes that
+    /// were written before may be gone as well. May keep what it is given for another thread, which
+    /// gives it back under a lock that this takes as well: the memory is used again behind the next
+    /// call.
     virtual Error write(const QByteArray &bytes) = 0;
     /// Hands out all bytes that are here, piece by piece, from the first one; `take` returning
     /// false ends it with a failure.

@@ -230,7 +230,7 @@ TEST(HttpDownloadTest, download_unexpectedSize_isRefusedBeforeTheFirstByte)
     EXPECT_TRUE(sink.openedStates.isEmpty());
 }
 
-TEST(HttpDownloadTest, download_sinkFails_itsFailureIsTheAnswer)
+TEST(HttpDownloadTest, download_sinkFails_itsFailureIsTheAnswerAndNothingFollows)
 {
     NginxServer server;
     server.addFile(u"a"_s, pattern(5'000'000));
@@ -238,6 +238,7 @@ TEST(HttpDownloadTest, download_sinkFails_itsFailureIsTheAnswer)
     sink.writeFailure = Error(7, u"No space."_s);
     EXPECT_EQ(download(targetOf(server.url(u"a"_s)), &sink, QuickSettings()),
               Error(7, u"No space."_s));
+    EXPECT_EQ(sink.failedWrites, 1);
 }
 
 TEST(HttpDownloadTest, download_report_tellsBytesUpToTheWhole)

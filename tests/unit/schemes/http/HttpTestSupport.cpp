@@ -44,8 +44,10 @@ Error FileSink::startAnew()
 
 Error FileSink::write(const QByteArray &bytes)
 {
-    if (writeFailure.hasError())
+    if (writeFailure.hasError()) {
+        ++failedWrites;
         return writeFailure;
+    }
     return file.seek(file.size()) && file.write(bytes) == bytes.size() ? Error() : Error(1);
 }
 

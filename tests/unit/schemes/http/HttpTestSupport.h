@@ -29,6 +29,7 @@ public:
     QList<QString> openedStates;
     int fresh = 0; ///< how often all bytes were forgotten
     Error writeFailure;
+    int failedWrites = 0;
 
 private:
     QTemporaryDir directory;
