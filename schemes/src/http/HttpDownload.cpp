@@ -111,10 +111,11 @@ HttpDownload::Next HttpDownload::judgeAnswer(const HttpOutcome &outcome)
         return outcome.head.isPassingTrouble() ? failedForNow(reason) : failedForGood(reason);
     }
     // The whole answer came, but for a size that was announced elsewhere.
-    if (!state.size)
+    const std::optional<qint64> size = toldSize();
+    if (!size)
         return Next::AllIsHere;
-    return failedForNow(failure(SchemeErrors::integrityFailure,
-                                tr("%1 of %2 bytes came").arg(have).arg(*state.size)));
+    return failedForNow(
+        failure(SchemeErrors::integrityFailure, tr("%1 of %2 bytes came").arg(have).arg(*size)));
 }
 
 HttpDownload::Next HttpDownload::judgeUnmetRange(const HttpHead &head)
@@ -198,12 +199,14 @@ bool HttpDownload::beginRest(const HttpHead &head)
 {
     const auto range = head.contentRange();
     const HttpRepresentation found = head.representation();
+    const std::optional<qint64> size = state.size ? state.size : target.expected.size;
     const bool fits = attempt.asksForRest && range && range->first == have
-        && (!range->total || !state.size || *range->total == *state.size)
+        && (!range->total || !size || *range->total == *size)
         && (found.etag.isEmpty() || found.etag == state.etag);
-    if (fits)
+    if (fits) {
+        attempt.total = range->total;
         return true;
-
+    }
     if (!attempt.asksForRest) {
         attempt.fault = failure(static_cast<int>(ErrorCode::OperationFailed),
                                 tr("the server sends a part of the file that was not asked for"));
@@ -219,7 +222,8 @@ bool HttpDownload::beginRest(const HttpHead &head)
 bool HttpDownload::receive(const char *data, qint64 size)
 {
     // An answer that announces no size may have no end.
-    const std::optional<qint64> most = state.size ? state.size : target.expected.size;
+    const std::optional<qint64> told = toldSize();
+    const std::optional<qint64> most = told ? told : target.expected.size;
     if (most && have + buffer.size() + size > *most) {
         attempt.fault
             = failure(SchemeErrors::integrityFailure, tr("more bytes came than were announced"));

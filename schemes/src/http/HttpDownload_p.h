@@ -38,6 +38,7 @@ private:
     struct Attempt
     {
         bool asksForRest = false;
+        std::optional<qint64> total; ///< bytes of the whole file, as told with the rest of it
         bool askAgain = false; ///< why the receiver stopped: the rest is enough
         Error fault; ///< why the receiver stopped, otherwise
     };
@@ -62,7 +63,9 @@ private:
     Error startAnew();
     Error flush();
     void takeAnotherBuffer(bool isOneFree);
-    bool isComplete() const { return opened && state.size && *state.size == have; }
+    /// Bytes of the whole file, as the server told with it or with the rest of it.
+    std::optional<qint64> toldSize() const { return state.size ? state.size : attempt.total; }
+    bool isComplete() const { return opened && toldSize() == have; }
 
     Error catchUpWithCheck();
     Error failure(int code, const QString &what) const;

@@ -9,7 +9,16 @@ using namespace Qt::Literals::StringLiterals;
 using namespace zel::test;
 
 /// Answers to a download that goes on: other parts than were asked for, and files that change.
-using HttpRangeFaultsTest = HttpFaultsFixture;
+class HttpRangeFaultsTest : public HttpFaultsFixture
+{
+protected:
+    /// Tells no size, and breaks off behind four bytes.
+    static void closeEarlyWithoutSize(ScriptedServer::Connection &connection)
+    {
+        connection.send("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n" + etag + "\r\n4\r\n"
+                        + content.left(4) + "\r\n");
+    }
+};
 
 TEST_F(HttpRangeFaultsTest, answersWholeToARange_startsAnew)
 {
@@ -87,6 +96,36 @@ TEST_F(HttpRangeFaultsTest, sendsAPartUnasked_fails)
     });
     EXPECT_EQ(download(server, &sink, settings).errorCode(), ErrorCode::OperationFailed);
     EXPECT_EQ(server.requests().size(), 1);
+}
+
+TEST_F(HttpRangeFaultsTest, sizeIsToldWithAPartThatIsTooShort_goesOnBehindIt)
+{
+    std::atomic<int> asked = 0;
+    ScriptedServer server([&asked](const auto &request, auto &connection) {
+        const int number = asked++;
+        if (number == 0)
+            return closeEarlyWithoutSize(connection);
+        if (number > 1)
+            return serveProperly(request, connection);
+        connection.send(
+            ScriptedServer::answer("206 P", etag + "Content-Range: bytes 4-6/10\r\n", "456"));
+    });
+    ASSERT_EQ(download(server, &sink, settings), Error());
+    EXPECT_EQ(sink.content(), content);
+    ASSERT_EQ(server.requests().size(), 3);
+    EXPECT_EQ(server.requests()[2].header("range"), QByteArray("bytes=7-"));
+}
+
+TEST_F(HttpRangeFaultsTest, sizeIsToldWithAPartThatIsTooLong_isIntegrityFailure)
+{
+    std::atomic<int> asked = 0;
+    ScriptedServer server([&asked](const auto &, auto &connection) {
+        if (asked++ == 0)
+            return closeEarlyWithoutSize(connection);
+        connection.send(ScriptedServer::answer("206 P", etag + "Content-Range: bytes 4-9/10\r\n",
+                                               "456789 and more"));
+    });
+    EXPECT_EQ(int(download(server, &sink, settings).errorCode()), 6);
 }
 
 TEST_F(HttpRangeFaultsTest, refusesRangeAndSizeFits_isComplete)
