@@ -198,11 +198,10 @@ bool HttpDownload::beginWhole(const HttpHead &head)
 bool HttpDownload::beginRest(const HttpHead &head)
 {
     const auto range = head.contentRange();
-    const HttpRepresentation found = head.representation();
     const std::optional<qint64> size = state.size ? state.size : target.expected.size;
     const bool fits = attempt.asksForRest && range && range->first == have
         && (!range->total || !size || *range->total == *size)
-        && (found.etag.isEmpty() || found.etag == state.etag);
+        && head.representation().mayBelongTo(state);
     if (fits) {
         attempt.total = range->total;
         return true;

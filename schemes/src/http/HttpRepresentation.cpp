@@ -37,6 +37,14 @@ bool HttpRepresentation::isSameAs(const HttpRepresentation &other) const
         && size == other.size;
 }
 
+bool HttpRepresentation::mayBelongTo(const HttpRepresentation &whole) const
+{
+    if (!etag.isEmpty() && etag != whole.etag)
+        return false;
+    // Files of one weak ETag may differ.
+    return isStrong(etag) || lastModified.isEmpty() || lastModified == whole.lastModified;
+}
+
 QString HttpRepresentation::stateKey() const
 {
     const QByteArray validator = rangeValidator();

@@ -25,6 +25,9 @@ struct HttpRepresentation
     QByteArray rangeValidator() const;
     /// True only if both are provably the same state.
     bool isSameAs(const HttpRepresentation &other) const;
+    /// False if a part with this head is of another state than the whole. A part need not tell what
+    /// was told with the whole.
+    bool mayBelongTo(const HttpRepresentation &whole) const;
     /// Names this state, for the place where its bytes are kept. Empty if nothing tells it from
     /// the next one.
     QString stateKey() const;

@@ -61,6 +61,31 @@ TEST_F(HttpRangeFaultsTest, changedFileButIfRangeIgnored_isNotJoined)
     EXPECT_EQ(sink.content(), QByteArray("abcdefghij"));
 }
 
+TEST_F(HttpRangeFaultsTest, changedFileWithoutStrongETagButIfRangeIgnored_isNotJoined)
+{
+    const QByteArray date = "Date: Wed, 06 Nov 2024 12:00:00 GMT\r\n";
+    const QByteArray before = date + "Last-Modified: Wed, 06 Nov 2024 10:00:00 GMT\r\n";
+    const QByteArray after = date + "Last-Modified: Wed, 06 Nov 2024 10:00:01 GMT\r\n";
+    for (const QByteArray &tag : { QByteArray(), QByteArray("ETag: W/\"one\"\r\n") }) {
+        std::atomic<int> asked = 0;
+        ScriptedServer server([&](const auto &request, auto &connection) {
+            if (asked++ == 0) {
+                connection.send("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n" + before + tag + "\r\n"
+                                + content.left(4));
+            } else if (request.header("range").isEmpty()) {
+                connection.send(ScriptedServer::answer("200 OK", after + tag, "abcdefghij"));
+            } else {
+                connection.send(ScriptedServer::answer(
+                    "206 P", after + tag + "Content-Range: bytes 4-9/10\r\n", "efghij"));
+            }
+        });
+        FileSink own;
+        ASSERT_EQ(download(server, &own, settings), Error());
+        EXPECT_EQ(own.content(), QByteArray("abcdefghij")) << tag.toStdString();
+        EXPECT_EQ(server.requests().size(), 3);
+    }
+}
+
 TEST_F(HttpRangeFaultsTest, changesAllTheTime_isIntegrityFailure)
 {
     std::atomic<int> asked = 0;
