@@ -35,6 +35,13 @@ HttpOutcome ended(HttpOutcome::End end, const QString &reason = {})
     return outcome;
 }
 
+/// What the first server was told under encryption is not repeated in the clear; and where nothing
+/// is encrypted, whoever stands between could lead to any host of the netrc file.
+bool mayTakeCredentials(const HttpUrl &from, const HttpUrl &to)
+{
+    return to.isEncrypted() || (!from.isEncrypted() && from.hostName() == to.hostName());
+}
+
 } // namespace
 
 bool HttpOutcome::mayPass() const
@@ -129,8 +136,7 @@ HttpOutcome HttpSession::exchange(HttpQuery query, HttpReceiver *receiver,
         const Result<HttpUrl> next = query.url.redirected(outcome.head.header("location"));
         if (!next.hasValue())
             return ended(HttpOutcome::End::Hopeless, next.error().errorMessage());
-        // What the first server was told under encryption is not repeated in the clear.
-        withCredentials &= next.value().isEncrypted() || !query.url.isEncrypted();
+        withCredentials &= mayTakeCredentials(query.url, next.value());
         query.url = next.value();
     }
 }

@@ -273,7 +273,7 @@ TEST_F(DavFolderTest, retrieve_eachFileStallsOnce_isTheSameTree)
     EXPECT_GT(stalls, 2);
 }
 
-TEST_F(DavFolderTest, retrieve_fileLiesOnAnotherHost_passwordIsNotSentThere)
+TEST_F(DavFolderTest, retrieve_fileLiesOnAnotherHost_noPasswordIsSentThere)
 {
     ScriptedServer other([](const auto &, auto &connection) {
         connection.send(ScriptedServer::answer("200 OK", {}, "x"));
@@ -283,7 +283,9 @@ TEST_F(DavFolderTest, retrieve_fileLiesOnAnotherHost_passwordIsNotSentThere)
         connection.send(ScriptedServer::answer("302 Found", "Location: " + there + "\r\n", {}));
     }));
     settings.netrcFile = cache.outside(u"netrc"_s);
-    writeFile(settings.netrcFile, "machine 127.0.0.1 login lab password geheim\n");
+    writeFile(settings.netrcFile,
+              "machine 127.0.0.1 login lab password geheim\n"
+              "machine localhost login lab password geheim\n");
     ASSERT_EQ(registerDavScheme(settings), Error());
 
     EXPECT_EQ(readFile(retrieve(folderOn(server)) + u"/a"_s), "x");
