@@ -4,6 +4,9 @@
 
 #include <QRegularExpression>
 
+#include <algorithm>
+#include <utility>
+
 namespace zel {
 
 using namespace Qt::Literals::StringLiterals;
@@ -54,7 +57,7 @@ Error HttpFailure::of(const HttpOutcome &outcome, const HttpUrl &url, const QStr
         return make(code, displayName, outcome.reason);
     }
 
-    const QList<QByteArray> secrets = url.secrets();
+    const QList<QByteArray> secrets = url.secrets() + outcome.url.secrets();
     QString what
         = tr("the server answered %1").arg(oneLine(outcome.head.statusText().toUtf8(), secrets));
     const QString said = oneLine(outcome.said, secrets);
@@ -63,10 +66,14 @@ Error HttpFailure::of(const HttpOutcome &outcome, const HttpUrl &url, const QStr
     return make(static_cast<int>(ErrorCode::OperationFailed), displayName, what);
 }
 
-QString HttpFailure::oneLine(const QByteArray &said, const QList<QByteArray> &secrets)
+QString HttpFailure::oneLine(const QByteArray &said, QList<QByteArray> secrets)
 {
     QString text = withoutMarkup(QString::fromUtf8(said.left(longestRead)));
-    for (const QByteArray &secret : secrets)
+    // One may have another in it.
+    std::sort(secrets.begin(), secrets.end(), [](const QByteArray &left, const QByteArray &right) {
+        return left.size() > right.size();
+    });
+    for (const QByteArray &secret : std::as_const(secrets))
         text.replace(QString::fromUtf8(secret), u"..."_s);
     text = withoutCredentials(text);
     for (QChar &character : text) {

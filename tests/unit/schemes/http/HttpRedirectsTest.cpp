@@ -58,4 +58,21 @@ TEST_F(HttpRedirectsTest, sameHost_isSentThePasswordAgain)
     EXPECT_NE(other.requests().constFirst().header("authorization"), QByteArray());
 }
 
+TEST_F(HttpRedirectsTest, refusalEchoesSecretsOfEitherAddress_theyAreLeftOut)
+{
+    ScriptedServer other([](const auto &, auto &connection) {
+        connection.send(ScriptedServer::answer("403 Forbidden s3cr3t", {},
+                                               "Signature s3cr3t, for who had f1rst and f1rst-2."));
+    });
+    ScriptedServer first(leadingTo(addressOn("127.0.0.1", other) + "a?sig=s3cr3t"));
+    const HttpTarget target = targetOf(first.url(u"a?sig=f1rst&token=f1rst-2"_s));
+    const QString told = u"Unable to fetch the file: the server answered 403 Forbidden ...: "
+                         "Signature ..., for who had ... and ...."_s;
+    EXPECT_EQ(HttpClient(settings).download(target, &sink, HttpWatch()).errorMessage(), told);
+
+    const auto probe = HttpClient(settings).probe(target, HttpWatch());
+    ASSERT_TRUE(probe.hasValue());
+    EXPECT_EQ(probe.value().refusal.errorMessage(), told);
+}
+
 } // namespace zel
