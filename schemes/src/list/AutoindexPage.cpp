@@ -7,6 +7,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QSet>
 
 namespace zel {
 
@@ -60,6 +61,28 @@ std::optional<Entry> entryOf(const QJsonObject &object, bool isFolder)
     return entry.name.contains(u'/') ? std::nullopt : std::optional(entry);
 }
 
+/// Nothing if one of them is none.
+std::optional<QList<Entry>> entriesOf(const QJsonArray &array)
+{
+    QList<Entry> entries;
+    QSet<QString> folders;
+    for (const auto &value : array) {
+        const QString type = value.toObject().value(u"type"_s).toString();
+        const bool isFolder = type == u"directory"_s;
+        if (!isFolder && type == u"other"_s)
+            continue;
+        const auto entry
+            = isFolder || type == u"file"_s ? entryOf(value.toObject(), isFolder) : std::nullopt;
+        // Each folder is asked about: listed twice on every page they have no end.
+        if (!entry || (isFolder && folders.contains(entry->name)))
+            return std::nullopt;
+        if (isFolder)
+            folders.insert(entry->name);
+        entries << *entry;
+    }
+    return entries;
+}
+
 } // namespace
 
 Result<QList<Entry>> AutoindexPage::parse(const QByteArray &json)
@@ -73,22 +96,12 @@ Result<QList<Entry>> AutoindexPage::parse(const QByteArray &json)
                          tr("The server does not list the folder in JSON (\"autoindex_format "
                             "json\")."));
     }
-    QList<Entry> entries;
-    const QJsonArray array = document.array();
-    for (const auto &value : array) {
-        const QString type = value.toObject().value(u"type"_s).toString();
-        const bool isFolder = type == u"directory"_s;
-        if (!isFolder && type == u"other"_s)
-            continue;
-        const auto entry
-            = isFolder || type == u"file"_s ? entryOf(value.toObject(), isFolder) : std::nullopt;
-        if (!entry) {
-            return ZEL_ERROR(ErrorCode::BadData,
-                             tr("The server's listing of the folder makes no sense."));
-        }
-        entries << *entry;
+    const auto entries = entriesOf(document.array());
+    if (!entries) {
+        return ZEL_ERROR(ErrorCode::BadData,
+                         tr("The server's listing of the folder makes no sense."));
     }
-    return entries;
+    return *entries;
 }
 
 } // namespace zel

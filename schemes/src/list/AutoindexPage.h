@@ -27,7 +27,8 @@ public:
         QDateTime modified; ///< invalid if not told
     };
 
-    /// Files and folders; what is neither is left out. Code 4 for anything that is no such page.
+    /// Files and folders; what is neither is left out. Code 4 for anything that is no such page, as
+    /// is one that has a folder twice.
     static Result<QList<Entry>> parse(const QByteArray &json);
 };
 

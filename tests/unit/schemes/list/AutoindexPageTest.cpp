@@ -45,6 +45,15 @@ TEST(AutoindexPageTest, parse_anythingElse_isRefused)
     }
 }
 
+TEST(AutoindexPageTest, parse_folderTwice_isRefused)
+{
+    const QByteArray folder = R"({"name":"a","type":"directory"})";
+    const QByteArray file = R"({"name":"b","type":"file"})";
+    EXPECT_TRUE(AutoindexPage::parse('[' + folder + ',' + file + ']').hasValue());
+    const auto page = AutoindexPage::parse('[' + folder + ',' + file + ',' + folder + ']');
+    EXPECT_EQ(int(page.error().errorCode()), int(ErrorCode::BadData));
+}
+
 TEST(AutoindexPageTest, parse_moreValuesThanAnyFolderHas_isRefusedBeforeTheyTakeMemory)
 {
     for (const QByteArray &value :

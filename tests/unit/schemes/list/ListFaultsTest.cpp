@@ -83,6 +83,16 @@ TEST_F(ListFaultsTest, retrieve_folderInItself_endsSoon)
     EXPECT_LE(server.requests().size(), RemoteListing::mostLevels + 1);
 }
 
+TEST_F(ListFaultsTest, retrieve_folderIsListedTwice_isNotLookedInto)
+{
+    // With two more in each of them it takes more questions than anybody can ask.
+    ScriptedServer server(always(pageOf({ u"again"_s, u"again"_s }, u"directory"_s)));
+    EXPECT_EQ(
+        errorOf(listAt(server.url(u"d/"_s))).errorMessage(),
+        failureText(server.url(u"d/"_s), u"The server's listing of the folder makes no sense."_s));
+    EXPECT_EQ(server.requests().size(), 1);
+}
+
 TEST_F(ListFaultsTest, retrieve_manyLongPages_areTooMuchTogether)
 {
     const QByteArray blanks(10'000'000, ' ');
