@@ -41,17 +41,23 @@ std::optional<ZacqManifest::Owner> readOwner(const QJsonObject &object)
 }
 
 /// False if the object lacks something or holds what it should not.
-bool readInto(ZacqManifest *manifest, const QJsonObject &object)
+bool readSample(ZacqManifest *manifest, const QJsonObject &sample)
 {
-    const QJsonObject sample = object[u"sample"_s].toObject();
     manifest->metadata.sampleName = sample[u"name"_s].toString();
     manifest->samplePath = sample[u"path"_s].toString();
     manifest->sampleSize = sample[u"size"_s].toInteger(-1);
     const auto hash = FileHash::fromString(sample[u"hash"_s].toString());
-    if (!hash.hasValue() || manifest->sampleSize < 0)
+    if (!sample[u"name"_s].isString() || !hash.hasValue() || manifest->sampleSize < 0)
         return false;
     manifest->metadata.contentHash = hash.value();
-    if (!manifest->samplePath.isEmpty() && !isSamplePath(manifest->samplePath))
+    // The file form has none. One that is no text reads as empty, and an empty one is no place.
+    return !sample.contains(u"path"_s) || isSamplePath(manifest->samplePath);
+}
+
+/// The same.
+bool readInto(ZacqManifest *manifest, const QJsonObject &object)
+{
+    if (!readSample(manifest, object[u"sample"_s].toObject()))
         return false;
     if (object.contains(u"sparse"_s))
         manifest->pointer = readPointer(object[u"sparse"_s].toObject());

@@ -72,6 +72,28 @@ TEST(ZacqManifestTest, fromJson_unusableSamplePaths_areBadData)
     }
 }
 
+TEST(ZacqManifestTest, fromJson_samplePathThatIsNoText_isBadData)
+{
+    QByteArray json = manifestWith("");
+    EXPECT_EQ(codeOf(json.replace(R"("path": "d/s.raw", )", "")), ErrorCode::Success);
+    for (const char *path : { "7", "null", "true", "{}", R"(["d/s.raw"])", R"("")" }) {
+        json = manifestWith("");
+        EXPECT_EQ(codeOf(json.replace(R"("d/s.raw")", path)), ErrorCode::BadData) << path;
+    }
+}
+
+TEST(ZacqManifestTest, fromJson_sampleNameMissingOrNoText_isBadData)
+{
+    QByteArray json = manifestWith("");
+    EXPECT_EQ(codeOf(json.replace(R"("name": "S", )", "")), ErrorCode::BadData);
+    for (const char *name : { "7", "null", "{}", R"(["S"])" }) {
+        json = manifestWith("");
+        EXPECT_EQ(codeOf(json.replace(R"("S")", name)), ErrorCode::BadData) << name;
+    }
+    json = manifestWith("");
+    EXPECT_EQ(codeOf(json.replace(R"("S")", R"("")")), ErrorCode::Success);
+}
+
 TEST(ZacqManifestTest, fromJson_unusablePointers_areBadData)
 {
     const auto pointer = [](const QByteArray &target) {
