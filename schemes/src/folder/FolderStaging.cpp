@@ -66,7 +66,8 @@ Error FolderStaging::prepare(const std::map<QString, qint64> &sizes)
         ZEL_TRY(error, StagedTree::makeFolder(targetOf(folder)));
     for (const auto &[path, file] : listing.files()) {
         const std::optional<qint64> present = fileSize(targetOf(path));
-        if (present && isWantedSize(path, *present))
+        // A program that died while it gave room back may have left a file that is cut.
+        if (present && wantedSizes.contains(path) && isWantedSize(path, *present))
             wholeSizes.emplace(path, *present);
         else if (present)
             ZEL_TRY(error, TreeRemoval::remove(textPath(targetOf(path))));

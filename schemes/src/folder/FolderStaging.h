@@ -28,8 +28,8 @@ public:
 
     StagingArea &area() { return *place; }
 
-    /// Makes all folders, and drops files that are not as long as `sizes` says, for each file of
-    /// which it is known.
+    /// Makes all folders, and drops files that are not as long as `sizes` says, as well as those of
+    /// which it says nothing: nobody knows whether they are whole.
     Error prepare(const std::map<QString, qint64> &sizes);
     /// Bytes of a whole file; empty for one that is still to be fetched.
     std::optional<qint64> wholeSize(const QString &path) const;

@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <functional>
+#include <map>
 
 namespace zel {
 namespace {
@@ -158,7 +159,10 @@ private:
     void stage(const RemoteListing &listing)
     {
         FolderStaging staging(open(plan, listing.validator()), listing);
-        EXPECT_FALSE(staging.prepare({}).hasError());
+        std::map<QString, qint64> sizes;
+        for (const auto &[path, file] : listing.files())
+            sizes[path] = content.size();
+        EXPECT_FALSE(staging.prepare(sizes).hasError());
         for (const auto &[path, file] : listing.files()) {
             if (staging.wholeSize(path) == content.size())
                 continue;

@@ -70,6 +70,29 @@ TEST_F(FolderStagingTest, publish_manyFiles_waitsForTheVolumeThatWasOpenBeforeTh
     EXPECT_TRUE(wasVolumeOpenInTime);
 }
 
+TEST_F(FolderStagingTest, prepare_fileOfUnknownSizeIsHere_isToBeFetchedAgain)
+{
+    const FetchPlan plan = planFor(u"dav:/run.d"_s, u"run.d"_s);
+    RemoteListing listing;
+    for (const QString &path : { u"known"_s, u"unknown"_s }) {
+        RemoteFile file;
+        file.path = path;
+        ASSERT_FALSE(listing.addFile(file).hasError());
+    }
+    {
+        FolderStaging staging(open(plan, u"v1"_s), listing);
+        ASSERT_FALSE(staging.prepare({}).hasError());
+        for (const auto &[path, file] : listing.files())
+            bringFile(staging, file);
+    }
+
+    FolderStaging again(open(plan, u"v1"_s), listing);
+    ASSERT_FALSE(again.prepare({ { u"known"_s, 1 } }).hasError());
+    EXPECT_EQ(again.wholeSize(u"known"_s), 1);
+    EXPECT_EQ(again.wholeSize(u"unknown"_s), std::nullopt);
+    EXPECT_FALSE(std::filesystem::exists(again.area().mainPath() / "unknown"));
+}
+
 TEST_F(FolderStagingTest, checkWhole_fileIsNotAsLongAsItWasToBe_nothingIsStagedAnyMore)
 {
     RemoteListing listing;
