@@ -11,8 +11,7 @@ namespace {
 
 // Made while the library loads, as all types are.
 const ExtendableEnum<FileTypes::FileTypeData> companionedType(
-    QLatin1StringView("SHARE_WITH_COMPANION"),
-    { { QStringLiteral("wiff"), QStringLiteral("wiff2") } });
+    QLatin1StringView("SHARE_WITH_COMPANION"), { { QStringLiteral("wiff") } });
 
 } // namespace
 

@@ -6,7 +6,8 @@
 namespace zel {
 
 /// Names what a fetch from a share brings along beside a file: x.wiff.scan with x.wiff, however the
-/// ending is written.
+/// ending is written. With x.wiff2, which needs x.wiff.scan too, comes nothing: what is brought
+/// along has the name of the file and an ending.
 QT_WARNING_PUSH
 QT_WARNING_DISABLE_GCC("-Wnon-virtual-dtor") // it has no members, see the interface
 QT_WARNING_DISABLE_CLANG("-Wnon-virtual-dtor")

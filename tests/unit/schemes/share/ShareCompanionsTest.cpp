@@ -4,6 +4,9 @@
 #include "CacheDatabase.h"
 #include "ResourceCache.h"
 
+#include <QDir>
+#include <QFileInfo>
+
 using namespace zel;
 using namespace zel::test;
 using namespace Qt::Literals::StringLiterals;
@@ -46,9 +49,9 @@ TEST_F(ShareCompanionsTest, getAssociatedResources_namesTheScanHoweverItIsWritte
 
 TEST_F(ShareCompanionsTest, fileType_isTheirsAlone)
 {
-    for (const QString &name : { u"a/x.wiff"_s, u"X.WIFF2"_s })
+    for (const QString &name : { u"a/x.wiff"_s, u"X.WIFF"_s })
         EXPECT_TRUE(FileTypes::isType(name, ShareCompanions::fileType()));
-    for (const QString &name : { u"x.wiff.scan"_s, u"wiff"_s, u"x.raw"_s })
+    for (const QString &name : { u"x.wiff.scan"_s, u"x.wiff2"_s, u"wiff"_s, u"x.raw"_s })
         EXPECT_FALSE(FileTypes::isType(name, ShareCompanions::fileType()));
 }
 
@@ -63,6 +66,18 @@ TEST_F(ShareCompanionsTest, updateFileSize_fetchedWithItsScan_countsBoth)
     EXPECT_EQ(storedSize(u"x.wiff"_s), 1004);
     EXPECT_FALSE(recount(text(u"x.wiff"_s)).hasError());
     EXPECT_EQ(storedSize(u"x.wiff"_s), 1004);
+}
+
+TEST_F(ShareCompanionsTest, updateFileSize_wiff2_comesAloneAndCountsItselfOnly)
+{
+    for (const QString &name : { u"x.wiff2"_s, u"x.wiff2.scan"_s, u"x.wiff"_s, u"x.wiff.scan"_s })
+        writeFile(path(name), "wiff2");
+    const QString local = retrieve(text(u"x.wiff2"_s));
+    EXPECT_EQ(QFileInfo(local).dir().entryList(QDir::Files), QStringList { u"x.wiff2"_s });
+
+    writeFile(local + u".scan"_s, "stray");
+    EXPECT_FALSE(recount(text(u"x.wiff2"_s)).hasError());
+    EXPECT_EQ(storedSize(u"x.wiff2"_s), 5);
 }
 
 TEST_F(ShareCompanionsTest, updateFileSize_sideFilesOfAnalysisToo_countsAll)
