@@ -37,15 +37,21 @@ QByteArray takeLine(const QByteArray &text, qsizetype &start)
     return line.endsWith('\r') ? line.chopped(1) : line;
 }
 
+bool isBlank(char c)
+{
+    return c == ' ' || c == '\t';
+}
+
+QByteArray withoutBlanksInFront(const QByteArray &text)
+{
+    return text.mid(std::find_if_not(text.begin(), text.end(), isBlank) - text.begin());
+}
+
 /// Empty for a line that is passed over.
 QByteArray meaningOf(const QByteArray &line)
 {
     // A comment starts with the line, as for the program.
-    if (line.startsWith('#'))
-        return {};
-    const auto first
-        = std::find_if(line.begin(), line.end(), [](char c) { return c != ' ' && c != '\t'; });
-    return line.mid(first - line.begin());
+    return line.startsWith('#') ? QByteArray() : withoutBlanksInFront(line);
 }
 
 /// Empty for an escape that there is not.
@@ -77,22 +83,25 @@ std::optional<Line> lineOf(const QByteArray &name, bool isEscaped, const FileHas
     return Line { QString::fromUtf8(path), hash };
 }
 
-/// "SHA256 (name) = digits"
+/// "SHA256 (name) = digits", "SHA256(name)= digits"
 std::optional<Line> taggedLine(const QByteArray &text, bool isEscaped)
 {
-    const QByteArray front = "SHA256 (";
-    const QByteArray middle = ") = ";
-    const qsizetype end = text.lastIndexOf(middle);
-    if (!text.startsWith(front) || end < front.size())
+    const QByteArray kind = "SHA256";
+    const qsizetype open = kind.size() + (text.mid(kind.size(), 1) == " " ? 1 : 0);
+    const qsizetype close = text.lastIndexOf(')');
+    if (!text.startsWith(kind) || text.mid(open, 1) != "(" || close < open)
         return std::nullopt;
-    return lineOf(text.mid(front.size(), end - front.size()), isEscaped,
-                  hashOf(text.mid(end + middle.size())));
+    const QByteArray equals = withoutBlanksInFront(text.mid(close + 1));
+    if (!equals.startsWith('='))
+        return std::nullopt;
+    return lineOf(text.mid(open + 1, close - open - 1), isEscaped,
+                  hashOf(withoutBlanksInFront(equals.mid(1))));
 }
 
-/// "digits  name", "digits *name", "digits name"
+/// "digits  name", "digits *name", "digits name"; a tab will do for the first blank
 std::optional<Line> plainLine(const QByteArray &text, bool isEscaped)
 {
-    if (text.size() <= digits || text.at(digits) != ' ')
+    if (text.size() <= digits || !isBlank(text.at(digits)))
         return std::nullopt;
     QByteArray name = text.mid(digits + 1);
     if (name.startsWith(' ') || name.startsWith('*'))

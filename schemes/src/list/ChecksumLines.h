@@ -13,7 +13,8 @@ namespace zel {
 /// The lines that `sha256sum` writes, read as its option `-c` reads them: comments and empty lines
 /// are passed over, blanks in front and a line's carriage return do not matter, a name has a mark
 /// of the mode in front or none, and is escaped where the line starts with a backslash; the form
-/// "SHA256 (name) = ..." is the same. "./" in front of a name is left out.
+/// "SHA256 (name) = ..." is the same, also with the blanks that OpenSSL writes. "./" in front of a
+/// name is left out.
 ///
 /// A line that is none of these is refused and not passed over: a folder would lack a file.
 class ChecksumLines

@@ -34,6 +34,9 @@ TEST(ChecksumLinesTest, parse_allForms_giveTheirNames)
     EXPECT_EQ(pathsOf(" \t" + digits + "  a\n"), QStringList { u"a"_s });
     EXPECT_EQ(pathsOf(digits.toUpper() + "  a\n"), QStringList { u"a"_s });
     EXPECT_EQ(pathsOf("SHA256 (a) b) = " + digits + "\n"), QStringList { u"a) b"_s });
+    EXPECT_EQ(pathsOf("SHA256(a) b)= " + digits + "\n"), QStringList { u"a) b"_s });
+    EXPECT_EQ(pathsOf("SHA256(a)=" + digits), QStringList { u"a"_s });
+    EXPECT_EQ(pathsOf(digits + "\ta\n" + digits + "\t*b\n"), (QStringList { u"a"_s, u"b"_s }));
     EXPECT_EQ(pathsOf(digits + "   a\n"), QStringList { u" a"_s });
     EXPECT_EQ(pathsOf(digits + "  **a\n"), QStringList { u"**a"_s });
 }
@@ -62,15 +65,18 @@ TEST(ChecksumLinesTest, parse_escapedNames_areUnescaped)
     EXPECT_EQ(pathsOf('\\' + digits + R"(  a\\b\nc\rd)" + '\n'), QStringList { u"a\\b\nc\rd"_s });
     EXPECT_EQ(pathsOf(digits + R"(  a\\b)" + '\n'), QStringList { uR"(a\\b)"_s });
     EXPECT_EQ(pathsOf("\\SHA256 (a\\\\b) = " + digits), QStringList { u"a\\b"_s });
+    EXPECT_EQ(pathsOf("\\SHA256(a\\\\b)= " + digits), QStringList { u"a\\b"_s });
 }
 
 TEST(ChecksumLinesTest, parse_anyOtherLine_isRefusedByItsNumber)
 {
     for (const QByteArray &bad :
-         { digits, digits + ' ', digits + "  ", digits + "\ta", digits.left(63) + "  a",
+         { digits, digits + ' ', digits + "  ", digits + '\t', digits.left(63) + "  a",
            digits + "0  a", "g" + digits.mid(1) + "  a", "MD5 (a) = " + digits,
-           "SHA256 (a) = " + digits.left(32), '\\' + digits + "  a\\", '\\' + digits + "  a\\t",
-           QByteArray("<html>"), QByteArray("  # no comment"), digits + "  ./" }) {
+           "SHA256 (a) = " + digits.left(32), "SHA256  (a) = " + digits, "SHA256(a) " + digits,
+           "SHA256()= " + digits, "SHA256 a) = " + digits, "SHA256" + digits,
+           '\\' + digits + "  a\\", '\\' + digits + "  a\\t", QByteArray("<html>"),
+           QByteArray("  # no comment"), digits + "  ./" }) {
         const auto lines = ChecksumLines::parse(digits + "  good\n" + bad + "\n");
         EXPECT_EQ(int(lines.error().errorCode()), int(ErrorCode::BadData)) << bad.toStdString();
         EXPECT_TRUE(lines.error().errorMessage().contains(u"Line 2 "_s)) << bad.toStdString();
