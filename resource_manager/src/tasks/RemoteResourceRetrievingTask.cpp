@@ -177,6 +177,9 @@ void RemoteResourceRetrievingTask::onProgressUpdateTimeout()
 
     const auto seen = ZEL_PASS(retrieveHandle->readProgress());
     if (!seen.hasValue()) {
+        // Before the end: whoever waits for it on another thread may destroy the task, but no timer
+        // that runs here.
+        stopProgressMonitoring();
         finish(seen.error());
         return;
     }

@@ -1,11 +1,6 @@
-#include "tasks/RemoteResourceRetrievingTask.h"
+#include "support/RetrievingTaskFixture.h"
 
 #include "BracketTranslator.h"
-#include "support/CacheFixture.h"
-#include "support/TestHandlers.h"
-
-#include <QElapsedTimer>
-#include <QTimer>
 
 using namespace zel;
 using namespace zel::test;
@@ -13,56 +8,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// Lets events be delivered until the condition holds; false if it never does.
-bool waitUntil(const std::function<bool()> &condition)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (!condition() && timer.elapsed() < 20000)
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
-    return condition();
-}
-
-class RemoteResourceRetrievingTaskTest : public CacheFixture
-{
-protected:
-    struct Retrieval
-    {
-        std::unique_ptr<RemoteResourceRetrievingTask> task;
-        OpenEndedTask *inner; ///< belongs to the task
-    };
-
-    void SetUp() override
-    {
-        openCache();
-        ASSERT_FALSE(cache.add(reference, ResourceCleanupPolicy::OnDemand).hasError());
-    }
-
-    Retrieval retrieval(ResourceCache &client) const
-    {
-        auto inner = std::make_unique<OpenEndedTask>();
-        auto *borrowed = inner.get();
-        auto handle = std::make_unique<ResourceRetrieveHandle>(
-            reference, PathImpl<PathType::Unknown>(path), &client, QVersionNumber(1));
-        return { std::make_unique<RemoteResourceRetrievingTask>(std::move(handle), std::move(inner),
-                                                                u"the resource"_s, nullptr),
-                 borrowed };
-    }
-    void finishWithData(OpenEndedTask *inner) const
-    {
-        writeFile(path, "data");
-        inner->finish(Error());
-    }
-    int taskRows() const { return database().count(u"AcquiringTasks"_s); }
-    QString status() const { return database().status(reference); }
-    QVariant savedProgress() const
-    {
-        return database().value(u"SELECT MAX(progress) FROM AcquiringTasks"_s);
-    }
-
-    const QString reference = u"test:a"_s;
-    const QString path = dataPath(u"test/a/file"_s);
-};
+using RemoteResourceRetrievingTaskTest = RetrievingTaskFixture;
 
 } // namespace
 
@@ -112,21 +58,14 @@ TEST_F(RemoteResourceRetrievingTaskTest,
 
 TEST_F(RemoteResourceRetrievingTaskTest, exec_innerEndsWithin_stillSaysThatItRetrieves)
 {
-    auto inner = std::make_unique<Task>(nullptr);
-    inner->setFunction([this] {
-        writeFile(path, "data");
-        return Error();
-    });
-    RemoteResourceRetrievingTask task(
-        std::make_unique<ResourceRetrieveHandle>(reference, PathImpl<PathType::Unknown>(path),
-                                                 &cache, QVersionNumber(1)),
-        std::move(inner), u"the resource"_s, nullptr);
+    const auto task = retrievalBy(cache, fetchAtOnce());
     QStringList order;
-    QObject::connect(&task, &BaseTask::progressTextChanged, &task,
+    QObject::connect(task.get(), &BaseTask::progressTextChanged, task.get(),
                      [&order](const QString &text) { order.append(text); });
-    QObject::connect(&task, &BaseTask::finished, &task, [&order] { order.append(u"finished"_s); });
-    task.exec();
-    EXPECT_TRUE(task.isSuccessful());
+    QObject::connect(task.get(), &BaseTask::finished, task.get(),
+                     [&order] { order.append(u"finished"_s); });
+    task->exec();
+    EXPECT_TRUE(task->isSuccessful());
     // The end comes last: whoever waits for it may destroy the task.
     EXPECT_EQ(order, (QStringList { u"Retrieving the resource"_s, u"finished"_s }));
 }
@@ -202,59 +141,6 @@ TEST_F(RemoteResourceRetrievingTaskTest, wait_madeOnAnotherThread_stillLooks)
     finishWithData(fetcher.inner);
     EXPECT_TRUE(waitUntil([&] { return watcher.task->isFinished(); }));
     EXPECT_TRUE(watcher.task->isSuccessful());
-}
-
-TEST_F(RemoteResourceRetrievingTaskTest, wait_databaseFails_endsWithThatErrorAndStopsLooking)
-{
-    const auto other = otherClient();
-    const auto fetcher = retrieval(cache);
-    const auto watcher = retrieval(*other);
-    fetcher.task->exec();
-    watcher.task->exec();
-    other->close();
-    EXPECT_TRUE(waitUntil([&] { return watcher.task->isFinished(); }));
-    EXPECT_TRUE(watcher.task->error().hasError());
-    watcher.task->onProgressUpdateTimeout();
-    EXPECT_TRUE(watcher.task->findChildren<QTimer *>().isEmpty());
-    fetcher.inner->finish(Error(1));
-}
-
-TEST_F(RemoteResourceRetrievingTaskTest, cancel_fetching_goesThroughTheFetchingTask)
-{
-    const auto own = retrieval(cache);
-    own.task->exec();
-    own.task->cancel();
-    EXPECT_TRUE(own.inner->isCanceled());
-    EXPECT_FALSE(own.task->isFinished());
-    own.inner->finish(ErrorCode::Canceled);
-    EXPECT_EQ(own.task->error().errorCode(), ErrorCode::Canceled);
-    EXPECT_EQ(status(), u"Missing"_s);
-    EXPECT_EQ(taskRows(), 0);
-}
-
-TEST_F(RemoteResourceRetrievingTaskTest, cancel_waiting_endsCanceledAndNeverFetches)
-{
-    const auto other = otherClient();
-    const auto fetcher = retrieval(cache);
-    const auto watcher = retrieval(*other);
-    fetcher.task->exec();
-    watcher.task->exec();
-    watcher.task->cancel();
-    fetcher.inner->finish(Error(42, u"broken"_s));
-    EXPECT_TRUE(waitUntil([&] { return watcher.task->isFinished(); }));
-    EXPECT_EQ(watcher.task->error().errorCode(), ErrorCode::Canceled);
-    EXPECT_TRUE(watcher.inner->isIdle());
-    EXPECT_EQ(status(), u"Missing"_s);
-}
-
-TEST_F(RemoteResourceRetrievingTaskTest, cancel_idle_endsCanceledAndIsNotStartedAnyMore)
-{
-    const auto own = retrieval(cache);
-    own.task->cancel();
-    EXPECT_TRUE(own.task->isFinished());
-    own.task->exec();
-    EXPECT_TRUE(own.inner->isIdle());
-    EXPECT_EQ(status(), u"Missing"_s);
 }
 
 TEST_F(RemoteResourceRetrievingTaskTest, finish_nothingAtThePath_isTheFailureToRecord)
