@@ -124,6 +124,9 @@ protected:
     /// Work done at the time of finishing. A subclass calls the base first; its failure becomes the
     /// task's unless that has failed already.
     virtual Error doFinish();
+    /// setRunning() for a subclass's exec(). False if there is nothing left to run: the task was
+    /// not idle, or a slot of started() ended or destroyed it.
+    bool start();
 
 private:
     friend class GroupTask;
@@ -132,9 +135,6 @@ private:
     friend class QCoro::detail::ZelTaskWaitForFinishedOperation;
 
     const std::shared_ptr<TaskState> &taskState() const;
-    /// False if there is nothing left to run: the task was not idle, or a slot of started() ended
-    /// or destroyed it.
-    bool start();
     /// The end itself, once its right to happen has been claimed.
     void complete(const Error &outcome, TaskPresence *presence);
 

@@ -61,10 +61,8 @@ void RemoteResourceRetrievingTask::traceRetrieval()
 
 void RemoteResourceRetrievingTask::exec()
 {
-    if (!isIdle())
-        return;
-    setRunning();
-    takeOver();
+    if (start())
+        takeOver();
 }
 
 void RemoteResourceRetrievingTask::takeOver()

@@ -86,3 +86,15 @@ TEST_F(RemoteResourceRetrievingTaskEndTest, wait_databaseFails_anotherThreadMayD
     EXPECT_TRUE(complaints.filter(u"from another thread"_s).isEmpty());
     fetcher.inner->finish(Error(1));
 }
+
+TEST_F(RemoteResourceRetrievingTaskEndTest, exec_endedInASlotOfItsStart_fetchesNothing)
+{
+    const auto own = retrieval(cache);
+    QObject::connect(own.task.get(), &BaseTask::started, own.task.get(),
+                     [&own] { own.task->finish(Error(42, u"enough"_s)); });
+    own.task->exec();
+    EXPECT_EQ(own.task->error(), Error(42, u"enough"_s));
+    EXPECT_TRUE(own.inner->isIdle());
+    EXPECT_EQ(status(), u"Missing"_s);
+    EXPECT_EQ(taskRows(), 0);
+}
