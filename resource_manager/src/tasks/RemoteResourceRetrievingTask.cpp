@@ -67,7 +67,8 @@ void RemoteResourceRetrievingTask::exec()
 
 void RemoteResourceRetrievingTask::takeOver()
 {
-    const Error error = startRetrieveOrMonitoring();
+    // Who has given up does not start to fetch.
+    const Error error = isCanceled() ? Error(ErrorCode::Canceled) : startRetrieveOrMonitoring();
     if (error.hasError())
         finish(error);
 }
@@ -100,9 +101,12 @@ void RemoteResourceRetrievingTask::startRetrieveTask()
             &RemoteResourceRetrievingTask::onRetrieveTaskFinished);
 
     isStartingInner = true;
+    // A cancel that came while this process was still deciding has met an idle task.
+    if (isCanceled())
+        inner->cancel();
     inner->exec();
     isStartingInner = false;
-    // A cancel that came while this process was still deciding has met an idle task.
+    // So has one that came since.
     if (isCanceled())
         inner->cancel();
     setProgressText(tr("Retrieving %1").arg(resourceReferenceText));
@@ -198,6 +202,9 @@ void RemoteResourceRetrievingTask::onProgressUpdateTimeout()
 
 void RemoteResourceRetrievingTask::cancel()
 {
+    // A fetch that begins meanwhile either sees the flag or is seen here.
+    if (retrieveTaskInner->isIdle())
+        setCanceled(true);
     if (retrieveTaskInner->isIdle())
         Task::cancel();
     else
