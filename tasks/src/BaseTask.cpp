@@ -167,6 +167,7 @@ void BaseTask::setDeleteOnFinished(bool deleteOnFinished)
 
 void BaseTask::setProgress(int value, int maximum)
 {
+    const std::shared_ptr<TaskState> state = d->state;
     bool initiated = false;
     {
         const std::lock_guard lock(d->mutex);
@@ -176,7 +177,9 @@ void BaseTask::setProgress(int value, int maximum)
     }
     if (initiated)
         Q_EMIT progressInitiated(maximum);
-    Q_EMIT progress(value, maximum);
+    // A slot may have ended the task, and somebody destroyed it.
+    if (!state->isRetired())
+        Q_EMIT progress(value, maximum);
 }
 
 void BaseTask::setProgressText(const QString &text)

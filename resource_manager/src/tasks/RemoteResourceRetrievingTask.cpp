@@ -4,6 +4,7 @@
 #include "errors/RetrievalTracing.h"
 #include "errors/Tracer.h"
 
+#include <QPointer>
 #include <QThread>
 
 #include <chrono>
@@ -100,18 +101,46 @@ void RemoteResourceRetrievingTask::startRetrieveTask()
     connect(inner, &BaseTask::finished, this,
             &RemoteResourceRetrievingTask::onRetrieveTaskFinished);
 
+    // A slot of what is signaled may end this task, and whoever waits for that destroy it.
+    const QPointer self(this);
+    execRetrieveTask();
+    if (!self)
+        return;
+    setProgressText(tr("Retrieving %1").arg(resourceReferenceText));
+    if (self && inner->isFinished())
+        onRetrieveTaskFinished();
+}
+
+void RemoteResourceRetrievingTask::execRetrieveTask()
+{
+    Task *inner = retrieveTaskInner.get();
+    const QPointer self(this);
     isStartingInner = true;
     // A cancel that came while this process was still deciding has met an idle task.
     if (isCanceled())
         inner->cancel();
-    inner->exec();
+    try {
+        inner->exec();
+    } catch (...) {
+        if (self)
+            endAfterException();
+        throw;
+    }
+    if (!self)
+        return;
     isStartingInner = false;
     // So has one that came since.
     if (isCanceled())
         inner->cancel();
-    setProgressText(tr("Retrieving %1").arg(resourceReferenceText));
-    if (inner->isFinished())
-        onRetrieveTaskFinished();
+}
+
+void RemoteResourceRetrievingTask::endAfterException()
+{
+    // Unless it has ended itself: data of which only a part may be there is not to be published.
+    retrieveTaskInner->finish(
+        ZEL_ERROR(ErrorCode::OperationFailed, Task::tr("Task has been ended by an exception.")));
+    isStartingInner = false;
+    onRetrieveTaskFinished();
 }
 
 void RemoteResourceRetrievingTask::onRetrieveTaskProgress(int value, int maximum)
@@ -120,7 +149,11 @@ void RemoteResourceRetrievingTask::onRetrieveTaskProgress(int value, int maximum
     // it would make a fetcher of a handle that watches, and all would wait for it.
     if (isFinished())
         return;
+    const QPointer self(this);
     setProgress(value, maximum);
+    // The end may have come within a slot, too.
+    if (!self || isFinished())
+        return;
     const int percent = percentOf(value, maximum);
     if (percent == savedPercent)
         return; // each writing is a hold of the cache and a commit
@@ -178,17 +211,25 @@ void RemoteResourceRetrievingTask::onProgressUpdateTimeout()
         return;
 
     const auto seen = ZEL_PASS(retrieveHandle->readProgress());
-    if (!seen.hasValue()) {
-        // Before the end: whoever waits for it on another thread may destroy the task, but no timer
-        // that runs here.
-        stopProgressMonitoring();
-        finish(seen.error());
+    if (seen.hasValue()) {
+        followProgress(seen.value());
         return;
     }
-    const auto [progress, status] = seen.value();
+    // Before the end: whoever waits for it on another thread may destroy the task, but no timer
+    // that runs here.
+    stopProgressMonitoring();
+    finish(seen.error());
+}
+
+void RemoteResourceRetrievingTask::followProgress(
+    const ResourceRetrieveHandle::ProgressAndStatus &seen)
+{
+    // A slot of the progress may end this task, and destroy it.
+    const QPointer self(this);
+    const auto [progress, status] = seen;
     if (progress)
         setProgress(*progress, 100);
-    if (progress && (*progress < 100 || status != ResourceStatus::Ready))
+    if (!self || (progress && (*progress < 100 || status != ResourceStatus::Ready)))
         return;
 
     stopProgressMonitoring();
@@ -197,7 +238,8 @@ void RemoteResourceRetrievingTask::onProgressUpdateTimeout()
         return;
     }
     setProgress(0, 100);
-    takeOver();
+    if (self && !isFinished())
+        takeOver();
 }
 
 void RemoteResourceRetrievingTask::cancel()

@@ -41,8 +41,11 @@ public:
 private:
     Error startRetrieveOrMonitoring();
     void startRetrieveTask();
+    void execRetrieveTask();
+    void endAfterException();
     void startProgressMonitoring();
     void stopProgressMonitoring();
+    void followProgress(const ResourceRetrieveHandle::ProgressAndStatus &seen);
     void onRetrieveTaskProgress(int value, int maximum);
     void onRetrieveTaskFinished();
     void takeOver();
