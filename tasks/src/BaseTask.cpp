@@ -137,6 +137,8 @@ void BaseTask::complete(const Error &outcome, TaskPresence *presence)
     const std::shared_ptr<TaskState> state = d->state;
     setError(outcome);
     const Error closing = ZEL_PASS(doFinish());
+    if (outcome.hasError())
+        ZEL_DROP(closing); // a task has one outcome, and the first failure is nearer to the cause
     const Error &counting = outcome.hasError() || !closing.hasError() ? outcome : closing;
     setError(counting);
     finalize();

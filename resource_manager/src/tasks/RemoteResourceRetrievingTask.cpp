@@ -170,6 +170,8 @@ void RemoteResourceRetrievingTask::onRetrieveTaskFinished()
         return;
     const Error fetchError = retrieveTaskInner->error();
     const Error recordError = ZEL_PASS(retrieveHandle->finalizeRetrieve(fetchError));
+    if (fetchError.hasError())
+        ZEL_DROP(recordError); // a task has one outcome, and why nothing came is the better one
     finish(fetchError.hasError() ? fetchError : recordError);
 }
 

@@ -1,5 +1,7 @@
 #include "TaskTestSupport.h"
 
+#include "LogCapture.h"
+
 #include <QPointer>
 
 using namespace zel;
@@ -109,12 +111,15 @@ TEST(BaseTaskTest, finish_doFinishFails_failureBecomesTheOutcome)
     EXPECT_FALSE(task.isSuccessful());
 }
 
-TEST(BaseTaskTest, finish_doFinishFailsToo_firstFailureCounts)
+TEST(BaseTaskTest, finish_doFinishFailsToo_firstFailureCountsAndTheOtherIsLogged)
 {
+    const LogCapture log;
     NotingTask task;
     task.closing = Error(ErrorCode::OperationFailed, u"closing"_s);
     task.finish(Error(ErrorCode::BadData, u"work"_s));
     EXPECT_EQ(task.error().errorMessage(), u"work"_s);
+    EXPECT_TRUE(log.contains(QtWarningMsg, u"closing"_s));
+    EXPECT_EQ(log.texts(QtWarningMsg).size(), 1);
 }
 
 TEST(BaseTaskTest, finish_second_isIgnored)

@@ -154,14 +154,17 @@ TEST_F(RemoteResourceRetrievingTaskTest, finish_nothingAtThePath_isTheFailureToR
     EXPECT_EQ(status(), u"Missing"_s);
 }
 
-TEST_F(RemoteResourceRetrievingTaskTest, finish_fetchAndRecordFail_givesTheFetchsError)
+TEST_F(RemoteResourceRetrievingTaskTest,
+       finish_fetchAndRecordFail_givesTheFetchsErrorAndLogsTheOther)
 {
-    const auto other = otherClient();
-    const auto own = retrieval(*other);
+    const LogCapture log;
+    const auto own = retrieval(cache);
     own.task->exec();
-    other->close();
+    keepStatusAsItIs();
     own.inner->finish(Error(42, u"broken"_s));
     EXPECT_EQ(own.task->error(), Error(42, u"broken"_s));
+    EXPECT_EQ(status(), u"Acquiring"_s);
+    EXPECT_TRUE(log.contains(QtWarningMsg, u"stuck"_s));
 }
 
 TEST_F(RemoteResourceRetrievingTaskTest, exec_databaseFails_endsWithThatError)
