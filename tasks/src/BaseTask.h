@@ -87,12 +87,12 @@ public:
     template<typename T>
     Result<T> result() const
     {
-        if (!isSuccessful()) {
-            if (isFinished())
-                return error();
+        // In this order: the task may end on its worker between two questions.
+        if (!isFinished())
             return ZEL_ERROR(ErrorCode::OperationFailed,
                              tr("Unable to get data before task is finished."));
-        }
+        if (hasError())
+            return error();
         const QVariant &stored = variantResult();
         if (!stored.isValid())
             return ZEL_ERROR(ErrorCode::OperationFailed, tr("Return value is not set."));

@@ -257,6 +257,31 @@ TEST(BaseTaskTest, result_stored_isGiven)
     EXPECT_EQ(result.value(), QStringList(u"a"_s));
 }
 
+TEST(BaseTaskTest, result_whileTheTaskEndsOnAnotherThread_isTheValueOrAFailure)
+{
+    std::deque<BaseTask> tasks(1000);
+    std::atomic<size_t> asked = 0; // how many tasks somebody is asking for their results
+    std::thread worker([&] {
+        for (size_t i = 0; i < tasks.size(); ++i) {
+            while (asked <= i)
+                std::this_thread::yield();
+            tasks[i].finish(Error());
+        }
+    });
+    int neither = 0;
+    for (BaseTask &task : tasks) {
+        task.setResult(7);
+        ++asked;
+        for (bool hasValue = false; !hasValue;) {
+            const Result<int> result = task.result<int>();
+            hasValue = result.hasValue();
+            neither += !hasValue && !result.error().hasError() ? 1 : 0;
+        }
+    }
+    worker.join();
+    EXPECT_EQ(neither, 0);
+}
+
 TEST(BaseTaskTest, result_canceledWithoutValue_isTheErrorWithoutAStamp)
 {
     BaseTask task;
