@@ -1,6 +1,8 @@
 #include "support/RetrievingTaskFixture.h"
 
 #include "BracketTranslator.h"
+#include "errors/RetrievalTracing.h"
+#include "errors/Tracer.h"
 
 using namespace zel;
 using namespace zel::test;
@@ -206,4 +208,20 @@ TEST_F(RemoteResourceRetrievingTaskTest, progress_samePercent_isNotSavedAgain)
     own.inner->setProgress(510, 1000);
     EXPECT_EQ(savedProgress().toInt(), 51);
     own.inner->finish(Error(1));
+}
+
+TEST_F(RemoteResourceRetrievingTaskTest, exec_tracingTurnedOnAfterTheFirstQuestion_writesNoSpan)
+{
+    constexpr auto category = u"RESOURCE_RETRIEVAL";
+    ASSERT_FALSE(isRetrievalTracingActive());
+    const QString file = directory.outside(u"trace.json"_s);
+    tracer_categories_settings::setCategoryEnabled(category, true);
+    ASSERT_TRUE(Tracer::initialize(file));
+    const auto task = retrievalBy(cache, fetchAtOnce());
+    task->exec();
+    Tracer::shutdown();
+    tracer_categories_settings::setCategoryEnabled(category, false);
+    EXPECT_TRUE(task->isSuccessful());
+    EXPECT_TRUE(QFileInfo::exists(file));
+    EXPECT_FALSE(readFile(file).contains("resource_retrieval"));
 }
