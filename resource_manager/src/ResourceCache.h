@@ -140,8 +140,9 @@ public:
     Result<Leftovers> moveLeftoversAside(const QString &reference,
                                          const PathImpl<PathType::Unknown> &path);
 
-    /// Counts the size of a Ready resource anew, what its providers name included. Code 1 for any
-    /// other. Atomic, so it keeps everybody waiting while it looks at each of the files.
+    /// Counts the size of a Ready resource anew, what its providers name and where a sparse
+    /// container has its sample included. Code 1 for any other. Atomic, so it keeps everybody
+    /// waiting while it looks at each of the files.
     Error updateFileSize(const QString &reference);
 
     // Files that belong to a resource without being part of it. For the time of setting up, not

@@ -2,6 +2,7 @@
 #include "ResourceCache_p.h"
 #include "errors/Propagate.h"
 #include "files/FileUtilsGeneric.h"
+#include "zacq/Zacq.h"
 
 #include <QDateTime>
 #include <QElapsedTimer>
@@ -17,7 +18,9 @@ qint64 contentSizeWithAssociated(const QString &path, const QList<QString> &asso
     qint64 size = FileUtilsGeneric::contentSize(path);
     for (const QString &entry : associated)
         size += FileUtilsGeneric::contentSize(entry);
-    return size;
+    // Most of it lies there, and goes when the resource goes.
+    const QString target = zacq::Zacq::sparseTarget(path);
+    return target.isEmpty() ? size : size + FileUtilsGeneric::contentSize(target);
 }
 
 } // namespace

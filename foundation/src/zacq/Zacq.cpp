@@ -36,6 +36,23 @@ Error openForReading(QFile *file)
         Zacq::tr("Reading \"%1\" failed: %2").arg(file->fileName(), file->errorString()));
 }
 
+/// The target that belongs to the container; empty without one. A damaged manifest ties nothing to
+/// the container.
+QString ownTarget(const ZacqFolder &folder)
+{
+    const auto manifest = folder.readManifest();
+    const bool hasTarget = manifest.hasValue() && manifest.value().pointer
+        && folder.ownsTarget(*manifest.value().pointer);
+    return hasTarget ? folder.targetPath(*manifest.value().pointer) : QString();
+}
+
+/// Whether the one folder lies in the other, through whichever links their paths lead.
+bool isBelow(const QString &inner, const QString &outer)
+{
+    return QFileInfo(inner).canonicalFilePath().startsWith(QFileInfo(outer).canonicalFilePath()
+                                                           + u'/');
+}
+
 /// Ends the container's being at its path, in one step: removed file by file it would look damaged
 /// for a while, and to whoever finds it after an interrupted removal for ever. Gives where it is.
 Result<QString> withdrawn(const QString &path)
@@ -211,6 +228,16 @@ bool Zacq::isSparseZacq(const QString &path, bool isThorough)
     return !isThorough || !folder.findSampleInTarget(manifest.value()).isEmpty();
 }
 
+QString Zacq::sparseTarget(const QString &path)
+{
+    const ZacqFolder folder(path);
+    // The cheapest question first: as a rule there is no container, and many paths are asked about.
+    if (!QFileInfo::exists(folder.path() + u'/' + manifestName) || !isSparseZacq(path, false))
+        return {};
+    const QString target = ownTarget(folder);
+    return isBelow(target, folder.path()) ? QString() : target;
+}
+
 Error Zacq::extractSample(const QString &target) const
 {
     Error error;
@@ -247,11 +274,8 @@ Error Zacq::remove(const QString &path)
     if (QFileInfo(folder.path()).isSymLink() || !hasMark(folder.path()))
         return ZEL_ERROR(ErrorCode::BadArgument, tr("\"%1\" is no ZACQ container.").arg(path));
     Error error;
-    const auto manifest = folder.readManifest();
-    // A damaged manifest ties nothing to the container.
-    const bool hasTarget = manifest.hasValue() && manifest.value().pointer
-        && folder.ownsTarget(*manifest.value().pointer);
-    const QString target = hasTarget ? folder.targetPath(*manifest.value().pointer) : QString();
+    const QString target = ownTarget(folder);
+    const bool hasTarget = !target.isEmpty();
     if (hasTarget)
         ZEL_TRY(error, takeBack(folder, target));
 

@@ -82,6 +82,11 @@ public:
     /// owner and hold the sample.
     static bool isSparseZacq(const QString &path, bool isThorough);
 
+    /// The target of a sparse container, which lies beside the container and goes with it. Empty
+    /// for every other one, for one that cannot be read, and if the target does not name the
+    /// container as its owner or lies in it.
+    static QString sparseTarget(const QString &path);
+
     /// Removes the container, of whichever form, and the target of a sparse one if it names this
     /// container as its owner. Code 2 if there is no container at the path, or a link to one:
     /// nothing is removed then. The target first moves into the container, and the container then

@@ -1,6 +1,7 @@
 #include "support/CacheFixture.h"
 
 #include "ResourceRetrieveHandle.h"
+#include "files/FileUtilsGeneric.h"
 #include "zacq/Zacq.h"
 #include "zacq/ZacqWriter.h"
 
@@ -79,6 +80,34 @@ TEST_F(ResourceCachePostProcessTest, finalize_samplePathOf218_movesTheSampleToAS
     EXPECT_EQ(readFile(samplePath()), "sample data");
     EXPECT_EQ(rowValue(u"cachedPath"_s, reference).toString(), container());
     EXPECT_EQ(database().status(reference), u"Ready"_s);
+}
+
+TEST_F(ResourceCachePostProcessTest, updateFileSizes_sparseContainer_countsItsShortFolderToo)
+{
+    constexpr qint64 sampleSize = 100'000;
+    writeFile(directory.outside(u"sample"_s), QByteArray(sampleSize, 's'));
+    makeContainer(218);
+    ASSERT_FALSE(retrieve().hasError());
+    ASSERT_EQ(zacq::Zacq::sparseTarget(container()), target());
+    const qint64 both
+        = FileUtilsGeneric::contentSize(container()) + FileUtilsGeneric::contentSize(target());
+    ASSERT_GE(both, sampleSize);
+    ASSERT_FALSE(cache.updateFileSizes().hasError());
+    EXPECT_EQ(rowValue(u"fileSize"_s, reference).toLongLong(), both);
+    EXPECT_EQ(cache.readCurrentCacheSize().value(), both);
+    ASSERT_FALSE(cache.saveLocalPath(reference, container(), 1).hasError());
+    ASSERT_FALSE(cache.updateFileSize(reference).hasError());
+    EXPECT_EQ(rowValue(u"fileSize"_s, reference).toLongLong(), both);
+}
+
+TEST_F(ResourceCachePostProcessTest, updateFileSizes_sparseContainerUnreadable_countsWhatLiesThere)
+{
+    makeContainer(218);
+    ASSERT_FALSE(retrieve().hasError());
+    writeFile(container() + u"/zacq.json"_s, "{");
+    ASSERT_FALSE(cache.updateFileSizes().hasError());
+    EXPECT_EQ(rowValue(u"fileSize"_s, reference).toLongLong(),
+              FileUtilsGeneric::contentSize(container()));
 }
 
 TEST_F(ResourceCachePostProcessTest, purge_sparseContainer_takesItsShortFolderToo)

@@ -251,6 +251,12 @@ TEST_P(SparseConversionInterruptedTest, anyStep_failedRunThenRepeat_finishes)
 
 INSTANTIATE_TEST_SUITE_P(Steps, SparseConversionInterruptedTest, testing::Range(0, 5));
 
+TEST_P(SparseConversionInterruptedTest, anyStep_sparseTarget_isThereOnceItIsWhole)
+{
+    convertUntil(GetParam());
+    EXPECT_EQ(Zacq::sparseTarget(container()), GetParam() == 4 ? target() : QString());
+}
+
 TEST_F(SparseConversionTest, remove_sparse_takesTheTargetAndNothingElse)
 {
     writeFile(at(u"data/zacq/other.zacq/file"_s), "kept");

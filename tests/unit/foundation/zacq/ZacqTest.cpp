@@ -22,6 +22,12 @@ protected:
         ASSERT_FALSE(
             ZacqWriter::createFile(fileForm(), at(u"source.raw"_s), u"Run 1"_s).hasError());
     }
+    void makeSparse() const
+    {
+        makeContainer();
+        const Error error = Zacq(container()).makeSparseZacqBlocking(container(), target());
+        ASSERT_FALSE(error.hasError()) << qPrintable(error.description());
+    }
     static QStringList entriesOf(const QString &folder)
     {
         return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
@@ -242,6 +248,44 @@ TEST_F(ZacqTest, create_diskFull_failsAndLeavesNothing)
             == ErrorCode::OperationFailed;
     }));
     EXPECT_EQ(entriesOf(directory.path()), QStringList(u"s"_s));
+}
+
+TEST_F(ZacqTest, sparseTarget_pathsOfEveryKind_isThatOfTheSparseContainerAlone)
+{
+    makeSparse();
+    ASSERT_TRUE(QFile::link(container(), at(u"link.zacq"_s)));
+    EXPECT_EQ(Zacq::sparseTarget(container()), target());
+    for (const QString &other :
+         { target(), at(u"link.zacq"_s), at(u"source.raw"_s), at(u"missing"_s), QString() })
+        EXPECT_EQ(Zacq::sparseTarget(other), QString()) << qPrintable(other);
+}
+
+TEST_F(ZacqTest, sparseTarget_damagedOnOneSide_isNone)
+{
+    makeSparse();
+    const QByteArray manifest = readFile(container() + u"/zacq.json"_s);
+    writeFile(container() + u"/zacq.json"_s, "{");
+    EXPECT_EQ(Zacq::sparseTarget(container()), QString());
+    writeFile(container() + u"/zacq.json"_s, manifest);
+    EXPECT_EQ(Zacq::sparseTarget(container()), target());
+    ASSERT_TRUE(QFile::remove(target() + u"/zacq.json"_s));
+    EXPECT_EQ(Zacq::sparseTarget(container()), QString());
+}
+
+TEST_F(ZacqTest, sparseTarget_inTheContainerItself_isNone)
+{
+    // data/zacq is a container that points to what lies in itself, and would be counted twice.
+    makeSparse();
+    const QString outer = at(u"data/zacq"_s);
+    QJsonObject manifest = manifestAt(container());
+    manifest[u"sparse"_s]
+        = QJsonObject { { u"target"_s, u"../zacq/a1b2c3.zacq"_s }, { u"id"_s, u"1"_s } };
+    writeManifest(outer, manifest);
+    manifest = manifestAt(target());
+    manifest[u"owner"_s] = QJsonObject { { u"path"_s, u"zacq"_s }, { u"id"_s, u"1"_s } };
+    writeManifest(target(), manifest);
+    EXPECT_TRUE(Zacq::isSparseZacq(outer, true));
+    EXPECT_EQ(Zacq::sparseTarget(outer), QString());
 }
 
 TEST_F(ZacqTest, remove_plainContainers_goAlone)
