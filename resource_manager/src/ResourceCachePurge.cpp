@@ -238,7 +238,8 @@ Error ResourceCache::Private::removeResourceAndUpdateStatus(TransactionContext *
         const QDir range = RemovalRange(cachePath.cacheDataDir()).of(target);
         if (zacq::Zacq::isSparseZacq(localPath, false))
             ZEL_TRY(error, zacq::Zacq::remove(localPath));
-        withdraw(target);
+        else
+            withdraw(target);
         error = ZEL_PASS(TreeRemoval::remove(range.absolutePath()));
         if (error.hasError()) {
             qCWarning(lcResourceManager)

@@ -117,9 +117,11 @@ TEST_F(ResourceCachePostProcessTest, purge_sparseContainer_takesItsShortFolderTo
     ASSERT_TRUE(QFileInfo::exists(target()));
     cache.close();
     openCache({ 1, 2 });
+    const LogCapture log;
     ASSERT_FALSE(cache.purgeCacheIfNeeded(0).hasError());
     EXPECT_FALSE(QFileInfo::exists(target()));
     EXPECT_FALSE(QFileInfo::exists(container()));
+    EXPECT_FALSE(log.contains(QtDebugMsg, u"The data stays at its path while it is removed"_s));
 }
 
 TEST_F(ResourceCachePostProcessTest, finalize_switchedOff_leavesALongPath)
