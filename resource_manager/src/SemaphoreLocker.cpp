@@ -80,6 +80,10 @@ void SemaphoreLocker::warnBeforeSecondTake() const
 
 void SemaphoreLocker::release(int count)
 {
+    // Who holds nothing is not the one who is noted as the holder, and has nothing to give back.
+    count = std::min(count, acquiredCount);
+    if (count < 1)
+        return;
     acquiredCount -= count;
     if (acquiredCount <= 0)
         leaveThisThread();
