@@ -11,9 +11,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QTimerEvent>
-
-#include <thread>
 
 namespace zel::test {
 
@@ -85,20 +82,6 @@ void addFetch(CacheDatabase &rows, const QString &reference, qint64 clientId)
              "SELECT id, 10, ? FROM CachedResources WHERE reference = ?"_s,
              { clientId, reference });
 }
-
-/// Sees which timer something is posted to.
-class TimerWatch : public QObject
-{
-public:
-    bool eventFilter(QObject *watched, QEvent *event) override
-    {
-        if (event->type() == QEvent::MetaCall && qobject_cast<QTimer *>(watched))
-            timer = static_cast<QTimer *>(watched);
-        return false;
-    }
-
-    QTimer *timer = nullptr;
-};
 
 /// The process's own manager, whose cache is of no interest but for the place that it names.
 ResourceCache &cacheOfManager()
@@ -293,23 +276,16 @@ void CacheWorld::spoilSums() const
     rows.run(u"UPDATE CacheMetadata SET currentSize = 7"_s);
 }
 
-/// What another thread asks of the ping is posted to its timer.
 void CacheWorld::findPing()
 {
-    TimerWatch watch;
-    std::thread([this] { cache->setPingEnabled(true); }).join();
-    qApp->installEventFilter(&watch);
-    QCoreApplication::sendPostedEvents();
-    qApp->removeEventFilter(&watch);
-    pingTimer = watch.timer;
-    ASSERT_TRUE(pingTimer && pingTimer->isActive());
+    pingTimer.emplace(*cache, true);
+    ASSERT_TRUE(pingTimer->isActive());
 }
 
 void CacheWorld::ping()
 {
     ASSERT_TRUE(pingTimer);
-    QTimerEvent turn(pingTimer->timerId());
-    QCoreApplication::sendEvent(pingTimer, &turn);
+    pingTimer->tick();
 }
 
 /// A handler asks the process's manager for the place, which is where that had its own cache last.

@@ -4,10 +4,11 @@
 #include "RemoteResourceHandler.h"
 #include "ResourceRetrieveHandle.h"
 #include "support/CacheFixture.h"
+#include "support/PingTimer.h"
 
-#include <QPointer>
-#include <QTimer>
 #include <QVariant>
+
+#include <optional>
 
 namespace zel::test {
 
@@ -84,7 +85,7 @@ private:
     bool hasContainer = false; ///< whose size is not that at its path
     bool hasOthers = true;
     bool hasDeadClient_ = false;
-    QPointer<QTimer> pingTimer;
+    std::optional<PingTimer> pingTimer;
 };
 
 } // namespace zel::test

@@ -1,4 +1,5 @@
 #include "support/CacheFixture.h"
+#include "support/PingTimer.h"
 
 #include "Task.h"
 #include <QCoreApplication>
@@ -94,16 +95,24 @@ TEST_F(ResourceCacheOpeningTest, open_databaseIsGarbage_failsAndStaysClosed)
 
 TEST_F(ResourceCacheOpeningTest, open_cleanupFails_staysOpenWithOldSettings)
 {
-    openCache();
+    const QString other = directory.addBaseDir(u"other"_s);
+    ASSERT_TRUE(QDir().mkpath(other));
+    ASSERT_FALSE(cache.open(pathOf(other), {}).hasError());
     cache.close();
-    database().run(u"INSERT INTO Clients(id, processId, lastPingTime) VALUES (77, 77, 1)"_s);
-    database().run(u"CREATE TRIGGER stuck BEFORE DELETE ON Clients WHEN OLD.id = 77 "
-                   "BEGIN SELECT RAISE(ABORT, 'stuck'); END"_s);
+    CacheDatabase rows(pathOf(other).databasePath());
+    rows.run(u"INSERT INTO Clients(id, processId, lastPingTime) VALUES (77, 77, 1)"_s);
+    rows.run(u"CREATE TRIGGER stuck BEFORE DELETE ON Clients WHEN OLD.id = 77 "
+             "BEGIN SELECT RAISE(ABORT, 'stuck'); END"_s);
+    openCache();
+    const PingTimer ping(cache, true);
+    ASSERT_TRUE(ping.isActive());
 
-    const Error error = cache.open(cachePath(), { 1, 2 });
+    const Error error = cache.open(pathOf(other), { 1, 2 });
     EXPECT_TRUE(error.hasError());
     EXPECT_TRUE(cache.isOpen());
     EXPECT_NE(cache.sizes().optimalSize, 1);
+    EXPECT_EQ(cache.path().baseDirPath().toString(), directory.baseDir());
+    EXPECT_FALSE(ping.isActive());
 }
 
 TEST_F(ResourceCacheOpeningTest, open_subclassedPath_overridesServeForTheOpeningOnly)
@@ -218,6 +227,51 @@ TEST_F(ResourceCacheOpeningTest, setPingEnabled_afterOpen_stopsThePing)
     probe.start(5500ms);
     EXPECT_TRUE(QTest::qWaitFor([&] { return !probe.isActive(); }, 20000));
     EXPECT_EQ(database().value(u"SELECT lastPingTime FROM Clients"_s).toLongLong(), before);
+}
+
+TEST_F(ResourceCacheOpeningTest, setPingEnabled_trueOnAClosedCache_startsNothing)
+{
+    const PingTimer ping(cache, false);
+    cache.setPingEnabled(true);
+    EXPECT_FALSE(ping.isActive());
+    openCache();
+    EXPECT_TRUE(ping.isActive());
+    cache.close();
+    cache.setPingEnabled(true);
+    EXPECT_FALSE(ping.isActive());
+}
+
+TEST_F(ResourceCacheOpeningTest, setPingEnabled_falseThenTrueOnAnOpenCache_pingsAgain)
+{
+    openCache();
+    const PingTimer ping(cache, true);
+    cache.setPingEnabled(false);
+    EXPECT_FALSE(ping.isActive());
+    cache.setPingEnabled(true);
+    ASSERT_TRUE(ping.isActive());
+
+    const auto lastPing = [this] {
+        return database().value(u"SELECT lastPingTime FROM Clients"_s).toLongLong();
+    };
+    database().setLastPing(1, 20s);
+    const qint64 before = lastPing();
+    ping.tick();
+    EXPECT_GT(lastPing(), before);
+}
+
+// A tick may be on its way when the cache is closed.
+TEST_F(ResourceCacheOpeningTest, ping_closedCache_doesNothing)
+{
+    openCache();
+    const PingTimer ping(cache, true);
+    cache.close();
+    database().run(u"INSERT INTO Clients(id, processId, lastPingTime) VALUES (77, 77, 1)"_s);
+    const LogCapture log;
+    ping.tick();
+    EXPECT_EQ(database().column(u"SELECT id || ' ' || lastPingTime FROM Clients"_s),
+              QStringList(u"77 1"_s));
+    EXPECT_EQ(log.texts(QtWarningMsg), QStringList());
+    EXPECT_EQ(log.texts(QtCriticalMsg), QStringList());
 }
 
 TEST_F(ResourceCacheOpeningTest, open_closedOnAnotherThreadJustBefore_pingsAllTheSame)

@@ -1,3 +1,4 @@
+#include "support/PingTimer.h"
 #include "support/RetrieveHandleFixture.h"
 #include "support/WaitingThread.h"
 
@@ -348,6 +349,30 @@ TEST_F(ResourceRetrieveHandleTest, addTask_rowCannotBeAdded_othersTakeTheirsAway
     ASSERT_FALSE(other->addTaskToDatabase().hasError());
     ASSERT_FALSE(other->removeTaskFromDatabase().hasError());
     EXPECT_EQ(taskRows(), 0);
+}
+
+TEST_F(ResourceRetrieveHandleTest, ping_taskThatCouldNotBeTakenBack_takesItBackForTheNextFetcher)
+{
+    auto fetcher = handleOf(cache);
+    ASSERT_TRUE(fetcher->tryStartRetrieve().value());
+    ASSERT_FALSE(fetcher->finalizeRetrieve(Error(1)).hasError());
+    {
+        const FailingStatement failing(0);
+        EXPECT_TRUE(fetcher->removeTaskFromDatabase().hasError());
+    }
+    {
+        const FailingStatement failing(0);
+        fetcher.reset();
+        EXPECT_TRUE(failing.hasFailed());
+    }
+    const auto other = otherClient();
+    const auto next = handleOf(*other);
+    EXPECT_EQ(taskRows(), 1);
+    EXPECT_FALSE(next->tryStartRetrieve().value());
+
+    PingTimer(cache, true).tick();
+    EXPECT_EQ(taskRows(), 1); // that of the other client
+    EXPECT_TRUE(next->tryStartRetrieve().value());
 }
 
 TEST_F(ResourceRetrieveHandleTest, destroy_afterItsCache_isHarmless)
