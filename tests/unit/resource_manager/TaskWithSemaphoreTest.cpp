@@ -105,11 +105,13 @@ TEST_F(TaskWithSemaphoreTest, cancel_unrun_freesTheLock)
     EXPECT_TRUE(isFree());
 }
 
-TEST_F(TaskWithSemaphoreTest, exec_withoutALock_runsItsFunction)
+TEST_F(TaskWithSemaphoreTest, exec_withoutALock_runsItsFunctionAndFreesNothing)
 {
+    const SemaphoreLocker holder(semaphore.get(), 1);
     TaskWithSemaphore task(nullptr);
     task.setFunction([] { return Error(4, u"x"_s); });
     task.exec();
     EXPECT_EQ(task.error().errorCode(), ErrorCode::BadData);
-    EXPECT_TRUE(isFree());
+    EXPECT_TRUE(SemaphoreLocker::isHeldByThisThread(*semaphore));
+    EXPECT_FALSE(isFree());
 }
