@@ -65,6 +65,12 @@ TEST_F(ResourceCacheOutdatedPurgeTest,
     const LogCapture log;
     ASSERT_FALSE(cache.purgeOutdatedResources().hasError());
     const QStringList texts = log.texts(QtDebugMsg);
+    EXPECT_EQ(texts.filter(u"Determining resources to delete"_s).size(), 1);
+    EXPECT_EQ(texts.filter(u"Deleting resources from the cache"_s).size(), 1);
+    for (const QString &name : { u"1"_s, u"2"_s }) {
+        EXPECT_TRUE(texts.contains(
+            u"Deleting a resource from the cache pointed by \"test:%1\" reference"_s.arg(name)));
+    }
     const QRegularExpression search(u"^Determining resources for deletion was completed in [0-9]+ "
                                     "ms. 2 resources have been marked for deletion$"_s);
     EXPECT_EQ(texts.filter(search).size(), 1);

@@ -76,6 +76,11 @@ TEST_F(ResourceCachePostProcessTest, finalize_samplePathOf218_movesTheSampleToAS
     EXPECT_TRUE(zacq::Zacq::isSparseZacq(container(), false));
     const QStringList lengths = log.texts(QtDebugMsg).filter(u"The conversion took"_s);
     EXPECT_EQ(lengths.size(), 1);
+    EXPECT_TRUE(log.contains(QtDebugMsg, u"Postprocessing \"test:a\""_s));
+    EXPECT_TRUE(log.contains(QtDebugMsg, u"ZACQ file detected, fixing long path if needed"_s));
+    EXPECT_TRUE(log.contains(QtDebugMsg, u"is too long, applying fix..."_s));
+    EXPECT_TRUE(log.contains(
+        QtDebugMsg, u"Converting \"%1\" to \"%2\" as sparse ZACQ"_s.arg(container(), target())));
     EXPECT_TRUE(samplePath().startsWith(target())) << qPrintable(samplePath());
     EXPECT_EQ(readFile(samplePath()), "sample data");
     EXPECT_EQ(rowValue(u"cachedPath"_s, reference).toString(), container());
@@ -140,6 +145,7 @@ TEST_F(ResourceCachePostProcessTest, finalize_fileContainer_isReadyWithTheFailur
     const LogCapture log;
     ASSERT_FALSE(retrieve().hasError());
     EXPECT_EQ(database().status(reference), u"Ready"_s);
+    EXPECT_TRUE(log.contains(QtDebugMsg, u"ZACQ file detected, fixing long path if needed"_s));
     EXPECT_TRUE(log.contains(QtWarningMsg, u"error 5: Only Folder ZACQ is supported"_s));
 }
 
@@ -170,9 +176,56 @@ TEST_F(ResourceCachePostProcessTest, finalize_targetAlreadyThere_skips)
     writeFile(target() + u"/leftover"_s, "x");
     const LogCapture log;
     ASSERT_FALSE(retrieve().hasError());
+    EXPECT_TRUE(log.contains(QtDebugMsg, u"Hash folder \"%1\" already exists"_s.arg(target())));
     EXPECT_TRUE(log.contains(
         QtDebugMsg, u"has already been represented by this sparse ZACQ instance, skipping..."_s));
     EXPECT_EQ(readFile(target() + u"/leftover"_s), "x");
+}
+
+namespace {
+
+/// While it lives, a container is damaged between the two looks at it, when the log says that its
+/// short folder exists. Everything that is logged goes on to whoever listened before.
+class DamageBeforeTheSecondLook
+{
+public:
+    explicit DamageBeforeTheSecondLook(const QString &container)
+    {
+        manifest = container + u"/zacq.json"_s;
+        before = qInstallMessageHandler(damage);
+    }
+    DamageBeforeTheSecondLook(const DamageBeforeTheSecondLook &) = delete;
+    DamageBeforeTheSecondLook &operator=(const DamageBeforeTheSecondLook &) = delete;
+    ~DamageBeforeTheSecondLook() { qInstallMessageHandler(before); }
+
+private:
+    static void damage(QtMsgType type, const QMessageLogContext &context, const QString &text)
+    {
+        if (text.startsWith(u"Hash folder"_s))
+            writeFile(manifest, "{");
+        before(type, context, text);
+    }
+
+    inline static QString manifest;
+    inline static QtMessageHandler before = nullptr;
+};
+
+} // namespace
+
+TEST_F(ResourceCachePostProcessTest,
+       finalize_targetAlreadyThereAndContainerDamaged_tellsOfTheTarget)
+{
+    makeContainer(218);
+    writeFile(target() + u"/leftover"_s, "x");
+    const LogCapture log;
+    {
+        const DamageBeforeTheSecondLook damage(container());
+        ASSERT_FALSE(retrieve().hasError());
+    }
+    EXPECT_TRUE(log.contains(QtWarningMsg,
+                             u"error 4: Target hash folder for sparse ZACQ already exists"_s));
+    EXPECT_FALSE(log.contains(QtDebugMsg, u"skipping..."_s));
+    EXPECT_EQ(database().status(reference), u"Ready"_s);
 }
 
 namespace {

@@ -38,6 +38,21 @@ TEST_F(ResourceCacheUseTest, useResource_unknownReference_entersItAndMarksIt)
     EXPECT_TRUE(cache.inUse(u"test:a"_s).value());
 }
 
+TEST_F(ResourceCacheUseTest, useResource_rowGoesAsItComes_failsAndMarksNothing)
+{
+    database().run(u"CREATE TRIGGER gone AFTER INSERT ON CachedResources BEGIN "
+                   "DELETE FROM CachedResources WHERE id = NEW.id; END"_s);
+    const LogCapture log;
+    const auto handle = cache.useResource(u"test:a"_s);
+    ASSERT_FALSE(handle.hasValue());
+    EXPECT_EQ(handle.error().errorCode(), ErrorCode::OperationFailed);
+    EXPECT_EQ(handle.error().errorMessage(),
+              u"Resource that is not added in database cannot be used"_s);
+    EXPECT_TRUE(
+        log.contains(QtCriticalMsg, u"\"test:a\" is not in database while marking in use"_s));
+    EXPECT_EQ(database().count(u"ResourceUsages"_s), 0);
+}
+
 TEST_F(ResourceCacheUseTest, release_handle_removesItsRowOnly)
 {
     auto first = use(u"test:a"_s);
