@@ -80,12 +80,12 @@ void SemaphoreLocker::warnBeforeSecondTake() const
 
 void SemaphoreLocker::release(int count)
 {
-    // Who holds nothing is not the one who is noted as the holder, and has nothing to give back.
-    count = std::min(count, acquiredCount);
     if (count < 1)
         return;
+    // Who holds nothing is not the one who is noted as the holder.
+    const bool isHolder = acquiredCount > 0;
     acquiredCount -= count;
-    if (acquiredCount <= 0)
+    if (isHolder && acquiredCount <= 0)
         leaveThisThread();
     // The semaphore goes last: who gets it must not wait for the directory.
     if (acquiredCount <= 0)

@@ -32,8 +32,7 @@ public:
     /// Waits for `count` more. False if the system refused one of them; it counts as held all the
     /// same, and the caller goes on without exclusion.
     bool acquire(int count);
-    /// Gives back so many of those that were taken, and never more than these.
-    void release(int count);
+    void release(int count); ///< gives back so many of those that were taken
 
     /// For work that moves to another thread: the one that it leaves may wait for the semaphore
     /// like any other from then on, and the one that it has come to goes on as the holder.
