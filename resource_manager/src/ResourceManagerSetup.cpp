@@ -132,7 +132,10 @@ Error ResourceManager::Private::openCache(const ResourceCachePath &path,
     const QFileInfo baseDir(path.baseDirPath());
     if (!baseDir.exists())
         ZEL_TRY(error, FileUtilsGeneric::mkPath(baseDir.absoluteFilePath()));
-    ZEL_TRY(error, cache->open(path, sizes));
+    error = ZEL_PASS(cache->open(path, sizes));
+    // Only the clean-up has failed then: it is open on the new place, with the old settings.
+    if (error.hasError() && cache->isOpen())
+        cache->close();
     return error;
 }
 

@@ -23,6 +23,17 @@ protected:
         writeFile(directory.outside(u"file"_s), "in the way");
         return settingsFor(directory.outside(u"file/base"_s));
     }
+    /// A cache that can be opened, but not cleaned up: a dead client cannot be taken out.
+    static void leaveDeadClientStuck(const TemporaryCache &other)
+    {
+        {
+            const TestManager manager(settingsFor(other.baseDir()));
+        }
+        CacheDatabase rows(other.databasePath());
+        rows.run(u"INSERT INTO Clients(id, processId, lastPingTime) VALUES (77, 77, 1)"_s);
+        rows.run(u"CREATE TRIGGER stuck BEFORE DELETE ON Clients WHEN OLD.id = 77 "
+                 "BEGIN SELECT RAISE(ABORT, 'stuck'); END"_s);
+    }
 };
 
 } // namespace
@@ -126,6 +137,17 @@ TEST_F(ResourceManagerSetupTest, constructor_deadProcessOfThisNumberPingedLately
     EXPECT_EQ(rows.count(u"Clients"_s), 1);
 }
 
+TEST_F(ResourceManagerSetupTest, constructor_cleanupFails_livesWithAClosedCache)
+{
+    const TemporaryCache other;
+    leaveDeadClientStuck(other);
+    const LogCapture log;
+    TestManager manager(settingsFor(other.baseDir()));
+    EXPECT_FALSE(manager.inside().cache->isOpen());
+    EXPECT_TRUE(log.contains(QtWarningMsg, u"stuck"_s));
+    EXPECT_EQ(CacheDatabase(other.databasePath()).count(u"Clients"_s), 1);
+}
+
 TEST_F(ResourceManagerSetupTest, openCache_openElsewhere_movesThere)
 {
     TestManager manager(settingsFor(directory.baseDir()));
@@ -182,6 +204,16 @@ TEST_F(ResourceManagerSetupTest, updateSettings_anotherPath_announcesItBeforeThe
     EXPECT_EQ(ResourceManager::cachePath().baseDirPath().toString(), other.baseDir());
     EXPECT_TRUE(ResourceManager::cache()->isOpen());
     ASSERT_TRUE(succeeds(ResourceManager::updateSettings(settingsFor(directory.baseDir()))));
+}
+
+TEST_F(ResourceManagerSetupTest, updateSettings_cleanupFailsElsewhere_leavesTheCacheClosed)
+{
+    ASSERT_TRUE(ResourceManager::cache()->isOpen());
+    const TemporaryCache other;
+    leaveDeadClientStuck(other);
+    EXPECT_TRUE(ResourceManager::updateSettings(settingsFor(other.baseDir())).hasError());
+    EXPECT_FALSE(ResourceManager::cache()->isOpen());
+    EXPECT_EQ(CacheDatabase(other.databasePath()).count(u"Clients"_s), 1);
 }
 
 TEST_F(ResourceManagerSetupTest, updateSettings_closedCache_announcesAndLeavesItClosed)
