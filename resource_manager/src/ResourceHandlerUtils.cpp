@@ -102,7 +102,8 @@ bool validateReference(const QSharedPointer<ResourceReference> &reference)
 
 Error confirmPrivileges(const QList<QSharedPointer<ResourceHandler>> &handlers)
 {
-    for (const QSharedPointer<ResourceHandler> &handler : handlers) {
+    const auto own = handlers; // grab() lets events be delivered, and a slot may clear the other
+    for (const QSharedPointer<ResourceHandler> &handler : own) {
         if (const auto path = ZEL_PASS(grabbed(handler)); !path.hasValue())
             return path.error();
     }
@@ -129,9 +130,10 @@ Result<QString> localPath(QSharedPointer<ResourceReference> reference)
 
 Result<QList<QString>> localPaths(const QList<QSharedPointer<ResourceHandler>> &handlers)
 {
+    const auto own = handlers; // as above
     QList<QString> paths;
-    paths.reserve(handlers.size());
-    for (const QSharedPointer<ResourceHandler> &handler : handlers) {
+    paths.reserve(own.size());
+    for (const QSharedPointer<ResourceHandler> &handler : own) {
         ZEL_TRY_LET(const auto path, grabbed(handler));
         paths.append(path.toString());
     }

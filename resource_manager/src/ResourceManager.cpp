@@ -8,6 +8,8 @@ namespace zel {
 
 namespace {
 
+/// Of a list of the caller's own. That which was handed in may change meanwhile: whoever waits or
+/// asks people lets events be delivered, and a slot may let the handlers go.
 QList<ResourceHandler *> rawPointers(const ResourceManager::Handlers &handlers)
 {
     QList<ResourceHandler *> pointers;
@@ -80,7 +82,8 @@ Error ResourceManager::retrieve(ResourceHandler *handler, ResourcePromptingInter
 Error ResourceManager::retrieve(const QSharedPointer<ResourceHandler> &handler,
                                 ResourcePromptingInterface *prompting)
 {
-    return ZEL_PASS(retrieve(handler.data(), prompting));
+    const auto own = handler;
+    return ZEL_PASS(retrieve(own.data(), prompting));
 }
 
 Error ResourceManager::retrieve(const QList<ResourceHandler *> &handlers,
@@ -91,7 +94,8 @@ Error ResourceManager::retrieve(const QList<ResourceHandler *> &handlers,
 
 Error ResourceManager::retrieve(const Handlers &handlers, ResourcePromptingInterface *prompting)
 {
-    return ZEL_PASS(retrieve(rawPointers(handlers), prompting));
+    const Handlers own = handlers;
+    return ZEL_PASS(retrieve(rawPointers(own), prompting));
 }
 
 Result<QSharedPointer<ResourceHandler>> ResourceManager::retrieve(
@@ -122,8 +126,9 @@ Result<ResourceManager::Handlers> ResourceManager::retrieve(
 Result<ResourceManager::HandlersByReference> ResourceManager::retrieveWithReferences(
     const References &references, std::optional<ResourceHandler::RetrieveMode> mode)
 {
-    ZEL_TRY_LET(const auto handlers, retrieve(references, mode));
-    return Private::paired(references, handlers);
+    const References own = references;
+    ZEL_TRY_LET(const auto handlers, retrieve(own, mode));
+    return Private::paired(own, handlers);
 }
 
 Result<std::unique_ptr<Task>> ResourceManager::retrieveAsync(
@@ -137,14 +142,16 @@ Result<std::unique_ptr<Task>> ResourceManager::retrieveAsync(
     const QSharedPointer<ResourceHandler> &handler, ResourceHandler::AsyncProcessingType type,
     ResourcePromptingInterface *prompting)
 {
-    return ZEL_PASS(retrieveAsync(handler.data(), type, prompting));
+    const auto own = handler;
+    return ZEL_PASS(retrieveAsync(own.data(), type, prompting));
 }
 
 Result<std::unique_ptr<GroupTask>> ResourceManager::retrieveAsync(
     const Handlers &handlers, ResourceHandler::AsyncProcessingType type,
     ResourcePromptingInterface *prompting)
 {
-    return ZEL_PASS(instance().d->retrieveAsync(rawPointers(handlers), type, prompting));
+    const Handlers own = handlers;
+    return ZEL_PASS(instance().d->retrieveAsync(rawPointers(own), type, prompting));
 }
 
 Result<bool> ResourceManager::exists(const ResourceHandler *handler)
@@ -154,7 +161,8 @@ Result<bool> ResourceManager::exists(const ResourceHandler *handler)
 
 Result<bool> ResourceManager::exists(const QSharedPointer<ResourceHandler> &handler)
 {
-    return ZEL_PASS(exists(handler.data()));
+    const auto own = handler;
+    return ZEL_PASS(exists(own.data()));
 }
 
 Result<bool> ResourceManager::exists(const QList<ResourceHandler *> &handlers)
@@ -164,7 +172,8 @@ Result<bool> ResourceManager::exists(const QList<ResourceHandler *> &handlers)
 
 Result<bool> ResourceManager::exists(const Handlers &handlers)
 {
-    return ZEL_PASS(exists(rawPointers(handlers)));
+    const Handlers own = handlers;
+    return ZEL_PASS(exists(rawPointers(own)));
 }
 
 Result<bool> ResourceManager::exists(GroupTask *group)
@@ -188,13 +197,15 @@ Result<std::unique_ptr<Task>> ResourceManager::existsAsync(
 Result<std::unique_ptr<Task>> ResourceManager::existsAsync(
     const QSharedPointer<ResourceHandler> &handler, ResourceHandler::AsyncProcessingType type)
 {
-    return ZEL_PASS(existsAsync(handler.data(), type));
+    const auto own = handler;
+    return ZEL_PASS(existsAsync(own.data(), type));
 }
 
 Result<std::unique_ptr<GroupTask>> ResourceManager::existsAsync(
     const Handlers &handlers, ResourceHandler::AsyncProcessingType type)
 {
-    return ZEL_PASS(instance().d->existsAsync(rawPointers(handlers), type));
+    const Handlers own = handlers;
+    return ZEL_PASS(instance().d->existsAsync(rawPointers(own), type));
 }
 
 void ResourceManager::invalidateCachedRequestsValues(ResourceReference::Scheme scheme)
@@ -211,7 +222,8 @@ Result<QSharedPointer<ResourceMetadata>> ResourceManager::retrieveMetadata(
 Result<QSharedPointer<ResourceMetadata>> ResourceManager::retrieveMetadata(
     const QSharedPointer<ResourceHandler> &handler)
 {
-    return ZEL_PASS(retrieveMetadata(handler.data()));
+    const auto own = handler;
+    return ZEL_PASS(retrieveMetadata(own.data()));
 }
 
 Result<QSharedPointer<ResourceMetadata>> ResourceManager::retrieveMetadata(
@@ -230,7 +242,8 @@ Result<std::unique_ptr<Task>> ResourceManager::retrieveMetadataAsync(
 Result<std::unique_ptr<Task>> ResourceManager::retrieveMetadataAsync(
     const QSharedPointer<ResourceHandler> &handler, ResourceHandler::AsyncProcessingType type)
 {
-    return ZEL_PASS(retrieveMetadataAsync(handler.data(), type));
+    const auto own = handler;
+    return ZEL_PASS(retrieveMetadataAsync(own.data(), type));
 }
 
 Error ResourceManager::updateFileSizes(const QList<QSharedPointer<ResourceHandler>> &handlers)
