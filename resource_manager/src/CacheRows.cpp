@@ -36,7 +36,7 @@ QString asNumber(const QString &column, std::initializer_list<Enum> values)
 {
     QString sql = u"CASE "_s + column;
     for (const Enum value : values)
-        sql += u" WHEN '%1' THEN %2"_s.arg(toText(value)).arg(int(value));
+        sql += u" WHEN '%1' THEN %2"_s.arg(toText(value), QString::number(int(value)));
     return sql + u" ELSE %1 END"_s.arg(int(Enum::Invalid));
 }
 
