@@ -2,27 +2,11 @@
 #include "ResourceCache.h"
 #include "ResourceManager_p.h"
 #include "errors/Propagate.h"
+#include "references/ReferenceIdentity.h"
 
 #include <QSet>
 
-#include <utility>
-
 namespace zel {
-
-namespace {
-
-/// Equal for equal references, as ResourceReference compares them. For sets: to compare each with
-/// each would be most of the work for a thousand small resources.
-using Identity = std::pair<int, QString>;
-
-Identity identityOf(const QSharedPointer<ResourceReference> &reference)
-{
-    if (!reference)
-        return {};
-    return { int(reference->scheme()), reference->referenceText(false) };
-}
-
-} // namespace
 
 ResourceManager::Private::TaskResult ResourceManager::Private::retrieveAsync(
     ResourceHandler *handler)
@@ -86,9 +70,9 @@ Result<ResourceManager::Private::RawHandlers> ResourceManager::Private::missingO
     const RawHandlers &handlers)
 {
     RawHandlers missing;
-    QSet<Identity> known;
+    QSet<ReferenceIdentity> known;
     for (ResourceHandler *handler : handlers) {
-        const Identity key = identityOf(handler->reference());
+        const ReferenceIdentity key = identityOf(handler->reference());
         if (known.contains(key))
             continue;
         // Only a probe of whether there is work: people are asked before any task is kept.
@@ -108,7 +92,7 @@ ResourceManager::Private::RawHandlers ResourceManager::Private::withoutUnaccepte
     if (accepted.size() == missing.size())
         return missing;
 
-    QSet<Identity> acceptedOnes;
+    QSet<ReferenceIdentity> acceptedOnes;
     for (const QSharedPointer<ResourceReference> &reference : accepted)
         acceptedOnes.insert(identityOf(reference));
 

@@ -1,6 +1,7 @@
 #include "references/ResourceReference.h"
 
 #include "errors/Propagate.h"
+#include "references/ReferenceIdentity.h"
 #include "references/ResourceReferenceUtils.h"
 #include "references/SchemeRegistry.h"
 
@@ -164,7 +165,7 @@ QString ResourceReference::schemeFriendlyName(Scheme scheme)
 
 bool ResourceReference::operator==(const ResourceReference &other) const
 {
-    return scheme_ == other.scheme_ && referenceText(false) == other.referenceText(false);
+    return identityOf(*this) == identityOf(other);
 }
 
 std::optional<QString> ResourceReference::referencePath() const

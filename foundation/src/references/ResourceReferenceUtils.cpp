@@ -1,5 +1,7 @@
 #include "references/ResourceReferenceUtils.h"
 
+#include "references/ReferenceIdentity.h"
+
 #include <algorithm>
 
 namespace zel::ResourceReferenceUtils {
@@ -46,9 +48,7 @@ QList<char32_t> charactersOf(const QString &text)
 bool compare(const QSharedPointer<ResourceReference> &left,
              const QSharedPointer<ResourceReference> &right)
 {
-    if (!left || !right)
-        return left == right;
-    return *left == *right;
+    return identityOf(left) == identityOf(right);
 }
 
 QString printable(const QString &text)
