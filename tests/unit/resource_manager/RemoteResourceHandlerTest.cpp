@@ -179,6 +179,10 @@ TEST_F(RemoteResourceHandlerTest, retrieveTask_notFetchable_isEmptyAndLeavesNoHa
 {
     script(u"a"_s).isFetchable = false;
     const auto remote = handler(u"a"_s);
+    // A handle that ends takes the row of this process along.
+    database().run(u"INSERT INTO AcquiringTasks(resourceId, clientId) "
+                   "SELECT r.id, c.id FROM CachedResources r, Clients c"_s);
+    ASSERT_EQ(database().count(u"AcquiringTasks"_s), 1);
     EXPECT_FALSE(remote->retrieveTask().has_value());
     EXPECT_EQ(database().count(u"AcquiringTasks"_s), 0);
 }

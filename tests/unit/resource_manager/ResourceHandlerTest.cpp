@@ -66,12 +66,14 @@ TEST_F(ResourceHandlerTest, isAvailableLocally_nothingThere_isFalse)
 
 TEST_F(ResourceHandlerTest, isAvailableLocally_unreadableFile_isFalse)
 {
-    if (geteuid() != 0)
-        GTEST_SKIP() << "needs to become another user";
-    // Of the system, not to be read by everybody.
-    const auto handler = handlerAt(u"/etc/shadow"_s);
+    const bool isRoot = geteuid() == 0;
+    const QString own = directory.outside(u"closed"_s);
+    writeFile(own, "x");
+    // Root reads everything; for it, one of the system's that is not to be read by everybody.
+    const auto handler = handlerAt(isRoot ? u"/etc/shadow"_s : own);
     EXPECT_TRUE(handler->isAvailableLocally());
-    const OrdinaryUser user;
+    ASSERT_TRUE(QFile::setPermissions(own, {}));
+    const auto user = isRoot ? std::make_unique<OrdinaryUser>() : nullptr;
     EXPECT_FALSE(handler->isAvailableLocally());
 }
 

@@ -164,9 +164,15 @@ TEST_F(ResourceManagerFileSizesTest, updateFileSizes_schemeFile_neverReachesTheC
 
 TEST_F(ResourceManagerFileSizesTest, updateFileSizes_notHereOrElsewhere_isLeftOut)
 {
+    const auto notHere = fetched(u"a"_s, u"a.dat"_s);
+    ASSERT_TRUE(QFile::remove(inCache(u"a"_s, u"a.dat"_s)));
+    fetched(u"b"_s, u"b.dat"_s);
     const auto elsewhere = QSharedPointer<PlacedHandler>::create(
         u"b"_s, PathImpl<PathType::Unknown>(directory.outside(u"b"_s)));
-    EXPECT_TRUE(succeeds(ResourceManager::updateFileSizes({ handler(u"a"_s), elsewhere })));
+    database().run(u"UPDATE CachedResources SET fileSize = 7"_s);
+    EXPECT_TRUE(succeeds(ResourceManager::updateFileSizes({ notHere, elsewhere })));
+    EXPECT_EQ(storedSize(u"a"_s), 7);
+    EXPECT_EQ(storedSize(u"b"_s), 7);
 }
 
 TEST_F(ResourceManagerFileSizesTest, updateFileSizes_noPath_endsAtOnce)
