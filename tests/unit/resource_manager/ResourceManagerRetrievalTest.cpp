@@ -391,6 +391,10 @@ TEST_F(ResourceManagerRetrievalTest, retrieve_moreThanSix_sixAreFetchedAtOnceAnd
 {
     std::atomic<int> running = 0;
     std::atomic<int> most = 0;
+    // Once the caller waits, it has started all that it starts at once.
+    std::atomic<bool> isWaiting = false;
+    QMetaObject::invokeMethod(
+        qApp, [&isWaiting] { isWaiting = true; }, Qt::QueuedConnection);
     const auto begin = [&] {
         const int now = ++running;
         for (int before = most; before < now && !most.compare_exchange_weak(before, now);) { }
@@ -401,7 +405,7 @@ TEST_F(ResourceManagerRetrievalTest, retrieve_moreThanSix_sixAreFetchedAtOnceAnd
         script(name).fetchMode = Task::ExecutionMode::Asynchronous;
         script(name).fetch = [&](Task *, const QString &path) {
             begin();
-            EXPECT_TRUE(waitUntil([&most] { return most >= 6; }));
+            EXPECT_TRUE(waitUntil([&] { return isWaiting && most >= 6; }));
             writeFile(path, "data");
             --running;
             return Error();
