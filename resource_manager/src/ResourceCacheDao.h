@@ -133,7 +133,8 @@ public:
     std::optional<std::chrono::milliseconds> abandonOpen();
 
     /// Begins a transaction, or a nested one inside a live context. Takes the file's write lock at
-    /// once and waits up to 10 s for it; code 1 after that.
+    /// once and waits up to 10 s for it; code 1 after that. A thread has a transaction of one
+    /// object at a time, whatever the file: a debug build ends the program otherwise.
     Result<std::unique_ptr<TransactionContext>> createTransaction();
 
     /// Adds a resource; fails if the reference is known. `lastAccess` in milliseconds since the
