@@ -81,11 +81,41 @@ TEST_F(ResourceCacheDaoSchemaTest, open_absentFile_storesTheTextsToTheBlank)
               "status TEXT NOT NULL, cleanupPolicy TEXT NOT NULL, "
               "lastAccessDateTime INTEGER NOT NULL, "
               "lastStatusUpdateClientId INTEGER NOT NULL, version TEXT)"_s);
+    EXPECT_EQ(schemaOf(u"ResourceUsages"_s),
+              u"CREATE TABLE ResourceUsages (id INTEGER PRIMARY KEY AUTOINCREMENT,"
+              "resourceId INTEGER NOT NULL, clientId INTEGER NOT NULL)"_s);
+    EXPECT_EQ(schemaOf(u"AcquiringTasks"_s),
+              u"CREATE TABLE AcquiringTasks (id INTEGER PRIMARY KEY AUTOINCREMENT, "
+              "resourceId INTEGER NOT NULL, progress INTEGER, clientId INTEGER NOT NULL)"_s);
     EXPECT_EQ(schemaOf(u"CacheMetadata"_s),
               u"CREATE TABLE CacheMetadata(currentSize INTEGER, lastScanTimestamp INTEGER)"_s);
     EXPECT_EQ(schemaOf(u"Clients"_s),
               u"CREATE TABLE Clients (id INTEGER PRIMARY KEY AUTOINCREMENT , "
               "processId INTEGER UNIQUE NOT NULL, lastPingTime INTEGER NOT NULL)"_s);
+    EXPECT_EQ(schemaOf(u"idx_CachedResources_reference"_s),
+              u"CREATE UNIQUE INDEX idx_CachedResources_reference "
+              "ON CachedResources(reference)"_s);
+}
+
+TEST_F(ResourceCacheDaoSchemaTest, open_absentFile_storesTheTriggersToTheBlank)
+{
+    ASSERT_TRUE(succeeded(dao.open(path())));
+
+    EXPECT_EQ(schemaOf(u"updateOverallSizeOnInsert"_s),
+              u"CREATE TRIGGER updateOverallSizeOnInsert AFTER INSERT ON CachedResources BEGIN "
+              "UPDATE CacheMetadata SET currentSize = "
+              "(SELECT COALESCE(currentSize, 0) FROM CacheMetadata) "
+              "+ COALESCE(NEW.fileSize, 0); END"_s);
+    EXPECT_EQ(schemaOf(u"updateOverallSizeOnUpdate"_s),
+              u"CREATE TRIGGER updateOverallSizeOnUpdate AFTER UPDATE ON CachedResources BEGIN "
+              "UPDATE CacheMetadata SET currentSize = "
+              "(SELECT COALESCE(currentSize, 0) FROM CacheMetadata) "
+              "+ COALESCE(NEW.fileSize, 0) - COALESCE(OLD.fileSize, 0); END"_s);
+    EXPECT_EQ(schemaOf(u"updateOverallSizeOnDelete"_s),
+              u"CREATE TRIGGER updateOverallSizeOnDelete AFTER DELETE ON CachedResources BEGIN "
+              "UPDATE CacheMetadata SET currentSize = "
+              "(SELECT COALESCE(currentSize, 0) FROM CacheMetadata) "
+              "- COALESCE(OLD.fileSize, 0); END"_s);
     EXPECT_EQ(schemaOf(u"updateStatusOnAcquireTaskInsert"_s),
               u"CREATE TRIGGER updateStatusOnAcquireTaskInsert AFTER INSERT ON AcquiringTasks "
               "WHEN EXISTS(SELECT 1 FROM CachedResources cr WHERE cr.id = NEW.resourceId "

@@ -1,3 +1,4 @@
+#include "FailingStatement.h"
 #include "ResourceCacheDaoFixture.h"
 #include "SqliteFunction.h"
 
@@ -6,6 +7,7 @@
 #include <QSqlError>
 #include <QSqlQuery>
 
+#include <climits>
 #include <thread>
 
 using namespace zel;
@@ -223,6 +225,93 @@ TEST_F(ResourceCacheDaoTransactionTest, insertResource_triggerFails_leavesNoPart
         dao.insertResource(u"test:a"_s, ResourceStatus::Ready, ResourceCleanupPolicy::Never, 2),
         u"no such table"_s));
     EXPECT_EQ(database().count(u"CachedResources"_s), 0);
+}
+
+namespace {
+
+/// A change that is refused when it has been made, so that only a rollback takes it back.
+struct Refusal
+{
+    const char *name;
+    const char *event; ///< of a trigger
+    Error (*change)(ResourceCacheDao &dao);
+};
+
+void PrintTo(const Refusal &refusal, std::ostream *out)
+{
+    *out << refusal.name;
+}
+
+class ResourceCacheDaoRefusalTest : public ResourceCacheDaoTransactionTest,
+                                    public testing::WithParamInterface<Refusal>
+{
+protected:
+    QStringList rows()
+    {
+        return database().column(
+            u"SELECT reference || ' ' || status FROM CachedResources UNION ALL "
+            "SELECT resourceId || ' ' || IFNULL(progress, 'none') FROM AcquiringTasks UNION ALL "
+            "SELECT processId || ' ' || lastPingTime FROM Clients"_s);
+    }
+};
+
+const Refusal refusals[] = {
+    { "insertResource", "INSERT ON CachedResources",
+      [](ResourceCacheDao &dao) {
+          return dao.insertResource(u"test:c"_s, ResourceStatus::Missing,
+                                    ResourceCleanupPolicy::Never, 2);
+      } },
+    { "updateClientLastPingTime", "UPDATE ON Clients",
+      [](ResourceCacheDao &dao) {
+          return dao.updateClientLastPingTime(5);
+      } },
+    { "addRetrievingTask", "INSERT ON AcquiringTasks",
+      [](ResourceCacheDao &dao) {
+          return dao.addRetrievingTask(u"test:b"_s);
+      } },
+    { "updateProgress", "UPDATE ON AcquiringTasks",
+      [](ResourceCacheDao &dao) {
+          return dao.updateProgress(u"test:a"_s, 40);
+      } },
+    { "deleteRetrievingTask", "DELETE ON AcquiringTasks",
+      [](ResourceCacheDao &dao) {
+          return dao.deleteRetrievingTask(u"test:a"_s);
+      } },
+};
+
+} // namespace
+
+TEST_P(ResourceCacheDaoRefusalTest, change_refusedWhenItIsMade_isRolledBack)
+{
+    insert(u"test:a"_s);
+    insert(u"test:b"_s);
+    ASSERT_TRUE(succeeded(dao.addRetrievingTask(u"test:a"_s)));
+    const QStringList before = rows();
+    database().run(
+        u"CREATE TRIGGER refusal AFTER %1 BEGIN SELECT RAISE(FAIL, 'refused'); END"_s.arg(
+            QString::fromLatin1(GetParam().event)));
+    EXPECT_TRUE(failedInDriver(GetParam().change(dao), u"refused"_s));
+    EXPECT_EQ(rows(), before);
+
+    database().run(u"DROP TRIGGER refusal"_s);
+    EXPECT_TRUE(succeeded(GetParam().change(dao)));
+    EXPECT_NE(rows(), before);
+}
+
+INSTANTIATE_TEST_SUITE_P(EachChange, ResourceCacheDaoRefusalTest, testing::ValuesIn(refusals),
+                         [](const auto &refusal) { return std::string(refusal.param.name); });
+
+TEST_F(ResourceCacheDaoTransactionTest,
+       updateIntermediateStatusesForClient_nothingToRevert_isOneStatement)
+{
+    const qint64 dead = addClient(1'000'001);
+    insert(u"test:a"_s, ResourceStatus::Ready);
+    insert(u"test:b"_s);
+    setTransient(u"test:b"_s, ResourceStatus::Acquiring, ownClientId());
+    const Context context = transaction();
+    const FailingStatement counter(INT_MAX);
+    ASSERT_TRUE(succeeded(dao.updateIntermediateStatusesForClient(context.get(), dead)));
+    EXPECT_EQ(counter.seen(), 1);
 }
 
 TEST_F(ResourceCacheDaoTransactionTest, updateResourceCleanupPolicy_noRow_changesNothing)
