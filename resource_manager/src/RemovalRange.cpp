@@ -36,14 +36,19 @@ RemovalRange::RemovalRange(const QString &dataDirectory)
 
 QDir RemovalRange::of(const QString &path) const
 {
-    QDir folder = QFileInfo(path).dir();
+    return foldersOf(path).last();
+}
+
+QList<QDir> RemovalRange::foldersOf(const QString &path) const
+{
+    QList<QDir> folders { QFileInfo(path).dir() };
     while (true) {
-        const QDir parent = parentOf(folder);
+        const QDir parent = parentOf(folders.last());
         if (endsAt(parent))
-            return folder;
-        if (parent.absolutePath() == folder.absolutePath())
-            return folder; // the root of the file system has no parent
-        folder = parent;
+            return folders;
+        if (parent.absolutePath() == folders.last().absolutePath())
+            return folders; // the root of the file system has no parent
+        folders.append(parent);
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDir>
+#include <QList>
 #include <QString>
 
 namespace zel {
@@ -18,6 +19,8 @@ public:
 
     /// `path`: the cleaned path of an existing resource.
     QDir of(const QString &path) const;
+    /// All that go, each in the next one: the folder around the resource first, of() last.
+    QList<QDir> foldersOf(const QString &path) const;
 
 private:
     bool endsAt(const QDir &parent) const;

@@ -67,6 +67,27 @@ QString toText(const QList<ResourceCacheDao::PinningClient> &clients)
     return u"Largest users: %1"_s.arg(texts.isEmpty() ? u"none"_s : texts.join(u", "_s));
 }
 
+/// Removes the folder around a resource, and those above that hold nothing else.
+///
+/// Not all of them at once, though they were looked at before:
+/// 1. Process A, which has the semaphore, finds that a folder holds nothing but its resource's.
+/// 2. Process B begins a fetch, for which it needs no semaphore, and makes a folder beside that.
+/// 3. Process A would remove what B has fetched so far.
+Error removeFolders(const QList<QDir> &folders)
+{
+    Error error;
+    ZEL_TRY(error, TreeRemoval::remove(folders.first().absolutePath()));
+    for (const QDir &folder : folders.sliced(1)) {
+        if (QDir().rmdir(folder.absolutePath()))
+            continue;
+        if (!folder.isEmpty())
+            break;
+        // Hidden entries keep no folder, and if something else does, it has to be told.
+        ZEL_TRY(error, TreeRemoval::remove(folder.absolutePath()));
+    }
+    return error;
+}
+
 /// Whether the reference stands for a newer major version than the copy was made of.
 bool isOutdated(const QVersionNumber &stored, const QVersionNumber &declared)
 {
@@ -235,15 +256,15 @@ Error ResourceCache::Private::removeResourceAndUpdateStatus(TransactionContext *
     Error error;
     const QString target = QDir::cleanPath(localPath);
     if (QFileInfo::exists(target)) {
-        const QDir range = RemovalRange(cachePath.cacheDataDir()).of(target);
+        const QList<QDir> folders = RemovalRange(cachePath.cacheDataDir()).foldersOf(target);
         if (zacq::Zacq::isSparseZacq(localPath, false))
             ZEL_TRY(error, zacq::Zacq::remove(localPath));
         else
             withdraw(target);
-        error = ZEL_PASS(TreeRemoval::remove(range.absolutePath()));
+        error = ZEL_PASS(removeFolders(folders));
         if (error.hasError()) {
-            qCWarning(lcResourceManager)
-                << "Unable to remove dir" << range.absolutePath() << "referenced by" << reference;
+            qCWarning(lcResourceManager) << "Unable to remove dir" << folders.last().absolutePath()
+                                         << "referenced by" << reference;
             ZEL_DROP(error); // says which name stayed
             return ZEL_ERROR(ErrorCode::OperationFailed, tr("Unable to remove resource."));
         }

@@ -100,3 +100,12 @@ TEST_F(RemovalRangeTest, of_prefixOfTheRootsName_isNotTheRoot)
     EXPECT_EQ(RemovalRange(root()).of(cache.baseDir() + u"/Cache2/a/b/file"_s).absolutePath(),
               cache.baseDir() + u"/Cache2/a"_s);
 }
+
+TEST_F(RemovalRangeTest, foldersOf_deeperLonelyFolders_areAllFromTheInside)
+{
+    file(u"a/b/c/d/file"_s);
+    QStringList paths;
+    for (const QDir &folder : RemovalRange(root()).foldersOf(below(u"a/b/c/d/file"_s)))
+        paths.append(folder.absolutePath());
+    EXPECT_EQ(paths, QStringList({ below(u"a/b/c/d"_s), below(u"a/b/c"_s), below(u"a/b"_s) }));
+}

@@ -1,6 +1,9 @@
 #include "support/PurgeFixture.h"
 
 #include "AsAnybody.h"
+#include "FileSteps.h"
+
+#include <atomic>
 
 #include <sys/stat.h>
 
@@ -24,6 +27,36 @@ protected:
     }
 };
 
+/// Makes a file, with the folders around it, right before a folder is removed.
+class ArrivalBeforeRemoval final : public FileStepWatcher
+{
+public:
+    ArrivalBeforeRemoval(const QString &removed, const QString &arriving)
+        : removed(removed.toStdString())
+        , arriving(arriving)
+    {
+        watchFileSteps(this);
+    }
+    ArrivalBeforeRemoval(const ArrivalBeforeRemoval &) = delete;
+    ArrivalBeforeRemoval &operator=(const ArrivalBeforeRemoval &) = delete;
+    ~ArrivalBeforeRemoval() override { watchFileSteps(nullptr); }
+
+    std::atomic<bool> hasArrived = false;
+
+private:
+    int before(const FileStep &step) override
+    {
+        if (!hasArrived && step.kind == FileStep::Kind::RemoveFolder && pathOf(step) == removed) {
+            hasArrived = true;
+            writeFile(arriving, "fetched so far");
+        }
+        return 0;
+    }
+
+    const std::string removed;
+    const QString arriving;
+};
+
 } // namespace
 
 TEST_F(ResourceCachePurgePathsTest,
@@ -41,6 +74,26 @@ TEST_F(ResourceCachePurgePathsTest, purgeCacheIfNeeded_deeperAndAlone_takesTheLo
     purge(u"a/b/c/d/file"_s);
     EXPECT_TRUE(isOnDisk(u"a"_s));
     EXPECT_FALSE(isOnDisk(u"a/b"_s));
+}
+
+TEST_F(ResourceCachePurgePathsTest, purgeCacheIfNeeded_hiddenEntriesInLonelyFolders_goAlong)
+{
+    open(1000, 2000);
+    writeFile(dataPath(u"a/b/c/.left/f"_s), "x");
+    ASSERT_TRUE(QFile::link(u"nowhere"_s, dataPath(u"a/b/broken"_s)));
+    purge(u"a/b/c/d/file"_s);
+    EXPECT_TRUE(isOnDisk(u"a"_s));
+    EXPECT_FALSE(isOnDisk(u"a/b"_s));
+}
+
+TEST_F(ResourceCachePurgePathsTest, purgeCacheIfNeeded_fetchBeginsInALonelyFolder_leavesItsData)
+{
+    open(1000, 2000);
+    const ArrivalBeforeRemoval fetch(dataPath(u"a/b/c"_s), dataPath(u"a/b/other/file"_s));
+    purge(u"a/b/c/file"_s);
+    EXPECT_TRUE(fetch.hasArrived);
+    EXPECT_EQ(readFile(dataPath(u"a/b/other/file"_s)), "fetched so far");
+    EXPECT_FALSE(isOnDisk(u"a/b/c"_s));
 }
 
 TEST_F(ResourceCachePurgePathsTest, purgeCacheIfNeeded_deeperInCompany_leavesTheCompany)
