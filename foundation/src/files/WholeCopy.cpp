@@ -8,6 +8,7 @@
 #include "platform/TreeRemoval.h"
 #include "platform/VolumeMove.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -17,10 +18,13 @@
 namespace zel {
 
 using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
 constexpr QLatin1StringView prefix(".adding-");
+/// No copy that runs leaves what it writes alone for so long.
+constexpr std::chrono::hours longestPause(24);
 
 std::atomic<int> copiesBegun = 0;
 
@@ -28,8 +32,37 @@ std::atomic<int> copiesBegun = 0;
 QString incomingFor(const QString &target)
 {
     const ProcessIdentity self = ProcessIdentity::current();
-    return u"%1/%2%3-%4-%5"_s.arg(QFileInfo(target).path(), prefix, QString::number(self.pid),
-                                  QString::number(self.startTime), QString::number(++copiesBegun));
+    return u"%1/%2%3-%4-%5-%6"_s.arg(QFileInfo(target).path(), prefix, QString::number(self.pid),
+                                     QString::number(self.startTime),
+                                     QString::number(++copiesBegun),
+                                     QString::number(ProcessIdentity::numberSpace()));
+}
+
+/// What a name of incomingFor() tells. Those of older programs end before the last number.
+struct Maker
+{
+    explicit Maker(const QByteArray &name)
+    {
+        const QList<QByteArray> numbers = name.mid(prefix.size()).split('-');
+        process = { numbers.value(0).toLongLong(), numbers.value(1).toLongLong(),
+                    ProcessIdentity::current().bootId };
+        numberSpace = numbers.value(3).toLongLong();
+    }
+
+    bool canBeSeen() const
+    {
+        return numberSpace == 0 || numberSpace == ProcessIdentity::numberSpace();
+    }
+
+    ProcessIdentity process;
+    qint64 numberSpace = 0; ///< 0 if it is not told
+};
+
+std::chrono::milliseconds timeSinceChange(const QFileInfo &info)
+{
+    // Not the time of the content, which comes from the source.
+    return std::chrono::milliseconds(
+        info.metadataChangeTime().msecsTo(QDateTime::currentDateTime()));
 }
 
 void removeRemains(const QDir &folder)
@@ -37,8 +70,9 @@ void removeRemains(const QDir &folder)
     const QStringList names
         = folder.entryList({ prefix + u'*' }, QDir::AllEntries | QDir::Hidden | QDir::System);
     for (const QString &name : names) {
-        if (!WholeCopy::isInProgress(QFile::encodeName(name)))
-            ZEL_DROP(TreeRemoval::remove(folder.filePath(name))); // it is in nobody's way
+        const QString path = folder.filePath(name);
+        if (!WholeCopy::isInProgress(QFile::encodeName(name), timeSinceChange(QFileInfo(path))))
+            ZEL_DROP(TreeRemoval::remove(path)); // it is in nobody's way
     }
 }
 
@@ -90,10 +124,15 @@ bool WholeCopy::isOnItsWay(const QByteArray &name)
 
 bool WholeCopy::isInProgress(const QByteArray &name)
 {
-    const QList<QByteArray> numbers = name.mid(prefix.size()).split('-');
-    const ProcessIdentity owner { numbers.value(0).toLongLong(), numbers.value(1).toLongLong(),
-                                  ProcessIdentity::current().bootId };
-    return isOnItsWay(name) && owner.isAlive();
+    return isInProgress(name, 0ms);
+}
+
+bool WholeCopy::isInProgress(const QByteArray &name, std::chrono::milliseconds unchangedFor)
+{
+    if (!isOnItsWay(name))
+        return false;
+    const Maker maker(name);
+    return maker.canBeSeen() ? maker.process.isAlive() : unchangedFor < longestPause;
 }
 
 WholeCopy::Placed WholeCopy::Placed::at(const QString &path)

@@ -71,6 +71,13 @@ bool ProcessIdentity::isAlive() const
     return pid > 0 && bootId == bootIdNow() && startTimeOf(pid) == startTime;
 }
 
+qint64 ProcessIdentity::numberSpace()
+{
+    // A link to "pid:[4026531836]".
+    const QString name = QFile::symLinkTarget(u"/proc/self/ns/pid"_s);
+    return name.section(u'[', 1).chopped(name.endsWith(u']') ? 1 : 0).toLongLong();
+}
+
 std::optional<qint64> ProcessIdentity::startOf(qint64 pid)
 {
     const auto ticks = startTimeOf(pid);

@@ -19,6 +19,11 @@ struct ZEL_RESOURCE_MANAGER_EXPORT ProcessIdentity
     /// Whether the process lives, as far as this process can see others.
     bool isAlive() const;
 
+    /// Tells which numbers of processes this process sees, those of the machine or those of a
+    /// container: a number that comes from elsewhere means nothing here. 0 where the system does
+    /// not tell.
+    static qint64 numberSpace();
+
     /// When the process that has this number now was started, in milliseconds since the epoch;
     /// right to a fraction of a second, unless the clock of the machine was set since. Empty if
     /// there is no such process, as far as this process can see others.

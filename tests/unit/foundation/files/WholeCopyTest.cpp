@@ -14,6 +14,7 @@
 #include <QTemporaryDir>
 
 #include <cerrno>
+#include <chrono>
 #include <functional>
 
 #include <unistd.h>
@@ -21,6 +22,7 @@
 using namespace zel;
 using namespace zel::test;
 using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -125,6 +127,48 @@ TEST_F(WholeCopyTest, copy_remainsOfKilledCopies_goAndACopyUnderWayStays)
     writeFile(at(u"place/.adding-999999999-7"_s), "half");
     EXPECT_FALSE(WholeCopy::copy(at(u"source/a"_s), at(u"place/run.raw"_s)).hasError());
     EXPECT_EQ(atThePlace(), QStringList({ underWay, u"run.raw"_s }));
+}
+
+// The process is none of this machine's, as far as can be seen, but it may live all the same.
+TEST_F(WholeCopyTest, copy_copyUnderWayInAnotherContainer_stays)
+{
+    const QString elsewhere = QString::number(ProcessIdentity::numberSpace() + 1);
+    const QString underWay = u".adding-999999999-7-1-"_s + elsewhere;
+    writeFile(at(u"place/"_s + underWay), "half");
+    EXPECT_FALSE(WholeCopy::copy(at(u"source/a"_s), at(u"place/run.raw"_s)).hasError());
+    EXPECT_EQ(atThePlace(), QStringList({ underWay, u"run.raw"_s }));
+}
+
+TEST_F(WholeCopyTest, isInProgress_makersHereAndElsewhere_onlyTheUnseenGoByTheirAge)
+{
+    const ProcessIdentity self = ProcessIdentity::current();
+    const QByteArray own = ".adding-" + QByteArray::number(self.pid) + '-'
+        + QByteArray::number(self.startTime) + "-1-";
+    const QByteArray dead = ".adding-999999999-7-1-";
+    const QByteArray here = QByteArray::number(ProcessIdentity::numberSpace());
+    const QByteArray elsewhere = QByteArray::number(ProcessIdentity::numberSpace() + 1);
+    for (const auto age : { 0h, 23h, 25h }) {
+        EXPECT_TRUE(WholeCopy::isInProgress(own + here, age));
+        EXPECT_FALSE(WholeCopy::isInProgress(dead + here, age));
+        EXPECT_EQ(WholeCopy::isInProgress(own + elsewhere, age), age < 24h);
+        EXPECT_EQ(WholeCopy::isInProgress(dead + elsewhere, age), age < 24h);
+        EXPECT_FALSE(WholeCopy::isInProgress("run-1-2-3-" + elsewhere, age));
+    }
+    EXPECT_TRUE(WholeCopy::isInProgress(dead + elsewhere));
+}
+
+TEST_F(WholeCopyTest, copy_itsNameOnTheWay_tellsOfItsProcessAndItsNumberSpace)
+{
+    const ProcessIdentity self = ProcessIdentity::current();
+    QStringList found;
+    const LateComer look((at(u"place/run.raw"_s)).toStdString(), [&] { found = atThePlace(); });
+    EXPECT_FALSE(WholeCopy::copy(at(u"source/a"_s), at(u"place/run.raw"_s)).hasError());
+    ASSERT_EQ(found.size(), 1);
+    const QStringList parts = found.first().split(u'-');
+    ASSERT_EQ(parts.size(), 5);
+    EXPECT_EQ(parts.at(1), QString::number(self.pid));
+    EXPECT_EQ(parts.at(2), QString::number(self.startTime));
+    EXPECT_EQ(parts.at(4), QString::number(ProcessIdentity::numberSpace()));
 }
 
 TEST_F(WholeCopyTest, copy_linkThatLeadsOut_isTold)

@@ -5,6 +5,7 @@
 
 #include <csignal>
 
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,6 +17,14 @@ TEST(ProcessIdentityTest, current_isAliveAndAlwaysTheSame)
     EXPECT_TRUE(ProcessIdentity::current().isAlive());
     EXPECT_EQ(ProcessIdentity::current(), ProcessIdentity::current());
     EXPECT_EQ(ProcessIdentity::current().pid, QCoreApplication::applicationPid());
+}
+
+TEST(ProcessIdentityTest, numberSpace_asTheSystemTellsIt_isItsNumber)
+{
+    struct stat status;
+    ASSERT_EQ(::stat("/proc/self/ns/pid", &status), 0);
+    EXPECT_GT(ProcessIdentity::numberSpace(), 0);
+    EXPECT_EQ(ProcessIdentity::numberSpace(), qint64(status.st_ino));
 }
 
 TEST(ProcessIdentityTest, isAlive_anotherProcessUnderTheSameNumber_isFalse)
