@@ -99,10 +99,6 @@
         <source>the server does not tell of &quot;%1&quot;: %2</source>
         <translation>der Server gibt über „%1“ keine Auskunft: %2</translation>
     </message>
-    <message>
-        <source>the server leads to an address without encryption</source>
-        <translation>der Server leitet auf eine Adresse ohne Verschlüsselung weiter</translation>
-    </message>
 </context>
 <context>
     <name>zel::DavCollection</name>
@@ -257,6 +253,10 @@
     <message>
         <source>the server redirects without end</source>
         <translation>der Server leitet endlos weiter</translation>
+    </message>
+    <message>
+        <source>the server leads to an address without encryption</source>
+        <translation>der Server leitet auf eine Adresse ohne Verschlüsselung weiter</translation>
     </message>
 </context>
 <context>

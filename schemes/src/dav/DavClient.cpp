@@ -128,16 +128,10 @@ DavClient::Answer DavClient::askOnce(HttpQuery query)
 {
     ListReceiver receiver;
     Answer answer;
-    const bool isEncrypted = query.url.isEncrypted();
     answer.outcome = session.exchange(std::move(query), &receiver, watch.isCanceled);
     const bool isList = answer.outcome.isAnswered() && answer.outcome.head.status() == 207;
     if (isList || receiver.hasRefused())
         answer.fault = receiver.end();
-    // What is asked next would go there in the clear, and a password with it.
-    if (isList && isEncrypted && !answer.outcome.url.isEncrypted()) {
-        answer.fault = Error(ErrorCode::OperationFailed,
-                             tr("the server leads to an address without encryption"));
-    }
     if (isList)
         answer.resources = receiver.resources();
     return answer;

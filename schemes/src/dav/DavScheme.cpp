@@ -16,7 +16,10 @@ Error registerDavScheme(const HttpSettings &settings)
     dav.version = QVersionNumber(1, 0);
     dav.parser = &DavReference::parse;
 
-    const auto describe = [settings](const QSharedPointer<DavReference> &source) {
+    // What is asked next would go there in the clear, and a password with it.
+    HttpSettings safe = settings;
+    safe.staysEncrypted = true;
+    const auto describe = [settings = safe](const QSharedPointer<DavReference> &source) {
         CopiedResource resource;
         resource.name = source->fileName();
         resource.exists = [=] {

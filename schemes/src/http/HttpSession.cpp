@@ -1,5 +1,6 @@
 #include "http/HttpSession.h"
 
+#include "errors/Propagate.h"
 #include "http/HostLimiter.h"
 #include "http/HttpRequest_p.h"
 
@@ -68,6 +69,8 @@ public:
                     const std::function<bool()> &isCanceled);
     /// Runs the request to its end; empty if it came to none of its own.
     std::optional<HttpOutcome> drive(HttpRequest &request, const std::function<bool()> &isCanceled);
+    /// Where a redirect leads, unless it is not to be followed.
+    Result<HttpUrl> targetOf(const HttpOutcome &redirect) const;
 
     const HttpSettings settings;
     const std::unique_ptr<CURLM, MultiDeleter> multi;
@@ -113,6 +116,16 @@ std::optional<HttpOutcome> HttpSession::Private::drive(HttpRequest &request,
     return std::nullopt;
 }
 
+Result<HttpUrl> HttpSession::Private::targetOf(const HttpOutcome &redirect) const
+{
+    ZEL_TRY_LET(const HttpUrl target, redirect.url.redirected(redirect.head.header("location")));
+    if (settings.staysEncrypted && redirect.url.isEncrypted() && !target.isEncrypted()) {
+        return ZEL_ERROR(ErrorCode::OperationFailed,
+                         tr("the server leads to an address without encryption"));
+    }
+    return target;
+}
+
 HttpSession::HttpSession(const HttpSettings &settings)
     : d(std::make_unique<Private>(settings))
 {
@@ -133,7 +146,7 @@ HttpOutcome HttpSession::exchange(HttpQuery query, HttpReceiver *receiver,
         if (hops == d->settings.redirects)
             return ended(HttpOutcome::End::Hopeless, tr("the server redirects without end"));
 
-        const Result<HttpUrl> next = query.url.redirected(outcome.head.header("location"));
+        const Result<HttpUrl> next = d->targetOf(outcome);
         if (!next.hasValue())
             return ended(HttpOutcome::End::Hopeless, next.error().errorMessage());
         withCredentials &= mayTakeCredentials(query.url, next.value());

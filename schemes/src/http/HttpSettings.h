@@ -32,6 +32,7 @@ struct HttpSettings
     std::function<void(std::chrono::milliseconds)> wait;
 
     int redirects = 10;
+    bool staysEncrypted = false; ///< no redirect is followed from TLS to an address without it
     int transfersPerHost = 2; ///< of this process
     qint64 headBytes = 256 * 1024; ///< an answer with a longer head is refused
 

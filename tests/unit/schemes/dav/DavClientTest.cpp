@@ -198,6 +198,7 @@ TEST_F(DavClientTest, ask_redirectFromTlsToPlain_isRefused)
     options.directives = u"location /d/ { return 302 %1; }"_s.arg(plain.url(u"d/"_s));
     const NginxServer encrypted(options);
     settings.caFile = certificate.certificate;
+    settings.staysEncrypted = true;
     DavClient trusting(settings, u"the folder"_s, {});
 
     const HttpUrl start = url(encrypted.url(u"d/"_s));
@@ -208,6 +209,7 @@ TEST_F(DavClientTest, ask_redirectFromTlsToPlain_isRefused)
         EXPECT_EQ(error.errorMessage(),
                   begin + u"the server leads to an address without encryption"_s);
     }
+    EXPECT_TRUE(plain.requests().isEmpty());
 }
 
 TEST_F(DavClientTest, list_passingTrouble_isAskedAgain)

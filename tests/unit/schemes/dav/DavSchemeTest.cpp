@@ -1,6 +1,7 @@
 #include "dav/DavScheme.h"
 
 #include "DavSchemeFixture.h"
+#include "NginxServer.h"
 #include "ResourceCache.h"
 #include "SelfSignedCertificate.h"
 #include "dav/DavTasks.h"
@@ -14,6 +15,15 @@ using namespace zel::test;
 
 class DavSchemeTest : public DavSchemeFixture
 {
+protected:
+    /// Tells of the folder "run.d" with the file "a" of one byte.
+    static void list(const ScriptedServer::Request &request, ScriptedServer::Connection &connection)
+    {
+        const QByteArray file = DavAnswers::file("/run.d/a", 1);
+        const QByteArray inside = request.header("depth") == "0" ? QByteArray() : file;
+        connection.send(DavAnswers::whole(
+            request.target == "/run.d/a" ? file : DavAnswers::folder("/run.d/") + inside));
+    }
 };
 
 } // namespace
@@ -173,6 +183,36 @@ TEST_F(DavSchemeTest, retrieve_overTls_checksTheCertificate)
     ASSERT_EQ(registerDavScheme(settings), Error());
     const QString path = retrieve(server.url(u"run.d"_s));
     EXPECT_EQ(treeAt(path), treeAt(server.root() + u"/run.d"_s));
+}
+
+TEST_F(DavSchemeTest, retrieve_overTlsButFilesLieInTheClear_isRefused)
+{
+    const ScriptedServer files([](const auto &, auto &connection) {
+        connection.send(ScriptedServer::answer("200 OK", {}, "x"));
+    });
+    const ScriptedServer lists(&DavSchemeTest::list);
+    const QTemporaryDir folder;
+    const SelfSignedCertificate certificate(folder.path());
+    NginxServer::Options options;
+    options.certificate = certificate.certificate;
+    options.certificateKey = certificate.key;
+    options.directives = u"location /run.d { if ($request_method = GET) { return 302 %1; } "
+                         "proxy_pass http://127.0.0.1:%2; }"_s.arg(files.url(u"a"_s),
+                                                                   QString::number(lists.port()));
+    const NginxServer server(options);
+    settings.caFile = certificate.certificate;
+    ASSERT_EQ(registerDavScheme(settings), Error());
+
+    const QString url = u"davs://127.0.0.1:%1/run.d"_s.arg(server.port());
+    for (const QString &resource : { url, url + u"/a"_s }) {
+        const Error error = handler(resource)->retrieve();
+        EXPECT_EQ(error.errorCode(), ErrorCode::OperationFailed);
+        EXPECT_TRUE(
+            error.errorMessage().endsWith(u": the server leads to an address without encryption"_s))
+            << qPrintable(error.description()) << qPrintable(server.errorLog());
+        expectNothingPublished(resource);
+    }
+    EXPECT_TRUE(files.requests().isEmpty());
 }
 
 TEST_F(DavSchemeTest, retrieve_secretInThePath_isSentAndNeitherKeptNorShown)
