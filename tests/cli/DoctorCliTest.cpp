@@ -3,6 +3,7 @@
 #include "CacheProcess.h"
 #include "Printers.h"
 
+#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -27,6 +28,29 @@ TEST_F(DoctorCliTest, doctor_cacheInGoodOrder_isCleanAndChangesNothing)
     const auto run = start({ u"doctor"_s });
     EXPECT_EQ(run->exitCode(), 0);
     EXPECT_EQ(linesOf(run->output()), QStringList { u"The cache is in good order."_s });
+}
+
+TEST_F(DoctorCliTest, doctor_containerWhoseSampleWasMoved_isInGoodOrderAndIntact)
+{
+    const QByteArray sample(100'000, 's');
+    const QByteArray hash = QCryptographicHash::hash(sample, QCryptographicHash::Sha256).toHex();
+    const QString path = u"content/"_s + QString(200, u'n') + u".raw"_s;
+    writeFile(cache.outside(u"x.zacq/"_s + path), sample);
+    const QString reference = sharedFile(
+        u"x.zacq/zacq.json"_s,
+        R"({"format": "zacq", "version": 1, "sample": {"name": "x", "size": 100000, "path": ")"
+            + path.toUtf8() + R"(", "hash": "sha256:)" + hash + R"("}})");
+    const QString container = reference.chopped(u"/zacq.json"_s.size());
+    const auto fetch = start({ u"get"_s, container });
+    ASSERT_EQ(fetch->exitCode(), 0) << fetch->errors().toStdString();
+    ASSERT_TRUE(QFileInfo(cache.dataDir() + u"/zacq"_s).isDir()) << "nothing was moved";
+
+    EXPECT_EQ(doctor({}, 0), QStringList());
+    EXPECT_EQ(start({ u"verify"_s, container })->exitCode(), 0);
+    EXPECT_EQ(start({ u"recount"_s })->exitCode(), 0);
+    EXPECT_GE(currentSize(), 100'000);
+    EXPECT_EQ(doctor({}, 0), QStringList());
+    EXPECT_EQ(start({ u"get"_s, u"--verify"_s, container })->exitCode(), 0);
 }
 
 TEST_F(DoctorCliTest, doctor_noCache_saysSoAndMakesNone)

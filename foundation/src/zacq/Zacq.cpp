@@ -238,6 +238,18 @@ QString Zacq::sparseTarget(const QString &path)
     return isBelow(target, folder.path()) ? QString() : target;
 }
 
+std::optional<Zacq::MovedContent> Zacq::movedContent(const QString &path)
+{
+    const QString target = sparseTarget(path);
+    const auto manifest = ZacqFolder(path).readManifest();
+    if (target.isEmpty() || !manifest.hasValue())
+        return {};
+    const QString &sample = manifest.value().samplePath;
+    const QString placeInTarget = QFileInfo(manifest.value().targetSamplePath()).path();
+    return MovedContent { sample.contains(u'/') ? QFileInfo(sample).path() : QString(),
+                          target + u'/' + placeInTarget };
+}
+
 Error Zacq::extractSample(const QString &target) const
 {
     Error error;

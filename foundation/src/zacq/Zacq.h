@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 
 #include <memory>
+#include <optional>
 
 namespace zel::zacq {
 
@@ -86,6 +87,16 @@ public:
     /// for every other one, for one that cannot be read, and if the target does not name the
     /// container as its owner or lies in it.
     static QString sparseTarget(const QString &path);
+
+    /// What a conversion has moved: the content of a folder, or the sample alone where that lay
+    /// beside the manifest.
+    struct MovedContent
+    {
+        QString from; ///< the folder, seen from the container; empty for the container itself
+        QString to; ///< the full path of the folder that has it now
+    };
+    /// Of a container that has a sparseTarget().
+    static std::optional<MovedContent> movedContent(const QString &path);
 
     /// Removes the container, of whichever form, and the target of a sparse one if it names this
     /// container as its owner. Code 2 if there is no container at the path, or a link to one:

@@ -4,7 +4,9 @@
 #include "files/NativePath.h"
 #include "integrity/ContentListing.h"
 #include "integrity/ContentSum.h"
+#include "zacq/Zacq.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QHash>
 #include <QSet>
@@ -74,6 +76,42 @@ ContentVerifier::ContentVerifier(const ContentManifest &manifest, const QString 
     : current(manifest)
     , folder(nativePath(folder))
 {
+    findMoved(folder);
+}
+
+void ContentVerifier::findMoved(const QString &folder)
+{
+    const auto content = zacq::Zacq::movedContent(folder + u'/' + QFile::decodeName(current.name));
+    if (!content)
+        return;
+    const QByteArray root = current.name + '/';
+    const QByteArray inner = QFile::encodeName(content->from);
+    moved = { inner.isEmpty() ? root : root + inner + '/', nativePath(content->to),
+              root + QByteArrayLiteral("zacq.json") };
+}
+
+/// With the paths that they had.
+Error ContentVerifier::listMoved(QList<File> &files) const
+{
+    const QByteArray name = QByteArray::fromStdString(moved->to.filename().string());
+    const qsizetype before = files.size();
+    const Error error = ZEL_PASS(ContentListing::add(moved->to.parent_path(), name, files));
+    for (qsizetype i = before; i < files.size(); ++i) {
+        QByteArray &path = files[i].path;
+        path = moved->from + path.mid(name.size() + 1);
+    }
+    return error;
+}
+
+std::filesystem::path ContentVerifier::placeOf(const QByteArray &path) const
+{
+    std::filesystem::path own = folder / path.toStdString();
+    if (!moved || !path.startsWith(moved->from))
+        return own;
+    // Beside the manifest of a container the sample alone has moved.
+    const std::filesystem::path place = moved->to / path.mid(moved->from.size()).toStdString();
+    std::error_code nothing;
+    return exists(symlink_status(place, nothing)) ? place : own;
 }
 
 /// The resource itself and what came along beside it.
@@ -100,6 +138,8 @@ void ContentVerifier::compare()
         if (error.hasError() && error.errorCode() != ErrorCode::BadArgument)
             found.append({ Kind::Unreadable, name, 0, 0, -1, error.errorMessage() });
     }
+    if (const Error error = moved ? listMoved(listed) : Error(); error.hasError())
+        found.append({ Kind::Unreadable, moved->from.chopped(1), 0, 0, -1, error.errorMessage() });
     if (!found.isEmpty())
         return;
     ListedFiles there(listed);
@@ -118,6 +158,8 @@ void ContentVerifier::compare()
 void ContentVerifier::compareFile(qsizetype index, const File *there)
 {
     const File &file = current.files.at(index);
+    if (there && moved && file.path == moved->rewritten)
+        return;
     if (!there)
         note(Kind::Missing, file, 0);
     else if (there->linkTarget != file.linkTarget || there->size > file.size)
@@ -194,7 +236,7 @@ ContentVerifier::End ContentVerifier::readFile(const Due &due, const GoesOn &goe
     // Who has touched the file since may have done so to what was read before.
     if (file.modified != due.modified)
         file.checkedBlocks = 0;
-    auto opened = NativeFile::open(folder / file.path.toStdString(), NativeFile::Mode::Read);
+    auto opened = NativeFile::open(placeOf(file.path), NativeFile::Mode::Read);
     if (!opened.hasValue())
         note(Kind::Unreadable, file, 0, -1, opened.error().errorMessage());
     else if (readBlocks(due, opened.value(), goesOn) == End::CutShort)

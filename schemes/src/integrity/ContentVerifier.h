@@ -5,11 +5,15 @@
 
 #include <filesystem>
 #include <functional>
+#include <optional>
 
 namespace zel {
 
 /// Compares what lies in the cache with its manifest: first names and sizes, which is cheap, then
 /// the bytes. Changes nothing but the manifest that it holds. One thread at a time.
+///
+/// What the cache has moved out of a container with too long paths is looked for where it is now;
+/// the container's own manifest, which that has rewritten, is not compared.
 class ZEL_RESOURCE_SCHEMES_EXPORT ContentVerifier
 {
     Q_DECLARE_TR_FUNCTIONS(zel::ContentVerifier)
@@ -69,7 +73,18 @@ private:
     };
     enum class End { Done, CutShort };
 
+    /// Files that lie elsewhere than their paths say.
+    struct Moved
+    {
+        QByteArray from; ///< what their paths begin with, up to the last slash
+        std::filesystem::path to; ///< the folder that has what follows
+        QByteArray rewritten; ///< the path of a file that is not as it came
+    };
+
     QList<QByteArray> topNames() const;
+    void findMoved(const QString &folder);
+    Error listMoved(QList<ContentManifest::File> &files) const;
+    std::filesystem::path placeOf(const QByteArray &path) const;
     void compareFile(qsizetype index, const ContentManifest::File *found);
     qint64 readBefore(const ContentManifest::File &file) const;
     void forgetProgress();
@@ -83,6 +98,7 @@ private:
 
     ContentManifest current;
     std::filesystem::path folder;
+    std::optional<Moved> moved;
     QList<Due> due;
     QList<Finding> found;
 };

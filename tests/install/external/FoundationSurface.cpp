@@ -204,6 +204,7 @@ void nameContainers(Surface &surface)
     surface.member<const zacq::ZacqMetadata &() const>(&Zacq::metadata);
     surface.member<Error(const QString &, const QString &)>(&Zacq::makeSparseZacqBlocking);
     surface.function<bool(const QString &, bool)>(&Zacq::isSparseZacq);
+    surface.function<std::optional<Zacq::MovedContent>(const QString &)>(&Zacq::movedContent);
     surface.function<QString(const QString &)>(&Zacq::sparseTarget);
     surface.function<Error(const QString &)>(&Zacq::remove);
 }

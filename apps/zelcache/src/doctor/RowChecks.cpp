@@ -3,6 +3,7 @@
 #include "files/FileUtilsGeneric.h"
 #include "integrity/ContentVerifier.h"
 #include "integrity/ManifestStore.h"
+#include "zacq/Zacq.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -55,6 +56,33 @@ std::optional<bool> isAsFetched(const Resource &resource, const ManifestStore &s
         return finding.kind == ContentVerifier::Kind::Extra;
     });
 }
+
+/// Bytes on the disk, by the rules of the count itself, for links and for what has changed since
+/// the walk.
+class ContentSizes
+{
+public:
+    explicit ContentSizes(const QString &path)
+        : own(FileUtilsGeneric::contentSize(path))
+    {
+        const QString target = zacq::Zacq::sparseTarget(path);
+        hasTarget = !target.isEmpty();
+        ofTarget = hasTarget ? FileUtilsGeneric::contentSize(target) : 0;
+    }
+
+    qint64 all() const { return own + ofTarget; }
+    /// A fetch counts a container before the cache moves its sample, for which one manifest becomes
+    /// longer and one comes anew.
+    bool mayHaveBeen(qint64 size) const
+    {
+        return hasTarget && size <= all() && all() - size <= 2 * own;
+    }
+
+private:
+    qint64 own = 0;
+    bool hasTarget = false;
+    qint64 ofTarget = 0;
+};
 
 class RowChecks
 {
@@ -207,11 +235,11 @@ void RowChecks::checkSize(const Resource &resource, const QByteArray &path)
     // The files beside it are counted with the next count of sizes, not with the fetch.
     if (resource.size == size || resource.size == size + beside)
         return;
-    // The rules of the count itself, for links and for what has changed since the walk.
-    const qint64 counted = FileUtilsGeneric::contentSize(resource.path);
-    if (resource.size == counted || resource.size == counted + beside)
+    const ContentSizes sizes(resource.path);
+    if (resource.size == sizes.all() || resource.size == sizes.all() + beside
+        || sizes.mayHaveBeen(resource.size))
         return;
-    addSize(resource, counted);
+    addSize(resource, sizes.all());
 }
 
 /// Data that was cut off is not mended by a row that says so. Without a manifest nobody knows, and

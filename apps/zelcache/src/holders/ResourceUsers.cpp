@@ -1,5 +1,7 @@
 #include "holders/ResourceUsers.h"
 
+#include "output/Json.h"
+
 #include <QCoreApplication>
 #include <QJsonObject>
 #include <QStringList>

@@ -3,6 +3,8 @@
 #include "TemporaryCache.h"
 #include "integrity/ContentListing.h"
 #include "integrity/ContentSum.h"
+#include "zacq/Zacq.h"
+#include "zacq/ZacqWriter.h"
 
 #include <QDir>
 
@@ -84,7 +86,61 @@ QList<Kind> kindsOf(const QList<ContentVerifier::Finding> &findings)
     return kinds;
 }
 
+/// A container whose sample the cache has moved out of it after the fetch.
+class ContentVerifierContainerTest : public ContentVerifierTest
+{
+protected:
+    /// The manifest is that of the container as it came.
+    ContentManifest convert(const QString &samplePath) const
+    {
+        writeFile(folder + u"/sample"_s, "aaaabbbbcc");
+        const QString container = folder + u"/x.zacq"_s;
+        EXPECT_FALSE(zacq::ZacqWriter::createFolder(container, folder + u"/sample"_s, samplePath,
+                                                    u"Sample"_s)
+                         .hasError());
+        writeFile(container + u"/notes.txt"_s, "own");
+        writeFile(container + u"/content/beside.scan"_s, "scan");
+        const ContentManifest manifest = manifestOf("x.zacq");
+        QDir().mkpath(QFileInfo(target).path());
+        EXPECT_FALSE(zacq::Zacq(container).makeSparseZacqBlocking(container, target).hasError());
+        return manifest;
+    }
+
+    const QString target = cache.dataDir() + u"/zacq/a1b2c3.zacq"_s;
+};
+
 } // namespace
+
+TEST_F(ContentVerifierContainerTest, read_sampleWasMoved_findsItWhereItIs)
+{
+    for (const QString &samplePath : { u"content/run.raw"_s, u"run.raw"_s }) {
+        QDir(folder).removeRecursively();
+        QDir(target).removeRecursively();
+        ContentVerifier verifier(convert(samplePath), folder);
+        ASSERT_FALSE(QFile::exists(folder + u"/x.zacq/"_s + samplePath));
+        EXPECT_EQ(kindsOf(verify(verifier)), QList<Kind>()) << qPrintable(samplePath);
+        EXPECT_FALSE(verifier.isOfSomethingElse());
+        for (const ContentManifest::File &file : verifier.manifest().files)
+            EXPECT_EQ(file.verified.isValid(), file.path != "x.zacq/zacq.json") << file.path;
+    }
+}
+
+TEST_F(ContentVerifierContainerTest, read_movedSampleChanged_isFoundUnderThePathThatItHad)
+{
+    const ContentManifest manifest = convert(u"content/run.raw"_s);
+    change(u"../../zacq/a1b2c3.zacq/s/run.raw"_s, "aaaaXbbbcc");
+    ContentVerifier verifier(manifest, folder);
+    const auto findings = verify(verifier);
+    ASSERT_EQ(kindsOf(findings), QList<Kind> { Kind::Changed });
+    EXPECT_EQ(findings.first().path, "x.zacq/content/run.raw");
+    EXPECT_EQ(findings.first().offset, 4);
+
+    QFile::remove(target + u"/s/beside.scan"_s);
+    writeFile(target + u"/s/more"_s, "more");
+    ContentVerifier again(manifest, folder);
+    again.compare();
+    EXPECT_EQ(kindsOf(again.findings()), (QList<Kind> { Kind::Missing, Kind::Extra }));
+}
 
 TEST_F(ContentVerifierTest, read_untouched_findsNothingAndTakesTheTimeDown)
 {
