@@ -121,7 +121,8 @@ TEST_F(ContentVerifierContainerTest, read_sampleWasMoved_findsItWhereItIs)
         EXPECT_EQ(kindsOf(verify(verifier)), QList<Kind>()) << qPrintable(samplePath);
         EXPECT_FALSE(verifier.isOfSomethingElse());
         for (const ContentManifest::File &file : verifier.manifest().files)
-            EXPECT_EQ(file.verified.isValid(), file.path != "x.zacq/zacq.json") << file.path;
+            EXPECT_EQ(file.verified.isValid(), file.path != "x.zacq/zacq.json")
+                << file.path.toStdString();
     }
 }
 
