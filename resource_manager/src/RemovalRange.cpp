@@ -36,7 +36,7 @@ RemovalRange::RemovalRange(const QString &dataDirectory)
 
 QDir RemovalRange::of(const QString &path) const
 {
-    return foldersOf(path).last();
+    return foldersOf(path).constLast();
 }
 
 QList<QDir> RemovalRange::foldersOf(const QString &path) const

@@ -1,5 +1,6 @@
 #include "ResourceHandlerUtils.h"
 
+#include "OwnCopy.h"
 #include "ResourceManager.h"
 #include "errors/Propagate.h"
 
@@ -102,7 +103,7 @@ bool validateReference(const QSharedPointer<ResourceReference> &reference)
 
 Error confirmPrivileges(const QList<QSharedPointer<ResourceHandler>> &handlers)
 {
-    const auto own = handlers; // grab() lets events be delivered, and a slot may clear the other
+    const auto own = ownCopy(handlers); // grab() lets events be delivered
     for (const QSharedPointer<ResourceHandler> &handler : own) {
         if (const auto path = ZEL_PASS(grabbed(handler)); !path.hasValue())
             return path.error();
@@ -130,7 +131,7 @@ Result<QString> localPath(QSharedPointer<ResourceReference> reference)
 
 Result<QList<QString>> localPaths(const QList<QSharedPointer<ResourceHandler>> &handlers)
 {
-    const auto own = handlers; // as above
+    const auto own = ownCopy(handlers); // as above
     QList<QString> paths;
     paths.reserve(own.size());
     for (const QSharedPointer<ResourceHandler> &handler : own) {

@@ -1,5 +1,6 @@
 #include "ResourceManager.h"
 
+#include "OwnCopy.h"
 #include "ResourceCache.h"
 #include "ResourceManager_p.h"
 #include "errors/Propagate.h"
@@ -8,8 +9,7 @@ namespace zel {
 
 namespace {
 
-/// Of a list of the caller's own. That which was handed in may change meanwhile: whoever waits or
-/// asks people lets events be delivered, and a slot may let the handlers go.
+/// Of an own copy: whoever waits or asks people lets events be delivered.
 QList<ResourceHandler *> rawPointers(const ResourceManager::Handlers &handlers)
 {
     QList<ResourceHandler *> pointers;
@@ -82,7 +82,7 @@ Error ResourceManager::retrieve(ResourceHandler *handler, ResourcePromptingInter
 Error ResourceManager::retrieve(const QSharedPointer<ResourceHandler> &handler,
                                 ResourcePromptingInterface *prompting)
 {
-    const auto own = handler;
+    const auto own = ownCopy(handler);
     return ZEL_PASS(retrieve(own.data(), prompting));
 }
 
@@ -94,7 +94,7 @@ Error ResourceManager::retrieve(const QList<ResourceHandler *> &handlers,
 
 Error ResourceManager::retrieve(const Handlers &handlers, ResourcePromptingInterface *prompting)
 {
-    const Handlers own = handlers;
+    const Handlers own = ownCopy(handlers);
     return ZEL_PASS(retrieve(rawPointers(own), prompting));
 }
 
@@ -126,7 +126,7 @@ Result<ResourceManager::Handlers> ResourceManager::retrieve(
 Result<ResourceManager::HandlersByReference> ResourceManager::retrieveWithReferences(
     const References &references, std::optional<ResourceHandler::RetrieveMode> mode)
 {
-    const References own = references;
+    const References own = ownCopy(references);
     ZEL_TRY_LET(const auto handlers, retrieve(own, mode));
     return Private::paired(own, handlers);
 }
@@ -142,7 +142,7 @@ Result<std::unique_ptr<Task>> ResourceManager::retrieveAsync(
     const QSharedPointer<ResourceHandler> &handler, ResourceHandler::AsyncProcessingType type,
     ResourcePromptingInterface *prompting)
 {
-    const auto own = handler;
+    const auto own = ownCopy(handler);
     return ZEL_PASS(retrieveAsync(own.data(), type, prompting));
 }
 
@@ -150,7 +150,7 @@ Result<std::unique_ptr<GroupTask>> ResourceManager::retrieveAsync(
     const Handlers &handlers, ResourceHandler::AsyncProcessingType type,
     ResourcePromptingInterface *prompting)
 {
-    const Handlers own = handlers;
+    const Handlers own = ownCopy(handlers);
     return ZEL_PASS(instance().d->retrieveAsync(rawPointers(own), type, prompting));
 }
 
@@ -161,7 +161,7 @@ Result<bool> ResourceManager::exists(const ResourceHandler *handler)
 
 Result<bool> ResourceManager::exists(const QSharedPointer<ResourceHandler> &handler)
 {
-    const auto own = handler;
+    const auto own = ownCopy(handler);
     return ZEL_PASS(exists(own.data()));
 }
 
@@ -172,7 +172,7 @@ Result<bool> ResourceManager::exists(const QList<ResourceHandler *> &handlers)
 
 Result<bool> ResourceManager::exists(const Handlers &handlers)
 {
-    const Handlers own = handlers;
+    const Handlers own = ownCopy(handlers);
     return ZEL_PASS(exists(rawPointers(own)));
 }
 
@@ -197,14 +197,14 @@ Result<std::unique_ptr<Task>> ResourceManager::existsAsync(
 Result<std::unique_ptr<Task>> ResourceManager::existsAsync(
     const QSharedPointer<ResourceHandler> &handler, ResourceHandler::AsyncProcessingType type)
 {
-    const auto own = handler;
+    const auto own = ownCopy(handler);
     return ZEL_PASS(existsAsync(own.data(), type));
 }
 
 Result<std::unique_ptr<GroupTask>> ResourceManager::existsAsync(
     const Handlers &handlers, ResourceHandler::AsyncProcessingType type)
 {
-    const Handlers own = handlers;
+    const Handlers own = ownCopy(handlers);
     return ZEL_PASS(instance().d->existsAsync(rawPointers(own), type));
 }
 
@@ -222,7 +222,7 @@ Result<QSharedPointer<ResourceMetadata>> ResourceManager::retrieveMetadata(
 Result<QSharedPointer<ResourceMetadata>> ResourceManager::retrieveMetadata(
     const QSharedPointer<ResourceHandler> &handler)
 {
-    const auto own = handler;
+    const auto own = ownCopy(handler);
     return ZEL_PASS(retrieveMetadata(own.data()));
 }
 
@@ -242,7 +242,7 @@ Result<std::unique_ptr<Task>> ResourceManager::retrieveMetadataAsync(
 Result<std::unique_ptr<Task>> ResourceManager::retrieveMetadataAsync(
     const QSharedPointer<ResourceHandler> &handler, ResourceHandler::AsyncProcessingType type)
 {
-    const auto own = handler;
+    const auto own = ownCopy(handler);
     return ZEL_PASS(retrieveMetadataAsync(own.data(), type));
 }
 

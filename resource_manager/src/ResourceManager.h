@@ -194,7 +194,8 @@ public:
 
 Q_SIGNALS:
     /// The settings name another base directory. Sent before the cache moves there.
-    void cachePathChanged(const ResourceCachePath &path);
+    // The type is written as in this class, and so in the texts by which hosts may connect to it.
+    void cachePathChanged(const ResourceCachePath &path); // clazy:exclude=fully-qualified-moc-types
 
 protected:
     /// For subclasses; everybody else has instance(). Reads the settings file if none are given.

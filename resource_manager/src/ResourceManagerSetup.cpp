@@ -18,8 +18,10 @@ namespace {
 
 constexpr int maxRunningTasks = 6;
 
-// What the host asked for before the manager exists; read once, when it is made.
-constinit std::optional<ResourceManagerSettings> defaultSettingsOverride;
+// What the host asked for before the manager exists; read once, when it is made. No code runs for
+// these when the library loads, and nobody asks for them at its end.
+constinit std::optional<ResourceManagerSettings> // clazy:exclude=non-pod-global-static
+    defaultSettingsOverride;
 constinit std::optional<std::chrono::days> fullScanIntervalOverride;
 
 struct AddedProvider
@@ -27,7 +29,7 @@ struct AddedProvider
     ExtendableEnumRef<FileTypes::FileTypeData> type;
     std::function<std::unique_ptr<AssociatedResourcesProviderInterface>()> make;
 };
-constinit std::vector<AddedProvider> addedProviders;
+constinit std::vector<AddedProvider> addedProviders; // clazy:exclude=non-pod-global-static
 
 } // namespace
 

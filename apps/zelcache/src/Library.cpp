@@ -72,7 +72,7 @@ Result<Value> orWhichCache(const ResourceManagerSettings &settings, Result<Value
         return outcome;
     const QString text = Texts::tr("The cache in %1 cannot be read: %2");
     const QString baseDir = settings.cachePath.baseDirPath();
-    const QString place = QFileInfo(baseDir).exists() && !QFileInfo(baseDir).isDir()
+    const QString place = QFileInfo::exists(baseDir) && !QFileInfo(baseDir).isDir()
         ? whyUnwritable(baseDir)
         : whyNoFile(settings.cachePath.databasePath());
     const Error failure = withReason(outcome.error(), place);

@@ -123,7 +123,8 @@ bool isFresh(const QString &name)
 {
     constexpr qsizetype idLength = 32;
     const qsizetype length = name.size() - idLength - freshSuffix.size();
-    return length > 0 && name.left(length).endsWith(suffix + u'.');
+    const QString beforeId = suffix + u'.';
+    return length > 0 && QStringView(name).first(length).endsWith(beforeId);
 }
 
 } // namespace

@@ -10,7 +10,8 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 // Made while the library loads, as all types are.
-const ExtendableEnum<FileTypes::FileTypeData> companionedType(
+using FileType = ExtendableEnum<FileTypes::FileTypeData>;
+const FileType companionedType( // clazy:exclude=non-pod-global-static
     QLatin1StringView("SHARE_WITH_COMPANION"), { { QStringLiteral("wiff") } });
 
 } // namespace

@@ -103,9 +103,10 @@ QList<Missing> takeNowhere(QList<Missing> &missing)
     const auto isThere = [](const Missing &each) {
         return !each.isNowhere;
     };
-    const auto nowhere = std::stable_partition(missing.begin(), missing.end(), isThere);
-    const QList<Missing> taken(nowhere, missing.end());
-    missing.erase(nowhere, missing.end());
+    const qsizetype first
+        = std::stable_partition(missing.begin(), missing.end(), isThere) - missing.begin();
+    const QList<Missing> taken = missing.sliced(first);
+    missing.resize(first);
     return taken;
 }
 

@@ -73,7 +73,8 @@ const IndexOfFormat *makeIndex()
 {
     auto index = std::make_unique<IndexOfFormat>();
     for (std::size_t i = 0; i < detectors().size(); ++i) {
-        for (const VendorDataFormat format : detectors()[i]->supportedFormats())
+        const auto formats = detectors()[i]->supportedFormats();
+        for (const VendorDataFormat format : formats)
             index->emplace(format, i);
     }
     return index.release();
