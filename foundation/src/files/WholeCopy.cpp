@@ -122,11 +122,6 @@ bool WholeCopy::isOnItsWay(const QByteArray &name)
     return QFile::decodeName(name).startsWith(prefix);
 }
 
-bool WholeCopy::isInProgress(const QByteArray &name)
-{
-    return isInProgress(name, 0ms);
-}
-
 bool WholeCopy::isInProgress(const QByteArray &name, std::chrono::milliseconds unchangedFor)
 {
     if (!isOnItsWay(name))

@@ -49,10 +49,7 @@ public:
     /// Whether a file or folder of this name is what a copy makes on its way.
     static bool isOnItsWay(const QByteArray &name);
     /// Whether the program that makes this copy still runs. One in another container cannot be seen
-    /// from here, and counts as running.
-    static bool isInProgress(const QByteArray &name);
-    /// The same, but one that cannot be seen counts as running only if what has the name was
-    /// changed less than a day ago.
+    /// from here, and counts as running if what has the name was changed less than a day ago.
     static bool isInProgress(const QByteArray &name, std::chrono::milliseconds unchangedFor);
 };
 

@@ -138,7 +138,8 @@ void ContentVerifier::compare()
         if (error.hasError() && error.errorCode() != ErrorCode::BadArgument)
             found.append({ Kind::Unreadable, name, 0, 0, -1, error.errorMessage() });
     }
-    if (const Error error = moved ? listMoved(listed) : Error(); error.hasError())
+    if (const Error error = moved ? listMoved(listed) : Error();
+        error.hasError() && error.errorCode() != ErrorCode::BadArgument)
         found.append({ Kind::Unreadable, moved->from.chopped(1), 0, 0, -1, error.errorMessage() });
     if (!found.isEmpty())
         return;

@@ -40,7 +40,7 @@ std::function<bool(qint64)> shownProgress(const QFileInfo &source, SignalWatch &
     if (source.isFile())
         state.totalBytes = source.size();
     return [&signalWatch, &context, state](qint64 copiedBytes) mutable {
-        // The ping goes on: without it others take this program for dead after half a minute.
+        // While bytes come the ping goes on, without which others take this program for dead.
         QCoreApplication::processEvents();
         state.receivedBytes = copiedBytes;
         if (state.totalBytes.value_or(0) > 0)

@@ -4,6 +4,7 @@
 #include "ResourceCache.h"
 #include "ResourceManager.h"
 #include "UncutWork.h"
+#include "platform/SignalWatch.h"
 #include "removal/RemovalDanger.h"
 #include "removal/RemovalReport.h"
 
@@ -130,6 +131,8 @@ Result<int> goThroughWithPurge(const PurgeLimits &limits, Output &output)
 
 Result<Outcome> purged(const Context &context, const Request &request)
 {
+    // Also of what comes before and after the purge itself.
+    SignalWatch signalWatch([](int) {});
     const ResourceManagerSettings settings = settingsOf(context.options);
     ZEL_TRY_LET(const Snapshot before, readCache(settings, neededDetails));
     const PurgePlan plan = planned(settings, request, before);
@@ -142,10 +145,9 @@ Result<Outcome> purged(const Context &context, const Request &request)
     Outcome outcome = outcomeOf(plan, removedBetween(before, after), after.currentSize);
     if (!outcome.report.isGoalReached())
         outcome.pins = pinsOf(after, usersNow(settings, after), plan.resources);
-    if (signalNumber.hasValue())
-        outcome.signalNumber = signalNumber.value();
-    else
+    if (!signalNumber.hasValue())
         outcome.failure = signalNumber.error();
+    outcome.signalNumber = signalWatch.receivedNow();
     return outcome;
 }
 

@@ -7,6 +7,7 @@
 #include "files/WholeCopy.h"
 #include "staging/NeighbourName.h"
 
+#include <QDateTime>
 #include <QFileInfo>
 
 #include <algorithm>
@@ -24,12 +25,15 @@ bool isCounted(const QByteArray &name)
     });
 }
 
-bool isRemains(const QByteArray &name)
+bool isRemains(const TreeSurvey::Entry &entry)
 {
+    const QByteArray name = nameOf(entry.path);
+    const std::chrono::milliseconds unchangedFor(QDateTime::currentMSecsSinceEpoch()
+                                                 - entry.newestChange);
     return HiddenNames::isLeftover(name) || AsideName::isOne(name)
         || NeighbourName::isOne({ name.constData(), std::size_t(name.size()) })
         || HiddenNames::isPartial(name)
-        || (WholeCopy::isOnItsWay(name) && !WholeCopy::isInProgress(name));
+        || (WholeCopy::isOnItsWay(name) && !WholeCopy::isInProgress(name, unchangedFor));
 }
 
 } // namespace
@@ -109,7 +113,7 @@ void DataInventory::sortOutUnclaimed(const TreeSurvey::Entry &entry)
 {
     const QByteArray folder = folderAround(entry.path);
     const bool isBesideData = folder.contains('/') && isNear(folder);
-    if (isBesideData && isRemains(nameOf(entry.path)))
+    if (isBesideData && isRemains(entry))
         remains.append(entry);
     else if (isBesideData && isCounted(entry.path))
         sizesBeside.insert(entry.path, entry.bytes);

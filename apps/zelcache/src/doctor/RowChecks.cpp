@@ -14,6 +14,8 @@
 
 namespace zel::cli::checks {
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 
 struct Texts
@@ -67,7 +69,11 @@ public:
     {
         const QString target = zacq::Zacq::sparseTarget(path);
         hasTarget = !target.isEmpty();
-        ofTarget = hasTarget ? FileUtilsGeneric::contentSize(target) : 0;
+        if (!hasTarget)
+            return;
+        ofTarget = FileUtilsGeneric::contentSize(target);
+        for (const QString &container : { path, target })
+            ofManifests += QFileInfo(container + u"/zacq.json"_s).size();
     }
 
     qint64 all() const { return own + ofTarget; }
@@ -75,13 +81,14 @@ public:
     /// longer and one comes anew.
     bool mayHaveBeen(qint64 size) const
     {
-        return hasTarget && size <= all() && all() - size <= 2 * own;
+        return hasTarget && size <= all() && all() - size <= ofManifests;
     }
 
 private:
     qint64 own = 0;
     bool hasTarget = false;
     qint64 ofTarget = 0;
+    qint64 ofManifests = 0;
 };
 
 class RowChecks
@@ -233,7 +240,8 @@ void RowChecks::checkSize(const Resource &resource, const QByteArray &path)
     const qint64 size = all.data.sizeAt(path).value_or(0);
     const qint64 beside = all.data.sizeBeside(path);
     // The files beside it are counted with the next count of sizes, not with the fetch.
-    if (resource.size == size || resource.size == size + beside)
+    const bool hasTarget = !zacq::Zacq::sparseTarget(resource.path).isEmpty();
+    if (!hasTarget && (resource.size == size || resource.size == size + beside))
         return;
     const ContentSizes sizes(resource.path);
     if (resource.size == sizes.all() || resource.size == sizes.all() + beside

@@ -154,7 +154,6 @@ TEST_F(WholeCopyTest, isInProgress_makersHereAndElsewhere_onlyTheUnseenGoByTheir
         EXPECT_EQ(WholeCopy::isInProgress(dead + elsewhere, age), age < 24h);
         EXPECT_FALSE(WholeCopy::isInProgress("run-1-2-3-" + elsewhere, age));
     }
-    EXPECT_TRUE(WholeCopy::isInProgress(dead + elsewhere));
 }
 
 TEST_F(WholeCopyTest, copy_itsNameOnTheWay_tellsOfItsProcessAndItsNumberSpace)

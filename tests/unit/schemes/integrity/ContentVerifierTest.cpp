@@ -141,6 +141,10 @@ TEST_F(ContentVerifierContainerTest, read_movedSampleChanged_isFoundUnderThePath
     ContentVerifier again(manifest, folder);
     again.compare();
     EXPECT_EQ(kindsOf(again.findings()), (QList<Kind> { Kind::Missing, Kind::Extra }));
+
+    QDir(target + u"/s"_s).removeRecursively();
+    again.compare();
+    EXPECT_EQ(kindsOf(again.findings()), (QList<Kind> { Kind::Missing, Kind::Missing }));
 }
 
 TEST_F(ContentVerifierTest, read_untouched_findsNothingAndTakesTheTimeDown)
