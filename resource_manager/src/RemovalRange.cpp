@@ -34,11 +34,6 @@ RemovalRange::RemovalRange(const QString &dataDirectory)
 {
 }
 
-QDir RemovalRange::of(const QString &path) const
-{
-    return foldersOf(path).constLast();
-}
-
 QList<QDir> RemovalRange::foldersOf(const QString &path) const
 {
     QList<QDir> folders { QFileInfo(path).dir() };

@@ -6,7 +6,7 @@
 
 namespace zel {
 
-/// Finds the folder that goes when a resource goes: the one around it, and above that those that
+/// Finds the folders that go when a resource goes: the one around it, and above that those that
 /// hold nothing else, but never the data directory nor a folder directly in it.
 ///
 /// Hence a resource has a folder of its own: whatever lies beside it in the folder goes as well.
@@ -17,9 +17,8 @@ class RemovalRange
 public:
     explicit RemovalRange(const QString &dataDirectory);
 
-    /// `path`: the cleaned path of an existing resource.
-    QDir of(const QString &path) const;
-    /// All that go, each in the next one: the folder around the resource first, of() last.
+    /// Each in the next one: the folder around the resource first. `path`: the cleaned path of an
+    /// existing resource.
     QList<QDir> foldersOf(const QString &path) const;
 
 private:

@@ -5,6 +5,7 @@
 #include "integrity/ContentListing.h"
 #include "integrity/ContentSum.h"
 #include "zacq/Zacq.h"
+#include "zacq/ZacqManifest.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -87,7 +88,7 @@ void ContentVerifier::findMoved(const QString &folder)
     const QByteArray root = current.name + '/';
     const QByteArray inner = QFile::encodeName(content->from);
     moved = { inner.isEmpty() ? root : root + inner + '/', nativePath(content->to),
-              root + QByteArrayLiteral("zacq.json") };
+              root + QByteArray(zacq::manifestName.data(), zacq::manifestName.size()) };
 }
 
 /// With the paths that they had.

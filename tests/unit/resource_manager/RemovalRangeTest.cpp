@@ -14,7 +14,10 @@ protected:
     void file(const QString &relativePath) { writeFile(root() + u'/' + relativePath, "x"); }
     QString rangeOf(const QString &relativePath, const QString &spelledRoot) const
     {
-        return RemovalRange(spelledRoot).of(root() + u'/' + relativePath).absolutePath();
+        return RemovalRange(spelledRoot)
+            .foldersOf(root() + u'/' + relativePath)
+            .constLast()
+            .absolutePath();
     }
     QString rangeOf(const QString &relativePath) const { return rangeOf(relativePath, root()); }
     QString below(const QString &relativePath) const { return root() + u'/' + relativePath; }
@@ -82,22 +85,27 @@ TEST_F(RemovalRangeTest, of_rootThroughALink_stopsAsWell)
     ASSERT_TRUE(QFile::link(root(), link));
     EXPECT_EQ(rangeOf(u"a/b/file"_s, link), below(u"a/b"_s));
     // And the other way round: the row's path leads through the link.
-    EXPECT_EQ(RemovalRange(root()).of(link + u"/a/b/file"_s).absolutePath(), link + u"/a/b"_s);
+    EXPECT_EQ(RemovalRange(root()).foldersOf(link + u"/a/b/file"_s).constLast().absolutePath(),
+              link + u"/a/b"_s);
 }
 
 TEST_F(RemovalRangeTest, of_pathOutsideTheRoot_climbsToTheFirstFolderInCompany)
 {
     writeFile(cache.outside(u"o/p/q/file"_s), "x");
     // Beside "o" lies the base directory.
-    EXPECT_EQ(RemovalRange(root()).of(cache.outside(u"o/p/q/file"_s)).absolutePath(),
-              cache.outside(u"o"_s));
+    EXPECT_EQ(
+        RemovalRange(root()).foldersOf(cache.outside(u"o/p/q/file"_s)).constLast().absolutePath(),
+        cache.outside(u"o"_s));
 }
 
 TEST_F(RemovalRangeTest, of_prefixOfTheRootsName_isNotTheRoot)
 {
     writeFile(cache.baseDir() + u"/Cache2/a/b/file"_s, "x");
     writeFile(cache.baseDir() + u"/Cache2/c"_s, "x");
-    EXPECT_EQ(RemovalRange(root()).of(cache.baseDir() + u"/Cache2/a/b/file"_s).absolutePath(),
+    EXPECT_EQ(RemovalRange(root())
+                  .foldersOf(cache.baseDir() + u"/Cache2/a/b/file"_s)
+                  .constLast()
+                  .absolutePath(),
               cache.baseDir() + u"/Cache2/a"_s);
 }
 

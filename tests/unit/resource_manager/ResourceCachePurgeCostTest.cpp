@@ -109,7 +109,8 @@ TEST_F(ResourceCachePurgeCostTest, removalRange_usualPlace_isToldByItsSpelling)
 {
     writeFile(dataPath(u"s/1/f"_s), "x");
     startCounting();
-    const QDir range = RemovalRange(directory.dataDir()).of(dataPath(u"s/1/f"_s));
+    const QDir range
+        = RemovalRange(directory.dataDir()).foldersOf(dataPath(u"s/1/f"_s)).constLast();
     const FileLooks looks = stopCounting();
     EXPECT_EQ(range.absolutePath(), dataPath(u"s/1"_s));
     EXPECT_EQ(looks.entries + looks.glances + looks.states + looks.resolutions, 0);
@@ -121,7 +122,7 @@ TEST_F(ResourceCachePurgeCostTest, removalRange_rootThroughALink_isResolved)
     ASSERT_TRUE(QFile::link(directory.dataDir(), link));
     writeFile(dataPath(u"s/1/f"_s), "x");
     startCounting();
-    const QDir range = RemovalRange(link).of(dataPath(u"s/1/f"_s));
+    const QDir range = RemovalRange(link).foldersOf(dataPath(u"s/1/f"_s)).constLast();
     EXPECT_GT(stopCounting().resolutions, 0);
     EXPECT_EQ(range.absolutePath(), dataPath(u"s/1"_s));
 }
@@ -132,7 +133,8 @@ TEST_F(ResourceCachePurgeCostTest, removalRange_firstEntriesSayNothing_readsTwoE
     for (int i = 1; i < 200; ++i)
         ASSERT_TRUE(QFile::link(directory.baseDir(), dataPath(u"s/all/%1"_s.arg(i))));
     startCounting();
-    const QDir range = RemovalRange(directory.dataDir()).of(dataPath(u"s/all/0/f"_s));
+    const QDir range
+        = RemovalRange(directory.dataDir()).foldersOf(dataPath(u"s/all/0/f"_s)).constLast();
     EXPECT_LE(stopCounting().entries, 2);
     EXPECT_EQ(range.absolutePath(), dataPath(u"s/all/0"_s));
 }

@@ -1,10 +1,11 @@
+#include "CacheWork.h"
 #include "Command.h"
 #include "CommandOptions.h"
 #include "Library.h"
 #include "ResourceCache.h"
 #include "ResourceManager.h"
 #include "SchemesRegistration.h"
-#include "TaskWait.h"
+#include "Task.h"
 #include "removal/OutdatedResources.h"
 #include "removal/RemovalDanger.h"
 #include "removal/RemovalReport.h"
@@ -91,21 +92,6 @@ void showProgress(const Context &context, const Task &task)
     context.output.showProgress(state);
 }
 
-/// On a worker, which holds the cache meanwhile: this thread draws and hears signals. So the ping
-/// rests, which would wait for the worker.
-int runToItsEnd(const Context &context, Task *task)
-{
-    ResourceManager::cache()->setPingEnabled(false);
-    TaskWait wait;
-    wait.add(task);
-    task->setExecutionMode(Task::ExecutionMode::Asynchronous);
-    task->exec();
-    const int signalNumber = wait.run([&context, task] { showProgress(context, *task); });
-    context.output.clearProgress();
-    ResourceManager::cache()->setPingEnabled(true);
-    return signalNumber;
-}
-
 Result<Outcome> purged(const Context &context)
 {
     // A reference that cannot be read is named here; the cache's own failure would not name it.
@@ -120,7 +106,9 @@ Result<Outcome> purged(const Context &context)
 
     Outcome outcome;
     if (task) {
-        outcome.signalNumber = runToItsEnd(context, task.get());
+        task->setExecutionMode(Task::ExecutionMode::Asynchronous);
+        outcome.signalNumber = runHoldingCache(task.get(), context.output,
+                                               [&](int) { showProgress(context, *task); });
         outcome.failure = task->error();
     }
     ZEL_TRY_LET(const OutdatedResources after, outdatedNow(context));

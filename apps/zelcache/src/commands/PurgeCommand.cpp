@@ -1,9 +1,9 @@
+#include "CacheWork.h"
 #include "Command.h"
 #include "CommandOptions.h"
 #include "Library.h"
 #include "ResourceCache.h"
 #include "ResourceManager.h"
-#include "UncutWork.h"
 #include "platform/SignalWatch.h"
 #include "removal/RemovalDanger.h"
 #include "removal/RemovalReport.h"
@@ -116,8 +116,7 @@ Error purge(const PurgeLimits &limits)
     return outcome;
 }
 
-/// Gives the signal that came, or 0.
-Result<int> goThroughWithPurge(const PurgeLimits &limits, Output &output)
+Error goThroughWithPurge(const PurgeLimits &limits, Output &output)
 {
     UncutWork work;
     work.function = [limits] {
@@ -138,15 +137,14 @@ Result<Outcome> purged(const Context &context, const Request &request)
     const PurgePlan plan = planned(settings, request, before);
     if (const QString why = refusalOf(settings, plan); !why.isEmpty())
         return refused(why);
-    const auto signalNumber
+    const Error failure
         = goThroughWithPurge(purgeLimits(settings.sizes, request.target), context.output);
     ZEL_TRY_LET(const Snapshot after, readCache(settings, neededDetails));
 
     Outcome outcome = outcomeOf(plan, removedBetween(before, after), after.currentSize);
     if (!outcome.report.isGoalReached())
         outcome.pins = pinsOf(after, usersNow(settings, after), plan.resources);
-    if (!signalNumber.hasValue())
-        outcome.failure = signalNumber.error();
+    outcome.failure = failure;
     outcome.signalNumber = signalWatch.receivedNow();
     return outcome;
 }

@@ -1,9 +1,9 @@
+#include "CacheWork.h"
 #include "Command.h"
 #include "CommandOptions.h"
 #include "Library.h"
 #include "ResourceCache.h"
 #include "ResourceManager.h"
-#include "UncutWork.h"
 #include "errors/Propagate.h"
 #include "files/FileUtils.h"
 #include "output/Text.h"
@@ -76,8 +76,7 @@ qsizetype readyCount(const Snapshot &snapshot)
         [](const auto &resource) { return resource.status == ResourceStatus::Ready; });
 }
 
-/// Gives the signal that came, or 0.
-Result<int> countAll(Output &output, qsizetype count)
+Error countAll(Output &output, qsizetype count)
 {
     UncutWork work;
     work.function = [] {
@@ -104,16 +103,17 @@ QStringList withoutData(const Snapshot &counted)
 
 ExitCode recountAll(const Context &context, const Snapshot &before)
 {
-    const auto signalNumber = countAll(context.output, readyCount(before));
-    if (!signalNumber.hasValue())
-        return context.fail(signalNumber.error());
+    SignalWatch signalWatch([](int) {});
+    const Error failure = countAll(context.output, readyCount(before));
+    if (failure.hasError())
+        return context.fail(failure);
     const auto after = readCache(settingsOf(context.options), ResourceCacheReader::Path);
     if (!after.hasValue())
         return context.fail(after.error());
     RecountReport report = recountReport(before, after.value());
     report.gone = withoutData(after.value());
     write(context, report);
-    return codeOf(report, signalNumber.value());
+    return codeOf(report, signalWatch.receivedNow());
 }
 
 /// Sets the result's failure: there is nothing to count.

@@ -4,6 +4,7 @@
 #include "integrity/ContentVerifier.h"
 #include "integrity/ManifestStore.h"
 #include "zacq/Zacq.h"
+#include "zacq/ZacqManifest.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -13,8 +14,6 @@
 #include <algorithm>
 
 namespace zel::cli::checks {
-
-using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
@@ -73,7 +72,7 @@ public:
             return;
         ofTarget = FileUtilsGeneric::contentSize(target);
         for (const QString &container : { path, target })
-            ofManifests += QFileInfo(container + u"/zacq.json"_s).size();
+            ofManifests += QFileInfo(container + u'/' + zacq::manifestName).size();
     }
 
     qint64 all() const { return own + ofTarget; }

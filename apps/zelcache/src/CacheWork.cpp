@@ -1,4 +1,4 @@
-#include "UncutWork.h"
+#include "CacheWork.h"
 
 #include "ResourceCache.h"
 #include "ResourceManager.h"
@@ -49,24 +49,28 @@ private:
 
 } // namespace
 
-Result<int> goThroughWith(const UncutWork &work, Output &output)
+int runHoldingCache(Task *task, Output &output, const std::function<void(int)> &onTick)
 {
     ResourceCache *cache = ResourceManager::cache();
-    Notice notice(work, output);
     TaskWait wait;
-    Task task;
-    task.setFunction(work.function, Task::ExecutionMode::Asynchronous);
-    wait.add(&task);
+    wait.add(task);
     // A ping would wait on this thread for the lock that the worker has. Nobody else gets the lock
     // to take this process for dead.
     cache->setPingEnabled(false);
-    task.exec();
-    const int signalNumber = wait.run([&notice, &wait] { notice.show(wait.receivedSignal()); });
+    task->exec();
+    const int signalNumber = wait.run([&] { onTick(wait.receivedSignal()); });
     cache->setPingEnabled(true);
     output.clearProgress();
-    if (task.error().hasError())
-        return ZEL_PASS(task.error());
     return signalNumber;
+}
+
+Error goThroughWith(const UncutWork &work, Output &output)
+{
+    Notice notice(work, output);
+    Task task;
+    task.setFunction(work.function, Task::ExecutionMode::Asynchronous);
+    runHoldingCache(&task, output, [&notice](int signalNumber) { notice.show(signalNumber); });
+    return ZEL_PASS(task.error());
 }
 
 } // namespace zel::cli
