@@ -4,7 +4,6 @@
 #include "integrity/ContentVerifier.h"
 #include "integrity/ManifestStore.h"
 #include "zacq/Zacq.h"
-#include "zacq/ZacqManifest.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -72,7 +71,7 @@ public:
             return;
         ofTarget = FileUtilsGeneric::contentSize(target);
         for (const QString &container : { path, target })
-            ofManifests += QFileInfo(container + u'/' + zacq::manifestName).size();
+            ofManifests += QFileInfo(container + QStringLiteral("/zacq.json")).size();
     }
 
     qint64 all() const { return own + ofTarget; }
