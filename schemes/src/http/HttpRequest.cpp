@@ -105,15 +105,18 @@ void HttpRequest::setUpReceiving()
 
 size_t HttpRequest::onHeader(char *data, size_t one, size_t size, void *self)
 {
-    const QByteArray line(data, static_cast<qsizetype>(one * size));
-    return static_cast<HttpRequest *>(self)->takeHeader(line) ? one * size : 0;
+    const size_t count = one * size;
+    const QByteArray line(data, static_cast<qsizetype>(count));
+    return static_cast<HttpRequest *>(self)->takeHeader(line) ? count : 0;
 }
 
 size_t HttpRequest::onBody(char *data, size_t one, size_t size, void *self)
 {
-    const auto count = static_cast<qint64>(one * size);
+    const size_t count = one * size;
+    const bool goesOn
+        = static_cast<HttpRequest *>(self)->takeBody(data, static_cast<qint64>(count));
     // Any other number than that of the bytes ends the transfer; 0 may be that number.
-    return static_cast<HttpRequest *>(self)->takeBody(data, count) ? one * size : one * size + 1;
+    return goesOn ? count : count + 1;
 }
 
 bool HttpRequest::takeHeader(const QByteArray &line)
