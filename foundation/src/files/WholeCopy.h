@@ -25,9 +25,11 @@ public:
     {
         /// The one that lies there now, if any does.
         static Placed at(const QString &path);
+        /// Whether nobody has touched it since, nor put another one in its place. Not if nothing
+        /// lay there.
         bool isThereStill() const;
 
-        QString path;
+        QString path; ///< where it lies
         QByteArray identity; ///< empty if nothing lies there
     };
 
