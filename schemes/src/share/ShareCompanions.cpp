@@ -9,8 +9,9 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-// Made while the library loads, as all types are.
 using FileType = ExtendableEnum<FileTypes::FileTypeData>;
+
+// Made while the library loads, as all types are.
 const FileType companionedType( // clazy:exclude=non-pod-global-static
     QLatin1StringView("SHARE_WITH_COMPANION"), { { QStringLiteral("wiff") } });
 
