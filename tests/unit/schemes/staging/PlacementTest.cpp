@@ -2,6 +2,7 @@
 
 #include "Fate.h"
 #include "FileSteps.h"
+#include "SchemeErrors.h"
 #include "TemporaryCache.h"
 #include "Volumes.h"
 #include "staging/NeighbourName.h"
@@ -9,10 +10,10 @@
 #include <QDir>
 #include <QTemporaryDir>
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <vector>
+#include <filesystem>
+#include <functional>
 
 #include <unistd.h>
 
@@ -43,20 +44,20 @@ private:
     int stepsToLive;
 };
 
-/// The same, and nothing that lies beside the target can be moved there.
-class ClosedTarget final : public FileStepWatcher
+/// The same, and some renames fail.
+class FaultyVolume final : public FileStepWatcher
 {
 public:
-    /// `closedTo` are the beginnings of names.
-    ClosedTarget(std::string target, std::vector<std::string> closedTo)
-        : target(std::move(target))
-        , closedTo(std::move(closedTo))
+    using IsRefused = std::function<bool(const std::string &from, const std::string &to)>;
+
+    explicit FaultyVolume(IsRefused isRefused)
+        : isRefused(std::move(isRefused))
     {
         watchFileSteps(this);
     }
-    ClosedTarget(const ClosedTarget &) = delete;
-    ClosedTarget &operator=(const ClosedTarget &) = delete;
-    ~ClosedTarget() override { watchFileSteps(nullptr); }
+    FaultyVolume(const FaultyVolume &) = delete;
+    FaultyVolume &operator=(const FaultyVolume &) = delete;
+    ~FaultyVolume() override { watchFileSteps(nullptr); }
 
 private:
     int before(const FileStep &step) override
@@ -65,16 +66,16 @@ private:
             return 0;
         if (step.flags != 0)
             return EINVAL;
-        const bool isClosed = newPathOf(step) == target
-            && std::any_of(closedTo.begin(), closedTo.end(), [&](const std::string &name) {
-                                  return pathOf(step).find('/' + name) != std::string::npos;
-                              });
-        return isClosed ? EIO : 0;
+        return isRefused(pathOf(step), newPathOf(step)) ? EIO : 0;
     }
 
-    const std::string target;
-    const std::vector<std::string> closedTo;
+    const IsRefused isRefused;
 };
+
+bool isNeighbour(const std::string &path, const char *prefix)
+{
+    return path.find('/' + std::string(prefix)) != std::string::npos;
+}
 
 /// From one volume to a place on another one at which something lies already.
 class PlacementTest : public testing::Test
@@ -141,7 +142,8 @@ TEST_F(PlacementTest, place_killedAtEachStep_leavesOnlyNamesThatAreKnownAndTheNe
 TEST_F(PlacementTest, place_newOneCannotTakeThePlace_formerOneIsBack)
 {
     writeFile(staging.filePath(u"run.d/new"_s), "new");
-    const ClosedTarget closed((target() + u"/run.d"_s).toStdString(), { ".incoming-" });
+    const FaultyVolume volume(
+        [](const auto &from, const auto &) { return isNeighbour(from, ".incoming-"); });
     const Error error = place();
     EXPECT_EQ(error.errorCode(), ErrorCode::OperationFailed);
     EXPECT_TRUE(error.errorMessage().contains(u".incoming-owner-state-0"_s))
@@ -150,17 +152,58 @@ TEST_F(PlacementTest, place_newOneCannotTakeThePlace_formerOneIsBack)
     EXPECT_EQ(neighbours(), QStringList());
 }
 
+TEST_F(PlacementTest, place_formerOneCannotGoAway_staysAndTheReasonIsTold)
+{
+    writeFile(staging.filePath(u"run.d/new"_s), "new");
+    const FaultyVolume volume(
+        [](const auto &, const auto &to) { return isNeighbour(to, ".replaced-"); });
+    const Error error = place();
+    EXPECT_EQ(error.errorCode(), ErrorCode::OperationFailed);
+    EXPECT_TRUE(error.errorMessage().contains(u".replaced-owner-state-0"_s))
+        << error.errorMessage().toStdString();
+    EXPECT_EQ(readFile(target() + u"/run.d/old"_s), "old");
+    EXPECT_EQ(neighbours(), QStringList());
+}
+
 TEST_F(PlacementTest, place_formerOneCannotGoBackEither_bothFailuresAreTold)
 {
     writeFile(staging.filePath(u"run.d/new"_s), "new");
-    const ClosedTarget closed((target() + u"/run.d"_s).toStdString(),
-                              { ".incoming-", ".replaced-" });
+    const FaultyVolume volume([](const auto &from, const auto &) {
+        return isNeighbour(from, ".incoming-") || isNeighbour(from, ".replaced-");
+    });
     const Error error = place();
     EXPECT_TRUE(error.errorMessage().contains(u".incoming-owner-state-0"_s))
         << error.errorMessage().toStdString();
     EXPECT_TRUE(error.errorMessage().contains(u".replaced-owner-state-0"_s))
         << error.errorMessage().toStdString();
     EXPECT_EQ(readFile(target() + u"/.replaced-owner-state-0/old"_s), "old");
+}
+
+TEST_F(PlacementTest, place_noRoomBesideTheTarget_isToldBeforeTheFirstByte)
+{
+    writeFile(staging.filePath(u"run.d/new"_s), {});
+    ASSERT_TRUE(QFile::resize(staging.filePath(u"run.d/new"_s), qint64(1) << 60));
+    const Error error = place();
+    EXPECT_EQ(int(error.errorCode()), SchemeErrors::noSpace);
+    EXPECT_EQ(error.errorMessage(), u"There is no room for \"%1\"."_s.arg(target()));
+    EXPECT_EQ(readFile(target() + u"/run.d/old"_s), "old");
+    EXPECT_EQ(neighbours(), QStringList());
+}
+
+TEST_F(PlacementTest, place_oneVolumeThatExchangesNothing_movesWithoutACopy)
+{
+    const QString near = cache.outside(u"near/run.d"_s);
+    writeFile(near + u"/new"_s, "new");
+    const FaultyVolume volume([](const auto &, const auto &) { return false; });
+    const std::filesystem::path secondName = cache.outside(u"second"_s).toStdString();
+    std::filesystem::create_hard_link((near + u"/new"_s).toStdString(), secondName);
+    EXPECT_EQ(Placement::place(near.toStdString(), (target() + u"/run.d"_s).toStdString(),
+                               "owner-state-0"),
+              Error());
+    const std::filesystem::path placed = (target() + u"/run.d/new"_s).toStdString();
+    EXPECT_TRUE(std::filesystem::equivalent(placed, secondName));
+    EXPECT_FALSE(QFileInfo::exists(target() + u"/run.d/old"_s));
+    EXPECT_EQ(neighbours(), QStringList());
 }
 
 TEST_F(PlacementTest, neighbourName_otherNames_areNone)
