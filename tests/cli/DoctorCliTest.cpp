@@ -51,6 +51,9 @@ TEST_F(DoctorCliTest, doctor_containerWhoseSampleWasMoved_isInGoodOrderAndIntact
     EXPECT_GE(currentSize(), 100'000);
     EXPECT_EQ(doctor({}, 0), QStringList());
     EXPECT_EQ(start({ u"get"_s, u"--verify"_s, container })->exitCode(), 0);
+    // As if only what the container's own folder holds had been counted.
+    sql(u"UPDATE CachedResources SET fileSize = 1000 WHERE reference = ?"_s, { container });
+    EXPECT_TRUE(doctor({}, 4).contains(u"size-differs"_s));
 }
 
 TEST_F(DoctorCliTest, doctor_noCache_saysSoAndMakesNone)

@@ -232,10 +232,16 @@ QString Zacq::sparseTarget(const QString &path)
 {
     const ZacqFolder folder(path);
     // The cheapest question first: as a rule there is no container, and many paths are asked about.
-    if (!QFileInfo::exists(folder.path() + u'/' + manifestName) || !isSparseZacq(path, false))
+    if (!QFileInfo::exists(folder.manifestPath()) || !isSparseZacq(path, false))
         return {};
     const QString target = ownTarget(folder);
     return isBelow(target, folder.path()) ? QString() : target;
+}
+
+qint64 Zacq::manifestSize(const QString &path)
+{
+    const ZacqFolder folder(path);
+    return folder.hasManifest() ? QFileInfo(folder.manifestPath()).size() : 0;
 }
 
 std::optional<Zacq::MovedContent> Zacq::movedContent(const QString &path)

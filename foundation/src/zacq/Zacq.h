@@ -88,6 +88,10 @@ public:
     /// container as its owner or lies in it.
     static QString sparseTarget(const QString &path);
 
+    /// Bytes of the folder form's manifest; 0 where there is none. A conversion lengthens that of
+    /// the container and adds that of the target.
+    static qint64 manifestSize(const QString &path);
+
     /// What a conversion has moved: the content of a folder, or the sample alone where that lay
     /// beside the manifest.
     struct MovedContent

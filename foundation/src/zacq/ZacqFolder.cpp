@@ -43,6 +43,11 @@ ZacqFolder::ZacqFolder(const QString &path)
 {
 }
 
+QString ZacqFolder::manifestPath() const
+{
+    return folderPath + u'/' + manifestName;
+}
+
 QString ZacqFolder::stagingPath() const
 {
     return folderPath + u'/' + stagingName;
@@ -50,13 +55,13 @@ QString ZacqFolder::stagingPath() const
 
 bool ZacqFolder::hasManifest() const
 {
-    const QFileInfo manifest(folderPath + u'/' + manifestName);
+    const QFileInfo manifest(manifestPath());
     return manifest.isFile() && !manifest.isSymLink();
 }
 
 Result<ZacqManifest> ZacqFolder::readManifest() const
 {
-    QFile file(folderPath + u'/' + manifestName);
+    QFile file(manifestPath());
     if (!hasManifest() || file.size() > manifestMaxSize) {
         return ZEL_ERROR(ErrorCode::BadData, tr("\"%1\" is no ZACQ container.").arg(folderPath));
     }
@@ -76,7 +81,7 @@ Error ZacqFolder::writeManifest(const ZacqManifest &manifest) const
     const QByteArray json = manifest.toJson();
     // What could not be read again would cut the container off from its sample.
     ZEL_TRY_LET(const auto readAgain, ZacqManifest::fromJson(json));
-    return ZEL_PASS(FileSync::replaceContent(folderPath + u'/' + manifestName, json));
+    return ZEL_PASS(FileSync::replaceContent(manifestPath(), json));
 }
 
 QString ZacqFolder::targetPath(const ZacqManifest::Pointer &pointer) const

@@ -14,6 +14,7 @@ public:
     explicit ZacqFolder(const QString &path);
 
     const QString &path() const { return folderPath; }
+    QString manifestPath() const;
     /// Where a conversion builds the target.
     QString stagingPath() const;
 

@@ -206,6 +206,7 @@ void nameContainers(Surface &surface)
     surface.function<bool(const QString &, bool)>(&Zacq::isSparseZacq);
     surface.function<std::optional<Zacq::MovedContent>(const QString &)>(&Zacq::movedContent);
     surface.function<QString(const QString &)>(&Zacq::sparseTarget);
+    surface.function<qint64(const QString &)>(&Zacq::manifestSize);
     surface.function<Error(const QString &)>(&Zacq::remove);
 }
 

@@ -62,31 +62,24 @@ std::optional<bool> isAsFetched(const Resource &resource, const ManifestStore &s
 class ContentSizes
 {
 public:
-    explicit ContentSizes(const QString &path)
-        : own(FileUtilsGeneric::contentSize(path))
+    /// `target` of a sparse container; empty for everything else.
+    ContentSizes(const QString &path, const QString &target)
+        : counted(FileUtilsGeneric::contentSize(path))
     {
-        const QString target = zacq::Zacq::sparseTarget(path);
-        hasTarget = !target.isEmpty();
-        if (!hasTarget)
+        if (target.isEmpty())
             return;
-        ofTarget = FileUtilsGeneric::contentSize(target);
-        for (const QString &container : { path, target })
-            ofManifests += QFileInfo(container + QStringLiteral("/zacq.json")).size();
+        counted += FileUtilsGeneric::contentSize(target);
+        ofManifests = zacq::Zacq::manifestSize(path) + zacq::Zacq::manifestSize(target);
     }
 
-    qint64 all() const { return own + ofTarget; }
-    /// A fetch counts a container before the cache moves its sample, for which one manifest becomes
-    /// longer and one comes anew.
-    bool mayHaveBeen(qint64 size) const
-    {
-        return hasTarget && size <= all() && all() - size <= ofManifests;
-    }
+    qint64 all() const { return counted; }
+    /// Whether the cache may have counted that. A fetch counts a container before its sample moves,
+    /// for which one manifest becomes longer and one comes anew.
+    bool mayHaveBeen(qint64 size) const { return size <= counted && counted - size <= ofManifests; }
 
 private:
-    qint64 own = 0;
-    bool hasTarget = false;
-    qint64 ofTarget = 0;
-    qint64 ofManifests = 0;
+    qint64 counted = 0;
+    qint64 ofManifests = 0; ///< of a sparse container
 };
 
 class RowChecks
@@ -238,12 +231,11 @@ void RowChecks::checkSize(const Resource &resource, const QByteArray &path)
     const qint64 size = all.data.sizeAt(path).value_or(0);
     const qint64 beside = all.data.sizeBeside(path);
     // The files beside it are counted with the next count of sizes, not with the fetch.
-    const bool hasTarget = !zacq::Zacq::sparseTarget(resource.path).isEmpty();
-    if (!hasTarget && (resource.size == size || resource.size == size + beside))
+    const QString target = zacq::Zacq::sparseTarget(resource.path);
+    if (target.isEmpty() && (resource.size == size || resource.size == size + beside))
         return;
-    const ContentSizes sizes(resource.path);
-    if (resource.size == sizes.all() || resource.size == sizes.all() + beside
-        || sizes.mayHaveBeen(resource.size))
+    const ContentSizes sizes(resource.path, target);
+    if (sizes.mayHaveBeen(resource.size) || resource.size == sizes.all() + beside)
         return;
     addSize(resource, sizes.all());
 }

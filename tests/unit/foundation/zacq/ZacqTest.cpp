@@ -288,6 +288,16 @@ TEST_F(ZacqTest, sparseTarget_inTheContainerItself_isNone)
     EXPECT_EQ(Zacq::sparseTarget(outer), QString());
 }
 
+TEST_F(ZacqTest, manifestSize_folderForms_isThatOfTheFileAndOtherwise0)
+{
+    makeSparse();
+    makeFileForm();
+    for (const QString &folder : { container(), target() })
+        EXPECT_EQ(Zacq::manifestSize(folder), readFile(folder + u"/zacq.json"_s).size());
+    for (const QString &other : { fileForm(), at(u"missing"_s), at(u"data"_s) })
+        EXPECT_EQ(Zacq::manifestSize(other), 0) << qPrintable(other);
+}
+
 TEST_F(ZacqTest, remove_plainContainers_goAlone)
 {
     makeContainer();
