@@ -124,6 +124,11 @@ bool BaseTask::start()
     return !state->isRetired() && state->phase() == TaskState::Phase::Running;
 }
 
+void BaseTask::setWorkDoneBy(BaseTask *worker)
+{
+    worker->taskState()->workFor(taskState());
+}
+
 void BaseTask::finish(Error outcome)
 {
     const std::shared_ptr<TaskState> state = d->state;

@@ -127,6 +127,9 @@ protected:
     /// setRunning() for a subclass's exec(). False if there is nothing left to run: the task was
     /// not idle, or a slot of started() ended or destroyed it.
     bool start();
+    /// Says that `worker`, a task that is in no queue, does this task's work: where it waits for
+    /// another task, it lends this one's place. To be called before either of them starts.
+    void setWorkDoneBy(BaseTask *worker);
 
 private:
     friend class GroupTask;

@@ -120,7 +120,8 @@ void dispose(BaseTask *subtask, const std::shared_ptr<TaskState> &state)
     TaskPresence presence(state);
     if (!presence.task())
         return;
-    if (!subtask->isRunning()) {
+    // One that is idle is kept from being started in the meantime.
+    if (state->tryBeginFinishIfIdle() || !subtask->isRunning()) {
         presence.leave();
         delete subtask;
         return;

@@ -82,6 +82,8 @@ Task::~Task()
 void Task::waitForWork()
 {
     setCanceled(true);
+    // A queue on another thread shall not start it any more.
+    static_cast<void>(taskState()->tryBeginFinishIfIdle());
     // First those in exec() and finish(): one of them may be just about to note its worker down.
     taskState()->waitForOtherThreads();
     if (!d->worker.joinable())

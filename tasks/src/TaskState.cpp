@@ -261,18 +261,34 @@ void TaskState::leaveQueue()
         owningQueue->leave(ownTicket);
 }
 
+void TaskState::workFor(const std::shared_ptr<TaskState> &wholeState)
+{
+    const std::lock_guard lock(mutex);
+    whole = wholeState;
+}
+
+std::shared_ptr<TasksQueueState> TaskState::queueAndTicketToLend(quint64 *ticketOut) const
+{
+    std::shared_ptr<TaskState> wholeState;
+    {
+        const std::lock_guard lock(mutex);
+        wholeState = whole.lock();
+    }
+    return wholeState ? wholeState->queueAndTicketToLend(ticketOut) : queueAndTicket(ticketOut);
+}
+
 void TaskState::lendPlace()
 {
-    quint64 ownTicket = 0;
-    if (const auto owningQueue = queueAndTicket(&ownTicket))
-        owningQueue->lend(ownTicket);
+    quint64 lentTicket = 0;
+    if (const auto owningQueue = queueAndTicketToLend(&lentTicket))
+        owningQueue->lend(lentTicket);
 }
 
 void TaskState::takePlaceBack()
 {
-    quint64 ownTicket = 0;
-    if (const auto owningQueue = queueAndTicket(&ownTicket))
-        owningQueue->takeBack(ownTicket);
+    quint64 lentTicket = 0;
+    if (const auto owningQueue = queueAndTicketToLend(&lentTicket))
+        owningQueue->takeBack(lentTicket);
 }
 
 void TaskState::beginAwait()

@@ -78,6 +78,8 @@ public:
 
     bool joinQueue(const std::shared_ptr<TasksQueueState> &newQueue, quint64 newTicket);
     void leaveQueue();
+    /// This task does the work of that one, and it is that one's place that it lends.
+    void workFor(const std::shared_ptr<TaskState> &wholeState);
     /// Between these two the task holds no place in its queue. They nest.
     void lendPlace();
     void takePlaceBack();
@@ -103,6 +105,7 @@ private:
     bool isPresent() const;
     void wakeAll();
     std::shared_ptr<TasksQueueState> queueAndTicket(quint64 *ticketOut) const;
+    std::shared_ptr<TasksQueueState> queueAndTicketToLend(quint64 *ticketOut) const;
 
     mutable Mutex mutex { "the state of a task" };
     std::condition_variable_any someoneLeft;
@@ -122,6 +125,7 @@ private:
 
     std::weak_ptr<TasksQueueState> queue;
     quint64 ticket = 0;
+    std::weak_ptr<TaskState> whole; ///< whose work this task does, if it is not its own
     int awaits = 0;
     bool lentForAwaits = false;
 };

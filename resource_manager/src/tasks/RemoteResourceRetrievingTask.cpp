@@ -35,11 +35,15 @@ RemoteResourceRetrievingTask::RemoteResourceRetrievingTask(
     , resourceReferenceText(resourceReference)
 {
     retrieveTaskInner->setParent(this);
+    setWorkDoneBy(retrieveTaskInner.get());
     if (isRetrievalTracingActive())
         traceRetrieval();
 }
 
-RemoteResourceRetrievingTask::~RemoteResourceRetrievingTask() = default;
+RemoteResourceRetrievingTask::~RemoteResourceRetrievingTask()
+{
+    waitForWork();
+}
 
 void RemoteResourceRetrievingTask::traceRetrieval()
 {
@@ -170,9 +174,14 @@ void RemoteResourceRetrievingTask::onRetrieveTaskFinished()
         return;
     const Error fetchError = retrieveTaskInner->error();
     const Error recordError = ZEL_PASS(retrieveHandle->finalizeRetrieve(fetchError));
-    if (fetchError.hasError())
+    if (fetchError.hasError()) {
         ZEL_DROP(recordError); // a task has one outcome, and why nothing came is the better one
-    finish(fetchError.hasError() ? fetchError : recordError);
+        finish(fetchError);
+        return;
+    }
+    Error outcome = recordError;
+    outcome.addWarnings(fetchError.warnings()); // such as what was left out
+    finish(outcome);
 }
 
 void RemoteResourceRetrievingTask::startProgressMonitoring()

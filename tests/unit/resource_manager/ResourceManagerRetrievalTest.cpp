@@ -418,6 +418,27 @@ TEST_F(ResourceManagerRetrievalTest, retrieve_moreThanSix_sixAreFetchedAtOnceAnd
               QVariant(12));
 }
 
+/// As with members of an archive, which is a resource itself. What each waits for stands in the
+/// queue behind all that wait.
+TEST_F(ResourceManagerRetrievalTest, retrieve_moreThanSixThatNeedAnotherResource_allGetThrough)
+{
+    Handlers handlers;
+    for (int i = 0; i < 7; ++i) {
+        const QString name = u"member%1"_s.arg(i);
+        const auto archive = handler(u"archive%1"_s.arg(i));
+        script(name).fetchMode = Task::ExecutionMode::Asynchronous;
+        script(name).fetch = [archive](Task *, const QString &path) {
+            const Error error = ResourceManager::retrieve(archive);
+            writeFile(path, "data");
+            return error;
+        };
+        handlers.append(handler(name));
+    }
+    const auto group = ResourceManager::retrieveAsync(handlers, queued);
+    ASSERT_TRUE(succeeds(group));
+    EXPECT_TRUE(succeeds(group.value()->waitForAllFinished(60'000)));
+}
+
 TEST_F(ResourceManagerRetrievalTest,
        retrieve_againAndAgainFromAnotherThread_touchesNoTaskBehindItsEnd)
 {

@@ -85,6 +85,32 @@ private:
     BaseTask *awaited;
 };
 
+/// Is queued, and has its work done by a task that is not.
+template<typename WaitingTask>
+class DelegatingTask : public Task
+{
+public:
+    explicit DelegatingTask(BaseTask *awaited)
+        : worker(awaited)
+    {
+        setWorkDoneBy(&worker);
+        connect(
+            &worker, &BaseTask::finished, this, [this] { finish(worker.error()); },
+            Qt::DirectConnection);
+    }
+    ~DelegatingTask() override { waitForWork(); }
+
+    void setExecutionMode(ExecutionMode mode) { worker.setExecutionMode(mode); }
+    void exec() override
+    {
+        if (start())
+            worker.exec();
+    }
+
+private:
+    WaitingTask worker;
+};
+
 /// One task more than may run at once, each of which waits for one that is queued behind them all.
 template<typename WaitingTask>
 void expectAllGetThrough(Task::ExecutionMode mode)
@@ -115,6 +141,13 @@ void expectAllGetThrough(Task::ExecutionMode mode)
 TEST(TasksQueueLendingTest, blockingTasks_onTheQueuesThread_lendTheirPlaces)
 {
     expectAllGetThrough<BlockingTask>(Task::ExecutionMode::Synchronous);
+}
+
+TEST(TasksQueueLendingTest, workDoneByAnother_lendsThePlaceOfWhatIsQueued)
+{
+    expectAllGetThrough<DelegatingTask<BlockingTask>>(Task::ExecutionMode::Asynchronous);
+    expectAllGetThrough<DelegatingTask<BlockingTask>>(Task::ExecutionMode::Synchronous);
+    expectAllGetThrough<DelegatingTask<AwaitingTask>>(Task::ExecutionMode::Synchronous);
 }
 
 TEST(TasksQueueLendingTest, blockingTasks_onWorkers_lendTheirPlaces)

@@ -91,6 +91,30 @@ TEST(TasksQueueThreadTest, wait_onTheQueuesThread_runsWhatIsQueued)
     EXPECT_TRUE(first.isFinished());
 }
 
+TEST(TasksQueueThreadTest, destroyedIdle_whileItsTurnComesElsewhere_isStartedOrGoneButNeverBoth)
+{
+    LoopThread thread;
+    DirectQueue queue(4);
+    queue.moveToThread(thread.get());
+    constexpr int races = 5000;
+    std::atomic<int> ran = 0;
+    for (int i = 0; i < races; ++i) {
+        Task task;
+        task.setFunction(
+            [&ran] {
+                ++ran;
+                return Error();
+            },
+            Task::ExecutionMode::Asynchronous);
+        queue.append(&task);
+    }
+    Task last;
+    queue.append(&last);
+    EXPECT_FALSE(last.waitForAllFinished(-1).hasError());
+    EXPECT_LE(ran, races);
+    thread.end();
+}
+
 TEST(TasksQueueThreadTest, wait_waiterDeletesTheTaskAtOnce_queueGoesOn)
 {
     DirectQueue queue(1);

@@ -68,7 +68,7 @@ protected:
     }
 
     /// Lets events be delivered until the condition holds; false if it never does.
-    static bool waitUntil(const std::function<bool()> &condition)
+    static bool deliverEventsUntil(const std::function<bool()> &condition)
     {
         QElapsedTimer timer;
         timer.start();

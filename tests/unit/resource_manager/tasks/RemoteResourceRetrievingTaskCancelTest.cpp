@@ -38,7 +38,7 @@ TEST_F(RemoteResourceRetrievingTaskCancelTest, cancel_waiting_endsCanceledAndNev
     watcher.task->exec();
     watcher.task->cancel();
     fetcher.inner->finish(Error(42, u"broken"_s));
-    EXPECT_TRUE(waitUntil([&] { return watcher.task->isFinished(); }));
+    EXPECT_TRUE(deliverEventsUntil([&] { return watcher.task->isFinished(); }));
     EXPECT_EQ(watcher.task->error().errorCode(), ErrorCode::Canceled);
     EXPECT_TRUE(watcher.inner->isIdle());
     EXPECT_EQ(status(), u"Missing"_s);
@@ -76,14 +76,14 @@ TEST_F(RemoteResourceRetrievingTaskCancelTest,
     fetcher.task->exec();
     watcher.task->exec();
     fetcher.inner->setProgress(1, 2);
-    ASSERT_TRUE(waitUntil([&] { return watcher.task->progressValue() == 50; }));
+    ASSERT_TRUE(deliverEventsUntil([&] { return watcher.task->progressValue() == 50; }));
     QObject::connect(watcher.task.get(), &BaseTask::progress, watcher.task.get(),
                      [&watcher](int value) {
                          if (value == 0)
                              watcher.task->cancel();
                      });
     fetcher.inner->finish(Error(42, u"broken"_s));
-    ASSERT_TRUE(waitUntil([&] { return watcher.task->isCanceled(); }));
+    ASSERT_TRUE(deliverEventsUntil([&] { return watcher.task->isCanceled(); }));
     EXPECT_TRUE(watcher.task->isFinished());
     EXPECT_EQ(watcher.task->error().errorCode(), ErrorCode::Canceled);
     EXPECT_TRUE(watcher.inner->isIdle());

@@ -74,7 +74,7 @@ TEST_F(RemoteResourceRetrievingTaskEndTest, wait_databaseFails_endsWithThatError
     fetcher.task->exec();
     watcher.task->exec();
     other->close();
-    EXPECT_TRUE(waitUntil([&] { return watcher.task->isFinished(); }));
+    EXPECT_TRUE(deliverEventsUntil([&] { return watcher.task->isFinished(); }));
     EXPECT_TRUE(watcher.task->error().hasError());
     const int count = looks.count;
     EXPECT_GT(count, 0);
@@ -98,7 +98,7 @@ TEST_F(RemoteResourceRetrievingTaskEndTest, wait_databaseFails_anotherThreadMayD
     }));
     waiter->start();
     other->close();
-    EXPECT_TRUE(waitUntil([&] { return waiter->isFinished(); }));
+    EXPECT_TRUE(deliverEventsUntil([&] { return waiter->isFinished(); }));
     waiter->wait();
     EXPECT_TRUE(outcome.hasError());
     passThreeLooks();
@@ -152,7 +152,7 @@ TEST_F(RemoteResourceRetrievingTaskEndTest, progress_endComesWithinASlot_isNotSa
     EXPECT_TRUE(fetcher.task->isFinished());
     EXPECT_NE(savedProgress().toInt(), 40);
     // Or it would wait for a fetch that nobody runs.
-    EXPECT_TRUE(waitUntil([&] { return watcher.inner->isRunning(); }));
+    EXPECT_TRUE(deliverEventsUntil([&] { return watcher.inner->isRunning(); }));
     watcher.inner->finish(Error(1));
 }
 

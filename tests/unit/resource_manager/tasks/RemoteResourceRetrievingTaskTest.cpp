@@ -28,6 +28,18 @@ TEST_F(RemoteResourceRetrievingTaskTest, exec_nobodyFetches_fetchesAndRecordsThe
     EXPECT_EQ(taskRows(), 0);
 }
 
+TEST_F(RemoteResourceRetrievingTaskTest, exec_fetchSucceedsWithWarnings_passesThemOn)
+{
+    const auto own = retrieval(cache);
+    own.task->exec();
+    writeFile(path, "data");
+    Error outcome;
+    outcome.addWarnings({ u"left out"_s });
+    own.inner->finish(outcome);
+    EXPECT_TRUE(own.task->isSuccessful());
+    EXPECT_EQ(own.task->error().warnings(), QStringList { u"left out"_s });
+}
+
 TEST_F(RemoteResourceRetrievingTaskTest, texts_translated_standInTheContextOfTheClass)
 {
     const BracketTranslator translator;
@@ -40,7 +52,7 @@ TEST_F(RemoteResourceRetrievingTaskTest, texts_translated_standInTheContextOfThe
     EXPECT_EQ(fetcher.task->progressText(), context + u"<Retrieving the resource>"_s);
     EXPECT_EQ(watcher.task->progressText(), context + u"<Waiting for retrieve of the resource>"_s);
     finishWithData(fetcher.inner);
-    EXPECT_TRUE(waitUntil([&] { return watcher.task->isFinished(); }));
+    EXPECT_TRUE(deliverEventsUntil([&] { return watcher.task->isFinished(); }));
 }
 
 TEST_F(RemoteResourceRetrievingTaskTest,
@@ -53,7 +65,7 @@ TEST_F(RemoteResourceRetrievingTaskTest,
     fetcher.inner->finish(Error(1));
     fetcher.inner->setProgress(40, 100);
     EXPECT_FALSE(savedProgress().toInt() == 40);
-    ASSERT_TRUE(waitUntil([&] { return watcher.inner->isRunning(); }));
+    ASSERT_TRUE(deliverEventsUntil([&] { return watcher.inner->isRunning(); }));
     finishWithData(watcher.inner);
     EXPECT_TRUE(watcher.task->isSuccessful());
 }
@@ -96,11 +108,11 @@ TEST_F(RemoteResourceRetrievingTaskTest, exec_twoClients_oneFetchesAndTheOtherWa
     EXPECT_EQ(taskRows(), 2);
 
     fetcher.inner->setProgress(30, 60);
-    EXPECT_TRUE(waitUntil([&] { return watcher.task->progressValue() == 50; }));
+    EXPECT_TRUE(deliverEventsUntil([&] { return watcher.task->progressValue() == 50; }));
     EXPECT_EQ(watcher.task->progressMaximum(), 100);
 
     finishWithData(fetcher.inner);
-    EXPECT_TRUE(waitUntil([&] { return watcher.task->isFinished(); }));
+    EXPECT_TRUE(deliverEventsUntil([&] { return watcher.task->isFinished(); }));
     EXPECT_TRUE(watcher.task->isSuccessful());
     EXPECT_TRUE(watcher.inner->isIdle());
     EXPECT_EQ(taskRows(), 0);
@@ -114,11 +126,11 @@ TEST_F(RemoteResourceRetrievingTaskTest, wait_fetcherFails_takesOver)
     fetcher.task->exec();
     watcher.task->exec();
     fetcher.inner->setProgress(1, 2);
-    EXPECT_TRUE(waitUntil([&] { return watcher.task->progressValue() == 50; }));
+    EXPECT_TRUE(deliverEventsUntil([&] { return watcher.task->progressValue() == 50; }));
 
     fetcher.inner->finish(Error(42, u"broken"_s));
     EXPECT_EQ(fetcher.task->error(), Error(42, u"broken"_s));
-    EXPECT_TRUE(waitUntil([&] { return watcher.inner->isRunning(); }));
+    EXPECT_TRUE(deliverEventsUntil([&] { return watcher.inner->isRunning(); }));
     EXPECT_EQ(watcher.task->progressValue(), 0);
     EXPECT_EQ(watcher.task->progressText(), u"Retrieving the resource"_s);
     finishWithData(watcher.inner);
@@ -141,7 +153,7 @@ TEST_F(RemoteResourceRetrievingTaskTest, wait_madeOnAnotherThread_stillLooks)
     fetcher.task->exec();
     watcher.task->exec();
     finishWithData(fetcher.inner);
-    EXPECT_TRUE(waitUntil([&] { return watcher.task->isFinished(); }));
+    EXPECT_TRUE(deliverEventsUntil([&] { return watcher.task->isFinished(); }));
     EXPECT_TRUE(watcher.task->isSuccessful());
 }
 
