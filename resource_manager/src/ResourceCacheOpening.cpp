@@ -35,6 +35,8 @@ ResourceCache::Private::Private(ResourceCache *owner, std::unique_ptr<ResourceCa
     , dao(givenDao ? std::move(givenDao) : std::make_unique<ResourceCacheDao>())
     , semaphore(semaphoreOf(unopenedKey()))
 {
+    if (dao->isOpen())
+        opening = std::make_shared<bool>(true);
     pingGate->owner = this;
     pingTimer->setInterval(pingPeriod);
     const auto ping = [gate = pingGate] {

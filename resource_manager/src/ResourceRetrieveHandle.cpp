@@ -44,7 +44,10 @@ Result<bool> ResourceRetrieveHandle::becomeFetcher()
     const auto lock = cache->d->hold();
     Error error;
     ZEL_TRY(error, hasLostItsRow() ? addRowUnderHold() : checkPlace());
-    return ZEL_PASS(cache->d->tryStartRetrieve(reference));
+    ZEL_TRY_LET(const bool isFetcher, cache->d->tryStartRetrieve(reference));
+    if (isFetcher)
+        cache->d->taskRows.setFetcher(reference, this);
+    return isFetcher;
 }
 
 Result<bool> ResourceRetrieveHandle::tryStartRetrieve(ResourceCache *cache,
@@ -99,7 +102,8 @@ Error ResourceRetrieveHandle::removeTaskFromDatabase()
     Error error;
     if (hasLostItsRow()) // while this thread waited
         return error;
-    ZEL_TRY(error, cache->d->removeOwnTask(reference, fetching));
+    const bool isFetcher = fetching && !cache->d->taskRows.isFetchedByOther(reference, this);
+    ZEL_TRY(error, cache->d->removeOwnTask(reference, isFetcher));
     // Not before: after a failure the destructor tries once more, else they would watch for ever.
     fetching = false;
     return error;
@@ -157,9 +161,10 @@ Error ResourceRetrieveHandle::finalizeRetrieve(Error retrieveError)
     // The data lies in the other cache, and this one knows nothing of it.
     if (const Error misplaced = ZEL_PASS(checkPlace()); misplaced.hasError())
         return retrieveError.hasError() ? Error() : misplaced;
-    // The closing of the cache has taken it back; what is fetched now is somebody else's affair,
-    // also within this process.
-    if (retrieveError.hasError() && hasLostItsRow())
+    // The closing of the cache, or one who took this process for dead, has taken it back; what is
+    // fetched now is somebody else's affair, also within this process.
+    if (retrieveError.hasError()
+        && (hasLostItsRow() || cache->d->taskRows.isFetchedByOther(reference, this)))
         return {};
     return ZEL_PASS(
         cache->d->finalizeRetrieve(reference, localPath, counted, version, retrieveError));

@@ -36,6 +36,21 @@ public:
     {
         const std::lock_guard lock(mutex);
         rows.remove(reference, handle);
+        if (fetchers.value(reference) == handle)
+            fetchers.remove(reference);
+    }
+
+    /// The handle fetches from now on. One that did before has been taken for dead.
+    void setFetcher(const QString &reference, const void *handle)
+    {
+        const std::lock_guard lock(mutex);
+        fetchers.insert(reference, handle);
+    }
+
+    bool isFetchedByOther(const QString &reference, const void *handle) const
+    {
+        const std::lock_guard lock(mutex);
+        return fetchers.value(reference, handle) != handle;
     }
 
     /// The cache was closed, and all rows of this process have gone.
@@ -43,6 +58,7 @@ public:
     {
         const std::lock_guard lock(mutex);
         rows.clear();
+        fetchers.clear();
         leftOver.clear();
     }
 
@@ -76,6 +92,7 @@ public:
 private:
     mutable Mutex mutex { "the rows of retrieve handles" };
     QMultiHash<QString, const void *> rows;
+    QHash<QString, const void *> fetchers;
     QSet<QString> leftOver; ///< references of rows that no handle has any more
 };
 

@@ -302,6 +302,46 @@ TEST_F(ResourceRetrieveHandleTest, finalizeRetrieve_failedButFetchedByAnother_le
     EXPECT_EQ(status(), u"Ready"_s);
 }
 
+// The machine slept: others took this program for dead, and it has asked for the resource again.
+TEST_F(ResourceRetrieveHandleTest, fetchGivenUp_fetchedAgainByTheSameProcess_leavesThatOneAlone)
+{
+    const auto late = handleOf(cache);
+    ASSERT_TRUE(late->tryStartRetrieve().value());
+    database().run(u"DELETE FROM AcquiringTasks"_s);
+    const auto next = handleOf(cache);
+    ASSERT_TRUE(next->tryStartRetrieve().value());
+    ASSERT_FALSE(next->saveProgress(40).hasError());
+
+    EXPECT_FALSE(late->finalizeRetrieve(Error(1)).hasError());
+    EXPECT_FALSE(late->removeTaskFromDatabase().hasError());
+    EXPECT_EQ(status(), u"Acquiring"_s);
+    EXPECT_EQ(database().value(u"SELECT progress FROM AcquiringTasks"_s), QVariant(40));
+
+    EXPECT_FALSE(next->finalizeRetrieve(Error(1)).hasError());
+    EXPECT_FALSE(next->removeTaskFromDatabase().hasError());
+    EXPECT_EQ(status(), u"Missing"_s);
+    EXPECT_EQ(taskRows(), 0);
+}
+
+TEST_F(ResourceRetrieveHandleTest, givenDatabaseAccessThatIsOpen_rowsGoWithTheirHandles)
+{
+    auto dao = std::make_unique<OtherProcessDao>(4000001);
+    ASSERT_FALSE(dao->open(cachePath().databasePath()).hasError());
+    TestCache given(std::move(dao));
+    ASSERT_FALSE(given.add(u"test:given"_s, ResourceCleanupPolicy::OnDemand).hasError());
+    const int before = database().count(u"ResourceUsages"_s);
+    {
+        const auto usage = given.useResource(u"test:given"_s);
+        ASSERT_TRUE(usage.hasValue());
+        EXPECT_EQ(database().count(u"ResourceUsages"_s), before + 1);
+        const auto fetch = handleOf(given);
+        ASSERT_TRUE(fetch->tryStartRetrieve().value());
+        EXPECT_FALSE(fetch->finalizeRetrieve(Error(1)).hasError());
+    }
+    EXPECT_EQ(database().count(u"ResourceUsages"_s), before);
+    EXPECT_EQ(taskRows(), 0);
+}
+
 // It looks once more when its turn has come: what is Ready by then may be in use already.
 TEST_F(ResourceRetrieveHandleTest, tryStartRetrieve_publishedSinceItsFirstLook_fetchesNothingOver)
 {
