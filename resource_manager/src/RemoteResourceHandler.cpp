@@ -153,11 +153,13 @@ RemoteResourceHandler::~RemoteResourceHandler() = default;
 
 Result<ResourceCleanupPolicy> RemoteResourceHandler::cleanupPolicy() const
 {
+    d->useIfUnmarked();
     return ZEL_PASS(d->cache->readCleanupPolicy(d->referenceKey));
 }
 
 Error RemoteResourceHandler::setCleanupPolicy(const ResourceCleanupPolicy &policy)
 {
+    d->useIfUnmarked();
     return ZEL_PASS(d->cache->saveCleanupPolicy(d->referenceKey, policy));
 }
 
@@ -207,6 +209,7 @@ Error RemoteResourceHandler::addToCache(const PathImpl<PathType::Unknown> &sourc
 
 Error RemoteResourceHandler::addToCache(const std::function<Error()> &copier)
 {
+    d->useIfUnmarked();
     ZEL_TRY_LET(const auto targetDirectory, createTargetDirectory());
     Error error;
     ZEL_TRY(error, copier());

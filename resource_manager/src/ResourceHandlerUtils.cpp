@@ -30,7 +30,7 @@ QString known(const QSharedPointer<ResourceReference> &reference,
         return *answer;
 
     const auto metadata = ResourceManager::retrieveMetadata(reference);
-    if (metadata.hasValue())
+    if (metadata.hasValue() && metadata.value())
         return (metadata.value().data()->*metadataAnswer)();
     // A text cannot carry a failure.
     ZEL_DROP(metadata);

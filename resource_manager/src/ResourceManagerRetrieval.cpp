@@ -49,8 +49,8 @@ ResourceManager::Private::GroupResult ResourceManager::Private::retrieveAsync(
 
     Error error;
     ZEL_TRY_LET(RawHandlers missing, missingOnes(handlers));
-    if (ResourcePromptingInterface *asked
-        = prompting ? prompting : defaultPromptingInterface.get()) {
+    const auto ours = defaultPromptingInterface;
+    if (ResourcePromptingInterface *asked = prompting ? prompting : ours.get()) {
         ZEL_TRY(error, promptRetrieveIfNeeded(missing, asked));
         missing = withoutUnaccepted(missing, asked->confirmedReferences());
     }
@@ -129,7 +129,8 @@ Error ResourceManager::Private::promptRetrieveIfNeeded(const RawHandlers &handle
         return Error();
 
     // A question that nobody can answer is refused.
-    ResourcePromptingInterface *asked = prompting ? prompting : defaultPromptingInterface.get();
+    const auto ours = defaultPromptingInterface;
+    ResourcePromptingInterface *asked = prompting ? prompting : ours.get();
     if (asked && asked->confirmRetrieve(references))
         return Error();
 

@@ -125,7 +125,8 @@ public:
     ResourceManager *q;
     ResourceManagerSettings settings;
     std::unique_ptr<ResourceCache> cache;
-    std::unique_ptr<ResourcePromptingInterface> defaultPromptingInterface;
+    /// Whoever asks keeps it: in the midst of the question another one may be set.
+    std::shared_ptr<ResourcePromptingInterface> defaultPromptingInterface;
     TasksQueue tasksQueue;
     QHash<QString, CachedRequestValue> cachedRequestsValues;
     SweepMark answersSweep;

@@ -124,6 +124,30 @@ TEST_F(RemoteResourceHandlerTest, localPath_cacheMovesMeanwhile_followsIt)
     ASSERT_TRUE(succeeds(ResourceManager::updateSettings(settingsFor(directory.baseDir()))));
 }
 
+TEST_F(RemoteResourceHandlerTest, addToCache_firstAfterAMove_isStoredAndInUseOverThere)
+{
+    const auto remote = handler(u"a"_s);
+    const TemporaryCache other;
+    ASSERT_TRUE(succeeds(ResourceManager::updateSettings(settingsFor(other.baseDir()))));
+    EXPECT_TRUE(succeeds(remote->addToCache(UnknownPath(source(u"file"_s, "12345")))));
+    CacheDatabase there(other.databasePath());
+    EXPECT_EQ(there.status(key(u"a"_s)), u"Ready"_s);
+    EXPECT_EQ(there.count(u"ResourceUsages"_s), 1);
+    ASSERT_TRUE(succeeds(ResourceManager::updateSettings(settingsFor(directory.baseDir()))));
+}
+
+TEST_F(RemoteResourceHandlerTest, cleanupPolicy_firstAfterAMove_isStoredOverThere)
+{
+    const auto remote = handler(u"a"_s);
+    const auto read = handler(u"b"_s);
+    const TemporaryCache other;
+    ASSERT_TRUE(succeeds(ResourceManager::updateSettings(settingsFor(other.baseDir()))));
+    EXPECT_TRUE(succeeds(read->cleanupPolicy()));
+    EXPECT_TRUE(succeeds(remote->setCleanupPolicy(ResourceCleanupPolicy::OnClose)));
+    EXPECT_EQ(remote->cleanupPolicy().value(), ResourceCleanupPolicy::OnClose);
+    ASSERT_TRUE(succeeds(ResourceManager::updateSettings(settingsFor(directory.baseDir()))));
+}
+
 TEST_F(RemoteResourceHandlerTest, isAvailableLocally_readyAndThere_isTrue)
 {
     const auto remote = handler(u"a"_s);

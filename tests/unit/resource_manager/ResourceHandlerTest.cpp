@@ -180,7 +180,7 @@ TEST_F(ResourceHandlerTest, copy_ofAHandler_hasReferenceAndMode)
 
 TEST_F(ResourceHandlerTest, forwarding_allOperations_reachTheManager)
 {
-    script(u"a"_s).metadata.reset(new TestMetadata(u"a"_s));
+    script(u"a"_s).metadata = QSharedPointer<TestMetadata>::create(u"a"_s);
     const auto remote = handler(u"a"_s);
     EXPECT_TRUE(remote->exists().value());
     EXPECT_EQ(remote->retrieveMetadata().value()->metadataName(), u"a"_s);

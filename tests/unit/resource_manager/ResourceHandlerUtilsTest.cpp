@@ -142,7 +142,7 @@ TEST_F(ResourceHandlerUtilsTest, path_referenceThatKnowsIt_asksNobody)
 
 TEST_F(ResourceHandlerUtilsTest, path_referenceThatDoesNotKnowIt_asksTheMetadata)
 {
-    script(u"a"_s).metadata.reset(new TestMetadata(u"a"_s));
+    script(u"a"_s).metadata = QSharedPointer<TestMetadata>::create(u"a"_s);
     EXPECT_EQ(utils::path(testReference(u"a"_s)), u"/metadata/a"_s);
     EXPECT_EQ(utils::fullPath(testReference(u"a"_s)), u"/metadata/full/a"_s);
 }
@@ -154,6 +154,9 @@ TEST_F(ResourceHandlerUtilsTest, path_failureOrNull_isEmpty)
     EXPECT_TRUE(utils::path(testReference(u"a"_s)).isEmpty());
     EXPECT_TRUE(utils::fullPath(testReference(u"a"_s)).isEmpty());
     EXPECT_TRUE(log.contains(QtWarningMsg, u"down"_s));
+    script(u"b"_s).metadata = QSharedPointer<ResourceMetadata>();
+    EXPECT_TRUE(utils::path(testReference(u"b"_s)).isEmpty());
+    EXPECT_TRUE(utils::fullPath(testReference(u"b"_s)).isEmpty());
     EXPECT_TRUE(utils::path(nullptr).isEmpty());
     EXPECT_TRUE(utils::fullPath(nullptr).isEmpty());
 }

@@ -135,6 +135,38 @@ TEST_F(ResourceManagerPromptTest, promptList_asManyAcceptedAsMissing_dropsNobody
     EXPECT_EQ(group.value()->subtasks().size(), 2);
 }
 
+TEST_F(ResourceManagerPromptTest, promptList_defaultReplacedWhileItAsks_livesUntilItsAnswerIsRead)
+{
+    /// As one whose dialog logs the user out.
+    class Replaced : public FakePrompting
+    {
+    public:
+        explicit Replaced(QStringList *steps)
+            : steps(steps)
+        {
+        }
+        ~Replaced() override { steps->append(u"gone"_s); }
+        bool confirmRetrieve(const References &references) override
+        {
+            ResourceManager::setDefaultResourcePromptingInterface(nullptr);
+            steps->append(u"asked"_s);
+            return FakePrompting::confirmRetrieve(references);
+        }
+        References confirmedReferences() override
+        {
+            steps->append(u"read"_s);
+            return FakePrompting::confirmedReferences();
+        }
+
+    private:
+        QStringList *steps;
+    };
+    QStringList steps;
+    ResourceManager::setDefaultResourcePromptingInterface(std::make_unique<Replaced>(&steps));
+    EXPECT_TRUE(succeeds(ResourceManager::retrieve(Handlers { prompted(u"a"_s) })));
+    EXPECT_EQ(steps, (QStringList { u"asked"_s, u"read"_s, u"gone"_s }));
+}
+
 TEST_F(ResourceManagerPromptTest, promptList_partialChoiceOfTwiceAsMany_makesTwiceAsManyKeyForms)
 {
     const auto keyFormsFor = [this](const QString &name, int count) {

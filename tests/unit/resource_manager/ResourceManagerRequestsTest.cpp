@@ -378,7 +378,7 @@ TEST_F(ResourceManagerRequestsTest, memo_retrievalAndSettings_doNotTouchIt)
 
 TEST_F(ResourceManagerRequestsTest, retrieveMetadata_handler_givesWhatItsTaskFound)
 {
-    script(u"a"_s).metadata.reset(new TestMetadata(u"of a"_s));
+    script(u"a"_s).metadata = QSharedPointer<TestMetadata>::create(u"of a"_s);
     const auto metadata = ResourceManager::retrieveMetadata(handler(u"a"_s));
     ASSERT_TRUE(succeeds(metadata));
     EXPECT_EQ(metadata.value()->metadataName(), u"of a"_s);
@@ -386,7 +386,7 @@ TEST_F(ResourceManagerRequestsTest, retrieveMetadata_handler_givesWhatItsTaskFou
 
 TEST_F(ResourceManagerRequestsTest, retrieveMetadata_again_asksAgain)
 {
-    script(u"a"_s).metadata.reset(new TestMetadata(u"of a"_s));
+    script(u"a"_s).metadata = QSharedPointer<TestMetadata>::create(u"of a"_s);
     EXPECT_TRUE(succeeds(ResourceManager::retrieveMetadata(handler(u"a"_s))));
     EXPECT_TRUE(succeeds(ResourceManager::retrieveMetadata(handler(u"a"_s))));
     EXPECT_EQ(script(u"a"_s).metadataTasks, 2);
@@ -394,7 +394,7 @@ TEST_F(ResourceManagerRequestsTest, retrieveMetadata_again_asksAgain)
 
 TEST_F(ResourceManagerRequestsTest, retrieveMetadata_reference_makesTheHandlerItself)
 {
-    script(u"a"_s).metadata.reset(new TestMetadata(u"of a"_s));
+    script(u"a"_s).metadata = QSharedPointer<TestMetadata>::create(u"of a"_s);
     EXPECT_EQ(ResourceManager::retrieveMetadata(testReference(u"a"_s)).value()->metadataName(),
               u"of a"_s);
     EXPECT_TRUE(failsWith(ResourceManager::retrieveMetadata(QSharedPointer<ResourceReference>()),
@@ -426,7 +426,7 @@ TEST_F(ResourceManagerRequestsTest, retrieveMetadata_schemeGivesNoTask_failsInEv
 
 TEST_F(ResourceManagerRequestsTest, retrieveMetadataAsync_types_queueOrHandOver)
 {
-    script(u"a"_s).metadata.reset(new TestMetadata(u"of a"_s));
+    script(u"a"_s).metadata = QSharedPointer<TestMetadata>::create(u"of a"_s);
     const auto idle = ResourceManager::retrieveMetadataAsync(handler(u"a"_s), manual);
     EXPECT_TRUE(idle.value()->isIdle());
     const auto running = ResourceManager::retrieveMetadataAsync(handler(u"a"_s), queued);

@@ -45,7 +45,7 @@ std::unique_ptr<Task> makeMetadataTask(HandlerScript &script)
     return makeTask(
         [&script](Task *task) {
             if (script.metadata)
-                task->setResult(script.metadata);
+                task->setResult(*script.metadata);
             return script.metadataOutcome;
         },
         Task::ExecutionMode::Synchronous);

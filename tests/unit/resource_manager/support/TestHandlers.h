@@ -25,7 +25,7 @@ struct HandlerScript
     QString cacheFileName; ///< "<name>/<name>.dat" if it is empty
 
     Error metadataOutcome;
-    QSharedPointer<ResourceMetadata> metadata;
+    std::optional<QSharedPointer<ResourceMetadata>> metadata; ///< no result without one
 
     // For handlers without a cache.
     Result<PathImpl<PathType::Unknown>> localPath = Error(1, QStringLiteral("No path."));
