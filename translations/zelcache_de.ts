@@ -112,6 +112,24 @@
     </message>
 </context>
 <context>
+    <name>zel::cli::CacheOpening</name>
+    <message>
+        <source>The trace cannot be written to %1.</source>
+        <translation>Die Ablaufverfolgung kann nicht nach %1 geschrieben werden.</translation>
+    </message>
+    <message>
+        <source>The cache in %1 cannot be opened: %2</source>
+        <translation>Der Cache in %1 kann nicht geöffnet werden: %2</translation>
+    </message>
+</context>
+<context>
+    <name>zel::cli::CacheReading</name>
+    <message>
+        <source>The cache in %1 cannot be read: %2</source>
+        <translation>Der Cache in %1 kann nicht gelesen werden: %2</translation>
+    </message>
+</context>
+<context>
     <name>zel::cli::CacheReasons</name>
     <message>
         <source>%1 in %2 held by %3</source>
@@ -870,21 +888,6 @@
     <message>
         <source>Status since</source>
         <translation>Status seit</translation>
-    </message>
-</context>
-<context>
-    <name>zel::cli::Library</name>
-    <message>
-        <source>The cache in %1 cannot be read: %2</source>
-        <translation>Der Cache in %1 kann nicht gelesen werden: %2</translation>
-    </message>
-    <message>
-        <source>The trace cannot be written to %1.</source>
-        <translation>Die Ablaufverfolgung kann nicht nach %1 geschrieben werden.</translation>
-    </message>
-    <message>
-        <source>The cache in %1 cannot be opened: %2</source>
-        <translation>Der Cache in %1 kann nicht geöffnet werden: %2</translation>
     </message>
 </context>
 <context>

@@ -3,6 +3,8 @@
 #include "NginxServer.h"
 #include "Printers.h"
 
+#include <QElapsedTimer>
+
 namespace zel::test {
 
 using namespace Qt::Literals::StringLiterals;
@@ -51,6 +53,21 @@ TEST_F(TerminalCliTest, get_narrowTerminal_neverWraps)
         line.replace("\x1b[K", "");
         EXPECT_LT(line.size(), 30) << line.toStdString();
     }
+}
+
+// To draw is to read what all of them tell.
+TEST_F(TerminalCliTest, get_manyThatEndAtOnce_drawsBySeldomMomentsNotByEnds)
+{
+    QStringList arguments { u"get"_s };
+    for (int i = 0; i < 150; ++i)
+        arguments.append(sharedFile(u"%1.raw"_s.arg(i), "x"));
+    PtyRun::Options options;
+    options.outputIsTerminal = false;
+    QElapsedTimer timer;
+    timer.start();
+    const auto run = startAtTerminal(arguments, options);
+    EXPECT_EQ(run->exitCode(), 0) << run->seen().toStdString();
+    EXPECT_LE(run->seen().count('\r'), timer.elapsed() / 150 + 3);
 }
 
 TEST_F(TerminalCliTest, get_answerElsewhere_stillDrawsABar)

@@ -5,8 +5,6 @@
 #include <QEventLoop>
 #include <QTimer>
 
-#include <algorithm>
-
 namespace zel::cli {
 
 using namespace std::chrono_literals;
@@ -59,10 +57,11 @@ void TaskWait::cancelAll()
     }
 }
 
-bool TaskWait::allFinished() const
+bool TaskWait::allFinished()
 {
-    return std::all_of(tasks.begin(), tasks.end(),
-                       [](const Task *task) { return task->isFinished(); });
+    while (finishedCount < tasks.size() && tasks.at(finishedCount)->isFinished())
+        ++finishedCount;
+    return finishedCount == tasks.size();
 }
 
 } // namespace zel::cli

@@ -33,9 +33,10 @@ public:
     int receivedSignal() const { return signalWatch.received(); }
 
 private:
-    bool allFinished() const;
+    bool allFinished();
 
     QList<Task *> tasks;
+    qsizetype finishedCount = 0; ///< of them so many from the start; it is asked at each end
     bool canceled = false;
     SignalWatch signalWatch;
 };

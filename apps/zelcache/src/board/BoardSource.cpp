@@ -1,6 +1,6 @@
 #include "board/BoardSource.h"
 
-#include "Library.h"
+#include "cache/CacheReading.h"
 #include "errors/Propagate.h"
 #include "staging/StagingRecord.h"
 

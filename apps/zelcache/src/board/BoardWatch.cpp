@@ -1,9 +1,9 @@
 #include "board/BoardWatch.h"
 
-#include "Library.h"
 #include "board/BoardJson.h"
 #include "board/BoardLooker.h"
 #include "board/BoardTerminal.h"
+#include "cache/CacheOpening.h"
 #include "platform/SignalWatch.h"
 
 #include <QDateTime>

@@ -1,6 +1,6 @@
 #include "Command.h"
 #include "CommandOptions.h"
-#include "Library.h"
+#include "ReferenceHandlers.h"
 #include "RemoteResourceHandler.h"
 #include "ResourceManager.h"
 #include "files/WholeCopy.h"

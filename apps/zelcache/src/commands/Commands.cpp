@@ -4,7 +4,7 @@ namespace zel::cli {
 
 // A new command takes three steps: its source in this folder, which ends with the definition of
 // `std::unique_ptr<Command> makeXCommand()`; a line here, where the help is to list it; and a line
-// in CMakeLists.txt.
+// in CMakeLists.txt. CONTRIBUTING.md has the places where it is told of.
 #define ZELCACHE_COMMANDS(MAKE)                                                                    \
     MAKE(Get)                                                                                      \
     MAKE(Hold)                                                                                     \

@@ -1,6 +1,6 @@
 #include "Command.h"
 #include "CommandOptions.h"
-#include "Library.h"
+#include "cache/CacheOpening.h"
 #include "errors/Propagate.h"
 #include "settings/SettingValue.h"
 #include "settings/SettingsReport.h"

@@ -1,6 +1,6 @@
 #include "Command.h"
 #include "CommandOptions.h"
-#include "Library.h"
+#include "ReferenceHandlers.h"
 #include "ResourceManager.h"
 #include "TaskWait.h"
 #include "output/Text.h"

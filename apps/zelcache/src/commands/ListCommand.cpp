@@ -1,6 +1,7 @@
 #include "Command.h"
 #include "CommandOptions.h"
-#include "Library.h"
+#include "cache/CacheOpening.h"
+#include "cache/CacheReading.h"
 #include "reports/CacheReport.h"
 #include "reports/ListSelection.h"
 

@@ -1,10 +1,11 @@
 #include "Command.h"
 #include "CommandOptions.h"
-#include "Library.h"
 #include "ResourceCache.h"
 #include "ResourceLookup.h"
 #include "ResourceManager.h"
 #include "SchemesRegistration.h"
+#include "cache/CacheOpening.h"
+#include "cache/CacheReading.h"
 #include "platform/SignalWatch.h"
 
 #include <QCoreApplication>

@@ -1,9 +1,11 @@
-#include "CacheWork.h"
 #include "Command.h"
 #include "CommandOptions.h"
-#include "Library.h"
 #include "ResourceCache.h"
+#include "ResourceLookup.h"
 #include "ResourceManager.h"
+#include "cache/CacheOpening.h"
+#include "cache/CacheReading.h"
+#include "cache/CacheWork.h"
 #include "errors/Propagate.h"
 #include "files/FileUtils.h"
 #include "output/Text.h"
@@ -124,18 +126,17 @@ void setNotHere(RecountResult &result, const QString &why)
 }
 
 /// Why the data of a resource that is ready by its row cannot be counted; empty if it can.
-QString absenceOf(const QSharedPointer<ResourceHandler> &handler)
+QString absenceOf(const ResourceCacheReader::Resource &row)
 {
-    if (!handler->isAvailableLocally())
+    if (!QFileInfo::exists(row.path))
         return Texts::tr("its data is gone from the cache.");
-    const auto path = handler->expectedPath();
-    const QString dataDir = ResourceManager::cachePath().cacheDataDir();
-    if (path.hasValue() && !FileUtils::isSubPath(path.value().toString(), dataDir))
+    if (!FileUtils::isSubPath(row.path, ResourceManager::cachePath().cacheDataDir()))
         return Texts::tr("its data lies outside of the cache.");
     return {};
 }
 
-RecountResult recounted(const QString &argument, const QHash<QString, qint64> &sizesBefore)
+/// Without a handler, which would use the resource: with its last use data may go.
+RecountResult recounted(const QString &argument, const Snapshot &before)
 {
     RecountResult result;
     result.reference = withoutSecrets(argument);
@@ -145,21 +146,16 @@ RecountResult recounted(const QString &argument, const QHash<QString, qint64> &s
         return result;
     }
     result.reference = reference.value()->referenceText(false);
-    // Asked of the snapshot, as a handler would enter what the cache does not know.
-    if (!sizesBefore.contains(result.reference)) {
+    const auto row = resourceOf(before, result.reference);
+    if (!row || row->status != ResourceStatus::Ready) {
         setNotHere(result, Texts::tr("it is not in the cache."));
         return result;
     }
-    result.before = sizesBefore.value(result.reference);
-    const auto handler = ResourceManager::getHandler(reference.value());
-    if (!handler.hasValue()) {
-        result.failure = handler.error();
-        return result;
-    }
-    if (const QString absence = absenceOf(handler.value()); !absence.isEmpty())
+    result.before = row->size;
+    if (const QString absence = absenceOf(*row); !absence.isEmpty())
         setNotHere(result, absence);
     else
-        result.failure = ResourceManager::updateFileSizes({ handler.value() });
+        result.failure = ResourceManager::cache()->updateFileSize(row->reference);
     return result;
 }
 
@@ -174,12 +170,11 @@ RecountResult canceled(const QString &argument)
 ExitCode recountEach(const Context &context, const QStringList &references, const Snapshot &before)
 {
     const SignalWatch signalWatch([](int) {});
-    const QHash<QString, qint64> sizesBefore = readySizes(before);
     RecountReport report;
     for (const QString &argument : references) {
         QCoreApplication::processEvents();
         context.output.note(Texts::tr("Counting %1").arg(withoutSecrets(argument)));
-        report.results.append(signalWatch.received() == 0 ? recounted(argument, sizesBefore)
+        report.results.append(signalWatch.received() == 0 ? recounted(argument, before)
                                                           : canceled(argument));
     }
     const auto after = readCacheFor(references, settingsOf(context.options));

@@ -1,8 +1,9 @@
 #include "Command.h"
 #include "CommandOptions.h"
-#include "Library.h"
 #include "board/BoardSource.h"
 #include "board/BoardWatch.h"
+#include "cache/CacheOpening.h"
+#include "cache/CacheReading.h"
 #include "reports/CacheReport.h"
 
 namespace zel::cli {

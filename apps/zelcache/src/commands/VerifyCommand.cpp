@@ -1,8 +1,9 @@
 #include "Command.h"
 #include "CommandOptions.h"
-#include "Library.h"
 #include "ResourceLookup.h"
 #include "SchemesRegistration.h"
+#include "cache/CacheOpening.h"
+#include "cache/CacheReading.h"
 #include "errors/Propagate.h"
 #include "holders/ResourceUsers.h"
 #include "output/Text.h"
@@ -32,7 +33,8 @@ sizes, then every byte. Without a reference it verifies all that is ready. It te
 is changed, cut off or incomplete, who uses it now, and since when it is here.
 
 With a budget it ends in time, and the next run with one goes on where this one ended,
-with what was not verified for the longest time. It changes nothing in the cache.
+with what was not verified for the longest time. It changes no data; what it finds out
+is noted beside them.
 
 The exit code is 6 if any data is not what was fetched.
 

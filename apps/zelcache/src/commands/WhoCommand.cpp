@@ -1,8 +1,9 @@
 #include "Command.h"
 #include "CommandOptions.h"
-#include "Library.h"
 #include "ResourceLookup.h"
 #include "SchemesRegistration.h"
+#include "cache/CacheOpening.h"
+#include "cache/CacheReading.h"
 #include "holders/Holders.h"
 
 #include <QCoreApplication>

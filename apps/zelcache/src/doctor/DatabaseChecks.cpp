@@ -1,11 +1,9 @@
 #include "doctor/Checks.h"
 
 #include "output/Format.h"
+#include "removal/PurgePlan.h"
 
 #include <QCoreApplication>
-#include <QtNumeric>
-
-#include <limits>
 
 namespace zel::cli::checks {
 
@@ -16,20 +14,9 @@ struct Texts
     Q_DECLARE_TR_FUNCTIONS(zel::cli::DatabaseChecks)
 };
 
-/// The largest number for what is more than that: a row can have any size.
-qint64 sumOfSizes(const ResourceCacheReader::Snapshot &snapshot)
-{
-    qint64 sum = 0;
-    for (const ResourceCacheReader::Resource &resource : snapshot.resources) {
-        if (qAddOverflow(sum, resource.size, &sum))
-            return std::numeric_limits<qint64>::max();
-    }
-    return sum;
-}
-
 void checkSum(const Examination &all, Findings &findings)
 {
-    const qint64 sum = sumOfSizes(all.snapshot);
+    const qint64 sum = sizeOfAll(all.snapshot.resources);
     if (all.condition.metadataRows == 0 || sum == all.snapshot.currentSize)
         return;
     findings.append(

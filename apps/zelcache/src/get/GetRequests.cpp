@@ -1,6 +1,6 @@
 #include "get/GetRequests.h"
 
-#include "Library.h"
+#include "ReferenceHandlers.h"
 #include "ResourceManager.h"
 #include "TaskWait.h"
 #include "files/FileUtils.h"
@@ -17,6 +17,7 @@
 namespace zel::cli {
 
 using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -37,6 +38,9 @@ Error refusalOf(const VerifyResult &result)
 }
 
 using Snapshot = ResourceCacheReader::Snapshot;
+
+/// To draw is to read what all fetches tell. Ticks come at each end of one, too.
+constexpr auto drawInterval = 150ms;
 
 /// A fetch that was canceled ends without a word.
 Error worded(const Error &failure)
@@ -363,8 +367,10 @@ TransferReports GetRequests::reports() const
     if (allTold)
         return reports;
     QStringList keys;
-    for (const auto &fetch : fetches)
-        keys.append(fetch->key);
+    for (const auto &fetch : fetches) {
+        if (!fetch->isSettled())
+            keys.append(fetch->key);
+    }
     const ResourceCacheReader reader(ResourceManager::cachePath().databasePath());
     if (const auto snapshot = reader.readRowsOf(keys); snapshot.hasValue())
         addFetchers(reports, snapshot.value());
@@ -373,8 +379,10 @@ TransferReports GetRequests::reports() const
 
 void GetRequests::showProgress()
 {
-    if (!context.output.drawsProgress() || answeredCount == requests.size())
+    if (!context.output.drawsProgress() || answeredCount == requests.size()
+        || !drawPause.hasExpired())
         return;
+    drawPause.setRemainingTime(drawInterval);
     const TransferReports told = reports();
     QList<Transfer> transfers;
     for (const auto &fetch : fetches)

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Context.h"
-#include "Library.h"
+#include "ReferenceHandlers.h"
 #include "get/TransferReport.h"
 #include "output/OverallProgress.h"
 #include "platform/SignalWatch.h"
@@ -9,6 +9,7 @@
 #include "ResourceHandler.h"
 #include "output/TerminalPrompting.h"
 
+#include <QDeadlineTimer>
 #include <QJsonArray>
 
 #include <memory>
@@ -107,6 +108,7 @@ private:
     std::vector<std::unique_ptr<Fetch>> fetches;
     QHash<QString, Fetch *> fetchByKey;
     std::size_t answeredCount = 0;
+    QDeadlineTimer drawPause; ///< over at first
     QJsonArray results;
     QStringList pathsHere;
     QList<Error> failures;

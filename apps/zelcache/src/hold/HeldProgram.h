@@ -13,7 +13,7 @@ using HoldTime = std::optional<std::chrono::milliseconds>;
 
 /// Runs a program whose standard streams are those of this one, while this thread's event loop goes
 /// on. SIGINT and SIGTERM are handed to the program, but for those that the terminal has given it
-/// already; after the time it is sent SIGTERM. Either way its end is waited for.
+/// already, and SIGHUP always; after the time it is sent SIGTERM. Either way its end is waited for.
 ///
 /// Gives its exit code; 128 and the number of the signal that ended it; 127 if there is no such
 /// program, 126 if it cannot be started. `paths` go into the variable ZELCACHE_PATHS. Main thread

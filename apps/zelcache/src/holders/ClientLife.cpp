@@ -9,7 +9,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// After this long without a ping the others take a program for dead.
+/// After this long without a ping the others take a program for dead: the threshold of
+/// ResourceCacheLiveness.cpp.
 constexpr qint64 silenceOfTheDead = 30'000;
 
 /// So much earlier than its process a ping may seem to have come: the start is told in hundredths

@@ -184,12 +184,14 @@ QString withoutSecrets(const QString &argument)
     const auto everything = QRegularExpression::DotMatchesEverythingOption;
     // A password may hold what ends it for a reader of addresses, such as "/" or "#". Better too
     // much goes than a part of it stays.
-    const QRegularExpression password(u"^([a-z][a-z0-9+.-]*://|//).*:.*@"_s,
+    // An address whose ":" or "/" was mistyped is one still.
+    const QString start = u"(?:[a-z][a-z0-9+.-]*://|//|(?:list\\+)?(?:https?|davs?)\\b[:/]*+)"_s;
+    const QRegularExpression password(u"^(%1).*:.*@"_s.arg(start),
                                       everything | QRegularExpression::CaseInsensitiveOption);
     const QRegularExpression bare(u"^(?![a-z][a-z0-9+.-]*:/)[^/]*:.*@"_s,
                                   everything | QRegularExpression::CaseInsensitiveOption);
     const QRegularExpression user(u"(^|[:/])//[^/?#]*@"_s);
-    const QRegularExpression parameters(u"^([a-z][a-z0-9+.-]*://[^;?#]*;).*$"_s,
+    const QRegularExpression parameters(u"^(%1[^;?#]*;).*$"_s.arg(start),
                                         everything | QRegularExpression::CaseInsensitiveOption);
     const QRegularExpression rest(u"([?#]).*$"_s, everything);
     QString shown = argument;

@@ -1,8 +1,9 @@
 #include "plan/FetchPlanning.h"
 
-#include "Library.h"
 #include "ResourceCache.h"
 #include "ResourceManager.h"
+#include "cache/CacheOpening.h"
+#include "cache/CacheReading.h"
 #include "errors/Propagate.h"
 #include "output/Format.h"
 #include "plan/SourceSizes.h"

@@ -3,16 +3,15 @@
 #include "ExitCode.h"
 #include "output/Format.h"
 #include "output/Json.h"
+#include "output/Sums.h"
 #include "removal/RemovalReport.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
 #include <QJsonArray>
-#include <QtNumeric>
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace zel::cli {
 
@@ -26,22 +25,6 @@ struct Texts
 };
 
 using Missing = FitPlan::Missing;
-
-/// Sources may tell any size; a sum stays a number.
-qint64 sumOf(qint64 left, qint64 right)
-{
-    qint64 sum = 0;
-    return qAddOverflow(left, right, &sum) ? std::numeric_limits<qint64>::max() : sum;
-}
-
-template<typename Bytes>
-qint64 sumOver(const QList<Missing> &missing, const Bytes &bytes)
-{
-    qint64 sum = 0;
-    for (const Missing &each : missing)
-        sum = sumOf(sum, bytes(each));
-    return sum;
-}
 
 QString sumText(const FitPlan &plan)
 {
@@ -158,7 +141,8 @@ qsizetype FitPlan::unknownSizes() const
 
 qint64 FitPlan::sizeAfterwards() const
 {
-    return sumOf(size - staleBytes - sizeOfAll(evicted), missingBytes());
+    const qint64 kept = sumOf(sumOf(size, -staleBytes), -sizeOfAll(evicted));
+    return sumOf(kept, missingBytes());
 }
 
 bool FitPlan::fitsMaximum() const

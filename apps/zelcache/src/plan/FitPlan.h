@@ -16,7 +16,8 @@ namespace zel::cli {
 /// would take, as of one moment.
 struct FitPlan
 {
-    /// What a fetch leaves free on the disk, since the cache's database lies there, too.
+    /// What a fetch leaves free on the disk, since the cache's database lies there, too: the bytes
+    /// that StagingArea.cpp keeps for it.
     static constexpr qint64 reserveBytes = 4ll * 1024 * 1024;
 
     /// One resource that is missing.

@@ -1,6 +1,7 @@
 #include "plan/PlanRequests.h"
 
-#include "Library.h"
+#include "ReferenceHandlers.h"
+#include "cache/CacheOpening.h"
 #include "errors/Propagate.h"
 #include "output/Text.h"
 #include "plan/FetchPlanning.h"

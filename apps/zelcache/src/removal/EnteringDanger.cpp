@@ -1,6 +1,7 @@
 #include "removal/EnteringDanger.h"
 
-#include "Library.h"
+#include "cache/CacheOpening.h"
+#include "cache/CacheReading.h"
 #include "removal/RemovalDanger.h"
 
 #include <QCoreApplication>

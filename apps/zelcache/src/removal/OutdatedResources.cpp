@@ -3,6 +3,7 @@
 #include "errors/Propagate.h"
 #include "output/Format.h"
 #include "output/Json.h"
+#include "output/Sums.h"
 #include "references/ResourceReference.h"
 #include "removal/RemovalReport.h"
 
@@ -29,10 +30,7 @@ QString versionText(const QVersionNumber &version)
 
 qint64 sizeOfAll(const OutdatedResources &outdated)
 {
-    qint64 size = 0;
-    for (const OutdatedResource &each : outdated)
-        size += each.resource.size;
-    return size;
+    return sumOver(outdated, [](const OutdatedResource &each) { return each.resource.size; });
 }
 
 QJsonArray rowsJson(const OutdatedResources &outdated)

@@ -1,7 +1,8 @@
 #include "removal/PurgePlan.h"
 
+#include "output/Sums.h"
+
 #include <QSet>
-#include <QtNumeric>
 
 #include <algorithm>
 #include <limits>
@@ -12,8 +13,10 @@ namespace {
 
 using Resource = ResourceCacheReader::Resource;
 
-/// A purge goes down to this share of the optimal size.
+/// A purge goes down to this share of the optimal size. The rule, and the one of what is too large
+/// for a number, is that of ResourceCachePurge.cpp.
 constexpr double shareOfOptimalSize = 0.9;
+constexpr double firstBeyondNumbers = 9223372036854775808.0;
 
 /// A row of a snapshot, with what it is sorted by beside it: to sort the rows themselves takes
 /// longer, and a copy of them all.
@@ -86,13 +89,13 @@ qint64 purgeGoal(const ResourceCacheSizes &sizes)
 std::optional<qint64> bytesToFree(qint64 currentSize, const PurgeLimits &limits)
 {
     const qint64 optimal = limits.sizes.optimalSize;
-    qint64 total = 0;
-    if (qAddOverflow(currentSize, limits.extraSize, &total))
-        total = std::numeric_limits<qint64>::min();
+    const qint64 total = sumOf(currentSize, limits.extraSize);
     if (total <= optimal)
         return {};
-    return static_cast<qint64>(static_cast<double>(total)
-                               - static_cast<double>(optimal) * shareOfOptimalSize);
+    const double bytes
+        = static_cast<double>(total) - static_cast<double>(optimal) * shareOfOptimalSize;
+    return bytes < firstBeyondNumbers ? static_cast<qint64>(bytes)
+                                      : std::numeric_limits<qint64>::max();
 }
 
 PurgePlan planPurge(const ResourceCacheReader::Snapshot &snapshot, const PurgeLimits &limits,
@@ -101,7 +104,7 @@ PurgePlan planPurge(const ResourceCacheReader::Snapshot &snapshot, const PurgeLi
     const auto toFree = bytesToFree(snapshot.currentSize, limits);
     if (!toFree)
         return { limits.sizes.optimalSize - limits.extraSize, {} };
-    return { snapshot.currentSize - *toFree,
+    return { sumOf(snapshot.currentSize, -*toFree),
              rowsOf(exceeding(*toFree, purgeLine(snapshot, users))) };
 }
 
@@ -124,10 +127,7 @@ ResourceRows removedBetween(const ResourceCacheReader::Snapshot &before,
 
 qint64 sizeOfAll(const ResourceRows &resources)
 {
-    qint64 size = 0;
-    for (const Resource &resource : resources)
-        size += resource.size;
-    return size;
+    return sumOver(resources, [](const Resource &resource) { return resource.size; });
 }
 
 } // namespace zel::cli

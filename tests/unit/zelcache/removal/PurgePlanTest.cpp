@@ -127,6 +127,21 @@ TEST(PurgePlanTest, purgeLimits_target_keepsTheMaximum)
     EXPECT_EQ(purgeLimits({ 100, 200 }, {}).extraSize, 0);
 }
 
+TEST(PurgePlanTest, planPurge_sizesBeyondAllNumbers_takesAllAndStaysANumber)
+{
+    constexpr qint64 huge = qint64(1) << 62;
+    constexpr qint64 largest = std::numeric_limits<qint64>::max();
+    Snapshot snapshot;
+    add(snapshot, u"a"_s, huge, 1);
+    snapshot.currentSize = 0;
+    add(snapshot, u"b"_s, huge, 2);
+    snapshot.currentSize = largest;
+    const PurgePlan plan = planPurge(snapshot, { { 0, 0 }, largest }, {});
+    EXPECT_EQ(namesOf(plan.resources), (QStringList { u"a"_s, u"b"_s }));
+    EXPECT_EQ(sizeOfAll(plan.resources), largest);
+    EXPECT_EQ(plan.goal, 0);
+}
+
 TEST(PurgePlanTest, removedBetween_states_areWhatLostItsDataInOrderOfAge)
 {
     const Snapshot before = filled();

@@ -1,4 +1,4 @@
-#include "CacheWork.h"
+#include "cache/CacheWork.h"
 
 #include "ResourceCache.h"
 #include "ResourceManager.h"

@@ -1,4 +1,4 @@
-#include "CacheDirectoryTag.h"
+#include "cache/CacheDirectoryTag.h"
 
 #include <QFile>
 

@@ -1,15 +1,14 @@
-#include "Library.h"
+#include "cache/CacheOpening.h"
 
-#include "CacheDirectoryTag.h"
-#include "ResourceHandlerFactory.h"
-#include "ResourceLookup.h"
+#include "ResourceCache.h"
 #include "ResourceManager.h"
 #include "SchemesRegistration.h"
+#include "cache/CacheDirectoryTag.h"
+#include "cache/CacheReading.h"
 #include "errors/Propagate.h"
 #include "errors/Tracer.h"
 #include "output/LogOutput.h"
 #include "platform/AccessReason.h"
-#include "platform/FreeSpace.h"
 #include "platform/SignalWatch.h"
 
 #include <QCoreApplication>
@@ -22,7 +21,7 @@ namespace {
 
 struct Texts
 {
-    Q_DECLARE_TR_FUNCTIONS(zel::cli::Library)
+    Q_DECLARE_TR_FUNCTIONS(zel::cli::CacheOpening)
 };
 
 bool startTracing(const QString &filePath)
@@ -40,11 +39,6 @@ Error openingFailure(const ResourceManagerSettings &settings)
     return ZEL_PASS(ResourceManager::cache()->open(settings.cachePath, settings.sizes));
 }
 
-ResourceCacheReader readerOf(const ResourceManagerSettings &settings)
-{
-    return ResourceCacheReader(settings.cachePath.databasePath());
-}
-
 /// Why no cache can be where it is to be, in the system's words; empty if they say nothing.
 QString whyNoCache(const ResourceManagerSettings &settings)
 {
@@ -59,24 +53,9 @@ Error explained(const Error &failure, const ResourceManagerSettings &settings)
     if (!place.isEmpty())
         return withReason(failure, place);
     // Who only reads knows what is no database.
-    const auto read = readerOf(settings).readRowsOf({});
+    const auto read = ResourceCacheReader(settings.cachePath.databasePath()).readRowsOf({});
     const bool isNone = !read.hasValue() && read.error().errorCode() == ErrorCode::BadData;
     return isNone ? read.error() : failure;
-}
-
-/// What was read, or the failure with the cache that it is about.
-template<typename Value>
-Result<Value> orWhichCache(const ResourceManagerSettings &settings, Result<Value> outcome)
-{
-    if (outcome.hasValue())
-        return outcome;
-    const QString text = Texts::tr("The cache in %1 cannot be read: %2");
-    const QString baseDir = settings.cachePath.baseDirPath();
-    const QString place = QFileInfo::exists(baseDir) && !QFileInfo(baseDir).isDir()
-        ? whyUnwritable(baseDir)
-        : whyNoFile(settings.cachePath.databasePath());
-    const Error failure = withReason(outcome.error(), place);
-    return ZEL_ERROR(failure.errorCode(), text.arg(baseDir, failure.errorMessage()));
 }
 
 bool hasUsagesOfTheDead(const ResourceManagerSettings &settings)
@@ -157,52 +136,6 @@ std::optional<ExitCode> openExistingCache(const Context &context)
     return failure.hasError()
         ? std::optional(context.fail(ExitCode::CacheUnavailable, failure.errorMessage()))
         : canceledMeanwhile(context);
-}
-
-Result<ResourceCacheReader::Snapshot> readCache(const ResourceManagerSettings &settings,
-                                                ResourceCacheReader::Details details)
-{
-    return ZEL_PASS(orWhichCache(settings, readerOf(settings).read(details)));
-}
-
-Result<ResourceCacheReader::Snapshot> readCacheFor(const QStringList &arguments,
-                                                   const ResourceManagerSettings &settings)
-{
-    QStringList keys;
-    for (const QString &argument : arguments)
-        keys += possibleKeysOf(argument);
-    return ZEL_PASS(orWhichCache(settings, readerOf(settings).readRowsOf(keys)));
-}
-
-Result<ResourceCacheReader::Activity> readActivity(const ResourceManagerSettings &settings)
-{
-    return ZEL_PASS(orWhichCache(settings, readerOf(settings).readActivity()));
-}
-
-std::optional<qint64> freeBytesOf(const ResourceManagerSettings &settings)
-{
-    const auto free = FreeSpace::availableBytes(settings.cachePath.cacheDataDir());
-    return free.hasValue() ? std::optional(free.value()) : std::nullopt;
-}
-
-Result<QSharedPointer<ResourceHandler>> SourceHandlers::handlerOf(const QString &argument)
-{
-    ZEL_TRY_LET(const auto reference, ResourceReference::fromString(argument));
-    const ExpectedFailures notEntered;
-    return ZEL_PASS(ResourceHandlerFactory::create(reference, &cache));
-}
-
-Result<QSharedPointer<ResourceHandler>> handlerOf(const QString &argument)
-{
-    ZEL_TRY_LET(const auto reference, ResourceReference::fromString(argument));
-    return ZEL_PASS(ResourceManager::getHandler(reference));
-}
-
-Result<LocalPlace> localPlaceOf(const QString &argument)
-{
-    ZEL_TRY_LET(const auto handler, handlerOf(argument));
-    ZEL_TRY_LET(const auto path, handler->expectedPath());
-    return LocalPlace { handler, path.toString(), handler->isAvailableLocally() };
 }
 
 } // namespace zel::cli
