@@ -24,7 +24,7 @@ class MetadataReader
     Q_DECLARE_TR_FUNCTIONS(zel::LocalTasks)
 
 public:
-    static Result<QSharedPointer<ResourceMetadata>> read(const QString &path)
+    static Result<QSharedPointer<ResourceMetadata>> read(const QString &path, const Task &task)
     {
         const QFileInfo info(path);
         if (!isReadable(info)) {
@@ -38,7 +38,9 @@ public:
         values.type = info.isDir() ? u"folder"_s : u"file"_s;
         values.itemType
             = info.isDir() ? ResourceMetadata::ItemType::Folder : ResourceMetadata::ItemType::File;
-        values.size = FileUtilsGeneric::contentSize(path);
+        values.size = FileUtilsGeneric::contentSize(path, [&task] { return !task.isCanceled(); });
+        if (task.isCanceled())
+            return Error(ErrorCode::Canceled);
         values.modified = info.lastModified().toUTC();
         return QSharedPointer<ResourceMetadata>(new SchemeMetadata(values));
     }
@@ -57,7 +59,8 @@ std::unique_ptr<Task> LocalTasks::exists(const QString &path)
 std::unique_ptr<Task> LocalTasks::metadata(const QString &path)
 {
     return makeWorkerTask([path](Task *task) -> Error {
-        ZEL_TRY_LET(const QSharedPointer<ResourceMetadata> metadata, MetadataReader::read(path));
+        ZEL_TRY_LET(const QSharedPointer<ResourceMetadata> metadata,
+                    MetadataReader::read(path, *task));
         task->setResult(metadata);
         return {};
     });

@@ -13,6 +13,11 @@ qint64 FileUtilsGeneric::contentSize(const QString &path)
     return treeSize(path);
 }
 
+qint64 FileUtilsGeneric::contentSize(const QString &path, const std::function<bool()> &goesOn)
+{
+    return treeSize(path, goesOn);
+}
+
 Error FileUtilsGeneric::mkPath(const QString &path)
 {
     const std::error_code reason = makeFolders(path);

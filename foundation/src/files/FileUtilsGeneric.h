@@ -4,6 +4,8 @@
 
 #include <QCoreApplication>
 
+#include <functional>
+
 namespace zel {
 
 /// Work on files and folders that needs no options.
@@ -18,6 +20,9 @@ public:
     /// followed. 0 for a path that does not exist, and what cannot be read counts nothing. A file
     /// that stands in the folder under two names counts twice. Costs one look at each file.
     static qint64 contentSize(const QString &path);
+    /// The same, as far as it comes: `goesOn` is asked before each entry of a folder, and false
+    /// ends the count. For folders that may be large or far away.
+    static qint64 contentSize(const QString &path, const std::function<bool()> &goesOn);
 
     /// Creates the folder with its parents; an existing one is no failure. Code 7 if not a file
     /// more fits on the volume, 1 otherwise, also if a file is in the way; the message names the

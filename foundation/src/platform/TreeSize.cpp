@@ -27,6 +27,11 @@ public:
         QByteArray path() const { return around ? joined(around->path(), name) : name; }
     };
 
+    explicit SizeCount(const std::function<bool()> &goesOn)
+        : goesOn(goesOn)
+    {
+    }
+
     /// A folder that is not open counts nothing; errno says why.
     qint64 sizeOf(Descriptor &&folder, const Level &level)
     {
@@ -37,8 +42,11 @@ public:
         std::vector<Entry> entries;
         // What was read before a failure still counts.
         qint64 size = noteUnread(level, stream.readEntries(&entries));
-        for (const Entry &entry : entries)
+        for (const Entry &entry : entries) {
+            if (goesOn && !goesOn())
+                break;
             size += sizeOfEntry(stream.get(), entry, level);
+        }
         return size;
     }
 
@@ -77,6 +85,7 @@ private:
         return 0;
     }
 
+    const std::function<bool()> &goesOn;
     int unread = 0;
     QString firstUnread;
     int firstReason = 0;
@@ -84,7 +93,7 @@ private:
 
 } // namespace
 
-qint64 treeSize(const QString &path)
+qint64 treeSize(const QString &path, const std::function<bool()> &goesOn)
 {
     const QByteArray name = QFile::encodeName(path);
     struct stat status;
@@ -94,7 +103,7 @@ qint64 treeSize(const QString &path)
         return status.st_size;
     if (!S_ISDIR(status.st_mode))
         return 0;
-    SizeCount count;
+    SizeCount count(goesOn);
     const qint64 size
         = count.sizeOf(openAt(AT_FDCWD, name, O_RDONLY | O_DIRECTORY), { nullptr, name });
     count.logUnread();

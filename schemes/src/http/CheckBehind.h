@@ -1,6 +1,6 @@
 #pragma once
 
-#include "references/ExpectedContent.h"
+#include "integrity/ContentCheck.h"
 
 #include <memory>
 

@@ -12,6 +12,9 @@ namespace zel {
 
 namespace {
 
+/// What is shorter is none, and would tear holes into what a server says: "?download=1" into "401".
+constexpr qsizetype shortestSecret = 4;
+
 struct UrlDeleter
 {
     void operator()(CURLU *url) const { curl_url_cleanup(url); }
@@ -84,8 +87,9 @@ QList<QByteArray> HttpUrl::secrets() const
     QList<QByteArray> values;
     for (const QByteArray &pair : query.split('&')) {
         const QByteArray value = pair.mid(pair.indexOf('=') + 1);
-        if (!value.isEmpty())
-            values << value << QByteArray::fromPercentEncoding(value);
+        const QByteArray decoded = QByteArray::fromPercentEncoding(value);
+        if (decoded.size() >= shortestSecret)
+            values << value << decoded;
     }
     // Of the path only what is known as a secret: the rest of it is the resource's name.
     for (const QString &value : secretsOfPath(QString::fromLatin1(path)))

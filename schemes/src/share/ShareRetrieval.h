@@ -1,7 +1,7 @@
 #pragma once
 
+#include "integrity/ContentCheck.h"
 #include "integrity/ContentSum.h"
-#include "references/ExpectedContent.h"
 #include "share/ShareListing.h"
 #include "staging/StagedTree.h"
 #include "staging/StagingArea.h"

@@ -34,8 +34,8 @@ public:
     /// Whether the process that wrote it lives, as far as can be seen from here.
     bool isBeingWritten() const { return process.isAlive(); }
 
-    /// The records of all fetches, done or given up, that are staged beside this data directory of
-    /// a cache, newest first. Empty if there are none. Takes no lock.
+    /// The records of all fetches, under way or given up, that are staged beside this data
+    /// directory of a cache, newest first. Empty if there are none. Takes no lock.
     static QList<StagingRecord> readAll(const QString &cacheDataDirectory);
 
     /// Code 1 if the file cannot be read, 4 if it is no record.

@@ -127,6 +127,8 @@ void nameFiles(Surface &surface)
                           const Names &, QList<QString> *)>(&FileUtils::copyFiles);
     surface.function<bool(const QString &, const QString &)>(&FileUtils::isSubPath);
     surface.function<qint64(const QString &)>(&FileUtilsGeneric::contentSize);
+    surface.function<qint64(const QString &, const std::function<bool()> &)>(
+        &FileUtilsGeneric::contentSize);
     surface.function<Error(const QString &)>(&FileUtilsGeneric::mkPath);
     surface.function<bool(const QString &, const QString &)>(&PathUtils::hasExtension);
     surface.function<bool(const QString &)>(&PathUtils::isDirectory);

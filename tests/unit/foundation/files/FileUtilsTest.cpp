@@ -94,6 +94,16 @@ TEST_F(FileUtilsGenericTest, contentSize_fileAndTree_countsEveryFile)
     EXPECT_EQ(FileUtilsGeneric::contentSize(at(u"t/empty"_s)), 0);
 }
 
+TEST_F(FileUtilsGenericTest, contentSize_shallNotGoOn_endsAtTheNextEntry)
+{
+    for (const QString &name : { u"a"_s, u"b"_s, u"c"_s, u"d"_s })
+        writeFile(at(u"t/"_s + name + u"/file"_s), QByteArray(10, 'a'));
+    int asked = 0;
+    const qint64 size = FileUtilsGeneric::contentSize(at(u"t"_s), [&asked] { return ++asked < 5; });
+    EXPECT_EQ(size, 20); // of two folders, with a file in each
+    EXPECT_LE(asked, 6); // once more in the folder around
+}
+
 TEST_F(FileUtilsGenericTest, contentSize_nothingThere_isZero)
 {
     EXPECT_EQ(FileUtilsGeneric::contentSize(at(u"missing"_s)), 0);

@@ -179,14 +179,4 @@ TEST(RemoteListingTest, addFile_refused_messageHasNoControlCharacters)
     EXPECT_FALSE(message.contains(QChar(0x1b)));
 }
 
-TEST(HttpUrlTest, below_anyName_staysInTheFolderAndKeepsNoQuery)
-{
-    const HttpUrl manifest = HttpUrl::parse("https://h:8080/d%20x/SUMS?token=1").value();
-    EXPECT_EQ(manifest.below(u"a/b c#%?;:\u00e4"_s).value().text(),
-              "https://h:8080/d%20x/a/b%20c%23%25%3F%3B%3A%C3%A4");
-    const HttpUrl folder = HttpUrl::parse("https://h/d/").value();
-    EXPECT_EQ(folder.below(u"http://x"_s).value().text(), "https://h/d/http%3A//x");
-    EXPECT_EQ(HttpUrl::parse("https://h").value().below(u"a"_s).value().text(), "https://h/a");
-}
-
 } // namespace zel::test

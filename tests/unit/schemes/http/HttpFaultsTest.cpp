@@ -251,6 +251,18 @@ TEST_F(HttpFaultsTest, refusalEchoesSecrets_theyAreLeftOut)
         "wrong. [31mAuthorization: Basic ... for http://...@host/"_s);
 }
 
+TEST_F(HttpFaultsTest, refusalOfAShortValue_keepsItsStatus)
+{
+    ScriptedServer server([](const auto &, auto &connection) {
+        connection.send(ScriptedServer::answer("401 Unauthorized", {}, "Code 401, not 1."));
+    });
+    const QString url = server.url(u"a?download=1&id=%34%30%31"_s);
+    const Error error = HttpClient(settings).download(targetOf(url), &sink, HttpWatch());
+    EXPECT_EQ(
+        error.errorMessage(),
+        u"Unable to fetch the file: the server answered 401 Unauthorized: Code 401, not 1."_s);
+}
+
 TEST_F(HttpFaultsTest, longRefusal_isCutShort)
 {
     ScriptedServer server([](const auto &, auto &connection) {
