@@ -271,6 +271,7 @@ private:
     QSqlQuery newQuery() const;
     Error updateResourceSize(QSqlQuery &query, int id, qint64 size);
     Result<qint64> selectSizeFromMetadataTable(const QString &column) const;
+    /// Nobody calls it as things are: the triggers keep the sum.
     Error updateSizeInMetadataTable(const QString &column, qint64 value);
 
     std::unique_ptr<QSqlDatabase> database;

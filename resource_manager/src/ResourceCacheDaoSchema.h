@@ -4,7 +4,8 @@
 
 /// The tables, the index and the triggers of a cache's database, and the statements that several
 /// functions share. The file has no version number: programs of different versions work on one file
-/// at the same time, so a column may be added, and nothing here may change its meaning.
+/// at the same time, so nothing is added here and nothing changes its meaning. Files of the past
+/// may lack columns, which come with the opening.
 namespace zel::ResourceCacheDaoSchema {
 
 using namespace Qt::Literals::StringLiterals;

@@ -39,6 +39,7 @@ Error ResourceCache::Private::removeUsagesForClient(TransactionContext *const co
                                                     qint64 clientId)
 {
     Error error;
+    // Empty as things are: see there.
     ZEL_TRY_LET(const auto usages,
                 ResourceCacheDao::selectResourceUsagesForClient(context, clientId));
     QList<qint64> ids;
