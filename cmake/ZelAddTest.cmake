@@ -36,7 +36,7 @@ function(zel_add_test name)
     target_precompile_headers(${name} REUSE_FROM zel_test_support)
     # Not the ENVIRONMENT property: handed on by the discovery, all but its first entry is lost.
     set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR
-        "env;TMPDIR=${ZEL_TEST_TMPDIR};QT_LOGGING_RULES=;LC_ALL=C.UTF-8;${ARG_ENVIRONMENT}")
+        "env;TMPDIR=${ZEL_TEST_TMPDIR};QT_LOGGING_RULES=;LC_ALL=C.UTF-8;no_proxy=*;${ARG_ENVIRONMENT}")
     if(ARG_FIXTURE)
         set(fixture FIXTURES_REQUIRED ${ARG_FIXTURE})
     endif()

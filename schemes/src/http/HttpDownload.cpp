@@ -228,9 +228,11 @@ bool HttpDownload::receive(const char *data, qint64 size)
             = failure(SchemeErrors::integrityFailure, tr("more bytes came than were announced"));
         return false;
     }
+    if (buffer.isEmpty())
+        gathering.setRemainingTime(settings.gatherTime);
     buffer.append(data, size);
     // With room for another piece of this size the buffer does not grow.
-    if (buffer.size() + size <= writeSize)
+    if (buffer.size() + size <= writeSize && !gathering.hasExpired())
         return true;
     attempt.fault = flush();
     return !attempt.fault.hasError();

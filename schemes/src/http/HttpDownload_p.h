@@ -5,6 +5,7 @@
 #include "http/HttpSession.h"
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 
 #include <deque>
 
@@ -82,6 +83,7 @@ private:
     qint64 have = 0; ///< bytes in the sink
     qint64 mostHad = 0;
     QByteArray buffer; ///< bytes on their way to the sink
+    QDeadlineTimer gathering; ///< of the bytes in it
     std::deque<QByteArray> handedOut; ///< the former ones, in their order
     bool rangesFail = false; ///< this server answers requests for the rest with nonsense
     bool continuesEarlierBytes = false;

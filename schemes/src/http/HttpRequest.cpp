@@ -44,7 +44,8 @@ void HttpRequest::setUp(const HttpQuery &query, bool withCredentials)
     // One stream over one connection is what large files want.
     set(CURLOPT_HTTP_VERSION, long { CURL_HTTP_VERSION_1_1 });
     set(CURLOPT_CONNECTTIMEOUT_MS, long { settings.connectTime.count() });
-    set(CURLOPT_PROXY, "");
+    // A proxy is that of the environment; what it answers for itself is no head of the server's.
+    set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
     set(CURLOPT_TCP_KEEPALIVE, 1L);
     set(CURLOPT_ERRORBUFFER, errorText.data());
     setUpTrust();

@@ -31,6 +31,10 @@ struct HttpSettings
     /// Stands in for waiting if set.
     std::function<void(std::chrono::milliseconds)> wait;
 
+    /// What has come is handed on after this time at the latest, however little it is: on a slow
+    /// line, too, progress is seen, and a cancel loses no more than this.
+    std::chrono::milliseconds gatherTime = std::chrono::milliseconds(500);
+
     int redirects = 10;
     bool staysEncrypted = false; ///< no redirect is followed from TLS to an address without it
     int transfersPerHost = 2; ///< of this process

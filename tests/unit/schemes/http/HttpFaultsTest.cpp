@@ -251,6 +251,55 @@ TEST_F(HttpFaultsTest, refusalEchoesSecrets_theyAreLeftOut)
         "wrong. [31mAuthorization: Basic ... for http://...@host/"_s);
 }
 
+TEST_F(HttpFaultsTest, drips_isWrittenLongBeforeMuchHasCome)
+{
+    class TellingSink : public FileSink
+    {
+    public:
+        Error write(const QByteArray &bytes) override
+        {
+            hasBytes = true;
+            return FileSink::write(bytes);
+        }
+        std::atomic<bool> hasBytes = false;
+    };
+    TellingSink telling;
+    settings.gatherTime = std::chrono::milliseconds(1);
+    constexpr int size = 200'000; // on a fast line it would be written as a whole
+    std::atomic<int> sent = 0;
+    ScriptedServer server([&](const auto &, auto &connection) {
+        connection.send("HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(size)
+                        + "\r\n\r\n");
+        while (!telling.hasBytes && sent < size && connection.send("x"))
+            ++sent;
+        connection.send(QByteArray(size - sent, 'x'));
+    });
+    EXPECT_EQ(HttpClient(settings).download(targetOf(server.url(u"a"_s)), &telling, HttpWatch()),
+              Error());
+    EXPECT_LT(sent, size);
+    EXPECT_EQ(telling.size(), size);
+}
+
+TEST_F(HttpFaultsTest, proxyOfTheEnvironment_isAskedUnlessTheServerNeedsNone)
+{
+    const auto address = [](const ScriptedServer &server) {
+        return server.url().toLatin1();
+    };
+    ScriptedServer proxy(serveProperly);
+    ScriptedServer near(serveProperly);
+    qputenv("http_proxy", address(proxy));
+    qputenv("no_proxy", "127.0.0.1");
+    const QString far = u"http://server.invalid/a.raw"_s;
+    EXPECT_EQ(HttpClient(settings).download(targetOf(far), &sink, HttpWatch()), Error());
+    EXPECT_EQ(sink.content(), content);
+    EXPECT_EQ(proxy.requests().constFirst().target, far.toLatin1());
+    FileSink other;
+    EXPECT_EQ(HttpClient(settings).download(targetOf(near.url()), &other, HttpWatch()), Error());
+    EXPECT_EQ(proxy.requests().size(), 1);
+    qunsetenv("http_proxy");
+    qputenv("no_proxy", "*"); // as for all tests
+}
+
 TEST_F(HttpFaultsTest, refusalOfAShortValue_keepsItsStatus)
 {
     ScriptedServer server([](const auto &, auto &connection) {
