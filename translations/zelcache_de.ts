@@ -1608,6 +1608,10 @@
         <source>Its source has not answered in time.</source>
         <translation>Die Quelle hat nicht rechtzeitig geantwortet.</translation>
     </message>
+    <message>
+        <source>Asking for sizes</source>
+        <translation>Größen werden erfragt</translation>
+    </message>
 </context>
 <context>
     <name>zel::cli::TerminalPrompting</name>

@@ -151,6 +151,15 @@ TEST_F(PlanCliTest, plan_sourceWithoutASize_isUnknownAndThere)
         << run->output().toStdString();
 }
 
+TEST_F(PlanCliTest, plan_sourceThatTakesLong_showsAtATerminalThatItIsAsked)
+{
+    const ScriptedServer server([](const auto &, auto &connection) { connection.stall(); });
+    const auto run = startAtTerminal({ u"get"_s, u"--plan"_s, server.url(u"a.raw"_s) });
+    EXPECT_TRUE(run->waitFor("Asking for sizes")) << run->seen().toStdString();
+    run->type("\x03");
+    EXPECT_EQ(run->exitCode(), 130);
+}
+
 TEST_F(PlanCliTest, plan_list_isReadAndNothingElseIsSaid)
 {
     fill({ 600 });

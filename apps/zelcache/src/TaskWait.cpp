@@ -24,6 +24,13 @@ TaskWait::TaskWait()
 void TaskWait::add(Task *task)
 {
     tasks.append(task);
+    if (task->isFinished()) {
+        ++ended;
+        return;
+    }
+    // Queued: a task ends on whatever thread its work ran.
+    QObject::connect(
+        task, &Task::finished, &receiver, [this] { ++ended; }, Qt::QueuedConnection);
     if (canceled)
         task->cancel();
 }
@@ -38,7 +45,7 @@ int TaskWait::run(const std::function<void()> &onTick)
             loop.quit();
     };
     QObject::connect(&ticks, &QTimer::timeout, &loop, look);
-    // Queued: a task ends on whatever thread its work ran.
+    // Behind the counting of the end, in the order of connecting.
     for (const Task *task : tasks)
         QObject::connect(task, &Task::finished, &loop, look, Qt::QueuedConnection);
     ticks.start(tickInterval);

@@ -3,6 +3,7 @@
 #include "platform/SignalWatch.h"
 
 #include <QList>
+#include <QObject>
 
 #include <functional>
 
@@ -23,6 +24,8 @@ public:
     TaskWait();
 
     void add(Task *task);
+    /// How many have ended, as far as this thread knows.
+    int endedCount() const { return ended; }
 
     /// `onTick` is called several times a second and after each end of a task. Returns the number
     /// of the signal that came, else 0.
@@ -36,6 +39,8 @@ private:
     bool allFinished();
 
     QList<Task *> tasks;
+    QObject receiver; ///< of their ends
+    int ended = 0;
     qsizetype finishedCount = 0; ///< of them so many from the start; it is asked at each end
     bool canceled = false;
     SignalWatch signalWatch;

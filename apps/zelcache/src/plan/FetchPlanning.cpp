@@ -139,7 +139,7 @@ std::optional<ExitCode> makeRoomFor(const Context &context, const Handlers &miss
                  [](const auto &handler) { return takesRoom(*handler); });
     if (asked.isEmpty())
         return {};
-    const SourceSizes sizes = askForSizes(asked, patience);
+    const SourceSizes sizes = askForSizes(asked, context.output, patience);
     if (sizes.signalNumber != 0)
         return context.fail(exitCodeOfSignal(sizes.signalNumber), Texts::tr("canceled"));
     // What is asked for and here already is in use by this process, as everybody can see.

@@ -112,9 +112,9 @@ QList<Missing> takeNowhere(QList<Missing> &missing)
 }
 
 /// What the sources tell. Ends early with a signal.
-SourceSizes askSources(const QList<QSharedPointer<ResourceHandler>> &handlers)
+SourceSizes askSources(const QList<QSharedPointer<ResourceHandler>> &handlers, Output &output)
 {
-    SourceSizes sizes = askForSizes(handlers);
+    SourceSizes sizes = askForSizes(handlers, output);
     if (sizes.signalNumber == 0)
         askWhatIsNowhere(handlers, sizes);
     return sizes;
@@ -148,7 +148,7 @@ ExitCode planRequests(const Context &context, const QStringList &arguments)
     const auto wanted = wantedOf(snapshot.value(), arguments, handlers);
     if (!wanted.hasValue())
         return context.fail(wanted.error());
-    const SourceSizes sizes = askSources(wanted.value().missing);
+    const SourceSizes sizes = askSources(wanted.value().missing, context.output);
     if (sizes.signalNumber != 0)
         return context.cancel(sizes.signalNumber);
     return planAndAnswer(context, settings, sizes.missing, wanted.value().keys);

@@ -21,6 +21,9 @@ struct Texts
     Q_DECLARE_TR_FUNCTIONS(zel::cli::SourceSizes)
 };
 
+/// Most sources answer sooner, and a bar that comes and goes at once is a flicker.
+constexpr qint64 silentAtFirst = 300; // ms
+
 using AskTask = Result<std::unique_ptr<Task>>;
 
 Result<qint64> answerOf(const AskTask &task)
@@ -48,9 +51,19 @@ FitPlan::Missing missingOf(const ResourceHandler &handler, const AskTask &task)
     return missing;
 }
 
+void showAnswered(Output &output, int count, int overall)
+{
+    ProgressState state;
+    state.label = Texts::tr("Asking for sizes");
+    state.fraction = overall > 0 ? double(count) / overall : 0;
+    state.finishedCount = count;
+    state.overallCount = overall;
+    output.showProgress(state);
+}
+
 } // namespace
 
-SourceSizes askForSizes(const QList<QSharedPointer<ResourceHandler>> &handlers,
+SourceSizes askForSizes(const QList<QSharedPointer<ResourceHandler>> &handlers, Output &output,
                         std::optional<std::chrono::milliseconds> patience)
 {
     TaskWait wait;
@@ -67,10 +80,15 @@ SourceSizes askForSizes(const QList<QSharedPointer<ResourceHandler>> &handlers,
         QObject::connect(task, &Task::finished, task, [silence] { silence->restart(); });
     }
     SourceSizes sizes;
+    QElapsedTimer asking;
+    asking.start();
     sizes.signalNumber = wait.run([&] {
+        if (asking.hasExpired(silentAtFirst))
+            showAnswered(output, wait.endedCount(), int(tasks.size()));
         if (patience && silence->hasExpired(patience->count()))
             wait.cancelAll();
     });
+    output.clearProgress();
     for (qsizetype i = 0; i < handlers.size(); ++i)
         sizes.missing.append(missingOf(*handlers.at(i), tasks.at(std::size_t(i))));
     return sizes;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ResourceHandler.h"
+#include "output/Output.h"
 #include "plan/FitPlan.h"
 
 namespace zel::cli {
@@ -13,9 +14,10 @@ struct SourceSizes
 };
 
 /// Asks the sources, as many at a time as the manager's queue has it. Nobody is waited for any more
-/// once `patience` has passed without an answer; what was not answered then is of unknown size. No
-/// other TaskWait may live meanwhile. Main thread only.
-SourceSizes askForSizes(const QList<QSharedPointer<ResourceHandler>> &handlers,
+/// once `patience` has passed without an answer; what was not answered then is of unknown size. A
+/// bar on `output` shows how many have answered. No other TaskWait may live meanwhile. Main thread
+/// only.
+SourceSizes askForSizes(const QList<QSharedPointer<ResourceHandler>> &handlers, Output &output,
                         std::optional<std::chrono::milliseconds> patience = std::nullopt);
 
 /// Asks the sources that have told no size whether there is anything at all, and enters those that

@@ -42,19 +42,21 @@ protected:
     }
 
     QTemporaryDir folder;
+    Output output { {} };
 };
 
 } // namespace
 
 TEST_F(SourceSizesTest, askForSizes_nobody_answersNothing)
 {
-    EXPECT_TRUE(askForSizes({}).missing.isEmpty());
+    EXPECT_TRUE(askForSizes({}, output).missing.isEmpty());
 }
 
 TEST_F(SourceSizesTest, askForSizes_several_keepTheirOrder)
 {
     const auto sizes = askForSizes({ shared(u"a"_s, "content"), handlerOf(u"share:/no/such/file"_s),
-                                     shared(u"b"_s, ""), shared(u"c.d/inner"_s, "abc") });
+                                     shared(u"b"_s, ""), shared(u"c.d/inner"_s, "abc") },
+                                   output);
     ASSERT_EQ(sizes.missing.size(), 4);
     EXPECT_EQ(sizes.missing.at(0).size, 7);
     EXPECT_TRUE(sizes.missing.at(0).reference.endsWith(u"/a"_s));
@@ -69,8 +71,8 @@ TEST_F(SourceSizesTest, askForSizes_several_keepTheirOrder)
 TEST_F(SourceSizesTest, askForSizes_silentSource_isNotWaitedForBeyondThePatience)
 {
     const test::ScriptedServer server([](const auto &, auto &connection) { connection.stall(); });
-    const auto sizes
-        = askForSizes({ handlerOf(server.url(u"run.raw"_s)), shared(u"a"_s, "content") }, 1ms);
+    const auto sizes = askForSizes(
+        { handlerOf(server.url(u"run.raw"_s)), shared(u"a"_s, "content") }, output, 1ms);
     EXPECT_EQ(sizes.missing.at(0).size, std::nullopt);
     EXPECT_EQ(sizes.missing.at(0).reason, u"Its source has not answered in time."_s);
     EXPECT_EQ(sizes.missing.at(1).reference,
@@ -83,7 +85,7 @@ TEST_F(SourceSizesTest, askForSizes_sourceWithoutASize_isUnknown)
     const test::ScriptedServer server([](const auto &, auto &connection) {
         connection.send("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n");
     });
-    const auto sizes = askForSizes({ handlerOf(server.url(u"run.raw"_s)) });
+    const auto sizes = askForSizes({ handlerOf(server.url(u"run.raw"_s)) }, output);
     EXPECT_EQ(sizes.missing.at(0).size, std::nullopt);
     EXPECT_EQ(sizes.missing.at(0).reason, u"Its source tells no size."_s);
 }
@@ -98,7 +100,7 @@ TEST_F(SourceSizesTest, askWhatIsNowhere_onlyASourceThatSaysNo_isBelieved)
                                                             handlerOf(u"share:/no/such/file"_s),
                                                             handlerOf(server.url(u"run.raw"_s)),
                                                             handlerOf(broken.url(u"run.raw"_s)) };
-    auto sizes = askForSizes(handlers);
+    auto sizes = askForSizes(handlers, output);
     askWhatIsNowhere(handlers, sizes);
     QList<bool> nowhere;
     for (const auto &each : sizes.missing)
