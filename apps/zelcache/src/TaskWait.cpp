@@ -5,6 +5,9 @@
 #include <QEventLoop>
 #include <QTimer>
 
+#include <memory>
+#include <utility>
+
 namespace zel::cli {
 
 using namespace std::chrono_literals;
@@ -24,13 +27,13 @@ TaskWait::TaskWait()
 void TaskWait::add(Task *task)
 {
     tasks.append(task);
-    if (task->isFinished()) {
-        ++ended;
-        return;
-    }
-    // Queued: a task ends on whatever thread its work ran.
-    QObject::connect(
-        task, &Task::finished, &receiver, [this] { ++ended; }, Qt::QueuedConnection);
+    const auto count = [this, isCounted = std::make_shared<bool>(false)] {
+        ended += std::exchange(*isCounted, true) ? 0 : 1;
+    };
+    // Queued: a task ends on whatever thread its work ran. It may have ended before, or just now.
+    QObject::connect(task, &Task::finished, &receiver, count, Qt::QueuedConnection);
+    if (task->isFinished())
+        count();
     if (canceled)
         task->cancel();
 }
@@ -41,7 +44,7 @@ int TaskWait::run(const std::function<void()> &onTick)
     QTimer ticks;
     const auto look = [this, &loop, &onTick] {
         onTick();
-        if (allFinished())
+        if (ended == tasks.size())
             loop.quit();
     };
     QObject::connect(&ticks, &QTimer::timeout, &loop, look);
@@ -50,7 +53,7 @@ int TaskWait::run(const std::function<void()> &onTick)
         QObject::connect(task, &Task::finished, &loop, look, Qt::QueuedConnection);
     ticks.start(tickInterval);
     onTick();
-    if (!allFinished())
+    if (ended < tasks.size())
         loop.exec();
     return signalWatch.receivedNow();
 }
@@ -62,13 +65,6 @@ void TaskWait::cancelAll()
         if (!task->isFinished())
             task->cancel();
     }
-}
-
-bool TaskWait::allFinished()
-{
-    while (finishedCount < tasks.size() && tasks.at(finishedCount)->isFinished())
-        ++finishedCount;
-    return finishedCount == tasks.size();
 }
 
 } // namespace zel::cli

@@ -36,12 +36,9 @@ public:
     int receivedSignal() const { return signalWatch.received(); }
 
 private:
-    bool allFinished();
-
     QList<Task *> tasks;
     QObject receiver; ///< of their ends
-    int ended = 0;
-    qsizetype finishedCount = 0; ///< of them so many from the start; it is asked at each end
+    int ended = 0; ///< of the tasks; none is asked again and again
     bool canceled = false;
     SignalWatch signalWatch;
 };

@@ -34,7 +34,7 @@ public:
         WebDav = 2,
         File = 3,
         Share = 4,
-        Manifest = 5, ///< of addresses that stand in a list
+        Manifest = 5, ///< of folders that a list of their files describes
         Host1 = 16, ///< from here on for schemes of the loading program
         Host2 = 17,
         Host3 = 18,
