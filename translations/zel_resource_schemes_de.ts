@@ -235,6 +235,10 @@
         <source>the server closed the connection before all bytes had come</source>
         <translation>der Server beendete die Verbindung, bevor alle Bytes angekommen waren</translation>
     </message>
+    <message>
+        <source>the proxy that the environment names cannot be used</source>
+        <translation>der Proxy, den die Umgebung nennt, kann nicht benutzt werden</translation>
+    </message>
 </context>
 <context>
     <name>zel::HttpSession</name>

@@ -94,7 +94,7 @@ protected:
     Error doFinish() override;
 
 public:
-    /// One error for those of all subtasks; no error if none failed.
+    /// One error for the failures of all subtasks, if there is one. Their warnings stay with them.
     virtual Error unifiedError() const;
 
 private:

@@ -27,13 +27,18 @@ TaskWait::TaskWait()
 void TaskWait::add(Task *task)
 {
     tasks.append(task);
-    const auto count = [this, isCounted = std::make_shared<bool>(false)] {
+    const auto countEnd = [this, isCounted = std::make_shared<bool>(false)] {
         ended += std::exchange(*isCounted, true) ? 0 : 1;
     };
+    const auto onEnd = [this, countEnd] {
+        countEnd();
+        if (look)
+            look();
+    };
     // Queued: a task ends on whatever thread its work ran. It may have ended before, or just now.
-    QObject::connect(task, &Task::finished, &receiver, count, Qt::QueuedConnection);
+    QObject::connect(task, &Task::finished, &receiver, onEnd, Qt::QueuedConnection);
     if (task->isFinished())
-        count();
+        countEnd();
     if (canceled)
         task->cancel();
 }
@@ -42,19 +47,17 @@ int TaskWait::run(const std::function<void()> &onTick)
 {
     QEventLoop loop;
     QTimer ticks;
-    const auto look = [this, &loop, &onTick] {
+    look = [this, &loop, &onTick] {
         onTick();
         if (ended == tasks.size())
             loop.quit();
     };
     QObject::connect(&ticks, &QTimer::timeout, &loop, look);
-    // Behind the counting of the end, in the order of connecting.
-    for (const Task *task : tasks)
-        QObject::connect(task, &Task::finished, &loop, look, Qt::QueuedConnection);
     ticks.start(tickInterval);
     onTick();
     if (ended < tasks.size())
         loop.exec();
+    look = nullptr;
     return signalWatch.receivedNow();
 }
 

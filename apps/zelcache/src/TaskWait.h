@@ -24,6 +24,7 @@ public:
     TaskWait();
 
     void add(Task *task);
+    int count() const { return int(tasks.size()); }
     /// How many have ended, as far as this thread knows.
     int endedCount() const { return ended; }
 
@@ -39,6 +40,7 @@ private:
     QList<Task *> tasks;
     QObject receiver; ///< of their ends
     int ended = 0; ///< of the tasks; none is asked again and again
+    std::function<void()> look; ///< what run() does at each end, while it waits
     bool canceled = false;
     SignalWatch signalWatch;
 };

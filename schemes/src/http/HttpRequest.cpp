@@ -193,6 +193,7 @@ HttpOutcome::End HttpRequest::end(bool hadContact) const
     case CURLE_PARTIAL_FILE:
         return End::CutShort;
     case CURLE_COULDNT_RESOLVE_HOST:
+    case CURLE_COULDNT_RESOLVE_PROXY:
         return hadContact ? End::Broken : End::Hopeless;
     case CURLE_COULDNT_CONNECT:
     case CURLE_OPERATION_TIMEDOUT:
@@ -200,10 +201,18 @@ HttpOutcome::End HttpRequest::end(bool hadContact) const
     case CURLE_SEND_ERROR:
     case CURLE_RECV_ERROR:
     case CURLE_SSL_CONNECT_ERROR:
-        return End::Broken;
+        return isRefusedByProxy() ? End::Hopeless : End::Broken;
     default:
         return End::Hopeless;
     }
+}
+
+/// It has understood, and will not lead to the server however often it is asked.
+bool HttpRequest::isRefusedByProxy() const
+{
+    long status = 0;
+    return curl_easy_getinfo(curl.get(), CURLINFO_HTTP_CONNECTCODE, &status) == CURLE_OK
+        && status >= 400 && status < 500;
 }
 
 QString HttpRequest::reason(HttpOutcome::End end) const
@@ -215,6 +224,9 @@ QString HttpRequest::reason(HttpOutcome::End end) const
     if (end == HttpOutcome::End::CutShort)
         return tr("the server closed the connection before all bytes had come");
     const QString detail = QString::fromLocal8Bit(errorText.data());
+    // The whole address of a proxy that cannot be read is repeated, and a password may stand in it.
+    if (detail.contains(u'@'))
+        return tr("the proxy that the environment names cannot be used");
     return detail.isEmpty() ? QString::fromUtf8(curl_easy_strerror(result)) : detail;
 }
 

@@ -58,6 +58,7 @@ private:
     bool takeBody(const char *data, qint64 size);
     bool isGood() const;
     HttpOutcome::End end(bool hadContact) const;
+    bool isRefusedByProxy() const;
     QString reason(HttpOutcome::End end) const;
 
     const HttpSettings &settings;

@@ -31,8 +31,8 @@ struct HttpSettings
     /// Stands in for waiting if set.
     std::function<void(std::chrono::milliseconds)> wait;
 
-    /// What has come is handed on after this time at the latest, however little it is: on a slow
-    /// line, too, progress is seen, and a cancel loses no more than this.
+    /// What has come is handed on with the first piece that comes after this time, however little
+    /// it is: on a slow line, too, progress is seen, and a cancel loses no more than this.
     std::chrono::milliseconds gatherTime = std::chrono::milliseconds(500);
 
     int redirects = 10;

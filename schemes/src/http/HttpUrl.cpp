@@ -12,7 +12,9 @@ namespace zel {
 
 namespace {
 
-/// What is shorter is none, and would tear holes into what a server says: "?download=1" into "401".
+/// What is shorter and has no name of a secret is none, and would tear holes into what a server
+/// says:
+/// "?download=1" into "401".
 constexpr qsizetype shortestSecret = 4;
 
 struct UrlDeleter
@@ -92,7 +94,9 @@ QList<QByteArray> HttpUrl::secrets() const
             values << value << decoded;
     }
     // Of the path only what is known as a secret: the rest of it is the resource's name.
-    for (const QString &value : secretsOfPath(QString::fromLatin1(path)))
+    const QStringList known
+        = secretsOfQuery(QString::fromLatin1(query)) + secretsOfPath(QString::fromLatin1(path));
+    for (const QString &value : known)
         values << value.toLatin1() << QByteArray::fromPercentEncoding(value.toLatin1());
     return values;
 }

@@ -32,8 +32,8 @@ public:
     const QByteArray &encodedPath() const { return path; }
     /// "host:port" in lower case, which tells servers apart.
     QByteArray server() const { return host + ':' + port; }
-    /// All that may have to stay secret: the values of the query but for those of three characters
-    /// and less, such as "1", and those of the path that are known as secrets.
+    /// All that may have to stay secret: the values of the query but for short ones such as "1",
+    /// and whatever is known as a secret by its name, in the query or the path.
     QList<QByteArray> secrets() const;
 
 private:

@@ -83,6 +83,17 @@ QStringList publicOnes(const QStringList &parameters)
     return rest;
 }
 
+QStringList secretValues(const QStringList &parameters)
+{
+    QStringList values;
+    for (const QString &parameter : parameters) {
+        const QString value = parameter.section(u'=', 1);
+        if (isSecret(nameOf(parameter)) && !value.isEmpty())
+            values << value;
+    }
+    return values;
+}
+
 } // namespace
 
 QString publicQuery(const QString &query)
@@ -91,6 +102,11 @@ QString publicQuery(const QString &query)
     const QStringList rest = publicOnes(parameters);
     // Left as it was unless something went: empty parameters may mean something to a server.
     return rest.size() == parameters.size() ? query : rest.join(u'&');
+}
+
+QStringList secretsOfQuery(const QString &query)
+{
+    return secretValues(query.split(u'&', Qt::SkipEmptyParts));
 }
 
 QString publicPath(const QString &path)
@@ -109,14 +125,8 @@ QStringList secretsOfPath(const QString &path)
 {
     QStringList values;
     const QStringList segments = path.split(u'/');
-    for (const QString &segment : segments) {
-        const QStringList parameters = segment.split(u';').mid(1);
-        for (const QString &parameter : parameters) {
-            const QString value = parameter.section(u'=', 1);
-            if (isSecret(nameOf(parameter)) && !value.isEmpty())
-                values << value;
-        }
-    }
+    for (const QString &segment : segments)
+        values << secretValues(segment.split(u';').mid(1));
     return values;
 }
 

@@ -98,6 +98,7 @@ void isolate()
     world = new QString(here + u'/' + folderName);
     qputenv("HOME", world->toUtf8());
     qputenv("TMPDIR", here.toUtf8());
+    qputenv("no_proxy", "*"); // none can be reached from here
 }
 
 QString writableFolder()

@@ -16,7 +16,16 @@ inline qint64 sumOf(qint64 left, qint64 right)
     return right > 0 ? std::numeric_limits<qint64>::max() : std::numeric_limits<qint64>::min();
 }
 
-/// The same of many: `sizeOf` gives the size of one of them.
+/// The difference, in the same manner.
+inline qint64 differenceOf(qint64 left, qint64 right)
+{
+    qint64 difference = 0;
+    if (!qSubOverflow(left, right, &difference))
+        return difference;
+    return right < 0 ? std::numeric_limits<qint64>::max() : std::numeric_limits<qint64>::min();
+}
+
+/// The sum of many: `sizeOf` gives the size of one of them.
 template<typename List, typename SizeOf>
 qint64 sumOver(const List &list, const SizeOf &sizeOf)
 {

@@ -141,7 +141,7 @@ qsizetype FitPlan::unknownSizes() const
 
 qint64 FitPlan::sizeAfterwards() const
 {
-    const qint64 kept = sumOf(sumOf(size, -staleBytes), -sizeOfAll(evicted));
+    const qint64 kept = differenceOf(differenceOf(size, staleBytes), sizeOfAll(evicted));
     return sumOf(kept, missingBytes());
 }
 
@@ -154,20 +154,20 @@ qint64 FitPlan::bytesShortOnDisk() const
 {
     if (!freeBytes || openBytes() == 0)
         return 0;
-    return std::max(sumOf(openBytes(), reserveBytes) - *freeBytes, qint64(0));
+    return std::max(differenceOf(sumOf(openBytes(), reserveBytes), *freeBytes), qint64(0));
 }
 
 qint64 FitPlan::purgeBytes() const
 {
     const qint64 forDisk = bytesShortOnDisk();
     // What is counted of it already is not counted twice.
-    const qint64 added = std::max(missingBytes() - staleBytes, qint64(0));
+    const qint64 added = std::max(differenceOf(missingBytes(), staleBytes), qint64(0));
     if (forDisk == 0)
         return added;
     // A purge begins above the optimal size, and then goes down to its goal.
     const qint64 optimal = limits.optimalSize;
     const qint64 beyond = std::max(sumOf(purgeGoal(limits), sumOf(forDisk, 1)), sumOf(optimal, 1));
-    return std::max(added, beyond - size);
+    return std::max(added, differenceOf(beyond, size));
 }
 
 bool FitPlan::needsPurge() const

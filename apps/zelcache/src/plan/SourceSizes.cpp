@@ -6,6 +6,7 @@
 #include "errors/Propagate.h"
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QElapsedTimer>
 
 #include <memory>
@@ -13,6 +14,8 @@
 #include <vector>
 
 namespace zel::cli {
+
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -22,7 +25,9 @@ struct Texts
 };
 
 /// Most sources answer sooner, and a bar that comes and goes at once is a flicker.
-constexpr qint64 silentAtFirst = 300; // ms
+constexpr auto silentAtFirst = 300ms;
+/// Sources that answer at once would have it drawn as often as there are sources.
+constexpr auto drawInterval = 150ms;
 
 using AskTask = Result<std::unique_ptr<Task>>;
 
@@ -80,11 +85,12 @@ SourceSizes askForSizes(const QList<QSharedPointer<ResourceHandler>> &handlers, 
         QObject::connect(task, &Task::finished, task, [silence] { silence->restart(); });
     }
     SourceSizes sizes;
-    QElapsedTimer asking;
-    asking.start();
+    QDeadlineTimer drawPause(silentAtFirst);
     sizes.signalNumber = wait.run([&] {
-        if (asking.hasExpired(silentAtFirst))
-            showAnswered(output, wait.endedCount(), int(tasks.size()));
+        if (drawPause.hasExpired()) {
+            drawPause.setRemainingTime(drawInterval);
+            showAnswered(output, wait.endedCount(), wait.count());
+        }
         if (patience && silence->hasExpired(patience->count()))
             wait.cancelAll();
     });

@@ -69,6 +69,20 @@ TEST(FitPlanTest, fitPlan_rowOfWhatIsMissing_isCountedOnceAndStays)
     EXPECT_EQ(plan.sizeAfterwards(), 500);
 }
 
+TEST(FitPlanTest, fitPlan_rowTellsTheSmallestNumber_sumsStayNumbers)
+{
+    ResourceCacheReader::Snapshot snapshot = filled();
+    snapshot.resources[0].size = std::numeric_limits<qint64>::min();
+    FitPlan::Missing missing;
+    missing.reference = u"old"_s;
+    missing.size = 1;
+    const FitPlan plan = fitPlan(snapshot, { 800, 1000 }, { missing }, {}, {}, 0);
+    EXPECT_EQ(plan.staleBytes, std::numeric_limits<qint64>::min());
+    EXPECT_EQ(plan.purgeBytes(), std::numeric_limits<qint64>::max());
+    EXPECT_GT(plan.sizeAfterwards(), plan.limits.maximumSize);
+    EXPECT_FALSE(plan.fits());
+}
+
 TEST(FitPlanTest, fitPlan_enoughRoom_evictsNothing)
 {
     const FitPlan plan = planFor(100);
