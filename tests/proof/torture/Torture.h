@@ -146,6 +146,7 @@ private:
     void awaitFetches();
     /// The fetches of those that were taken for dead, and then died, are ended by the next one.
     void healAbandoned(int base);
+    Player &someoneIn(int base);
     void checkCaches();
     void checkNothingIsLeft();
 

@@ -78,14 +78,25 @@ void Torture::healAbandoned(int base)
     const QStringList references = database(base).column(
         u"SELECT reference FROM CachedResources cr WHERE status = 'Acquiring' AND NOT EXISTS "
         "(SELECT 1 FROM AcquiringTasks at WHERE at.resourceId = cr.id)"_s);
-    const auto healer = std::find_if(players.begin(), players.end(), [base](const Player &player) {
+    for (const QString &reference : references)
+        fetch(someoneIn(base), nameIn(reference), 4);
+    awaitFetches();
+}
+
+/// Where nobody is left, gone to the other cache or dead, somebody comes.
+Player &Torture::someoneIn(int base)
+{
+    const auto inside = std::find_if(players.begin(), players.end(), [base](const Player &player) {
         return player.process && player.base == base;
     });
-    for (const QString &reference : references) {
-        if (healer != players.end())
-            fetch(*healer, nameIn(reference), 4);
-    }
-    awaitFetches();
+    if (inside != players.end())
+        return *inside;
+    Player &newcomer = players.front();
+    if (newcomer.process)
+        move(newcomer, {}, 0);
+    else
+        start(newcomer, base, 1);
+    return newcomer;
 }
 
 void Torture::letTheDeadGrowOld()
