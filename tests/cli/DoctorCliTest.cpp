@@ -2,6 +2,7 @@
 
 #include "CacheProcess.h"
 #include "Printers.h"
+#include "SemaphoreSets.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -96,11 +97,14 @@ TEST_F(DoctorCliTest, doctor_processWithAnotherTemporaryFolder_isNamedWithItsLoc
 {
     const QString folder = cache.outside(u"otherTemp"_s);
     QDir().mkpath(folder);
-    CacheProcess other(cache.baseDir(), CacheProcess::Start::Open, { { u"TMPDIR"_s, folder } });
-    EXPECT_EQ(doctor({}, 4), QStringList { u"lock-other-temp"_s });
-    other.hold();
-    EXPECT_EQ(doctor({}, 4), (QStringList { u"lock-beside"_s, u"lock-other-temp"_s }));
-    other.unhold();
+    {
+        CacheProcess other(cache.baseDir(), CacheProcess::Start::Open, { { u"TMPDIR"_s, folder } });
+        EXPECT_EQ(doctor({}, 4), QStringList { u"lock-other-temp"_s });
+        other.hold();
+        EXPECT_EQ(doctor({}, 4), (QStringList { u"lock-beside"_s, u"lock-other-temp"_s }));
+        other.unhold();
+    }
+    removeSemaphoresIn(folder);
 }
 
 TEST_F(DoctorCliTest, doctor_lockThatLetsSeveralIn_isNamed)

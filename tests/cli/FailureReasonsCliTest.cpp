@@ -122,8 +122,9 @@ TEST_F(FailureReasonsAsAnybodyCliTest, get_inAFolderWithoutPermission_saysThatAn
     const QString path = cache.outside(u"locked/a.raw"_s);
     writeFile(path, "data");
     ASSERT_EQ(::chmod(QFile::encodeName(QFileInfo(path).path()).constData(), 0700), 0);
+    const QString own = cache.addBaseDir(u"own"_s);
     for (const QString &scheme : { u"share:"_s, u"file:"_s }) {
-        const auto run = startIn(cache.outside(u"own"_s), { u"get"_s, scheme + path });
+        const auto run = startIn(own, { u"get"_s, scheme + path });
         EXPECT_EQ(run->exitCode(), 1);
         const QString errors = QString::fromUtf8(run->errors());
         EXPECT_TRUE(errors.contains(path)) << errors.toStdString();
@@ -146,7 +147,7 @@ TEST_F(FailureReasonsAsAnybodyCliTest, get_cacheWithoutPermission_namesTheFolder
 TEST_F(FailureReasonsAsAnybodyCliTest, get_dataWithoutPermission_namesTheFolderThatRefuses)
 {
     const QString reference = sharedFile(u"a.raw"_s, "a");
-    const QString own = cache.outside(u"own"_s);
+    const QString own = cache.addBaseDir(u"own"_s);
     EXPECT_EQ(startIn(own, { u"exists"_s, reference })->exitCode(), 0); // makes the cache
     const QString data = own + u"/Cache"_s;
     ASSERT_TRUE(QDir().mkpath(data));

@@ -1,6 +1,7 @@
 #include "ZelcacheCli.h"
 
 #include "Printers.h"
+#include "SemaphoreSets.h"
 
 #include <QTest>
 
@@ -88,7 +89,7 @@ TEST_F(OddCacheCliTest, get_settingsAreNoise_usesTheDefaults)
     const auto run = startWithSettings(noise, { u"get"_s, sharedFile(u"a.raw"_s, "a") });
     EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
     EXPECT_TRUE(linesOf(run->output()).value(0).startsWith(home.path() + u'/'));
-    removeSystemSemaphore(TemporaryCache::semaphoreKey(home.filePath(u"ResourceCache"_s)));
+    removeSystemSemaphoreAtEnd(TemporaryCache::semaphoreKey(home.filePath(u"ResourceCache"_s)));
 }
 
 TEST_F(OddCacheCliTest, get_settingsMakeNoSense_areTakenAsTheyStand)
@@ -99,6 +100,7 @@ TEST_F(OddCacheCliTest, get_settingsMakeNoSense_areTakenAsTheyStand)
     const auto run = startWithSettings(settings, get);
     EXPECT_EQ(run->exitCode(), 0) << run->errors().toStdString();
     EXPECT_EQ(readFile(linesOf(run->output()).value(0)), "a");
+    removeSystemSemaphoreAtEnd(TemporaryCache::semaphoreKey(u"/dev/null/x"_s));
     const auto nowhere
         = startWithSettings("[ResourceManager]\nCacheLocationPath=/dev/null/x\n", get);
     EXPECT_EQ(nowhere->exitCode(), 8);

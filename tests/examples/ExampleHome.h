@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ProgramRun.h"
+#include "SemaphoreSets.h"
 #include "TemporaryCache.h"
 
 namespace zel::test {
@@ -9,7 +10,7 @@ namespace zel::test {
 class ExampleHome : public testing::Test
 {
 protected:
-    ~ExampleHome() override { removeSystemSemaphore(TemporaryCache::semaphoreKey(baseDir())); }
+    ExampleHome() { removeSystemSemaphoreAtEnd(TemporaryCache::semaphoreKey(baseDir())); }
     QString path(const QString &name) const { return home.filePath(name); }
     QString baseDir() const { return home.filePath(QStringLiteral("data/ResourceCache")); }
     QString databasePath() const { return baseDir() + QStringLiteral("/ResourceCache.db"); }

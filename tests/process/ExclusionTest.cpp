@@ -1,4 +1,5 @@
 #include "CacheProcess.h"
+#include "SemaphoreSets.h"
 #include "TemporaryCache.h"
 
 #include <QDirIterator>
@@ -18,7 +19,7 @@ protected:
     ~ExclusionTest() override
     {
         for (const QString &folder : std::as_const(temporaryFolders))
-            removeSemaphoresOf(folder);
+            removeSemaphoresIn(folder);
     }
 
     QString baseDir() const { return cache.baseDir(); }
@@ -41,15 +42,6 @@ protected:
     void expectOneAtATime(ActorProcess &process) { EXPECT_EQ(process.answer(), u"0"_s); }
 
     void expectNumber(int expected) const { EXPECT_EQ(readFile(number()).toInt(), expected); }
-
-    void removeSemaphoresOf(const QString &temporaryFolder) const
-    {
-        const QByteArray usual = qgetenv("TMPDIR");
-        qputenv("TMPDIR", temporaryFolder.toLocal8Bit());
-        removeSystemSemaphore(TemporaryCache::semaphoreKey(baseDir()));
-        removeSystemSemaphore(u"zel::ResourceCache"_s); // the key before a cache is opened
-        qputenv("TMPDIR", usual);
-    }
 
     TemporaryCache cache;
 
@@ -242,6 +234,6 @@ TEST_F(ExclusionTest, hold_keyFileWasCleanedAway_newcomerStillWaits)
         expectOneAtATime(newcomer);
         expectNumber(400);
     }
-    removeSemaphoresOf(folder);
+    removeSemaphoresIn(folder);
     ASSERT_TRUE(QDir(folder).removeRecursively() && QDir().rename(aside, folder));
 }

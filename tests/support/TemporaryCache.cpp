@@ -1,12 +1,13 @@
 #include "TemporaryCache.h"
 
+#include "SemaphoreSets.h"
+
 #include <gtest/gtest.h>
 
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSystemSemaphore>
 
 #include <filesystem>
 
@@ -23,8 +24,11 @@ TemporaryCache::TemporaryCache()
 
 TemporaryCache::~TemporaryCache()
 {
-    for (const QString &baseDir : baseDirs)
+    for (const QString &baseDir : baseDirs) {
         removeSystemSemaphore(semaphoreKey(baseDir));
+        // A cache that closes later makes it once more.
+        removeSystemSemaphoreAtEnd(semaphoreKey(baseDir));
+    }
     // By bytes: Qt leaves what has a name that is no text.
     std::error_code ignored; // the temporary directory makes folders writable, and does the rest
     std::filesystem::remove_all(QFile::encodeName(directory.path()).toStdString(), ignored);
@@ -61,12 +65,6 @@ QString TemporaryCache::semaphoreKey(const QString &baseDir)
     const QByteArray bytes = QDir::cleanPath(baseDir).toUtf8();
     const QByteArray digest = QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex();
     return u"zel::ResourceCache-%1"_s.arg(QString::fromLatin1(digest));
-}
-
-void removeSystemSemaphore(const QString &key)
-{
-    // Who creates a set anew owns it, and the owner's destructor removes it.
-    const QSystemSemaphore owner(key, 1, QSystemSemaphore::Create);
 }
 
 void writeFile(const QString &path, const QByteArray &content)

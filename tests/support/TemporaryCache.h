@@ -8,7 +8,7 @@ namespace zel::test {
 
 /// A base directory of a test's own, and so a semaphore of its own. Both go with the object: a set
 /// of System V semaphores outlives its processes, and the machine has a fixed number of them.
-/// Destroy it after every cache that was opened on it.
+/// Destroy it after every cache that was opened on it; a manager's lives until the program ends.
 class TemporaryCache
 {
 public:
@@ -32,9 +32,6 @@ private:
     QTemporaryDir directory;
     QStringList baseDirs; // all that have a semaphore
 };
-
-/// Removes the System V semaphore of a key from the machine.
-void removeSystemSemaphore(const QString &key);
 
 /// Writes a file with its parent folders; fails the test if it cannot.
 void writeFile(const QString &path, const QByteArray &content);

@@ -1,6 +1,7 @@
 #include "KillLoop.h"
 
 #include "Proof.h"
+#include "SemaphoreSets.h"
 #include "WaitUntil.h"
 
 #include <gtest/gtest.h>

@@ -2,6 +2,7 @@
 
 #include "AsAnybody.h"
 #include "FileSteps.h"
+#include "SemaphoreSets.h"
 
 #include <atomic>
 
@@ -210,7 +211,7 @@ TEST_F(ResourceCachePurgePathsTest,
         ASSERT_FALSE(cache.open(pathOf(spellings.at(i)), { 400, 2000 }).hasError());
         EXPECT_FALSE(cache.purgeCacheIfNeeded(0).hasError());
         cache.close();
-        removeSystemSemaphore(TemporaryCache::semaphoreKey(spellings.at(i)));
+        removeSystemSemaphoreAtEnd(TemporaryCache::semaphoreKey(spellings.at(i)));
         EXPECT_EQ(status(reference), u"Missing"_s) << qPrintable(spellings.at(i));
         EXPECT_FALSE(isOnDisk(u"s/%1"_s.arg(i))) << qPrintable(spellings.at(i));
         EXPECT_TRUE(isOnDisk(u"s"_s)) << qPrintable(spellings.at(i));
@@ -247,7 +248,7 @@ TEST_F(ResourceCachePurgePathsTest, purgeCacheIfNeeded_pathSpelledOddly_losesNoM
 TEST_F(ResourceCachePurgePathsTest,
        purgeCacheIfNeeded_baseDirectoryThroughALink_losesNoMoreThanTheResource)
 {
-    const QString link = directory.outside(u"link"_s);
+    const QString link = directory.addBaseDir(u"link"_s);
     ASSERT_TRUE(QFile::link(directory.baseDir(), link));
     open(1000, 2000);
     addReady(u"test:1"_s, u"s/1/f"_s, 500, 1);
@@ -259,7 +260,6 @@ TEST_F(ResourceCachePurgePathsTest,
     EXPECT_TRUE(isOnDisk(u"s"_s));
     EXPECT_TRUE(isOnDisk(u"s2/2/f"_s));
     cache.close();
-    removeSystemSemaphore(TemporaryCache::semaphoreKey(link));
 }
 
 TEST_F(ResourceCachePurgePathsTest, purgeCacheIfNeeded_readOnlyFolderInside_isRemoved)

@@ -297,7 +297,6 @@ TEST_F(ResourceCacheScanTest, open_anotherDirectoryDuringTheScan_waitsForItsEnd)
     EXPECT_TRUE(Slow::left());
     helper.join();
     cache.close();
-    removeSystemSemaphore(TemporaryCache::semaphoreKey(elsewhere.baseDir()));
 }
 
 TEST_F(ResourceCacheScanTest, open_noThreadForTheScan_opensFreeForOthersAndScansNextTime)

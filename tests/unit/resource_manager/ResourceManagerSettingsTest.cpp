@@ -2,6 +2,7 @@
 
 #include "ResourceCache.h"
 #include "ResourceManager.h"
+#include "SemaphoreSets.h"
 #include "TemporaryCache.h"
 #include "support/SettingsAt.h"
 
@@ -175,7 +176,7 @@ TEST_F(ResourceManagerSettingsOfAProgramTest, instance_withoutOverride_readsTheF
     EXPECT_EQ(run(u"ResourceManagerSettingsChildTest.DISABLED_managerWithoutOverride"_s),
               QStringList { u"7"_s });
     EXPECT_TRUE(QFileInfo::exists(baseDir + u"/ResourceCache.db"_s));
-    removeSystemSemaphore(TemporaryCache::semaphoreKey(baseDir));
+    removeSystemSemaphoreAtEnd(TemporaryCache::semaphoreKey(baseDir));
 }
 
 TEST_F(ResourceManagerSettingsTest, constructor_always_givesTheDefaults)

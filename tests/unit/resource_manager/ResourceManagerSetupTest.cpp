@@ -89,13 +89,10 @@ TEST_F(ResourceManagerSetupTest, instance_baseDirectoryCannotBeMade_livesWithACl
 
 TEST_F(ResourceManagerSetupTest, constructor_baseDirectoryMissing_isMade)
 {
-    const QString baseDir = directory.outside(u"new/base"_s);
-    {
-        TestManager manager(settingsFor(baseDir));
-        EXPECT_TRUE(manager.inside().cache->isOpen());
-        EXPECT_TRUE(QFileInfo::exists(baseDir + u"/ResourceCache.db"_s));
-    }
-    removeSystemSemaphore(TemporaryCache::semaphoreKey(baseDir));
+    const QString baseDir = directory.addBaseDir(u"new/base"_s);
+    TestManager manager(settingsFor(baseDir));
+    EXPECT_TRUE(manager.inside().cache->isOpen());
+    EXPECT_TRUE(QFileInfo::exists(baseDir + u"/ResourceCache.db"_s));
 }
 
 TEST_F(ResourceManagerSetupTest, constructor_always_startsUnpromptedWithSixPlaces)
@@ -124,13 +121,13 @@ TEST_F(ResourceManagerSetupTest, constructor_deadProcessOfThisNumberPingedLately
     {
         const TestManager manager(settingsFor(other.baseDir()));
     }
+    QElapsedTimer timer;
+    timer.start();
     // As a process leaves it that was killed a good nine seconds ago.
     CacheDatabase rows(other.databasePath());
     rows.run(u"INSERT INTO Clients (processId, lastPingTime) VALUES (?, ?)"_s,
              { QCoreApplication::applicationPid(), QDateTime::currentMSecsSinceEpoch() - 9300 });
 
-    QElapsedTimer timer;
-    timer.start();
     TestManager manager(settingsFor(other.baseDir()));
     EXPECT_TRUE(manager.inside().cache->isOpen());
     EXPECT_GE(timer.elapsed(), 500);

@@ -27,17 +27,10 @@ protected:
         semaphore = std::make_unique<QSystemSemaphore>(key, 1, QSystemSemaphore::Open);
     }
 
-    /// Whether somebody else gets the lock while the caller may hold it.
-    bool isFree()
-    {
-        const auto taken = std::make_shared<std::promise<void>>();
-        std::future<void> done = taken->get_future();
-        waiters.emplace_back([this, taken] {
-            const SemaphoreLocker lock(semaphore.get(), 1);
-            taken->set_value();
-        });
-        return done.wait_for(std::chrono::milliseconds(300)) == std::future_status::ready;
-    }
+    /// Whether somebody else gets the lock, while the caller may hold it.
+    bool isFree() { return isTakenWithin(std::chrono::seconds(40)); }
+    /// Whether somebody else waits for it; he has it as soon as it is free.
+    bool isHeld() { return !isTakenWithin(std::chrono::milliseconds(300)); }
     void joinWaiters()
     {
         for (std::thread &waiter : waiters)
@@ -50,6 +43,18 @@ protected:
     QString key;
     std::unique_ptr<QSystemSemaphore> semaphore;
     std::vector<std::thread> waiters;
+
+private:
+    bool isTakenWithin(std::chrono::milliseconds limit)
+    {
+        const auto taken = std::make_shared<std::promise<void>>();
+        std::future<void> done = taken->get_future();
+        waiters.emplace_back([this, taken] {
+            const SemaphoreLocker lock(semaphore.get(), 1);
+            taken->set_value();
+        });
+        return done.wait_for(limit) == std::future_status::ready;
+    }
 };
 
 } // namespace zel::test

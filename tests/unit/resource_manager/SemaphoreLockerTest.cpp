@@ -1,7 +1,7 @@
 #include "SemaphoreLocker.h"
 
 #include "SemaphoreLockerFixture.h"
-#include "UnfinishedMaker.h"
+#include "SemaphoreSets.h"
 #include "platform/DirectoryLockState.h"
 #include "platform/SystemSemaphoreState.h"
 #include "support/CacheFixture.h"
@@ -60,7 +60,7 @@ TEST_F(SemaphoreLockerTest, construct_countOne_holdsUntilDestroyed)
 {
     {
         const SemaphoreLocker lock(semaphore.get(), 1);
-        EXPECT_FALSE(isFree());
+        EXPECT_TRUE(isHeld());
     }
     EXPECT_TRUE(isFree());
 }
@@ -71,7 +71,7 @@ TEST_F(SemaphoreLockerTest, construct_countZero_neitherTakesNorReleases)
     {
         const SemaphoreLocker nothing(semaphore.get(), 0);
     }
-    EXPECT_FALSE(isFree());
+    EXPECT_TRUE(isHeld());
 }
 
 TEST_F(SemaphoreLockerTest, release_thenDestroy_leavesTheInitialCount)
@@ -82,7 +82,7 @@ TEST_F(SemaphoreLockerTest, release_thenDestroy_leavesTheInitialCount)
         EXPECT_TRUE(isFree());
     }
     const SemaphoreLocker holder(semaphore.get(), 1);
-    EXPECT_FALSE(isFree()); // a second release would have let one more in
+    EXPECT_TRUE(isHeld()); // a second release would have let one more in
 }
 
 TEST_F(SemaphoreLockerTest, release_nothingTaken_leavesTheHolderOfThisThreadAlone)
@@ -93,7 +93,7 @@ TEST_F(SemaphoreLockerTest, release_nothingTaken_leavesTheHolderOfThisThreadAlon
         nothing.release(count);
         EXPECT_TRUE(SemaphoreLocker::isHeldByThisThread(*semaphore)) << count;
     }
-    EXPECT_FALSE(isFree());
+    EXPECT_TRUE(isHeld());
 }
 
 TEST_F(SemaphoreLockerTest, acquire_belowOne_isTrueAndDoesNothing)
@@ -130,7 +130,7 @@ TEST_F(SemaphoreLockerTest, keepForDirectory_systemRefusedBefore_excludesFromThe
     early.reset(); // took nothing, and gives nothing back
     {
         const SemaphoreLocker holder(semaphore.get(), 1);
-        EXPECT_FALSE(isFree());
+        EXPECT_TRUE(isHeld());
     }
     joinWaiters(); // before the semaphore goes
 }
@@ -186,21 +186,21 @@ TEST_F(SemaphoreLockerTest, otherObjectsOfTheKey_dieWhileOneHolds_neverTwoHolder
     }
     auto second = std::make_unique<QSystemSemaphore>(key, 1, QSystemSemaphore::Open);
     second->setKey(u"zel::other"_s + QUuid::createUuid().toString(), 1, QSystemSemaphore::Create);
-    EXPECT_FALSE(isFree());
+    EXPECT_TRUE(isHeld());
 }
 
 TEST_F(SemaphoreLockerTest, semaphoreOfAnotherTemporaryFolder_sameDirectory_stillExcludes)
 {
     // Another key stands for what another folder of temporary files would make of this one.
     const QString twinKey = key + u"-twin"_s;
+    removeSystemSemaphoreAtEnd(twinKey);
     SemaphoreRegistry::keepForDirectory(twinKey, directory.baseDir());
     QSystemSemaphore twin(twinKey, 1, QSystemSemaphore::Open);
     {
         const SemaphoreLocker holder(&twin, 1);
-        EXPECT_FALSE(isFree());
+        EXPECT_TRUE(isHeld());
     }
     EXPECT_TRUE(isFree());
-    removeSystemSemaphore(twinKey);
 }
 
 TEST_F(SemaphoreLockerTest, openCache_betweenTwoTakes_keepsTheDirectoryOpenUntilItCloses)

@@ -20,7 +20,7 @@ TEST_F(TaskWithSemaphoreTest, exec_withTheLock_freesItBeforeAnybodyHearsOfTheEnd
     bool wasHeld = false;
     bool wasFreeAtTheEnd = false;
     task.setFunction([&] {
-        wasHeld = !isFree();
+        wasHeld = isHeld();
         return Error(0);
     });
     QObject::connect(
@@ -78,7 +78,7 @@ TEST_F(TaskWithSemaphoreTest, destruction_whileItRuns_waitsForItsWork)
             started.set_value();
             while (!running->isCanceled())
                 std::this_thread::yield();
-            ended = !isFree();
+            ended = isHeld();
             return Error(0);
         });
         task.setExecutionMode(Task::ExecutionMode::Asynchronous);
@@ -113,5 +113,5 @@ TEST_F(TaskWithSemaphoreTest, exec_withoutALock_runsItsFunctionAndFreesNothing)
     task.exec();
     EXPECT_EQ(task.error().errorCode(), ErrorCode::BadData);
     EXPECT_TRUE(SemaphoreLocker::isHeldByThisThread(*semaphore));
-    EXPECT_FALSE(isFree());
+    EXPECT_TRUE(isHeld());
 }

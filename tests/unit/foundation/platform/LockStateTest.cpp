@@ -4,6 +4,7 @@
 #include "platform/SystemSemaphoreState.h"
 
 #include "AsAnybody.h"
+#include "SemaphoreSets.h"
 #include "TemporaryCache.h"
 #include "platform/ChildProcess.h"
 

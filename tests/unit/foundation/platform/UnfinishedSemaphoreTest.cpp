@@ -1,7 +1,7 @@
 #include "platform/UnfinishedSemaphore.h"
 
+#include "SemaphoreSets.h"
 #include "TemporaryCache.h"
-#include "UnfinishedMaker.h"
 #include "platform/SystemSemaphoreState.h"
 
 #include <gtest/gtest.h>
