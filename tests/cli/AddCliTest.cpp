@@ -100,7 +100,7 @@ TEST_F(AddCliTest, add_emptySource_isCode2AndEntersNothing)
 
 TEST_F(AddCliTest, add_signalDuringTheCopy_leavesTheCacheInOrder)
 {
-    for (int i = 0; i < 5'000; ++i)
+    for (int i = 0; i < 20'000; ++i)
         writeFile(cache.outside(u"run.d/%1.txt"_s.arg(i)), "content");
     CacheDatabase database(cache.databasePath());
     for (const int signalNumber : { SIGINT, SIGTERM, SIGHUP }) {

@@ -154,7 +154,7 @@ TEST_F(HoldCliTest, hold_resourceThatCannotBeHad_startsNothing)
 
 TEST_F(HoldCliTest, hold_timeIsOver_theCommandIsTerminatedAndItsCodePassedOn)
 {
-    const auto run = hold({ u"--for"_s, u"1s"_s, reference }, waitingScript);
+    const auto run = hold({ u"--for"_s, u"4s"_s, reference }, waitingScript);
     EXPECT_EQ(run->exitCode(), 42);
     EXPECT_EQ(run->output(), "up\n");
 }
@@ -162,7 +162,7 @@ TEST_F(HoldCliTest, hold_timeIsOver_theCommandIsTerminatedAndItsCodePassedOn)
 TEST_F(HoldCliTest, hold_commandTakesItsTimeAfterTheTerm_isStillHeldAndWaitedFor)
 {
     const QString permission = cache.outside(u"go"_s);
-    const auto run = hold({ u"--for"_s, u"1s"_s, reference },
+    const auto run = hold({ u"--for"_s, u"4s"_s, reference },
                           u"trap 'echo term' TERM; echo up; until [ -e '%1' ]; do sleep 0.05; "
                           "done; cat \"$ZELCACHE_PATHS\"; exit 9"_s.arg(permission));
     waitUntil([&run] { return run->output().contains("term\n"); });

@@ -75,7 +75,8 @@ TEST_P(InterruptOpeningCliTest, interrupt_onceItsRowIsThere_takesTheRowBackAndDo
 {
     // The row is there, and the opening goes on for a while: to take the dead out takes long.
     database().run(u"CREATE TRIGGER slowBurial AFTER DELETE ON Clients WHEN OLD.processId = %1 "
-                   "BEGIN SELECT length(hex(randomblob(40000000))); END"_s.arg(nobody));
+                   "BEGIN %2 %2 %2 END"_s.arg(nobody)
+                       .arg(u"SELECT length(hex(randomblob(40000000)));"_s));
     const auto run = started();
     waitUntil([this, &run] { return rowsOf(*run) == 1; });
     run->sendSignal(SIGINT);

@@ -23,7 +23,7 @@ protected:
                  { stranger.processId(), lastPing });
     }
     /// Its client still counts, but pinged before the process was started.
-    void enterReused() { enterStranger(now() - 10'000); }
+    void enterReused() { enterStranger(beforeStranger - 10'000); }
 
     void letItUseAll()
     {
@@ -58,6 +58,7 @@ protected:
         EXPECT_EQ(process.value(u"program"_s), QJsonValue(QJsonValue::Null));
     }
 
+    const qint64 beforeStranger = now();
     ProgramRun stranger { u"sleep"_s, QStringList { u"1000"_s } };
 };
 
@@ -173,7 +174,7 @@ TEST_F(LifeCliTest, statusText_fetcherIsDead_saysSo)
 TEST_F(LifeCliTest, doctor_numberReusedSoon_isJudgedAsByTheOthers)
 {
     fill({ 500 });
-    enterStranger(now() - 1500);
+    enterStranger(beforeStranger - 1500);
     const QJsonValue client = answerOf({ u"status"_s }, 0).value(u"clients"_s)[0];
     EXPECT_EQ(client[u"state"_s].toString(), u"reused"_s);
     const auto run = start({ u"doctor"_s, u"--json"_s });

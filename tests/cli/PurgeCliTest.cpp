@@ -298,7 +298,7 @@ TEST_F(PurgeCliTest, purge_atATerminal_showsThatItRemoves)
 
 TEST_F(PurgeCliTest, purge_interrupted_saysThatItCannotStopAndEndsWhenItIsDone)
 {
-    const QStringList references = fill(QList<int>(60, 10));
+    const QStringList references = fill(QList<int>(80, 10));
     makeRemovalsSlow();
     const auto run = start({ u"purge"_s, u"-v"_s, u"--to"_s, u"0"_s });
     waitUntil([&run] { return run->errors().contains("Removing."); });
@@ -307,7 +307,7 @@ TEST_F(PurgeCliTest, purge_interrupted_saysThatItCannotStopAndEndsWhenItIsDone)
     EXPECT_EQ(readyReferences(), references) << "the purge had ended before the signal came";
     EXPECT_EQ(run->exitCode(), 130) << run->errors().toStdString();
     EXPECT_EQ(readyReferences(), QStringList());
-    EXPECT_EQ(linesOf(run->output()).size(), 61) << "the answer is there all the same";
+    EXPECT_EQ(linesOf(run->output()).size(), 81) << "the answer is there all the same";
     EXPECT_EQ(CacheDatabase(cache.databasePath()).count(u"Clients"_s), 0);
 }
 

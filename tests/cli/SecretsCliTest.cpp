@@ -70,7 +70,8 @@ TEST_F(SecretsCliTest, get_signedAddress_signatureIsNowhere)
     EXPECT_EQ(exitCodeOf({ u"get"_s }, server.url(u"run1.raw"_s) + query), 0);
     EXPECT_EQ(exitCodeOf({ u"info"_s }, server.url(u"run1.raw"_s) + query), 0);
     EXPECT_EQ(exitCodeOf({ u"get"_s }, server.url(u"missing.raw"_s) + query), 1);
-    EXPECT_TRUE(server.requests().constLast().path.contains(u"geheim123"_s)) << "was not sent";
+    EXPECT_TRUE(server.waitForRequests(1).constLast().path.contains(u"geheim123"_s))
+        << "was not sent";
     expectNoFileHasIt();
 }
 
@@ -80,7 +81,8 @@ TEST_F(SecretsCliTest, get_tokenInThePath_isNowhere)
     const QString url = server.url(u"runs;token=geheim123/run1.raw;jsessionid=geheim123"_s);
     EXPECT_EQ(exitCodeOf({ u"get"_s }, url), 1);
     EXPECT_EQ(exitCodeOf({ u"info"_s }, url), 1);
-    EXPECT_TRUE(server.requests().constLast().path.contains(u"geheim123"_s)) << "was not sent";
+    EXPECT_TRUE(server.waitForRequests(1).constLast().path.contains(u"geheim123"_s))
+        << "was not sent";
     expectNoFileHasIt();
 }
 

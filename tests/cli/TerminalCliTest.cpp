@@ -19,7 +19,7 @@ protected:
         return options;
     }
 
-    TerminalCliTest() { server.addFile(u"big.raw"_s, QByteArray(1'500'000, 'b')); }
+    TerminalCliTest() { server.addFile(u"big.raw"_s, QByteArray(3'000'000, 'b')); }
 
     NginxServer server { slowly() };
     const QString reference = server.url(u"big.raw"_s);
@@ -28,7 +28,7 @@ protected:
 TEST_F(TerminalCliTest, get_atATerminal_drawsABarWithBytesRateAndTimeLeft)
 {
     const auto run = startAtTerminal({ u"get"_s, reference });
-    EXPECT_TRUE(run->waitFor(" of 1.4 MiB"));
+    EXPECT_TRUE(run->waitFor(" of 2.9 MiB"));
     EXPECT_TRUE(run->waitFor("KiB/s"));
     EXPECT_TRUE(run->waitFor(" left"));
     EXPECT_TRUE(run->waitFor("big.raw  [="));

@@ -102,12 +102,12 @@ TEST_F(HttpFaultsTest, neverAnswers_failsAfterAllTries)
 TEST_F(HttpFaultsTest, slowButSteady_isNoStall)
 {
     settings.stallBytes = 1;
-    settings.stallTime = std::chrono::milliseconds(900);
+    settings.stallTime = std::chrono::seconds(3);
     ScriptedServer server([](const auto &, auto &connection) {
-        connection.send("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\n");
-        for (const char byte : content) {
+        connection.send("HTTP/1.1 200 OK\r\nContent-Length: 35\r\n\r\n");
+        for (int i = 0; i < 35; ++i) {
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
-            connection.send(QByteArray(1, byte));
+            connection.send("x");
         }
     });
     ASSERT_EQ(download(server, &sink, settings), Error());
@@ -354,9 +354,10 @@ TEST_F(HttpFaultsTest, manyTransfersOfOneHost_twoAtOnce)
     EXPECT_EQ(most, 2);
 }
 
-/// Cancels once the server has been asked so often, and tells how long the download then took.
-std::chrono::milliseconds timeToCancel(const ScriptedServer &server, const HttpSettings &settings)
+std::chrono::milliseconds timeToCancel(const ScriptedServer &server, const HttpSettings &settings,
+                                       std::chrono::milliseconds later)
 {
+    const qsizetype askedBefore = server.requests().size();
     std::atomic<bool> canceled = false;
     HttpWatch watch;
     watch.isCanceled = [&canceled] {
@@ -365,7 +366,8 @@ std::chrono::milliseconds timeToCancel(const ScriptedServer &server, const HttpS
     FileSink sink;
     Error error;
     std::thread transfer([&] { error = download(server, &sink, settings, watch); });
-    server.waitForRequests(1);
+    server.waitForRequests(askedBefore + 1);
+    std::this_thread::sleep_for(later);
     QElapsedTimer timer;
     timer.start();
     canceled = true;
@@ -377,7 +379,7 @@ std::chrono::milliseconds timeToCancel(const ScriptedServer &server, const HttpS
 TEST_F(HttpFaultsTest, cancel_whileServerIsSilent_isSeenSoon)
 {
     ScriptedServer server([](const auto &, auto &connection) { connection.stall(); });
-    EXPECT_LT(timeToCancel(server, settings), cancelLimit);
+    EXPECT_TRUE(areSeenInTime([&](auto later) { return timeToCancel(server, settings, later); }));
 }
 
 TEST_F(HttpFaultsTest, cancel_whileBytesPour_isSeenSoon)
@@ -386,7 +388,7 @@ TEST_F(HttpFaultsTest, cancel_whileBytesPour_isSeenSoon)
         connection.send("HTTP/1.1 200 OK\r\nContent-Length: 1000000000000\r\n\r\n");
         while (connection.send(QByteArray(65536, 'x'))) { }
     });
-    EXPECT_LT(timeToCancel(server, settings), cancelLimit);
+    EXPECT_TRUE(areSeenInTime([&](auto later) { return timeToCancel(server, settings, later); }));
 }
 
 TEST_F(HttpFaultsTest, cancel_whileWaitingForNextTry_isSeenSoon)
@@ -396,7 +398,7 @@ TEST_F(HttpFaultsTest, cancel_whileWaitingForNextTry_isSeenSoon)
     ScriptedServer server([](const auto &, auto &connection) {
         connection.send(ScriptedServer::answer("503 Busy", {}, {}));
     });
-    EXPECT_LT(timeToCancel(server, settings), cancelLimit);
+    EXPECT_TRUE(areSeenInTime([&](auto later) { return timeToCancel(server, settings, later); }));
 }
 
 } // namespace

@@ -68,7 +68,15 @@ QuickSettings::QuickSettings()
 
 void QuickSettings::giveUpSoon()
 {
-    stallTime = std::chrono::milliseconds(300);
+    stallTime = std::chrono::milliseconds(1500);
+}
+
+bool areSeenInTime(const TimeToCancel &timeToCancel)
+{
+    int late = 0;
+    for (int attempt = 0; attempt < 8; ++attempt)
+        late += timeToCancel(attempt * std::chrono::milliseconds(40)) < cancelLimit ? 0 : 1;
+    return late <= 2;
 }
 
 HttpTarget targetOf(const QString &url)

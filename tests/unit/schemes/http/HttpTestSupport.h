@@ -6,6 +6,7 @@
 #include <QTemporaryDir>
 
 #include <chrono>
+#include <functional>
 #include <vector>
 
 namespace zel::test {
@@ -56,6 +57,13 @@ constexpr std::chrono::milliseconds cancelLimit { 2000 };
 #else
 constexpr std::chrono::milliseconds cancelLimit { 200 };
 #endif
+
+/// Does something that takes long, cancels it that long after its server was asked, and tells how
+/// long it then took to end.
+using TimeToCancel = std::function<std::chrono::milliseconds(std::chrono::milliseconds later)>;
+/// Whether cancellations are seen within their limit, at whichever moment they come. A busy machine
+/// may hold up one or two.
+bool areSeenInTime(const TimeToCancel &timeToCancel);
 
 HttpTarget targetOf(const QString &url);
 HttpTarget targetWithSha256(const QString &url, const QByteArray &content);

@@ -62,7 +62,7 @@ TEST_F(ShareRetrievalCostTest, run_file_waitsForItsDataForItsNamesAndForTheManif
 
 TEST_F(ShareRetrievalCostTest, run_firstOfItsScheme_waitsForTheFoldersThatItMakesAsWell)
 {
-    QDir().rmpath(schemeFolder());
+    ASSERT_TRUE(QDir().rmdir(schemeFolder()) && QDir().rmdir(cache.dataDir()));
     writeFile(share(u"run.raw"_s), "content");
     fetch(u"run.raw"_s);
     ASSERT_EQ(synced.size(), 7) << synced.join(u'\n').toStdString();
