@@ -3,14 +3,16 @@
 ///
 ///   schemes_actor BASE_DIR
 ///
-///   retrieve REFERENCE    brings the resource here and tells where it lies
-///   dieAtFileStep N       SIGKILL before the N-th file operation from now on
-///   quit                  ends in good order; the answer is empty
+///   retrieve REFERENCE      brings the resource here and tells where it lies
+///   dieAtFileStep N         SIGKILL before the N-th file operation from now on
+///   stopInTheMidst FOLDER   SIGSTOP in the midst of a file below it, once
+///   quit                    ends in good order; the answer is empty
 
 #include "Actor.h"
 #include "ResourceManager.h"
 #include "SchemesRegistration.h"
 #include "SuddenDeath.h"
+#include "SuddenStop.h"
 
 #include <QCoreApplication>
 
@@ -32,6 +34,10 @@ QString obey(const QString &line)
     }
     if (command == u"dieAtFileStep"_s) {
         dieAtFileStep(argument.toInt());
+        return u"ok"_s;
+    }
+    if (command == u"stopInTheMidst"_s) {
+        stopInTheMidst(argument.toStdString());
         return u"ok"_s;
     }
     return u"unknown command"_s;

@@ -3,6 +3,7 @@
 #include "ApacheServer.h"
 #include "NginxServer.h"
 #include "Printers.h"
+#include "WaitUntil.h"
 
 #include <QCryptographicHash>
 #include <QJsonDocument>
@@ -20,7 +21,14 @@ using namespace Qt::Literals::StringLiterals;
 class GetCliTest : public ZelcacheCli
 {
 protected:
+    /// Waits for the first one: the server logs it once it has sent everything.
     static qsizetype downloadsOf(const NginxServer &server, const QString &path)
+    {
+        qsizetype count = 0;
+        waitUntil([&] { return (count = loggedDownloadsOf(server, path)) > 0; });
+        return count;
+    }
+    static qsizetype loggedDownloadsOf(const NginxServer &server, const QString &path)
     {
         const auto requests = server.requests();
         return std::count_if(requests.begin(), requests.end(), [&path](const auto &request) {
@@ -233,7 +241,7 @@ TEST_F(GetCliTest, get_folderOfAWebDavServer_isFetchedOnce)
         EXPECT_EQ(readFile(folder + u"/deep/er.txt"_s), "b");
         EXPECT_TRUE(QFileInfo(folder + u"/empty"_s).isDir());
     }
-    EXPECT_EQ(server.sentFiles().size(), 2);
+    EXPECT_EQ(server.waitForSentFiles(2).size(), 2);
 }
 
 TEST_F(GetCliTest, get_json_hasPathsAndErrorsInOrder)

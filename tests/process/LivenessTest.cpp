@@ -147,7 +147,7 @@ TEST_P(LivenessSilentFetcherTest, ping_killedFetcher_losesItsRowsAfterHalfAMinut
 }
 
 INSTANTIATE_TEST_SUITE_P(BeforeAndAfter30Seconds, LivenessSilentFetcherTest,
-                         testing::Values(Silence { "after29Seconds", 29s, 1, u"0 Acquiring"_s },
+                         testing::Values(Silence { "after27Seconds", 27s, 1, u"0 Acquiring"_s },
                                          Silence { "after31Seconds", 31s, 0, u"- Missing"_s }),
                          [](const auto &silence) { return std::string(silence.param.name); });
 

@@ -98,13 +98,9 @@ TEST_F(SchemesTest, retrieve_fetcherStopsAndWakesUpLate_bothCopiesAreOneInTheEnd
     const QByteArray bytes = content(64);
     writeFile(share(u"run.raw"_s), bytes);
     SchemesProcess slow(cache);
+    ASSERT_EQ(slow.ask(u"stopInTheMidst %1/Staging"_s.arg(cache.baseDir())), u"ok"_s);
     slow.send(u"retrieve "_s + reference(u"run.raw"_s));
-    // Taken for dead in the middle of its copy: from the first byte that is staged on.
-    QElapsedTimer passed;
-    passed.start();
-    while (stagingPlaces().isEmpty() && passed.elapsed() < 20'000)
-        QThread::usleep(200);
-    slow.stop();
+    slow.waitUntilStopped();
     ASSERT_FALSE(stagingPlaces().isEmpty());
 
     ageAllClients();

@@ -104,15 +104,20 @@ void ActorProcess::kill()
 void ActorProcess::stop()
 {
     ::kill(pid_t(processId), SIGSTOP);
-    const QDeadlineTimer deadline(limit);
-    while (state() != u'T' && !deadline.hasExpired())
-        QThread::usleep(100);
-    EXPECT_EQ(state(), u'T');
+    waitUntilStopped();
 }
 
 void ActorProcess::cont()
 {
     ::kill(pid_t(processId), SIGCONT);
+}
+
+void ActorProcess::waitUntilStopped()
+{
+    const QDeadlineTimer deadline(limit);
+    while (state() != u'T' && !deadline.hasExpired())
+        QThread::usleep(100);
+    EXPECT_EQ(state(), u'T');
 }
 
 int ActorProcess::end()

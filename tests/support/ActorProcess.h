@@ -41,6 +41,8 @@ public:
     /// SIGSTOP and SIGCONT; the process stands still when stop() returns.
     void stop();
     void cont();
+    /// For a process that stops itself.
+    void waitUntilStopped();
     /// Waits for the end of the process: its exit code, or the signal that has ended it as a number
     /// below 0, -SIGKILL or -SIGSEGV.
     int end();

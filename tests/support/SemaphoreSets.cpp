@@ -37,7 +37,8 @@ void removeByKeyFile(const QString &folder, const QString &pattern)
         const QString keyFile = files.filePath(name);
         // The file last: until then no other file has its inode.
         const int set = setOf(keyFile, 0);
-        if (set < 0 || ::semctl(set, 0, IPC_RMID) == 0)
+        const bool isNoneThere = set < 0 && errno == ENOENT;
+        if (isNoneThere || ::semctl(set, 0, IPC_RMID) == 0)
             QFile::remove(keyFile);
     }
 }

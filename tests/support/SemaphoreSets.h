@@ -4,8 +4,9 @@
 
 /// The System V semaphores behind those of Qt. The system's number of each comes from the inode of
 /// its key file. One that outlives its file is in the way of whoever gets that inode next, so a
-/// test leaves none behind; and two live ones are kept apart by lying in the same folder, as inodes
-/// on different disks, or in different parts of one, may look alike.
+/// test leaves none behind. Two live ones get the same number only from different disks, or from
+/// different parts of one, so their files lie in the same folder where a test does not need
+/// another.
 namespace zel::test {
 
 /// Removes the semaphore of a key from the machine. Nobody may need it any more.

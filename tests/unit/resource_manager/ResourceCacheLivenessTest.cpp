@@ -113,9 +113,9 @@ TEST_P(ResourceCacheLivenessSilenceTest, look_clientWithAFetch_goesAfterHalfAMin
 }
 
 INSTANTIATE_TEST_SUITE_P(BeforeAndAfter30Seconds, ResourceCacheLivenessSilenceTest,
-                         testing::Values(Silence { "pingAfter29Seconds", 29s, false, true },
+                         testing::Values(Silence { "pingAfter27Seconds", 27s, false, true },
                                          Silence { "pingAfter31Seconds", 31s, false, false },
-                                         Silence { "openAfter29Seconds", 29s, true, true },
+                                         Silence { "openAfter27Seconds", 27s, true, true },
                                          Silence { "openAfter31Seconds", 31s, true, false }),
                          [](const auto &silence) { return std::string(silence.param.name); });
 

@@ -2,6 +2,8 @@
 
 #include "http/HttpClient.h"
 
+#include <gtest/gtest.h>
+
 #include <QFile>
 #include <QTemporaryDir>
 
@@ -62,8 +64,8 @@ constexpr std::chrono::milliseconds cancelLimit { 200 };
 /// long it then took to end.
 using TimeToCancel = std::function<std::chrono::milliseconds(std::chrono::milliseconds later)>;
 /// Whether cancellations are seen within their limit, at whichever moment they come. A busy machine
-/// may hold up one or two.
-bool areSeenInTime(const TimeToCancel &timeToCancel);
+/// may hold up one or two of each moment's.
+testing::AssertionResult areSeenInTime(const TimeToCancel &timeToCancel);
 
 HttpTarget targetOf(const QString &url);
 HttpTarget targetWithSha256(const QString &url, const QByteArray &content);

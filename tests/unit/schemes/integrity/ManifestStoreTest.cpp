@@ -2,10 +2,12 @@
 #include "FileSteps.h"
 #include "ManifestSample.h"
 #include "TemporaryCache.h"
+#include "WaitUntil.h"
 #include "platform/FileLock.h"
 
 #include <QDir>
 
+#include <atomic>
 #include <future>
 
 #include <sys/stat.h>
@@ -58,6 +60,32 @@ private:
     }
 
     const QString lockFile;
+};
+
+/// Waits for somebody who wants his turn while another has it.
+class TurnSeeker final : public FileStepWatcher
+{
+public:
+    TurnSeeker() { watchFileSteps(this); }
+    ~TurnSeeker() override { watchFileSteps(nullptr); }
+    TurnSeeker(const TurnSeeker &) = delete;
+    TurnSeeker &operator=(const TurnSeeker &) = delete;
+
+    /// Has looked once and found it taken, since he looks again.
+    bool isSeen() const
+    {
+        return waitUntil([this] { return looks > 1; });
+    }
+
+private:
+    int before(const FileStep &step) override
+    {
+        if (step.kind == FileStep::Kind::Open && pathOf(step).ends_with("/.lock"))
+            ++looks;
+        return 0;
+    }
+
+    std::atomic<int> looks = 0;
 };
 
 /// Counts how often manifests are opened and read.
@@ -242,9 +270,10 @@ TEST_F(ManifestStoreTest, writeIfSameFetch_fetchIsJustWriting_waitsForItsTurnAnd
     ContentManifest newer = sample;
     newer.id = u"4567"_s;
     std::optional<FileLock> fetch(store.directory() + u"/.lock"_s);
+    const TurnSeeker seeker;
     auto verification
         = std::async(std::launch::async, [this] { return store.writeIfSameFetch(sample); });
-    EXPECT_EQ(verification.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout);
+    EXPECT_TRUE(seeker.isSeen());
     writeFile(store.pathFor(sample.referenceKey), newer.toJson());
     fetch.reset();
     EXPECT_FALSE(verification.get().value());

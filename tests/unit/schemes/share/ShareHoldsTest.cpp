@@ -61,9 +61,10 @@ private:
 
 } // namespace
 
-TEST_F(ShareHoldsTest, retrieve_smallFileAlone_isFifteenHolds)
+// One less where the fetch ends before this thread looks at it for the first time.
+TEST_F(ShareHoldsTest, retrieve_smallFileAlone_isFifteenHoldsAtMost)
 {
-    EXPECT_EQ(holdsOfFetches(1), 15);
+    EXPECT_LE(holdsOfFetches(1), 15);
 }
 
 // Six at once: the first one looks, for each of the others, whether what it has staged was left
@@ -78,7 +79,9 @@ TEST_F(ShareHoldsTest, retrieve_manySmallFiles_areFifteenHoldsForEachAtMost)
 TEST_F(ShareHoldsTest, retrieve_besideInterruptedFetches_isOneMoreHoldForEachOfThem)
 {
     leaveInterrupted();
-    EXPECT_EQ(holdsOfFetches(1), 15 + interrupted);
+    const int holds = holdsOfFetches(1);
+    EXPECT_GE(holds, 14 + interrupted);
+    EXPECT_LE(holds, 15 + interrupted);
 }
 
 TEST_F(ShareHoldsTest, retrieve_manyBesideInterruptedFetches_askForEachOfThemOnce)

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+
+namespace zel::test {
+
+/// The process stops itself with SIGSTOP, once, right before it writes, copies or flushes more of a
+/// file below this folder that has bytes already, and at a moment at which it holds no semaphore:
+/// others see a fetch that stands still in its midst. The folder is absolute and without links.
+void stopInTheMidst(const std::string &folder);
+
+} // namespace zel::test
