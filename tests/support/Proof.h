@@ -17,8 +17,7 @@ T forProof(const T &brief, const T &lasting)
     return isLongProof() ? lasting : brief;
 }
 
-/// The seed of this run's random numbers: another one each time, unless ZEL_SEED names the one that
-/// a failed run has printed.
+/// The seed of this run's random numbers: another one each time, unless ZEL_SEED gives one.
 std::uint32_t proofSeed();
 
 /// A line of the table that scripts/prove prints: what was counted in the test that runs now.

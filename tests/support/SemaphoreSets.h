@@ -4,9 +4,9 @@
 
 /// The System V semaphores behind those of Qt. The system's number of each comes from the inode of
 /// its key file. One that outlives its file is in the way of whoever gets that inode next, so a
-/// test leaves none behind. Two live ones get the same number only from different disks, or from
-/// different parts of one, so their files lie in the same folder where a test does not need
-/// another.
+/// test leaves none behind. Two live ones get the same number where the low 16 bits of their inodes
+/// agree and the low 8 of their disks: on two disks, or far apart on one. Files that are made soon
+/// after one another in one folder do not, so they lie there where a test does not need another.
 namespace zel::test {
 
 /// Removes the semaphore of a key from the machine. Nobody may need it any more.

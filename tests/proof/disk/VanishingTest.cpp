@@ -164,8 +164,9 @@ TEST_P(VanishingTest, retrieve_folderVanishes_isWholeOrMissingAndSucceedsAgain)
     int losses = 0, failures = 0, broken = 0;
     bool hasVanished = true;
     const int stride = forProof(15, 1);
-    for (int number = int(proofSeed() % quint32(stride)); hasVanished && !HasFailure();
-         number += stride) {
+    const std::uint32_t seed = proofSeed();
+    SCOPED_TRACE("ZEL_SEED=" + std::to_string(seed));
+    for (int number = int(seed % quint32(stride)); hasVanished && !HasFailure(); number += stride) {
         const LogCapture silent;
         prepare(number);
         auto fetched = handler(reference(number));

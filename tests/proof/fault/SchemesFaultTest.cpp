@@ -214,7 +214,7 @@ bool SchemesFaultTest::proveStep(int number, const FailureKind &kind)
 TEST_P(SchemesFaultTest, retrieve_stepOnFilesFails_isWholeOrMissingAndSucceedsAgain)
 {
     const std::uint32_t seed = proofSeed();
-    SCOPED_TRACE(seed);
+    SCOPED_TRACE("ZEL_SEED=" + std::to_string(seed));
     const int stride = forProof(5, 1);
     const int turns = forProof(1, int(std::size(kinds)));
     for (int turn = 0; turn < turns; ++turn) {

@@ -264,7 +264,7 @@ TEST_F(CacheThreadsTest, connectionOfEachThread_writes_waitForEachOther)
 TEST_F(CacheThreadsTest, allOperations_severalThreads_agreeInTheEnd)
 {
     const std::uint32_t seed = proofSeed();
-    SCOPED_TRACE(seed);
+    SCOPED_TRACE("ZEL_SEED=" + std::to_string(seed));
     const int rounds = forProof(60, 600);
     cache.setFullScanInterval(std::chrono::days(0)); // one count runs from the start
     openCache({ 4 * resourceSize, 1000 * resourceSize });

@@ -63,8 +63,8 @@ constexpr std::chrono::milliseconds cancelLimit { 200 };
 /// Does something that takes long, cancels it that long after its server was asked, and tells how
 /// long it then took to end.
 using TimeToCancel = std::function<std::chrono::milliseconds(std::chrono::milliseconds later)>;
-/// Whether cancellations are seen within their limit, at whichever moment they come. A busy machine
-/// may hold up one or two of each moment's.
+/// Whether cancellations are seen within their limit, at whichever moment they come. Each moment
+/// that was late is tried once more: a busy machine may have held it up.
 testing::AssertionResult areSeenInTime(const TimeToCancel &timeToCancel);
 
 HttpTarget targetOf(const QString &url);

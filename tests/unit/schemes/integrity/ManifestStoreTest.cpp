@@ -147,7 +147,7 @@ TEST_F(ManifestStoreTest, write_waitsForTheDisk_othersHaveTheirTurnMeanwhile)
     const QMap<FileStep::Kind, QList<bool>> onlyToRename { { FileStep::Kind::Sync, { false } },
                                                            { FileStep::Kind::Rename, { true } } };
     for (int i = 0; i < 2; ++i) {
-        const TurnWatcher watcher(store.directory());
+        TurnWatcher watcher(store.directory());
         ASSERT_FALSE(i == 0 ? store.write(sample).hasError()
                             : !store.writeIfSameFetch(sample).value());
         EXPECT_EQ(watcher.isTaken, onlyToRename) << i;
@@ -270,7 +270,7 @@ TEST_F(ManifestStoreTest, writeIfSameFetch_fetchIsJustWriting_waitsForItsTurnAnd
     ContentManifest newer = sample;
     newer.id = u"4567"_s;
     std::optional<FileLock> fetch(store.directory() + u"/.lock"_s);
-    const TurnSeeker seeker;
+    TurnSeeker seeker;
     auto verification
         = std::async(std::launch::async, [this] { return store.writeIfSameFetch(sample); });
     EXPECT_TRUE(seeker.isSeen());
