@@ -12,10 +12,9 @@
 
 #include <gtest/gtest.h>
 
-#include <QElapsedTimer>
-
 #include <atomic>
-#include <thread>
+#include <functional>
+#include <memory>
 
 namespace zel {
 namespace {
@@ -40,18 +39,20 @@ Error run(Task *task)
     return task->waitForAllFinished(limitMs);
 }
 
-std::chrono::milliseconds timeToCancel(Task *task, const ScriptedServer &server,
-                                       std::chrono::milliseconds later)
+/// Of a task that `make` makes anew for each of its runs.
+testing::AssertionResult endsSoonOnceCanceled(const std::function<std::unique_ptr<Task>()> &make,
+                                              const ScriptedServer &server)
 {
-    const qsizetype askedBefore = server.requests().size();
-    task->exec();
-    server.waitForRequests(askedBefore + 1);
-    std::this_thread::sleep_for(later);
-    QElapsedTimer timer;
-    timer.start();
-    task->cancel();
-    EXPECT_EQ(task->waitForAllFinished(limitMs).errorCode(), ErrorCode::Canceled);
-    return std::chrono::milliseconds(timer.elapsed());
+    std::unique_ptr<Task> task;
+    const auto start = [&] {
+        task = make();
+        task->exec();
+    };
+    const auto cancel = [&] {
+        task->cancel();
+        EXPECT_EQ(task->waitForAllFinished(limitMs).errorCode(), ErrorCode::Canceled);
+    };
+    return test::endsSoonOnceCanceled({ start, cancel }, server);
 }
 
 /// Announces ten bytes and sends four.
@@ -125,10 +126,10 @@ TEST_F(HttpTasksTest, exists_serverInTrouble_isAFailure)
 TEST_F(HttpTasksTest, exists_canceledWhileWaiting_endsSoon)
 {
     ScriptedServer server([](const auto &, auto &connection) { connection.stall(); });
-    EXPECT_TRUE(areSeenInTime([&](auto later) {
-        const auto task = HttpTasks::exists(referenceOf(server.url(u"a"_s)), settings);
-        return timeToCancel(task.get(), server, later);
-    }));
+    const auto make = [&] {
+        return HttpTasks::exists(referenceOf(server.url(u"a"_s)), settings);
+    };
+    EXPECT_TRUE(endsSoonOnceCanceled(make, server));
 }
 
 TEST_F(HttpTasksTest, metadata_tellsWhatTheServerTells)
@@ -278,10 +279,10 @@ TEST_F(HttpTasksTest, retrieve_canceledWhileRunning_endsSoon)
         connection.send(cutAnswer());
         connection.stall();
     });
-    EXPECT_TRUE(areSeenInTime([&](auto later) {
-        const auto task = retrieveTask(server.url(u"a.raw"_s));
-        return timeToCancel(task.get(), server, later);
-    }));
+    const auto make = [&] {
+        return retrieveTask(server.url(u"a.raw"_s));
+    };
+    EXPECT_TRUE(endsSoonOnceCanceled(make, server));
 }
 
 TEST_F(HttpTasksTest, retrieve_readyMeanwhile_dropsItsOwn)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ScriptedServer.h"
 #include "http/HttpClient.h"
 
 #include <gtest/gtest.h>
@@ -60,12 +61,15 @@ constexpr std::chrono::milliseconds cancelLimit { 2000 };
 constexpr std::chrono::milliseconds cancelLimit { 200 };
 #endif
 
-/// Does something that takes long, cancels it that long after its server was asked, and tells how
-/// long it then took to end.
-using TimeToCancel = std::function<std::chrono::milliseconds(std::chrono::milliseconds later)>;
-/// Whether cancellations are seen within their limit, at whichever moment they come. Each moment
-/// that was late is tried once more: a busy machine may have held it up.
-testing::AssertionResult areSeenInTime(const TimeToCancel &timeToCancel);
+/// Something that takes long.
+struct LongWork
+{
+    std::function<void()> start; ///< lets the server be asked
+    std::function<void()> cancel; ///< waits for its end as well
+};
+/// Whether the work ends within the limit, at whichever moment after its server was asked it is
+/// canceled. Each moment that was late is tried once more: a busy machine may have held it up.
+testing::AssertionResult endsSoonOnceCanceled(const LongWork &work, const ScriptedServer &server);
 
 HttpTarget targetOf(const QString &url);
 HttpTarget targetWithSha256(const QString &url, const QByteArray &content);
